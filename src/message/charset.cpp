@@ -1,0 +1,93 @@
+#include "message/charset.h"
+
+#include <QStringDecoder>
+#include <QStringEncoder>
+
+namespace {
+
+constexpr char16_t kSubstitute = 0x1a; ///< what some converters put for what does not fit, instead of U+FFFD
+constexpr qsizetype kLongestName = 64;
+
+bool isNameCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
+           c == '_' || c == ':' || c == '+' || c == '-';
+}
+
+/// The name as the toolkit wants it; empty when it is none.
+QByteArray safeName(QByteArrayView charset)
+{
+    const QByteArray name = charset.trimmed().toByteArray().toLower();
+    if (name.isEmpty() || name.size() > kLongestName || name == "locale" || name == "system" ||
+        !std::all_of(name.begin(), name.end(), isNameCharacter))
+        return {};
+    // Names of the wild that no converter knows.
+    if (name == "utf8" || name == "utf-8-mac" || name == "x-unicode-2-0-utf-8" || name == "unicode-1-1-utf-8")
+        return "utf-8";
+    if (name == "x-unknown" || name == "unknown-8bit" || name == "x-user-defined")
+        return {};
+    if (name == "ansi_x3.4-1968" || name == "ascii" || name == "us-ascii")
+        return "windows-1252"; // who labels eight bits as ASCII means his own Windows, and ASCII is part of
+                               // it
+    if (name == "iso-8859-1" || name == "latin1" || name == "iso8859-1")
+        return "windows-1252"; // 0x80 to 0x9f are typographic quotes far more often than control characters
+    if (name == "ks_c_5601-1987" || name == "ks_c_5601-1989")
+        return "cp949";
+    if (name == "gb2312" || name == "gbk" || name == "x-gbk")
+        return "gb18030"; // a superset, and what is written under the narrower names
+    return name;
+}
+
+} // namespace
+
+bool hasConverter(QByteArrayView charset)
+{
+    const QByteArray name = safeName(charset);
+    return !name.isEmpty() && QStringDecoder(name.constData()).isValid();
+}
+
+std::optional<QString> decodeCharset(QByteArrayView bytes, QByteArrayView charset)
+{
+    const QByteArray name = safeName(charset);
+    if (name.isEmpty())
+        return {};
+    QStringDecoder decoder(name.constData(), QStringDecoder::Flag::Stateless);
+    if (!decoder.isValid())
+        return {};
+    QString text = decoder(bytes);
+    if (decoder.hasError())
+        text.replace(QChar(kSubstitute), QChar(QChar::ReplacementCharacter));
+    return text;
+}
+
+std::optional<QByteArray> encodeCharset(const QString &text, QByteArrayView charset)
+{
+    QByteArray name = safeName(charset);
+    if (name.isEmpty())
+        return {};
+    if (name == "windows-1252" && charset.trimmed().toByteArray().toLower() != name)
+        name = "iso-8859-1"; // read generously, written to the letter
+    QStringEncoder encoder(name.constData());
+    if (!encoder.isValid())
+        return {};
+    // A stateful set is back in ASCII only behind a line end.
+    QByteArray bytes = encoder(text + u'\n');
+    if (encoder.hasError() || !bytes.endsWith('\n'))
+        return {};
+    bytes.chop(1);
+    return bytes;
+}
+
+QString decodeUnlabelled(QByteArrayView bytes, QByteArrayView fallback)
+{
+    if (isUtf8(bytes))
+        return QString::fromUtf8(bytes);
+    if (const std::optional<QString> text = decodeCharset(bytes, fallback))
+        return *text;
+    return decodeCharset(bytes, "windows-1252").value_or(QString::fromLatin1(bytes));
+}
+
+bool isUtf8(QByteArrayView bytes)
+{
+    return bytes.isValidUtf8();
+}
