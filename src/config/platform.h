@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 class QObject;
@@ -24,12 +25,13 @@ public:
     /// Tells the desktop that the user went online or offline, where it has a notion of that.
     virtual void setConnected(bool online) = 0;
 
-    /// Whether this program is the desktop's handler of @p handler's links and files; empty where the desktop
-    /// keeps no registry of handlers.
-    virtual std::optional<bool> isDefaultHandler(Handler handler) const = 0;
+    /// Tells whether this program is the desktop's handler of @p handler's links and files; empty where the
+    /// desktop keeps no registry of handlers or does not answer. The answer comes from the event loop, at
+    /// most a few seconds later, and not at all once the desktop object is gone.
+    virtual void askDefaultHandler(Handler handler, std::function<void(std::optional<bool>)> answer) = 0;
 
-    /// Makes this program that handler. False: it could not be registered.
-    virtual bool becomeDefaultHandler(Handler handler) = 0;
+    /// Makes this program that handler; @p done learns in the same way whether it could be registered.
+    virtual void becomeDefaultHandler(Handler handler, std::function<void(bool)> done) = 0;
 };
 
 /// Installs the desktop for the whole run; it must outlive its use. Null takes it away again.

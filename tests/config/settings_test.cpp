@@ -20,8 +20,8 @@ public:
     bool openPath(const QString &) override { return false; }
     std::optional<bool> isConnected() const override { return connected; }
     void setConnected(bool online) override { told = online; }
-    std::optional<bool> isDefaultHandler(Handler) const override { return {}; }
-    bool becomeDefaultHandler(Handler) override { return false; }
+    void askDefaultHandler(Handler, std::function<void(std::optional<bool>)>) override {}
+    void becomeDefaultHandler(Handler, std::function<void(bool)>) override {}
 
     std::optional<bool> connected;
     std::optional<bool> told;
