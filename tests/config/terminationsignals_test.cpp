@@ -69,4 +69,4 @@ void TerminationSignalsTest::theHandlersComeBack()
 }
 
 QTEST_GUILESS_MAIN(TerminationSignalsTest)
-#include "terminationterminationtest.moc"
+#include "terminationsignals_test.moc"
