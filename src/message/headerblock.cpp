@@ -1,0 +1,112 @@
+#include "message/headerblock.h"
+
+namespace {
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+/// The end of the field that begins at @p from: the position of the "\n" behind its last line, or the end.
+qsizetype fieldEnd(QByteArrayView block, qsizetype from)
+{
+    qsizetype end = from;
+    while ((end = block.indexOf('\n', end)) >= 0 && end + 1 < block.size() && isBlank(block[end + 1]))
+        ++end;
+    return end < 0 ? block.size() : end;
+}
+
+/// Of a name without regard to the case of its ASCII letters (FNV-1a).
+quint32 nameHash(QByteArrayView name)
+{
+    quint32 hash = 2166136261U;
+    for (const char c : name)
+        hash = (hash ^ quint8(c >= 'A' && c <= 'Z' ? c + 32 : c)) * 16777619U;
+    return hash;
+}
+
+HeaderExtent extentFrom(QByteArrayView text, qsizetype from)
+{
+    const qsizetype end = text.indexOf("\n\n", from);
+    if (end < 0)
+        return {text.size(), text.size()};
+    return {end + 1, end + 2};
+}
+
+} // namespace
+
+bool beginsWithField(QByteArrayView text)
+{
+    qsizetype at = 0;
+    while (at < text.size() && text[at] > ' ' && text[at] < 0x7f && text[at] != ':')
+        ++at;
+    return at > 0 && at < text.size() && text[at] == ':';
+}
+
+HeaderExtent headerExtent(QByteArrayView text)
+{
+    if (!text.startsWith('\n'))
+        return extentFrom(text, 0);
+    qsizetype first = 0;
+    while (first < text.size() && text[first] == '\n')
+        ++first;
+    // Mailbox files and gateways put empty lines in front of a header; without one they are the body's own.
+    return beginsWithField(text.sliced(first)) ? extentFrom(text, first) : HeaderExtent{0, 1};
+}
+
+HeaderExtent partHeaderExtent(QByteArrayView part)
+{
+    return part.startsWith('\n') ? HeaderExtent{0, 1} : extentFrom(part, 0);
+}
+
+QByteArray unfolded(QByteArrayView folded)
+{
+    QByteArray line;
+    line.reserve(folded.size());
+    qsizetype from = 0;
+    for (qsizetype end = folded.indexOf('\n'); end >= 0; end = folded.indexOf('\n', end + 1)) {
+        if (end + 1 >= folded.size() || !isBlank(folded[end + 1]))
+            continue;
+        line.append(folded.sliced(from, end - from)).append(' ');
+        from = end + 2;
+    }
+    return line.append(folded.sliced(from));
+}
+
+HeaderFields::HeaderFields(QByteArrayView block)
+    : m_block(block)
+{
+    for (qsizetype at = 0; at < block.size();) {
+        const qsizetype end = fieldEnd(block, at);
+        const qsizetype colon = block.first(end).indexOf(':', at);
+        if (colon >= 0)
+            m_entries.push_back(
+                {nameHash(block.sliced(at, colon - at)), quint32(at), quint32(colon), quint32(end)});
+        at = end + 1;
+    }
+}
+
+HeaderFields::Field HeaderFields::at(qsizetype index) const
+{
+    const Entry &entry = m_entries[std::size_t(index)];
+    return {m_block.sliced(entry.name, entry.colon - entry.name),
+            m_block.sliced(entry.colon + 1, entry.end - entry.colon - 1).trimmed()};
+}
+
+QByteArray HeaderFields::value(QByteArrayView name) const
+{
+    const qsizetype index = find(name);
+    return index < 0 ? QByteArray() : unfolded(at(index).value);
+}
+
+qsizetype HeaderFields::find(QByteArrayView name) const
+{
+    const quint32 hash = nameHash(name);
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        const Entry &entry = m_entries[i];
+        if (entry.hash == hash && entry.colon - entry.name == quint32(name.size()) &&
+            m_block.sliced(entry.name, name.size()).compare(name, Qt::CaseInsensitive) == 0)
+            return qsizetype(i);
+    }
+    return -1;
+}
