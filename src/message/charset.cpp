@@ -54,7 +54,13 @@ std::optional<QString> decodeCharset(QByteArrayView bytes, QByteArrayView charse
     QStringDecoder decoder(name.constData(), QStringDecoder::Flag::Stateless);
     if (!decoder.isValid())
         return {};
-    QString text = decoder(bytes);
+    // The toolkit's converters for sets of several bytes drop a character cut at the end; a line end behind
+    // it makes them tell.
+    const bool mayBeCut = !bytes.isEmpty() && quint8(bytes.back()) >= 0x80 && !name.startsWith("utf-");
+    const QByteArray ended = mayBeCut ? bytes.toByteArray() + '\n' : QByteArray();
+    QString text = decoder(mayBeCut ? QByteArrayView(ended) : bytes);
+    if (mayBeCut && text.endsWith(QChar::LineFeed))
+        text.chop(1);
     if (decoder.hasError())
         text.replace(QChar(kSubstitute), QChar(QChar::ReplacementCharacter));
     return text;

@@ -1,0 +1,245 @@
+#include "message/encodedword.h"
+
+#include "message/charset.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr char kUpperHex[] = "0123456789ABCDEF";
+constexpr qsizetype kRereadFactor = 16; ///< how often its own length a value's decoded text is searched again
+constexpr qsizetype kRereadLeast = 4096;
+constexpr qsizetype kLongestCharacter = 4; ///< in bytes, in any character set
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const char upper = char(c & ~0x20);
+    return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
+}
+
+QByteArray decodeQ(QByteArrayView text)
+{
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const bool escape =
+            text[i] == '=' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 && hexValue(text[i + 2]) >= 0;
+        if (escape) {
+            bytes.append(char(hexValue(text[i + 1]) << 4 | hexValue(text[i + 2])));
+            i += 2;
+        } else {
+            bytes.append(text[i] == '_' ? ' ' : text[i]);
+        }
+    }
+    return bytes;
+}
+
+/// Base64; what follows padding is a stretch of its own, as where a writer joined two.
+QByteArray decodeB(const QByteArray &text)
+{
+    QByteArray bytes;
+    const QList<QByteArray> stretches = text.split('=');
+    for (const QByteArray &stretch : stretches)
+        bytes.append(QByteArray::fromBase64(stretch));
+    return bytes;
+}
+
+/// Characters outside ASCII have no place in a word; those that stand there mean themselves.
+QByteArray asBytes(QStringView text, QByteArrayView charset)
+{
+    const bool ascii = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    if (ascii)
+        return text.toLatin1();
+    return encodeCharset(text.toString(), charset).value_or(text.toUtf8());
+}
+
+QString asText(const QByteArray &bytes, QByteArrayView charset)
+{
+    return decodeCharset(bytes, charset).value_or(QString::fromLatin1(bytes));
+}
+
+struct Word
+{
+    QByteArray charset;
+    QByteArray bytes;
+    qsizetype begin = 0;
+    qsizetype end = 0;
+};
+
+/// Reads a value from left to right. Decoded text that may begin a word goes back in front of what is still
+/// to be read: it is shorter than the word it came from, so it is written over that.
+class WordReader
+{
+public:
+    explicit WordReader(const QString &value)
+        : m_in(value)
+        , m_rereadable(value.size() * kRereadFactor + kRereadLeast)
+    {}
+
+    QString read();
+
+private:
+    enum class Found { Word, Other, NoEnd };
+
+    Found wordAt(qsizetype begin, Word &word) const;
+    QString textOf(Word &word);
+    void completeFromNext(Word &word, QString &text);
+    void place(QString text, qsizetype room);
+
+    QString m_in;
+    QString m_out;
+    qsizetype m_at = 0; ///< what lies before it is in m_out
+    qsizetype m_rereadable;
+    qsizetype m_takenFrom = -1; ///< the word at this position
+    qsizetype m_taken = 0;      ///< gave so many of its bytes to the one before
+};
+
+WordReader::Found WordReader::wordAt(qsizetype begin, Word &word) const
+{
+    const qsizetype encoding = m_in.indexOf(u'?', begin + 2) + 1;
+    if (encoding == 0 || encoding + 1 >= m_in.size())
+        return Found::NoEnd;
+    const char16_t code = m_in[encoding].unicode() | 0x20;
+    if ((code != u'b' && code != u'q') || m_in[encoding + 1] != u'?')
+        return Found::Other;
+    const qsizetype text = encoding + 2;
+    const qsizetype end = m_in.indexOf("?="_L1, text);
+    if (end < 0)
+        return Found::NoEnd;
+    QByteArray charset = QStringView(m_in).sliced(begin + 2, encoding - begin - 3).toLatin1().toLower();
+    if (const qsizetype language = charset.indexOf('*'); language >= 0)
+        charset.truncate(language);
+    word.charset = charset.trimmed();
+    const QByteArray encoded = asBytes(QStringView(m_in).sliced(text, end - text), word.charset);
+    word.bytes = code == u'b' ? decodeB(encoded) : decodeQ(encoded);
+    word.begin = begin;
+    word.end = end + 2;
+    return Found::Word;
+}
+
+QString WordReader::textOf(Word &word)
+{
+    if (word.begin == m_takenFrom)
+        word.bytes.remove(0, m_taken);
+    QString text = asText(word.bytes, word.charset);
+    if (text.endsWith(QChar::ReplacementCharacter))
+        completeFromNext(word, text);
+    return text;
+}
+
+/// A writer that counts bytes splits a character between two words: the first takes the rest of it.
+void WordReader::completeFromNext(Word &word, QString &text)
+{
+    qsizetype begin = word.end;
+    while (begin < m_in.size() && (m_in[begin] == u' ' || m_in[begin] == u'\t'))
+        ++begin;
+    Word next;
+    if (!QStringView(m_in).sliced(begin).startsWith("=?"_L1) || wordAt(begin, next) != Found::Word ||
+        next.charset != word.charset)
+        return;
+    for (qsizetype taken = 1; taken < kLongestCharacter && taken <= next.bytes.size(); ++taken) {
+        const QString whole = asText(word.bytes + next.bytes.first(taken), word.charset);
+        if (whole.count(QChar::ReplacementCharacter) >= text.count(QChar::ReplacementCharacter))
+            continue;
+        text = whole;
+        m_takenFrom = begin;
+        m_taken = taken;
+        return;
+    }
+}
+
+void WordReader::place(QString text, qsizetype room)
+{
+    const bool opens = m_out.endsWith(u'=') && text.startsWith(u'?');
+    const bool closes = text.endsWith(u'=') && m_at < m_in.size() && m_in[m_at] == u'?';
+    if ((!opens && !closes && !text.contains("=?"_L1)) || text.size() >= room || text.size() > m_rereadable) {
+        m_out += text;
+        return;
+    }
+    m_rereadable -= text.size();
+    if (opens) {
+        m_out.chop(1);
+        text.prepend(u'=');
+    }
+    m_at -= text.size();
+    std::copy(text.cbegin(), text.cend(), m_in.begin() + m_at);
+}
+
+QString WordReader::read()
+{
+    m_out.reserve(m_in.size());
+    for (qsizetype begin = m_in.indexOf("=?"_L1); begin >= 0; begin = m_in.indexOf("=?"_L1, m_at)) {
+        Word word;
+        const Found found = wordAt(begin, word);
+        if (found == Found::NoEnd)
+            break; // nor has any word behind it
+        if (found == Found::Other) {
+            m_out += QStringView(m_in).sliced(m_at, begin + 2 - m_at);
+            m_at = begin + 2;
+            continue;
+        }
+        m_out += QStringView(m_in).sliced(m_at, begin - m_at);
+        m_at = word.end;
+        place(textOf(word), word.end - word.begin);
+    }
+    m_out += QStringView(m_in).sliced(m_at);
+    return m_out;
+}
+
+bool breaksLine(QChar c)
+{
+    return c == u'\n' || c == u'\r' || c == u'\0' || c == u'\u0085' || c == u'\u2028' || c == u'\u2029';
+}
+
+bool meansItself(char c, WordPlace place)
+{
+    if (place == WordPlace::Text)
+        return c > 32 && c < 127 && c != '=' && c != '?' && c != '_';
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+} // namespace
+
+QString decodeEncodedWords(const QString &value)
+{
+    QString text = value.contains("=?"_L1) ? WordReader(value).read() : value;
+    if (std::any_of(text.cbegin(), text.cend(), breaksLine))
+        std::replace_if(text.begin(), text.end(), breaksLine, QChar(u' '));
+    return text;
+}
+
+QString decodeHeaderText(QByteArrayView value, QByteArrayView fallback)
+{
+    return decodeEncodedWords(decodeUnlabelled(value, fallback));
+}
+
+bool needsEncoding(QStringView text)
+{
+    return text.contains("=?"_L1) ||
+           std::any_of(text.begin(), text.end(), [](QChar c) { return c < u' ' || c > u'~'; });
+}
+
+QByteArray encodedWord(const QString &text, QByteArrayView charset, WordPlace place)
+{
+    std::optional<QByteArray> bytes = encodeCharset(text, charset);
+    const QByteArray name = bytes ? charset.trimmed().toByteArray() : QByteArray("utf-8");
+    if (!bytes)
+        bytes = text.toUtf8();
+    QByteArray word = "=?" + name + "?q?";
+    for (const char c : std::as_const(*bytes)) {
+        if (c == ' ')
+            word += '_';
+        else if (meansItself(c, place))
+            word += c;
+        else
+            word.append('=').append(kUpperHex[quint8(c) >> 4]).append(kUpperHex[quint8(c) & 15]);
+    }
+    return word + "?=";
+}
+
+QByteArray headerText(const QString &text, QByteArrayView charset, WordPlace place)
+{
+    return needsEncoding(text) ? encodedWord(text, charset, place) : text.toLatin1();
+}
