@@ -1,0 +1,239 @@
+#include "html/urls.h"
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Opening
+{
+    QStringView text;
+    QStringView prefix; ///< what the target needs before it
+};
+
+constexpr std::array kOpenings = {
+    Opening{u"http://", u""},     Opening{u"https://", u""},   Opening{u"ftp://", u""},
+    Opening{u"nntp://", u""},     Opening{u"news:", u""},      Opening{u"mailto:", u""},
+    Opening{u"www.", u"http://"}, Opening{u"ftp.", u"ftp://"},
+};
+
+constexpr std::array kSafeSchemes = {u"http", u"https", u"mailto", u"ftp", u"news", u"nntp"};
+constexpr qsizetype kLongestTarget = 8 * 1024;
+constexpr qsizetype kLongestLocalPart = 64; // RFC 5321, 4.5.3.1
+constexpr qsizetype kLongestDomain = 255;
+
+bool isAscii(QChar c)
+{
+    return c < u'\x80';
+}
+bool isAtom(QChar c) // RFC 5322 atext and the dot
+{
+    return c.isLetterOrNumber() || (isAscii(c) && QStringView(u"!#$%&'*+-/=?^_`{|}~.").contains(c));
+}
+bool isDomain(QChar c)
+{
+    return c.isLetterOrNumber() || c == u'-' || c == u'.';
+}
+
+bool endsUrl(QChar c)
+{
+    return c <= u' ' || c == u'<' || c == u'>' || c == u'"' || c == u'`' || c == u'|' || c == u'\\' ||
+           c == u'^' || c.isSpace() || c == u'\x2028' || c == u'\x201C' || c == u'\x201D' || c == u'\xAB' ||
+           c == u'\xBB';
+}
+
+/// Cuts punctuation off the end, and brackets that are not opened inside. One count, then one step each.
+qsizetype withoutTrailing(QStringView url)
+{
+    constexpr QStringView kOpen = u"([{";
+    constexpr QStringView kClose = u")]}";
+    std::array<qsizetype, 3> surplus = {};
+    for (const QChar c : url) {
+        if (const qsizetype open = kOpen.indexOf(c); open >= 0)
+            --surplus[std::size_t(open)];
+        else if (const qsizetype close = kClose.indexOf(c); close >= 0)
+            ++surplus[std::size_t(close)];
+    }
+    qsizetype length = url.size();
+    for (; length > 0; --length) {
+        const QChar last = url[length - 1];
+        const qsizetype close = kClose.indexOf(last);
+        if (close >= 0 ? surplus[std::size_t(close)]-- <= 0 : !QStringView(u".,;:!?'*_([{…").contains(last))
+            break;
+    }
+    return length;
+}
+
+/// Domains are labels with dots between, the last of them no number.
+bool isDomainName(QStringView domain)
+{
+    if (domain.isEmpty() || domain.size() > kLongestDomain || domain.startsWith(u'.') ||
+        domain.startsWith(u'-') || domain.contains(u".."))
+        return false;
+    const qsizetype dot = domain.lastIndexOf(u'.');
+    const QStringView last = domain.sliced(dot + 1);
+    return dot > 0 && last.size() >= 2 && std::all_of(domain.begin(), domain.end(), isDomain) &&
+           std::all_of(last.begin(), last.end(), [](QChar c) { return c.isLetterOrNumber() || c == u'-'; }) &&
+           std::any_of(last.begin(), last.end(), [](QChar c) { return c.isLetter(); });
+}
+
+class Finder
+{
+public:
+    explicit Finder(QStringView text)
+        : m_text(text)
+    {}
+
+    QList<UrlRange> run()
+    {
+        for (qsizetype at = 0; at < m_text.size();) {
+            const QChar c = m_text[at];
+            const qsizetype end = c == u'@' ? address(at) : isAscii(c) && c.isLetter() ? opening(at) : -1;
+            at = end < 0 ? at + 1 : end;
+            m_taken = end < 0 ? m_taken : end;
+        }
+        return m_found;
+    }
+
+private:
+    /// The end of the URL that begins at @p at; -1: none does.
+    qsizetype opening(qsizetype at)
+    {
+        if (at > 0 && (m_text[at - 1].isLetterOrNumber() || m_text[at - 1] == u'@'))
+            return -1;
+        for (const auto &[text, prefix] : kOpenings) {
+            if (m_text.sliced(at).startsWith(text, Qt::CaseInsensitive))
+                return url(at, text, prefix);
+        }
+        return -1;
+    }
+
+    qsizetype url(qsizetype at, QStringView opening, QStringView prefix)
+    {
+        const qsizetype begin = at + opening.size();
+        const qsizetype limit = std::min(m_text.size(), at + kLongestTarget);
+        if (!prefix.isEmpty() &&
+            !isDomainName(m_text.sliced(begin, hostLength(m_text.first(limit).sliced(begin)))))
+            return -1;
+        const qsizetype end =
+            std::find_if(m_text.begin() + begin, m_text.begin() + limit, endsUrl) - m_text.begin();
+        const qsizetype length = withoutTrailing(m_text.sliced(at, end - at));
+        if (length <= opening.size())
+            return -1;
+        const QStringView rest = m_text.sliced(begin, at + length - begin);
+        if (opening.endsWith(u':') && !rest.contains(u'.') && !rest.contains(u'@'))
+            return at + length; // "news:" is a word, too
+        m_found.append({at, length, prefix.toString() + m_text.sliced(at, length).toString()});
+        return at + length;
+    }
+
+    static qsizetype hostLength(QStringView text)
+    {
+        const auto limit = text.begin() + std::min(text.size(), kLongestDomain + 1);
+        return std::find_if_not(text.begin(), limit, isDomain) - text.begin();
+    }
+
+    /// The end of the mail address around the "@" at @p at; -1: there is none.
+    qsizetype address(qsizetype at)
+    {
+        qsizetype begin = at;
+        while (begin > m_taken && at - begin < kLongestLocalPart && isAtom(m_text[begin - 1]))
+            --begin;
+        while (begin < at && !m_text[begin].isLetterOrNumber() && m_text[begin] != u'_')
+            ++begin;
+        qsizetype end = at + 1;
+        while (end < m_text.size() && end - at <= kLongestDomain && isDomain(m_text[end]))
+            ++end;
+        while (end > at + 1 && !m_text[end - 1].isLetterOrNumber())
+            --end;
+        if (begin == at || m_text[at - 1] == u'.' || !isDomainName(m_text.sliced(at + 1, end - at - 1)))
+            return -1;
+        m_found.append({begin, end - begin, u"mailto:"_s + m_text.sliced(begin, end - begin).toString()});
+        return end;
+    }
+
+    QStringView m_text;
+    qsizetype m_taken = 0; ///< where the last address ended
+    QList<UrlRange> m_found;
+};
+
+QStringView schemeOf(QStringView target)
+{
+    return target.first(std::max(target.indexOf(u':'), qsizetype(0)));
+}
+
+bool isWithin(const QString &inner, const QString &outer)
+{
+    return inner == outer || (inner.endsWith(outer) && inner[inner.size() - outer.size() - 1] == u'.');
+}
+
+} // namespace
+
+QList<UrlRange> findUrls(QStringView text)
+{
+    return Finder(text).run();
+}
+
+QString safeTarget(QStringView target)
+{
+    if (target.size() > kLongestTarget)
+        return {};
+    QString clean;
+    for (const QChar c : target.trimmed())
+        if (c.unicode() > 0x1F && c.unicode() != 0x7F) // browsers skip them, also inside "java\tscript:"
+            clean += c;
+    if (clean.startsWith(u'#'))
+        return clean.size() > 1 ? clean : QString();
+    if (clean.startsWith(u"//"))
+        clean.prepend(u"https:"_s);
+    else if (clean.startsWith(u"www.", Qt::CaseInsensitive))
+        clean.prepend(u"http://"_s);
+    const QStringView scheme = schemeOf(clean);
+    const auto same = [&](QStringView safe) { return scheme.compare(safe, Qt::CaseInsensitive) == 0; };
+    if (std::none_of(kSafeSchemes.begin(), kSafeSchemes.end(), same))
+        return {};
+    return clean.replace(u' ', u"%20"_s);
+}
+
+QString hostOf(QStringView target)
+{
+    QStringView rest = target;
+    if (target.startsWith(u"mailto:", Qt::CaseInsensitive)) {
+        rest = rest.sliced(7);
+        rest = rest.first(std::find(rest.begin(), rest.end(), u'?') - rest.begin());
+        rest = rest.sliced(rest.lastIndexOf(u'@') + 1);
+    } else if (const qsizetype slashes = rest.indexOf(u"://"); slashes > 0) {
+        rest = rest.sliced(slashes + 3);
+        const auto end = std::find_if(rest.begin(), rest.end(), [](QChar c) {
+            return c == u'/' || c == u'?' || c == u'#' || c == u'\\';
+        });
+        rest = rest.first(end - rest.begin());
+        rest = rest.sliced(rest.lastIndexOf(u'@') + 1); // "paypal.example@evil.example" goes to evil.example
+        if (const qsizetype port = rest.lastIndexOf(u':'); port > 0 && !rest.endsWith(u']'))
+            rest = rest.first(port);
+    } else {
+        return {};
+    }
+    QString host = rest.toString().toLower();
+    while (host.endsWith(u'.'))
+        host.chop(1);
+    return host.startsWith(u"www.") ? host.sliced(4) : host;
+}
+
+bool isDeceptive(QStringView text, QStringView target)
+{
+    constexpr qsizetype kLongestShown = 300;
+    text = text.trimmed();
+    if (text.isEmpty() || text.size() > kLongestShown || target.startsWith(u'#'))
+        return false;
+    QString shown;
+    if (const QList<UrlRange> urls = findUrls(text); !urls.isEmpty() && urls.first().start <= 1)
+        shown = hostOf(urls.first().target);
+    else if (const auto end = std::find_if_not(text.begin(), text.end(), isDomain);
+             (end == text.end() || *end == u'/') && isDomainName(text.first(end - text.begin())))
+        shown = hostOf(u"http://"_s + text.toString());
+    const QString actual = hostOf(target);
+    return !shown.isEmpty() && !actual.isEmpty() && !isWithin(shown, actual) && !isWithin(actual, shown);
+}
