@@ -184,15 +184,19 @@ bool XdgPlatform::makeDesktopEntry() const
 
 QString desktopEntryExec(const QString &program, const QString &arguments)
 {
-    QString quoted;
+    static const QString s_reserved = u" \t\n\"'\\><~|&;$*?#()`"_s;
+    bool needsQuotes = false;
+    QString word;
     for (const QChar c : program) {
+        needsQuotes = needsQuotes || s_reserved.contains(c);
         if (c == u'"' || c == u'`' || c == u'$')
-            quoted += u"\\\\"; // one backslash for the quoting, doubled because the value is a string
+            word += u"\\\\"; // one backslash for the quoting, doubled because the value is a string
         else if (c == u'\\')
-            quoted += u"\\\\\\";
+            word += u"\\\\\\";
         else if (c == u'%')
-            quoted += u'%';
-        quoted += c;
+            word += u'%';
+        word += c;
     }
-    return u'"' + quoted + u"\" "_s + arguments;
+    // without need it stays bare: xdg-mime looks for a program of that name, quotes and all
+    return (needsQuotes ? u'"' + word + u'"' : word) + u' ' + arguments;
 }
