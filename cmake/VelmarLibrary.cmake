@@ -64,6 +64,15 @@ function(velmar_library name folder)
     endif()
 endfunction()
 
+# velmar_icons(look): the drawings of data/icons inside that library, at :/icons.
+function(velmar_icons name)
+    if(NOT TARGET velmar_${name})
+        return()
+    endif()
+    file(GLOB icons CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/icons/*.svg)
+    qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
+endfunction()
+
 # velmar_test(config settings_test), in tests/config: settings_test.cpp against the one library it is about.
 # LINKS adds what a test needs besides (other rooms, Qt modules); TIMEOUT is in seconds.
 function(velmar_test room source)

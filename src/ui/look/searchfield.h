@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QKeySequence>
+#include <QLineEdit>
+
+/// A field to search or filter with: an icon at its beginning, at its end the key that leads to it while it
+/// is empty, else a cross. Esc empties it.
+class SearchField : public QLineEdit
+{
+    Q_OBJECT
+
+public:
+    /// @p icon is "search" or "filter".
+    SearchField(const QString &icon, const QString &placeholder, QWidget *parent = nullptr);
+
+    /// The key shown at the end; the window makes it work.
+    void setKeyHint(const QKeySequence &key);
+
+signals:
+    /// Esc in an empty field: the user wants to be where they were.
+    void left();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void arrange();
+    QRect iconRect() const;
+
+    QString m_icon;
+    QKeySequence m_key;
+};
