@@ -5,7 +5,8 @@
 #include <QTimeZone>
 
 #include <array>
-#include <cstring>
+#include <cstdio>
+#include <string_view>
 
 namespace {
 
@@ -183,9 +184,8 @@ qsizetype nextFromLine(QByteArrayView text, qsizetype from)
 
 qsizetype findBytes(QByteArrayView text, QByteArrayView needle, qsizetype from)
 {
-    if (from >= text.size())
-        return -1;
-    const void *hit = ::memmem(text.data() + from, std::size_t(text.size() - from), needle.data(),
-                               std::size_t(needle.size()));
-    return hit == nullptr ? -1 : static_cast<const char *>(hit) - text.data();
+    const std::string_view all(text.data(), std::size_t(text.size()));
+    const std::size_t hit =
+        all.find(std::string_view(needle.data(), std::size_t(needle.size())), std::size_t(from));
+    return hit == std::string_view::npos ? -1 : qsizetype(hit);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QByteArrayView>
 
 /// What a mailbox on disk remembers about a message beside its text.
