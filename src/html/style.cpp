@@ -1,5 +1,7 @@
 #include "html/style.h"
 
+#include <QList>
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>

@@ -151,8 +151,11 @@ void StyleSheet::apply(const GumboNode *element, double parentFontSize, Style &s
     std::stable_sort(found.begin(), found.end(), [this](qsizetype a, qsizetype b) {
         return std::pair(m_rules[a].specificity, a) < std::pair(m_rules[b].specificity, b);
     });
-    for (const qsizetype index : found)
-        applyDeclarations(m_declarations[m_rules[index].declarations], parentFontSize, style);
+    for (const qsizetype index : found) {
+        const QString &declarations = m_declarations[m_rules[index].declarations];
+        applyDeclarations(declarations, parentFontSize, style);
+        m_stepsLeft -= int(std::min(declarations.size(), qsizetype(kMostSteps))) / 8;
+    }
 }
 
 void StyleSheet::collect(const QByteArray &key, const GumboNode *element, QList<qsizetype> &found)

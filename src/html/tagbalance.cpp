@@ -230,6 +230,7 @@ void TagBalance::push(Element element, const Tag *tag)
     const qsizetype begin = m_out.size();
     writeTag(m_out, element, tag);
     m_open.push_back({element, false, begin, m_out.size() - begin});
+    ++m_count[std::size_t(element)];
 }
 
 void TagBalance::writeTag(QByteArray &out, Element element, const Tag *tag)
@@ -268,11 +269,15 @@ TagBalance::Carried TagBalance::popTo(std::size_t depth)
         const Open &open = m_open.back();
         const bool isTarget = m_open.size() == depth + 1; // the one that was meant to end
         if (rowOf(open.element).kind == ElementKind::Formatting && !open.ended && !isTarget &&
-            open.tagLength <= kLongestCarried && carried.size() < kMostCarried)
-            carried.push_back({open.element, m_out.mid(open.tag, open.tagLength)});
+            open.tagLength <= kLongestCarried && carried.size() < kMostCarried) {
+            const std::pair tag(open.element, m_out.mid(open.tag, open.tagLength));
+            if (std::find(carried.begin(), carried.end(), tag) == carried.end())
+                carried.push_back(tag);
+        }
         m_out += "</";
         m_out += rowOf(open.element).name;
         m_out += '>';
+        --m_count[std::size_t(open.element)];
         m_open.pop_back();
     }
     if (m_anySkipped && depth < std::size_t(kDeepestElement) / 2) {
@@ -296,6 +301,7 @@ void TagBalance::carryOn(const Carried &carried)
         if (m_open.size() + 2 >= std::size_t(kDeepestElement) || m_carriedLeft-- <= 0)
             return;
         m_open.push_back({element, false, m_out.size(), tag.size()});
+        ++m_count[std::size_t(element)];
         m_out += tag;
     }
 }
@@ -309,6 +315,9 @@ int TagBalance::nearestTable() const
 /// Depth of the innermost of @p elements above @p floor; -1: none.
 int TagBalance::depthOf(std::initializer_list<Element> elements, int floor) const
 {
+    if (std::none_of(elements.begin(), elements.end(),
+                     [this](Element one) { return m_count[std::size_t(one)] > 0; }))
+        return -1;
     for (int depth = int(m_open.size()) - 1; depth > floor; --depth)
         if (std::find(elements.begin(), elements.end(), m_open[std::size_t(depth)].element) != elements.end())
             return depth;

@@ -58,6 +58,7 @@ private:
     QByteArray m_body;
     qsizetype m_free = 0;
     std::vector<Open> m_open;
+    std::array<int, kElements.size()> m_count = {};   ///< open ones, by element
     std::array<int, kElements.size()> m_skipped = {}; ///< start tags dropped for their depth, by element
     bool m_anySkipped = false;
     int m_carriedLeft;

@@ -1,0 +1,727 @@
+#include "html/emitter.h"
+
+#include "html/htmlescape.h"
+#include "html/parsedhtml.h"
+#include "html/urls.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kLongestWord = 80;
+constexpr int kDeepestList = 8;
+constexpr int kDeepestBox = 2;
+constexpr double kGreatestIndent = 160;
+constexpr double kGreatestImage = 800;
+constexpr int kMostBlocks = 6000; // per first look; a text document is quadratic in the items of lists
+constexpr int kMostItems = 1500;
+constexpr int kMostGrowth = 3; // of what is written against what was read
+
+struct Shape
+{
+    enum Kind {
+        Inline,
+        Block,
+        List,
+        Table,
+        Section,
+        Cell,
+        Link,
+        Image,
+        Break,
+        Rule,
+        Input,
+        Quote,
+        Body,
+        Through,
+        Drop
+    };
+    GumboTag tag;
+    Kind kind;
+    QStringView name; ///< what it is written as
+};
+
+constexpr Shape kShapes[] = {
+    {GUMBO_TAG_HTML, Shape::Through, u""},      {GUMBO_TAG_HEAD, Shape::Through, u""},
+    {GUMBO_TAG_BODY, Shape::Body, u"body"},     {GUMBO_TAG_A, Shape::Link, u"a"},
+    {GUMBO_TAG_B, Shape::Inline, u"b"},         {GUMBO_TAG_STRONG, Shape::Inline, u"b"},
+    {GUMBO_TAG_I, Shape::Inline, u"i"},         {GUMBO_TAG_EM, Shape::Inline, u"i"},
+    {GUMBO_TAG_CITE, Shape::Inline, u"i"},      {GUMBO_TAG_DFN, Shape::Inline, u"i"},
+    {GUMBO_TAG_VAR, Shape::Inline, u"i"},       {GUMBO_TAG_U, Shape::Inline, u"u"},
+    {GUMBO_TAG_INS, Shape::Inline, u"u"},       {GUMBO_TAG_S, Shape::Inline, u"s"},
+    {GUMBO_TAG_STRIKE, Shape::Inline, u"s"},    {GUMBO_TAG_DEL, Shape::Inline, u"s"},
+    {GUMBO_TAG_CODE, Shape::Inline, u"code"},   {GUMBO_TAG_TT, Shape::Inline, u"code"},
+    {GUMBO_TAG_KBD, Shape::Inline, u"code"},    {GUMBO_TAG_SAMP, Shape::Inline, u"code"},
+    {GUMBO_TAG_BIG, Shape::Inline, u"big"},     {GUMBO_TAG_SMALL, Shape::Inline, u"small"},
+    {GUMBO_TAG_SUB, Shape::Inline, u"sub"},     {GUMBO_TAG_SUP, Shape::Inline, u"sup"},
+    {GUMBO_TAG_SPAN, Shape::Inline, u"span"},   {GUMBO_TAG_FONT, Shape::Inline, u"span"},
+    {GUMBO_TAG_MARK, Shape::Inline, u"span"},   {GUMBO_TAG_LABEL, Shape::Inline, u"span"},
+    {GUMBO_TAG_ABBR, Shape::Inline, u"span"},   {GUMBO_TAG_ACRONYM, Shape::Inline, u"span"},
+    {GUMBO_TAG_NOBR, Shape::Inline, u"span"},   {GUMBO_TAG_TIME, Shape::Inline, u"span"},
+    {GUMBO_TAG_Q, Shape::Quote, u"span"},       {GUMBO_TAG_P, Shape::Block, u"p"},
+    {GUMBO_TAG_H1, Shape::Block, u"h1"},        {GUMBO_TAG_H2, Shape::Block, u"h2"},
+    {GUMBO_TAG_H3, Shape::Block, u"h3"},        {GUMBO_TAG_H4, Shape::Block, u"h4"},
+    {GUMBO_TAG_H5, Shape::Block, u"h5"},        {GUMBO_TAG_H6, Shape::Block, u"h6"},
+    {GUMBO_TAG_PRE, Shape::Block, u"pre"},      {GUMBO_TAG_BLOCKQUOTE, Shape::Block, u"blockquote"},
+    {GUMBO_TAG_DL, Shape::Block, u"dl"},        {GUMBO_TAG_DT, Shape::Block, u"dt"},
+    {GUMBO_TAG_DD, Shape::Block, u"dd"},        {GUMBO_TAG_LI, Shape::Block, u"li"},
+    {GUMBO_TAG_UL, Shape::List, u"ul"},         {GUMBO_TAG_OL, Shape::List, u"ol"},
+    {GUMBO_TAG_MENU, Shape::List, u"ul"},       {GUMBO_TAG_DIR, Shape::List, u"ul"},
+    {GUMBO_TAG_TABLE, Shape::Table, u"table"},  {GUMBO_TAG_TBODY, Shape::Section, u""},
+    {GUMBO_TAG_THEAD, Shape::Section, u""},     {GUMBO_TAG_TFOOT, Shape::Section, u""},
+    {GUMBO_TAG_TR, Shape::Section, u"tr"},      {GUMBO_TAG_TD, Shape::Cell, u"td"},
+    {GUMBO_TAG_TH, Shape::Cell, u"th"},         {GUMBO_TAG_CAPTION, Shape::Cell, u"td"},
+    {GUMBO_TAG_IMG, Shape::Image, u"img"},      {GUMBO_TAG_BR, Shape::Break, u"br"},
+    {GUMBO_TAG_HR, Shape::Rule, u"hr"},         {GUMBO_TAG_INPUT, Shape::Input, u""},
+    {GUMBO_TAG_DIV, Shape::Block, u"div"},      {GUMBO_TAG_CENTER, Shape::Block, u"div"},
+    {GUMBO_TAG_ADDRESS, Shape::Block, u"div"},  {GUMBO_TAG_ARTICLE, Shape::Block, u"div"},
+    {GUMBO_TAG_ASIDE, Shape::Block, u"div"},    {GUMBO_TAG_DETAILS, Shape::Block, u"div"},
+    {GUMBO_TAG_FIELDSET, Shape::Block, u"div"}, {GUMBO_TAG_FIGCAPTION, Shape::Block, u"div"},
+    {GUMBO_TAG_FIGURE, Shape::Block, u"div"},   {GUMBO_TAG_FOOTER, Shape::Block, u"div"},
+    {GUMBO_TAG_HEADER, Shape::Block, u"div"},   {GUMBO_TAG_MAIN, Shape::Block, u"div"},
+    {GUMBO_TAG_NAV, Shape::Block, u"div"},      {GUMBO_TAG_SECTION, Shape::Block, u"div"},
+    {GUMBO_TAG_SUMMARY, Shape::Block, u"div"},
+};
+
+/// What is written for @p tag; what is not on the list is dropped with all its content.
+Shape shapeOf(GumboTag tag)
+{
+    static const auto shapes = [] {
+        std::array<Shape, GUMBO_TAG_LAST + 1> all;
+        all.fill({GUMBO_TAG_UNKNOWN, Shape::Drop, u""});
+        for (const Shape &shape : kShapes)
+            all[std::size_t(shape.tag)] = shape;
+        return all;
+    }();
+    return shapes[std::size_t(tag)];
+}
+
+bool isHeading(GumboTag tag)
+{
+    return tag >= GUMBO_TAG_H1 && tag <= GUMBO_TAG_H6;
+}
+
+QString pixels(double value)
+{
+    return QString::number(std::lround(value)) + u"px"_s;
+}
+
+void declare(QString &out, QStringView property, QStringView value)
+{
+    out.append(property).append(u':').append(value).append(u';');
+}
+
+void give(QString &out, QStringView attribute, QStringView value)
+{
+    out.append(u' ').append(attribute).append(u"=\"").append(value).append(u'"');
+}
+
+bool isFilled(const Style &style)
+{
+    return style.background && *style.background != kTransparent;
+}
+
+QString rounded(double value)
+{
+    return QString::number(std::lround(value));
+}
+
+/// The width attribute of a table or a cell.
+void giveWidth(QString &out, const Style &style)
+{
+    if (style.widthPercent)
+        give(out, u"width", rounded(*style.widthPercent) + u'%');
+    else if (style.width)
+        give(out, u"width", rounded(*style.width));
+}
+
+/// A width or height attribute; percentages only if @p percent is given.
+void readSize(const QString &text, std::optional<double> &size, std::optional<double> *percent)
+{
+    QStringView value = QStringView(text).trimmed();
+    if (value.isEmpty())
+        return;
+    if (value.endsWith(u'%')) {
+        if (bool ok = false; percent)
+            if (const double number = value.chopped(1).toDouble(&ok); ok && number > 0)
+                *percent = std::min(number, 100.0);
+        return;
+    }
+    if (const auto length = parseLength(value, kLeastFontSize))
+        size = std::clamp(*length, 0.0, 1600.0);
+}
+
+/// <font size>: 1 to 7, or steps from 3.
+std::optional<double> legacyFontSize(const QString &text)
+{
+    constexpr double kSizes[] = {10, 13, 16, 18, 24, 32, 48};
+    bool ok = false;
+    const int number = text.trimmed().toInt(&ok);
+    const bool relative = text.trimmed().startsWith(u'+') || text.trimmed().startsWith(u'-');
+    return ok ? std::optional(kSizes[std::clamp(relative ? 3 + number : number, 1, 7) - 1]) : std::nullopt;
+}
+
+/// Whether @p source is a bitmap that stands in the text itself (RFC 2397).
+bool isPictureInText(const QString &source)
+{
+    static constexpr QStringView kTypes[] = {u"png", u"jpeg", u"jpg", u"gif", u"bmp", u"webp"};
+    constexpr QStringView kBase64 = u";base64,";
+    if (!source.startsWith(u"data:image/", Qt::CaseInsensitive))
+        return false;
+    const QStringView rest = QStringView(source).sliced(11);
+    const auto isType = [&](QStringView type) {
+        return rest.startsWith(type, Qt::CaseInsensitive) &&
+               rest.sliced(type.size()).startsWith(kBase64, Qt::CaseInsensitive);
+    };
+    const auto isDigit = [](QChar c) {
+        return c < u'\x80' && (c.isLetterOrNumber() || c == u'+' || c == u'/' || c == u'=' || c == u'%');
+    };
+    const auto type = std::find_if(std::begin(kTypes), std::end(kTypes), isType);
+    if (type == std::end(kTypes))
+        return false;
+    const QStringView digits = rest.sliced(type->size() + kBase64.size());
+    return std::all_of(digits.begin(), digits.end(), isDigit);
+}
+
+} // namespace
+
+Emitter::Emitter(const HtmlOptions &options, const TablePlan &plan, StyleSheet &sheet)
+    : m_options(options)
+    , m_plan(plan)
+    , m_sheet(sheet)
+    , m_boxesLeft(plan.tablesLeft())
+    , m_blocksLeft(kMostBlocks * options.effort())
+    , m_itemsLeft(kMostItems * options.effort())
+{
+    m_frames.emplace_back();
+    context().fontSize = options.fontSize;
+}
+
+bool Emitter::enter(const GumboNode *node)
+{
+    if (isText(node)) {
+        if (!context().rows)
+            text(QString::fromUtf8(node->v.text.text));
+        return false;
+    }
+    m_frames.push_back({context(), {}, -1, {}});
+    if (openElement(node, tagOf(node)))
+        return true;
+    m_frames.pop_back();
+    return false;
+}
+
+void Emitter::leave(const GumboNode *)
+{
+    Frame &frame = m_frames.back();
+    m_result.html += frame.closing;
+    if (frame.linkText >= 0) {
+        const QString shown = m_shown.sliced(frame.linkText).simplified();
+        if (isDeceptive(shown, frame.target))
+            m_result.deceptiveLinks.append({shown, frame.target});
+    }
+    m_frames.pop_back();
+}
+
+SafeHtml Emitter::finish(bool truncated)
+{
+    m_result.truncated = truncated;
+    m_result.html = u"<html>"_s + m_result.html + u"</html>"_s;
+    return std::move(m_result);
+}
+
+bool Emitter::openElement(const GumboNode *node, GumboTag tag)
+{
+    const Shape shape = shapeOf(tag);
+    if (shape.kind == Shape::Drop || shape.kind == Shape::Through)
+        return shape.kind == Shape::Through;
+    if (m_result.html.size() - m_pictures > m_options.cap * kMostGrowth)
+        return true; // from here on the text alone
+    const Style style = styleOf(node, tag);
+    if (style.isInvisible() && shape.kind != Shape::Body)
+        return false;
+    if (style.hidden)
+        context().hidden = *style.hidden;
+    if (style.fontSize)
+        context().unseen = *style.fontSize < 1;
+    switch (shape.kind) {
+    case Shape::Body: return openBody(node, style);
+    case Shape::Block: return openBlock(node, shape.name, style);
+    case Shape::List: return openList(node, shape.name, style);
+    case Shape::Table: return openTable(node, style);
+    case Shape::Cell: return openCell(node, tag, style);
+    case Shape::Link: return openLink(node, style);
+    case Shape::Image: image(node, style); return false;
+    case Shape::Input: input(node); return false;
+    case Shape::Break:
+    case Shape::Rule:
+        m_word = 0;
+        m_shown += u' ';
+        if (!context().hidden && !context().rows)
+            m_result.html += shape.kind == Shape::Break ? u"<br>" : u"<hr>";
+        return false;
+    case Shape::Section:
+        if (!context().rows)
+            return tag != GUMBO_TAG_TR || openBlock(node, u"div", Style());
+        if (tag == GUMBO_TAG_TR) {
+            QString attributes;
+            if (isFilled(style))
+                give(attributes, u"bgcolor", colourName(*style.background));
+            open(u"tr", attributes, {});
+        }
+        return true;
+    case Shape::Quote:
+        text(u"\x201C");
+        openInline(node, shape.name, style);
+        m_frames.back().closing += u'\x201D';
+        return true;
+    default: return openInline(node, shape.name, style);
+    }
+}
+
+bool Emitter::openInline(const GumboNode *node, QStringView name, const Style &style)
+{
+    if ((name == u"b" && context().weight >= 700) || (name == u"i" && context().italic))
+        name = u"span";
+    if (name == u"b")
+        context().weight = 700;
+    if (name == u"i")
+        context().italic = true;
+    QString css = textStyle(style);
+    if (isFilled(style))
+        declare(css, u"background-color", colourName(*style.background));
+    if (style.verticalAlign == u"sub" || style.verticalAlign == u"super")
+        declare(css, u"vertical-align", style.verticalAlign);
+    if (tagOf(node) == GUMBO_TAG_NOBR || style.whiteSpace == u"nowrap")
+        declare(css, u"white-space", u"nowrap");
+    if (name == u"span" && css.isEmpty())
+        return true;
+    open(name, {}, css);
+    return true;
+}
+
+bool Emitter::openBlock(const GumboNode *node, QStringView name, const Style &style)
+{
+    m_word = 0;
+    m_shown += u' ';
+    const bool item = name == u"li";
+    if ((item && --m_itemsLeft < 0) || --m_blocksLeft < 0) {
+        m_result.html += item ? u"<br>\x2022 " : u"<br>";
+        return true;
+    }
+    if (name == u"pre" || style.whiteSpace.startsWith(u"pre"))
+        context().verbatim = true;
+    else if (style.whiteSpace == u"normal")
+        context().verbatim = false;
+    if (isHeading(tagOf(node)))
+        context().weight = 700;
+    if (name == u"blockquote" && context().indent >= kGreatestIndent)
+        name = u"div";
+    if (name == u"blockquote")
+        context().indent += 40;
+    if (name == u"div" && wantsBox(node, style))
+        return openBox(node, style);
+    QString attributes;
+    if (const QString direction = attributeOf(node, "dir").toLower();
+        direction == u"rtl" || direction == u"ltr")
+        give(attributes, u"dir", direction);
+    const QString css = textStyle(style) + blockStyle(style, false);
+    open(name, attributes, css);
+    return true;
+}
+
+/// A text document knows neither padding nor borders nor a width of blocks; it does of tables.
+bool Emitter::wantsBox(const GumboNode *node, const Style &style) const
+{
+    const Context &now = m_frames.back().context;
+    if (m_boxesLeft <= 0 || now.boxes >= kDeepestBox || now.tables >= m_plan.depth() || now.rows)
+        return false;
+    if (m_plan.holdsTable(node) && now.tables > 0)
+        return false;
+    const bool filled = isFilled(style);
+    const bool narrow = (style.maxWidth && *style.maxWidth >= 100) || (style.width && *style.width >= 100);
+    return style.hasBorder() || (filled && style.hasPadding()) || (narrow && style.autoMargin[Left]);
+}
+
+bool Emitter::openBox(const GumboNode *, const Style &style)
+{
+    --m_boxesLeft;
+    ++context().boxes;
+    ++context().tables;
+    QString attributes = u" cellspacing=\"0\" cellpadding=\"0\""_s;
+    const double width = style.maxWidth.value_or(style.width.value_or(0));
+    give(attributes, u"width", width >= 100 ? rounded(width) : u"100%"_s);
+    if (style.autoMargin[Left])
+        give(attributes, u"align", u"center");
+    QString margins;
+    for (const auto &[side, name] : {std::pair(Top, u"margin-top"), std::pair(Bottom, u"margin-bottom")})
+        if (style.margin[side])
+            declare(margins, name, pixels(*style.margin[side]));
+    open(u"table", attributes, margins);
+    const QString closing = m_frames.back().closing;
+    const QString css = textStyle(style) + blockStyle(style, true) + boxStyle(style);
+    m_result.html += u"<tr>";
+    open(u"td", {}, css);
+    m_frames.back().closing = u"</td></tr>"_s + closing;
+    return true;
+}
+
+bool Emitter::openLink(const GumboNode *node, const Style &style)
+{
+    const QString target = safeTarget(attributeOf(node, "href"));
+    if (target.isEmpty())
+        return openInline(node, u"span", style);
+    if (!target.startsWith(u'#'))
+        m_result.links.append(target);
+    context().colour.reset(); // links have a colour of their own
+    QString css = textStyle(style);
+    const bool button = isFilled(style);
+    if (button)
+        declare(css, u"background-color", colourName(*style.background));
+    QString attributes;
+    give(attributes, u"href", htmlEscaped(target));
+    open(u"a", attributes, css);
+    const bool padded = button && style.padding[Left].value_or(0) >= 4;
+    if (padded) {
+        m_result.html += u"\x00A0\x00A0";
+        m_frames.back().closing = u"\x00A0\x00A0</a>"_s;
+    }
+    m_frames.back().linkText = m_shown.size();
+    m_frames.back().target = target;
+    return true;
+}
+
+bool Emitter::openList(const GumboNode *node, QStringView name, const Style &style)
+{
+    if (++context().lists > kDeepestList)
+        return openBlock(node, u"div", style);
+    QString attributes;
+    bool ok = false;
+    if (const int start = attributeOf(node, "start").toInt(&ok); ok && start >= 0)
+        give(attributes, u"start", QString::number(start));
+    QString css = textStyle(style);
+    if (!style.listStyle.isEmpty())
+        declare(css, u"list-style-type", style.listStyle);
+    open(name, attributes, css);
+    return true;
+}
+
+bool Emitter::openTable(const GumboNode *node, const Style &style)
+{
+    m_word = 0;
+    if (!m_plan.keeps(node) || context().tables >= m_plan.depth() + 1) {
+        context().rows = false;
+        return openBlock(node, u"div", style);
+    }
+    ++context().tables;
+    context().rows = true;
+    const auto number = [&](const char *name, int greatest, int otherwise) {
+        bool ok = false;
+        const int value = attributeOf(node, name).toInt(&ok);
+        return QString::number(ok ? std::clamp(value, 0, greatest) : otherwise);
+    };
+    QString attributes;
+    give(attributes, u"cellpadding", number("cellpadding", 40, 1));
+    give(attributes, u"cellspacing", number("cellspacing", 20, style.collapsedBorders ? 0 : 2));
+    if (const QString width = number("border", 4, 0); width != u"0")
+        give(attributes, u"border", width);
+    giveWidth(attributes, style);
+    if (attributeOf(node, "align").compare(u"center", Qt::CaseInsensitive) == 0 || style.autoMargin[Left])
+        give(attributes, u"align", u"center");
+    Style outside = style; // alignment of the table is none of its text
+    outside.align = {};
+    QString css = textStyle(outside);
+    if (isFilled(style))
+        declare(css, u"background-color", colourName(*style.background));
+    for (const auto &[side, name] : {std::pair(Top, u"margin-top"), std::pair(Bottom, u"margin-bottom")})
+        if (style.margin[side])
+            declare(css, name, pixels(*style.margin[side]));
+    if (style.hasBorder()) {
+        const auto side = std::find_if(style.border.begin(), style.border.end(),
+                                       [](const auto &one) { return one.width > 0 && one.line != u"none"; });
+        declare(css, u"border-width", pixels(side->width));
+        declare(css, u"border-style", side->line);
+        declare(css, u"border-color", colourName(side->colour));
+    }
+    open(u"table", attributes, css);
+    return true;
+}
+
+bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
+{
+    m_word = 0;
+    m_shown += u' ';
+    if (tag == GUMBO_TAG_TH)
+        context().weight = 700;
+    if (!context().rows) { // of a table that has given way to its content
+        const bool alone = node->index_within_parent == 0 && node->parent->v.element.children.length <= 2;
+        if (alone || tag == GUMBO_TAG_CAPTION)
+            return openBlock(node, u"div", style);
+        openInline(node, u"span", style);
+        m_frames.back().closing += u"\x00A0 ";
+        return true;
+    }
+    context().rows = false;
+    QString attributes;
+    for (const char *key : {"colspan", "rowspan"})
+        if (const int span = TablePlan::span(node, key); span > 1)
+            give(attributes, QLatin1StringView(key).toString(), QString::number(span));
+    giveWidth(attributes, style);
+    if (style.verticalAlign == u"top" || style.verticalAlign == u"middle" || style.verticalAlign == u"bottom")
+        give(attributes, u"valign", style.verticalAlign);
+    if (!style.align.isEmpty())
+        give(attributes, u"align", style.align);
+    QString css = textStyle(style) + blockStyle(style, true) + boxStyle(style);
+    if (style.whiteSpace == u"nowrap" || hasAttribute(node, "nowrap"))
+        declare(css, u"white-space", u"nowrap");
+    const bool caption = tag == GUMBO_TAG_CAPTION;
+    if (caption)
+        m_result.html += u"<tr>";
+    open(tag == GUMBO_TAG_TH ? u"th" : u"td", attributes, css);
+    if (caption)
+        m_frames.back().closing += u"</tr>";
+    return true;
+}
+
+bool Emitter::openBody(const GumboNode *, const Style &style)
+{
+    QString css = textStyle(style);
+    if (isFilled(style)) {
+        m_result.background = colourName(*style.background);
+        declare(css, u"background-color", m_result.background);
+    }
+    open(u"body", {}, css);
+    return true;
+}
+
+void Emitter::image(const GumboNode *node, const Style &style)
+{
+    const auto tiny = [](const std::optional<double> &size) { return size && *size <= 1; };
+    if (context().rows || context().hidden || tiny(style.width) || tiny(style.height))
+        return; // pictures of one point count who reads
+    const QString source = attributeOf(node, "src").trimmed();
+    const bool remote = source.startsWith(u"http://", Qt::CaseInsensitive) ||
+                        source.startsWith(u"https://", Qt::CaseInsensitive) || source.startsWith(u"//");
+    const bool cid = source.startsWith(u"cid:", Qt::CaseInsensitive);
+    const QString address = source.startsWith(u"//") ? u"https:"_s + source : source;
+    if ((remote || cid) && !m_listed.contains(address)) {
+        m_listed.insert(address);
+        if (cid)
+            m_result.cids.append(
+                QString::fromUtf8(QByteArray::fromPercentEncoding(source.sliced(4).toUtf8())));
+        else
+            m_result.remoteImages.append(address);
+    }
+    if (!cid && !(remote && m_options.remoteImages) && !isPictureInText(source))
+        return placeholder(node);
+    m_pictures += remote || cid ? 0 : address.size();
+    m_word = 0;
+    QString attributes;
+    give(attributes, u"src", htmlEscaped(address));
+    const double shrink = std::min(1.0, kGreatestImage / std::max(style.width.value_or(1), 1.0));
+    if (style.width)
+        give(attributes, u"width", rounded(*style.width * shrink));
+    if (style.height)
+        give(attributes, u"height", rounded(*style.height * shrink));
+    if (const QString alt = attributeOf(node, "alt"); !alt.isEmpty())
+        give(attributes, u"alt", htmlEscaped(alt));
+    m_result.html += u"<img"_s + attributes + u'>';
+}
+
+/// A picture that is not shown leaves its words.
+void Emitter::placeholder(const GumboNode *node)
+{
+    const QString alt = attributeOf(node, "alt").simplified();
+    if (!alt.isEmpty())
+        text(alt);
+}
+
+void Emitter::input(const GumboNode *node)
+{
+    const QString type = attributeOf(node, "type").toLower();
+    if (context().rows || type == u"hidden" || type == u"password")
+        return;
+    const bool checked = hasAttribute(node, "checked");
+    if (type == u"checkbox" || type == u"radio")
+        text(type == u"radio" ? (checked ? u"\x25C9 " : u"\x25CB ") : (checked ? u"\x2611 " : u"\x2610 "));
+    else if (const QString value = attributeOf(node, "value").simplified(); !value.isEmpty())
+        text(u'[' + value + u']');
+}
+
+void Emitter::text(QStringView text)
+{
+    const Context &now = context();
+    if (now.hidden || now.unseen)
+        return;
+    QString out;
+    out.reserve(text.size());
+    for (QChar c : text) {
+        const bool blank = c == u' ' || c == u'\n' || c == u'\t' || c == u'\r' || c == u'\f';
+        if (blank && !now.verbatim) {
+            if (!out.isEmpty() && out.back() == u' ')
+                continue;
+            c = u' ';
+        }
+        const bool breaks = blank || c == u'-' || c == u'/' || c == u'?' || c == u'\x200B' ||
+                            c == u'\x00AD' || c.unicode() >= 0x2E80; // ideographs break anywhere
+        m_word = breaks && !c.isLowSurrogate() ? 0 : m_word + 1;
+        if (m_word > kLongestWord && !c.isLowSurrogate()) {
+            out += u'\x200B';
+            m_word = 1;
+        }
+        out += c;
+    }
+    m_shown += out;
+    appendEscaped(m_result.html, out);
+}
+
+Style Emitter::styleOf(const GumboNode *node, GumboTag tag)
+{
+    Style style;
+    attributeStyle(node, tag, style);
+    const double fontSize =
+        m_frames.size() > 1 ? m_frames[m_frames.size() - 2].context.fontSize : m_options.fontSize;
+    m_sheet.apply(node, fontSize, style);
+    if (const GumboAttribute *given = gumbo_get_attribute(&node->v.element.attributes, "style"))
+        applyDeclarations(QString::fromUtf8(given->value), fontSize, style);
+    return style;
+}
+
+/// What older mail says by attributes.
+void Emitter::attributeStyle(const GumboNode *node, GumboTag tag, Style &style) const
+{
+    const GumboVector &attributes = node->v.element.attributes;
+    for (unsigned i = 0; i < attributes.length; ++i) {
+        const auto *attribute = static_cast<const GumboAttribute *>(attributes.data[i]);
+        const QByteArrayView name(attribute->name);
+        const QString value = QString::fromUtf8(attribute->value);
+        if (name == "align" && tag == GUMBO_TAG_IMG)
+            applyDeclarations(u"float:"_s + value, 0, style);
+        else if (name == "align" && tag != GUMBO_TAG_TABLE)
+            applyDeclarations(u"text-align:"_s + value, 0, style);
+        else if (name == "valign")
+            applyDeclarations(u"vertical-align:"_s + value, 0, style);
+        else if (name == "bgcolor")
+            style.background = parseAttributeColour(value);
+        else if ((name == "color" && tag == GUMBO_TAG_FONT) || (name == "text" && tag == GUMBO_TAG_BODY))
+            style.colour = parseAttributeColour(value);
+        else if (name == "face")
+            applyDeclarations(u"font-family:"_s + value, 0, style);
+        else if (name == "size" && tag == GUMBO_TAG_FONT)
+            style.fontSize = legacyFontSize(value);
+        else if (name == "width")
+            readSize(value, style.width, tag == GUMBO_TAG_IMG ? nullptr : &style.widthPercent);
+        else if (name == "height")
+            readSize(value, style.height, nullptr);
+        else if (name == "hidden")
+            style.dropped = true;
+    }
+    if (tag == GUMBO_TAG_CENTER)
+        style.align = u"center";
+    if (tag == GUMBO_TAG_MARK)
+        style.background = 0xFFF2A8;
+    if (tag != GUMBO_TAG_IMG)
+        style.height.reset(); // a cell's or table's height is the least one, it hides nothing
+}
+
+/// The declarations of text that change something here; the context knows them from now on.
+QString Emitter::textStyle(const Style &style)
+{
+    Context &now = context();
+    QString css;
+    if (style.colour && *style.colour != kTransparent && style.colour != now.colour) {
+        now.colour = style.colour;
+        m_result.hasOwnColours = m_result.hasOwnColours || *style.colour != 0;
+        declare(css, u"color", colourName(*style.colour));
+    }
+    if (isFilled(style))
+        m_result.hasOwnColours = true;
+    if (style.fontSize && *style.fontSize >= 1 && *style.fontSize != now.fontSize) {
+        now.fontSize = *style.fontSize;
+        declare(css, u"font-size", pixels(std::max(*style.fontSize * m_options.zoom, 1.0)));
+    }
+    if (!style.family.isEmpty() && style.family != now.family) {
+        now.family = style.family;
+        declare(css, u"font-family", style.family);
+    }
+    if (style.weight && *style.weight != now.weight) {
+        now.weight = *style.weight;
+        declare(css, u"font-weight", QString::number(now.weight));
+    }
+    if (style.italic && *style.italic != now.italic) {
+        now.italic = *style.italic;
+        declare(css, u"font-style", now.italic ? u"italic" : u"normal");
+    }
+    if (style.decoration) {
+        static constexpr QStringView kNames[] = {u"none", u"underline", u"line-through"};
+        declare(css, u"text-decoration", kNames[std::size_t(*style.decoration)]);
+    }
+    if (!style.transform.isEmpty())
+        declare(css, u"text-transform", style.transform);
+    return css;
+}
+
+/// @p boxed: padding and borders are said elsewhere.
+QString Emitter::blockStyle(const Style &style, bool boxed)
+{
+    QString css;
+    if (!style.align.isEmpty())
+        declare(css, u"text-align", style.align);
+    if (style.lineHeight)
+        declare(css, u"line-height", QString::number(std::lround(*style.lineHeight)) + u'%');
+    if (style.textIndent && *style.textIndent > 0)
+        declare(css, u"text-indent", pixels(*style.textIndent));
+    if (context().verbatim && style.whiteSpace.startsWith(u"pre"))
+        declare(css, u"white-space", u"pre-wrap");
+    if (boxed)
+        return css;
+    if (isFilled(style))
+        declare(css, u"background-color", colourName(*style.background));
+    static constexpr QStringView kMargins[] = {u"margin-top", u"margin-right", u"margin-bottom",
+                                               u"margin-left"};
+    for (const Side side : {Top, Right, Bottom, Left}) {
+        if (!style.margin[side] && !style.padding[side])
+            continue;
+        double margin = style.margin[side].value_or(0) + style.padding[side].value_or(0);
+        if (side == Left || side == Right) {
+            margin = std::min(margin, std::max(kGreatestIndent - context().indent, 0.0));
+            context().indent += margin;
+        }
+        declare(css, kMargins[side], pixels(margin));
+    }
+    return css;
+}
+
+QString Emitter::boxStyle(const Style &style) const
+{
+    static constexpr QStringView kSides[] = {u"top", u"right", u"bottom", u"left"};
+    QString css;
+    if (isFilled(style))
+        declare(css, u"background-color", colourName(*style.background));
+    for (const Side side : {Top, Right, Bottom, Left}) {
+        if (style.padding[side])
+            declare(css, u"padding-"_s + kSides[side].toString(), pixels(*style.padding[side]));
+        const Style::Border &border = style.border[side];
+        if (border.width <= 0 || border.line == u"none" || border.colour == kTransparent)
+            continue;
+        const QString name = u"border-"_s + kSides[side].toString();
+        declare(css, name + u"-width"_s, pixels(border.width));
+        declare(css, name + u"-style"_s, border.line);
+        declare(css, name + u"-color"_s, colourName(border.colour));
+    }
+    return css;
+}
+
+/// Writes a start tag and notes the end tag. @p attributes are written already.
+void Emitter::open(QStringView name, const QString &attributes, const QString &style)
+{
+    QString &html = m_result.html;
+    html.append(u'<').append(name).append(attributes);
+    if (!style.isEmpty())
+        html.append(u" style=\"").append(QStringView(style).chopped(1)).append(u'"');
+    html.append(u'>');
+    m_frames.back().closing = u"</"_s + name.toString() + u'>';
+}
