@@ -104,6 +104,7 @@ private slots:
     void statusFields();
     void writtenForm();
     void comesBackByteForByte();
+    void demoComesBackToo();
     void cutAnywhere();
     void goesOnWhereItStopped();
     void notesWhatItSkips();
@@ -268,6 +269,26 @@ void MboxTest::comesBackByteForByte()
             QCOMPARE(back[i].sender, QByteArray("aiko@tidewater.example"));
             QCOMPARE(back[i].date.value_or(0), qint64(1795171320));
         }
+    }
+}
+
+/// Mail as it is met: every kind of part, character set and fault that the demo shows.
+void MboxTest::demoComesBackToo()
+{
+    const QList<MboxMessage> demo =
+        readAll(Scratch::read(QStringLiteral(VELMAR_TEST_DATA "/../../data/demo.mbox")));
+    QVERIFY(demo.size() >= 60);
+    QList<Written> sent;
+    for (const MboxMessage &message : demo) {
+        QVERIFY2(message.text.startsWith("Return-Path: <"), message.text.left(80).constData());
+        QVERIFY(message.date.has_value());
+        sent.append({message.text, message.flags});
+    }
+    const QList<MboxMessage> back = readAll(exported(sent));
+    QCOMPARE(back.size(), demo.size());
+    for (qsizetype i = 0; i < demo.size(); ++i) {
+        QCOMPARE(back[i].text, demo[i].text);
+        QVERIFY(back[i].flags == demo[i].flags);
     }
 }
 
