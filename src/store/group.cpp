@@ -1,0 +1,227 @@
+#include "store/group.h"
+
+#include "config/directory.h"
+#include "config/reporter.h"
+#include "store/grouprepair.h"
+#include "store/summary.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Dead rows are dropped when they are many, and many of all.
+constexpr int kManyDeadRows = 1000;
+constexpr int kDeadShare = 4;
+
+} // namespace
+
+Group::Group(GroupRecord record, const QString &directory, QObject *parent)
+    : QObject(parent)
+    , m_record(std::move(record))
+    , m_files(directory)
+{
+    m_files.setCompresses(!has(GroupUncompressed));
+}
+
+OverviewFile::Counts Group::counts()
+{
+    if (isOpen())
+        return m_files.overviews().counts();
+    if (!m_countsKnown) {
+        if (const auto head = OverviewFile::headOf(m_files.directory()))
+            m_closedCounts = head->counts;
+        else
+            m_closedCounts = ready() ? m_files.overviews().counts() : OverviewFile::Counts();
+        m_countsKnown = true;
+    }
+    return m_closedCounts;
+}
+
+Group::Opened Group::open()
+{
+    if (m_state != Opened::Closed)
+        return m_state;
+    const bool writable = storeAccess() == StoreAccess::ReadWrite;
+    switch (m_files.open(writable)) {
+    case GroupFiles::State::Good:
+    case GroupFiles::State::Recovered: m_state = Opened::Ready; break;
+    case GroupFiles::State::Damaged: m_state = writable ? Opened::NeedsRepair : Opened::Failed; break;
+    case GroupFiles::State::Unreadable: m_state = Opened::Failed; break;
+    }
+    if (m_state == Opened::Ready && needsRepair() && writable)
+        m_state = Opened::NeedsRepair;
+    if (m_state == Opened::Failed)
+        report(ReportLevel::Warning, "Unable to open group '%s'", qUtf8Printable(m_record.name));
+    return m_state;
+}
+
+void Group::close()
+{
+    if (isOpen()) {
+        m_closedCounts = m_files.overviews().counts();
+        m_countsKnown = true;
+    }
+    m_files.close();
+    m_state = Opened::Closed;
+}
+
+bool Group::repair()
+{
+    if (open() == Opened::Failed)
+        return false;
+    const bool repaired = GroupRepair(m_files).run() == GroupRepair::Progress::Done;
+    m_state = repaired ? Opened::Ready : Opened::Failed;
+    if (!repaired)
+        return false;
+    m_record.flags &= ~quint32(GroupNeedsRepair);
+    emit rowsReset();
+    emit countsChanged();
+    return true;
+}
+
+void Group::recount()
+{
+    if (ready())
+        m_files.recount();
+}
+
+/// Opens the group for whatever is wanted, and repairs it when that is the only way.
+bool Group::ready()
+{
+    return open() == Opened::Ready || (m_state == Opened::NeedsRepair && repair());
+}
+
+int Group::rowCount()
+{
+    return ready() ? m_files.overviews().rowCount() : 0;
+}
+
+int Group::rowOf(quint32 article)
+{
+    return ready() ? m_files.overviews().rowOf(article) : -1;
+}
+
+std::optional<Overview> Group::overview(quint32 article)
+{
+    const int row = rowOf(article);
+    if (row < 0 || this->row(row).isDead())
+        return {};
+    return this->row(row);
+}
+
+HeaderTexts Group::texts(const Overview &overview)
+{
+    return ready() ? m_files.texts(overview) : HeaderTexts();
+}
+
+QByteArray Group::readMessage(const Overview &overview)
+{
+    return ready() ? m_files.readMessage(overview) : QByteArray();
+}
+
+quint64 Group::generation()
+{
+    if (!isOpen()) {
+        if (const auto head = OverviewFile::headOf(m_files.directory()))
+            return head->generation;
+    }
+    return ready() ? m_files.overviews().generation() : 0;
+}
+
+quint32 Group::add(QByteArrayView text, const Summary &summary)
+{
+    const quint32 article = ready() ? m_files.append(text, summary) : 0;
+    if (article != 0) {
+        emit messagesAdded({article});
+        emit countsChanged();
+    }
+    return article;
+}
+
+quint32 Group::addCopy(Group &source, const Overview &original)
+{
+    const quint32 article = ready() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
+    if (article != 0) {
+        emit messagesAdded({article});
+        emit countsChanged();
+    }
+    return article;
+}
+
+bool Group::setMarks(const Articles &articles, Marks set, Marks clear)
+{
+    const OverviewFile::Counts before = counts();
+    Articles changed;
+    bool written = true;
+    for (const quint32 article : articles) {
+        std::optional<Overview> overview = this->overview(article);
+        if (!overview)
+            continue;
+        const Marks marks = (overview->marks() & ~clear) | set;
+        if (marks == overview->marks())
+            continue;
+        overview->setMarks(marks);
+        written = m_files.change(rowOf(article), *overview) && written;
+        changed.push_back(article);
+    }
+    if (!written)
+        report(ReportLevel::Warning, "Unable to write group overview file");
+    if (!changed.empty())
+        emit messagesChanged(changed);
+    if (before != counts())
+        emit countsChanged();
+    return written;
+}
+
+bool Group::remove(const Articles &articles)
+{
+    Articles removed;
+    bool written = true;
+    for (const quint32 article : articles) {
+        if (!overview(article))
+            continue;
+        if (m_files.kill(rowOf(article)))
+            removed.push_back(article);
+        else
+            written = false;
+    }
+    if (!removed.empty()) {
+        emit messagesRemoved(removed);
+        emit countsChanged();
+    }
+    return written;
+}
+
+bool Group::flush()
+{
+    return !isOpen() || m_files.sync();
+}
+
+bool Group::tidy()
+{
+    const int rows = rowCount();
+    const int dead = rows - int(counts().total);
+    if (dead < kManyDeadRows || dead < rows / kDeadShare)
+        return true;
+    if (!m_files.sync()) // a row may only go when its record is dead on the disk
+        return false;
+    std::vector<Overview> live;
+    live.reserve(std::size_t(rows - dead));
+    for (int i = 0; i < rows; ++i) {
+        if (!row(i).isDead())
+            live.push_back(row(i));
+    }
+    const quint32 next = m_files.overviews().nextArticle();
+    if (!m_files.rewriteOverviews(live, next)) {
+        report(ReportLevel::Warning, "Unable to write group overview file");
+        return false;
+    }
+    emit rowsReset();
+    return true;
+}
+
+void Group::setRecord(const GroupRecord &record)
+{
+    m_record = record;
+    m_files.setCompresses(!has(GroupUncompressed));
+}

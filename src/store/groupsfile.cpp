@@ -1,0 +1,110 @@
+#include "store/groupsfile.h"
+
+#include "config/listtext.h"
+#include "config/reporter.h"
+
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr ListFileTexts kTexts = {"Unable to read groups file", "Unable to write groups file",
+                                  "Unable to backup groups file"};
+constexpr char kCounterKey[] = "next ";
+
+/// A field of a group's line: its key, the blank included, and how its value is written and read.
+struct Field
+{
+    const char *key;
+    QString (*text)(const GroupRecord &);
+    void (*take)(GroupRecord &, const QString &);
+};
+
+template <auto Member>
+QString numberText(const GroupRecord &record)
+{
+    return QString::number(record.*Member);
+}
+
+template <auto Member>
+void takeNumber(GroupRecord &record, const QString &text)
+{
+    using Number = std::remove_reference_t<decltype(record.*Member)>;
+    record.*Member = Number(text.toLongLong());
+}
+
+constexpr Field kFields[] = {
+    // the order of the line; the reader takes any order
+    {"number ", &numberText<&GroupRecord::number>, &takeNumber<&GroupRecord::number>},
+    {"name ", [](const GroupRecord &record) { return escapedText(record.name); },
+     [](GroupRecord &record, const QString &text) { record.name = unescapedText(text); }},
+    {"kind ", [](const GroupRecord &record) { return wordOf(record.kind); },
+     [](GroupRecord &record, const QString &text) { record.kind = kindOf(text); }},
+    {"role ", [](const GroupRecord &record) { return wordOf(record.role); },
+     [](GroupRecord &record, const QString &text) { record.role = roleOf(text); }},
+    {"parent ", &numberText<&GroupRecord::parent>, &takeNumber<&GroupRecord::parent>},
+    {"flags ", &numberText<&GroupRecord::flags>, &takeNumber<&GroupRecord::flags>},
+    {"options ", &numberText<&GroupRecord::options>, &takeNumber<&GroupRecord::options>},
+    {"account ", &numberText<&GroupRecord::account>, &takeNumber<&GroupRecord::account>},
+};
+
+QString lineOf(const GroupRecord &record)
+{
+    QStringList fields;
+    for (const Field &field : kFields)
+        fields += QLatin1String(field.key) + field.text(record);
+    return fields.join(u'\t');
+}
+
+GroupRecord recordOf(const QString &line)
+{
+    GroupRecord record;
+    const QStringList pieces = line.split(u'\t');
+    for (const QString &piece : pieces) {
+        for (const Field &field : kFields) {
+            const QLatin1String key(field.key);
+            if (piece.startsWith(key))
+                field.take(record, piece.sliced(key.size()));
+        }
+    }
+    return record;
+}
+
+} // namespace
+
+GroupsFile::GroupsFile()
+    : m_file(u"Groups/Index"_s, kTexts)
+{}
+
+GroupsFile::Contents GroupsFile::read()
+{
+    Contents contents;
+    const ListFile::Contents file = m_file.read();
+    contents.outcome = file.outcome;
+    QSet<int> numbers;
+    for (const QString &line : file.lines) {
+        if (line.startsWith(QLatin1String(kCounterKey))) {
+            contents.nextNumber =
+                qMax(contents.nextNumber, line.sliced(qsizetype(sizeof kCounterKey) - 1).toInt());
+            continue;
+        }
+        const GroupRecord record = recordOf(line);
+        if (record.number <= 0 || record.name.isEmpty() || numbers.contains(record.number)) {
+            note(u"Groups/Index: a line that is no group was skipped: %1"_s.arg(line));
+            continue;
+        }
+        numbers.insert(record.number);
+        contents.nextNumber = qMax(contents.nextNumber, record.number + 1);
+        contents.records.push_back(record);
+    }
+    return contents;
+}
+
+bool GroupsFile::write(int nextNumber, const std::vector<GroupRecord> &records)
+{
+    QStringList lines = {QLatin1String(kCounterKey) + QString::number(nextNumber)};
+    for (const GroupRecord &record : records)
+        lines += lineOf(record);
+    return m_file.write(lines);
+}

@@ -1,0 +1,475 @@
+#include "store/groupstore.h"
+
+#include "config/clock.h"
+#include "config/directory.h"
+#include "config/files.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "message/message.h"
+#include "store/bincompactor.h"
+#include "store/summary.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 kSecondsBetweenIndexSaves = 300;
+
+const QString kRunningName = u"Groups/Running"_s;
+
+QString directoryOf(int number)
+{
+    return configPathOf(u"Groups/%1"_s.arg(number));
+}
+
+bool isGoodName(const QString &name)
+{
+    return !name.trimmed().isEmpty() && !name.contains(u'/') &&
+           std::none_of(name.begin(), name.end(),
+                        [](QChar c) { return c.category() == QChar::Other_Control; });
+}
+
+QStringList levelsOf(const QString &path)
+{
+    return (path.startsWith(u'/') ? path.sliced(1) : path).split(u'/');
+}
+
+} // namespace
+
+GroupStore::GroupStore(QObject *parent)
+    : QObject(parent)
+{}
+
+GroupStore::~GroupStore() = default;
+
+bool GroupStore::load()
+{
+    QString directory = u"Groups"_s;
+    if (!configFile(directory, true))
+        return false;
+    const GroupsFile::Contents contents = m_file.read();
+    m_nextNumber = contents.nextNumber;
+    for (const GroupRecord &record : contents.records)
+        enter(record);
+    m_changed =
+        contents.outcome != ListFile::Outcome::Whole && contents.outcome != ListFile::Outcome::Unreadable;
+    adoptStrayDirectories();
+    straightenParents();
+    makeRoleGroups();
+    m_unclean = noteUncleanEnd();
+    finishMove();
+    updateIndex();
+    m_lastIndexSave = clockSeconds();
+    return true;
+}
+
+bool GroupStore::save(bool force)
+{
+    bool saved = true;
+    for (const auto &group : m_groups)
+        saved = group->flush() && saved;
+    if (m_changed) {
+        std::vector<GroupRecord> records;
+        for (const auto &group : m_groups)
+            records.push_back(group->record());
+        m_changed = !m_file.write(m_nextNumber, records);
+        saved = !m_changed && saved;
+    }
+    if (force || clockSeconds() - m_lastIndexSave >= kSecondsBetweenIndexSaves) {
+        m_lastIndexSave = clockSeconds();
+        QHash<int, quint64> generations;
+        for (const auto &group : m_groups)
+            generations.insert(group->number(), group->generation());
+        saved = m_index.save(generations) && saved;
+    }
+    return saved;
+}
+
+bool GroupStore::close()
+{
+    const bool saved = save(true);
+    for (const auto &group : m_groups)
+        group->close();
+    if (saved && storeAccess() == StoreAccess::ReadWrite)
+        QFile::remove(configPathOf(kRunningName));
+    return saved;
+}
+
+std::vector<Group *> GroupStore::groups() const
+{
+    std::vector<Group *> groups;
+    for (const auto &group : m_groups)
+        groups.push_back(group.get());
+    return groups;
+}
+
+std::vector<Group *> GroupStore::children(int parent) const
+{
+    std::vector<Group *> children;
+    for (const auto &group : m_groups) {
+        if (group->record().parent == parent)
+            children.push_back(group.get());
+    }
+    return children;
+}
+
+Group *GroupStore::group(int number) const
+{
+    const auto found = std::find_if(m_groups.begin(), m_groups.end(),
+                                    [number](const auto &group) { return group->number() == number; });
+    return found == m_groups.end() ? nullptr : found->get();
+}
+
+Group *GroupStore::group(GroupRole role) const
+{
+    if (role == GroupRole::None)
+        return nullptr;
+    const auto found = std::find_if(m_groups.begin(), m_groups.end(),
+                                    [role](const auto &group) { return group->role() == role; });
+    return found == m_groups.end() ? nullptr : found->get();
+}
+
+Group *GroupStore::find(const QString &path) const
+{
+    Group *found = nullptr;
+    for (const QString &level : levelsOf(path)) {
+        const std::vector<Group *> siblings = children(found ? found->number() : 0);
+        const auto next = std::find_if(siblings.begin(), siblings.end(),
+                                       [&](Group *group) { return group->name() == level; });
+        if (next == siblings.end())
+            return nullptr;
+        found = *next;
+    }
+    return found;
+}
+
+QString GroupStore::pathOf(const Group &group) const
+{
+    const Group *parent = this->group(group.record().parent);
+    return parent ? pathOf(*parent) + u'/' + group.name() : group.name();
+}
+
+Group *GroupStore::make(const QString &path, GroupKind kind)
+{
+    const QStringList levels = levelsOf(path);
+    if (!std::all_of(levels.begin(), levels.end(), isGoodName))
+        return nullptr;
+    Group *group = nullptr;
+    for (qsizetype i = 0; i < levels.size(); ++i) {
+        Group *existing = find(levels.first(i + 1).join(u'/'));
+        if (!existing) {
+            GroupRecord record;
+            record.number = m_nextNumber++;
+            record.name = levels[i];
+            record.kind = i + 1 == levels.size() ? kind : GroupKind::Folder;
+            record.parent = group ? group->number() : 0;
+            existing = enter(record);
+            m_changed = true;
+            emit groupAdded(existing);
+        }
+        group = existing;
+    }
+    return group;
+}
+
+bool GroupStore::rename(Group &group, const QString &name)
+{
+    if (!isGoodName(name))
+        return false;
+    const std::vector<Group *> siblings = children(group.record().parent);
+    if (std::any_of(siblings.begin(), siblings.end(),
+                    [&](Group *sibling) { return sibling != &group && sibling->name() == name; }))
+        return false;
+    GroupRecord record = group.record();
+    record.name = name;
+    group.setRecord(record);
+    m_changed = true;
+    emit groupChanged(&group);
+    return true;
+}
+
+bool GroupStore::remove(Group &group)
+{
+    if (group.role() != GroupRole::None)
+        return false;
+    const int number = group.number();
+    for (Group *child : children(number)) {
+        if (!remove(*child))
+            return false;
+    }
+    // The groups file first: a group that is listed must have its files.
+    m_index.removeGroup(number);
+    const auto found = std::find_if(m_groups.begin(), m_groups.end(),
+                                    [&](const auto &owned) { return owned.get() == &group; });
+    const std::unique_ptr<Group> removed = std::move(*found);
+    m_groups.erase(found);
+    m_changed = true;
+    if (!save(false))
+        return false;
+    removed->close();
+    QDir(directoryOf(number)).removeRecursively();
+    emit groupRemoved(number);
+    return true;
+}
+
+void GroupStore::setOptions(Group &group, quint32 options)
+{
+    GroupRecord record = group.record();
+    record.options = options;
+    group.setRecord(record);
+    m_changed = true;
+    emit groupChanged(&group);
+}
+
+quint32 GroupStore::add(Group &group, const Message &message, Marks marks, int account, qint64 arrival)
+{
+    Summary summary = summaryOf(message, arrival);
+    summary.overview.setMarks(summary.overview.marks() | marks);
+    summary.overview.setAccount(account);
+    const quint32 article = group.add(message.text(), summary);
+    if (article != 0)
+        m_index.add(summary.overview.idHash(), {group.number(), article});
+    return article;
+}
+
+Articles GroupStore::copy(Group &source, const Articles &articles, Group &target)
+{
+    return copyAll(source, articles, target, nullptr);
+}
+
+Articles GroupStore::move(Group &source, const Articles &articles, Group &target)
+{
+    if (&source == &target || articles.empty() || !writeMoveJournal(source, articles, target))
+        return {};
+    Articles copied;
+    const Articles arrived = copyAll(source, articles, target, &copied);
+    // Only what is safe over there may go here.
+    if (!target.flush())
+        return {};
+    dropFromIndex(source, copied);
+    if (!source.remove(copied) || !source.flush())
+        return arrived; // the journal stays: the next start completes it
+    QFile::remove(configPathOf(u"Groups/Moving"_s));
+    return arrived;
+}
+
+bool GroupStore::deleteMessages(Group &source, const Articles &articles, bool forGood)
+{
+    if (!forGood && usesWasteBasket(source)) {
+        Group &basket = *group(GroupRole::WasteBasket);
+        const Articles arrived = move(source, articles, basket);
+        if (boolSetting(Setting::MarkWasteAsRead))
+            basket.setMarks(arrived, Mark::Read, {});
+        return arrived.size() == articles.size();
+    }
+    dropFromIndex(source, articles);
+    return source.remove(articles) && source.flush();
+}
+
+bool GroupStore::usesWasteBasket(const Group &group) const
+{
+    if (group.role() == GroupRole::WasteBasket || !boolSetting(Setting::UseWasteBasket))
+        return false;
+    return group.kind() != GroupKind::Newsgroup || boolSetting(Setting::UseWasteBasketForNews);
+}
+
+std::vector<MessageIndex::Place> GroupStore::findMessage(const QByteArray &messageId) const
+{
+    return m_index.find(identifierHash(messageId));
+}
+
+bool GroupStore::compactBin(Group &group, int bin)
+{
+    if (group.rowCount() == 0 && !group.isOpen())
+        return false;
+    return BinCompactor(group.files(), bin).run() == BinCompactor::Progress::Done;
+}
+
+void GroupStore::rebuildIndex()
+{
+    for (const auto &group : m_groups) {
+        m_index.removeGroup(group->number());
+        indexGroup(*group);
+    }
+}
+
+Articles GroupStore::copyAll(Group &source, const Articles &articles, Group &target, Articles *copied)
+{
+    Articles arrived;
+    for (const quint32 article : articles) {
+        const std::optional<Overview> overview = source.overview(article);
+        const quint32 number = overview ? target.addCopy(source, *overview) : 0;
+        if (number == 0)
+            continue;
+        m_index.add(overview->idHash(), {target.number(), number});
+        arrived.push_back(number);
+        if (copied)
+            copied->push_back(article);
+    }
+    return arrived;
+}
+
+Group *GroupStore::enter(const GroupRecord &record)
+{
+    m_groups.push_back(std::make_unique<Group>(record, directoryOf(record.number)));
+    Group *group = m_groups.back().get();
+    connect(group, &Group::rowsReset, this, [this, group] {
+        m_index.removeGroup(group->number());
+        indexGroup(*group);
+    });
+    return group;
+}
+
+void GroupStore::makeRoleGroups()
+{
+    for (const auto &claimant : m_groups) {
+        if (claimant->role() == GroupRole::None || group(claimant->role()) == claimant.get())
+            continue;
+        GroupRecord record = claimant->record(); // two claim it: it stays with the first
+        record.role = GroupRole::None;
+        claimant->setRecord(record);
+        m_changed = true;
+    }
+    for (int role = int(GroupRole::Inbox); role <= int(GroupRole::Junk); ++role) {
+        if (group(GroupRole(role)))
+            continue;
+        GroupRecord record;
+        record.number = m_nextNumber++;
+        record.name = QString::fromLatin1(kGroupRoles[std::size_t(role)].name);
+        record.role = GroupRole(role);
+        enter(record);
+        m_changed = true;
+    }
+}
+
+/// Directories with mail in them that no list knows: the groups file was lost, or an old backup was read.
+void GroupStore::adoptStrayDirectories()
+{
+    const QStringList names = QDir(configPathOf(u"Groups"_s)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        bool isNumber = false;
+        const int number = name.toInt(&isNumber);
+        if (!isNumber || number <= 0 || QString::number(number) != name || group(number) ||
+            QDir(directoryOf(number)).entryList({u"Bin*"_s}, QDir::Files).isEmpty())
+            continue;
+        GroupRecord record;
+        record.number = number;
+        record.name = u"Recovered %1"_s.arg(number);
+        enter(record);
+        m_nextNumber = qMax(m_nextNumber, number + 1);
+        m_changed = true;
+        note(u"Groups/%1 holds mail and stands in no list: it is shown as '%2'"_s.arg(name, record.name));
+    }
+}
+
+/// A parent that is not there or lies below its own child would hide the group: it goes to the top.
+void GroupStore::straightenParents()
+{
+    for (const auto &group : m_groups) {
+        std::size_t steps = 0;
+        const Group *above = group.get();
+        while (above && above->record().parent != 0 && steps++ <= m_groups.size())
+            above = this->group(above->record().parent);
+        if (above && steps <= m_groups.size())
+            continue;
+        GroupRecord record = group->record();
+        record.parent = 0;
+        group->setRecord(record);
+        m_changed = true;
+        note(u"Group '%1' had no place in the tree and was put at its top"_s.arg(record.name));
+    }
+}
+
+/// Counts in settled files can be off after a power cut, so after an unclean end every group counts again.
+bool GroupStore::noteUncleanEnd()
+{
+    if (storeAccess() == StoreAccess::ReadOnly)
+        return false;
+    const QString path = configPathOf(kRunningName);
+    if (!QFile::exists(path)) {
+        if (!writeReplacing(path, "running\n"))
+            note(u"%1 could not be written"_s.arg(path));
+        return false;
+    }
+    note(u"The last run did not come to its end: every group is looked over"_s);
+    for (const auto &group : m_groups)
+        group->recount();
+    return true;
+}
+
+bool GroupStore::writeMoveJournal(const Group &source, const Articles &articles, const Group &target)
+{
+    QByteArray journal =
+        QByteArray::number(source.number()) + ' ' + QByteArray::number(target.number()) + '\n';
+    for (const quint32 article : articles)
+        journal += QByteArray::number(article) + '\n';
+    if (writeReplacing(configPathOf(u"Groups/Moving"_s), journal + "end\n"))
+        return true;
+    report(ReportLevel::Warning, "Unable to write groups file");
+    return false;
+}
+
+/// Completes a move that a crash cut short: what arrived in the target is marked dead in the source.
+void GroupStore::finishMove()
+{
+    QFile file(configPathOf(u"Groups/Moving"_s));
+    if (storeAccess() == StoreAccess::ReadOnly || !file.open(QIODevice::ReadOnly))
+        return;
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> numbers = lines.first().split(' ');
+    Group *source = numbers.size() == 2 ? group(numbers[0].toInt()) : nullptr;
+    Group *target = numbers.size() == 2 ? group(numbers[1].toInt()) : nullptr;
+    if (source && target) {
+        QSet<quint32> wanted;
+        for (const QByteArray &line : lines.sliced(1))
+            wanted.insert(line.toUInt());
+        Articles arrived;
+        for (int row = 0; row < target->rowCount(); ++row) {
+            const Overview &overview = target->row(row);
+            if (!overview.isDead() && int(overview.originGroup()) == source->number() &&
+                wanted.contains(overview.originArticle()))
+                arrived.push_back(overview.originArticle());
+        }
+        if (!arrived.empty() && source->remove(arrived))
+            note(
+                u"An interrupted move from '%1' to '%2' was completed"_s.arg(source->name(), target->name()));
+        if (!source->flush())
+            return;
+    }
+    file.remove();
+}
+
+void GroupStore::updateIndex()
+{
+    m_index.load();
+    for (const auto &group : m_groups) {
+        if (!m_unclean && m_index.generationOf(group->number()) == group->generation())
+            continue;
+        m_index.removeGroup(group->number());
+        indexGroup(*group);
+    }
+}
+
+void GroupStore::indexGroup(Group &group)
+{
+    const int rows = group.rowCount();
+    for (int row = 0; row < rows; ++row) {
+        const Overview &overview = group.row(row);
+        if (!overview.isDead())
+            m_index.add(overview.idHash(), {group.number(), overview.article()});
+    }
+}
+
+void GroupStore::dropFromIndex(Group &group, const Articles &articles)
+{
+    for (const quint32 article : articles) {
+        if (const std::optional<Overview> overview = group.overview(article))
+            m_index.remove(overview->idHash(), {group.number(), article});
+    }
+}

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "store/group.h"
+#include "store/groupsfile.h"
+#include "store/messageindex.h"
+
+#include <QObject>
+
+#include <memory>
+#include <vector>
+
+class Message;
+
+/// Every group of the program and what crosses them: the tree and its file, the index of Message-IDs, moving
+/// between groups. Owns the groups; pointers to them hold until groupRemoved().
+class GroupStore : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit GroupStore(QObject *parent = nullptr);
+    ~GroupStore() override;
+
+    /// Reads the groups file, makes the groups of the seven roles where they are missing, completes what a
+    /// crash left half done and loads the index. False after a report: the configuration directory cannot be
+    /// used.
+    bool load();
+
+    /// Writes what changed: each group's files, the groups file, and with @p force (or after some minutes)
+    /// the index. False after a report.
+    bool save(bool force);
+
+    /// The last save of a run: the next one need not look for what was left half done.
+    bool close();
+
+    /// @name The tree
+    /// @{
+    std::vector<Group *> groups() const; ///< in the order of the file
+    std::vector<Group *> children(int parent) const;
+    Group *group(int number) const;     ///< null when there is none
+    Group *group(GroupRole role) const; ///< never null once loaded, except for None
+
+    /// A group by its full name, "/" between the levels, a leading "/" allowed; null when there is none.
+    Group *find(const QString &path) const;
+    QString pathOf(const Group &group) const;
+
+    /// The group of that full name, made with the levels above it when missing; @p kind is that of the last.
+    /// Null when a level's name is empty or holds control characters.
+    Group *make(const QString &path, GroupKind kind = GroupKind::Folder);
+
+    /// False: the name is empty, holds "/" or control characters, or a sibling has it.
+    bool rename(Group &group, const QString &name);
+
+    /// Removes a group with all below it and every message in them. False: it or one below has a role.
+    bool remove(Group &group);
+    void setOptions(Group &group, quint32 options);
+    /// @}
+
+    /// @name Messages
+    /// @{
+    /// Stores a message as received. @p marks come to those that its text asks for; @p arrival is in seconds
+    /// since 1970 UTC. The article's number, or 0 after a report. Safe after the group's flush().
+    quint32 add(Group &group, const Message &message, Marks marks, int account, qint64 arrival);
+
+    /// Copies or moves the messages and returns the articles they have in @p target; what cannot be read
+    /// stays where it is, after a report. A move is safe when this returns; of a crash on the way nothing is
+    /// lost or doubled.
+    Articles copy(Group &source, const Articles &articles, Group &target);
+    Articles move(Group &source, const Articles &articles, Group &target);
+
+    /// To the waste basket where the settings ask for it, otherwise, and from there, or with @p forGood, for
+    /// good.
+    bool deleteMessages(Group &source, const Articles &articles, bool forGood = false);
+
+    /// Whether deleting from @p group means moving to the waste basket.
+    bool usesWasteBasket(const Group &group) const;
+
+    /// Where the message with that Message-ID ("<...>") is.
+    std::vector<MessageIndex::Place> findMessage(const QByteArray &messageId) const;
+    /// @}
+
+    /// Compacts one bin at once. False after a report.
+    bool compactBin(Group &group, int bin);
+
+    const MessageIndex &index() const { return m_index; }
+
+    /// Builds the index anew from all overviews.
+    void rebuildIndex();
+
+signals:
+    void groupAdded(Group *group);
+    void groupRemoved(int number);   ///< it is gone already
+    void groupChanged(Group *group); ///< its name, place or options
+
+private:
+    Group *enter(const GroupRecord &record);
+    void makeRoleGroups();
+    void adoptStrayDirectories();
+    void straightenParents();
+    bool noteUncleanEnd();
+    void finishMove();
+    bool writeMoveJournal(const Group &source, const Articles &articles, const Group &target);
+    void updateIndex();
+    void indexGroup(Group &group);
+    void dropFromIndex(Group &group, const Articles &articles);
+    Articles copyAll(Group &source, const Articles &articles, Group &target, Articles *copied);
+
+    GroupsFile m_file;
+    std::vector<std::unique_ptr<Group>> m_groups;
+    MessageIndex m_index;
+    int m_nextNumber = 1;
+    bool m_changed = false;
+    bool m_unclean = false;
+    qint64 m_lastIndexSave = 0;
+};
