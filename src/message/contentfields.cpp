@@ -124,9 +124,14 @@ QString withoutDoubleUtf8(const QString &name)
 /// that may have none, and an encoded word that has lost its end.
 QByteArray withBrokenEncodingMended(const QByteArray &value, QByteArray *charset)
 {
-    const qsizetype word = value.lastIndexOf("=?");
-    if (word >= 0 && value.count('?') >= 3)
-        return value.indexOf("?=", word + 2) < 0 ? value + (value.endsWith('?') ? "=" : "?=") : value;
+    // Not the "=?" that base64 and a cut end make together.
+    if (const qsizetype word = QByteArrayView(value).chopped(1).lastIndexOf("=?"); word >= 0) {
+        const qsizetype encoding = value.indexOf('?', word + 2);
+        const qsizetype text = encoding < 0 ? -1 : value.indexOf('?', encoding + 1);
+        if (text < 0 || value.indexOf("?=", text + 1) >= 0)
+            return value;
+        return value + (value.indexOf('?', text + 1) == value.size() - 1 ? "=" : "?=");
+    }
     if (!value.contains('%'))
         return value;
     const ParameterList escaped("x; n*=\"" + QByteArray(value).replace('"', '_') + '"');
