@@ -197,7 +197,7 @@ void TextWriter::leave(const GumboNode *node)
     const QString shown = m_out.sliced(std::min(frame.linkText, m_out.size())).simplified();
     const bool same = frame.target.endsWith(shown) || frame.target.chopped(1).endsWith(shown);
     if (!shown.isEmpty() && !same)
-        text(u" <" + frame.target + u'>');
+        text(u" <"_s + frame.target + u'>');
 }
 
 void TextWriter::text(QStringView text)

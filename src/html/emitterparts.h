@@ -1,0 +1,28 @@
+#pragma once
+
+#include "html/style.h"
+
+#include <cmath>
+
+/// What the files of the emitter share.
+
+constexpr double kGreatestIndent = 160; // pixels, of all margins around a text
+
+inline bool isFilled(const Style &style)
+{
+    return style.background && *style.background != kTransparent;
+}
+inline QString rounded(double value)
+{
+    return QString::number(std::lround(value));
+}
+inline QString pixels(double value)
+{
+    return rounded(value) + QStringLiteral("px");
+}
+
+/// Appends "property:value;".
+inline void declare(QString &out, QStringView property, QStringView value)
+{
+    out.append(property).append(u':').append(value).append(u';');
+}
