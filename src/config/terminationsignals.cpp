@@ -2,6 +2,7 @@
 
 #include <QSocketNotifier>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
