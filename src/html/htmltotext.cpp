@@ -89,13 +89,14 @@ private:
     void openElement(const GumboNode *node, Kind kind);
     void text(QStringView text);
     void put(QChar c);
-    void lines(int count) { m_lines = std::max(m_lines, m_empty ? 0 : count); }
+    void lines(int count) { m_lines = std::max(m_lines, m_empty || !m_bullet.isEmpty() ? 0 : count); }
     void item();
 
     HtmlTextOptions m_options;
     StyleSheet &m_sheet;
     std::vector<Frame> m_frames;
     QString m_out;
+    QString m_prefix;     ///< of the line before
     QString m_bullet;     ///< stands before the next text
     int m_lines = 0;      ///< line ends before the next text
     bool m_blank = false; ///< a blank before the next text
@@ -138,7 +139,7 @@ void TextWriter::openElement(const GumboNode *node, Kind kind)
             frame.prefix += u"> ";
         break;
     case Kind::List: {
-        lines(m_bullet.isEmpty() ? 1 : 0);
+        lines(1);
         bool ok = false;
         const int start = attributeOf(node, "start").toInt(&ok);
         frame.number = tag != GUMBO_TAG_OL ? -1 : ok && start >= 0 ? start : 1;
@@ -229,13 +230,16 @@ void TextWriter::put(QChar c)
             while (m_out.endsWith(u' '))
                 m_out.chop(1);
             m_out += u'\n';
-            if (m_lines > 1)
-                m_out += frame.prefix;
+            if (m_lines > 1) // an empty line belongs to the quotation only when both around it do
+                m_out += m_prefix.startsWith(frame.prefix)   ? frame.prefix
+                         : frame.prefix.startsWith(m_prefix) ? m_prefix
+                                                             : QString();
         }
         QString prefix = frame.prefix;
         if (!m_bullet.isEmpty() && prefix.endsWith(u"  "))
             prefix.chop(2);
         m_out += prefix;
+        m_prefix = frame.prefix;
         m_blank = false;
     }
     m_out += m_bullet;

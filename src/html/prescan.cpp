@@ -10,6 +10,7 @@
 namespace {
 
 constexpr qsizetype kLongestCss = 128 * 1024;
+constexpr int kMostOpenTags = 8; // each costs a look at all the text behind it
 constexpr int kWorkPerByte = 16; // of the cap, on tags that are dropped
 
 /// Where in the text a word stands next, remembering that it stands nowhere: each is looked for once in vain.
@@ -68,6 +69,7 @@ private:
     qsizetype m_cap;
     qsizetype m_position = 0;
     qsizetype m_work = 0;
+    int m_openTags = 0;
     bool m_truncated = false;
 };
 
@@ -142,7 +144,13 @@ void Scan::declaration()
 void Scan::tag()
 {
     const qsizetype begin = m_position;
-    m_position = m_reader.read(begin, m_tag);
+    m_position = m_openTags < kMostOpenTags ? m_reader.read(begin, m_tag) : begin + 1;
+    if (m_text[m_position - 1] != '>') { // a tag without an end would swallow all that is left
+        ++m_openTags;
+        m_balance.text("<");
+        m_position = begin + 1;
+        return;
+    }
     qsizetype length = m_position - begin;
     for (const auto &[attribute, value] : m_tag.attributes)
         length -= attribute == Attribute::Src ? value.size() : 0;

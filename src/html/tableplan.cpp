@@ -15,8 +15,8 @@ namespace {
 constexpr int kDeepestTable = 8;
 constexpr int kMostSpan = 30;
 constexpr double kCostPerLevel = 2.5;
-constexpr double kMostCost = 1.5e6; // characters laid out; about a tenth of a second
-constexpr double kCostOfText = 30;  // of a piece of text besides its characters
+constexpr double kMostCost = 3e6;  // characters laid out; about a tenth of a second
+constexpr double kCostOfText = 30; // of a piece of text besides its characters
 
 struct Content
 {
