@@ -5,6 +5,8 @@
 #include "store/grouprepair.h"
 #include "store/summary.h"
 
+#include <QElapsedTimer>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -12,6 +14,8 @@ namespace {
 /// Dead rows are dropped when they are many, and many of all.
 constexpr int kManyDeadRows = 1000;
 constexpr int kDeadShare = 4;
+
+constexpr qint64 kRepairSlice = 256 * 1024; ///< bytes scanned between two looks at the clock
 
 } // namespace
 
@@ -22,6 +26,8 @@ Group::Group(GroupRecord record, const QString &directory, QObject *parent)
 {
     m_files.setCompresses(!has(GroupUncompressed));
 }
+
+Group::~Group() = default;
 
 OverviewFile::Counts Group::counts()
 {
@@ -61,28 +67,44 @@ void Group::close()
         m_closedCounts = m_files.overviews().counts();
         m_countsKnown = true;
     }
+    m_repair.reset();
     m_files.close();
     m_state = Opened::Closed;
 }
 
 bool Group::repair()
 {
-    if (open() == Opened::Failed)
-        return false;
-    const bool repaired = GroupRepair(m_files).run() == GroupRepair::Progress::Done;
-    m_state = repaired ? Opened::Ready : Opened::Failed;
-    if (!repaired)
-        return false;
+    Repair state = Repair::Working;
+    while (state == Repair::Working)
+        state = repairStep(1000);
+    return state == Repair::Done;
+}
+
+Group::Repair Group::repairStep(int milliseconds)
+{
+    if (!m_repair) {
+        if (open() == Opened::Failed)
+            return Repair::Failed;
+        if (m_state == Opened::Ready && !m_files.sync())
+            return Repair::Failed;
+        m_state = Opened::NeedsRepair; // nothing may come or go meanwhile
+        m_repair = std::make_unique<GroupRepair>(m_files);
+    }
+    QElapsedTimer timer;
+    timer.start();
+    GroupRepair::Progress progress = GroupRepair::Progress::Working;
+    while (progress == GroupRepair::Progress::Working && !timer.hasExpired(milliseconds))
+        progress = m_repair->step(kRepairSlice);
+    if (progress == GroupRepair::Progress::Working)
+        return Repair::Working;
+    m_repair.reset();
+    m_state = progress == GroupRepair::Progress::Done ? Opened::Ready : Opened::Failed;
+    if (m_state == Opened::Failed)
+        return Repair::Failed;
     m_record.flags &= ~quint32(GroupNeedsRepair);
     emit rowsReset();
     emit countsChanged();
-    return true;
-}
-
-void Group::recount()
-{
-    if (ready())
-        m_files.recount();
+    return Repair::Done;
 }
 
 /// Opens the group for whatever is wanted, and repairs it when that is the only way.

@@ -5,7 +5,10 @@
 
 #include <QObject>
 
+#include <memory>
 #include <vector>
+
+class GroupRepair;
 
 using Articles = std::vector<quint32>;
 
@@ -20,6 +23,7 @@ class Group : public QObject
 
 public:
     Group(GroupRecord record, const QString &directory, QObject *parent = nullptr);
+    ~Group() override;
 
     const GroupRecord &record() const { return m_record; }
     int number() const { return m_record.number; }
@@ -54,6 +58,10 @@ public:
 
     /// Builds damaged overviews anew from the bins, at once. False after a report.
     bool repair();
+
+    /// The same in slices of about @p milliseconds: call it until it is done.
+    enum class Repair { Working, Done, Failed };
+    Repair repairStep(int milliseconds);
 
     int rowCount();
     const Overview &row(int row) const
@@ -106,4 +114,5 @@ private:
     OverviewFile::Counts m_closedCounts;
     bool m_countsKnown = false;
     Opened m_state = Opened::Closed;
+    std::unique_ptr<GroupRepair> m_repair; ///< while one is under way
 };

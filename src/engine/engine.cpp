@@ -1,0 +1,173 @@
+#include "engine/engine.h"
+
+#include "config/clock.h"
+#include "config/directory.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "engine/batchfetch.h"
+#include "engine/storetasks.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kTickMilliseconds = 1000;
+constexpr int kTicksBetweenSaves = 5;
+constexpr qint64 kSecondsBetweenTidyings = 600;
+
+} // namespace
+
+Engine::Engine(QObject *parent)
+    : QObject(parent)
+{
+    m_timer.setInterval(kTickMilliseconds);
+    connect(&m_timer, &QTimer::timeout, this, &Engine::tick);
+    connect(&m_tasks, &TaskRunner::ended, this, [this](Task *task) {
+        if (task->state() == Task::State::Failed && !task->problem().isEmpty())
+            queueError(task->problem());
+    });
+}
+
+Engine::~Engine() = default;
+
+bool Engine::load()
+{
+    if (!createStoreDirectories() || !loadConfig(false))
+        return false;
+    m_accounts.load();
+    if (!m_groups.load())
+        return false;
+    if (storeAccess() == StoreAccess::ReadWrite) {
+        for (const Account &account : m_accounts.accounts()) {
+            if (account.kind == AccountKind::BatchFile)
+                BatchFetch::recover(m_groups, account.number);
+        }
+    }
+    return true;
+}
+
+bool Engine::save(bool force)
+{
+    bool saved = m_groups.save(force);
+    saved = m_accounts.save() && saved;
+    return saveConfig(force) && saved;
+}
+
+void Engine::start()
+{
+    m_timer.start();
+}
+
+bool Engine::shutDown()
+{
+    if (std::exchange(m_down, true))
+        return true;
+    m_timer.stop();
+    m_tasks.stopAll();
+    bool saved = m_groups.close();
+    saved = m_accounts.save() && saved;
+    return saveConfig(true) && saved;
+}
+
+void Engine::queueError(const QString &text)
+{
+    m_errors += text;
+}
+
+void Engine::tick()
+{
+    if (!m_errors.isEmpty())
+        emit errorsWaiting(std::exchange(m_errors, {}));
+    if (m_ticks % kTicksBetweenSaves == 0) {
+        save(false);
+        tidyUp();
+    }
+    if (boolSetting(Setting::AutoFetch))
+        fetchWhatIsDue();
+    emit refreshed();
+    ++m_ticks;
+}
+
+/// The second pass over the groups: bins that are mostly dead are compacted, a group at a time.
+void Engine::tidyUp()
+{
+    const qint64 now = clockSeconds();
+    if (m_tasks.isBusy() || now - m_lastTidying < kSecondsBetweenTidyings)
+        return;
+    for (Group *group : m_groups.groups()) {
+        if (!group->isOpen())
+            continue;
+        for (const int bin : group->files().bins()) {
+            if (BinCompactor::isWorthwhile(group->files(), bin)) {
+                m_tasks.add(std::make_unique<CompactTask>(*group, CompactTask::Bins::WhereWorthwhile));
+                return;
+            }
+        }
+    }
+    m_lastTidying = now;
+}
+
+void Engine::fetchWhatIsDue()
+{
+    const qint64 now = clockSeconds();
+    for (const Account &account : m_accounts.accounts()) {
+        const qint64 last = m_lastFetch.value(account.number, 0);
+        if (account.fetchInterval > 0 && now - last >= account.fetchInterval * 60LL)
+            fetch(account.number);
+    }
+}
+
+void Engine::importMail(const QStringList &paths, Group &target)
+{
+    m_tasks.add(std::make_unique<ImportTask>(m_groups, target, paths));
+}
+
+void Engine::exportGroup(Group &group, const QString &path)
+{
+    m_tasks.add(std::make_unique<ExportTask>(group, path));
+}
+
+void Engine::compact(Group &group)
+{
+    m_tasks.add(std::make_unique<CompactTask>(group, CompactTask::Bins::All));
+}
+
+void Engine::repair(Group &group)
+{
+    m_tasks.add(std::make_unique<RepairTask>(group));
+}
+
+void Engine::moveMessages(Group &source, const Articles &articles, Group &target)
+{
+    m_tasks.add(
+        std::make_unique<TransferTask>(m_groups, source, articles, TransferTask::Kind::Move, &target));
+}
+
+void Engine::copyMessages(Group &source, const Articles &articles, Group &target)
+{
+    m_tasks.add(
+        std::make_unique<TransferTask>(m_groups, source, articles, TransferTask::Kind::Copy, &target));
+}
+
+void Engine::deleteMessages(Group &source, const Articles &articles, bool forGood)
+{
+    const auto kind = forGood ? TransferTask::Kind::DeleteForGood : TransferTask::Kind::Delete;
+    m_tasks.add(std::make_unique<TransferTask>(m_groups, source, articles, kind, nullptr));
+}
+
+void Engine::fetchAll()
+{
+    for (const Account &account : m_accounts.accounts()) {
+        if (account.isIncoming())
+            fetch(account.number);
+    }
+}
+
+void Engine::fetch(int number)
+{
+    const Account *account = m_accounts.account(number);
+    if (!account || account->kind != AccountKind::BatchFile || (account->flags & AccountLeftOut) != 0)
+        return;
+    m_lastFetch.insert(number, clockSeconds());
+    m_tasks.add(std::make_unique<BatchFetch>(m_groups, *account));
+}

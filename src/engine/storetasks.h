@@ -1,0 +1,144 @@
+#pragma once
+
+#include "engine/task.h"
+#include "store/bincompactor.h"
+#include "store/exporter.h"
+#include "store/grouprepair.h"
+#include "store/groupstore.h"
+#include "store/importer.h"
+
+#include <QPointer>
+#include <QStringList>
+
+#include <memory>
+
+/// The long work on the store as tasks. Groups may go while a task waits for its turn; it then ends at once.
+
+class ImportTask : public Task
+{
+    Q_OBJECT
+
+public:
+    ImportTask(GroupStore &store, Group &target, const QStringList &paths);
+
+    QString title() const override;
+    qint64 done() const override { return m_importer ? m_importer->done() : 0; }
+    qint64 total() const override { return m_importer ? m_importer->total() : 0; }
+    QString result() const override;
+    QString problem() const override { return m_problems.join(u'\n'); }
+
+protected:
+    State work(int milliseconds) override;
+    State halt() override;
+
+private:
+    void endPath();
+
+    GroupStore &m_store;
+    QPointer<Group> m_target;
+    QStringList m_paths;
+    QString m_path;
+    std::unique_ptr<Importer> m_importer;
+    int m_imported = 0;
+    int m_skipped = 0;
+    QStringList m_problems;
+};
+
+class ExportTask : public Task
+{
+    Q_OBJECT
+
+public:
+    ExportTask(Group &group, const QString &path);
+
+    QString title() const override;
+    qint64 done() const override { return m_exporter.done(); }
+    qint64 total() const override { return m_exporter.total(); }
+    QString result() const override;
+
+protected:
+    State work(int milliseconds) override;
+
+private:
+    QPointer<Group> m_group;
+    QString m_path;
+    Exporter m_exporter;
+};
+
+/// Compacts the bins of a group: all of them, or with WhereWorthwhile those that are more than a third dead.
+class CompactTask : public Task
+{
+    Q_OBJECT
+
+public:
+    enum class Bins { All, WhereWorthwhile };
+    CompactTask(Group &group, Bins bins);
+
+    QString title() const override;
+    QString result() const override;
+
+protected:
+    State work(int milliseconds) override;
+
+private:
+    QPointer<Group> m_group;
+    Bins m_wanted;
+    bool m_begun = false;
+    std::vector<int> m_bins; ///< still to be done, the next one last
+    std::unique_ptr<BinCompactor> m_compactor;
+    qint64 m_saved = 0;
+};
+
+/// Builds the overviews of a damaged group anew.
+class RepairTask : public Task
+{
+    Q_OBJECT
+
+public:
+    explicit RepairTask(Group &group);
+
+    QString title() const override;
+    QString result() const override;
+
+protected:
+    State work(int milliseconds) override;
+
+private:
+    QPointer<Group> m_group;
+    bool m_ok = false;
+};
+
+/// Moves, copies or deletes many messages, some at a time; each some is complete in itself.
+class TransferTask : public Task
+{
+    Q_OBJECT
+
+public:
+    enum class Kind { Move, Copy, Delete, DeleteForGood };
+    TransferTask(GroupStore &store, Group &source, Articles articles, Kind kind, Group *target);
+
+    QString title() const override;
+    qint64 done() const override { return qint64(m_next); }
+    qint64 total() const override { return qint64(m_articles.size()); }
+    QString result() const override;
+
+    /// The articles that the messages have in the target, as far as it is.
+    const Articles &arrived() const { return m_arrived; }
+
+protected:
+    State work(int milliseconds) override;
+
+private:
+    bool transfer(const Articles &some);
+
+    GroupStore &m_store;
+    QPointer<Group> m_source;
+    QPointer<Group> m_target;
+    Articles m_articles;
+    Articles m_arrived;
+    Kind m_kind;
+    std::size_t m_next = 0;
+};
+
+/// "1 message", "1,284 messages".
+QString messageCount(qint64 count);

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "engine/task.h"
+
+#include <QTimer>
+
+#include <deque>
+#include <memory>
+
+/// Runs tasks one after the other on the event loop, in slices short enough that a window stays alive. Owns
+/// them.
+class TaskRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TaskRunner(QObject *parent = nullptr);
+    ~TaskRunner() override;
+
+    /// Takes the task over and runs it when those before it have ended.
+    void add(std::unique_ptr<Task> task);
+
+    /// The one at work; null when there is none.
+    Task *current() const;
+    bool isBusy() const { return !m_tasks.empty(); }
+
+    /// Brings the one at work to its next safe point and drops the rest. For the end of the program.
+    void stopAll();
+
+signals:
+    void started(Task *task);
+    void progressed(Task *task);
+
+    /// It is deleted afterwards.
+    void ended(Task *task);
+
+private:
+    void slice();
+    void begin();
+
+    std::deque<std::unique_ptr<Task>> m_tasks;
+    QTimer m_timer;
+    bool m_begun = false;
+};
