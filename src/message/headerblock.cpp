@@ -27,10 +27,10 @@ quint32 nameHash(QByteArrayView name)
 
 HeaderExtent extentFrom(QByteArrayView text, qsizetype from)
 {
-    const qsizetype end = text.indexOf("\n\n", from);
-    if (end < 0)
-        return {text.size(), text.size()};
-    return {end + 1, end + 2};
+    for (qsizetype end = text.indexOf('\n', from); end >= 0; end = text.indexOf('\n', end + 1))
+        if (end + 1 < text.size() && text[end + 1] == '\n')
+            return {end + 1, end + 2};
+    return {text.size(), text.size()};
 }
 
 } // namespace

@@ -32,19 +32,17 @@ namespace {
 /// In one pass, and not at all when there is nothing to do.
 QByteArray withUnixLineEnds(const QByteArray &text)
 {
-    qsizetype end = text.indexOf("\r\n");
-    if (end < 0)
-        return text;
     QByteArray unix;
-    unix.reserve(text.size());
     qsizetype from = 0;
-    for (; end >= 0; end = text.indexOf('\r', end + 1)) {
+    for (qsizetype end = text.indexOf('\r'); end >= 0; end = text.indexOf('\r', end + 1)) {
         if (end + 1 >= text.size() || text[end + 1] != '\n')
             continue;
+        if (from == 0)
+            unix.reserve(text.size());
         unix.append(text.constData() + from, end - from);
         from = end + 1;
     }
-    return unix.append(text.constData() + from, text.size() - from);
+    return from == 0 ? text : unix.append(text.constData() + from, text.size() - from);
 }
 
 QString withoutComments(const QString &value)

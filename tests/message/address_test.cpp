@@ -157,10 +157,10 @@ void AddressTest::longFieldsTakeLinearTime()
     QFETCH(QString, piece);
     QElapsedTimer timer;
     timer.start();
-    parseAddresses(piece.repeated(1'000'000 / piece.size()));
-    parseAddresses(piece.repeated(500'000 / piece.size()) + QString(500'000, u' '));
-    parseAddresses(u"<a>"_s + piece.repeated(1'000'000 / piece.size()) + u';');
-    parseAddresses(u"a@"_s + piece.repeated(1'000'000 / piece.size()));
+    parseAddresses(piece.repeated(300'000 / piece.size()));
+    parseAddresses(piece.repeated(150'000 / piece.size()) + QString(150'000, u' '));
+    parseAddresses(u"<a>"_s + piece.repeated(300'000 / piece.size()) + u';');
+    parseAddresses(u"a@"_s + piece.repeated(300'000 / piece.size()));
     QVERIFY2(timer.elapsed() < 5000, "took longer than any linear pass needs");
 }
 
