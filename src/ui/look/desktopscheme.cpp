@@ -40,8 +40,7 @@ void DesktopScheme::start()
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(kService, kPath, kInterface, u"SettingChanged"_s, this,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    bus.connect(kService, kPath, kInterface, u"SettingChanged"_s, this, SLOT(settingChanged(QDBusMessage)));
     QDBusMessage read = QDBusMessage::createMethodCall(kService, kPath, kInterface, u"Read"_s);
     read << QString(kSpace) << QString(kKey);
     auto *call = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
@@ -53,10 +52,11 @@ void DesktopScheme::take(uint preference)
     setDark(preference == 1 || (preference != 2 && m_platformDark));
 }
 
-void DesktopScheme::settingChanged(const QString &space, const QString &key, const QDBusVariant &value)
+void DesktopScheme::settingChanged(const QDBusMessage &message)
 {
-    if (space == kSpace && key == kKey)
-        take(preferenceIn(value.variant()));
+    const QVariantList arguments = message.arguments(); // space, key, value
+    if (arguments.size() == 3 && arguments[0].toString() == kSpace && arguments[1].toString() == kKey)
+        take(preferenceIn(arguments[2]));
 }
 
 void DesktopScheme::answered(QDBusPendingCallWatcher *call)

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <QDBusMessage>
 #include <QObject>
 
 class QDBusPendingCallWatcher;
-class QDBusVariant;
 
 /// Whether the desktop wants windows dark: as the settings portal says (org.freedesktop.appearance,
 /// color-scheme), else as the platform's own palette looks. The portal is asked without waiting; a desktop
@@ -27,7 +27,7 @@ signals:
     void changed();
 
 private slots:
-    void settingChanged(const QString &space, const QString &key, const QDBusVariant &value);
+    void settingChanged(const QDBusMessage &message);
 
 private:
     void answered(QDBusPendingCallWatcher *call);

@@ -98,10 +98,12 @@ void drawSlider(const QStyleOptionSlider *option, QPainter *painter, const QStyl
     }
     paintPanel(painter, groove, 2, colour(Role::Pressed), {});
     paintPanel(painter, done, 2, accent, {});
-    QRect knob(0, 0, 16, 16);
-    knob.moveCenter(handle.center());
-    paintPanel(painter, knob, 8, colour(Role::Base), hasFocus(option) ? accent : colour(Role::Field),
-               hasFocus(option) ? 2 : 1);
+    QRect knob(handle.center().x() - kSliderKnob / 2 + 1, groove.y() + 2 - kSliderKnob / 2, kSliderKnob,
+               kSliderKnob);
+    if (option->orientation == Qt::Vertical)
+        knob.moveTopLeft({groove.x() + 2 - kSliderKnob / 2, handle.center().y() - kSliderKnob / 2 + 1});
+    paintPanel(painter, knob, kSliderKnob / 2.0, colour(Role::Base),
+               hasFocus(option) ? accent : colour(Role::Field), hasFocus(option) ? 2 : 1);
 }
 
 QFont groupTitleFont()

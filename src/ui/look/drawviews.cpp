@@ -62,8 +62,9 @@ void drawHeaderSection(const QStyleOptionHeader *option, QPainter *painter, cons
     const int beside = metrics.horizontalAdvance(text) + space::inner;
     const QRect rest = QStyle::visualRect(
         option->direction, line, atEnd ? line.adjusted(0, 0, -beside, 0) : line.adjusted(beside, 0, 0, 0));
+    // Qt names the arrow after the order of old: "up" is descending, which is the newest or the largest first
     paintChevron(painter, atEnd ? trailing(option, rest, arrow) : leading(option, rest, arrow),
-                 option->sortIndicator == QStyleOptionHeader::SortDown ? Qt::DownArrow : Qt::UpArrow, ink,
+                 option->sortIndicator == QStyleOptionHeader::SortUp ? Qt::DownArrow : Qt::UpArrow, ink,
                  iconSize(IconUse::Row) - 2);
 }
 

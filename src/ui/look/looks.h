@@ -41,8 +41,9 @@ public:
     void setFont(const QFont &font);
 
 signals:
-    /// Colours, sizes or the font have changed; widgets have been told to paint again. For what was made out
-    /// of colours or sizes and kept: documents, column widths.
+    /// Colours, sizes or the font have changed: colour() and the sizes are the new ones, the palettes of
+    /// widgets follow with their next events. For what was made out of colours or sizes and kept: documents,
+    /// column widths.
     void lookChanged();
 
 private:

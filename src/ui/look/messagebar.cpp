@@ -73,6 +73,7 @@ MessageBar::MessageBar(QWidget *parent)
     layout->addWidget(m_text, 1);
     layout->addWidget(m_first);
     layout->addWidget(m_second);
+    layout->addSpacing(space::between);
     layout->addWidget(m_close);
     arrange();
     connect(m_first, &QPushButton::clicked, this, &MessageBar::firstClicked);

@@ -15,12 +15,14 @@ SearchField::SearchField(const QString &icon, const QString &placeholder, QWidge
     setPlaceholderText(placeholder);
     setAccessibleName(placeholder);
     setClearButtonEnabled(true);
+    connect(this, &QLineEdit::textChanged, this, &SearchField::arrange);
     arrange();
 }
 
 void SearchField::setKeyHint(const QKeySequence &key)
 {
     m_key = key;
+    arrange();
     update();
 }
 
@@ -30,13 +32,20 @@ QRect SearchField::iconRect() const
     return QStyle::visualRect(layoutDirection(), rect(), QRect(space::between - 1, 0, size, height()));
 }
 
+int SearchField::keyWidth() const
+{
+    const QString key = m_key.toString(QKeySequence::NativeText);
+    return key.isEmpty() ? 0 : QFontMetrics(fontScaled(scale::section)).horizontalAdvance(key) + space::group;
+}
+
 void SearchField::arrange()
 {
     const int before = iconSize(IconUse::Row) + space::between;
+    const int behind = text().isEmpty() ? keyWidth() : 0;
     if (layoutDirection() == Qt::RightToLeft)
-        setTextMargins(0, 0, before, 0);
+        setTextMargins(behind, 0, before, 0);
     else
-        setTextMargins(before, 0, 0, 0);
+        setTextMargins(before, 0, behind, 0);
 }
 
 void SearchField::paintEvent(QPaintEvent *event)

@@ -28,6 +28,7 @@ protected:
 private:
     void arrange();
     QRect iconRect() const;
+    int keyWidth() const;
 
     QString m_icon;
     QKeySequence m_key;

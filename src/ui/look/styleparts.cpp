@@ -28,8 +28,7 @@ void paintPanel(QPainter *painter, const QRect &rect, qreal radius, const QColor
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(border.isValid() ? QPen(border, width) : QPen(Qt::NoPen));
     painter->setBrush(fill.isValid() ? QBrush(fill) : QBrush(Qt::NoBrush));
-    painter->drawRoundedRect(QRectF(rect).adjusted(inset, inset, -inset, -inset), radius - inset,
-                             radius - inset);
+    painter->drawRoundedRect(QRectF(rect).adjusted(inset, inset, -inset, -inset), radius, radius);
     painter->restore();
 }
 

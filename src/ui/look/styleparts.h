@@ -51,6 +51,7 @@ int mnemonicFlags(const QStyle *style, const QStyleOption *option, const QWidget
 /// @name Buttons
 /// @{
 constexpr int kButtonPadding = 15;
+constexpr int kGhostPadding = 10;
 constexpr int kToolButtonPadding = 9;
 constexpr int kIconGap = 7;
 void drawPushButtonBevel(const QStyleOptionButton *option, QPainter *painter, const QWidget *widget);
@@ -68,6 +69,7 @@ void drawRadioButton(const QStyleOption *option, QPainter *painter);
 constexpr int kFieldPadding = 8;
 constexpr int kComboArrow = 24;
 constexpr int kSpinArrows = 24;
+constexpr int kSliderKnob = 16;
 void drawField(const QStyleOption *option, QPainter *painter);
 void drawComboBox(const QStyleOptionComboBox *option, QPainter *painter);
 void drawComboBoxLabel(const QStyleOptionComboBox *option, QPainter *painter);

@@ -5,6 +5,8 @@
 #include <QAbstractScrollArea>
 #include <QFrame>
 #include <QTabBar>
+#include <QTableView>
+#include <QTreeView>
 
 #include <algorithm>
 
@@ -20,6 +22,12 @@ int frameWidth(const QWidget *widget)
 int layoutMargin(const QWidget *widget)
 {
     return widget && widget->isWindow() ? space::dialog : 0;
+}
+
+/// Besides the usual 6 px, so that values end where the header's text above them does.
+int cellTrailing(const QWidget *widget)
+{
+    return qobject_cast<const QTreeView *>(widget) || qobject_cast<const QTableView *>(widget) ? 6 : 0;
 }
 
 QSize atLeastHigh(QSize size, int height)
@@ -76,7 +84,7 @@ int VelmarStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, con
     case PM_ToolBarItemMargin: return 0;
     case PM_ToolBarSeparatorExtent: return 13;
     case PM_ToolBarExtensionExtent: return 28;
-    case PM_TabBarTabHSpace: return 2 * kTabPadding;
+    case PM_TabBarTabHSpace: return 2 * kTabPadding + space::between;
     case PM_TabBarTabVSpace: return 18;
     case PM_TabCloseIndicatorWidth:
     case PM_TabCloseIndicatorHeight: return iconSize(IconUse::Row);
@@ -85,9 +93,9 @@ int VelmarStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, con
     case PM_ScrollBarSliderMin: return 32;
     case PM_ScrollView_ScrollBarSpacing:
     case PM_ScrollView_ScrollBarOverlap: return 0;
-    case PM_SliderThickness:
+    case PM_SliderThickness: return kSliderKnob + space::inner;
     case PM_SliderControlThickness:
-    case PM_SliderLength: return 16;
+    case PM_SliderLength: return kSliderKnob;
     case PM_ToolTipLabelFrameWidth: return 3;
     case PM_FocusFrameHMargin: return 5;
     case PM_FocusFrameVMargin: return 0;
@@ -115,6 +123,8 @@ QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
             const int words = button->fontMetrics.size(Qt::TextShowMnemonic, button->text).width();
             const int arrow = button->features & QStyleOptionButton::HasMenu ? iconSize(IconUse::Row) : 0;
             const int inner = icon + (icon && words ? kIconGap : 0) + words + arrow;
+            if (buttonKind(widget) == ButtonKind::Ghost)
+                return {inner + 2 * kGhostPadding, controlHeight()};
             const int minimum = button->text.isEmpty() ? 0 : kButtonMinimumWidth;
             return {std::max(inner + 2 * kButtonPadding, minimum), controlHeight()};
         }
@@ -148,7 +158,8 @@ QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
     case CT_ProgressBar: return {contents.width(), 4};
     case CT_ItemViewItem: {
         const QSize natural = QProxyStyle::sizeFromContents(type, option, contents, widget);
-        return atLeastHigh(natural, rowHeight(hasRoundedRows(widget) ? RowKind::Tree : RowKind::List));
+        const int height = rowHeight(hasRoundedRows(widget) ? RowKind::Tree : RowKind::List);
+        return atLeastHigh(natural + QSize(cellTrailing(widget), 0), height);
     }
     case CT_GroupBox: {
         const auto *box = qstyleoption_cast<const QStyleOptionGroupBox *>(option);
@@ -198,7 +209,12 @@ QRect VelmarStyle::subElementRect(SubElement element, const QStyleOption *option
     case SE_ProgressBarGroove:
     case SE_ProgressBarContents:
     case SE_ProgressBarLabel: return option->rect;
-    case SE_ShapedFrameContents: break;
+    case SE_ItemViewItemText: {
+        const QRect text = QProxyStyle::subElementRect(element, option, widget);
+        const int behind = cellTrailing(widget);
+        return option->direction == Qt::RightToLeft ? text.adjusted(behind, 0, 0, 0)
+                                                    : text.adjusted(0, 0, -behind, 0);
+    }
     default: break;
     }
     return QProxyStyle::subElementRect(element, option, widget);

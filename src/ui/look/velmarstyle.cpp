@@ -189,6 +189,14 @@ void VelmarStyle::drawControl(ControlElement element, const QStyleOption *option
         if (const auto *tab = as<QStyleOptionTab>(option))
             drawTabLabel(tab, painter, proxy(), widget);
         return;
+    case CE_ItemViewItem:
+        if (const auto *item = as<QStyleOptionViewItem>(option)) {
+            // an open branch would show its icon as if it were checked
+            QStyleOptionViewItem closed = *item;
+            closed.state &= ~State_Open;
+            QProxyStyle::drawControl(element, &closed, painter, widget);
+        }
+        return;
     case CE_Splitter: painter->fillRect(option->rect, colour(Role::Separator)); return;
     case CE_ShapedFrame:
         if (const auto *frame = as<QStyleOptionFrame>(option))
