@@ -152,8 +152,9 @@ void WordReader::completeFromNext(Word &word, QString &text)
 
 void WordReader::place(QString text, qsizetype room)
 {
-    const bool opens = m_out.endsWith(u'=') && text.startsWith(u'?');
-    const bool closes = text.endsWith(u'=') && m_at < m_in.size() && m_in[m_at] == u'?';
+    const bool markFollows = m_at < m_in.size() && m_in[m_at] == u'?';
+    const bool opens = m_out.endsWith(u'=') && (text.startsWith(u'?') || (text.isEmpty() && markFollows));
+    const bool closes = text.endsWith(u'=') && markFollows;
     if ((!opens && !closes && !text.contains("=?"_L1)) || text.size() >= room || text.size() > m_rereadable) {
         m_out += text;
         return;

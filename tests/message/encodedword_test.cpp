@@ -52,6 +52,7 @@ void EncodedWordTest::wordsAreRead_data()
     QTest::newRow("base64 of a word") << u"=?utf-8?B?PT91dGYtOD9RP2E/PQ==?="_s << u"a"_s;
     QTest::newRow("decoded text opens a word") << u"==?u?Q?=3Fu=3FQ=3Fa?=?="_s << u"a"_s;
     QTest::newRow("decoded text and what follows open one") << u"=?u?Q?x=3D?=?u?Q?a?="_s << u"xa"_s;
+    QTest::newRow("an empty word between the halves of one") << u"==?u?B?=?=?u?Q?a?="_s << u"a"_s;
     QTest::newRow("line ends and NULs") << u"=?utf-8?Q?a=0D=0Ab=00c=E2=80=A8d?="_s << u"a  b c d"_s;
     QTest::newRow("character split in UTF-8") << u"=?utf-8?Q?Gr=C3?= =?utf-8?Q?=BCn?="_s << u"Grü n"_s;
     QTest::newRow("split in base64") << u"=?UTF-8?B?8J8=?==?utf-8?B?mIAh?="_s << u"😀!"_s;
