@@ -41,14 +41,14 @@ bool isBlank(char c)
 }
 
 /// Whether the next line with anything on it is base64 from end to end.
-bool goesOnInBase64(const char *from, const char *end)
+bool goesOnInBase64(QByteArrayView rest)
 {
-    while (from < end && (isBlank(*from) || *from == '\n'))
-        ++from;
-    const char *lineEnd = findLineEnd(from, end);
-    while (lineEnd > from && isBlank(lineEnd[-1]))
-        --lineEnd;
-    return std::all_of(from, lineEnd, [](char c) { return kBase64[quint8(c)] != kNoDigit || c == '='; });
+    const auto *from =
+        std::find_if(rest.begin(), rest.end(), [](char c) { return !isBlank(c) && c != '\n'; });
+    QByteArrayView behind(from, rest.end());
+    const QByteArrayView line = takeLine(behind).trimmed();
+    return std::all_of(line.begin(), line.end(),
+                       [](char c) { return kBase64[quint8(c)] != kNoDigit || c == '='; });
 }
 
 /// The digits of one group of four, gathered singly where bytes that are none stand between them.
@@ -169,7 +169,7 @@ QByteArray decodeBase64(QByteArrayView encoded)
             group.finish(out);
             padded = true;
         } else if (c == '\n' && padded) {
-            if (!goesOnInBase64(in, end))
+            if (!goesOnInBase64(QByteArrayView(in, end)))
                 break;
             padded = false;
         }

@@ -2,8 +2,9 @@
 
 namespace {
 
-constexpr int kMostPieces = 1000; ///< of one parameter; a name of a thousand pieces is no name
-constexpr int kMostComments = 8;  ///< looked for in one value, so that nested ones cannot cost quadratic time
+constexpr int kMostPieces = 1000;             ///< of one parameter; a name of a thousand pieces is no name
+constexpr std::size_t kMostParameters = 1000; ///< of a field; what stands behind them is not looked at
+constexpr int kMostComments = 8; ///< looked for in one value, so that nested ones cannot cost quadratic time
 
 bool isBlank(char c)
 {
@@ -150,7 +151,7 @@ QByteArrayView withoutCharset(QByteArrayView value, QByteArray *charset)
 ParameterList::ParameterList(QByteArrayView field)
     : m_field(field.toByteArray())
 {
-    for (qsizetype at = readValue(); at < m_field.size();)
+    for (qsizetype at = readValue(); at < m_field.size() && m_parameters.size() < kMostParameters;)
         at = readParameter(at);
 }
 
