@@ -148,6 +148,36 @@ void addToolBarRow(QVBoxLayout *column, QWidget *parent)
     column->addWidget(bar);
 }
 
+/// A bar with less room than it needs, buttons with menus, what is disabled.
+void addOddities(QVBoxLayout *column, QWidget *parent)
+{
+    QHBoxLayout *line = row(column);
+    QToolBar *bar = newToolBar(parent);
+    for (const QString &name :
+         {u"view"_s, u"catch-up"_s, u"delete"_s, u"refresh"_s, u"flag"_s, u"follow-up"_s})
+        addToToolBar(bar, action(bar, name, name));
+    bar->setFixedWidth(140);
+    line->addWidget(bar);
+    QAction *move = action(parent, u"folder"_s, u"Move to"_s);
+    QToolButton *menu = newToolButton(move, parent, true);
+    menu->setMenu(new QMenu(menu));
+    menu->setPopupMode(QToolButton::InstantPopup);
+    line->addWidget(menu);
+    QPushButton *more = button(u"Import"_s);
+    more->setIcon(icon(u"import"_s));
+    more->setMenu(new QMenu(more));
+    line->addWidget(more);
+    auto *checked = new QCheckBox(u"Disabled"_s);
+    checked->setChecked(true);
+    checked->setEnabled(false);
+    line->addWidget(checked);
+    auto *combo = new QComboBox;
+    combo->addItem(icon(u"tag"_s), u"Set colour"_s);
+    combo->setEnabled(false);
+    line->addWidget(combo);
+    line->addStretch(1);
+}
+
 void addBars(QVBoxLayout *column)
 {
     const auto add = [column](MessageBar::Kind kind, const QString &text, const QString &first) {
@@ -178,9 +208,11 @@ QWidget *controlsSheet()
     addFields(column);
     addChoices(column);
     addToolBarRow(column, sheet);
+    addOddities(column, sheet);
     addBars(column);
 
     auto *group = new QGroupBox(u"Quotes and links"_s);
+    group->setCheckable(true);
     auto *form = new QFormLayout(group);
     form->addRow(u"Signature"_s, new QLineEdit(u"Clara Brandt, editor"_s));
     auto *slider = new QSlider(Qt::Horizontal);

@@ -17,7 +17,6 @@ namespace {
 constexpr int kHandle = 6;
 constexpr int kHandleOffset = 4;
 constexpr int kHandleEnds = 2;
-constexpr int kShortestHandle = 32;
 
 } // namespace
 

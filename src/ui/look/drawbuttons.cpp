@@ -62,6 +62,11 @@ ButtonColours pushButtonColours(const QStyleOptionButton *option, ButtonKind kin
 
 } // namespace
 
+int menuArrowWidth()
+{
+    return iconSize(IconUse::Row) + space::inner;
+}
+
 void drawPushButtonBevel(const QStyleOptionButton *option, QPainter *painter, const QWidget *widget)
 {
     const ButtonKind kind = buttonKind(widget);
@@ -85,7 +90,7 @@ void drawPushButtonLabel(const QStyleOptionButton *option, QPainter *painter, co
     const bool hasMenu = option->features & QStyleOptionButton::HasMenu;
     const int icon = option->icon.isNull() ? 0 : option->iconSize.height();
     const int gap = icon && !option->text.isEmpty() ? kIconGap : 0;
-    const int arrow = hasMenu ? iconSize(IconUse::Row) : 0;
+    const int arrow = hasMenu ? menuArrowWidth() : 0;
     const int flags = Qt::AlignVCenter | Qt::AlignLeft | mnemonicFlags(style, option, widget);
     const int width = option->fontMetrics.size(Qt::TextShowMnemonic, option->text).width();
     const int used = std::min(icon + gap + width + arrow, option->rect.width() - 8);
@@ -97,7 +102,8 @@ void drawPushButtonLabel(const QStyleOptionButton *option, QPainter *painter, co
         paintIcon(painter, leading(option, line, icon), option->icon, icon,
                   plainText ? colour(Role::Text2) : text, option->direction, isEnabled(option));
     if (arrow)
-        paintChevron(painter, trailing(option, line, arrow), Qt::DownArrow, text, iconSize(IconUse::Row) - 2);
+        paintChevron(painter, trailing(option, line, iconSize(IconUse::Row)), Qt::DownArrow,
+                     plainText ? colour(Role::Text2) : text, iconSize(IconUse::Row) - 2);
     const QRect words = QStyle::visualRect(option->direction, line, line.adjusted(icon + gap, 0, -arrow, 0));
     painter->save();
     painter->setPen(text);
@@ -172,7 +178,7 @@ void drawToolButtonLabel(const QStyleOptionToolButton *option, QPainter *painter
                          const QColor &text, const QStyle *style)
 {
     const int icon = toolIcon(option);
-    const int arrow = hasArrow(option) ? iconSize(IconUse::Row) : 0;
+    const int arrow = hasArrow(option) ? menuArrowWidth() : 0;
     QRect line = option->rect;
     if (showsText(option))
         line.adjust(kToolButtonPadding, 0, -kToolButtonPadding, 0);
@@ -186,8 +192,8 @@ void drawToolButtonLabel(const QStyleOptionToolButton *option, QPainter *painter
                      iconSize(IconUse::Row));
     }
     if (arrow)
-        paintChevron(painter, trailing(option, line, arrow), Qt::DownArrow, toolIconColour(option, widget),
-                     iconSize(IconUse::Row) - 2);
+        paintChevron(painter, trailing(option, line, iconSize(IconUse::Row)), Qt::DownArrow,
+                     toolIconColour(option, widget), iconSize(IconUse::Row) - 2);
     if (!showsText(option))
         return;
     const int before = icon ? icon + kIconGap : 0;
@@ -222,7 +228,7 @@ QSize toolButtonSize(const QStyleOptionToolButton *option, const QWidget *)
 {
     const int icon = toolIcon(option);
     const int height = std::max(icon, textHeight()) + 10;
-    const int arrow = hasArrow(option) ? iconSize(IconUse::Row) : 0;
+    const int arrow = hasArrow(option) ? menuArrowWidth() : 0;
     if (!showsText(option))
         return {std::max(icon, icon ? 0 : iconSize(IconUse::Row)) + 10 + arrow, height};
     const int words = option->fontMetrics.size(Qt::TextShowMnemonic, option->text).width();

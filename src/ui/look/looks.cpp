@@ -6,6 +6,7 @@
 #include "ui/look/velmarstyle.h"
 
 #include <QApplication>
+#include <QToolTip>
 
 #include <array>
 
@@ -124,6 +125,7 @@ void Looks::show()
     setCurrentScheme(scheme());
     setCurrentDensity(m_density);
     QApplication::setPalette(paletteFor(currentScheme()));
+    QToolTip::setPalette(paletteFor(currentScheme())); // the platform may have one of its own for them
     recolourWidgets();
     emit lookChanged();
 }

@@ -54,6 +54,9 @@ constexpr int kButtonPadding = 15;
 constexpr int kGhostPadding = 10;
 constexpr int kToolButtonPadding = 9;
 constexpr int kIconGap = 7;
+constexpr int kCheckGap = 7;
+/// What a button with a menu needs besides.
+int menuArrowWidth();
 void drawPushButtonBevel(const QStyleOptionButton *option, QPainter *painter, const QWidget *widget);
 void drawPushButtonLabel(const QStyleOptionButton *option, QPainter *painter, const QWidget *widget,
                          const QStyle *style);
@@ -105,6 +108,7 @@ void drawDropIndicator(const QStyleOption *option, QPainter *painter);
 /// @name Bars
 /// @{
 constexpr int kScrollBar = 12;
+constexpr int kShortestHandle = 32;
 constexpr int kTabPadding = 12;
 void drawScrollBar(const QStyleOptionSlider *option, QPainter *painter, const QStyle *style,
                    const QWidget *widget);

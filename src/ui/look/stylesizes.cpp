@@ -37,41 +37,87 @@ QSize atLeastHigh(QSize size, int height)
 
 } // namespace
 
+namespace {
+
+struct FixedMetric
+{
+    QStyle::PixelMetric metric;
+    int pixels;
+};
+
+/// What does not depend on the font.
+constexpr FixedMetric kFixedMetrics[] = {
+    {QStyle::PM_ComboBoxFrameWidth, 1},
+    {QStyle::PM_SpinBoxFrameWidth, 1},
+    {QStyle::PM_SplitterWidth, 1}, // the handle keeps a grip of 5 px around it
+    {QStyle::PM_MenuPanelWidth, 1},
+    {QStyle::PM_MenuHMargin, 5},
+    {QStyle::PM_MenuVMargin, 5},
+    {QStyle::PM_MenuBarPanelWidth, 0},
+    {QStyle::PM_MenuBarItemSpacing, 0},
+    {QStyle::PM_MenuBarVMargin, 0},
+    {QStyle::PM_MenuBarHMargin, 6},
+    {QStyle::PM_SubMenuOverlap, -2},
+    {QStyle::PM_ButtonMargin, kButtonPadding},
+    {QStyle::PM_ButtonDefaultIndicator, 0},
+    {QStyle::PM_ButtonShiftHorizontal, 0},
+    {QStyle::PM_ButtonShiftVertical, 0},
+    {QStyle::PM_CheckBoxLabelSpacing, kCheckGap},
+    {QStyle::PM_RadioButtonLabelSpacing, kCheckGap},
+    {QStyle::PM_ToolBarFrameWidth, 0},
+    {QStyle::PM_ToolBarHandleExtent, 0},
+    {QStyle::PM_ToolBarItemSpacing, 2},
+    {QStyle::PM_ToolBarItemMargin, 0},
+    {QStyle::PM_ToolBarSeparatorExtent, 13},
+    {QStyle::PM_ToolBarExtensionExtent, 28},
+    {QStyle::PM_TabBarBaseOverlap, 0},
+    {QStyle::PM_TabBarBaseHeight, 0},
+    {QStyle::PM_TabBarTabOverlap, 0},
+    {QStyle::PM_TabBarTabShiftHorizontal, 0},
+    {QStyle::PM_TabBarTabShiftVertical, 0},
+    {QStyle::PM_TabBarTabHSpace, 2 * kTabPadding + space::between},
+    {QStyle::PM_TabBarTabVSpace, 18},
+    {QStyle::PM_TabBarScrollButtonWidth, 24},
+    {QStyle::PM_ScrollBarExtent, kScrollBar},
+    {QStyle::PM_ScrollBarSliderMin, kShortestHandle},
+    {QStyle::PM_ScrollView_ScrollBarSpacing, 0},
+    {QStyle::PM_ScrollView_ScrollBarOverlap, 0},
+    {QStyle::PM_SliderThickness, kSliderKnob + space::inner},
+    {QStyle::PM_SliderControlThickness, kSliderKnob},
+    {QStyle::PM_SliderLength, kSliderKnob},
+    {QStyle::PM_ToolTipLabelFrameWidth, 3},
+    {QStyle::PM_FocusFrameHMargin, 5},
+    {QStyle::PM_FocusFrameVMargin, 0},
+    {QStyle::PM_HeaderMargin, 6},
+    {QStyle::PM_HeaderGripMargin, 4},
+    {QStyle::PM_DockWidgetFrameWidth, 0},
+    {QStyle::PM_TreeViewIndentation, 18},
+    {QStyle::PM_ProgressBarChunkWidth, 1},
+    {QStyle::PM_LayoutHorizontalSpacing, space::between},
+    {QStyle::PM_LayoutVerticalSpacing, space::between},
+    {QStyle::PM_TextCursorWidth, 1},
+};
+
+} // namespace
+
 int VelmarStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const
 {
+    for (const auto &[fixed, pixels] : kFixedMetrics)
+        if (fixed == metric)
+            return pixels;
     switch (metric) {
     case PM_DefaultFrameWidth: return frameWidth(widget);
-    case PM_ComboBoxFrameWidth:
-    case PM_SpinBoxFrameWidth:
-    case PM_SplitterWidth:
-    case PM_MenuPanelWidth: return 1;
-    case PM_MenuHMargin:
-    case PM_MenuVMargin: return 5;
-    case PM_MenuBarPanelWidth:
-    case PM_MenuBarItemSpacing:
-    case PM_MenuBarVMargin: return 0;
-    case PM_MenuBarHMargin: return 6;
-    case PM_SubMenuOverlap: return -2;
-    case PM_ButtonMargin: return kButtonPadding;
-    case PM_ButtonDefaultIndicator:
-    case PM_ButtonShiftHorizontal:
-    case PM_ButtonShiftVertical:
-    case PM_ToolBarFrameWidth:
-    case PM_ToolBarHandleExtent:
-    case PM_TabBarBaseOverlap:
-    case PM_TabBarBaseHeight:
-    case PM_TabBarTabOverlap:
-    case PM_TabBarTabShiftHorizontal:
-    case PM_TabBarTabShiftVertical:
-    case PM_DockWidgetFrameWidth:
-    case PM_HeaderGripMargin: return metric == PM_HeaderGripMargin ? 4 : 0;
-    case PM_MenuButtonIndicator: return iconSize(IconUse::Row);
+    case PM_LayoutLeftMargin:
+    case PM_LayoutTopMargin:
+    case PM_LayoutRightMargin:
+    case PM_LayoutBottomMargin: return layoutMargin(widget);
+    case PM_MenuButtonIndicator:
     case PM_IndicatorWidth:
     case PM_IndicatorHeight:
     case PM_ExclusiveIndicatorWidth:
-    case PM_ExclusiveIndicatorHeight: return iconSize(IconUse::Row);
-    case PM_CheckBoxLabelSpacing:
-    case PM_RadioButtonLabelSpacing: return 7;
+    case PM_ExclusiveIndicatorHeight:
+    case PM_TabCloseIndicatorWidth:
+    case PM_TabCloseIndicatorHeight:
     case PM_SmallIconSize:
     case PM_ButtonIconSize:
     case PM_ListViewIconSize:
@@ -80,54 +126,33 @@ int VelmarStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, con
     case PM_ToolBarIconSize: return iconSize(IconUse::Bar);
     case PM_LargeIconSize: return iconSize(IconUse::Card);
     case PM_MessageBoxIconSize: return iconSize(IconUse::DialogHead);
-    case PM_ToolBarItemSpacing: return 2;
-    case PM_ToolBarItemMargin: return 0;
-    case PM_ToolBarSeparatorExtent: return 13;
-    case PM_ToolBarExtensionExtent: return 28;
-    case PM_TabBarTabHSpace: return 2 * kTabPadding + space::between;
-    case PM_TabBarTabVSpace: return 18;
-    case PM_TabCloseIndicatorWidth:
-    case PM_TabCloseIndicatorHeight: return iconSize(IconUse::Row);
-    case PM_TabBarScrollButtonWidth: return 24;
-    case PM_ScrollBarExtent: return kScrollBar;
-    case PM_ScrollBarSliderMin: return 32;
-    case PM_ScrollView_ScrollBarSpacing:
-    case PM_ScrollView_ScrollBarOverlap: return 0;
-    case PM_SliderThickness: return kSliderKnob + space::inner;
-    case PM_SliderControlThickness:
-    case PM_SliderLength: return kSliderKnob;
-    case PM_ToolTipLabelFrameWidth: return 3;
-    case PM_FocusFrameHMargin: return 5;
-    case PM_FocusFrameVMargin: return 0;
-    case PM_HeaderMargin: return 6;
-    case PM_TreeViewIndentation: return 18;
-    case PM_ProgressBarChunkWidth: return 1;
-    case PM_LayoutLeftMargin:
-    case PM_LayoutTopMargin:
-    case PM_LayoutRightMargin:
-    case PM_LayoutBottomMargin: return layoutMargin(widget);
-    case PM_LayoutHorizontalSpacing:
-    case PM_LayoutVerticalSpacing: return space::between;
-    case PM_TextCursorWidth: return 1;
     default: return QProxyStyle::pixelMetric(metric, option, widget);
     }
 }
+
+namespace {
+
+QSize pushButtonSize(const QStyleOptionButton *option, const QWidget *widget)
+{
+    const int icon = option->icon.isNull() ? 0 : option->iconSize.height();
+    const int words = option->fontMetrics.size(Qt::TextShowMnemonic, option->text).width();
+    const int arrow = option->features & QStyleOptionButton::HasMenu ? menuArrowWidth() : 0;
+    const int inner = icon + (icon && words ? kIconGap : 0) + words + arrow;
+    if (buttonKind(widget) == ButtonKind::Ghost)
+        return {inner + 2 * kGhostPadding, controlHeight()};
+    const int minimum = option->text.isEmpty() ? 0 : kButtonMinimumWidth;
+    return {std::max(inner + 2 * kButtonPadding, minimum), controlHeight()};
+}
+
+} // namespace
 
 QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &contents,
                                     const QWidget *widget) const
 {
     switch (type) {
     case CT_PushButton:
-        if (const auto *button = qstyleoption_cast<const QStyleOptionButton *>(option)) {
-            const int icon = button->icon.isNull() ? 0 : button->iconSize.height();
-            const int words = button->fontMetrics.size(Qt::TextShowMnemonic, button->text).width();
-            const int arrow = button->features & QStyleOptionButton::HasMenu ? iconSize(IconUse::Row) : 0;
-            const int inner = icon + (icon && words ? kIconGap : 0) + words + arrow;
-            if (buttonKind(widget) == ButtonKind::Ghost)
-                return {inner + 2 * kGhostPadding, controlHeight()};
-            const int minimum = button->text.isEmpty() ? 0 : kButtonMinimumWidth;
-            return {std::max(inner + 2 * kButtonPadding, minimum), controlHeight()};
-        }
+        if (const auto *button = qstyleoption_cast<const QStyleOptionButton *>(option))
+            return pushButtonSize(button, widget);
         break;
     case CT_ToolButton:
         if (const auto *button = qstyleoption_cast<const QStyleOptionToolButton *>(option))
@@ -154,7 +179,7 @@ QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
     case CT_MenuBarItem: return {contents.width() + 18, menuBarItemHeight()};
     case CT_CheckBox:
     case CT_RadioButton:
-        return {contents.width() + iconSize(IconUse::Row) + 7 + space::inner, checkBoxHeight()};
+        return {contents.width() + iconSize(IconUse::Row) + kCheckGap + space::inner, checkBoxHeight()};
     case CT_ProgressBar: return {contents.width(), 4};
     case CT_ItemViewItem: {
         const QSize natural = QProxyStyle::sizeFromContents(type, option, contents, widget);
@@ -165,7 +190,7 @@ QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
         const auto *box = qstyleoption_cast<const QStyleOptionGroupBox *>(option);
         const int words = box ? QFontMetrics(groupTitleFont()).horizontalAdvance(box->text) : 0;
         const QSize natural = QProxyStyle::sizeFromContents(type, option, contents, widget);
-        return {std::max(natural.width(), words + iconSize(IconUse::Row) + 7), natural.height()};
+        return {std::max(natural.width(), words + iconSize(IconUse::Row) + kCheckGap), natural.height()};
     }
     default: break;
     }
@@ -271,7 +296,7 @@ QRect groupBoxPart(const QStyleOptionGroupBox *option, QStyle::SubControl part)
         return QStyle::visualRect(option->direction, rect, square);
     }
     case QStyle::SC_GroupBoxLabel: {
-        const int before = checkable ? box + 7 : 0;
+        const int before = checkable ? box + kCheckGap : 0;
         const QRect words(head.x() + before, head.y(),
                           metrics.size(Qt::TextShowMnemonic, option->text).width() + 2, height);
         return QStyle::visualRect(option->direction, rect, words);

@@ -20,6 +20,8 @@
 #include <QToolTip>
 #include <QVariant>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -32,6 +34,53 @@ template <typename Option>
 const Option *as(const QStyleOption *option)
 {
     return qstyleoption_cast<const Option *>(option);
+}
+
+/// Lines that Fusion would draw besides ours.
+constexpr QStyle::PrimitiveElement kUndrawnPrimitives[] = {
+    QStyle::PE_IndicatorHeaderArrow,
+    QStyle::PE_FrameLineEdit,
+    QStyle::PE_FrameStatusBarItem,
+    QStyle::PE_FrameDefaultButton,
+    QStyle::PE_PanelMenuBar,
+    QStyle::PE_PanelToolBar,
+    QStyle::PE_FrameGroupBox,
+    QStyle::PE_IndicatorToolBarHandle,
+    QStyle::PE_IndicatorDockWidgetResizeHandle,
+};
+
+/// Bars show what lies under them, menus have painted their panel, headers are drawn whole.
+constexpr QStyle::ControlElement kUndrawnControls[] = {
+    QStyle::CE_ToolBar,       QStyle::CE_SizeGrip,      QStyle::CE_MenuBarEmptyArea,
+    QStyle::CE_MenuEmptyArea, QStyle::CE_MenuHMargin,   QStyle::CE_MenuVMargin,
+    QStyle::CE_MenuTearoff,   QStyle::CE_HeaderSection, QStyle::CE_HeaderLabel,
+};
+
+template <typename Element, std::size_t Count>
+bool contains(const Element (&elements)[Count], Element element)
+{
+    return std::find(std::begin(elements), std::end(elements), element) != std::end(elements);
+}
+
+Qt::ArrowType arrowOf(QStyle::PrimitiveElement element)
+{
+    switch (element) {
+    case QStyle::PE_IndicatorArrowUp: return Qt::UpArrow;
+    case QStyle::PE_IndicatorArrowLeft: return Qt::LeftArrow;
+    case QStyle::PE_IndicatorArrowRight: return Qt::RightArrow;
+    default: return Qt::DownArrow;
+    }
+}
+
+/// The ground of a tool button that somebody else draws.
+void drawToolPanel(const QStyleOption *option, QPainter *painter)
+{
+    if (isPressed(option))
+        paintPanel(painter, option->rect, radius::field, colour(Role::Pressed), {});
+    else if (isHovered(option))
+        paintPanel(painter, option->rect, radius::field, colour(Role::HoverChrome), {});
+    else if (option->state & QStyle::State_On)
+        paintPanel(painter, option->rect, radius::field, colour(Role::Selection), {});
 }
 
 } // namespace
@@ -67,6 +116,8 @@ VelmarStyle::VelmarStyle()
 void VelmarStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                                 const QWidget *widget) const
 {
+    if (contains(kUndrawnPrimitives, element))
+        return;
     switch (element) {
     case PE_PanelButtonCommand:
         if (const auto *button = as<QStyleOptionButton>(option))
@@ -107,37 +158,15 @@ void VelmarStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *op
         painter->fillRect(option->rect, option->palette.brush(QPalette::Window));
         return;
     case PE_IndicatorArrowDown:
-        return paintChevron(painter, option->rect, Qt::DownArrow, colour(Role::Text2),
-                            iconSize(IconUse::Row));
     case PE_IndicatorArrowUp:
-        return paintChevron(painter, option->rect, Qt::UpArrow, colour(Role::Text2), iconSize(IconUse::Row));
     case PE_IndicatorArrowLeft:
-        return paintChevron(painter, option->rect, Qt::LeftArrow, colour(Role::Text2),
-                            iconSize(IconUse::Row));
     case PE_IndicatorArrowRight:
-        return paintChevron(painter, option->rect, Qt::RightArrow, colour(Role::Text2),
+        return paintChevron(painter, option->rect, arrowOf(element), colour(Role::Text2),
                             iconSize(IconUse::Row));
     case PE_FrameTabWidget:
         paintPanel(painter, option->rect, 0, option->palette.color(QPalette::Base), colour(Role::Line));
         return;
-    case PE_PanelButtonTool:
-        if (isPressed(option) || isHovered(option) || option->state & State_On)
-            paintPanel(painter, option->rect, radius::field,
-                       colour(isPressed(option)   ? Role::Pressed
-                              : isHovered(option) ? Role::HoverChrome
-                                                  : Role::Selection),
-                       {});
-        return;
-    // lines that Fusion would draw besides ours
-    case PE_IndicatorHeaderArrow:
-    case PE_FrameLineEdit:
-    case PE_FrameStatusBarItem:
-    case PE_FrameDefaultButton:
-    case PE_PanelMenuBar:
-    case PE_PanelToolBar:
-    case PE_FrameGroupBox:
-    case PE_IndicatorToolBarHandle:
-    case PE_IndicatorDockWidgetResizeHandle: return;
+    case PE_PanelButtonTool: return drawToolPanel(option, painter);
     default: QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
 }
@@ -145,6 +174,8 @@ void VelmarStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *op
 void VelmarStyle::drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                               const QWidget *widget) const
 {
+    if (contains(kUndrawnControls, element))
+        return;
     switch (element) {
     case CE_PushButtonBevel:
         if (const auto *button = as<QStyleOptionButton>(option))
@@ -170,8 +201,6 @@ void VelmarStyle::drawControl(ControlElement element, const QStyleOption *option
         if (const auto *item = as<QStyleOptionMenuItem>(option))
             drawMenuBarItem(item, painter, proxy(), widget);
         return;
-    case CE_HeaderSection:
-    case CE_HeaderLabel: return;
     case CE_Header:
         if (const auto *header = as<QStyleOptionHeader>(option))
             drawHeaderSection(header, painter, widget);
@@ -202,14 +231,6 @@ void VelmarStyle::drawControl(ControlElement element, const QStyleOption *option
         if (const auto *frame = as<QStyleOptionFrame>(option))
             drawShapedFrame(frame, painter, widget);
         return;
-    // bars show what lies under them; menus have painted their panel
-    case CE_ToolBar:
-    case CE_SizeGrip:
-    case CE_MenuBarEmptyArea:
-    case CE_MenuEmptyArea:
-    case CE_MenuHMargin:
-    case CE_MenuVMargin:
-    case CE_MenuTearoff: return;
     default: QProxyStyle::drawControl(element, option, painter, widget);
     }
 }
@@ -298,7 +319,7 @@ struct StandardIconRow
 
 constexpr StandardIconRow kStandardIcons[] = {
     {QStyle::SP_MessageBoxInformation, "info", Role::Information},
-    {QStyle::SP_MessageBoxQuestion, "info", Role::Information},
+    {QStyle::SP_MessageBoxQuestion, "help", Role::Information},
     {QStyle::SP_MessageBoxWarning, "warning", Role::Warning},
     {QStyle::SP_MessageBoxCritical, "error", Role::Error},
     {QStyle::SP_LineEditClearButton, "close", Role::Text2},
