@@ -6,6 +6,7 @@
 #include "html/urls.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -115,6 +116,14 @@ void giveWidth(QString &out, const Style &style)
         give(out, u"width", rounded(*style.widthPercent) + u'%');
     else if (style.width)
         give(out, u"width", rounded(*style.width));
+}
+
+bool isOnlyCell(const GumboNode *cell)
+{
+    const GumboVector &siblings = cell->parent->v.element.children;
+    return std::none_of(siblings.data, siblings.data + siblings.length, [cell](void *sibling) {
+        return sibling != cell && isElement(static_cast<const GumboNode *>(sibling));
+    });
 }
 
 /// Whether @p source is a bitmap that stands in the text itself (RFC 2397).
@@ -243,6 +252,8 @@ bool Emitter::openInline(const GumboNode *node, QStringView name, const Style &s
         context().weight = 700;
     if (name == u"i")
         context().italic = true;
+    if (name == u"big" || name == u"small")
+        context().fontSize *= name == u"big" ? 1.2 : 0.83;
     QString css = textStyle(style);
     if (isFilled(style))
         declare(css, u"background-color", colourName(*style.background));
@@ -269,8 +280,11 @@ bool Emitter::openBlock(const GumboNode *node, QStringView name, const Style &st
         context().verbatim = true;
     else if (style.whiteSpace == u"normal")
         context().verbatim = false;
-    if (isHeading(tagOf(node)))
+    if (const GumboTag tag = tagOf(node); isHeading(tag)) {
+        static constexpr double kTimes[] = {2, 1.5, 1.17, 1, 0.83, 0.67};
         context().weight = 700;
+        context().fontSize *= kTimes[tag - GUMBO_TAG_H1];
+    }
     if (name == u"blockquote" && context().indent >= kGreatestIndent)
         name = u"div";
     if (name == u"blockquote")
@@ -317,7 +331,10 @@ bool Emitter::openBox(const GumboNode *, const Style &style)
     const QString closing = m_frames.back().closing;
     const QString css = textStyle(style) + blockStyle(style, true) + boxStyle(style);
     m_result.html += u"<tr>";
-    open(u"td", {}, css);
+    QString cell;
+    if (width >= 100)
+        give(cell, u"width", rounded(width));
+    open(u"td", cell, css);
     m_frames.back().closing = u"</td></tr>"_s + closing;
     return true;
 }
@@ -382,6 +399,7 @@ bool Emitter::openTable(const GumboNode *node, const Style &style)
     if (const QString width = number("border", 4, 0); width != u"0")
         give(attributes, u"border", width);
     giveWidth(attributes, style);
+    context().tableWidth = style.width.value_or(0);
     if (attributeOf(node, "align").compare(u"center", Qt::CaseInsensitive) == 0 || style.autoMargin[Left])
         give(attributes, u"align", u"center");
     Style outside = style; // alignment of the table is none of its text
@@ -410,7 +428,7 @@ bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
     if (tag == GUMBO_TAG_TH)
         context().weight = 700;
     if (!context().rows) { // of a table that has given way to its content
-        const bool alone = node->index_within_parent == 0 && node->parent->v.element.children.length <= 2;
+        const bool alone = isOnlyCell(node);
         if (alone || tag == GUMBO_TAG_CAPTION)
             return openBlock(node, u"div", style);
         openInline(node, u"span", style);
@@ -422,7 +440,12 @@ bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
     for (const char *key : {"colspan", "rowspan"})
         if (const int span = TablePlan::span(node, key); span > 1)
             give(attributes, QLatin1StringView(key).toString(), QString::number(span));
-    giveWidth(attributes, style);
+    const double tableWidth = std::exchange(context().tableWidth, 0);
+    if (style.width || style.widthPercent)
+        giveWidth(attributes, style);
+    else if (tableWidth > 0 &&
+             isOnlyCell(node)) // a text document asks the cells, not the table inside a table
+        give(attributes, u"width", rounded(tableWidth));
     if (style.verticalAlign == u"top" || style.verticalAlign == u"middle" || style.verticalAlign == u"bottom")
         give(attributes, u"valign", style.verticalAlign);
     if (!style.align.isEmpty())
@@ -488,6 +511,7 @@ void Emitter::image(const GumboNode *node, const Style &style)
 void Emitter::placeholder(const GumboNode *node)
 {
     const QString alt = attributeOf(node, "alt").simplified();
+    context().unseen = false; // letters of no size close the gaps between pictures, their words are meant
     if (!alt.isEmpty())
         text(alt);
 }

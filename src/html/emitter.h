@@ -35,7 +35,8 @@ private:
         int boxes = 0;
         int lists = 0;
         double indent = 0;
-        bool rows = false; ///< between the cells of a table that is kept
+        double tableWidth = 0; ///< of the table whose cells come here, when it is given
+        bool rows = false;     ///< between the cells of a table that is kept
     };
     struct Frame
     {

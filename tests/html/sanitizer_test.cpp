@@ -79,6 +79,7 @@ void SanitizerTest::body_data()
         "<p><b>b</b></p>");
     row("letters of no size", "<p style='font-size:0'>a<i style='font-size:12px'>b</i></p>",
         "<p><i style=\"font-size:12px\">b</i></p>");
+    row("a picture between letters of no size", "<p style='font-size:0'>a<img src=x alt=b></p>", "<p>b</p>");
     row("of no height", "a<div style='max-height:0;overflow:hidden'>b</div>c", "ac");
     row("no opacity", "a<span style='opacity:0'>b</span>c", "ac");
     row("a rule for a class", "<style>.x{color:#abc}p.x b{font-style:italic}</style><p class=x>a<b>c</b></p>",
@@ -98,7 +99,7 @@ void SanitizerTest::body_data()
         "padding-top:4px;padding-right:4px;padding-bottom:4px;padding-left:4px\">a</td></tr></table>");
     row("a block in the middle", "<div style='max-width:600px;margin:0 auto'>a</div>",
         "<table cellspacing=\"0\" cellpadding=\"0\" width=\"600\" align=\"center\" style=\"margin-top:0px;"
-        "margin-bottom:0px\"><tr><td>a</td></tr></table>");
+        "margin-bottom:0px\"><tr><td width=\"600\">a</td></tr></table>");
     row("padding alone is a margin", "<div style='padding-left:4px'>a</div>",
         "<div style=\"margin-left:4px\">a</div>");
     row("a table that only wraps", "<table width='100%' border=0><tr><td>a</td></tr></table>",
