@@ -325,8 +325,13 @@ void MIMEParser::addRest(qsizetype from, int parent)
 /// Lists what stands between @p from and @p end as a plain text, unless it is blank.
 void MIMEParser::addText(qsizetype from, qsizetype end, int parent)
 {
-    if (isBlankText(m_source.text.sliced(from, end - from)) || !hasRoom())
+    if (isBlankText(m_source.text.sliced(from, end - from)))
         return;
+    if (!hasRoom()) {
+        if (parent >= 0)
+            part(parent).type = AttachmentPart; // so that what is in it can still be had
+        return truncate();
+    }
     MIMEPart text = describePart({}, {}, "text/plain");
     text.hdroffset = from;
     text.offset = from;

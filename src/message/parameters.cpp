@@ -159,16 +159,19 @@ qsizetype ParameterList::readValue()
 {
     const QByteArrayView text = m_field;
     qsizetype at = 0;
-    for (; at < text.size() && text[at] != ';'; ++at) {
+    while (at < text.size() && text[at] != ';') {
         if (text[at] == '(') {
-            at = skipComment(text, at) - 1;
+            at = skipComment(text, at);
         } else if (isBlank(text[at])) {
-            const qsizetype next = skipBlanks(text, at);
-            if (!m_value.isEmpty() && beginsParameter(text, next))
+            at = skipBlanks(text, at);
+            // "text / plain" goes on behind a blank; a word there is none of the value's
+            const bool joined = m_value.isEmpty() || m_value.endsWith('/');
+            if (!joined && at < text.size() && text[at] != '/' && text[at] != '(')
                 break;
-            at = next - 1;
-        } else if (text[at] != '"') {
-            m_value += text[at];
+        } else {
+            if (text[at] != '"')
+                m_value += text[at];
+            ++at;
         }
     }
     m_value = m_value.toLower();

@@ -1,5 +1,7 @@
 #include "message/safename.h"
 
+#include "config/settings.h"
+
 #include <QSet>
 
 using namespace Qt::StringLiterals;
@@ -77,4 +79,20 @@ QString safeFileName(const QString &name, int mostBytes)
     if (isDeviceName(safe))
         safe.prepend(u'_');
     return shortened(safe, mostBytes);
+}
+
+bool isSafeToOpen(const QString &name)
+{
+    const QString safe = safeFileName(name);
+    const qsizetype dot = safe.lastIndexOf(u'.');
+    if (dot < 0)
+        return false;
+    const QStringView extension = QStringView(safe).sliced(dot + 1);
+    const QStringList listed = stringSetting(Setting::SafeExtensions).split(u',', Qt::SkipEmptyParts);
+    return std::any_of(listed.begin(), listed.end(), [extension](const QString &entry) {
+        QStringView one = QStringView(entry).trimmed();
+        if (one.startsWith(u'.'))
+            one = one.sliced(1);
+        return !one.isEmpty() && one.compare(extension, Qt::CaseInsensitive) == 0;
+    });
 }

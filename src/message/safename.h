@@ -6,3 +6,7 @@
 /// direction characters, no leading dots, no name of a Windows device, at most @p mostBytes of UTF-8 (the
 /// extension is kept). "Untitled" when nothing is left.
 QString safeFileName(const QString &name, int mostBytes = 200);
+
+/// Whether a file of this name may be opened without a warning: its extension, in any case, is one of
+/// `SafeExtensions`.
+bool isSafeToOpen(const QString &name);

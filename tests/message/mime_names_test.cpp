@@ -25,6 +25,8 @@ private slots:
     void repairedNames();
     void safeNames_data();
     void safeNames();
+    void openedWithoutWarning_data();
+    void openedWithoutWarning();
     void categories_data();
     void categories();
     void typesOfNames_data();
@@ -90,6 +92,7 @@ void MimeNamesTest::fieldValues_data()
     QTest::newRow("comment") << QByteArray("text/(very)plain (indeed)") << QByteArray("text/plain");
     QTest::newRow("quotes") << QByteArray("\"text/plain\"") << QByteArray("text/plain");
     QTest::newRow("no semicolon") << QByteArray("text/plain charset=x") << QByteArray("text/plain");
+    QTest::newRow("a word too many") << QByteArray("base64 encoding; a=b") << QByteArray("base64");
     QTest::newRow("empty") << QByteArray() << QByteArray();
     QTest::newRow("parameters only") << QByteArray("; a=b") << QByteArray();
 }
@@ -189,6 +192,31 @@ void MimeNamesTest::safeNames()
     const QString safe = safeFileName(name);
     QTEST(safe, "safe");
     QCOMPARE(safeFileName(safe), safe);
+}
+
+void MimeNamesTest::openedWithoutWarning_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("safe");
+    QTest::newRow("listed") << u"a.png"_s << true;
+    QTest::newRow("in any case") << u"A.JPG"_s << true;
+    QTest::newRow("not listed") << u"a.exe"_s << false;
+    QTest::newRow("only the last extension counts") << u"a.txt.exe"_s << false;
+    QTest::newRow("hidden behind a direction override") << u"a\u202etxt.exe"_s << false;
+    QTest::newRow("a dot and blanks at the end, which Windows drops") << u"a.exe. .txt . "_s << true;
+    QTest::newRow("none") << u"png"_s << false;
+    QTest::newRow("empty") << QString() << false;
+    QTest::newRow("a beginning of a listed one") << u"a.jp"_s << false;
+}
+
+void MimeNamesTest::openedWithoutWarning()
+{
+    QFETCH(QString, name);
+    QTEST(isSafeToOpen(name), "safe");
+    setStringSetting(Setting::SafeExtensions, QString());
+    QVERIFY(!isSafeToOpen(name));
+    setStringSetting(Setting::SafeExtensions, u"exe,.PDF"_s);
+    QVERIFY(isSafeToOpen(u"a.pdf"_s) && isSafeToOpen(u"b.exe"_s));
 }
 
 void MimeNamesTest::categories_data()
