@@ -130,22 +130,37 @@ void MIMEParser::parseContent(int index, qsizetype from, const QByteArray &bound
 
 void MIMEParser::parseMultipart(int index, qsizetype from, const QByteArray &named, const Place &inside)
 {
-    const QByteArray boundary = named.isEmpty() ? guessBoundary(from) : named;
-    if (!boundary.isEmpty())
-        m_source.open.prepend(boundary);
-    const qsizetype level = boundary.isEmpty() ? -2 : m_source.open.size() - 1;
-    stopAtBoundary(from);
-    const qsizetype preambleEnd = m_stop.contentEnd;
     const std::size_t before = m_context.m_parts.size();
-    while (m_stop.result == 1 && m_stop.level == level)
-        parsePart(m_stop.next, inside);
-    if (!boundary.isEmpty())
-        m_source.open.removeFirst();
+    qsizetype preambleEnd = readParts(from, named, inside);
+    if (m_context.m_parts.size() == before) {
+        // No boundary is named, or one that never comes: what the body shows is believed instead.
+        const QByteArray guessed = guessBoundary(from);
+        if (!guessed.isEmpty() && (named.isEmpty() || !guessed.startsWith(named)))
+            preambleEnd = readParts(from, guessed, inside);
+    }
     // Without any part, what stands there is all there is to read.
     if (m_context.m_parts.size() == before)
         addText(from, preambleEnd, index);
+}
+
+/// Reads the parts between the lines of @p boundary up to what ends the multipart, and returns where the text
+/// before the first one ends.
+qsizetype MIMEParser::readParts(qsizetype from, const QByteArray &boundary, const Place &inside)
+{
+    if (boundary.isEmpty()) {
+        stopAtBoundary(from);
+        return m_stop.contentEnd;
+    }
+    const qsizetype level = m_source.open.size();
+    m_source.open.prepend(boundary);
+    stopAtBoundary(from);
+    const qsizetype preambleEnd = m_stop.contentEnd;
+    while (m_stop.result == 1 && m_stop.level == level)
+        parsePart(m_stop.next, inside);
+    m_source.open.removeFirst();
     if (m_stop.level == level)
-        stopAtBoundary(m_stop.next);
+        stopAtBoundary(m_stop.next); // over the epilogue
+    return preambleEnd;
 }
 
 /// A message that is multipart/signed is split by its own boundary alone, and each half is read by itself:

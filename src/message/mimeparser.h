@@ -58,6 +58,7 @@ private:
     void parsePart(qsizetype from, const Place &place);
     void parseContent(int index, qsizetype from, const QByteArray &boundary, const Place &place);
     void parseMultipart(int index, qsizetype from, const QByteArray &boundary, const Place &inside);
+    qsizetype readParts(qsizetype from, const QByteArray &boundary, const Place &inside);
     void parseSigned(qsizetype from, const QByteArray &boundary);
     void parseEncodedMessage(int index, const Place &inside);
     void parseLeaf(int index);

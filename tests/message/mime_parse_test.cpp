@@ -1,12 +1,24 @@
+#include "message/charset.h"
+#include "message/message.h"
 #include "message/mimecontext.h"
 #include "message/mimeparser.h"
 #include "support/scratch.h"
 
+#include <QDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Bytes in one line: line ends as "|", what is no text in hexadecimal.
+QByteArray printable(QByteArray bytes)
+{
+    const bool text = isUtf8(bytes) && std::none_of(bytes.begin(), bytes.end(), [](char c) {
+                          return c >= 0 && c < ' ' && c != '\n' && c != '\t';
+                      });
+    return text ? bytes.replace('\n', '|') : bytes.toHex();
+}
 
 /// A part in one line: "0x101 text/plain utf-8 'name' parent: content", encodings other than 7bit behind a
 /// "/", line ends of the content as "|".
@@ -27,7 +39,7 @@ QByteArray described(const MIMEContext &context, int index)
     if (part.within >= 0)
         line += " in " + QByteArray::number(part.within);
     if (!isMultipartCategory(part.type) && !isEnclosedCategory(part.type))
-        line += ": " + context.decodedBytes(index).replace('\n', '|');
+        line += ": " + printable(context.decodedBytes(index));
     return line;
 }
 
@@ -55,6 +67,8 @@ private slots:
     void cleanup() { m_scratch.reset(); }
     void boundaryTest_data();
     void boundaryTest();
+    void files_data();
+    void files();
     void singleParts_data();
     void singleParts();
     void multiparts_data();
@@ -97,6 +111,37 @@ void MimeParseTest::boundaryTest()
     const BoundaryMatch match = testBoundary(line, {"inner", "outer", "outer--"});
     QTEST(match.result, "result");
     QTEST(int(match.index), "index");
+}
+
+/// Mail as it is found, each file with the list that it must give beside it.
+void MimeParseTest::files_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("crlf");
+    const QDir directory(QStringLiteral(VELMAR_TEST_DATA "/mime"));
+    const QStringList names = directory.entryList({u"*.eml"_s});
+    QVERIFY2(!names.isEmpty(), "no messages to read");
+    for (const QString &name : names) {
+        QTest::newRow(qPrintable(name)) << directory.filePath(name) << false;
+        QTest::newRow(qPrintable(name + u" with CRLF"_s)) << directory.filePath(name) << true;
+    }
+}
+
+void MimeParseTest::files()
+{
+    QFETCH(QString, path);
+    QFETCH(bool, crlf);
+    QByteArray text = Scratch::read(path);
+    if (crlf)
+        text.replace('\n', "\r\n");
+    const Message message(text);
+    const MIMEContext &context = message.mime();
+    const QByteArray found =
+        "0x" + QByteArray::number(context.type(), 16) + '\n' + described(context).join('\n') + '\n';
+    const QString wanted = path.chopped(4) + u".parts"_s;
+    if (found != Scratch::read(wanted))
+        QTest::qFail(qPrintable(u"not as in %1:\n%2"_s.arg(wanted, QString::fromUtf8(found))), __FILE__,
+                     __LINE__);
 }
 
 void MimeParseTest::singleParts_data()
@@ -208,6 +253,8 @@ void MimeParseTest::multiparts_data()
     row("multipart without a boundary parameter",
         "Content-Type: multipart/mixed\n\n--x\nContent-Type: text/html\n\none\n--x--\n",
         {"0x102 text/html: one"});
+    row("a boundary parameter that has nothing to do with the body",
+        mixed("--x\nContent-Type: text/html\n\none\n--x--\n"), {"0x102 text/html: one"});
     row("multipart with an empty boundary", "Content-Type: multipart/mixed; boundary=\"\"\n\nhi\n",
         {"0x101 text/plain: hi|"});
     row("inner multipart without a boundary does not take its parent's",
