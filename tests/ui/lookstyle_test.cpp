@@ -101,6 +101,7 @@ private slots:
     void selectionBar();
     void scrollBar();
     void mnemonicsWhileAltIsHeld();
+    void openBranchesAreNotChecked();
     void toolBarButtons();
     void messageBar();
     void elidedLabel();
@@ -295,6 +296,22 @@ void LookStyleTest::mnemonicsWhileAltIsHeld()
     QVERIFY(picture(&button) != at_rest);
     QTest::keyRelease(&button, Qt::Key_Alt);
     QCOMPARE(picture(&button), at_rest);
+}
+
+void LookStyleTest::openBranchesAreNotChecked()
+{
+    QStandardItemModel model;
+    auto *parent = new QStandardItem(icon(u"stop"_s), QString());
+    parent->appendRow(new QStandardItem);
+    model.appendRow(parent);
+    QTreeView tree;
+    tree.setModel(&model);
+    tree.setCurrentIndex({});
+    tree.resize(200, 100);
+    const QRect cell = tree.visualRect(parent->index());
+    const QImage closed = picture(tree.viewport()).copy(cell);
+    tree.expandAll();
+    QCOMPARE(picture(tree.viewport()).copy(cell), closed);
 }
 
 void LookStyleTest::toolBarButtons()

@@ -100,7 +100,7 @@ void drawBranch(const QStyleOption *option, QPainter *painter)
 void drawFocusFrame(const QStyleOptionFocusRect *option, QPainter *painter, const QWidget *widget)
 {
     if (!qobject_cast<const QAbstractItemView *>(widget))
-        return paintFocusRing(painter, option->rect, radius::box);
+        return paintFocusRing(painter, option->rect.adjusted(-2, 0, 2, 0), radius::box); // off the text
     if (option->state & QStyle::State_Selected)
         return; // the bar is the sign there
     painter->save();

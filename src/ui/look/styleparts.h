@@ -54,7 +54,7 @@ constexpr int kButtonPadding = 15;
 constexpr int kGhostPadding = 10;
 constexpr int kToolButtonPadding = 9;
 constexpr int kIconGap = 7;
-constexpr int kCheckGap = 7;
+constexpr int kCheckGap = 8;
 /// What a button with a menu needs besides.
 int menuArrowWidth();
 void drawPushButtonBevel(const QStyleOptionButton *option, QPainter *painter, const QWidget *widget);

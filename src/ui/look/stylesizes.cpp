@@ -178,8 +178,7 @@ QSize VelmarStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
         break;
     case CT_MenuBarItem: return {contents.width() + 18, menuBarItemHeight()};
     case CT_CheckBox:
-    case CT_RadioButton:
-        return {contents.width() + iconSize(IconUse::Row) + kCheckGap + space::inner, checkBoxHeight()};
+    case CT_RadioButton: return {contents.width() + iconSize(IconUse::Row) + kCheckGap + 5, checkBoxHeight()};
     case CT_ProgressBar: return {contents.width(), 4};
     case CT_ItemViewItem: {
         const QSize natural = QProxyStyle::sizeFromContents(type, option, contents, widget);
@@ -234,6 +233,7 @@ QRect VelmarStyle::subElementRect(SubElement element, const QStyleOption *option
     case SE_ProgressBarGroove:
     case SE_ProgressBarContents:
     case SE_ProgressBarLabel: return option->rect;
+    case SE_ItemViewItemFocusRect: return option->rect;
     case SE_ItemViewItemText: {
         const QRect text = QProxyStyle::subElementRect(element, option, widget);
         const int behind = cellTrailing(widget);
