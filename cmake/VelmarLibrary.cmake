@@ -36,6 +36,7 @@ set(velmar_ui_pch ${velmar_core_pch} <QAction> <QApplication> <QLabel> <QPainter
 function(velmar_library name folder)
     cmake_parse_arguments(arg "UI" "" "LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
+    list(REMOVE_ITEM sources ${CMAKE_SOURCE_DIR}/src/${folder}/main.cpp) # belongs to the program
     file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.h)
     if(NOT sources)
         return()
@@ -71,6 +72,15 @@ function(velmar_icons name)
     endif()
     file(GLOB icons CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/icons/*.svg)
     qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
+endfunction()
+
+# velmar_program(velmar-cli cli): the program whose main.cpp lies in the folder of the library it consists of.
+function(velmar_program name library)
+    if(EXISTS ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
+        add_executable(${name} ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
+        target_link_libraries(${name} PRIVATE velmar_${library})
+        set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+    endif()
 endfunction()
 
 # velmar_test(config settings_test), in tests/config: settings_test.cpp against the one library it is about.

@@ -31,6 +31,9 @@ public:
     QString result() const override;
     QString problem() const override { return m_problem; }
 
+    /// The reason of a failed fetch by its number, when it is no matter of a connection.
+    static constexpr int kReason = 1;
+
     const QString &accountName() const { return m_account.name; }
     int received() const { return m_received; } ///< messages that are safe in the store
     qint64 bytes() const { return m_bytes; }

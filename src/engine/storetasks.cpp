@@ -126,7 +126,10 @@ QString CompactTask::title() const
 
 QString CompactTask::result() const
 {
-    return u"%1 freed"_s.arg(QLocale().formattedDataSize(m_saved, 1, QLocale::DataSizeTraditionalFormat));
+    qint64 saved = 0;
+    for (const Bin &bin : m_results)
+        saved += bin.before - bin.after;
+    return u"%1 freed"_s.arg(QLocale().formattedDataSize(saved, 1, QLocale::DataSizeTraditionalFormat));
 }
 
 Task::State CompactTask::work(int milliseconds)
@@ -135,15 +138,15 @@ Task::State CompactTask::work(int milliseconds)
         return State::Stopped;
     if (!m_begun) {
         m_begun = true;
-        m_bins = m_group->files().bins();
-        std::reverse(m_bins.begin(), m_bins.end());
+        m_left = m_group->files().bins();
+        std::reverse(m_left.begin(), m_left.end());
         return State::Working;
     }
     if (!m_compactor) {
-        if (m_bins.empty())
+        if (m_left.empty())
             return m_group->tidy() ? State::Done : State::Failed;
-        const int bin = m_bins.back();
-        m_bins.pop_back();
+        const int bin = m_left.back();
+        m_left.pop_back();
         if (m_wanted == Bins::All || BinCompactor::isWorthwhile(m_group->files(), bin))
             m_compactor = std::make_unique<BinCompactor>(m_group->files(), bin);
         return State::Working;
@@ -155,7 +158,7 @@ Task::State CompactTask::work(int milliseconds)
         progress = m_compactor->step(kCompactSlice);
     if (progress == BinCompactor::Progress::Working)
         return State::Working;
-    m_saved += m_compactor->sizeBefore() - m_compactor->sizeAfter();
+    m_results.push_back({m_compactor->bin(), m_compactor->sizeBefore(), m_compactor->sizeAfter()});
     m_compactor.reset();
     return progress == BinCompactor::Progress::Done ? State::Working : State::Failed;
 }

@@ -27,6 +27,9 @@ public:
     QString result() const override;
     QString problem() const override { return m_problems.join(u'\n'); }
 
+    int imported() const { return m_imported; } ///< safe on the disk
+    int skipped() const { return m_skipped; }
+
 protected:
     State work(int milliseconds) override;
     State halt() override;
@@ -56,6 +59,8 @@ public:
     qint64 total() const override { return m_exporter.total(); }
     QString result() const override;
 
+    int exported() const { return m_exporter.exported(); }
+
 protected:
     State work(int milliseconds) override;
 
@@ -74,6 +79,15 @@ public:
     enum class Bins { All, WhereWorthwhile };
     CompactTask(Group &group, Bins bins);
 
+    /// What came of each bin, in bytes.
+    struct Bin
+    {
+        int number;
+        qint64 before;
+        qint64 after;
+    };
+    const std::vector<Bin> &bins() const { return m_results; }
+
     QString title() const override;
     QString result() const override;
 
@@ -84,9 +98,9 @@ private:
     QPointer<Group> m_group;
     Bins m_wanted;
     bool m_begun = false;
-    std::vector<int> m_bins; ///< still to be done, the next one last
+    std::vector<int> m_left; ///< bins still to be done, the next one last
     std::unique_ptr<BinCompactor> m_compactor;
-    qint64 m_saved = 0;
+    std::vector<Bin> m_results;
 };
 
 /// Builds the overviews of a damaged group anew.

@@ -27,6 +27,8 @@ public:
     /// All steps at once: the whole of a bin's compaction.
     Progress run();
 
+    int bin() const { return m_bin; }
+
     /// Bytes of the bin before and after; the second is right once it is done.
     qint64 sizeBefore() const { return m_before; }
     qint64 sizeAfter() const { return m_after; }

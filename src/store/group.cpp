@@ -170,6 +170,12 @@ quint32 Group::addCopy(Group &source, const Overview &original)
     return article;
 }
 
+void Group::recount()
+{
+    if (ready())
+        m_files.recount();
+}
+
 bool Group::setMarks(const Articles &articles, Marks set, Marks clear)
 {
     const OverviewFile::Counts before = counts();

@@ -26,13 +26,15 @@ GroupFiles::State GroupFiles::open(bool writable)
     close();
     m_writable = writable;
     if (writable)
-        QDir().mkpath(m_directory);
-    const OverviewFile::State state = m_overviews.open(writable);
+        QDir().mkdir(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const OverviewFile::State state = m_overviewState = m_overviews.open(writable);
     if (state == OverviewFile::State::Unreadable)
         return State::Unreadable;
     m_isOpen = true;
     if (writable)
         return recover(state);
+    if (state == OverviewFile::State::Unsettled)
+        m_overviews.recount();
     // What another process is at work on is never settled; a group that has no files yet is empty.
     return m_overviews.isOpen() || state == OverviewFile::State::Missing ? State::Good : State::Damaged;
 }

@@ -37,6 +37,9 @@ public:
     void close();
     bool isOpen() const { return m_isOpen; }
 
+    /// How the overview file was found when it was opened.
+    OverviewFile::State overviewState() const { return m_overviewState; }
+
     /// Set when a record was not where its overview said.
     bool needsRepair() const { return m_needsRepair; }
 
@@ -116,6 +119,7 @@ private:
     std::map<int, BinFile> m_bins;
     std::map<int, HeaderCache> m_caches;
     std::set<int> m_held;
+    OverviewFile::State m_overviewState = OverviewFile::State::Missing;
     int m_appendBin = -1;
     bool m_isOpen = false;
     bool m_writable = false;

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <initializer_list>
+
+/// The words behind a command, taken apart: options with and without a value anywhere, everything else in
+/// order.
+/// "--" ends the options; a "-" alone is no option.
+class Arguments
+{
+public:
+    /// @p flags take no value, @p valued take the next word or what stands behind "=".
+    Arguments(const QStringList &words, std::initializer_list<const char *> flags,
+              std::initializer_list<const char *> valued);
+
+    /// What is wrong with the words; empty when nothing is.
+    const QString &problem() const { return m_problem; }
+
+    bool has(const char *flag) const;
+    QString value(const char *option) const; ///< empty without one
+    const QStringList &plain() const { return m_plain; }
+
+private:
+    QHash<QString, QString> m_options;
+    QStringList m_plain;
+    QString m_problem;
+};
