@@ -1,5 +1,7 @@
 #include "message/decoders.h"
 
+#include <QtEndian>
+
 #include <cstring>
 
 namespace {
@@ -27,6 +29,21 @@ constexpr std::array<quint8, 256> hexDigits()
     return digits;
 }
 constexpr std::array<quint8, 256> kBase64 = base64Digits();
+
+constexpr quint32 kNoGroup = 1; ///< the mark of a byte that is no digit; below the bits of a group
+
+/// The digits at the place that they have in a group, which fills the upper three bytes.
+constexpr std::array<quint32, 256> digitsAt(int shift)
+{
+    std::array<quint32, 256> placed{};
+    for (std::size_t byte = 0; byte < placed.size(); ++byte)
+        placed[byte] = kBase64[byte] == kNoDigit ? kNoGroup : quint32(kBase64[byte]) << shift;
+    return placed;
+}
+constexpr std::array<quint32, 256> kFirst = digitsAt(26);
+constexpr std::array<quint32, 256> kSecond = digitsAt(20);
+constexpr std::array<quint32, 256> kThird = digitsAt(14);
+constexpr std::array<quint32, 256> kFourth = digitsAt(8);
 constexpr std::array<quint8, 256> kHex = hexDigits();
 
 const char *findLineEnd(const char *from, const char *end)
@@ -77,20 +94,16 @@ private:
     int m_count = 0;
 };
 
-/// Decodes groups of four digits as long as nothing else comes.
+/// Decodes groups of four digits as long as nothing else comes. Four bytes are written for each three, so
+/// there must be one to spare.
 void decodeWholeGroups(const char *&in, const char *end, char *&out)
 {
     for (; end - in >= 4; in += 4, out += 3) {
-        const quint32 a = kBase64[quint8(in[0])];
-        const quint32 b = kBase64[quint8(in[1])];
-        const quint32 c = kBase64[quint8(in[2])];
-        const quint32 d = kBase64[quint8(in[3])];
-        if ((a | b | c | d) & kNoDigit)
+        const quint32 bits =
+            kFirst[quint8(in[0])] | kSecond[quint8(in[1])] | kThird[quint8(in[2])] | kFourth[quint8(in[3])];
+        if (bits & kNoGroup)
             return;
-        const quint32 bits = a << 18 | b << 12 | c << 6 | d;
-        out[0] = char(bits >> 16);
-        out[1] = char(bits >> 8);
-        out[2] = char(bits);
+        qToBigEndian(bits, out);
     }
 }
 
@@ -152,7 +165,7 @@ QByteArrayView takeLine(QByteArrayView &rest)
 
 QByteArray decodeBase64(QByteArrayView encoded)
 {
-    QByteArray decoded(encoded.size() / 4 * 3 + 3, Qt::Uninitialized);
+    QByteArray decoded(encoded.size() / 4 * 3 + 4, Qt::Uninitialized);
     char *out = decoded.data();
     Base64Group group;
     bool padded = false;

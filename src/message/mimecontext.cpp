@@ -59,7 +59,13 @@ QByteArray charsetOfMeta(QByteArrayView html)
 /// Whether 7-bit bytes switch to Japanese (RFC 1468), as unlabelled mail from Japan does.
 bool looksLikeIso2022Jp(QByteArrayView bytes)
 {
-    return bytes.contains("\x1b$B") || bytes.contains("\x1b$@");
+    // The search for one byte is far faster than that for several, and most texts have none.
+    for (qsizetype at = bytes.indexOf('\x1b'); at >= 0; at = bytes.indexOf('\x1b', at + 1)) {
+        const QByteArrayView rest = bytes.sliced(at + 1);
+        if (rest.startsWith("$B") || rest.startsWith("$@"))
+            return true;
+    }
+    return false;
 }
 
 QByteArray unlabelledCharset(const MIMEPart &part, QByteArrayView bytes)

@@ -278,9 +278,16 @@ void MIMEParser::stopAtBoundary(qsizetype from)
     if (m_source.open.isEmpty())
         return;
     const char *text = m_source.text.data();
-    for (qsizetype at = from; at < m_source.end; at = lineEnd(at) + 1) {
-        if (text[at] == '-' && testLine(at, lineEnd(at), from))
+    const auto nextDash = [&](qsizetype at) {
+        const void *found = std::memchr(text + at, '-', std::size_t(m_source.end - at));
+        return found ? static_cast<const char *>(found) - text : m_source.end;
+    };
+    // Dashes are rarer than lines, and base64 has none at all.
+    for (qsizetype at = nextDash(std::min(from, m_source.end)); at < m_source.end; at = nextDash(at)) {
+        if ((at == from || text[at - 1] == '\n') && testLine(at, lineEnd(at), from))
             return;
+        while (at < m_source.end && text[at] == '-')
+            ++at;
     }
     m_stop.contentEnd = std::max(from, m_source.end);
 }
