@@ -136,7 +136,7 @@ QByteArray withBrokenEncodingMended(const QByteArray &value, QByteArray *charset
         return value;
     const ParameterList escaped("x; n*=\"" + QByteArray(value).replace('"', '_') + '"');
     QByteArray named;
-    const QByteArray plain = escaped.bytes("n", &named);
+    QByteArray plain = escaped.bytes("n", &named);
     if (named.isEmpty() && (!isUtf8(plain) || plain == value))
         return value;
     *charset = named;

@@ -218,7 +218,7 @@ bool isUuencodeLine(QByteArrayView line)
 {
     if (line.isEmpty() || !std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c <= '`'; }))
         return false;
-    const qsizetype digits = (uuencodeDigit(line, 0) + 2) / 3 * 4;
+    const qsizetype digits = qsizetype((uuencodeDigit(line, 0) + 2) / 3) * 4;
     return line.size() <= 1 + digits + 1; // some add a checksum; blanks at the end may be lost
 }
 
