@@ -257,12 +257,13 @@ qsizetype MIMEParser::skipEnvelope(qsizetype from) const
     return isFieldLine(rest.first(lineEnd(at) - at)) ? at : from;
 }
 
-qsizetype MIMEParser::lineEnd(qsizetype from) const
+/// The first @p c at or behind @p from, or the end.
+qsizetype MIMEParser::find(char c, qsizetype from) const
 {
     if (from >= m_source.end)
         return m_source.end;
     const char *text = m_source.text.data();
-    const void *found = std::memchr(text + from, '\n', std::size_t(m_source.end - from));
+    const void *found = std::memchr(text + from, c, std::size_t(m_source.end - from));
     return found ? static_cast<const char *>(found) - text : m_source.end;
 }
 
@@ -278,12 +279,8 @@ void MIMEParser::stopAtBoundary(qsizetype from)
     if (m_source.open.isEmpty())
         return;
     const char *text = m_source.text.data();
-    const auto nextDash = [&](qsizetype at) {
-        const void *found = std::memchr(text + at, '-', std::size_t(m_source.end - at));
-        return found ? static_cast<const char *>(found) - text : m_source.end;
-    };
     // Dashes are rarer than lines, and base64 has none at all.
-    for (qsizetype at = nextDash(std::min(from, m_source.end)); at < m_source.end; at = nextDash(at)) {
+    for (qsizetype at = find('-', from); at < m_source.end; at = find('-', at)) {
         if ((at == from || text[at - 1] == '\n') && testLine(at, lineEnd(at), from))
             return;
         while (at < m_source.end && text[at] == '-')

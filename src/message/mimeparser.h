@@ -68,7 +68,8 @@ private:
     void stopAtBoundary(qsizetype from);
     bool testLine(qsizetype from, qsizetype lineEnd, qsizetype contentFrom);
     void stopAtEnd();
-    qsizetype lineEnd(qsizetype from) const;
+    qsizetype find(char c, qsizetype from) const;
+    qsizetype lineEnd(qsizetype from) const { return find('\n', from); }
     QByteArray guessBoundary(qsizetype from) const;
 
     bool hasRoom() const;
