@@ -1,0 +1,195 @@
+#include "ui/reader/attachmentfiles.h"
+
+#include "config/settings.h"
+#include "message/contenttypes.h"
+#include "message/headerblock.h"
+#include "message/mimecontext.h"
+#include "message/safename.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype kExactSize = 64 * 1024; ///< up to here a part is decoded to learn its size
+
+/// Files that a desktop runs, installs or obeys instead of showing them.
+constexpr QStringView kPrograms[] = {
+    u"action",       u"apk",
+    u"app",          u"appimage",
+    u"application",  u"apk",
+    u"bash",         u"bat",
+    u"bin",          u"chm",
+    u"cmd",          u"com",
+    u"command",      u"cpl",
+    u"csh",          u"deb",
+    u"desktop",      u"dll",
+    u"dmg",          u"elf",
+    u"exe",          u"fish",
+    u"flatpakref",   u"flatpakrepo",
+    u"gadget",       u"hta",
+    u"inf",          u"ins",
+    u"iso",          u"jar",
+    u"jnlp",         u"js",
+    u"jse",          u"ksh",
+    u"kdelnk",       u"library-ms",
+    u"lnk",          u"lua",
+    u"mobileconfig", u"msc",
+    u"msh",          u"msi",
+    u"msix",         u"msp",
+    u"mst",          u"pif",
+    u"pkg",          u"pl",
+    u"ps1",          u"psm1",
+    u"py",           u"pyc",
+    u"pyw",          u"pyz",
+    u"rb",           u"reg",
+    u"rpm",          u"run",
+    u"scf",          u"scr",
+    u"service",      u"settingcontent-ms",
+    u"sh",           u"sct",
+    u"search-ms",    u"shs",
+    u"snap",         u"so",
+    u"tcsh",         u"tcl",
+    u"url",          u"vb",
+    u"vbe",          u"vbs",
+    u"webloc",       u"website",
+    u"workflow",     u"ws",
+    u"wsc",          u"wsf",
+    u"wsh",          u"xll",
+    u"zsh",
+};
+
+constexpr QByteArrayView kProgramBeginnings[] = {"#!",
+                                                 "\x7f"
+                                                 "ELF",
+                                                 "MZ",
+                                                 "[Desktop Entry]",
+                                                 "\xCA\xFE\xBA\xBE",
+                                                 "L\x01\x14\x02"};
+
+bool isProgram(const QString &extension, const QByteArray &bytes)
+{
+    if (std::find(std::begin(kPrograms), std::end(kPrograms), extension) != std::end(kPrograms))
+        return true;
+    const QByteArray start = bytes.first(std::min<qsizetype>(bytes.size(), 4096));
+    if (start.contains("[Desktop Entry]")) // comments may stand before it
+        return true;
+    return std::any_of(std::begin(kProgramBeginnings), std::end(kProgramBeginnings),
+                       [&](QByteArrayView beginning) { return start.startsWith(beginning); });
+}
+
+bool isDeclaredSafe(const QString &extension)
+{
+    const QStringList safe = stringSetting(Setting::SafeExtensions).split(u',', Qt::SkipEmptyParts);
+    return !extension.isEmpty() && std::any_of(safe.begin(), safe.end(), [&](const QString &entry) {
+        return entry.trimmed().compare(u'.' + extension, Qt::CaseInsensitive) == 0;
+    });
+}
+
+struct IconRow
+{
+    QByteArrayView type; ///< a beginning of the content type
+    const char *icon;
+};
+
+constexpr IconRow kIcons[] = {
+    {"image/", "file-image"},
+    {"application/pdf", "file-pdf"},
+    {"application/zip", "file-archive"},
+    {"application/gzip", "file-archive"},
+    {"application/x-tar", "file-archive"},
+    {"application/x-compressed-tar", "file-archive"},
+    {"application/x-7z", "file-archive"},
+    {"application/x-xz", "file-archive"},
+    {"application/vnd.oasis.opendocument.spreadsheet", "file-sheet"},
+    {"application/vnd.openxmlformats-officedocument.spreadsheetml", "file-sheet"},
+    {"application/vnd.ms-excel", "file-sheet"},
+    {"text/csv", "file-sheet"},
+    {"text/calendar", "event"},
+    {"text/vcard", "person"},
+    {"text/x-vcard", "person"},
+    {"text/directory", "person"},
+    {"message/", "mail"},
+    {"text/", "file-text"},
+    {"application/vnd.oasis.opendocument.text", "file-text"},
+    {"application/vnd.openxmlformats-officedocument.wordprocessingml", "file-text"},
+    {"application/msword", "file-text"},
+    {"application/rtf", "file-text"},
+};
+
+} // namespace
+
+OpenRisk openRiskOf(const QString &fileName, const QByteArray &bytes)
+{
+    const QString extension = QFileInfo(fileName).suffix().toLower();
+    if (isProgram(extension, bytes))
+        return OpenRisk::Never;
+    return isDeclaredSafe(extension) ? OpenRisk::None : OpenRisk::Ask;
+}
+
+QString attachmentName(const Message &message, int part)
+{
+    const MIMEPart &entry = message.mime().part(part);
+    if (!entry.name.isEmpty() || entry.contenttype != "message/rfc822")
+        return entry.fileName();
+    const QByteArray bytes = message.mime().decodedBytes(part);
+    const Message enclosed(bytes.first(headerExtent(bytes).length));
+    QString subject = enclosed.subject();
+    subject.replace(u'/', u'-').replace(u'\\', u'-'); // a subject is no path
+    return subject.isEmpty() ? entry.fileName() : safeFileName(subject + u".eml"_s);
+}
+
+qint64 attachmentSize(const Message &message, int part)
+{
+    const MIMEPart &entry = message.mime().part(part);
+    if (entry.length <= kExactSize)
+        return message.mime().decodedBytes(part).size();
+    switch (entry.encoding) {
+    case Base64: return entry.length / 77 * 57; // lines of 76 characters and their end
+    case Uuencode: return entry.length / 62 * 45;
+    default: return entry.length;
+    }
+}
+
+QString attachmentIcon(const Message &message, int part)
+{
+    const MIMEPart &entry = message.mime().part(part);
+    QByteArray type = entry.contenttype;
+    if (type == "application/octet-stream" && !entry.name.isEmpty())
+        type = contentTypeOf(entry.name);
+    const auto row = std::find_if(std::begin(kIcons), std::end(kIcons),
+                                  [&](const IconRow &candidate) { return type.startsWith(candidate.type); });
+    return row == std::end(kIcons) ? u"file"_s : QString::fromLatin1(row->icon);
+}
+
+QString freePath(const QString &directory, const QString &name)
+{
+    const QDir target(directory);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    const QString stem = dot > 0 ? name.first(dot) : name;
+    const QString suffix = dot > 0 ? name.sliced(dot) : QString();
+    QString path = target.filePath(name);
+    // a link that leads nowhere would be written through
+    for (int number = 2; QFileInfo::exists(path) || QFileInfo(path).isSymLink(); ++number)
+        path = target.filePath(u"%1 (%2)%3"_s.arg(stem, QString::number(number), suffix));
+    return path;
+}
+
+QString AttachmentFiles::copyOf(const Message &message, int part)
+{
+    if (!m_directory) {
+        const QString base = stringSetting(Setting::TempDir);
+        m_directory =
+            std::make_unique<QTemporaryDir>((base.isEmpty() ? QDir::tempPath() : base) + u"/velmar-XXXXXX"_s);
+        m_directory->setAutoRemove(!boolSetting(Setting::TempKeepFiles));
+    }
+    const QString folder = m_directory->filePath(QString::number(++m_count));
+    QDir().mkpath(folder);
+    const QString path = folder + u'/' + attachmentName(message, part);
+    if (!message.mime().savePart(part, path))
+        return {};
+    QFile::setPermissions(path, QFile::ReadOwner);
+    return path;
+}

@@ -1,0 +1,277 @@
+#include "ui/reader/attachmentstrip.h"
+
+#include "ui/look/colours.h"
+#include "ui/look/icons.h"
+#include "ui/look/metrics.h"
+#include "ui/look/recolour.h"
+#include "ui/look/styleparts.h"
+#include "ui/look/velmarstyle.h"
+#include "ui/reader/attachmentfiles.h"
+#include "ui/reader/harmless.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QListView>
+#include <QLocale>
+#include <QMenu>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+#include <QStyledItemDelegate>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+enum { SizeRole = Qt::UserRole, IconRole };
+
+constexpr int kNameColumns = 30; ///< average characters of a name at most
+constexpr int kMostRowsShown = 2;
+
+QString sizeText(qint64 bytes)
+{
+    const int digits = bytes >= 1'000'000 && bytes < 100'000'000 ? 1 : 0;
+    return QLocale().formattedDataSize(bytes, digits, QLocale::DataSizeSIFormat);
+}
+
+class CardDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const int name = option.fontMetrics.horizontalAdvance(index.data().toString());
+        const int size = sizeMetrics().horizontalAdvance(index.data(SizeRole).toString());
+        return {2 * space::group + iconSize(IconUse::Row) + 2 * space::between + 2 +
+                    std::min(name, columnWidth(kNameColumns)) + size,
+                controlHeight()};
+    }
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const bool selected = option.state & QStyle::State_Selected;
+        const bool hovered = option.state & QStyle::State_MouseOver;
+        const bool focused = option.state & QStyle::State_HasFocus;
+        painter->save();
+        paintPanel(painter, option.rect, radius::card,
+                   colour(selected  ? Role::Selection
+                          : hovered ? Role::Hover
+                                    : Role::Alternate),
+                   colour(Role::Line));
+        if (focused)
+            paintFocusRing(painter, option.rect, radius::card);
+        const QRect inside = option.rect.adjusted(space::group, 0, -space::group, 0);
+        const int icon = iconSize(IconUse::Row);
+        paintIcon(painter, leading(&option, inside, icon), index.data(IconRole).toString(),
+                  colour(Role::Text2), option.direction);
+        const QString size = index.data(SizeRole).toString();
+        const int sizeWidth = sizeMetrics().horizontalAdvance(size) + 1;
+        QRect text = trailing(&option, inside, inside.width() - icon - space::between);
+        const QRect sizeRect = trailing(&option, text, sizeWidth);
+        text = leading(&option, text, text.width() - sizeWidth - space::between);
+        painter->setFont(option.font);
+        painter->setPen(colour(Role::Text));
+        const QString name =
+            option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, text.width() + 1);
+        painter->drawText(text, Qt::AlignLeading | Qt::AlignVCenter, isolatedName(name));
+        painter->setFont(fontScaled(scale::small));
+        painter->setPen(colour(Role::Text2));
+        painter->drawText(sizeRect, Qt::AlignVCenter | Qt::AlignTrailing, size);
+        painter->restore();
+    }
+
+private:
+    static QFontMetrics sizeMetrics() { return QFontMetrics(fontScaled(scale::small)); }
+};
+
+} // namespace
+
+/// Shows as many lines of cards as there are, up to two; more can be scrolled to.
+class AttachmentView : public QListView
+{
+public:
+    explicit AttachmentView(QWidget *parent)
+        : QListView(parent)
+    {
+        setObjectName(u"attachments"_s);
+        setFlow(LeftToRight);
+        setWrapping(true);
+        setResizeMode(Adjust);
+        setMovement(Static);
+        setSpacing(space::inner);
+        setFrameShape(QFrame::NoFrame);
+        setSelectionMode(ExtendedSelection);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setVerticalScrollMode(ScrollPerPixel);
+        setDragEnabled(true);
+        setDragDropMode(DragOnly);
+        setDefaultDropAction(Qt::CopyAction);
+        setTabKeyNavigation(false);
+        setMouseTracking(true);
+        viewport()->setAutoFillBackground(false);
+        setItemDelegate(new CardDelegate(this));
+    }
+
+    int wantedHeight()
+    {
+        executeDelayedItemsLayout();
+        const int row = controlHeight() + space::inner;
+        return std::clamp(contentsSize().height(), row, kMostRowsShown * row) + space::inner;
+    }
+};
+
+AttachmentModel::AttachmentModel(CopyOf copyOf, QObject *parent)
+    : QAbstractListModel(parent)
+    , m_copyOf(std::move(copyOf))
+{}
+
+void AttachmentModel::setRows(QList<AttachmentRow> rows)
+{
+    beginResetModel();
+    m_rows = std::move(rows);
+    endResetModel();
+}
+
+int AttachmentModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+QVariant AttachmentModel::data(const QModelIndex &index, int role) const
+{
+    const AttachmentRow &row = m_rows[index.row()];
+    switch (role) {
+    case Qt::DisplayRole: return row.name;
+    case Qt::ToolTipRole: return row.name.toHtmlEscaped();
+    case Qt::AccessibleTextRole: return u"%1, %2"_s.arg(row.name, sizeText(row.size));
+    case SizeRole: return sizeText(row.size);
+    case IconRole: return row.icon;
+    default: return {};
+    }
+}
+
+Qt::ItemFlags AttachmentModel::flags(const QModelIndex &index) const
+{
+    return QAbstractListModel::flags(index) | Qt::ItemIsDragEnabled;
+}
+
+QStringList AttachmentModel::mimeTypes() const
+{
+    return {u"text/uri-list"_s};
+}
+
+QMimeData *AttachmentModel::mimeData(const QModelIndexList &indexes) const
+{
+    QList<QUrl> urls;
+    for (const QModelIndex &index : indexes)
+        if (const QString path = m_copyOf(m_rows[index.row()].part); !path.isEmpty())
+            urls.append(QUrl::fromLocalFile(path));
+    auto *data = new QMimeData;
+    data->setUrls(urls);
+    return data;
+}
+
+AttachmentStrip::AttachmentStrip(AttachmentModel::CopyOf copyOf, QWidget *parent)
+    : QWidget(parent)
+    , m_model(new AttachmentModel(std::move(copyOf), this))
+    , m_view(new AttachmentView(this))
+    , m_saveAll(new QPushButton(tr("Save all…"), this))
+{
+    setSurface(this, Role::Base);
+    m_view->setModel(m_model);
+    m_view->setAccessibleName(tr("Attachments"));
+    m_view->installEventFilter(this);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_saveAll->setIcon(icon(u"download"_s, Role::Link));
+    m_saveAll->setAutoDefault(false);
+    setButtonKind(m_saveAll, ButtonKind::Ghost);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(space::card - 1, space::inner + 1, space::card, space::inner);
+    layout->setSpacing(space::between);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_saveAll, 0, Qt::AlignTop);
+    connect(m_view, &QListView::activated, this,
+            [this](const QModelIndex &index) { emit openRequested(m_model->row(index.row()).part); });
+    connect(m_view, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint &position) { showMenu(m_view->viewport()->mapToGlobal(position)); });
+    connect(m_saveAll, &QPushButton::clicked, this, [this] { emit saveRequested(all()); });
+    hide();
+}
+
+void AttachmentStrip::showAttachments(const Message &message, const QList<int> &parts)
+{
+    QList<AttachmentRow> rows;
+    rows.reserve(parts.size());
+    for (const int part : parts)
+        rows.append({part, attachmentName(message, part), attachmentIcon(message, part),
+                     attachmentSize(message, part)});
+    m_saveAll->setText(rows.size() > 1 ? tr("Save all…") : tr("Save…"));
+    m_model->setRows(std::move(rows));
+    setVisible(!parts.isEmpty());
+    fitHeight();
+}
+
+void AttachmentStrip::fitHeight()
+{
+    m_view->setFixedHeight(m_view->wantedHeight());
+}
+
+bool AttachmentStrip::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Resize)
+        fitHeight();
+    if (event->type() == QEvent::FocusIn && !m_view->currentIndex().isValid())
+        m_view->setCurrentIndex(m_model->index(0));
+    return QWidget::eventFilter(watched, event);
+}
+
+void AttachmentStrip::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange && m_view) {
+        m_view->doItemsLayout();
+        fitHeight();
+    }
+}
+
+QList<int> AttachmentStrip::chosen() const
+{
+    QList<int> parts;
+    QModelIndexList indexes = m_view->selectionModel()->selectedIndexes();
+    std::sort(indexes.begin(), indexes.end());
+    for (const QModelIndex &index : std::as_const(indexes))
+        parts.append(m_model->row(index.row()).part);
+    return parts;
+}
+
+QList<int> AttachmentStrip::all() const
+{
+    QList<int> parts;
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        parts.append(m_model->row(row).part);
+    return parts;
+}
+
+void AttachmentStrip::showMenu(const QPoint &globalPosition)
+{
+    const QList<int> parts = chosen();
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (parts.size() == 1)
+        menu->addAction(tr("&Open"), this, [this, parts] { emit openRequested(parts.first()); });
+    if (!parts.isEmpty())
+        menu->addAction(icon(u"download"_s),
+                        parts.size() == 1 ? tr("&Save…") : tr("&Save %1 attachments…").arg(parts.size()),
+                        this, [this, parts] { emit saveRequested(parts); });
+    if (parts.size() < m_model->rowCount())
+        menu->addAction(tr("Save &all…"), this, [this] { emit saveRequested(all()); });
+    menu->popup(globalPosition);
+}
+
+void AttachmentStrip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(0, 0, width(), 1, colour(Role::Line));
+}

@@ -1,0 +1,209 @@
+#include "ui/reader/bodyplan.h"
+
+#include "message/mimecontext.h"
+
+#include <QCoreApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kMostSections = 300; ///< a document of ten thousand pieces is no reading
+constexpr int kMostImages = 40;
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("BodyPlan", text);
+}
+
+class Planner
+{
+public:
+    Planner(const MIMEContext &mime, const PlanOptions &options)
+        : m_mime(mime)
+        , m_options(options)
+        , m_children(std::size_t(mime.count()) + 1)
+    {
+        for (int part = 0; part < mime.count(); ++part)
+            m_children[std::size_t(mime.part(part).parent + 1)].append(part);
+    }
+
+    BodyPlan run()
+    {
+        // the message itself is an entry only where it is no multipart
+        if (isMultipartCategory(m_mime.type()))
+            multipart(-1, m_mime.type());
+        else
+            planAll(childrenOf(-1));
+        if (m_plan.sections.isEmpty())
+            note(translated("This message has no text."));
+        if (m_mime.truncated())
+            note(translated("This message has too many parts. The rest of it is the last attachment."));
+        if (m_full)
+            note(translated("This message goes on. What is not shown is among the attachments."));
+        return std::move(m_plan);
+    }
+
+private:
+    const QList<int> &childrenOf(int part) const { return m_children[std::size_t(part + 1)]; }
+    const MIMEPart &at(int part) const { return m_mime.part(part); }
+
+    void planAll(const QList<int> &parts)
+    {
+        for (const int part : parts)
+            plan(part);
+    }
+
+    void plan(int part)
+    {
+        const MIMEPart &entry = at(part);
+        if (isMultipartCategory(entry.type))
+            return multipart(part, entry.type);
+        if (entry.isAttachment() || !entry.name.isEmpty())
+            m_plan.attachments.append(part);
+        if (entry.type == ImagePart)
+            return image(part);
+        if (isTextCategory(entry.type))
+            return text(part);
+        if (isEnclosedCategory(entry.type))
+            return enclosed(part);
+        if (entry.type == PartialPart)
+            return add(BodySection::Piece, part);
+    }
+
+    void multipart(int part, int type)
+    {
+        if (type == AlternativePart)
+            return alternative(part);
+        if (type == EncryptedPart)
+            return encrypted(part);
+        m_plan.isSigned |= type == SignedPart;
+        planAll(childrenOf(part));
+    }
+
+    void encrypted(int part)
+    {
+        m_plan.isEncrypted = true;
+        note(translated("This message is encrypted. It cannot be opened here yet."));
+        for (const int child : childrenOf(part))
+            if (at(child).type != PgpEncryptedPart)
+                m_plan.attachments.append(child);
+    }
+
+    /// The last form that can be shown is the richest one (RFC 2046 section 5.1.4).
+    void alternative(int part)
+    {
+        int chosen = -1;
+        int plain = -1;
+        int html = -1;
+        for (const int child : childrenOf(part)) {
+            const int form = formOf(child);
+            if (form == HtmlPart)
+                html = child;
+            if (form == PlainTextPart && plain < 0)
+                plain = child;
+            if (form != AttachmentPart)
+                chosen = child;
+        }
+        m_plan.hasBothForms |= plain >= 0 && html >= 0;
+        if (m_options.preferPlain && plain >= 0)
+            chosen = plain;
+        else if (html >= 0)
+            chosen = html;
+        for (const int child : childrenOf(part)) {
+            if (child == chosen)
+                plan(child);
+            else if (formOf(child) == AttachmentPart)
+                leaves(child);
+        }
+    }
+
+    /// PlainTextPart or HtmlPart for what shows as such, AttachmentPart for what has no place in a text.
+    int formOf(int part) const
+    {
+        for (int depth = 0; isMultipartCategory(at(part).type) && depth < 8; ++depth) { // multipart/related
+            if (childrenOf(part).isEmpty())
+                return AttachmentPart;
+            part = childrenOf(part).first();
+        }
+        const int type = at(part).type;
+        if (type == HtmlPart || type == PlainTextPart)
+            return type;
+        return type == OtherTextPart && at(part).contenttype != "text/calendar" ? OtherTextPart
+                                                                                : AttachmentPart;
+    }
+
+    /// A form that is not shown can still be saved.
+    void leaves(int part)
+    {
+        if (!isMultipartCategory(at(part).type))
+            m_plan.attachments.append(part);
+        for (const int child : childrenOf(part))
+            leaves(child);
+    }
+
+    void text(int part)
+    {
+        const MIMEPart &entry = at(part);
+        const bool isData = entry.type == VCardPart || entry.contenttype == "text/calendar";
+        if (entry.disposition == "attachment" || isData) {
+            if (isData && !m_plan.attachments.contains(part))
+                m_plan.attachments.append(part);
+        } else {
+            add(entry.type == HtmlPart ? BodySection::Html : BodySection::Text, part);
+        }
+        planAll(childrenOf(part)); // files that stand in the text (uuencode, yEnc)
+    }
+
+    void image(int part)
+    {
+        if (!m_plan.attachments.contains(part))
+            m_plan.attachments.append(part); // one that no text refers to in the end
+        if (m_options.images && isShownImage(at(part).contenttype) && m_images++ < kMostImages)
+            add(BodySection::Image, part);
+    }
+
+    void enclosed(int part)
+    {
+        if (at(part).contenttype == "message/delivery-status")
+            return add(BodySection::Delivery, part);
+        add(BodySection::Enclosed, part);
+        planAll(childrenOf(part));
+        add(BodySection::End, part);
+    }
+
+    void add(BodySection::Kind kind, int part)
+    {
+        const bool closes = kind == BodySection::End;
+        if (closes ? m_skipped > 0 : m_plan.sections.size() >= kMostSections) {
+            m_full = true;
+            m_skipped += closes ? -1 : kind == BodySection::Enclosed ? 1 : 0;
+            return;
+        }
+        m_plan.sections.append({kind, part, {}});
+    }
+
+    void note(const QString &words) { m_plan.sections.append({BodySection::Note, -1, words}); }
+
+    const MIMEContext &m_mime;
+    PlanOptions m_options;
+    std::vector<QList<int>> m_children; ///< by part + 1
+    BodyPlan m_plan;
+    int m_images = 0;
+    int m_skipped = 0; ///< enclosed messages that were begun beyond the limit
+    bool m_full = false;
+};
+
+} // namespace
+
+BodyPlan planBody(const MIMEContext &mime, const PlanOptions &options)
+{
+    return Planner(mime, options).run();
+}
+
+bool isShownImage(const QByteArray &contenttype)
+{
+    static constexpr QByteArrayView kTypes[] = {"image/png", "image/jpeg", "image/jpg",      "image/pjpeg",
+                                                "image/gif", "image/bmp",  "image/x-ms-bmp", "image/webp"};
+    return std::find(std::begin(kTypes), std::end(kTypes), contenttype) != std::end(kTypes);
+}

@@ -1,0 +1,254 @@
+#include "ui/reader/bodyview.h"
+
+#include "html/urls.h"
+#include "ui/look/metrics.h"
+#include "ui/look/styleparts.h"
+#include "ui/reader/bodydocument.h"
+#include "ui/reader/bodyformat.h"
+#include "ui/reader/bodystyle.h"
+#include "ui/reader/harmless.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QMimeData>
+#include <QPainter>
+#include <QPointer>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextFrame>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kBarWidth = 3;
+constexpr int kBarStep = 14;
+constexpr int kMargin = 24;
+
+int quoteLevel(const QTextBlock &block)
+{
+    return block.blockFormat().intProperty(bodyformat::QuoteLevel);
+}
+
+bool isFromRight(const QTextBlock &block)
+{
+    return block.blockFormat().boolProperty(bodyformat::FromRight);
+}
+
+} // namespace
+
+BodyView::BodyView(QWidget *parent)
+    : QTextBrowser(parent)
+{
+    setObjectName(u"body"_s);
+    setAccessibleName(tr("Message text"));
+    setFrameShape(QFrame::NoFrame);
+    setOpenLinks(false);
+    setOpenExternalLinks(false);
+    setUndoRedoEnabled(false);
+    connect(this, &QTextBrowser::anchorClicked, this,
+            [this](const QUrl &url) { emit linkClicked(url.toString(QUrl::FullyEncoded)); });
+    connect(this, &QTextBrowser::highlighted, this, [this](const QUrl &url) {
+        const bool own = url.scheme() == readerlink::scheme;
+        emit linkHovered(own ? QString() : harmlessLine(url.toString(), 400));
+    });
+}
+
+void BodyView::showDocument(BodyDocument *document, const BodyStyle &style, int wrapWidth)
+{
+    m_wrapWidth = wrapWidth;
+    setColours(style);
+    const QPointer<QTextDocument> old = this->document();
+    document->setParent(this);
+    setDocument(document); // deletes the one that the view came with, but none of ours
+    delete old;
+    fitWidth();
+    document->setTextWidth(viewport()->width());
+}
+
+void BodyView::setColours(const BodyStyle &style)
+{
+    QPalette colours; // the application's, but for what the settings say
+    colours.setColor(QPalette::Base, style.background);
+    colours.setColor(QPalette::Text, style.text);
+    setPalette(colours);
+    m_rule = style.line;
+    if (style.coloured)
+        m_bars.assign(style.quotes.begin(), style.quotes.end());
+    else
+        m_bars.assign(1, style.line);
+    const QFontMetrics metrics(style.font);
+    setTabStopDistance(8 * metrics.horizontalAdvance(u'0'));
+}
+
+/// A plain text stands in a column as wide as the wrap width, at the leading edge.
+void BodyView::fitWidth()
+{
+    QTextFrame *root = document()->rootFrame();
+    QTextFrameFormat format = root->frameFormat();
+    const int room = viewport()->width() - 2 * kMargin;
+    const int spare = m_wrapWidth > 0 ? std::max(0, room - m_wrapWidth) : 0;
+    const bool fromRight = isRightToLeft();
+    const double left = kMargin + (fromRight ? spare : 0);
+    const double right = kMargin + (fromRight ? 0 : spare);
+    if (format.leftMargin() == left && format.rightMargin() == right)
+        return;
+    format.setLeftMargin(left);
+    format.setRightMargin(right);
+    root->setFrameFormat(format);
+}
+
+void BodyView::resizeEvent(QResizeEvent *event)
+{
+    fitWidth();
+    QTextBrowser::resizeEvent(event);
+}
+
+QVariant BodyView::loadResource(int type, const QUrl &name)
+{
+    Q_UNUSED(name); // the document answers for its pictures before anybody asks here
+    return type == QTextDocument::ImageResource ? QVariant(MessageImages::nothing())
+                                                : QVariant(QByteArray(""));
+}
+
+void BodyView::doSetSource(const QUrl &, QTextDocument::ResourceType)
+{
+    // a view of one message goes nowhere
+}
+
+QRectF BodyView::seenRect(const QRect &rect) const
+{
+    return QRectF(rect).translated(horizontalScrollBar()->value(), verticalScrollBar()->value());
+}
+
+void BodyView::paintEvent(QPaintEvent *event)
+{
+    {
+        QPainter painter(viewport());
+        painter.translate(-horizontalScrollBar()->value(), -verticalScrollBar()->value());
+        paintCards(painter, seenRect(event->rect()));
+    }
+    QTextBrowser::paintEvent(event);
+    QPainter painter(viewport());
+    painter.translate(-horizontalScrollBar()->value(), -verticalScrollBar()->value());
+    paintBlocks(painter, seenRect(event->rect()));
+}
+
+void BodyView::paintCards(QPainter &painter, const QRectF &seen) const
+{
+    QList<QTextFrame *> frames = document()->rootFrame()->childFrames();
+    while (!frames.isEmpty()) {
+        const QTextFrame *frame = frames.takeFirst(); // the outer ones first
+        const QTextFrameFormat format = frame->frameFormat();
+        if (!format.hasProperty(bodyformat::Surface))
+            continue;
+        const QRectF rect = document()
+                                ->documentLayout()
+                                ->frameBoundingRect(const_cast<QTextFrame *>(frame))
+                                .adjusted(0, format.topMargin(), 0, -format.bottomMargin());
+        if (rect.intersects(seen))
+            paintPanel(&painter, rect.toAlignedRect(), radius::card,
+                       format.colorProperty(bodyformat::Surface), format.colorProperty(bodyformat::Outline));
+        frames += frame->childFrames();
+    }
+}
+
+void BodyView::paintBlocks(QPainter &painter, const QRectF &seen) const
+{
+    const QAbstractTextDocumentLayout *layout = document()->documentLayout();
+    const int first = std::max(0, layout->hitTest(QPointF(kMargin, seen.top()), Qt::FuzzyHit));
+    for (QTextBlock block = document()->findBlock(first); block.isValid(); block = block.next()) {
+        const QTextBlockFormat format = block.blockFormat();
+        const QRectF rect = layout->blockBoundingRect(block);
+        if (rect.top() > seen.bottom())
+            return;
+        if (format.hasProperty(bodyformat::RuleAbove))
+            painter.fillRect(QRectF(rect.left(), std::round(rect.top()), rect.width(), 1), m_rule);
+        if (format.hasProperty(bodyformat::QuoteLevel))
+            paintBars(painter, block);
+    }
+}
+
+/// A bar reaches to the next block that is quoted as deeply: margins are no part of a block's rectangle.
+void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
+{
+    const QAbstractTextDocumentLayout *layout = document()->documentLayout();
+    const QRectF rect = layout->blockBoundingRect(block);
+    const QTextBlock next = block.next();
+    const int shared = next.isValid() && isFromRight(next) == isFromRight(block) ? quoteLevel(next) : 0;
+    const QTextLine line = block.layout()->lineCount() ? block.layout()->lineAt(0) : QTextLine();
+    const double natural = line.isValid() ? line.ascent() + line.descent() : rect.height();
+    const double below = line.isValid() ? std::max(0.0, line.height() - natural) : 0;
+    const QTextFrameFormat root = document()->rootFrame()->frameFormat();
+    Q_UNUSED(root);
+    for (int level = 1; level <= quoteLevel(block); ++level) {
+        const double bottom = level <= shared ? layout->blockBoundingRect(next).top() : rect.bottom() - below;
+        const double offset = (level - 1) * kBarStep;
+        const QTextBlockFormat format = block.blockFormat();
+        const double x = isFromRight(block) ? rect.right() + format.rightMargin() - offset - kBarWidth
+                                            : rect.left() - format.leftMargin() + offset;
+        painter.fillRect(QRectF(x, rect.top(), kBarWidth, bottom - rect.top()),
+                         m_bars[std::size_t(level - 1) % m_bars.size()]);
+    }
+}
+
+void BodyView::wheelEvent(QWheelEvent *event)
+{
+    if (!(event->modifiers() & Qt::ControlModifier))
+        return QTextBrowser::wheelEvent(event);
+    const int delta = event->angleDelta().y();
+    if (delta != 0)
+        emit zoomRequested(delta > 0 ? 1 : -1);
+    event->accept();
+}
+
+void BodyView::contextMenuEvent(QContextMenuEvent *event)
+{
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QString target = safeTarget(anchorAt(event->pos()));
+    if (!target.isEmpty() && !target.startsWith(u'#')) {
+        menu->addAction(tr("&Open link"), this, [this, target] { emit linkClicked(target); });
+        menu->addAction(tr("Copy &link"), this, [target] { QApplication::clipboard()->setText(target); });
+        menu->addSeparator();
+    }
+    QAction *copying = menu->addAction(tr("&Copy"), this, &QTextEdit::copy);
+    copying->setEnabled(textCursor().hasSelection());
+    menu->addAction(tr("Select &all"), this, &QTextEdit::selectAll);
+    for (QAction *extra : actions())
+        menu->addAction(extra);
+    menu->popup(event->globalPos());
+}
+
+QString BodyView::plainText(int from, int to) const
+{
+    QString out;
+    for (QTextBlock block = document()->findBlock(from); block.isValid() && block.position() <= to;
+         block = block.next()) {
+        const QTextBlockFormat format = block.blockFormat();
+        const int start = std::max(from - block.position(), 0);
+        const int end = std::min(to - block.position(), block.length() - 1);
+        if (format.hasProperty(bodyformat::FoldId) && m_foldText)
+            out += m_foldText(format.intProperty(bodyformat::FoldId));
+        else
+            out += QStringView(block.text()).sliced(start, std::max(0, end - start));
+        if (to > block.position() + block.length() - 1 && !format.boolProperty(bodyformat::Continued) &&
+            !format.hasProperty(bodyformat::FoldId))
+            out += u'\n';
+    }
+    out.remove(u'\x200B'); // places to break long words, put there by us
+    out.remove(QChar::ObjectReplacementCharacter);
+    return out.replace(QChar::LineSeparator, u'\n').replace(QChar::Nbsp, u' ');
+}
+
+QMimeData *BodyView::createMimeDataFromSelection() const
+{
+    auto *data = new QMimeData;
+    const QTextCursor cursor = textCursor();
+    data->setText(plainText(cursor.selectionStart(), cursor.selectionEnd()));
+    return data;
+}

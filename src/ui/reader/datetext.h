@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+class Message;
+
+/// Moments as the windows say them, in the local zone, seen from @p now: "Today 11:20", "Yesterday 18:47",
+/// "Fri 17:15" within a week, "19 Nov 09:05" within the year, else "19 Nov 2024 09:05".
+QString shortDateText(const QDateTime &moment, const QDateTime &now);
+
+/// The date of a message likewise; empty when it has none that can be read.
+QString shortDateText(const Message &message);
+
+/// The same date in full, with its weekday.
+QString longDateText(const Message &message);

@@ -1,0 +1,225 @@
+#include "ui/reader/headercard.h"
+
+#include "ui/look/avatar.h"
+#include "ui/look/colours.h"
+#include "ui/look/elidedlabel.h"
+#include "ui/look/icons.h"
+#include "ui/look/metrics.h"
+#include "ui/look/recolour.h"
+#include "ui/look/toolbuttons.h"
+#include "ui/reader/datetext.h"
+#include "ui/reader/harmless.h"
+#include "ui/reader/recipientsview.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPainter>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kAvatar = 40;
+
+/// A row of small signs beside the subject, or one before a word.
+class Signs : public QWidget
+{
+public:
+    struct Sign
+    {
+        QString icon;
+        Role role;
+    };
+
+    using QWidget::QWidget;
+
+    void setSigns(QList<Sign> signs, const QString &words)
+    {
+        m_signs = std::move(signs);
+        setVisible(!m_signs.isEmpty());
+        setToolTip(words);
+        setAccessibleName(words);
+        setFixedSize(int(m_signs.size()) * (iconSize(IconUse::Row) + space::inner), textHeight());
+        update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        const int size = iconSize(IconUse::Row);
+        for (int at = 0; at < m_signs.size(); ++at) {
+            const QRect place(at * (size + space::inner), 0, size, height());
+            paintIcon(&painter, QStyle::visualRect(layoutDirection(), rect(), place), m_signs[at].icon,
+                      colour(m_signs[at].role), layoutDirection());
+        }
+    }
+
+private:
+    QList<Sign> m_signs;
+};
+
+} // namespace
+
+HeaderCard::HeaderCard(QWidget *parent)
+    : QWidget(parent)
+    , m_avatar(new Avatar(kAvatar, this))
+    , m_subject(new ElidedLabel({}, this))
+    , m_marks(new Signs(this))
+    , m_actions(newToolBar(this))
+    , m_name(new ElidedLabel({}, this))
+    , m_address(new ElidedLabel({}, this))
+    , m_sign(new Signs(this))
+    , m_verdict(new ElidedLabel({}, this))
+    , m_claim(new ElidedLabel({}, this))
+    , m_date(new QLabel(this))
+    , m_recipients(new RecipientsView(this))
+{
+    setSurface(this, Role::Base);
+    setFontScale(m_subject, scale::subject, QFont::DemiBold);
+    setFontScale(m_name, 1, QFont::DemiBold);
+    for (QWidget *quiet : {static_cast<QWidget *>(m_address), static_cast<QWidget *>(m_date)})
+        setTextRole(quiet, Role::Text2);
+    setTextRole(m_verdict, Role::Text2);
+    setTextRole(m_claim, Role::Warning);
+    m_date->setTextFormat(Qt::PlainText);
+    m_subject->setObjectName(u"subject"_s);
+    m_name->setObjectName(u"sender"_s);
+    m_address->setObjectName(u"senderAddress"_s);
+    m_date->setObjectName(u"date"_s);
+    m_verdict->setObjectName(u"verdict"_s);
+    m_claim->setObjectName(u"claim"_s);
+    build();
+}
+
+void HeaderCard::build()
+{
+    const auto row = [] {
+        auto *layout = new QHBoxLayout;
+        layout->setSpacing(space::between);
+        return layout;
+    };
+    auto *top = row();
+    top->addWidget(m_subject, 0);
+    top->addWidget(m_marks);
+    top->addStretch(1);
+    top->addWidget(m_actions);
+    auto *sender = row();
+    sender->addWidget(m_name, 0);
+    sender->addWidget(m_address, 0);
+    sender->addSpacing(space::inner);
+    sender->addWidget(m_sign);
+    sender->addWidget(m_verdict, 0);
+    sender->addWidget(m_claim, 0);
+    sender->addStretch(1);
+    sender->addWidget(m_date);
+    auto *lines = new QVBoxLayout;
+    lines->setSpacing(1);
+    lines->addLayout(top);
+    lines->addLayout(sender);
+    lines->addWidget(m_recipients);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(space::dialog, space::between, space::card, space::group);
+    layout->setSpacing(space::group);
+    auto *picture = new QVBoxLayout;
+    picture->addSpacing(space::between);
+    picture->addWidget(m_avatar);
+    picture->addStretch(1);
+    layout->addLayout(picture);
+    layout->addLayout(lines, 1);
+}
+
+void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
+{
+    const QString subject = harmlessLine(message.subject());
+    m_subject->setText(subject.isEmpty() ? tr("No subject") : subject);
+    showSender(message);
+    showMarks(marks);
+    m_date->setText(shortDateText(message));
+    const QString original = harmlessLine(message.header("Date", {}));
+    m_date->setToolTip(original.toHtmlEscaped());
+    m_date->setVisible(!m_date->text().isEmpty());
+    m_recipients->showMessage(message);
+}
+
+void HeaderCard::showSender(const Message &message)
+{
+    const QList<Address> from = message.addresses("From");
+    m_sender = from.isEmpty() ? Address{} : from.first();
+    const ShownPerson shown = shownPerson(m_sender);
+    m_avatar->setPerson(shown.claim.isEmpty() ? harmlessLine(m_sender.name, 200) : QString(), shown.address);
+    const bool bare = shown.name == shown.address;
+    m_name->setText(shown.name.isEmpty() ? tr("Unknown sender")
+                    : bare               ? isolatedAddress(shown.address)
+                                         : isolatedName(shown.name));
+    m_address->setText(u'<' + isolatedAddress(shown.address) + u'>');
+    m_address->setVisible(!bare && !shown.address.isEmpty());
+    m_claim->setText(shown.claim.isEmpty() ? QString()
+                                           : tr("Calls itself %1").arg(isolatedAddress(shown.claim)));
+    m_claim->setVisible(!shown.claim.isEmpty());
+}
+
+void HeaderCard::showMarks(const ReaderMarks &marks)
+{
+    QList<Signs::Sign> signs;
+    QStringList words;
+    const auto add = [&](bool wanted, const QString &icon, Role role, const QString &word) {
+        if (!wanted)
+            return;
+        signs.append({icon, role});
+        words.append(word);
+    };
+    add(marks.flagged, u"flag-fill"_s, Role::Flag, tr("Flagged"));
+    add(marks.junk, u"junk"_s, Role::Junk, tr("Junk"));
+    add(marks.replied, u"replied"_s, Role::Text2, tr("Replied"));
+    add(marks.forwarded, u"forwarded"_s, Role::Text2, tr("Forwarded"));
+    static_cast<Signs *>(m_marks)->setSigns(signs, words.join(u", "_s));
+}
+
+void HeaderCard::setVerdict(const QString &icon, const QString &words)
+{
+    QList<Signs::Sign> signs;
+    if (!words.isEmpty())
+        signs.append({icon, Role::Text2});
+    static_cast<Signs *>(m_sign)->setSigns(signs, words);
+    m_verdict->setText(words);
+    m_verdict->setVisible(!words.isEmpty());
+}
+
+void HeaderCard::setActions(const QList<QAction *> &actions)
+{
+    m_actions->clear();
+    for (QAction *action : actions) {
+        if (action)
+            addToToolBar(m_actions, action);
+        else
+            m_actions->addSeparator();
+    }
+}
+
+void HeaderCard::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (m_sender.address.isEmpty())
+        return;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("Copy &address"), this,
+                    [this] { QApplication::clipboard()->setText(harmlessLine(m_sender.address)); });
+    menu->addAction(tr("Copy &name and address"), this, [this] {
+        QApplication::clipboard()->setText(
+            formatAddress({harmlessLine(m_sender.name), harmlessLine(m_sender.address)}));
+    });
+    menu->popup(event->globalPos());
+}
+
+void HeaderCard::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(0, height() - 1, width(), 1, colour(Role::Line));
+}

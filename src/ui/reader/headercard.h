@@ -1,0 +1,62 @@
+#pragma once
+
+#include "message/message.h"
+
+#include <QWidget>
+
+class Avatar;
+class ElidedLabel;
+class QAction;
+class QLabel;
+class QToolBar;
+class RecipientsView;
+
+/// What the user did with a message, as far as its header shows it.
+struct ReaderMarks
+{
+    bool flagged = false;
+    bool junk = false;
+    bool replied = false;
+    bool forwarded = false;
+};
+
+/// Who wrote what to whom and when, above the text: nothing in it is ever taken for markup, and every address
+/// is shown in full.
+class HeaderCard : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit HeaderCard(QWidget *parent = nullptr);
+
+    void showMessage(const Message &message, const ReaderMarks &marks);
+
+    /// In words, with a sign; empty for nothing to say.
+    void setVerdict(const QString &icon, const QString &words);
+
+    /// The buttons at the trailing edge; a null pointer is a separator.
+    void setActions(const QList<QAction *> &actions);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void build();
+    void showSender(const Message &message);
+    void showMarks(const ReaderMarks &marks);
+
+    Avatar *m_avatar;
+    ElidedLabel *m_subject;
+    QWidget *m_marks;
+    QToolBar *m_actions;
+    ElidedLabel *m_name;
+    ElidedLabel *m_address;
+    QWidget *m_sign;
+    ElidedLabel *m_verdict;
+    ElidedLabel *m_claim;
+    QLabel *m_date;
+    RecipientsView *m_recipients;
+    Address m_sender;
+    QString m_verdictIcon;
+};

@@ -1,0 +1,109 @@
+#include "config/directory.h"
+#include "ui/look/icons.h"
+#include "ui/look/looks.h"
+#include "ui/reader/messageview.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTextBrowser>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+// The reader with the messages of an mbox, to look at: reader_pictures DIRECTORY MBOX saves a picture of
+// each, and of some in other looks and states, and says how long each took to be shown.
+
+namespace {
+
+QList<QByteArray> messagesOf(const QByteArray &mbox)
+{
+    QList<QByteArray> messages;
+    qsizetype at = mbox.startsWith("From ") ? 0 : -1;
+    while (at >= 0) {
+        const qsizetype text = mbox.indexOf('\n', at) + 1;
+        const qsizetype next = mbox.indexOf("\n\nFrom ", text);
+        messages.append(next < 0 ? mbox.sliced(text) : mbox.sliced(text, next + 1 - text));
+        at = next < 0 ? -1 : next + 2;
+    }
+    return messages;
+}
+
+class Pictures
+{
+public:
+    explicit Pictures(const QString &directory)
+        : m_directory(directory)
+    {
+        QList<QAction *> actions;
+        for (const char *name : {"previous", "previous-unread", "next-unread", "next"})
+            actions.append(new QAction(icon(QString::fromLatin1(name)), QString::fromLatin1(name), &view));
+        actions.append(nullptr);
+        actions.append(new QAction(icon(u"archive"_s), u"Archive"_s, &view));
+        actions.append(new QAction(icon(u"junk"_s), u"Junk"_s, &view));
+        view.setHeaderActions(actions);
+        view.resize(1040, 620);
+        view.show();
+    }
+
+    void save(const QString &name)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        QApplication::processEvents();
+        view.grab().save(QDir(m_directory).filePath(name + u".png"_s));
+        std::printf("%s: %lld ms to paint\n", qPrintable(name), static_cast<long long>(timer.elapsed()));
+    }
+
+    void show(const QByteArray &text, const QString &name)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        view.showMessage(Message(text), {name.startsWith(u"05"), false, name.startsWith(u"04"), false});
+        std::printf("%s: %lld ms to show\n", qPrintable(name), static_cast<long long>(timer.elapsed()));
+        save(name);
+    }
+
+    MessageView view;
+
+private:
+    QString m_directory;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    if (argc < 3) {
+        std::fprintf(stderr, "usage: reader_pictures DIRECTORY MBOX\n");
+        return 2;
+    }
+    QTemporaryDir scratch;
+    setConfigDirectory(scratch.path());
+    Looks looks;
+    looks.start();
+    looks.setLook(argc > 3 && QByteArrayView(argv[3]).contains("dark") ? Look::Dark : Look::Light);
+    if (argc > 4)
+        looks.setFont(QFont(QApplication::font().family(), QByteArray(argv[4]).toInt()));
+    QDir().mkpath(QString::fromLocal8Bit(argv[1]));
+    Pictures pictures(QString::fromLocal8Bit(argv[1]));
+    pictures.save(u"empty"_s);
+    QFile file(QString::fromLocal8Bit(argv[2]));
+    if (!file.open(QIODevice::ReadOnly))
+        return 1;
+    int number = 0;
+    const QList<QByteArray> messages = messagesOf(file.readAll());
+    for (const QByteArray &text : messages)
+        pictures.show(text, u"%1"_s.arg(++number, 2, 10, QChar(u'0')));
+    pictures.view.action(ReaderAction::AllHeaders)->trigger();
+    pictures.save(u"all-headers"_s);
+    pictures.view.action(ReaderAction::Find)->trigger();
+    pictures.save(u"find"_s);
+    return 0;
+}
