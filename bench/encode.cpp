@@ -6,7 +6,7 @@ namespace {
 
 constexpr char kHex[] = "0123456789ABCDEF";
 constexpr qsizetype kLineWidth = 76;
-constexpr qsizetype kWordCharacters = 14; ///< of text in one encoded word, so that it stays below 75 bytes
+constexpr qsizetype kWordCharacters = 12; ///< of text in one encoded word, so that it stays below 75 bytes
 
 constexpr std::array kTransferNames = {"7bit", "8bit", "quoted-printable", "base64"};
 static_assert(kTransferNames.size() == std::size_t(Transfer::Base64) + 1);
@@ -36,6 +36,16 @@ QByteArray encodedWord(const QString &text, const QByteArray &charset)
             appendEscape(word, c);
     }
     return word + "?=";
+}
+
+/// How many characters from @p at on go into one word. They fill whole groups of base64: not every reader goes
+/// on behind padding.
+qsizetype wordLength(const QString &text, qsizetype at, const QByteArray &charset)
+{
+    qsizetype length = kWordCharacters;
+    while (at + length < text.size() && inCharset(text.mid(at, length), charset).size() % 3 != 0)
+        ++length;
+    return length;
 }
 
 } // namespace
@@ -108,10 +118,12 @@ QByteArray headerValue(const QString &text, const QByteArray &charset)
     if (ascii)
         return text.toLatin1();
     QByteArray value;
-    for (qsizetype at = 0; at < text.size(); at += kWordCharacters) {
+    for (qsizetype at = 0; at < text.size();) {
+        const qsizetype length = wordLength(text, at, charset);
         if (at > 0)
             value += "\n ";
-        value += encodedWord(text.mid(at, kWordCharacters), charset);
+        value += encodedWord(text.mid(at, length), charset);
+        at += length;
     }
     return value;
 }

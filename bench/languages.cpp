@@ -104,14 +104,14 @@ const QList<Language> &languages()
 {
     using enum Transfer;
     static const QList<Language> s_languages = {
-        {"us-ascii", {SevenBit}, 0.30, true, kEnglish.split(u' ')},
-        {"utf-8", {SevenBit, EightBit, QuotedPrintable, Base64}, 0.20, true, kEnglish.split(u' ')},
-        {"utf-8", {EightBit, QuotedPrintable, Base64}, 0.14, true, kGerman.split(u' ')},
+        {"us-ascii", {SevenBit}, 0.31, true, kEnglish.split(u' ')},
+        {"utf-8", {SevenBit, EightBit, QuotedPrintable, Base64}, 0.23, true, kEnglish.split(u' ')},
+        {"utf-8", {EightBit, QuotedPrintable, Base64}, 0.15, true, kGerman.split(u' ')},
         {"iso-8859-1", {QuotedPrintable, QuotedPrintable, EightBit}, 0.12, true, kGerman.split(u' ')},
         {"windows-1252", {QuotedPrintable, EightBit}, 0.10, true, kFrench.split(u' ')},
-        {"koi8-r", {EightBit, Base64}, 0.05, true, kRussian.split(u' ')},
-        {"iso-2022-jp", {SevenBit}, 0.05, false, kJapanese.split(u' ')},
-        {"gb18030", {Base64, EightBit}, 0.04, false, kChinese.split(u' ')},
+        {"koi8-r", {EightBit, Base64}, 0.03, true, kRussian.split(u' ')},
+        {"iso-2022-jp", {SevenBit}, 0.03, false, kJapanese.split(u' ')},
+        {"gb18030", {Base64, EightBit}, 0.03, false, kChinese.split(u' ')},
     };
     return s_languages;
 }

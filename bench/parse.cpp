@@ -38,7 +38,7 @@ void takeParts(const MIMEContext &mime, Tally &tally)
             continue;
         const MIMEContext::Content content = mime.decodedContent(i);
         tally.addPart(content.bytes.constData(), std::size_t(content.bytes.size()));
-        if (isTextCategory(type))
+        if (tally.checksTexts() && isTextCategory(type))
             takeText(content.text, tally);
     }
 }
@@ -47,12 +47,13 @@ void takeParts(const MIMEContext &mime, Tally &tally)
 
 int main(int argc, char **argv)
 {
-    QFile file(argc == 2 ? QFile::decodeName(argv[1]) : QString());
+    const bool checksTexts = argc > 1 && QByteArrayView(argv[1]) == "--check";
+    QFile file(argc > 1 ? QFile::decodeName(argv[argc - 1]) : QString());
     if (!file.open(QIODevice::ReadOnly)) {
         std::fprintf(stderr, "an mbox is wanted\n");
         return 1;
     }
-    Tally tally;
+    Tally tally(checksTexts);
     MboxReader reader(file);
     MboxMessage mail;
     while (reader.next(mail) == MboxReader::Outcome::Message) {

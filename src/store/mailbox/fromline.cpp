@@ -6,7 +6,7 @@
 
 #include <array>
 #include <cstdio>
-#include <string_view>
+#include <cstring>
 
 namespace {
 
@@ -184,8 +184,14 @@ qsizetype nextFromLine(QByteArrayView text, qsizetype from)
 
 qsizetype findBytes(QByteArrayView text, QByteArrayView needle, qsizetype from)
 {
-    const std::string_view all(text.data(), std::size_t(text.size()));
-    const std::size_t hit =
-        all.find(std::string_view(needle.data(), std::size_t(needle.size())), std::size_t(from));
-    return hit == std::string_view::npos ? -1 : qsizetype(hit);
+    const char *const last = text.data() + text.size() - needle.size();
+    for (const char *at = text.data() + from; at <= last; ++at) {
+        at = static_cast<const char *>(std::memchr(at, needle[0], std::size_t(last - at + 1)));
+        if (!at)
+            break;
+        // Nearly every line end is followed by something else than what is sought.
+        if (at[1] == needle[1] && std::memcmp(at, needle.data(), std::size_t(needle.size())) == 0)
+            return at - text.data();
+    }
+    return -1;
 }

@@ -29,5 +29,5 @@ QByteArray makeFromLine(QByteArrayView sender, qint64 date);
 /// -1. @p from must not lie inside such a line's beginning.
 qsizetype nextFromLine(QByteArrayView text, qsizetype from);
 
-/// The position of @p needle in @p text at or behind @p from, else -1.
+/// The position of @p needle, two bytes or more, in @p text at or behind @p from, else -1.
 qsizetype findBytes(QByteArrayView text, QByteArrayView needle, qsizetype from = 0);

@@ -25,6 +25,8 @@ bool endsWithCrLf(QByteArrayView text, qsizetype lineFeed)
 void unquote(QByteArray &text)
 {
     const QByteArrayView all(text);
+    if (findBytes(all, ">From ") < 0) // a rare letter to look for: base64 has no ">"
+        return;
     qsizetype line = nextFromLine(all, 0);
     if (line < 0)
         return;
@@ -188,10 +190,11 @@ std::optional<qint64> MboxReader::contentEnd(qint64 textStart, qint64 limit)
     const qint64 body = textStart + (dos >= 0 ? dos + 3 : plain + 2);
     qint64 length = -1;
     forEachField(head, [&length](QByteArrayView name, QByteArrayView value) {
+        if (name.compare("Content-Length", Qt::CaseInsensitive) != 0)
+            return;
         bool ok = false;
         const qint64 read = value.toByteArray().toLongLong(&ok);
-        if (name.compare("Content-Length", Qt::CaseInsensitive) == 0)
-            length = ok ? read : -1;
+        length = ok ? read : -1;
     });
     if (length < 0 || length > m_size - body)
         return {};
