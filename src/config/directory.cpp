@@ -167,9 +167,10 @@ QString documentsDirectory()
     if (!chosen.isEmpty())
         return chosen;
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    if (documents.isEmpty())
-        report(ReportLevel::Warning, "Unable to locate My Documents");
-    return documents;
+    if (!documents.isEmpty() && QDir().mkpath(documents))
+        return documents;
+    report(ReportLevel::Warning, "Unable to locate My Documents");
+    return {};
 }
 
 QString cleanedDirectory(const QString &text)

@@ -47,7 +47,8 @@ QString configPath();
 /// without either.
 QString installFile(const QString &name);
 
-/// `DefaultDirectory`, else the desktop's folder for documents; empty, after a warning, when there is none.
+/// `DefaultDirectory`, else the desktop's folder for documents, which is made when missing; empty, after a
+/// warning, when there is none.
 QString documentsDirectory();
 
 /// A directory as someone typed it: a pair of enclosing double quotes taken off, backslashes turned into "/"

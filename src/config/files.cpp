@@ -20,7 +20,7 @@ bool copyBytes(const QString &from, const QString &to)
         return false;
     const qint64 size = source.size();
     const QByteArray bytes = source.read(size);
-    if (bytes.size() != size)
+    if (bytes.size() != size || source.size() != size) // what is being appended to would lose its end
         return false;
     QFile target(to);
     return target.open(QIODevice::WriteOnly | QIODevice::Truncate) && target.write(bytes) == size &&

@@ -46,7 +46,6 @@ public:
     QString path() const;
 
 private:
-    Contents readBackup();
     void keepDamaged(const QString &path) const;
     Contents unreadable();
 

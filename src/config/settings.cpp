@@ -32,8 +32,8 @@ struct SettingsTable
     bool dirty = false;
     std::optional<qint64> lastSave; ///< seconds since 1970 UTC
 
-    SettingsTable() { reset(); }
-    void reset();
+    SettingsTable() { setDefaults(); }
+    void setDefaults();
 };
 
 /// A number as the file and the defaults hold it: the digits up to the first other character.
@@ -56,12 +56,10 @@ SettingValue defaultValue(const SettingRow &row)
     return {};
 }
 
-void SettingsTable::reset()
+void SettingsTable::setDefaults()
 {
     for (std::size_t i = 0; i < kSettings.size(); ++i)
         values[i] = defaultValue(kSettings[i]);
-    dirty = false;
-    lastSave.reset();
 }
 
 SettingsTable &table()
@@ -196,7 +194,7 @@ bool defaultBoolSetting(Setting id)
 bool loadConfig(bool fromBackup)
 {
     if (!fromBackup)
-        table().reset();
+        table().setDefaults();
     QString path = configPath();
     if (fromBackup)
         path += u".backup";
@@ -245,7 +243,7 @@ bool saveConfig(bool force)
 
 void resetSettings()
 {
-    table().reset();
+    table() = SettingsTable();
 }
 
 QString applicationFontText()

@@ -18,6 +18,7 @@ private slots:
     void directories();
     void directoryComesFromTheFirstThatNamesIt();
     void theInstallation();
+    void theDocuments();
     void configFileMakesWhatItNeeds();
     void onlyTheOwnerReadsTheDirectory();
     void aDirectoryThatCannotBeMade();
@@ -89,6 +90,25 @@ void FilesTest::theInstallation()
     QCOMPARE(installFile(u"a"_s), u"/opt/velmar/a"_s);
     setInstallDirectory({});
     qunsetenv("VELMAR_INSTALL_DIR");
+}
+
+void FilesTest::theDocuments()
+{
+    Scratch scratch;
+    const QByteArray home = qgetenv("HOME");
+    qputenv("HOME", QFile::encodeName(configDirectory()));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(configDirectory()));
+    const QString documents = documentsDirectory();
+    QVERIFY(documents.startsWith(configDirectory()));
+    QVERIFY(QFileInfo(documents).isDir());
+    QVERIFY(QDir().rmdir(documents));
+    QVERIFY(QFile(documents).open(QIODevice::WriteOnly)); // a file in its place
+    QCOMPARE(documentsDirectory(), QString());
+    setStringSetting(Setting::DefaultDirectory, u"/mine"_s);
+    QCOMPARE(documentsDirectory(), u"/mine"_s);
+    QCOMPARE(scratch.reports, QStringList{u"Unable to locate My Documents"_s});
+    qunsetenv("XDG_CONFIG_HOME");
+    qputenv("HOME", home);
 }
 
 void FilesTest::configFileMakesWhatItNeeds()
