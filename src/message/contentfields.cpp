@@ -4,6 +4,7 @@
 #include "message/charset.h"
 #include "message/encodedword.h"
 #include "message/headerblock.h"
+#include "message/lineends.h"
 
 #include <cstring>
 
@@ -47,10 +48,12 @@ qsizetype fieldEndIn(QByteArrayView header, qsizetype from)
     }
 }
 
-QByteArray inOneLine(QByteArrayView folded)
+QByteArray unfoldedValue(QByteArrayView folded)
 {
     const QByteArrayView value = folded.trimmed();
-    return value.contains('\n') ? unfolded(value).replace('\n', ' ') : value.toByteArray();
+    if (!value.contains('\n'))
+        return value.toByteArray();
+    return unfolded(withUnixLineEnds(value.toByteArray())).replace('\n', ' ');
 }
 
 /// Most mail is in one of these, and asking the toolkit costs more than reading a short part.
@@ -149,7 +152,7 @@ QString repairedName(const QByteArray &value, QByteArrayView charset)
     const QByteArray mended = withBrokenEncodingMended(value, &named);
     if (named.isEmpty())
         return withoutDoubleUtf8(decodeHeaderText(withoutFoldingBlanks(mended), charset));
-    return decodeCharset(mended, named).value_or(decodeUnlabelled(mended, charset));
+    return inOneLine(decodeCharset(mended, named).value_or(decodeUnlabelled(mended, charset)));
 }
 
 } // namespace
@@ -180,7 +183,7 @@ ContentFields ContentFields::read(QByteArrayView header)
             if (colon < 0 || !(fields.*value).isNull() ||
                 field.first(colon).compare(QByteArrayView(name), Qt::CaseInsensitive) != 0)
                 continue;
-            fields.*value = inOneLine(field.sliced(colon + 1));
+            fields.*value = unfoldedValue(field.sliced(colon + 1));
             if ((fields.*value).isNull())
                 fields.*value = "";
         }
@@ -218,7 +221,7 @@ QString attachmentName(const ParameterList &list, QByteArrayView parameter, QByt
     if (value.isEmpty())
         return {};
     if (!named.isEmpty())
-        return decodeCharset(value, named).value_or(decodeUnlabelled(value, charset));
+        return inOneLine(decodeCharset(value, named).value_or(decodeUnlabelled(value, charset)));
     if (boolSetting(Setting::BrokenAttachmentNames))
         return repairedName(value, charset);
     return decodeHeaderText(withoutFoldingBlanks(value), charset);

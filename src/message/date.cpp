@@ -359,11 +359,6 @@ std::optional<qint64> readDate(QStringView text)
     return midnight + withHalfOfDay(time.seconds, behind) - zone.value_or(0) * 60;
 }
 
-qint64 parseDate(QStringView text)
-{
-    return readDate(text).value_or(0);
-}
-
 QByteArray formatDate(const QDateTime &moment)
 {
     const QDate date = moment.date();

@@ -14,9 +14,6 @@
 /// of two and three digits as in RFC 5322, section 4.3. A comment says the zone where nothing else does.
 std::optional<qint64> readDate(QStringView text);
 
-/// The same; an unreadable date is second 0.
-qint64 parseDate(QStringView text);
-
 /// @p moment in its own zone as a Date field has it: "Thu, 30 Mar 2006 18:36:28 +0200". Never in the user's
 /// language.
 QByteArray formatDate(const QDateTime &moment);

@@ -1,5 +1,7 @@
 #include "message/decoders.h"
 
+#include "message/lineends.h"
+
 #include <QtEndian>
 
 #include <cstring>
@@ -152,16 +154,6 @@ void decodeUuencodeLine(QByteArrayView line, QByteArray &out)
 }
 
 } // namespace
-
-QByteArrayView takeLine(QByteArrayView &rest)
-{
-    const char *lineEnd = findLineEnd(rest.begin(), rest.end());
-    QByteArrayView line(rest.begin(), lineEnd);
-    rest = QByteArrayView(lineEnd < rest.end() ? lineEnd + 1 : lineEnd, rest.end());
-    if (line.endsWith('\r'))
-        line.chop(1);
-    return line;
-}
 
 QByteArray decodeBase64(QByteArrayView encoded)
 {

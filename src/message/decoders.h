@@ -21,6 +21,3 @@ QByteArray decodeUuencode(QByteArrayView encoded);
 
 /// Whether @p line, without its end, can be a line of uuencoded data.
 bool isUuencodeLine(QByteArrayView line);
-
-/// Takes the first line off @p rest and returns it, without its "\n" or "\r\n".
-QByteArrayView takeLine(QByteArrayView &rest);

@@ -1,6 +1,7 @@
 #include "message/encodedblocks.h"
 
 #include "message/decoders.h"
+#include "message/lineends.h"
 #include "message/mimepart.h"
 #include "message/yenc.h"
 

@@ -205,7 +205,11 @@ bool meansItself(char c, WordPlace place)
 
 QString decodeEncodedWords(const QString &value)
 {
-    QString text = value.contains("=?"_L1) ? WordReader(value).read() : value;
+    return inOneLine(value.contains("=?"_L1) ? WordReader(value).read() : value);
+}
+
+QString inOneLine(QString text)
+{
     if (std::any_of(text.cbegin(), text.cend(), breaksLine))
         std::replace_if(text.begin(), text.end(), breaksLine, QChar(u' '));
     return text;

@@ -4,6 +4,7 @@
 #include "message/date.h"
 #include "message/encodedword.h"
 #include "message/headerblock.h"
+#include "message/lineends.h"
 #include "message/messageid.h"
 #include "message/mimecontext.h"
 #include "message/parameters.h"
@@ -28,22 +29,6 @@ struct Message::Data
 };
 
 namespace {
-
-/// In one pass, and not at all when there is nothing to do.
-QByteArray withUnixLineEnds(const QByteArray &text)
-{
-    QByteArray unix;
-    qsizetype from = 0;
-    for (qsizetype end = text.indexOf('\r'); end >= 0; end = text.indexOf('\r', end + 1)) {
-        if (end + 1 >= text.size() || text[end + 1] != '\n')
-            continue;
-        if (from == 0)
-            unix.reserve(text.size());
-        unix.append(text.constData() + from, end - from);
-        from = end + 1;
-    }
-    return from == 0 ? text : unix.append(text.constData() + from, text.size() - from);
-}
 
 QString withoutComments(const QString &value)
 {

@@ -5,7 +5,7 @@
 #include "message/contentfields.h"
 #include "message/decoders.h"
 #include "message/encodedblocks.h"
-#include "message/headerblock.h"
+#include "message/lineends.h"
 #include "message/mimeparser.h"
 #include "message/yenc.h"
 
@@ -169,8 +169,11 @@ QByteArray MIMEContext::decodedBytes(int index) const
 QString MIMEContext::toText(const MIMEPart &part, const QByteArray &bytes) const
 {
     const QByteArray charset = part.labelled ? part.charset : unlabelledCharset(part, bytes);
-    const std::optional<QString> text = charset.isEmpty() ? std::nullopt : decodeCharset(bytes, charset);
-    return text ? *text : decodeUnlabelled(bytes, "windows-1252");
+    const std::optional<QString> decoded = charset.isEmpty() ? std::nullopt : decodeCharset(bytes, charset);
+    QString text = decoded ? *decoded : decodeUnlabelled(bytes, "windows-1252");
+    if (text.contains(u'\r')) // what came in base64 has the line ends of the wire
+        text.replace("\r\n"_L1, "\n"_L1);
+    return text;
 }
 
 QString MIMEContext::decodedText(int index) const
@@ -223,9 +226,8 @@ std::optional<SignedParts> MIMEContext::signedParts(int index) const
     if (halves.signaturePart < 0)
         return {};
     const MIMEPart &content = part(halves.contentPart);
-    halves.content = QByteArrayView(source(content))
-                         .sliced(content.hdroffset, content.offset + content.length - content.hdroffset)
-                         .toByteArray();
+    halves.content = withUnixLineEnds(
+        source(content).mid(content.hdroffset, content.offset + content.length - content.hdroffset));
     halves.signature = decodedBytes(halves.signaturePart);
     return halves;
 }

@@ -52,12 +52,14 @@ public:
     QByteArrayView rawHeader(int index) const;
     QByteArrayView rawContent(int index) const;
 
-    /// The content after its transfer decoding; multiparts and enclosed messages as they are enclosed. What
-    /// is broken is decoded as far as it goes, and noted.
+    /// The content after its transfer decoding, an enclosed message's too; multiparts as they stand. Line
+    /// ends inside an encoded part are the sender's own. What is broken is decoded as far as it goes; of a
+    /// damaged yEnc block that is noted.
     QByteArray decodedBytes(int index) const;
 
-    /// The content as text: in its character set, an unlabelled one as UTF-8 where it is valid UTF-8. Of HTML
-    /// without a label a byte order mark or a <meta charset> in the first 1,024 bytes counts.
+    /// The content as text with "\n" line ends: in its character set, an unlabelled one as UTF-8 where it is
+    /// valid UTF-8. Of HTML without a label a byte order mark or a <meta charset> in the first 1,024 bytes
+    /// counts.
     QString decodedText(int index) const;
 
     /// The same without the lines of the uuencode and yEnc blocks that are listed as attachments.

@@ -4,10 +4,10 @@
 #include "message/charset.h"
 #include "message/contentfields.h"
 #include "message/contenttypes.h"
-#include "message/decoders.h"
 #include "message/encodedblocks.h"
 #include "message/encodedword.h"
 #include "message/headerblock.h"
+#include "message/lineends.h"
 
 #include <cstring>
 
@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype kKeptText = 1 << 20; ///< a decoded text up to this size is kept, it will be wanted soon
+constexpr qsizetype kHeaderBytes = 1 << 12;  ///< looked ahead for more of a header that seems to be over
 constexpr qsizetype kGuessedBytes = 1 << 16; ///< looked through for a boundary that the header does not name
 
 bool isIdentity(int encoding)
@@ -222,22 +223,27 @@ void MIMEParser::parseLeaf(int index)
 }
 
 /// Finds the content behind the header at @p from and where the header's lines end. A header ends at its
-/// first empty line; also before a line that is no field at all, since many a sender forgets the empty one,
-/// and before a boundary, where m_stop tells of it.
+/// first empty line, and before a boundary, where m_stop tells of it. Before a line that is no field it ends
+/// where there is no header at all, and where the empty line was forgotten, as many a sender of parts does.
 qsizetype MIMEParser::readHeader(qsizetype from, const Place &place, qsizetype *headerEnd)
 {
+    const qsizetype first = place.isMessage ? skipEnvelope(from) : from;
     bool continues = false; // the line before asks for more
-    for (qsizetype at = place.isMessage ? skipEnvelope(from) : from; at < m_source.end;) {
+    bool sure = false;      // of the empty line that is to come
+    for (qsizetype at = first; at < m_source.end;) {
         const qsizetype end = lineEnd(at);
         *headerEnd = at;
-        if (end == at)
-            return std::min(at + 1, m_source.end);
+        if (isEmptyLine(at, end))
+            return std::min(end + 1, m_source.end);
         if (testLine(at, end, from))
             return m_stop.contentEnd;
         const QByteArrayView line = m_source.text.sliced(at, end - at);
         const bool folded = (line[0] == ' ' || line[0] == '\t') && at > from;
-        if (!folded && !continues && !isFieldLine(line))
-            return at;
+        if (!folded && !continues && !sure && !isFieldLine(line)) {
+            sure = at > first && (place.isMessage || contentFieldFollows(end + 1));
+            if (!sure)
+                return at;
+        }
         continues = line.trimmed().endsWith(';');
         at = end + 1;
     }
@@ -245,12 +251,36 @@ qsizetype MIMEParser::readHeader(qsizetype from, const Place &place, qsizetype *
     return m_source.end;
 }
 
+/// Whether a Content- field stands at or behind @p from, and the header's empty line behind that.
+bool MIMEParser::contentFieldFollows(qsizetype from) const
+{
+    const qsizetype last = std::min(m_source.end, from + kHeaderBytes);
+    bool found = false;
+    for (qsizetype at = from; at < last;) {
+        const qsizetype end = lineEnd(at);
+        const QByteArrayView line = m_source.text.sliced(at, end - at);
+        if (isEmptyLine(at, end))
+            return found;
+        if (testBoundary(line, m_source.open).result != 0)
+            return false;
+        found = found || (isContentField(line) && isFieldLine(line));
+        at = end + 1;
+    }
+    return false;
+}
+
+/// Only a text that was decoded can have "\r\n" at the ends of its lines.
+bool MIMEParser::isEmptyLine(qsizetype from, qsizetype end) const
+{
+    return end == from || (m_source.within >= 0 && end == from + 1 && m_source.text[from] == '\r');
+}
+
 /// Behind the empty lines and the mailbox separator that some put in front of an enclosed message.
 qsizetype MIMEParser::skipEnvelope(qsizetype from) const
 {
     qsizetype at = from;
-    while (at < m_source.end && m_source.text[at] == '\n')
-        ++at;
+    while (at < m_source.end && isEmptyLine(at, lineEnd(at)))
+        at = std::min(lineEnd(at) + 1, m_source.end);
     const QByteArrayView rest = m_source.text.sliced(at, m_source.end - at);
     if (rest.startsWith("From ") || rest.startsWith(">From "))
         return std::min(lineEnd(at) + 1, m_source.end);
@@ -296,7 +326,10 @@ bool MIMEParser::testLine(qsizetype from, qsizetype end, qsizetype contentFrom)
     const BoundaryMatch match = testBoundary(m_source.text.sliced(from, end - from), m_source.open);
     if (match.result == 0)
         return false;
-    m_stop = {match.result, m_source.open.size() - 1 - match.index, std::max(contentFrom, from - 1),
+    qsizetype contentEnd = from - 1;
+    if (m_source.within >= 0 && contentEnd > contentFrom && m_source.text[contentEnd - 1] == '\r')
+        --contentEnd;
+    m_stop = {match.result, m_source.open.size() - 1 - match.index, std::max(contentFrom, contentEnd),
               std::min(end + 1, m_source.end)};
     return true;
 }

@@ -65,6 +65,8 @@ private:
 
     qsizetype readHeader(qsizetype from, const Place &place, qsizetype *headerEnd);
     qsizetype skipEnvelope(qsizetype from) const;
+    bool contentFieldFollows(qsizetype from) const;
+    bool isEmptyLine(qsizetype from, qsizetype end) const;
     void stopAtBoundary(qsizetype from);
     bool testLine(qsizetype from, qsizetype lineEnd, qsizetype contentFrom);
     void stopAtEnd();

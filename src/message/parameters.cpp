@@ -239,14 +239,6 @@ std::vector<ParameterList::Piece> ParameterList::pieces(QByteArrayView name) con
     return found;
 }
 
-bool ParameterList::isExtended(QByteArrayView name) const
-{
-    if (!m_anyExtended)
-        return false;
-    const std::vector<Piece> found = pieces(name);
-    return std::any_of(found.begin(), found.end(), [](const Piece &piece) { return piece.escaped; });
-}
-
 QByteArray ParameterList::bytes(QByteArrayView name, QByteArray *charset) const
 {
     if (m_anyExtended) {

@@ -24,9 +24,6 @@ public:
     /// empty when it is not there. @p charset gets the character set that it names itself, if any.
     QByteArray bytes(QByteArrayView name, QByteArray *charset = nullptr) const;
 
-    /// Whether bytes(@p name) come from an extended value (RFC 2231), which has no encoded words in it.
-    bool isExtended(QByteArrayView name) const;
-
 private:
     struct Parameter
     {

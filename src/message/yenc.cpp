@@ -1,6 +1,6 @@
 #include "message/yenc.h"
 
-#include "message/decoders.h"
+#include "message/lineends.h"
 
 namespace {
 

@@ -119,6 +119,7 @@ void MimeNamesTest::names_data()
     row("raw UTF-8", "x; n=\"\xc3\xa9\"", u"\u00e9"_s);
     row("raw bytes in the part's own set", "x; n=\"\xc1\"", u"\u0430"_s);
     row("encoded line ends are blanks", "x; n=\"=?utf-8?Q?a=0Ab?=\"", u"a b"_s);
+    row("and those of RFC 2231", "x; n*=utf-8''a%0D%0Ab%00c", u"a  b c"_s);
     row("path is kept, it is not for saving", "x; n=\"../../a\"", u"../../a"_s);
 }
 

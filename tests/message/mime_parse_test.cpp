@@ -75,6 +75,7 @@ private slots:
     void multiparts();
     void positionsAreExact();
     void fieldsOfAPart();
+    void enclosedInBase64_data();
     void enclosedInBase64();
     void signedBytesAreExact();
     void nestedSignedBytesAreExact();
@@ -228,6 +229,14 @@ void MimeParseTest::multiparts_data()
         {"0x101 text/plain: this is text|more"});
     row("empty line forgotten behind a header", mixed("--b\nContent-Type: text/html\n<p>hi\n--b--\n"),
         {"0x102 text/html: <p>hi"});
+    row("a header goes on behind a line that is no field when more of it comes",
+        mixed("--b\nContent-Type: text/html\nname=\"a.htm\"\nContent-Transfer-Encoding: "
+              "base64\n\nSGVsbG8=\n--b--\n"),
+        {"0x102 text/html/5: Hello"});
+    row("a header goes on in an enclosed message as in any",
+        mixed("--b\nContent-Type: message/rfc822\n\nReceived: from a\nby b\nContent-Type: "
+              "text/html\n\none\n--b--\n"),
+        {"0x701 message/rfc822", "0x102 text/html <0: one"});
     row("inner parts behind their parent",
         mixed("--b\nContent-Type: multipart/alternative; boundary=\"c\"\n\n--c\n\none\n--c\nContent-Type: "
               "text/html\n\ntwo\n--c--\n\n--b\n\nthree\n--b--\n"),
@@ -314,16 +323,32 @@ void MimeParseTest::fieldsOfAPart()
     QCOMPARE(context.parameter(0, "content-type", "format"), "Flowed");
 }
 
+void MimeParseTest::enclosedInBase64_data()
+{
+    QTest::addColumn<QByteArray>("lineEnd");
+    QTest::newRow("our line ends") << QByteArray("\n");
+    QTest::newRow("those of the wire") << QByteArray("\r\n");
+}
+
 void MimeParseTest::enclosedInBase64()
 {
-    const QByteArray inner = "Subject: x\nContent-Type: text/html\n\n<p>one\n";
+    QFETCH(QByteArray, lineEnd);
+    const QByteArray content =
+        QByteArray("Content-Type: text/html;\n charset=utf-8\n\n<p>one").replace('\n', lineEnd);
+    const QByteArray inner =
+        QByteArray("Subject: x\nContent-Type: multipart/signed; boundary=c\n\n--c\n").replace('\n', lineEnd) +
+        content + QByteArray("\n--c\n\nSIG\n--c--\n").replace('\n', lineEnd);
     const MIMEContext context =
         MIMEContext::parse(mixed("--b\nContent-Type: message/rfc822\nContent-Transfer-Encoding: base64\n\n" +
                                  inner.toBase64() + "\n--b\n\ntwo\n--b--\n"));
-    QCOMPARE(described(context), (QByteArrayList{"0x701 message/rfc822/5", "0x102 text/html <0 in 0: <p>one|",
-                                                 "0x101 text/plain: two"}));
-    QCOMPARE(context.part(1).offset, inner.indexOf("<p>"));
+    QCOMPARE(described(context), (QByteArrayList{"0x701 message/rfc822/5", "0x605 multipart/signed <0 in 0",
+                                                 "0x102 text/html utf-8 <1 in 0: <p>one",
+                                                 "0x101 text/plain <1 in 0: SIG", "0x101 text/plain: two"}));
+    QCOMPARE(context.part(2).offset, inner.indexOf("<p>"));
     QCOMPARE(context.decodedBytes(0), inner);
+    const std::optional<SignedParts> halves = context.signedParts(1);
+    QVERIFY(halves);
+    QCOMPARE(halves->content, "Content-Type: text/html;\n charset=utf-8\n\n<p>one");
 }
 
 void MimeParseTest::signedBytesAreExact()
@@ -408,7 +433,9 @@ void MimeParseTest::textWithoutItsBlocks()
     const QByteArray body =
         "one\nbegin 644 a\n#0V%T\nend\n=ybegin line=1 size=1 name=b\n[\n=yend size=1\ntwo\n";
     QCOMPARE(MIMEContext::parse("\n" + body).displayText(0), u"one\ntwo\n"_s);
-    const MIMEContext encoded = MIMEContext::parse("Content-Transfer-Encoding: base64\n\n" + body.toBase64());
+    const QByteArray onTheWire = QByteArray(body).replace("\n", "\r\n");
+    const MIMEContext encoded =
+        MIMEContext::parse("Content-Transfer-Encoding: base64\n\n" + onTheWire.toBase64());
     QCOMPARE(encoded.displayText(0), u"one\ntwo\n"_s);
     QCOMPARE(encoded.decodedText(0), QString::fromLatin1(body));
     QCOMPARE(encoded.count(), 3);
