@@ -19,6 +19,7 @@
 #include <QPushButton>
 #include <QStyledItemDelegate>
 #include <QUrl>
+#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -188,10 +189,14 @@ AttachmentStrip::AttachmentStrip(AttachmentModel::CopyOf copyOf, QWidget *parent
     m_saveAll->setAutoDefault(false);
     setButtonKind(m_saveAll, ButtonKind::Ghost);
     auto *layout = new QHBoxLayout(this);
-    layout->setContentsMargins(space::card - 1, space::inner + 1, space::card, space::inner);
+    layout->setContentsMargins(space::dialog - space::inner, space::inner + 1, space::card, space::inner);
     layout->setSpacing(space::between);
     layout->addWidget(m_view, 1);
-    layout->addWidget(m_saveAll, 0, Qt::AlignTop);
+    auto *saving = new QVBoxLayout; // its middle on that of the first line of cards
+    saving->addSpacing(space::inner);
+    saving->addWidget(m_saveAll);
+    saving->addStretch(1);
+    layout->addLayout(saving);
     connect(m_view, &QListView::activated, this,
             [this](const QModelIndex &index) { emit openRequested(m_model->row(index.row()).part); });
     connect(m_view, &QWidget::customContextMenuRequested, this,

@@ -11,7 +11,7 @@
 #include "ui/reader/bodywriter.h"
 #include "ui/reader/harmless.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFontInfo>
 #include <QTextBlock>
 #include <QTextFrame>
@@ -23,6 +23,7 @@ namespace {
 constexpr int kFirstLines = 3000; ///< written at once
 constexpr int kSliceLines = 200;
 constexpr int kMargin = 24;
+constexpr double kUsualText = 14; ///< pixels; who reads larger text reads that of newsletters larger, too
 
 QString translated(const char *text)
 {
@@ -69,7 +70,8 @@ void BodyBuilder::sanitizeAll()
         HtmlOptions options;
         options.cap = std::max<qsizetype>(left, 1);
         options.fontSize = QFontInfo(m_style.font).pixelSize();
-        options.zoom = m_options.zoom;
+        options.zoom =
+            m_options.zoom * std::max(1.0, QFontInfo(QApplication::font()).pixelSize() / kUsualText);
         SafeHtml html = sanitizeHtml(text, options);
         left -= std::min(left, text.size());
         for (const QString &id : std::as_const(html.cids))
@@ -240,11 +242,15 @@ void BodyBuilder::writeImage(BodyWriter &writer, int part)
     if (!entry.contentid.isEmpty() && m_shownIds.contains(withoutBrackets(entry.contentid)))
         return;
     separate(writer, part, BodySection::Image);
-    const QSize size = MessageImages(m_message).sizeOf(part);
-    if (size.isEmpty())
-        return writer.note(translated("The picture \u201c%1\u201d is damaged or too large to be shown.")
-                               .arg(harmlessLine(entry.displayName(), 200)));
-    writer.picture(readerlink::part + QString::number(part), fitted(size, m_options.width - 2 * kMargin));
+    const MessageImages::Extent extent = MessageImages(m_message).extentOf(part);
+    const QString name = harmlessLine(entry.displayName(), 200);
+    if (extent.size.isEmpty())
+        return writer.note(
+            translated("The picture \u201c%1\u201d is damaged or too large to be shown.").arg(name));
+    if (!extent.isWhole)
+        writer.note(translated("The picture \u201c%1\u201d is damaged: its end is missing.").arg(name));
+    writer.picture(readerlink::part + QString::number(part),
+                   fitted(extent.size, m_options.width - 2 * kMargin));
 }
 
 void BodyBuilder::writePiece(BodyWriter &writer, int part)

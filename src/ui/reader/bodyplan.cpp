@@ -59,7 +59,7 @@ private:
         const MIMEPart &entry = at(part);
         if (isMultipartCategory(entry.type))
             return multipart(part, entry.type);
-        if (entry.isAttachment() || !entry.name.isEmpty())
+        if (isOffered(part))
             m_plan.attachments.append(part);
         if (entry.type == ImagePart)
             return image(part);
@@ -69,6 +69,17 @@ private:
             return enclosed(part);
         if (entry.type == PartialPart)
             return add(BodySection::Piece, part);
+    }
+
+    /// An attachment, or something else that was given a name or has a life of its own.
+    bool isOffered(int part) const
+    {
+        const MIMEPart &entry = at(part);
+        if (entry.type == PgpSignaturePart || entry.type == PgpEncryptedPart || entry.type == PartialPart)
+            return false;
+        const bool inDigest = entry.parent >= 0 && at(entry.parent).type == DigestPart;
+        return entry.isAttachment() || !entry.name.isEmpty() ||
+               (entry.contenttype == "message/rfc822" && !inDigest && m_mime.type() != DigestPart);
     }
 
     void multipart(int part, int type)

@@ -183,14 +183,10 @@ void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
     const QTextLine line = block.layout()->lineCount() ? block.layout()->lineAt(0) : QTextLine();
     const double natural = line.isValid() ? line.ascent() + line.descent() : rect.height();
     const double below = line.isValid() ? std::max(0.0, line.height() - natural) : 0;
-    const QTextFrameFormat root = document()->rootFrame()->frameFormat();
-    Q_UNUSED(root);
     for (int level = 1; level <= quoteLevel(block); ++level) {
         const double bottom = level <= shared ? layout->blockBoundingRect(next).top() : rect.bottom() - below;
         const double offset = (level - 1) * kBarStep;
-        const QTextBlockFormat format = block.blockFormat();
-        const double x = isFromRight(block) ? rect.right() + format.rightMargin() - offset - kBarWidth
-                                            : rect.left() - format.leftMargin() + offset;
+        const double x = isFromRight(block) ? rect.right() - offset - kBarWidth : rect.left() + offset;
         painter.fillRect(QRectF(x, rect.top(), kBarWidth, bottom - rect.top()),
                          m_bars[std::size_t(level - 1) % m_bars.size()]);
     }

@@ -11,6 +11,7 @@
 #include "ui/reader/harmless.h"
 
 #include <QCoreApplication>
+#include <QFontMetrics>
 #include <QTextDocument>
 #include <QTextTable>
 
@@ -24,10 +25,16 @@ constexpr int kLineHeight = 128; // percent
 constexpr int kParagraphGap = 8;
 constexpr int kMostHeaders = 500;
 constexpr qsizetype kLongestHeader = 4000;
+constexpr qsizetype kLongestHeaderName = 40;
 
 QString translated(const char *text)
 {
     return QCoreApplication::translate("BodyWriter", text);
+}
+
+QString headerName(const HeaderFields::Field &field)
+{
+    return harmlessLine(QString::fromLatin1(field.name), kLongestHeaderName);
 }
 
 /// A block that must be there and is not to be seen.
@@ -35,6 +42,7 @@ QTextBlockFormat tinyBlock()
 {
     QTextBlockFormat format;
     format.setLineHeight(1, QTextBlockFormat::FixedHeight);
+    format.setBackground(Qt::transparent); // an empty block without one is laid out beside a table, not below
     return format;
 }
 
@@ -195,7 +203,8 @@ void BodyWriter::divider()
 void BodyWriter::html(const SafeHtml &html)
 {
     const QColor paper = html.background.isEmpty() ? BodyStyle::paper() : QColor(html.background);
-    enterFrame(html.hasOwnColours ? cardFormat(paper, {}) : QTextFrameFormat());
+    const bool isCard = html.hasOwnColours && paper != m_style.background;
+    enterFrame(isCard ? cardFormat(paper, {}) : QTextFrameFormat());
     const QColor text = html.hasOwnColours ? m_style.paperText : m_style.text;
     const QColor link = html.hasOwnColours ? m_style.paperLink : m_style.link;
     m_cursor.document()->setDefaultStyleSheet(
@@ -264,7 +273,12 @@ void BodyWriter::allHeaders(const Message &message)
     format.setBorder(0);
     format.setCellSpacing(0);
     format.setCellPadding(2);
-    format.setColumnWidthConstraints({QTextLength(), QTextLength(QTextLength::PercentageLength, 100)});
+    const QFontMetrics metrics(m_style.font);
+    int widest = 0;
+    for (int row = 0; row < rows; ++row)
+        widest = std::max(widest, metrics.horizontalAdvance(headerName(fields.at(row))));
+    format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::group),
+                                      QTextLength(QTextLength::PercentageLength, 100)});
     if (m_fresh)
         m_cursor.setBlockFormat(tinyBlock());
     QTextTable *table = m_cursor.insertTable(rows, 2, format);

@@ -41,6 +41,18 @@ QSize storedSize(const QImageReader &reader)
     return reasonable ? size : QSize();
 }
 
+/// Whether the mark that ends a picture is there; what has none is taken for whole.
+bool hasEnd(const QByteArray &bytes, const QByteArray &format)
+{
+    constexpr qsizetype kTail = 16 * 1024; // some programs add something behind the end
+    const QByteArray tail = bytes.last(std::min(bytes.size(), kTail));
+    if (format == "jpeg")
+        return tail.contains("\xFF\xD9");
+    if (format == "png")
+        return tail.contains("IEND");
+    return format != "gif" || tail.contains(';');
+}
+
 QByteArray base64Of(const QString &data) // "image/png;base64,..."
 {
     const qsizetype comma = data.indexOf(u',');
@@ -106,7 +118,7 @@ QImage MessageImages::decoded(QByteArray bytes)
     return reader.read();
 }
 
-QSize MessageImages::sizeOf(int part) const
+MessageImages::Extent MessageImages::extentOf(int part) const
 {
     QByteArray bytes = m_message.mime().decodedBytes(part);
     QBuffer buffer(&bytes);
@@ -116,5 +128,5 @@ QSize MessageImages::sizeOf(int part) const
     prepare(reader, buffer);
     const QSize size = storedSize(reader);
     const bool turned = reader.transformation() & QImageIOHandler::TransformationRotate90;
-    return turned ? size.transposed() : size;
+    return {turned ? size.transposed() : size, hasEnd(bytes, reader.format())};
 }

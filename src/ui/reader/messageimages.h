@@ -19,8 +19,14 @@ public:
     /// and for what cannot be shown. Never null: a text document would try to find a null one by itself.
     QImage image(const QUrl &url);
 
-    /// How large the picture in a part is; empty when it cannot be shown.
-    QSize sizeOf(int part) const;
+    struct Extent
+    {
+        QSize size;           ///< in pixels, as it is shown; empty when it cannot be
+        bool isWhole = false; ///< its end is there
+    };
+
+    /// What is known of the picture in a part without decoding it.
+    Extent extentOf(int part) const;
 
     static QImage nothing();
 

@@ -110,7 +110,7 @@ void MessageView::createPanes()
     m_attachments = new AttachmentActions(m_bar, this);
     m_strip = new AttachmentStrip([this](int part) { return m_attachments->copyOf(part); }, m_page);
     auto *barMargins = new QVBoxLayout;
-    barMargins->setContentsMargins(space::card, 0, space::card, 0);
+    barMargins->setContentsMargins(space::card, space::between, space::card, 0);
     barMargins->addWidget(m_bar);
     auto *layout = new QVBoxLayout(m_page);
     layout->setContentsMargins(0, 0, 0, 0);
