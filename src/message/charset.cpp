@@ -38,8 +38,8 @@ QByteArray safeName(QByteArrayView charset)
     return name;
 }
 
-/// windows-1252 from 0x80 to 0x9f; everywhere else it is Latin-1. The five that it leaves undefined stay control
-/// characters.
+/// windows-1252 from 0x80 to 0x9f; everywhere else it is Latin-1. The five that it leaves undefined stay
+/// control characters.
 constexpr char16_t kWindows1252[] = {
     0x20ac, 0x0081, 0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021, 0x02c6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008d, 0x017d, 0x008f, 0x0090, 0x2018, 0x2019, 0x201c, 0x201d, 0x2022,
