@@ -1,5 +1,6 @@
 #include "message/encodedblocks.h"
 
+#include "message/ascii.h"
 #include "message/decoders.h"
 #include "message/lineends.h"
 #include "message/mimepart.h"
@@ -8,11 +9,6 @@
 #include <cstring>
 
 namespace {
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 bool isPgpBegin(QByteArrayView line)
 {

@@ -1,5 +1,6 @@
 #include "message/encodedword.h"
 
+#include "message/ascii.h"
 #include "message/charset.h"
 
 using namespace Qt::StringLiterals;
@@ -11,23 +12,16 @@ constexpr qsizetype kRereadFactor = 16; ///< how often its own length a value's 
 constexpr qsizetype kRereadLeast = 4096;
 constexpr qsizetype kLongestCharacter = 4; ///< in bytes, in any character set
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char upper = char(c & ~0x20);
-    return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
-}
-
 QByteArray decodeQ(QByteArrayView text)
 {
     QByteArray bytes;
     bytes.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
-        const bool escape =
-            text[i] == '=' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 && hexValue(text[i + 2]) >= 0;
-        if (escape) {
-            bytes.append(char(hexValue(text[i + 1]) << 4 | hexValue(text[i + 2])));
+        const bool escape = text[i] == '=' && i + 2 < text.size();
+        const int high = escape ? hexDigit(text[i + 1]) : -1;
+        const int low = escape ? hexDigit(text[i + 2]) : -1;
+        if (high >= 0 && low >= 0) {
+            bytes.append(char(high << 4 | low));
             i += 2;
         } else {
             bytes.append(text[i] == '_' ? ' ' : text[i]);
@@ -198,7 +192,7 @@ bool meansItself(char c, WordPlace place)
 {
     if (place == WordPlace::Text)
         return c > 32 && c < 127 && c != '=' && c != '?' && c != '_';
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    return isDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
 } // namespace

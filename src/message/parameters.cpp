@@ -1,5 +1,7 @@
 #include "message/parameters.h"
 
+#include "message/ascii.h"
+
 namespace {
 
 constexpr int kMostPieces = 1000;             ///< of one parameter; a name of a thousand pieces is no name
@@ -107,14 +109,6 @@ qsizetype readPlain(QByteArrayView text, qsizetype at, QByteArray &value)
     }
     value = text.sliced(start, end - start).toByteArray();
     return at;
-}
-
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = char(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 void appendUnescaped(QByteArrayView escaped, QByteArray &out)
