@@ -18,6 +18,12 @@ bool isControl(QChar c)
     return c < u' ' || c == u'\x7f';
 }
 
+/// Whether @p c means nothing but itself, wherever it stands in a field.
+bool isOrdinary(QChar c)
+{
+    return c.isLetterOrNumber() || c == u'.' || c == u'@' || c == u'-' || c == u'_';
+}
+
 /// Without the quotes of quoted strings and the backslashes of quoted pairs.
 QString unquoted(QStringView text)
 {
@@ -224,6 +230,8 @@ void FieldReader::readWord()
     qsizetype length = encodedWordLength(m_text.sliced(m_at));
     if (length == 0)
         length = m_text[m_at] == u'\\' && m_at + 1 < m_text.size() ? 2 : 1;
+    while (m_at + length < m_text.size() && isOrdinary(m_text[m_at + length]))
+        ++length;
     m_phrase += m_text.sliced(m_at, length);
     m_at += length;
 }

@@ -1,5 +1,7 @@
 #include "message/headerblock.h"
 
+#include <cstring>
+
 namespace {
 
 bool isBlank(char c)
@@ -7,11 +9,20 @@ bool isBlank(char c)
     return c == ' ' || c == '\t';
 }
 
+/// The first @p c at or behind @p from; -1 without one. A header is read with many short searches.
+qsizetype findByte(QByteArrayView text, char c, qsizetype from)
+{
+    if (from >= text.size())
+        return -1;
+    const void *found = std::memchr(text.data() + from, c, std::size_t(text.size() - from));
+    return found ? static_cast<const char *>(found) - text.data() : -1;
+}
+
 /// The end of the field that begins at @p from: the position of the "\n" behind its last line, or the end.
 qsizetype fieldEnd(QByteArrayView block, qsizetype from)
 {
     qsizetype end = from;
-    while ((end = block.indexOf('\n', end)) >= 0 && end + 1 < block.size() && isBlank(block[end + 1]))
+    while ((end = findByte(block, '\n', end)) >= 0 && end + 1 < block.size() && isBlank(block[end + 1]))
         ++end;
     return end < 0 ? block.size() : end;
 }
@@ -27,7 +38,7 @@ quint32 nameHash(QByteArrayView name)
 
 HeaderExtent extentFrom(QByteArrayView text, qsizetype from)
 {
-    for (qsizetype end = text.indexOf('\n', from); end >= 0; end = text.indexOf('\n', end + 1))
+    for (qsizetype end = findByte(text, '\n', from); end >= 0; end = findByte(text, '\n', end + 1))
         if (end + 1 < text.size() && text[end + 1] == '\n')
             return {end + 1, end + 2};
     return {text.size(), text.size()};
@@ -78,7 +89,7 @@ HeaderFields::HeaderFields(QByteArrayView block)
 {
     for (qsizetype at = 0; at < block.size();) {
         const qsizetype end = fieldEnd(block, at);
-        const qsizetype colon = block.first(end).indexOf(':', at);
+        const qsizetype colon = findByte(block.first(end), ':', at);
         if (colon >= 0)
             m_entries.push_back(
                 {nameHash(block.sliced(at, colon - at)), quint32(at), quint32(colon), quint32(end)});

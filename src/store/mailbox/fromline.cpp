@@ -184,6 +184,8 @@ qsizetype nextFromLine(QByteArrayView text, qsizetype from)
 
 qsizetype findBytes(QByteArrayView text, QByteArrayView needle, qsizetype from)
 {
+    if (text.size() - from < needle.size())
+        return -1;
     const char *const last = text.data() + text.size() - needle.size();
     for (const char *at = text.data() + from; at <= last; ++at) {
         at = static_cast<const char *>(std::memchr(at, needle[0], std::size_t(last - at + 1)));

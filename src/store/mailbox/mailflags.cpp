@@ -4,7 +4,7 @@ namespace {
 
 bool named(QByteArrayView name, QByteArrayView wanted)
 {
-    return name.compare(wanted, Qt::CaseInsensitive) == 0;
+    return name.size() == wanted.size() && name.compare(wanted, Qt::CaseInsensitive) == 0;
 }
 
 void addLetters(MailFlags &flags, QByteArrayView letters)
@@ -38,21 +38,28 @@ MailFlags flagsOfHeader(QByteArrayView text)
             addLetters(flags, value);
         } else if (named(name, "X-Mozilla-Status")) {
             bool ok = false;
-            const uint bits = value.toByteArray().toUInt(&ok, 16);
+            const uint bits = value.trimmed().toByteArray().toUInt(&ok, 16);
             addBits(flags, ok ? bits : 0);
         }
     });
     return flags;
 }
 
-bool looksLikeField(QByteArrayView line)
+qsizetype fieldName(QByteArrayView line, qsizetype &colon)
 {
     constexpr qsizetype kLongestName = 76;
-    qsizetype at = 0;
-    while (at < line.size() && at < kLongestName && line[at] > ' ' && line[at] < 127 && line[at] != ':')
-        ++at;
-    const bool named = at > 0;
-    while (at < line.size() && at < kLongestName && (line[at] == ' ' || line[at] == '\t'))
-        ++at;
-    return named && at < line.size() && line[at] == ':';
+    const qsizetype most = qMin(line.size(), kLongestName + 1);
+    qsizetype length = 0;
+    while (length < most && line[length] > ' ' && line[length] < 127 && line[length] != ':')
+        ++length;
+    colon = length;
+    while (colon < most && (line[colon] == ' ' || line[colon] == '\t'))
+        ++colon;
+    return colon < most && line[colon] == ':' ? length : 0;
+}
+
+bool looksLikeField(QByteArrayView line)
+{
+    qsizetype colon = 0;
+    return fieldName(line, colon) > 0;
 }

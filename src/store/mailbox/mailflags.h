@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+#include <cstring>
+
 /// What a mailbox on disk remembers about a message beside its text.
 struct MailFlags
 {
@@ -24,20 +26,25 @@ MailFlags flagsOfHeader(QByteArrayView text);
 /// tolerated.
 bool looksLikeField(QByteArrayView line);
 
-/// Calls @p visit (name, value) for each field of the header at the start of @p text, without line ends and
-/// without unfolding, until the empty line, at most 256 KB in.
+/// The length of the field name that @p line begins with, in @p colon the position of the colon behind it; 0
+/// when there is none.
+qsizetype fieldName(QByteArrayView line, qsizetype &colon);
+
+/// Calls @p visit (name, value) for each field of the header at the start of @p text, the value with the blanks
+/// around it and without unfolding, until the empty line, at most 256 KB in.
 template <typename Visit>
 void forEachField(QByteArrayView text, Visit visit)
 {
     text = text.first(qMin(text.size(), qsizetype(256) << 10));
     while (!text.isEmpty()) {
-        const qsizetype end = text.indexOf('\n');
-        const QByteArrayView line = (end < 0 ? text : text.first(end)).trimmed();
-        if (line.isEmpty())
+        const void *found = std::memchr(text.data(), '\n', std::size_t(text.size()));
+        const qsizetype end = found ? static_cast<const char *>(found) - text.data() : text.size();
+        const QByteArrayView line = text.first(end);
+        qsizetype colon = 0;
+        if (const qsizetype length = fieldName(line, colon); length > 0)
+            visit(line.first(length), line.sliced(colon + 1));
+        else if (line.trimmed().isEmpty())
             return;
-        const qsizetype colon = line.indexOf(':');
-        if (colon > 0 && looksLikeField(text))
-            visit(line.first(colon).trimmed(), line.sliced(colon + 1).trimmed());
-        text = end < 0 ? QByteArrayView() : text.sliced(end + 1);
+        text = text.sliced(qMin(end + 1, text.size()));
     }
 }

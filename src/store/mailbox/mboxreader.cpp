@@ -12,8 +12,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 kWindow = 256 << 10;
+constexpr qint64 kWindow = 1024 << 10;
 constexpr qint64 kLongestFromLine = 1000;
+constexpr QByteArrayView kContentLength = "Content-Length";
 constexpr qint64 kLargestMessage = 0x7fffffff;
 
 bool endsWithCrLf(QByteArrayView text, qsizetype lineFeed)
@@ -190,10 +191,10 @@ std::optional<qint64> MboxReader::contentEnd(qint64 textStart, qint64 limit)
     const qint64 body = textStart + (dos >= 0 ? dos + 3 : plain + 2);
     qint64 length = -1;
     forEachField(head, [&length](QByteArrayView name, QByteArrayView value) {
-        if (name.compare("Content-Length", Qt::CaseInsensitive) != 0)
+        if (name.size() != kContentLength.size() || name.compare(kContentLength, Qt::CaseInsensitive) != 0)
             return;
         bool ok = false;
-        const qint64 read = value.toByteArray().toLongLong(&ok);
+        const qint64 read = value.trimmed().toByteArray().toLongLong(&ok);
         length = ok ? read : -1;
     });
     if (length < 0 || length > m_size - body)

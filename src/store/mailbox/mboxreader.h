@@ -18,7 +18,7 @@ struct MboxMessage
     qint64 end = 0;   ///< the byte behind it: where an interrupted import goes on
 };
 
-/// Reads the messages of an mbox one after the other, in memory for one message and a window of 256 KB. The
+/// Reads the messages of an mbox one after the other, in memory for one message and a window of 1 MB. The
 /// dialects disagree; what holds here:
 ///
 /// - A line "From ..." separates when it holds a date and follows an empty line (or, for writers that leave
