@@ -38,8 +38,8 @@ QByteArray encodedWord(const QString &text, const QByteArray &charset)
     return word + "?=";
 }
 
-/// How many characters from @p at on go into one word. They fill whole groups of base64: not every reader goes
-/// on behind padding.
+/// How many characters from @p at on go into one word. They fill whole groups of base64: not every reader
+/// goes on behind padding.
 qsizetype wordLength(const QString &text, qsizetype at, const QByteArray &charset)
 {
     qsizetype length = kWordCharacters;

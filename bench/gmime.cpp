@@ -47,7 +47,7 @@ void takePart(GMimeObject *, GMimeObject *part, gpointer data)
         g_mime_stream_write(filtered, reinterpret_cast<const char *>(bytes->data), bytes->len);
         g_mime_stream_flush(filtered);
         const GByteArray *utf8 = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(text));
-        if (tally.checksTexts())
+        if (tally.checks())
             tally.addText(reinterpret_cast<const char *>(utf8->data), utf8->len);
         g_object_unref(filter);
         g_object_unref(filtered);
@@ -60,14 +60,14 @@ void takePart(GMimeObject *, GMimeObject *part, gpointer data)
 
 int main(int argc, char **argv)
 {
-    const bool checksTexts = argc > 1 && std::strcmp(argv[1], "--check") == 0;
+    const bool checks = argc > 1 && std::strcmp(argv[1], "--check") == 0;
     const int file = argc > 1 ? open(argv[argc - 1], O_RDONLY | O_CLOEXEC) : -1;
     if (file < 0) {
         std::fprintf(stderr, "an mbox is wanted\n");
         return 1;
     }
     g_mime_init();
-    Tally tally(checksTexts);
+    Tally tally(checks);
     GMimeStream *stream = g_mime_stream_mmap_new(file, PROT_READ, MAP_PRIVATE);
     GMimeParser *parser = g_mime_parser_new_with_stream(stream);
     g_mime_parser_set_format(parser, GMIME_FORMAT_MBOX);

@@ -38,7 +38,7 @@ void takeParts(const MIMEContext &mime, Tally &tally)
             continue;
         const MIMEContext::Content content = mime.decodedContent(i);
         tally.addPart(content.bytes.constData(), std::size_t(content.bytes.size()));
-        if (tally.checksTexts() && isTextCategory(type))
+        if (tally.checks() && isTextCategory(type))
             takeText(content.text, tally);
     }
 }
@@ -47,13 +47,13 @@ void takeParts(const MIMEContext &mime, Tally &tally)
 
 int main(int argc, char **argv)
 {
-    const bool checksTexts = argc > 1 && QByteArrayView(argv[1]) == "--check";
+    const bool checks = argc > 1 && QByteArrayView(argv[1]) == "--check";
     QFile file(argc > 1 ? QFile::decodeName(argv[argc - 1]) : QString());
     if (!file.open(QIODevice::ReadOnly)) {
         std::fprintf(stderr, "an mbox is wanted\n");
         return 1;
     }
-    Tally tally(checksTexts);
+    Tally tally(checks);
     MboxReader reader(file);
     MboxMessage mail;
     while (reader.next(mail) == MboxReader::Outcome::Message) {

@@ -171,7 +171,7 @@ QString MIMEContext::toText(const MIMEPart &part, const QByteArray &bytes) const
     const QByteArray charset = part.labelled ? part.charset : unlabelledCharset(part, bytes);
     const std::optional<QString> decoded = charset.isEmpty() ? std::nullopt : decodeCharset(bytes, charset);
     QString text = decoded ? *decoded : decodeUnlabelled(bytes, "windows-1252");
-    if (text.contains(u'\r')) // what came in base64 has the line ends of the wire
+    if (bytes.contains('\r')) // what came in base64 has the line ends of the wire
         text.replace("\r\n"_L1, "\n"_L1);
     return text;
 }

@@ -30,8 +30,8 @@ bool looksLikeField(QByteArrayView line);
 /// when there is none.
 qsizetype fieldName(QByteArrayView line, qsizetype &colon);
 
-/// Calls @p visit (name, value) for each field of the header at the start of @p text, the value with the blanks
-/// around it and without unfolding, until the empty line, at most 256 KB in.
+/// Calls @p visit (name, value) for each field of the header at the start of @p text, the value with the
+/// blanks around it and without unfolding, until the empty line, at most 256 KB in.
 template <typename Visit>
 void forEachField(QByteArrayView text, Visit visit)
 {

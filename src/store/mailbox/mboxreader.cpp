@@ -12,7 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 kWindow = 1024 << 10;
+constexpr qint64 kWindow = 256 << 10;
+constexpr qint64 kLongestKept = 16 << 20;
 constexpr qint64 kLongestFromLine = 1000;
 constexpr QByteArrayView kContentLength = "Content-Length";
 constexpr qint64 kLargestMessage = 0x7fffffff;
@@ -95,16 +96,28 @@ MboxReader::Outcome MboxReader::next(MboxMessage &message)
 QByteArrayView MboxReader::window(qint64 position, qint64 wanted)
 {
     const qint64 end = qMin(position + wanted, m_size);
-    if (position < m_windowStart || end > m_windowStart + m_window.size()) {
-        m_windowStart = position;
-        const qint64 length = qMin(qMax(wanted, kWindow), m_size - position);
-        m_window.resize(length);
-        if (!m_device.seek(position) || m_device.read(m_window.data(), length) != length) {
-            fail(position);
-            m_window.fill('\0');
-        }
-    }
+    if (position < m_windowStart || end > m_windowStart + m_window.size())
+        moveWindow(position, end);
     return QByteArrayView(m_window).sliced(position - m_windowStart);
+}
+
+/// Makes the window reach from @p position to @p end and beyond. What it has of the message under way stays
+/// in it, so that only very long messages are read twice.
+void MboxReader::moveWindow(qint64 position, qint64 end)
+{
+    const qint64 windowEnd = m_windowStart + m_window.size();
+    const bool keeps = m_windowStart <= m_position && m_position <= position && position <= windowEnd &&
+                       end - m_position <= kLongestKept;
+    const qint64 kept = keeps ? windowEnd - m_position : 0;
+    std::memmove(m_window.data(), m_window.constData() + m_window.size() - kept, std::size_t(kept));
+    m_windowStart = keeps ? m_position : position;
+    const qint64 from = m_windowStart + kept;
+    const qint64 length = qMin(qMax(end - from, kWindow), m_size - from);
+    m_window.resize(kept + length);
+    if (!m_device.seek(from) || m_device.read(m_window.data() + kept, length) != length) {
+        fail(from);
+        m_window.fill('\0');
+    }
 }
 
 /// Where the line after the one at @p position begins.

@@ -18,7 +18,7 @@ struct MboxMessage
     qint64 end = 0;   ///< the byte behind it: where an interrupted import goes on
 };
 
-/// Reads the messages of an mbox one after the other, in memory for one message and a window of 1 MB. The
+/// Reads the messages of an mbox one after the other, in memory for a message or two. The
 /// dialects disagree; what holds here:
 ///
 /// - A line "From ..." separates when it holds a date and follows an empty line (or, for writers that leave
@@ -60,6 +60,7 @@ public:
 
 private:
     QByteArrayView window(qint64 position, qint64 wanted);
+    void moveWindow(qint64 position, qint64 end);
     qint64 lineEnd(qint64 position);
     qint64 findSeparator(qint64 textStart, bool own);
     bool isSeparator(qint64 position, bool follows);
