@@ -115,11 +115,20 @@ public:
         setItemDelegate(new CardDelegate(this));
     }
 
-    int wantedHeight()
+    void fitHeight()
     {
         executeDelayedItemsLayout();
         const int row = controlHeight() + space::inner;
-        return std::clamp(contentsSize().height(), row, kMostRowsShown * row) + space::inner;
+        setFixedHeight(std::clamp(contentsSize().height(), row, kMostRowsShown * row) + space::inner);
+    }
+
+protected:
+    void resizeEvent(QResizeEvent *event) override
+    {
+        QListView::resizeEvent(event);
+        // other cards may stand in a line now; the layout that called does not listen while it works
+        QMetaObject::invokeMethod(
+            this, [this] { fitHeight(); }, Qt::QueuedConnection);
     }
 };
 
@@ -215,18 +224,12 @@ void AttachmentStrip::showAttachments(const Message &message, const QList<int> &
     m_saveAll->setText(rows.size() > 1 ? tr("Save all…") : tr("Save…"));
     m_model->setRows(std::move(rows));
     setVisible(!parts.isEmpty());
-    fitHeight();
-}
-
-void AttachmentStrip::fitHeight()
-{
-    m_view->setFixedHeight(m_view->wantedHeight());
+    m_view->scrollToTop();
+    m_view->fitHeight();
 }
 
 bool AttachmentStrip::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Resize)
-        fitHeight();
     if (event->type() == QEvent::FocusIn && !m_view->currentIndex().isValid())
         m_view->setCurrentIndex(m_model->index(0));
     return QWidget::eventFilter(watched, event);
@@ -237,7 +240,7 @@ void AttachmentStrip::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange && m_view) {
         m_view->doItemsLayout();
-        fitHeight();
+        m_view->fitHeight();
     }
 }
 

@@ -42,8 +42,8 @@ private:
     QList<AttachmentRow> m_rows;
 };
 
-/// The cards of a message's attachments below its text; hidden while there are none. Enter opens, Ctrl+C
-/// copies nothing, the menu key shows what can be done.
+/// The cards of a message's attachments below its text; hidden while there are none. Enter opens, the menu
+/// key shows what else can be done.
 class AttachmentStrip : public QWidget
 {
     Q_OBJECT
@@ -63,7 +63,6 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void fitHeight();
     void showMenu(const QPoint &globalPosition);
     QList<int> chosen() const;
     QList<int> all() const;

@@ -13,8 +13,10 @@
 
 #include <QApplication>
 #include <QFontInfo>
+#include <QFontMetrics>
 #include <QTextBlock>
 #include <QTextFrame>
+#include <QTextOption>
 
 using namespace Qt::StringLiterals;
 
@@ -97,6 +99,9 @@ void BodyBuilder::settleAttachments()
 void BodyBuilder::build(BodyDocument &document)
 {
     document.setDefaultFont(m_style.font);
+    QTextOption option = document.defaultTextOption();
+    option.setTabStopDistance(8 * QFontMetrics(m_style.font).horizontalAdvance(u'0'));
+    document.setDefaultTextOption(option);
     QTextFrameFormat margins = document.rootFrame()->frameFormat();
     margins.setMargin(kMargin);
     margins.setTopMargin(kMargin - 8);
@@ -249,6 +254,7 @@ void BodyBuilder::writeImage(BodyWriter &writer, int part)
             translated("The picture \u201c%1\u201d is damaged or too large to be shown.").arg(name));
     if (!extent.isWhole)
         writer.note(translated("The picture \u201c%1\u201d is damaged: its end is missing.").arg(name));
+    m_facts.hasPictures = true;
     writer.picture(readerlink::part + QString::number(part),
                    fitted(extent.size, m_options.width - 2 * kMargin));
 }

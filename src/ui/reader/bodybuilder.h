@@ -30,8 +30,9 @@ struct BodyFacts
     bool isSigned = false;
     bool isEncrypted = false;
     bool hasBothForms = false;
-    bool truncated = false; ///< there is more to show with `everything`
-    bool isPlain = true;    ///< no HTML in it: lines end at the wrap width
+    bool truncated = false;   ///< there is more to show with `everything`
+    bool hasPictures = false; ///< some that were fitted to the width
+    bool isPlain = true;      ///< no HTML in it: lines end at the wrap width
 };
 
 /// Turns a message into a document. A long text is written in slices, so that nobody waits for its end.
@@ -103,5 +104,4 @@ private:
     int m_folds = 0;
     qsizetype m_textLeft; ///< of the first look
     bool m_first = true;  ///< nothing is written yet where the next part goes
-    int m_images = 0;
 };

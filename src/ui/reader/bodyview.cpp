@@ -28,6 +28,7 @@ namespace {
 constexpr int kBarWidth = 3;
 constexpr int kBarStep = 14;
 constexpr int kMargin = 24;
+constexpr int kSurelyLong = 30'000; ///< characters that no window shows at once
 
 int quoteLevel(const QTextBlock &block)
 {
@@ -64,10 +65,12 @@ void BodyView::showDocument(BodyDocument *document, const BodyStyle &style, int 
     setColours(style);
     const QPointer<QTextDocument> old = this->document();
     document->setParent(this);
+    // a bar that appears when all is laid out would have it laid out once more
+    const bool isLong = document->characterCount() > kSurelyLong;
+    setVerticalScrollBarPolicy(isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
+    fitWidth(document);
     setDocument(document); // deletes the one that the view came with, but none of ours
     delete old;
-    fitWidth();
-    document->setTextWidth(viewport()->width());
 }
 
 void BodyView::setColours(const BodyStyle &style)
@@ -81,14 +84,12 @@ void BodyView::setColours(const BodyStyle &style)
         m_bars.assign(style.quotes.begin(), style.quotes.end());
     else
         m_bars.assign(1, style.line);
-    const QFontMetrics metrics(style.font);
-    setTabStopDistance(8 * metrics.horizontalAdvance(u'0'));
 }
 
 /// A plain text stands in a column as wide as the wrap width, at the leading edge.
-void BodyView::fitWidth()
+void BodyView::fitWidth(QTextDocument *document) const
 {
-    QTextFrame *root = document()->rootFrame();
+    QTextFrame *root = document->rootFrame();
     QTextFrameFormat format = root->frameFormat();
     const int room = viewport()->width() - 2 * kMargin;
     const int spare = m_wrapWidth > 0 ? std::max(0, room - m_wrapWidth) : 0;
@@ -104,7 +105,7 @@ void BodyView::fitWidth()
 
 void BodyView::resizeEvent(QResizeEvent *event)
 {
-    fitWidth();
+    fitWidth(document());
     QTextBrowser::resizeEvent(event);
 }
 
@@ -186,7 +187,10 @@ void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
     for (int level = 1; level <= quoteLevel(block); ++level) {
         const double bottom = level <= shared ? layout->blockBoundingRect(next).top() : rect.bottom() - below;
         const double offset = (level - 1) * kBarStep;
-        const double x = isFromRight(block) ? rect.right() - offset - kBarWidth : rect.left() + offset;
+        // the rectangle has the margin at its left inside it, and the one at its right outside
+        const double x = isFromRight(block)
+                             ? rect.right() + block.blockFormat().rightMargin() - offset - kBarWidth
+                             : rect.left() + offset;
         painter.fillRect(QRectF(x, rect.top(), kBarWidth, bottom - rect.top()),
                          m_bars[std::size_t(level - 1) % m_bars.size()]);
     }

@@ -46,7 +46,7 @@ private:
     void paintBlocks(QPainter &painter, const QRectF &seen) const;
     void paintBars(QPainter &painter, const QTextBlock &block) const;
     void setColours(const BodyStyle &style);
-    void fitWidth();
+    void fitWidth(QTextDocument *document) const;
     QRectF seenRect(const QRect &rect) const;
 
     std::function<QString(int)> m_foldText;

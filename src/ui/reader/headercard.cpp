@@ -26,6 +26,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kAvatar = 40;
+constexpr int kNarrow = 60; ///< average characters
 
 /// A row of small signs beside the subject, or one before a word.
 class Signs : public QWidget
@@ -142,7 +143,7 @@ void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
     const QString subject = harmlessLine(message.subject());
     m_subject->setText(subject.isEmpty() ? tr("No subject") : subject);
     showSender(message);
-    showMarks(marks);
+    setMarks(marks);
     m_date->setText(shortDateText(message));
     const QString original = harmlessLine(message.header("Date", {}));
     m_date->setToolTip(original.toHtmlEscaped());
@@ -167,7 +168,7 @@ void HeaderCard::showSender(const Message &message)
     m_claim->setVisible(!shown.claim.isEmpty());
 }
 
-void HeaderCard::showMarks(const ReaderMarks &marks)
+void HeaderCard::setMarks(const ReaderMarks &marks)
 {
     QList<Signs::Sign> signs;
     QStringList words;
@@ -203,6 +204,20 @@ void HeaderCard::setActions(const QList<QAction *> &actions)
         else
             m_actions->addSeparator();
     }
+    fitActions();
+}
+
+/// A long subject gives way to the buttons; in a narrow pane some of them go behind the bar's own "more".
+void HeaderCard::fitActions()
+{
+    const bool narrow = width() < columnWidth(kNarrow);
+    m_actions->setMinimumWidth(narrow ? 0 : m_actions->sizeHint().width());
+}
+
+void HeaderCard::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitActions();
 }
 
 void HeaderCard::contextMenuEvent(QContextMenuEvent *event)

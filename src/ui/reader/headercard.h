@@ -31,6 +31,8 @@ public:
 
     void showMessage(const Message &message, const ReaderMarks &marks);
 
+    void setMarks(const ReaderMarks &marks);
+
     /// In words, with a sign; empty for nothing to say.
     void setVerdict(const QString &icon, const QString &words);
 
@@ -40,11 +42,12 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void build();
+    void fitActions();
     void showSender(const Message &message);
-    void showMarks(const ReaderMarks &marks);
 
     Avatar *m_avatar;
     ElidedLabel *m_subject;

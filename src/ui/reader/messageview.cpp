@@ -21,6 +21,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QMenu>
+#include <QResizeEvent>
 #include <QScrollBar>
 #include <QStackedLayout>
 #include <QTimer>
@@ -36,6 +37,7 @@ namespace {
 constexpr double kZoomStep = 1.1;
 constexpr double kLeastZoom = 0.5;
 constexpr double kGreatestZoom = 4;
+constexpr int kResizeRest = 200;  ///< ms after the last change of the width until pictures are fitted anew
 constexpr int kWideEnough = 1600; ///< pixels: pictures need not be wider than this in any window
 
 struct ActionRow
@@ -205,8 +207,7 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
 void MessageView::setMarks(const ReaderMarks &marks)
 {
     m_marks = marks;
-    if (m_hasMessage)
-        m_header->showMessage(m_message, m_marks);
+    m_header->setMarks(marks);
 }
 
 void MessageView::clear(const QString &title, const QString &sentence)
@@ -360,4 +361,11 @@ void MessageView::changeEvent(QEvent *event)
                        event->type() == QEvent::StyleChange || event->type() == QEvent::LayoutDirectionChange;
     if (looks && m_hasMessage)
         m_rebuild->start(0);
+}
+
+void MessageView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    if (m_hasMessage && m_builder->facts().hasPictures && event->size().width() != event->oldSize().width())
+        m_rebuild->start(kResizeRest);
 }
