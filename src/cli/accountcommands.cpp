@@ -1,5 +1,6 @@
 #include "cli/arguments.h"
 #include "cli/command.h"
+#include "config/terminationsignals.h"
 #include "engine/batchfetch.h"
 
 #include <QDir>
@@ -99,6 +100,7 @@ bool fetchAccount(Session &session, const Account &account)
         .add("bytes", fetch.bytes())
         .add("seconds", double(timer.elapsed()) / 1000);
     session.output().row(row);
+    session.output().endRows();
     return ok;
 }
 
@@ -146,6 +148,8 @@ ExitStatus runFetch(Session &session, const QStringList &words)
     }
     ExitStatus status = ExitStatus::Done;
     for (const Account &account : accounts) {
+        if (TerminationSignals::isRequested())
+            break;
         if (account.kind != AccountKind::BatchFile) {
             session.output().complain(
                 u"Account '%1' is of a kind that cannot be fetched yet"_s.arg(account.name));

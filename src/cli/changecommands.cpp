@@ -1,6 +1,7 @@
 #include "cli/arguments.h"
 #include "cli/command.h"
 #include "cli/describe.h"
+#include "config/terminationsignals.h"
 #include "engine/storetasks.h"
 
 #include <QElapsedTimer>
@@ -22,6 +23,7 @@ ExitStatus importPath(Session &session, Group &target, const QString &path)
         .add("skipped", task.skipped())
         .add("seconds", double(timer.elapsed()) / 1000);
     session.output().row(row);
+    session.output().endRows();
     return state == Task::State::Done ? ExitStatus::Done : ExitStatus::Failed;
 }
 
@@ -84,8 +86,7 @@ ExitStatus runImport(Session &session, const QStringList &words)
     if (!session.open(Session::Purpose::Write))
         return ExitStatus::Failed;
     const QString name = arguments.plain().first();
-    bool isNumber = false;
-    name.toInt(&isNumber);
+    const bool isNumber = Session::isNumber(name);
     Group *group = isNumber ? session.group(name) : session.groups().make(name);
     if (!group) {
         if (!isNumber)
@@ -94,6 +95,8 @@ ExitStatus runImport(Session &session, const QStringList &words)
     }
     ExitStatus status = ExitStatus::Done;
     for (const QString &path : arguments.plain().sliced(1)) {
+        if (TerminationSignals::isRequested())
+            break;
         if (importPath(session, *group, path) != ExitStatus::Done)
             status = ExitStatus::Failed;
     }

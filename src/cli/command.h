@@ -24,8 +24,8 @@ public:
     Output &output() { return m_output; }
 
     enum class Purpose {
-        Read, ///< beside another process the files are read where they lie
-        Look, ///< always read-only, to see what is there
+        Read,  ///< beside another process the files are read where they lie
+        Check, ///< the same, but what is damaged stays so and is seen
         Write,
     };
 
@@ -44,6 +44,9 @@ public:
 
     /// Runs @p task to its end with a progress bar, or to its next safe point on SIGINT and SIGTERM.
     Task::State run(Task &task);
+
+    /// Whether @p name stands for a group's number: digits alone.
+    static bool isNumber(const QString &name);
 
     /// The articles that the words name and the group has; empty, after a complaint, when one is wrong.
     std::optional<Articles> articles(Group &group, const QStringList &words);

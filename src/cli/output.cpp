@@ -48,13 +48,20 @@ void Output::row(const Row &row)
         return;
     }
     put(QJsonDocument(row.toJson()).toJson(QJsonDocument::Compact) + '\n');
-    m_good = std::fflush(stdout) == 0 && m_good;
 }
 
 void Output::endTable()
 {
-    if (m_table.empty())
+    endRows();
+    m_hasHead = false;
+}
+
+void Output::endRows()
+{
+    if (m_table.empty()) {
+        m_good = std::fflush(stdout) == 0 && m_good;
         return;
+    }
     const auto &columns = m_table.front().fields();
     std::vector<qsizetype> widths;
     std::vector<std::vector<QString>> cells(m_table.size());
@@ -74,7 +81,8 @@ void Output::endTable()
             text.chop(1);
         put((text + u'\n').toUtf8());
     };
-    line([&](std::size_t c) { return QString::fromLatin1(columns[c].first); });
+    if (!std::exchange(m_hasHead, true))
+        line([&](std::size_t c) { return QString::fromLatin1(columns[c].first); });
     for (const auto &row : cells)
         line([&](std::size_t c) { return row[c]; });
     m_table.clear();

@@ -32,10 +32,13 @@ public:
 
     bool isJson() const { return m_options.json; }
 
-    /// One result. As JSON it is written at once; as text the rows of one kind wait for the end of the table.
+    /// One result. As text the rows of one kind wait for the end of the table.
     void row(const Row &row);
 
-    /// The rows so far, aligned; everything flushed.
+    /// Writes and flushes the rows so far; more of the same kind may follow, without a second head.
+    void endRows();
+
+    /// The same, and ends the table.
     void endTable();
 
     /// Text for people, or bytes as they are.
@@ -57,6 +60,7 @@ private:
 
     Options m_options;
     std::vector<Row> m_table;
+    bool m_hasHead = false;
     bool m_good = true;
     bool m_progressShown = false;
     bool m_terminal;

@@ -35,22 +35,28 @@ void listThreads(Session &session, Group &group)
     const Threads threads(group);
     const std::vector<int> rows = rowsByDate(group);
     std::vector<std::vector<int>> answers(std::size_t(group.rowCount()));
-    std::vector<std::pair<int, int>> waiting; ///< row and depth, the next one last
+    struct Waiting
+    {
+        int row;
+        int depth;
+        quint32 thread; ///< article of the topmost message
+    };
+    std::vector<Waiting> waiting; ///< the next one last
     for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
         if (threads.parent(*row) == Threads::kNone)
-            waiting.emplace_back(*row, 0);
+            waiting.push_back({*row, 0, group.row(*row).article()});
         else
             answers[std::size_t(threads.parent(*row))].push_back(*row); // the latest first
     }
     while (!waiting.empty()) {
-        const auto [row, depth] = waiting.back();
+        const auto [row, depth, thread] = waiting.back();
         waiting.pop_back();
         const Overview overview = group.row(row);
         Row line = describeRow(group, overview);
-        line.add("depth", depth).add("thread", qint64(group.row(threads.root(row)).article()));
+        line.add("depth", depth).add("thread", qint64(thread));
         session.output().row(line);
         for (const int answer : answers[std::size_t(row)])
-            waiting.emplace_back(answer, depth + 1);
+            waiting.push_back({answer, depth + 1, thread});
     }
 }
 

@@ -17,6 +17,7 @@ bool Session::open(Purpose purpose)
     if (!lock(purpose))
         return false;
     m_engine = std::make_unique<Engine>();
+    m_engine->groups().setRepairsItself(purpose != Purpose::Check);
     if (m_engine->load())
         return true;
     m_engine.reset();
@@ -39,10 +40,7 @@ bool Session::lock(Purpose purpose)
         return false;
     m_lock = std::make_unique<InstanceLock>();
     switch (m_lock->tryLock(configDirectory())) {
-    case InstanceLock::Outcome::Held:
-        if (purpose == Purpose::Look)
-            setStoreAccess(StoreAccess::ReadOnly);
-        return true;
+    case InstanceLock::Outcome::Held: return true;
     case InstanceLock::Outcome::Busy:
         if (purpose == Purpose::Write) {
             m_output.complain(
@@ -63,12 +61,16 @@ bool Session::lock(Purpose purpose)
 
 Group *Session::group(const QString &name)
 {
-    bool isNumber = false;
-    const int number = name.toInt(&isNumber);
-    Group *group = isNumber && number > 0 ? groups().group(number) : groups().find(name);
+    Group *group = isNumber(name) ? groups().group(name.toInt()) : groups().find(name);
     if (!group)
         m_output.complain(u"There is no group '%1'"_s.arg(name));
     return group;
+}
+
+bool Session::isNumber(const QString &name)
+{
+    return !name.isEmpty() &&
+           std::all_of(name.begin(), name.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
 Task::State Session::run(Task &task)
@@ -92,7 +94,7 @@ std::optional<Articles> Session::articles(Group &group, const QStringList &words
 {
     Articles articles;
     for (const QString &word : words) {
-        const quint32 article = word.toUInt();
+        const quint32 article = isNumber(word) ? word.toUInt() : 0;
         if (!group.overview(article)) {
             m_output.complain(u"There is no message %1 in '%2'"_s.arg(word, groups().pathOf(group)));
             return {};

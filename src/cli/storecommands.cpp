@@ -13,7 +13,7 @@ namespace {
 /// Everything that is wrong with the store as it lies there; nothing when it could not be opened.
 std::optional<std::vector<Finding>> findings(Session &session)
 {
-    if (!session.open(Session::Purpose::Look))
+    if (!session.open(Session::Purpose::Check))
         return {};
     std::vector<Finding> found;
     StoreCheck check(session.groups(), [&](const Finding &finding) { found.push_back(finding); });
@@ -97,6 +97,8 @@ ExitStatus runCompact(Session &session, const QStringList &words)
     }
     ExitStatus status = ExitStatus::Done;
     for (Group *group : groups) {
+        if (TerminationSignals::isRequested())
+            break;
         CompactTask task(*group, CompactTask::Bins::All);
         if (session.run(task) != Task::State::Done)
             status = ExitStatus::Failed;

@@ -67,7 +67,8 @@ std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Gr
         if (fields.size() != 3)
             continue;
         // A message that was taken away again has a dead row; it has arrived all the same.
-        while (row < rows && (group->row(row).article() < first || group->row(row).account() != m_account))
+        while (row < rows &&
+               (group->row(row).article() < first || group->row(row).account() != (m_account & 0xffff)))
             ++row;
         if (row == rows)
             break;

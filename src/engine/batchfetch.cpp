@@ -89,6 +89,19 @@ bool writePosition(const QString &batch, qint64 position)
     return writeReplacing(positionPath(batch), QByteArray::number(position) + '\n');
 }
 
+/// Positions whose batch is gone: the program died between the two.
+void removeStrayPositions(int account)
+{
+    const QString suffix = positionPath(kPendingSuffix);
+    const QDir directory(configPathOf(u"Batches"_s));
+    const QStringList names = directory.entryList({u'*' + suffix}, QDir::Files);
+    for (const QString &name : names) {
+        const QString batch = directory.filePath(name.chopped(suffix.size()) + kPendingSuffix);
+        if (batchNumber(name, account) > 0 && !QFile::exists(batch) && !isHalfTaken(batch))
+            QFile::remove(positionPath(batch));
+    }
+}
+
 /// How the journal names a message: its batch file's number and the position behind it.
 QByteArray identifierOf(const QString &batch, int account, qint64 end)
 {
@@ -128,22 +141,24 @@ QString BatchFetch::result() const
                            : u"%1: %2 messages"_s.arg(m_account.name, QLocale().toString(m_received));
 }
 
-void BatchFetch::recover(GroupStore &store, int account)
+bool BatchFetch::recover(GroupStore &store, int account)
 {
+    removeStrayPositions(account);
     ArrivalJournal journal(account);
     const auto found = journal.read([&store](int number) { return store.group(number); });
     if (!found)
-        return;
+        return true;
     if (!found->arrived.empty()) {
         const QList<QByteArray> last = found->arrived.back().split(':');
         const QString batch = batchPath(account, last.first().toInt());
         Group *group = store.group(found->group);
         if ((group && !group->flush()) ||
             (QFile::exists(batch) && !writePosition(batch, last.last().toLongLong())))
-            return; // the journal stays for the next try
+            return false; // the journal stays for the next try
         note(u"%1 messages of an interrupted fetch had arrived already"_s.arg(found->arrived.size()));
     }
     journal.done();
+    return true;
 }
 
 Task::State BatchFetch::work(int milliseconds)
@@ -165,6 +180,9 @@ Task::State BatchFetch::moveAway()
         QString directory = u"Batches"_s;
         if (!configFile(directory, true))
             return fail({});
+        if (!recover(m_store,
+                     m_account.number)) // what an earlier fetch of this run could not bring to its end
+            return fail(u"The messages could not be stored"_s);
         QString target = halfTakenBatch(m_account.number);
         if (target.isEmpty() && QFileInfo(m_account.host).size() == 0) {
             m_moved = true;
@@ -198,8 +216,10 @@ Task::State BatchFetch::nextFile()
     if (m_pending.isEmpty())
         return m_problem.isEmpty() ? State::Done : State::Failed;
     m_file.setFileName(m_pending.takeFirst());
-    if (!m_file.open(QIODevice::ReadOnly))
-        return fail(u"The batch file '%1' cannot be read"_s.arg(m_file.fileName()));
+    if (!m_file.open(QIODevice::ReadOnly)) { // the others do not wait for it
+        m_problem = u"The batch file '%1' cannot be read"_s.arg(m_file.fileName());
+        return State::Working;
+    }
     m_reader.emplace(m_file);
     if (const qint64 position = readPosition(m_file.fileName()); position > 0)
         m_reader->goOnAt(position);
@@ -214,8 +234,10 @@ Task::State BatchFetch::import(int milliseconds)
     do {
         switch (m_reader->next(message)) {
         case MboxReader::Outcome::Message:
-            if (!storeMessage(message))
+            if (!storeMessage(message)) {
+                endBatch(); // what came before it is safe, and must not come again
                 return fail(u"The messages could not be stored"_s);
+            }
             break;
         case MboxReader::Outcome::Failed:
             endBatch();
@@ -233,13 +255,14 @@ bool BatchFetch::storeMessage(const MboxMessage &message)
         if (!m_journal.begin(inbox))
             return false;
         m_inBatch = true;
-        m_batchStart = message.start;
+        m_batchStart = m_stored = message.start;
     }
     const Message text(message.text);
     const QByteArray identifier = identifierOf(m_file.fileName(), m_account.number, message.end);
     if (!m_journal.announce(identifier, text.text()) ||
         m_store.add(inbox, text, marksOf(message.flags), m_account.number, clockSeconds()) == 0)
         return false;
+    m_stored = message.end;
     ++m_waiting;
     m_bytes += text.text().size();
     return message.end - m_batchStart < kBatchBytes || endBatch();
@@ -251,7 +274,7 @@ bool BatchFetch::endBatch()
     if (!m_inBatch)
         return true;
     if (!m_journal.sync() || !m_store.group(GroupRole::Inbox)->flush() ||
-        !writePosition(m_file.fileName(), m_reader->position()))
+        !writePosition(m_file.fileName(), m_stored))
         return false;
     m_journal.done();
     m_inBatch = false;
@@ -260,21 +283,24 @@ bool BatchFetch::endBatch()
     return true;
 }
 
-/// The file is imported: it goes, or is kept without its suffix. One that somebody still appended to stays
-/// pending.
+/// The file is imported: it goes, or is kept without its suffix, as is one in which not everything was mail.
+/// One that somebody still appended to stays pending.
 bool BatchFetch::finishFile()
 {
     if (!endBatch())
         return false;
     const QString path = m_file.fileName();
     const qint64 size = m_reader->size();
+    const int skipped = m_reader->skipped();
     m_reader.reset();
     m_file.close();
     if (QFileInfo(path).size() > size) {
         m_pending.prepend(path);
         return writePosition(path, size);
     }
-    const bool keep = boolSetting(Setting::KeepMailBatches);
+    const bool keep = boolSetting(Setting::KeepMailBatches) || skipped > 0;
+    if (skipped > 0)
+        note(u"%1: not everything in it was mail, so it is kept"_s.arg(path));
     const bool gone = keep ? replaceFile(path, path.chopped(kPendingSuffix.size())) : removeTaken(path, size);
     if (gone)
         QFile::remove(positionPath(path));

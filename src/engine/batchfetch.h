@@ -35,11 +35,13 @@ public:
     static constexpr int kReason = 1;
 
     const QString &accountName() const { return m_account.name; }
+    int accountNumber() const { return m_account.number; }
     int received() const { return m_received; } ///< messages that are safe in the store
     qint64 bytes() const { return m_bytes; }
 
     /// Completes what a crash left of an earlier fetch of @p account; before anything else changes the store.
-    static void recover(GroupStore &store, int account);
+    /// False: it could not, and nothing may be fetched.
+    static bool recover(GroupStore &store, int account);
 
 protected:
     State work(int milliseconds) override;
@@ -64,6 +66,7 @@ private:
     std::optional<MboxReader> m_reader;
     bool m_inBatch = false;
     qint64 m_batchStart = 0;
+    qint64 m_stored = 0; ///< position in the file behind the last message that is in the group
     int m_waiting = 0;
     int m_received = 0;
     qint64 m_bytes = 0;

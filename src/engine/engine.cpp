@@ -23,6 +23,10 @@ Engine::Engine(QObject *parent)
     m_timer.setInterval(kTickMilliseconds);
     connect(&m_timer, &QTimer::timeout, this, &Engine::tick);
     connect(&m_tasks, &TaskRunner::ended, this, [this](Task *task) {
+        if (const auto *fetch = qobject_cast<BatchFetch *>(task))
+            m_fetching.remove(fetch->accountNumber());
+        if (task == m_tidying && task->state() == Task::State::Done)
+            m_lastTidying = 0; // on to the next group
         if (task->state() == Task::State::Failed && !task->problem().isEmpty())
             queueError(task->problem());
     });
@@ -94,17 +98,17 @@ void Engine::tidyUp()
     const qint64 now = clockSeconds();
     if (m_tasks.isBusy() || now - m_lastTidying < kSecondsBetweenTidyings)
         return;
+    m_lastTidying = now; // where a compaction fails, it is not tried again at once
     for (Group *group : m_groups.groups()) {
         if (!group->isOpen())
             continue;
-        for (const int bin : group->files().bins()) {
-            if (BinCompactor::isWorthwhile(group->files(), bin)) {
-                m_tasks.add(std::make_unique<CompactTask>(*group, CompactTask::Bins::WhereWorthwhile));
-                return;
-            }
-        }
+        if (BinCompactor::worthwhile(group->files()).empty())
+            continue;
+        auto task = std::make_unique<CompactTask>(*group, CompactTask::Bins::WhereWorthwhile);
+        m_tidying = task.get();
+        m_tasks.add(std::move(task));
+        return;
     }
-    m_lastTidying = now;
 }
 
 void Engine::fetchWhatIsDue()
@@ -166,8 +170,12 @@ void Engine::fetchAll()
 void Engine::fetch(int number)
 {
     const Account *account = m_accounts.account(number);
-    if (!account || account->kind != AccountKind::BatchFile || (account->flags & AccountLeftOut) != 0)
+    if (!account || account->kind != AccountKind::BatchFile || (account->flags & AccountLeftOut) != 0 ||
+        m_fetching.contains(number))
         return;
     m_lastFetch.insert(number, clockSeconds());
+    m_fetching.insert(number);
     m_tasks.add(std::make_unique<BatchFetch>(m_groups, *account));
+    if (account->chained != 0)
+        fetch(account->chained);
 }

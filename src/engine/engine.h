@@ -6,6 +6,8 @@
 
 #include <QHash>
 #include <QObject>
+#include <QPointer>
+#include <QSet>
 #include <QStringList>
 #include <QTimer>
 
@@ -72,6 +74,8 @@ private:
     QTimer m_timer;
     QStringList m_errors;
     QHash<int, qint64> m_lastFetch; ///< by account number, seconds since 1970
+    QSet<int> m_fetching;           ///< numbers of the accounts whose fetch waits or runs
+    QPointer<Task> m_tidying;
     qint64 m_lastTidying = 0;
     int m_ticks = 0;
     bool m_down = false;

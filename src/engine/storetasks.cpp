@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLocale>
+#include <QSet>
 
 #include <algorithm>
 
@@ -99,6 +100,8 @@ QString ExportTask::title() const
 
 QString ExportTask::result() const
 {
+    if (state() == State::Stopped)
+        return u"%1 was not written"_s.arg(m_path);
     return u"%1 exported to %2"_s.arg(messageCount(m_exporter.exported()), m_path);
 }
 
@@ -138,7 +141,8 @@ Task::State CompactTask::work(int milliseconds)
         return State::Stopped;
     if (!m_begun) {
         m_begun = true;
-        m_left = m_group->files().bins();
+        connect(m_group, &Group::closing, this, [this] { m_compactor.reset(); });
+        m_left = m_wanted == Bins::All ? m_group->files().bins() : BinCompactor::worthwhile(m_group->files());
         std::reverse(m_left.begin(), m_left.end());
         return State::Working;
     }
@@ -147,8 +151,7 @@ Task::State CompactTask::work(int milliseconds)
             return m_group->tidy() ? State::Done : State::Failed;
         const int bin = m_left.back();
         m_left.pop_back();
-        if (m_wanted == Bins::All || BinCompactor::isWorthwhile(m_group->files(), bin))
-            m_compactor = std::make_unique<BinCompactor>(m_group->files(), bin);
+        m_compactor = std::make_unique<BinCompactor>(m_group->files(), bin);
         return State::Working;
     }
     QElapsedTimer timer;
@@ -191,13 +194,20 @@ Task::State RepairTask::work(int milliseconds)
     return State::Failed;
 }
 
-TransferTask::TransferTask(GroupStore &store, Group &source, Articles articles, Kind kind, Group *target)
+TransferTask::TransferTask(GroupStore &store, Group &source, const Articles &articles, Kind kind,
+                           Group *target)
     : m_store(store)
     , m_source(&source)
     , m_target(target)
-    , m_articles(std::move(articles))
     , m_kind(kind)
-{}
+{
+    QSet<quint32> taken; // each but once, however often it is named
+    for (const quint32 article : articles) {
+        if (!taken.contains(article))
+            m_articles.push_back(article);
+        taken.insert(article);
+    }
+}
 
 QString TransferTask::title() const
 {

@@ -129,7 +129,7 @@ class TransferTask : public Task
 
 public:
     enum class Kind { Move, Copy, Delete, DeleteForGood };
-    TransferTask(GroupStore &store, Group &source, Articles articles, Kind kind, Group *target);
+    TransferTask(GroupStore &store, Group &source, const Articles &articles, Kind kind, Group *target);
 
     QString title() const override;
     qint64 done() const override { return qint64(m_next); }

@@ -1,10 +1,21 @@
 #include "net/accountmanager.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 void AccountManager::load()
 {
     m_contents = m_file.read();
+    QSet<int> numbers;
+    for (Account &account : m_contents.accounts) {
+        // A line that was damaged or copied by hand: two accounts must not share a directory.
+        if (account.number <= 0 || numbers.contains(account.number)) {
+            account.number = ++m_contents.counter;
+            m_changed = true;
+        }
+        numbers.insert(account.number);
+    }
 }
 
 bool AccountManager::save()

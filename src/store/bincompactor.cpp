@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <algorithm>
 #include <cstring>
 
 using namespace Qt::StringLiterals;
@@ -59,7 +60,8 @@ BinCompactor::~BinCompactor()
 {
     if (m_new.isOpen())
         QFile::remove(newPath());
-    m_files.release(m_bin);
+    if (!m_isHalfDone) // then nothing may come into the bin before the next opening has finished it
+        m_files.release(m_bin);
 }
 
 BinCompactor::Progress BinCompactor::run()
@@ -78,8 +80,10 @@ BinCompactor::Progress BinCompactor::step(qint64 bytes)
         const qint64 live = m_files.liveSize(m_bin);
         if (m_before == 0 || (live > 0 && m_before <= live))
             return Progress::Done;
+        if (QFile::exists(movedPath())) // an earlier one could not write all positions
+            return fail("Unable to update bin file");
         if (live == 0)
-            return removeEmptyBin() ? Progress::Done : fail("Unable to delete empty bin file");
+            return m_files.removeBin(m_bin) ? Progress::Done : fail("Unable to delete empty bin file");
         if (!begin())
             return fail("Unable to open message bin file");
     }
@@ -94,27 +98,43 @@ BinCompactor::Progress BinCompactor::step(qint64 bytes)
     return Progress::Working;
 }
 
-bool BinCompactor::isWorthwhile(GroupFiles &files, int bin)
+std::vector<int> BinCompactor::worthwhile(GroupFiles &files)
 {
-    const qint64 size = files.bin(bin).size();
-    return size > 0 && (size - files.liveSize(bin)) * 3 > size;
+    std::map<int, qint64> live = files.liveSizes();
+    std::vector<int> bins = files.bins();
+    std::erase_if(bins, [&](int bin) {
+        const qint64 size = files.bin(bin).size();
+        return size == 0 || (size - live[bin]) * 3 <= size;
+    });
+    return bins;
+}
+
+std::optional<quint32> BinCompactor::newPlace(const QString &directory, int bin, quint32 article)
+{
+    const QString path = binPath(directory, bin);
+    QFile file(path + u".moved"_s);
+    if (!file.open(QIODevice::ReadOnly) || QFile::exists(path + u'~'))
+        return {};
+    const auto moves = decodedMoves(file.readAll());
+    if (!moves)
+        return {};
+    const auto found =
+        std::lower_bound(moves->begin(), moves->end(), article,
+                         [](const GroupFiles::Move &move, quint32 wanted) { return move.article < wanted; });
+    return found != moves->end() && found->article == article ? std::optional(found->position) : std::nullopt;
 }
 
 bool BinCompactor::finishInterrupted(GroupFiles &files, int bin)
 {
     const QString path = binPath(files.directory(), bin);
     const QString moved = path + u".moved"_s;
-    if (QFile::exists(path + u'~')) { // the old bin is still in its place
-        QFile::remove(moved);
-        QFile::remove(path + u'~');
-        return true;
-    }
+    if (QFile::exists(path + u'~')) // the old bin is still in its place
+        return true;                // and dropCompactions() drops both
     QFile file(moved);
     const auto moves = file.open(QIODevice::ReadOnly) ? decodedMoves(file.readAll()) : std::nullopt;
     if (moves && !files.takeMoves(bin, *moves))
         return false;
     note(u"%1: an interrupted compaction was %2"_s.arg(path, moves ? u"finished"_s : u"found damaged"_s));
-    QFile::remove(moved);
     return moves.has_value();
 }
 
@@ -133,16 +153,13 @@ bool BinCompactor::copyRecord(const BinScanner::Record &record)
     const int row = m_files.overviews().rowOf(record.header.article());
     const bool known = row >= 0 && m_files.overviews().row(row).bin() == m_bin &&
                        qint64(m_files.overviews().row(row).position()) == record.position;
-    if (!known) {
-        // Not a message of this group: a dead one whose row is gone, or bytes that only look like a record.
-        if (!record.isWhole || !record.header.isDead())
-            m_scanner->notARecord();
-        return true;
-    }
+    if (!known)
+        return passOver(record);
     Overview overview = m_files.overviews().row(row);
     if (overview.isDead())
         return true;
     if (!record.isWhole || record.header.storedLength() != overview.storedLength()) {
+        m_files.suspect();
         m_problem = "Unable to read message bin file";
         return false;
     }
@@ -162,14 +179,38 @@ bool BinCompactor::copyRecord(const BinScanner::Record &record)
     return true;
 }
 
+/// Leaves out what is no message of this group: a dead one whose row is gone, or bytes that only look like a
+/// record. A message that the overviews have lost is neither, and must not go: false.
+bool BinCompactor::passOver(const BinScanner::Record &record)
+{
+    if (record.isWhole && record.header.isDead() && m_scanner->endsWell())
+        return true;
+    const bool isLost =
+        record.isWhole && !record.header.isDead() && qint64(record.header.position()) == record.position &&
+        m_scanner->endsWell() &&
+        crc32Of(readMessageData(m_old, record.position, record.header, true)) == record.header.textCrc();
+    if (isLost) {
+        m_files.suspect();
+        m_problem = "Unable to determine bin size";
+        return false;
+    }
+    m_scanner->notARecord();
+    return true;
+}
+
 /// Puts the new bin in place. What was deleted since its record was copied is marked dead in there first.
 bool BinCompactor::finish()
 {
+    if (m_files.liveSize(m_bin) > m_after) { // a record is not where its overview says
+        m_files.suspect();
+        m_problem = "Unable to read message bin file";
+        return false;
+    }
     m_problem = "Unable to write new bin file";
     const quint32_le dead(quint32(Mark::Dead));
     for (const GroupFiles::Move &move : m_moves) {
         const int row = m_files.overviews().rowOf(move.article);
-        if (!m_files.overviews().row(row).isDead())
+        if (row >= 0 && !m_files.overviews().row(row).isDead())
             continue;
         if (!m_new.writeAt(move.position + kFlagsOffset,
                            {reinterpret_cast<const char *>(&dead), sizeof dead}))
@@ -184,17 +225,13 @@ bool BinCompactor::finish()
         return false;
     }
     m_new.close();
-    if (!m_files.takeMoves(m_bin, m_moves))
-        return false; // the next opening finishes it
-    QFile::remove(movedPath());
-    return true;
-}
-
-bool BinCompactor::removeEmptyBin()
-{
-    m_files.forgetBin(m_bin);
-    m_after = 0;
-    return QFile::remove(binPath(m_files.directory(), m_bin)) && m_files.takeMoves(m_bin, {});
+    if (!m_files.takeMoves(m_bin, m_moves)) {
+        m_isHalfDone = true; // the next opening finishes it
+        return false;
+    }
+    // Gone for good before anything comes into the bin: a power cut must not bring old positions back.
+    m_isHalfDone = !QFile::remove(movedPath()) || !syncDirectoryOf(movedPath());
+    return !m_isHalfDone;
 }
 
 BinCompactor::Progress BinCompactor::fail(const char *text)

@@ -33,18 +33,21 @@ public:
     qint64 sizeBefore() const { return m_before; }
     qint64 sizeAfter() const { return m_after; }
 
-    /// Whether more than a third of the bin is dead.
-    static bool isWorthwhile(GroupFiles &files, int bin);
+    /// The bins of which more than a third is dead, ascending.
+    static std::vector<int> worthwhile(GroupFiles &files);
 
     /// What the opening of a group does with "Bin<k>.moved". False: the bin was replaced but the positions
     /// cannot be read.
     static bool finishInterrupted(GroupFiles &files, int bin);
 
+    /// Where "Bin<k>.moved" says that an article is now; empty without a file that fits the bin in place.
+    static std::optional<quint32> newPlace(const QString &directory, int bin, quint32 article);
+
 private:
     bool begin();
     bool copyRecord(const BinScanner::Record &record);
+    bool passOver(const BinScanner::Record &record);
     bool finish();
-    bool removeEmptyBin();
     Progress fail(const char *text);
     QString newPath() const;
     QString movedPath() const;
@@ -52,6 +55,7 @@ private:
     GroupFiles &m_files;
     int m_bin;
     bool m_begun = false;
+    bool m_isHalfDone = false; ///< the bin is replaced, but not all positions are written
     qint64 m_before = 0;
     qint64 m_after = 0;
     FileHandle m_old;

@@ -1,5 +1,6 @@
 #include "store/binfile.h"
 
+#include "config/files.h"
 #include "config/reporter.h"
 #include "config/settings.h"
 #include "store/binformat.h"
@@ -87,7 +88,9 @@ bool BinFile::write(QByteArrayView data, Overview &overview)
     m_unsynced = true;
     if (m_end + kHeaderSize + data.size() > kLargestBin ||
         !m_file.writeAt(m_end, recordHeader(overview), data)) {
-        m_end = -1; // the file's own end is behind the dead bytes now
+        // A torn record in the middle would swallow those behind it when the bin is scanned.
+        if (!m_file.cut(m_end))
+            m_end = -1; // the file's own end is behind the dead bytes now
         warn("Failed to write to message bin file");
         return false;
     }
@@ -146,21 +149,30 @@ bool BinFile::markDead(quint32 position)
 
 bool BinFile::rewriteHeader(const Overview &overview)
 {
-    if (!headerAt(overview.position()) || !openForAppending())
+    if (!openForAppending())
         return false;
     m_unsynced = true;
     return m_file.writeAt(overview.position(), recordHeader(overview));
+}
+
+bool BinFile::cut(qint64 size)
+{
+    if (!openForAppending() || !m_file.cut(size))
+        return false;
+    m_end = size;
+    m_unsynced = true;
+    return true;
 }
 
 bool BinFile::sync()
 {
     if (!m_unsynced)
         return true;
-    if (!m_file.sync()) {
+    if (!m_file.sync() || (m_isNew && !syncDirectoryOf(path()))) {
         warn("Failed to write to message bin file");
         return false;
     }
-    m_unsynced = false;
+    m_unsynced = m_isNew = false;
     return true;
 }
 
@@ -168,13 +180,14 @@ void BinFile::close()
 {
     m_file.close();
     m_writable = false;
-    m_unsynced = false;
+    m_unsynced = m_isNew = false;
     m_end = -1;
 }
 
 bool BinFile::openForAppending()
 {
     if (!m_writable) {
+        m_isNew = !QFile::exists(path());
         m_file = FileHandle(path(), FileHandle::Mode::ReadWrite);
         m_writable = m_file.isOpen();
         m_end = -1;

@@ -36,7 +36,7 @@ public:
 
     /// Appends @p text (as received, "\n" line ends) and fills in bin, position, lengths and the compressed
     /// mark of @p overview. False: not stored, the reporter has been told, @p overview is as it was. A failed
-    /// append may leave dead bytes; the next compaction drops them.
+    /// append takes its bytes back; where that fails too they are dead, and the next compaction drops them.
     [[nodiscard]] bool appendMessage(QByteArrayView text, Overview &overview);
 
     /// The same with data that are packed already: @p overview is that of the record they come from, and only
@@ -56,10 +56,13 @@ public:
     /// Sets the dead mark of the record at @p position. False when there is no record there.
     bool markDead(quint32 position);
 
-    /// Writes @p overview over the header of the record at its position. False when there is no record there.
+    /// Writes @p overview as the header of the record at its position, whatever is there.
     bool rewriteHeader(const Overview &overview);
 
-    /// Forces what was appended to the disk.
+    /// Cuts the file off at @p size bytes.
+    bool cut(qint64 size);
+
+    /// Forces what was appended to the disk, and the name of a file that is new.
     [[nodiscard]] bool sync();
 
     /// Forgets the open files, before another one takes the place of this one.
@@ -76,7 +79,8 @@ private:
     FileHandle m_file;
     bool m_writable = false;
     bool m_unsynced = false;
-    qint64 m_end = -1; ///< where the next record goes, once known
+    bool m_isNew = false; ///< its name may not be on the disk yet
+    qint64 m_end = -1;    ///< where the next record goes, once known
 };
 
 /// Reads and, if needed, decompresses the data behind a record's header, which begins at @p position in @p

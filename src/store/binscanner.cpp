@@ -40,6 +40,13 @@ void BinScanner::notARecord()
     ++m_skipped;
 }
 
+bool BinScanner::endsWell() const
+{
+    char magic[kMagicSize];
+    return m_position == m_size || (m_file.readAt(m_position, magic, kMagicSize) == kMagicSize &&
+                                    std::memcmp(magic, kMagic, kMagicSize) == 0);
+}
+
 /// The first position from @p from on where a whole header with the magic bytes lies; -1 when there is none.
 qint64 BinScanner::findMagic(qint64 from)
 {

@@ -27,6 +27,13 @@ public:
     /// What next() found is none: go on one byte behind its start.
     void notARecord();
 
+    /// What next() found ends elsewhere than its header says: go on at @p position.
+    void goOnAt(qint64 position) { m_position = position; }
+
+    /// Whether another record, or the end of the file, stands right behind the one that next() found. One
+    /// whose length was torn or damaged rarely ends so.
+    bool endsWell() const;
+
     /// Where the search goes on, in bytes from the start.
     qint64 position() const { return m_position; }
     qint64 size() const { return m_size; }

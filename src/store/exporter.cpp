@@ -64,10 +64,12 @@ bool Exporter::writeRow()
 Exporter::Progress Exporter::finish()
 {
     const bool whole = m_file.isOpen() && m_row == m_rows && syncFile(m_file);
+    const bool wasOpen = m_file.isOpen();
     m_file.close();
     if (whole && replaceFile(m_file.fileName(), m_path))
         return Progress::Done;
-    m_file.remove();
+    if (wasOpen)
+        m_file.remove();
     report(ReportLevel::Warning, "Unable to write file '%s'", qUtf8Printable(m_path));
     return Progress::Failed;
 }

@@ -101,6 +101,11 @@ bool FileHandle::writeAt(qint64 position, QByteArrayView first, QByteArrayView s
     return writeAt(position + done, second.sliced(done - first.size()));
 }
 
+bool FileHandle::cut(qint64 size) const
+{
+    return ::ftruncate(m_descriptor, size) == 0;
+}
+
 bool FileHandle::sync() const
 {
     return ::fdatasync(m_descriptor) == 0;

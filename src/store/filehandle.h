@@ -38,6 +38,9 @@ public:
     /// Two pieces, one after the other, in one system call where possible.
     bool writeAt(qint64 position, QByteArrayView first, QByteArrayView second) const;
 
+    /// Cuts the file off at @p size bytes.
+    bool cut(qint64 size) const;
+
     /// Forces the contents to the disk.
     bool sync() const;
 

@@ -2,6 +2,7 @@
 
 #include "config/directory.h"
 #include "config/reporter.h"
+#include "config/settings.h"
 #include "store/grouprepair.h"
 #include "store/summary.h"
 
@@ -28,6 +29,13 @@ Group::Group(GroupRecord record, const QString &directory, QObject *parent)
 }
 
 Group::~Group() = default;
+
+GroupRecord Group::record() const
+{
+    GroupRecord record = m_record;
+    record.flags |= m_files.needsRepair() ? quint32(GroupNeedsRepair) : 0;
+    return record;
+}
 
 OverviewFile::Counts Group::counts()
 {
@@ -67,6 +75,8 @@ void Group::close()
         m_closedCounts = m_files.overviews().counts();
         m_countsKnown = true;
     }
+    emit closing();
+    m_record = record(); // what was found damaged is not forgotten
     m_repair.reset();
     m_files.close();
     m_state = Opened::Closed;
@@ -102,6 +112,7 @@ Group::Repair Group::repairStep(int milliseconds)
     if (m_state == Opened::Failed)
         return Repair::Failed;
     m_record.flags &= ~quint32(GroupNeedsRepair);
+    m_countsKnown = false;
     emit rowsReset();
     emit countsChanged();
     return Repair::Done;
@@ -110,7 +121,19 @@ Group::Repair Group::repairStep(int milliseconds)
 /// Opens the group for whatever is wanted, and repairs it when that is the only way.
 bool Group::ready()
 {
-    return open() == Opened::Ready || (m_state == Opened::NeedsRepair && repair());
+    if (open() == Opened::Ready)
+        return true;
+    return m_state == Opened::NeedsRepair && !m_repair && m_repairsItself &&
+           boolSetting(Setting::AutoRepairs) && repair();
+}
+
+/// The same for a message that comes, whose loss must not go without a word.
+bool Group::readyToTake()
+{
+    if (ready())
+        return true;
+    report(ReportLevel::Warning, "Unable to open group '%s'", qUtf8Printable(m_record.name));
+    return false;
 }
 
 int Group::rowCount()
@@ -143,16 +166,13 @@ QByteArray Group::readMessage(const Overview &overview)
 
 quint64 Group::generation()
 {
-    if (!isOpen()) {
-        if (const auto head = OverviewFile::headOf(m_files.directory()))
-            return head->generation;
-    }
-    return ready() ? m_files.overviews().generation() : 0;
+    const auto head = OverviewFile::headOf(m_files.directory());
+    return head ? head->generation : 0;
 }
 
 quint32 Group::add(QByteArrayView text, const Summary &summary)
 {
-    const quint32 article = ready() ? m_files.append(text, summary) : 0;
+    const quint32 article = readyToTake() ? m_files.append(text, summary) : 0;
     if (article != 0) {
         emit messagesAdded({article});
         emit countsChanged();
@@ -162,7 +182,7 @@ quint32 Group::add(QByteArrayView text, const Summary &summary)
 
 quint32 Group::addCopy(Group &source, const Overview &original)
 {
-    const quint32 article = ready() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
+    const quint32 article = readyToTake() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
     if (article != 0) {
         emit messagesAdded({article});
         emit countsChanged();
@@ -236,7 +256,7 @@ bool Group::tidy()
     std::vector<Overview> live;
     live.reserve(std::size_t(rows - dead));
     for (int i = 0; i < rows; ++i) {
-        if (!row(i).isDead())
+        if (!row(i).isDead() || i + 1 == rows) // the last one keeps the highest number known
             live.push_back(row(i));
     }
     const quint32 next = m_files.overviews().nextArticle();

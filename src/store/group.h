@@ -25,13 +25,19 @@ public:
     Group(GroupRecord record, const QString &directory, QObject *parent = nullptr);
     ~Group() override;
 
-    const GroupRecord &record() const { return m_record; }
+    GroupRecord record() const; ///< with the flag GroupNeedsRepair as of now
     int number() const { return m_record.number; }
     QString name() const { return m_record.name; }
     GroupKind kind() const { return m_record.kind; }
     GroupRole role() const { return m_record.role; }
     bool has(GroupOption option) const { return (m_record.options & option) != 0; }
-    bool needsRepair() const { return (m_record.flags & GroupNeedsRepair) != 0 || m_files.needsRepair(); }
+    bool needsRepair() const
+    {
+        return (record().flags & GroupNeedsRepair) != 0 || m_state == Opened::NeedsRepair;
+    }
+
+    /// Whether a damaged group is repaired at its first use; by default as `AutoRepairs` says.
+    void setRepairsItself(bool repairs) { m_repairsItself = repairs; }
 
     /// Messages that are not dead, and how many of them are unread or flagged. Never wrong: after a crash
     /// they are counted again.
@@ -72,7 +78,7 @@ public:
     std::optional<Overview> overview(quint32 article); ///< empty for a dead or unknown one
     HeaderTexts texts(const Overview &overview);
     QByteArray readMessage(const Overview &overview); ///< null after a report when it cannot be read
-    quint64 generation();                             ///< rises with every flush that wrote a change
+    quint64 generation(); ///< rises with every flush that wrote a change; 0 while changes wait for one
 
     /// Stores @p text and returns its article number; 0 after a report.
     quint32 add(QByteArrayView text, const Summary &summary);
@@ -103,16 +109,21 @@ signals:
     void messagesRemoved(const Articles &articles);
     void countsChanged();
 
+    /// The files are about to be closed: whoever works on files() must let go.
+    void closing();
+
     /// Everything is to be read again: rows have other numbers, or a repair brought or dropped messages.
     void rowsReset();
 
 private:
     bool ready();
+    bool readyToTake();
 
     GroupRecord m_record;
     GroupFiles m_files;
     OverviewFile::Counts m_closedCounts;
     bool m_countsKnown = false;
+    bool m_repairsItself = true;
     Opened m_state = Opened::Closed;
     std::unique_ptr<GroupRepair> m_repair; ///< while one is under way
 };

@@ -1,10 +1,10 @@
 #include "store/groupfiles.h"
 
+#include "config/files.h"
 #include "config/reporter.h"
 #include "message/message.h"
 #include "store/bincompactor.h"
 #include "store/binformat.h"
-#include "store/binscanner.h"
 #include "store/compression.h"
 #include "store/summary.h"
 
@@ -25,8 +25,8 @@ GroupFiles::State GroupFiles::open(bool writable)
 {
     close();
     m_writable = writable;
-    if (writable)
-        QDir().mkdir(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    if (writable && QDir().mkdir(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+        syncDirectoryOf(m_directory);
     const OverviewFile::State state = m_overviewState = m_overviews.open(writable);
     if (state == OverviewFile::State::Unreadable)
         return State::Unreadable;
@@ -58,9 +58,11 @@ GroupFiles::State GroupFiles::recover(OverviewFile::State state)
     }
     if (!damagedRows().empty() || !finishCompactions())
         return State::Damaged;
+    if (state == OverviewFile::State::Unsettled)
+        dropUnwritten();
     killOrphans();
     if (state == OverviewFile::State::Settled)
-        return State::Good;
+        return syncBins() ? State::Good : State::Unreadable;
     buryDeadRows();
     m_overviews.recount();
     note(u"%1: the last run ended before its changes were safe; what was whole is kept"_s.arg(m_directory));
@@ -87,7 +89,9 @@ quint32 GroupFiles::append(QByteArrayView text, const Summary &summary)
 
 quint32 GroupFiles::appendCopy(GroupFiles &source, int sourceGroup, const Overview &original)
 {
-    const QByteArray data = source.bin(original.bin()).readStored(original.position());
+    const QByteArray data = source.liesAt(original, original.position())
+                                ? source.bin(original.bin()).readStored(original.position())
+                                : QByteArray();
     if (data.size() != qsizetype(original.storedLength())) {
         source.readMessage(original); // says what is wrong
         return 0;
@@ -101,7 +105,7 @@ quint32 GroupFiles::appendCopy(GroupFiles &source, int sourceGroup, const Overvi
 /// Enters a message whose text is in its bin into the overviews.
 quint32 GroupFiles::enter(Overview overview, const HeaderTexts &texts)
 {
-    const HeaderCache::Place place = cacheTexts(overview.bin(), texts);
+    const HeaderCache::Place place = cacheTexts(overview.bin(), texts, overview.textCrc());
     overview.setCachePlace(place.position, place.length);
     if (m_overviews.append(overview))
         return overview.article();
@@ -143,29 +147,54 @@ void GroupFiles::buryDeadRows()
 QByteArray GroupFiles::readMessage(const Overview &overview)
 {
     BinFile &file = bin(overview.bin());
-    const std::optional<Overview> header = file.headerAt(overview.position());
-    if (header && header->article() != overview.article()) {
-        // Another message lies there. Beside a running window that only means that it tidied up meanwhile.
-        if (m_writable) {
-            markForRepair();
-            report(ReportLevel::Warning, "Message has invalid header in bin file");
-            return {};
-        }
-        file.close();
-    }
-    return file.readMessage(overview.position());
+    if (liesAt(overview, overview.position()))
+        return file.readMessage(overview.position());
+    if (const std::optional<quint32> place = newPlaceOf(overview))
+        return file.readMessage(*place);
+    if (!file.headerAt(overview.position()))
+        return file.readMessage(overview.position()); // says what is wrong
+    markForRepair();
+    report(ReportLevel::Warning, "Message has invalid header in bin file");
+    return {};
+}
+
+bool GroupFiles::liesAt(const Overview &overview, quint32 position)
+{
+    const std::optional<Overview> header = bin(overview.bin()).headerAt(position);
+    return header && header->article() == overview.article();
+}
+
+/// Where a record is by now that a compaction moved: one of a running window, or one that could not write all
+/// of the new positions.
+std::optional<quint32> GroupFiles::newPlaceOf(const Overview &overview)
+{
+    if (!m_writable)
+        bin(overview.bin()).close(); // another file may have its name now
+    if (const auto place = BinCompactor::newPlace(m_directory, overview.bin(), overview.article());
+        place && liesAt(overview, *place))
+        return place;
+    if (m_writable)
+        return {};
+    // The rows of the file that is open may be those of one that was replaced.
+    OverviewFile now(m_directory);
+    now.open(false);
+    const int row = now.isOpen() ? now.rowOf(overview.article()) : -1;
+    if (row < 0 || now.row(row).isDead() || !liesAt(overview, now.row(row).position()))
+        return {};
+    return now.row(row).position();
 }
 
 HeaderTexts GroupFiles::texts(const Overview &overview)
 {
-    if (const auto texts = cache(overview.bin()).read({overview.cachePosition(), overview.cacheLength()}))
+    const HeaderCache::Place known = {overview.cachePosition(), overview.cacheLength()};
+    if (const auto texts = cache(overview.bin()).read(known, overview.textCrc()))
         return *texts;
     const QByteArray text = readMessage(overview);
     const HeaderTexts made = summaryOf(Message(text), overview.arrival()).texts;
     const int row = m_writable ? m_overviews.rowOf(overview.article()) : -1;
     if (row >= 0 && !text.isNull()) {
         Overview mended = m_overviews.row(row);
-        const HeaderCache::Place place = cacheTexts(overview.bin(), made);
+        const HeaderCache::Place place = cacheTexts(overview.bin(), made, overview.textCrc());
         mended.setCachePlace(place.position, place.length);
         if (place.length > 0 && !m_overviews.change(row, mended))
             note(u"%1: the header cache of article %2 could not be renewed"_s.arg(m_directory)
@@ -176,9 +205,7 @@ HeaderTexts GroupFiles::texts(const Overview &overview)
 
 bool GroupFiles::sync()
 {
-    const bool binsSafe =
-        std::all_of(m_bins.begin(), m_bins.end(), [](auto &entry) { return entry.second.sync(); });
-    if (!binsSafe)
+    if (!syncBins())
         return false;
     if (m_overviews.sync())
         return true;
@@ -186,15 +213,27 @@ bool GroupFiles::sync()
     return false;
 }
 
+bool GroupFiles::syncBins()
+{
+    return std::all_of(m_bins.begin(), m_bins.end(), [](auto &entry) { return entry.second.sync(); });
+}
+
 qint64 GroupFiles::liveSize(int bin) const
 {
-    qint64 size = 0;
+    const std::map<int, qint64> sizes = liveSizes();
+    const auto found = sizes.find(bin);
+    return found == sizes.end() ? 0 : found->second;
+}
+
+std::map<int, qint64> GroupFiles::liveSizes() const
+{
+    std::map<int, qint64> sizes;
     for (int row = 0; row < m_overviews.rowCount(); ++row) {
         const Overview &overview = m_overviews.row(row);
-        if (overview.bin() == bin && !overview.isDead())
-            size += kHeaderSize + overview.storedLength();
+        if (!overview.isDead())
+            sizes[overview.bin()] += kHeaderSize + overview.storedLength();
     }
-    return size;
+    return sizes;
 }
 
 std::vector<int> GroupFiles::bins() const
@@ -241,8 +280,10 @@ bool GroupFiles::takeMoves(int bin, const std::vector<Move> &moves)
             ++move;
         if (move != moves.end() && move->article == overview.article())
             overview.setPosition(move->position);
-        else
+        else if (overview.isDead())
             overview.setGone();
+        else
+            continue; // it came after the compaction
         if (!m_overviews.change(row, overview))
             return false;
     }
@@ -252,6 +293,17 @@ bool GroupFiles::takeMoves(int bin, const std::vector<Move> &moves)
 void GroupFiles::forgetBin(int bin)
 {
     m_bins.erase(bin);
+}
+
+bool GroupFiles::removeBin(int bin)
+{
+    // The rows let go first: they must not point into a later bin of the same number.
+    if (!syncBins() || !takeMoves(bin, {}))
+        return false;
+    m_bins.erase(bin);
+    m_caches.erase(bin);
+    QFile::remove(cachePath(m_directory, bin));
+    return QFile::remove(binPath(m_directory, bin));
 }
 
 bool GroupFiles::rewriteOverviews(const std::vector<Overview> &overviews, quint32 nextArticle)
@@ -278,16 +330,47 @@ bool GroupFiles::finishCompactions()
     const QStringList leftovers = QDir(m_directory).entryList({u"Bin*.moved"_s, u"Bin*~"_s}, QDir::Files);
     bool good = true;
     for (const QString &name : leftovers) {
-        if (!name.endsWith(u".moved"))
+        const int number = name.endsWith(u".moved") ? name.sliced(3).chopped(6).toInt() : -1;
+        if (number < 0 || !binPath({}, number).endsWith(name.chopped(6)))
             continue;
-        const int number = name.sliced(3).chopped(6).toInt();
         good = BinCompactor::finishInterrupted(*this, number) && good;
     }
-    for (const QString &name : leftovers) {
-        if (name.endsWith(u'~'))
-            QFile::remove(m_directory + u'/' + name);
-    }
+    if (!leftovers.isEmpty() && good)
+        dropCompactions();
     return good;
+}
+
+void GroupFiles::dropCompactions()
+{
+    // ".moved" first: without its "~" it would tell of a bin that has been replaced.
+    for (const QString &pattern : {u"Bin*.moved"_s, u"Bin*~"_s}) {
+        const QStringList names = QDir(m_directory).entryList({pattern}, QDir::Files);
+        for (const QString &name : names)
+            QFile::remove(m_directory + u'/' + name);
+        if (!names.isEmpty())
+            syncDirectoryOf(m_overviews.path());
+    }
+}
+
+/// Rows that were not safe yet, and whose texts a power cut took.
+void GroupFiles::dropUnwritten()
+{
+    for (int row = m_overviews.settledRows(); row < m_overviews.rowCount(); ++row) {
+        Overview overview = m_overviews.row(row);
+        if (overview.isDead())
+            continue;
+        const FileHandle file(binPath(m_directory, overview.bin()), FileHandle::Mode::Read);
+        const QByteArray text = file.isOpen() && liesAt(overview, overview.position())
+                                    ? readMessageData(file, overview.position(), overview, true)
+                                    : QByteArray();
+        if (!text.isNull() && crc32Of(text) == overview.textCrc())
+            continue;
+        overview.setGone();
+        if (m_overviews.change(row, overview))
+            note(u"%1: article %2 was being stored when the machine stopped, and was dropped"_s
+                     .arg(m_directory)
+                     .arg(overview.article()));
+    }
 }
 
 /// Records behind the last overview of their bin were being stored when the program died. Nobody was told
@@ -303,17 +386,26 @@ void GroupFiles::killOrphans()
         end = qMax(end, qint64(overview.position()) + kHeaderSize + overview.storedLength());
     }
     for (const int number : bins()) {
-        if (bin(number).size() <= ends[number])
-            continue;
-        const FileHandle file(binPath(m_directory, number), FileHandle::Mode::Read);
-        BinScanner scanner(file, ends[number]);
-        BinScanner::Record record;
-        while (scanner.next(record)) {
-            if (!record.header.isDead() && bin(number).markDead(quint32(record.position)))
-                note(u"%1: a message that was being stored in bin %2 was dropped"_s.arg(m_directory)
-                         .arg(number));
-        }
+        if (bin(number).size() > ends[number])
+            killOrphansBehind(number, ends[number]);
     }
+}
+
+/// Kills the whole records from @p end on. What follows them is one that was torn, and goes: it would swallow
+/// the next when the bin is scanned.
+void GroupFiles::killOrphansBehind(int number, qint64 end)
+{
+    BinFile &file = bin(number);
+    const qint64 size = file.size();
+    std::optional<Overview> header = file.headerAt(quint32(end));
+    while (header && end + kHeaderSize + header->storedLength() <= size) {
+        if (!header->isDead() && file.markDead(quint32(end)))
+            note(u"%1: a message that was being stored in bin %2 was dropped"_s.arg(m_directory).arg(number));
+        end += kHeaderSize + header->storedLength();
+        header = file.headerAt(quint32(qMin(end, kLargestBin)));
+    }
+    if (end < size && file.cut(end))
+        note(u"%1: the torn end of bin %2 was cut off"_s.arg(m_directory).arg(number));
 }
 
 int GroupFiles::binForAppending()

@@ -42,6 +42,7 @@ public:
 
     /// Set when a record was not where its overview said.
     bool needsRepair() const { return m_needsRepair; }
+    void suspect() { m_needsRepair = true; }
 
     const OverviewFile &overviews() const { return m_overviews; }
 
@@ -57,6 +58,8 @@ public:
     /// Marks @p row dead, here and in its bin.
     bool kill(int row);
 
+    /// The text; null after a report. Beside another process the record is looked up again when it is no
+    /// longer where @p overview says.
     QByteArray readMessage(const Overview &overview);
 
     /// The texts from the header cache; made again from the message where they are damaged.
@@ -64,8 +67,9 @@ public:
 
     [[nodiscard]] bool sync();
 
-    /// Bytes of the live records in @p bin, headers included.
+    /// Bytes of the live records in @p bin, headers included, and the same of every bin in one pass.
     qint64 liveSize(int bin) const;
+    std::map<int, qint64> liveSizes() const;
 
     /// The numbers of the bins that exist, ascending.
     std::vector<int> bins() const;
@@ -79,7 +83,7 @@ public:
     void release(int bin) { m_held.erase(bin); }
 
     /// Puts the new positions of a compacted bin into the overviews: article and position of each message
-    /// that is left in it, articles rising. The rows of the others no longer have a record.
+    /// that is left in it, articles rising. The dead rows of the others no longer have a record.
     struct Move
     {
         quint32 article;
@@ -90,11 +94,23 @@ public:
     /// Closes the bin's file, because another one takes its place.
     void forgetBin(int bin);
 
+    /// Deletes a bin in which nothing is alive, and its header cache.
+    [[nodiscard]] bool removeBin(int bin);
+
     /// Puts @p overviews in the place of all there are.
     [[nodiscard]] bool rewriteOverviews(const std::vector<Overview> &overviews, quint32 nextArticle);
 
     /// Stores the texts that a list shows; the place goes into the overview.
-    HeaderCache::Place cacheTexts(int bin, const HeaderTexts &texts) { return cache(bin).append(texts); }
+    HeaderCache::Place cacheTexts(int bin, const HeaderTexts &texts, quint32 textCrc)
+    {
+        return cache(bin).append(texts, textCrc);
+    }
+
+    /// Forces the bins alone to the disk.
+    [[nodiscard]] bool syncBins();
+
+    /// Deletes what an interrupted compaction left, when the overviews need it no more.
+    void dropCompactions();
 
     void recount() { m_overviews.recount(); }
 
@@ -107,7 +123,11 @@ private:
 
     State recover(OverviewFile::State state);
     bool finishCompactions();
+    void dropUnwritten();
     void killOrphans();
+    void killOrphansBehind(int bin, qint64 end);
+    bool liesAt(const Overview &overview, quint32 position);
+    std::optional<quint32> newPlaceOf(const Overview &overview);
     quint32 enter(Overview overview, const HeaderTexts &texts);
     void bury(const Overview &overview);
     void buryDeadRows();

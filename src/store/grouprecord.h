@@ -47,6 +47,8 @@ struct GroupRecord
     quint32 flags = 0;
     quint32 options = 0;
     int account = 0; ///< number of the account it belongs to; 0: none
+
+    bool operator==(const GroupRecord &) const = default;
 };
 
 /// The words of a kind and a role, and back; an unknown word is a folder, or no role.

@@ -20,6 +20,26 @@ quint64 placeOf(int bin, quint32 position)
     return quint64(bin) << 32 | position;
 }
 
+constexpr quint32 kNoArticle = 0xfffffff0; ///< from here on it cannot be a number that was given
+
+bool isSameText(const Overview &a, const Overview &b)
+{
+    return a.textCrc() == b.textCrc() && a.unpackedLength() == b.unpackedLength();
+}
+
+bool isSameMessage(const Overview &known, const Overview &header)
+{
+    return known.article() == header.article() || isSameText(known, header);
+}
+
+/// Whether a record's header says what the overview says of it.
+bool agrees(const Overview &known, const Overview &header)
+{
+    return known.article() == header.article() && isSameText(known, header) &&
+           known.storedLength() == header.storedLength() && known.isDead() == header.isDead() &&
+           known.has(Mark::Compressed) == header.has(Mark::Compressed);
+}
+
 } // namespace
 
 GroupRepair::GroupRepair(GroupFiles &files)
@@ -32,7 +52,7 @@ GroupRepair::GroupRepair(GroupFiles &files)
     for (std::size_t i = 0; i < m_known.size(); ++i) {
         if (!m_known[i].isGone())
             m_places.insert(placeOf(m_known[i].bin(), m_known[i].position()), i);
-        m_nextArticle = qMax(m_nextArticle, m_known[i].article() + 1);
+        reserve(m_known[i].article());
     }
     if (m_files.overviews().isOpen())
         m_nextArticle = qMax(m_nextArticle, m_files.overviews().nextArticle());
@@ -84,23 +104,54 @@ bool GroupRepair::openNextBin()
 void GroupRepair::take(const BinScanner::Record &record)
 {
     const auto place = m_places.constFind(placeOf(m_bin, quint32(record.position)));
-    if (place != m_places.constEnd() && m_known[*place].article() == record.header.article()) {
-        m_seen[*place] = record.isWhole;
-        if (m_known[*place].isDead() && !record.header.isDead())
-            m_files.bin(m_bin).markDead(quint32(record.position));
+    if (place != m_places.constEnd() && isSameMessage(m_known[*place], record.header))
+        return takeKnown(*place, record);
+    if (takeMoved(record))
+        return;
+    if (record.header.isDead()) {
+        // Its own length may be torn or damaged; then it must not hide what lies behind its beginning.
+        if (!record.isWhole || !m_scanner->endsWell())
+            m_scanner->notARecord();
+        else if (qint64(record.header.position()) == record.position)
+            reserve(record.header.article());
         return;
     }
-    if (record.isWhole && record.header.isDead())
-        return;
     if (std::optional<Overview> overview = recovered(record))
         m_found.push_back(*overview);
     else
         m_scanner->notARecord();
 }
 
+/// An intact overview is right where its record's header is not: the overview alone has a check word.
+void GroupRepair::takeKnown(std::size_t index, const BinScanner::Record &record)
+{
+    const Overview &known = m_known[index];
+    const qint64 end = record.position + kHeaderSize + known.storedLength();
+    m_seen[index] = end <= m_scanner->size();
+    if (!m_seen[index])
+        return m_scanner->goOnAt(record.position + 1);
+    m_scanner->goOnAt(end);
+    if (!agrees(known, record.header))
+        m_files.bin(m_bin).rewriteHeader(known);
+}
+
+/// A record that a compaction put elsewhere before the overviews could tell.
+bool GroupRepair::takeMoved(const BinScanner::Record &record)
+{
+    const auto known = std::lower_bound(
+        m_known.begin(), m_known.end(), record.header.article(),
+        [](const Overview &overview, quint32 article) { return overview.article() < article; });
+    if (known == m_known.end() || known->article() != record.header.article() || known->bin() != m_bin ||
+        !record.isWhole || !isSameText(*known, record.header) ||
+        known->storedLength() != record.header.storedLength())
+        return false;
+    m_moved.insert(std::size_t(known - m_known.begin()), quint32(record.position));
+    return true;
+}
+
 /// The overview of a live record that none of the intact ones speaks of; empty when its bytes only look like
 /// a record. Behind a damaged stretch the position in the header may be off, but then the text's CRC must
-/// fit.
+/// fit; a text that something wrote into is kept where its record lies as it should.
 std::optional<Overview> GroupRepair::recovered(const BinScanner::Record &record)
 {
     const Overview &header = record.header;
@@ -109,7 +160,7 @@ std::optional<Overview> GroupRepair::recovered(const BinScanner::Record &record)
     const QByteArray text = readMessageData(m_file, record.position, header, true);
     if (text.isNull())
         return {};
-    const bool inPlace = qint64(header.position()) == record.position;
+    const bool inPlace = qint64(header.position()) == record.position && m_scanner->endsWell();
     const bool crcFits = header.version() == Overview::kVersion && header.textCrc() == crc32Of(text);
     if (!inPlace && !crcFits)
         return {};
@@ -127,50 +178,88 @@ std::optional<Overview> GroupRepair::recovered(const BinScanner::Record &record)
     }
     overview.setBin(m_bin);
     overview.setPosition(quint32(record.position));
-    const HeaderCache::Place cached = m_files.cacheTexts(m_bin, summary.texts);
+    overview.setTextCrc(crc32Of(text));
+    const HeaderCache::Place cached = m_files.cacheTexts(m_bin, summary.texts, overview.textCrc());
     overview.setCachePlace(cached.position, cached.length);
     return overview;
 }
 
-bool GroupRepair::finish()
+/// Whether the text of a known message that the scan has not met is there all the same, behind a header that
+/// lost its first bytes, or at a new place.
+bool GroupRepair::findText(std::size_t index)
 {
-    std::vector<Overview> all;
-    QSet<quint32> used;
+    Overview &known = m_known[index];
+    if (const auto moved = m_moved.constFind(index); moved != m_moved.constEnd())
+        known.setPosition(*moved);
+    const FileHandle file(binPath(m_files.directory(), known.bin()), FileHandle::Mode::Read);
+    const QByteArray text =
+        file.isOpen() ? readMessageData(file, known.position(), known, true) : QByteArray();
+    return !text.isNull() && crc32Of(text) == known.textCrc() &&
+           m_files.bin(known.bin()).rewriteHeader(known);
+}
+
+void GroupRepair::keepKnown(std::vector<Overview> &all)
+{
     for (std::size_t i = 0; i < m_known.size(); ++i) {
         Overview &overview = m_known[i];
-        used.insert(overview.article());
-        if (m_seen[i] || overview.isDead()) {
-            if (!m_seen[i])
-                overview.setGone();
-            all.push_back(overview);
-            m_kept += overview.isDead() ? 0 : 1;
-        } else {
+        const bool isDead = overview.isDead();
+        if (const auto moved = m_moved.constFind(i); moved != m_moved.constEnd() && (m_seen[i] || isDead))
+            m_files.bin(overview.bin()).markDead(*moved);
+        if (!m_seen[i] && isDead) {
+            overview.setGone();
+        } else if (!m_seen[i] && !findText(i)) {
             ++m_lost;
             note(u"%1: the text of article %2 is in no bin; its entry was dropped"_s.arg(m_files.directory())
                      .arg(overview.article()));
+            continue;
         }
+        all.push_back(overview);
+        m_kept += isDead ? 0 : 1;
     }
+}
+
+void GroupRepair::addFound(std::vector<Overview> &all)
+{
+    QSet<quint32> used;
+    for (const Overview &overview : m_known) // those that were dropped as well: no number is given twice
+        used.insert(overview.article());
     for (const Overview &overview : m_found)
-        m_nextArticle = qMax(m_nextArticle, overview.article() < 0xfffffff0 ? overview.article() + 1 : 1);
+        reserve(overview.article());
     for (Overview &overview : m_found) {
-        if (overview.article() == 0 || overview.article() >= 0xfffffff0 || used.contains(overview.article()))
+        if (overview.article() == 0 || overview.article() >= kNoArticle || used.contains(overview.article()))
             overview.setArticle(m_nextArticle++);
         used.insert(overview.article());
         all.push_back(overview);
         m_files.bin(overview.bin()).rewriteHeader(overview);
         ++m_recovered;
     }
+}
+
+void GroupRepair::reserve(quint32 article)
+{
+    if (article < kNoArticle)
+        m_nextArticle = qMax(m_nextArticle, article + 1);
+}
+
+bool GroupRepair::finish()
+{
+    std::vector<Overview> all;
+    keepKnown(all);
+    addFound(all);
     std::sort(all.begin(), all.end(),
               [](const Overview &a, const Overview &b) { return a.article() < b.article(); });
+    if (!m_files.syncBins()) // the headers first: the overviews must find them as they say
+        return false;
     if (!m_files.rewriteOverviews(all, m_nextArticle)) {
         report(ReportLevel::Warning, "Unable to write group overview file");
         return false;
     }
+    m_files.dropCompactions();
     note(u"%1 was repaired: %2 messages kept, %3 recovered from the bins, %4 lost, %5 bytes skipped"_s
              .arg(m_files.directory())
              .arg(m_kept)
              .arg(m_recovered)
              .arg(m_lost)
              .arg(m_skipped));
-    return m_files.sync();
+    return true;
 }

@@ -28,6 +28,12 @@ public:
 
 private:
     void take(const BinScanner::Record &record);
+    void takeKnown(std::size_t index, const BinScanner::Record &record);
+    bool takeMoved(const BinScanner::Record &record);
+    bool findText(std::size_t index);
+    void keepKnown(std::vector<Overview> &all);
+    void addFound(std::vector<Overview> &all);
+    void reserve(quint32 article);
     bool openNextBin();
     std::optional<Overview> recovered(const BinScanner::Record &record);
     bool finish();
@@ -38,8 +44,9 @@ private:
     std::unique_ptr<BinScanner> m_scanner;
     int m_bin = -1;
     QHash<quint64, std::size_t> m_places; ///< bin and position to index in m_known
-    std::vector<Overview> m_known;
+    std::vector<Overview> m_known;        ///< articles rising
     std::vector<bool> m_seen;
+    QHash<std::size_t, quint32> m_moved; ///< index in m_known to the position where it was met instead
     std::vector<Overview> m_found;
     quint32 m_nextArticle = 1;
     int m_kept = 0;

@@ -71,6 +71,16 @@ GroupRecord recordOf(const QString &line)
     return record;
 }
 
+/// A name that could be written by hand only: "/" and control characters would put it out of reach.
+QString cleanedName(QString name)
+{
+    for (QChar &c : name) {
+        if (c == u'/' || c.category() == QChar::Other_Control)
+            c = u'_';
+    }
+    return name.trimmed();
+}
+
 } // namespace
 
 GroupsFile::GroupsFile()
@@ -89,7 +99,8 @@ GroupsFile::Contents GroupsFile::read()
                 qMax(contents.nextNumber, line.sliced(qsizetype(sizeof kCounterKey) - 1).toInt());
             continue;
         }
-        const GroupRecord record = recordOf(line);
+        GroupRecord record = recordOf(line);
+        record.name = cleanedName(record.name);
         if (record.number <= 0 || record.name.isEmpty() || numbers.contains(record.number)) {
             note(u"Groups/Index: a line that is no group was skipped: %1"_s.arg(line));
             continue;

@@ -7,6 +7,7 @@
 #include "config/settings.h"
 #include "message/message.h"
 #include "store/bincompactor.h"
+#include "store/movejournal.h"
 #include "store/summary.h"
 
 #include <QDir>
@@ -22,6 +23,7 @@ namespace {
 constexpr qint64 kSecondsBetweenIndexSaves = 300;
 
 const QString kRunningName = u"Groups/Running"_s;
+const QString kRemovedMark = u"/Removed"_s; ///< in the directory of a group
 
 QString directoryOf(int number)
 {
@@ -57,11 +59,15 @@ bool GroupStore::load()
     m_nextNumber = contents.nextNumber;
     for (const GroupRecord &record : contents.records)
         enter(record);
-    m_changed =
-        contents.outcome != ListFile::Outcome::Whole && contents.outcome != ListFile::Outcome::Unreadable;
+    if (contents.outcome == ListFile::Outcome::Whole)
+        m_saved = contents.records;
+    const bool mayWrite = contents.outcome != ListFile::Outcome::Unreadable;
     adoptStrayDirectories();
     straightenParents();
     makeRoleGroups();
+    if (!mayWrite)
+        m_saved = records(); // it was told already; nothing is written over what may be whole
+    saveTree();
     m_unclean = noteUncleanEnd();
     finishMove();
     updateIndex();
@@ -74,13 +80,7 @@ bool GroupStore::save(bool force)
     bool saved = true;
     for (const auto &group : m_groups)
         saved = group->flush() && saved;
-    if (m_changed) {
-        std::vector<GroupRecord> records;
-        for (const auto &group : m_groups)
-            records.push_back(group->record());
-        m_changed = !m_file.write(m_nextNumber, records);
-        saved = !m_changed && saved;
-    }
+    saved = saveTree() && saved;
     if (force || clockSeconds() - m_lastIndexSave >= kSecondsBetweenIndexSaves) {
         m_lastIndexSave = clockSeconds();
         QHash<int, quint64> generations;
@@ -89,6 +89,25 @@ bool GroupStore::save(bool force)
         saved = m_index.save(generations) && saved;
     }
     return saved;
+}
+
+bool GroupStore::saveTree()
+{
+    std::vector<GroupRecord> now = records();
+    if (now == m_saved)
+        return true;
+    if (!m_file.write(m_nextNumber, now))
+        return false;
+    m_saved = std::move(now);
+    return true;
+}
+
+std::vector<GroupRecord> GroupStore::records() const
+{
+    std::vector<GroupRecord> records;
+    for (const auto &group : m_groups)
+        records.push_back(group->record());
+    return records;
 }
 
 bool GroupStore::close()
@@ -170,7 +189,6 @@ Group *GroupStore::make(const QString &path, GroupKind kind)
             record.kind = i + 1 == levels.size() ? kind : GroupKind::Folder;
             record.parent = group ? group->number() : 0;
             existing = enter(record);
-            m_changed = true;
             emit groupAdded(existing);
         }
         group = existing;
@@ -189,32 +207,71 @@ bool GroupStore::rename(Group &group, const QString &name)
     GroupRecord record = group.record();
     record.name = name;
     group.setRecord(record);
-    m_changed = true;
     emit groupChanged(&group);
     return true;
 }
 
 bool GroupStore::remove(Group &group)
 {
-    if (group.role() != GroupRole::None)
+    const std::vector<Group *> all = withDescendants(group);
+    if (std::any_of(all.begin(), all.end(), [](Group *one) { return one->role() != GroupRole::None; }))
         return false;
-    const int number = group.number();
-    for (Group *child : children(number)) {
-        if (!remove(*child))
-            return false;
+    // Each directory is marked before the groups file forgets it, so that after a crash it is known whether
+    // its mail was to go or has lost its place in the list.
+    std::vector<GroupRecord> left = records();
+    bool marked = true;
+    for (const Group *one : all) {
+        const QString directory = directoryOf(one->number());
+        marked =
+            (!QFile::exists(directory) || writeReplacing(directory + kRemovedMark, "removed\n")) && marked;
+        std::erase_if(left, [one](const GroupRecord &record) { return record.number == one->number(); });
     }
-    // The groups file first: a group that is listed must have its files.
-    m_index.removeGroup(number);
-    const auto found = std::find_if(m_groups.begin(), m_groups.end(),
-                                    [&](const auto &owned) { return owned.get() == &group; });
-    const std::unique_ptr<Group> removed = std::move(*found);
-    m_groups.erase(found);
-    m_changed = true;
-    if (!save(false))
+    if (!marked || !m_file.write(m_nextNumber, left)) {
+        for (const Group *one : all)
+            QFile::remove(directoryOf(one->number()) + kRemovedMark);
+        if (!marked)
+            report(ReportLevel::Warning, "Unable to write groups file");
         return false;
-    removed->close();
-    QDir(directoryOf(number)).removeRecursively();
-    emit groupRemoved(number);
+    }
+    m_saved = std::move(left);
+    for (Group *one : all) {
+        const int number = one->number();
+        m_index.removeGroup(number);
+        const auto found = std::find_if(m_groups.begin(), m_groups.end(),
+                                        [one](const auto &owned) { return owned.get() == one; });
+        const std::unique_ptr<Group> removed = std::move(*found);
+        m_groups.erase(found);
+        removed->close();
+        finishRemoval(number);
+        emit groupRemoved(number);
+    }
+    return true;
+}
+
+/// The group and all below it, the lowest first.
+std::vector<Group *> GroupStore::withDescendants(Group &group) const
+{
+    std::vector<Group *> all = {&group};
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const std::vector<Group *> below = children(all[i]->number());
+        all.insert(all.end(), below.begin(), below.end());
+    }
+    std::reverse(all.begin(), all.end());
+    return all;
+}
+
+/// Deletes the directory of a group that was removed; the mark goes last. False when it has none.
+bool GroupStore::finishRemoval(int number)
+{
+    QDir directory(directoryOf(number));
+    if (!directory.exists(kRemovedMark.sliced(1)))
+        return false;
+    const QStringList names = directory.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString &name : names) {
+        if (name != kRemovedMark.sliced(1))
+            directory.remove(name);
+    }
+    directory.removeRecursively();
     return true;
 }
 
@@ -223,7 +280,6 @@ void GroupStore::setOptions(Group &group, quint32 options)
     GroupRecord record = group.record();
     record.options = options;
     group.setRecord(record);
-    m_changed = true;
     emit groupChanged(&group);
 }
 
@@ -245,17 +301,21 @@ Articles GroupStore::copy(Group &source, const Articles &articles, Group &target
 
 Articles GroupStore::move(Group &source, const Articles &articles, Group &target)
 {
-    if (&source == &target || articles.empty() || !writeMoveJournal(source, articles, target))
+    if (&source == &target || articles.empty() || !saveTree() || !beginMove(source, articles, target))
         return {};
     Articles copied;
     const Articles arrived = copyAll(source, articles, target, &copied);
     // Only what is safe over there may go here.
-    if (!target.flush())
+    if (!target.flush()) {
+        dropFromIndex(target, arrived);
+        target.remove(arrived);
+        MoveJournal::remove();
         return {};
+    }
     dropFromIndex(source, copied);
     if (!source.remove(copied) || !source.flush())
-        return arrived; // the journal stays: the next start completes it
-    QFile::remove(configPathOf(u"Groups/Moving"_s));
+        return arrived; // the journal stays: the next move, or the next start, completes it
+    MoveJournal::remove();
     return arrived;
 }
 
@@ -293,16 +353,19 @@ bool GroupStore::compactBin(Group &group, int bin)
 
 void GroupStore::rebuildIndex()
 {
-    for (const auto &group : m_groups) {
-        m_index.removeGroup(group->number());
+    m_index.clear();
+    for (const auto &group : m_groups)
         indexGroup(*group);
-    }
 }
 
 Articles GroupStore::copyAll(Group &source, const Articles &articles, Group &target, Articles *copied)
 {
     Articles arrived;
+    QSet<quint32> taken;
     for (const quint32 article : articles) {
+        if (taken.contains(article))
+            continue;
+        taken.insert(article);
         const std::optional<Overview> overview = source.overview(article);
         const quint32 number = overview ? target.addCopy(source, *overview) : 0;
         if (number == 0)
@@ -319,6 +382,7 @@ Group *GroupStore::enter(const GroupRecord &record)
 {
     m_groups.push_back(std::make_unique<Group>(record, directoryOf(record.number)));
     Group *group = m_groups.back().get();
+    group->setRepairsItself(m_repairsItself);
     connect(group, &Group::rowsReset, this, [this, group] {
         m_index.removeGroup(group->number());
         indexGroup(*group);
@@ -334,17 +398,22 @@ void GroupStore::makeRoleGroups()
         GroupRecord record = claimant->record(); // two claim it: it stays with the first
         record.role = GroupRole::None;
         claimant->setRecord(record);
-        m_changed = true;
     }
     for (int role = int(GroupRole::Inbox); role <= int(GroupRole::Junk); ++role) {
         if (group(GroupRole(role)))
             continue;
         GroupRecord record;
-        record.number = m_nextNumber++;
         record.name = QString::fromLatin1(kGroupRoles[std::size_t(role)].name);
+        Group *namesake = find(record.name);
+        if (namesake && namesake->role() == GroupRole::None && namesake->kind() == GroupKind::Folder) {
+            record = namesake->record(); // its line lost the role
+            record.role = GroupRole(role);
+            namesake->setRecord(record);
+            continue;
+        }
+        record.number = m_nextNumber++;
         record.role = GroupRole(role);
         enter(record);
-        m_changed = true;
     }
 }
 
@@ -355,15 +424,23 @@ void GroupStore::adoptStrayDirectories()
     for (const QString &name : names) {
         bool isNumber = false;
         const int number = name.toInt(&isNumber);
-        if (!isNumber || number <= 0 || QString::number(number) != name || group(number) ||
-            QDir(directoryOf(number)).entryList({u"Bin*"_s}, QDir::Files).isEmpty())
+        if (!isNumber || number <= 0 || QString::number(number) != name)
+            continue;
+        if (group(number)) { // a removal that did not get as far as the groups file
+            if (storeAccess() == StoreAccess::ReadWrite)
+                QFile::remove(directoryOf(number) + kRemovedMark);
+            continue;
+        }
+        m_nextNumber = qMax(m_nextNumber, number + 1);
+        if (storeAccess() == StoreAccess::ReadWrite ? finishRemoval(number)
+                                                    : QFile::exists(directoryOf(number) + kRemovedMark))
+            continue;
+        if (QDir(directoryOf(number)).entryList({u"Bin*"_s}, QDir::Files).isEmpty())
             continue;
         GroupRecord record;
         record.number = number;
         record.name = u"Recovered %1"_s.arg(number);
         enter(record);
-        m_nextNumber = qMax(m_nextNumber, number + 1);
-        m_changed = true;
         note(u"Groups/%1 holds mail and stands in no list: it is shown as '%2'"_s.arg(name, record.name));
     }
 }
@@ -381,7 +458,6 @@ void GroupStore::straightenParents()
         GroupRecord record = group->record();
         record.parent = 0;
         group->setRecord(record);
-        m_changed = true;
         note(u"Group '%1' had no place in the tree and was put at its top"_s.arg(record.name));
     }
 }
@@ -403,53 +479,58 @@ bool GroupStore::noteUncleanEnd()
     return true;
 }
 
-bool GroupStore::writeMoveJournal(const Group &source, const Articles &articles, const Group &target)
+bool GroupStore::beginMove(Group &source, const Articles &articles, Group &target)
 {
-    QByteArray journal =
-        QByteArray::number(source.number()) + ' ' + QByteArray::number(target.number()) + '\n';
-    for (const quint32 article : articles)
-        journal += QByteArray::number(article) + '\n';
-    if (writeReplacing(configPathOf(u"Groups/Moving"_s), journal + "end\n"))
+    if (target.open() == Group::Opened::NeedsRepair)
+        target.rowCount(); // repairs it
+    if (!target.isOpen() || !finishMove()) {
+        report(ReportLevel::Warning, "Unable to open group '%s'", qUtf8Printable(target.name()));
+        return false;
+    }
+    if (MoveJournal::write({source.number(), target.number(), target.files().overviews().nextArticle(),
+                            QSet<quint32>(articles.begin(), articles.end())}))
         return true;
     report(ReportLevel::Warning, "Unable to write groups file");
     return false;
 }
 
-/// Completes a move that a crash cut short: what arrived in the target is marked dead in the source.
-void GroupStore::finishMove()
+/// Completes a move that was cut short: what arrived in the target is marked dead in the source. False: it
+/// could not be.
+bool GroupStore::finishMove()
 {
-    QFile file(configPathOf(u"Groups/Moving"_s));
-    if (storeAccess() == StoreAccess::ReadOnly || !file.open(QIODevice::ReadOnly))
-        return;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    const QList<QByteArray> numbers = lines.first().split(' ');
-    Group *source = numbers.size() == 2 ? group(numbers[0].toInt()) : nullptr;
-    Group *target = numbers.size() == 2 ? group(numbers[1].toInt()) : nullptr;
+    if (storeAccess() == StoreAccess::ReadOnly || !MoveJournal::exists())
+        return true;
+    const std::optional<MoveJournal::Move> move = MoveJournal::read();
+    Group *source = move ? group(move->source) : nullptr;
+    Group *target = move ? group(move->target) : nullptr;
     if (source && target) {
-        QSet<quint32> wanted;
-        for (const QByteArray &line : lines.sliced(1))
-            wanted.insert(line.toUInt());
         Articles arrived;
         for (int row = 0; row < target->rowCount(); ++row) {
             const Overview &overview = target->row(row);
-            if (!overview.isDead() && int(overview.originGroup()) == source->number() &&
-                wanted.contains(overview.originArticle()))
+            if (overview.article() >= move->firstInTarget &&
+                int(overview.originGroup()) == source->number() &&
+                move->articles.contains(overview.originArticle()))
                 arrived.push_back(overview.originArticle());
         }
-        if (!arrived.empty() && source->remove(arrived))
+        dropFromIndex(*source, arrived);
+        if (!target->flush() || !source->remove(arrived) || !source->flush())
+            return false;
+        if (!arrived.empty())
             note(
                 u"An interrupted move from '%1' to '%2' was completed"_s.arg(source->name(), target->name()));
-        if (!source->flush())
-            return;
     }
-    file.remove();
+    MoveJournal::remove();
+    return true;
 }
 
 void GroupStore::updateIndex()
 {
     m_index.load();
+    if (m_unclean)
+        return rebuildIndex();
     for (const auto &group : m_groups) {
-        if (!m_unclean && m_index.generationOf(group->number()) == group->generation())
+        const quint64 generation = group->generation();
+        if (generation != 0 && m_index.generationOf(group->number()) == generation)
             continue;
         m_index.removeGroup(group->number());
         indexGroup(*group);

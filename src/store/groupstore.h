@@ -30,6 +30,14 @@ public:
     /// the index. False after a report.
     bool save(bool force);
 
+    /// Writes the groups file alone, if it has changed: before messages that came into a new group are told
+    /// of as safe. False after a report.
+    bool saveTree();
+
+    /// Whether damaged groups are repaired at their first use (by default, where `AutoRepairs` says so);
+    /// before load().
+    void setRepairsItself(bool repairs) { m_repairsItself = repairs; }
+
     /// The last save of a run: the next one need not look for what was left half done.
     bool close();
 
@@ -51,7 +59,8 @@ public:
     /// False: the name is empty, holds "/" or control characters, or a sibling has it.
     bool rename(Group &group, const QString &name);
 
-    /// Removes a group with all below it and every message in them. False: it or one below has a role.
+    /// Removes a group with all below it and every message in them. False, and nothing is changed: it or one
+    /// below has a role, or, after a report, the groups file cannot be written.
     bool remove(Group &group);
     void setOptions(Group &group, quint32 options);
     /// @}
@@ -96,20 +105,24 @@ private:
     Group *enter(const GroupRecord &record);
     void makeRoleGroups();
     void adoptStrayDirectories();
+    bool finishRemoval(int number);
     void straightenParents();
     bool noteUncleanEnd();
-    void finishMove();
-    bool writeMoveJournal(const Group &source, const Articles &articles, const Group &target);
+    bool finishMove();
+    bool beginMove(Group &source, const Articles &articles, Group &target);
+    std::vector<Group *> withDescendants(Group &group) const;
     void updateIndex();
     void indexGroup(Group &group);
     void dropFromIndex(Group &group, const Articles &articles);
     Articles copyAll(Group &source, const Articles &articles, Group &target, Articles *copied);
+    std::vector<GroupRecord> records() const;
 
     GroupsFile m_file;
     std::vector<std::unique_ptr<Group>> m_groups;
     MessageIndex m_index;
     int m_nextNumber = 1;
-    bool m_changed = false;
+    std::vector<GroupRecord> m_saved; ///< what the groups file holds
+    bool m_repairsItself = true;
     bool m_unclean = false;
     qint64 m_lastIndexSave = 0;
 };

@@ -9,6 +9,7 @@ namespace {
 
 constexpr qsizetype kLongestText = 32 * 1024;
 constexpr qsizetype kCheckSize = 4;
+constexpr qsizetype kHeadSize = kCheckSize + 4; ///< with the CRC-32 of the message
 constexpr qint64 kLongestRecord = 1024 * 1024;
 
 void appendText(QByteArray &record, const QString &text)
@@ -40,14 +41,15 @@ HeaderCache::HeaderCache(const QString &directory, int number)
     : m_path(BinFormat::cachePath(directory, number))
 {}
 
-HeaderCache::Place HeaderCache::append(const HeaderTexts &texts)
+HeaderCache::Place HeaderCache::append(const HeaderTexts &texts, quint32 textCrc)
 {
     if (!m_writable) {
         m_file = FileHandle(m_path, FileHandle::Mode::ReadWrite);
         m_writable = m_file.isOpen();
         m_end = m_writable ? m_file.size() : -1;
     }
-    QByteArray record(kCheckSize, Qt::Uninitialized);
+    QByteArray record(kHeadSize, Qt::Uninitialized);
+    qToLittleEndian(textCrc, record.data() + kCheckSize);
     for (const QString &text : {texts.from, texts.to, texts.subject, texts.messageId})
         appendText(record, text);
     qToLittleEndian(crc32Of(QByteArrayView(record).sliced(kCheckSize)), record.data());
@@ -58,9 +60,9 @@ HeaderCache::Place HeaderCache::append(const HeaderTexts &texts)
     return place;
 }
 
-std::optional<HeaderTexts> HeaderCache::read(Place place)
+std::optional<HeaderTexts> HeaderCache::read(Place place, quint32 textCrc)
 {
-    if (place.length <= kCheckSize || place.length > kLongestRecord)
+    if (place.length <= kHeadSize || place.length > kLongestRecord)
         return {};
     if (!m_file.isOpen())
         m_file = FileHandle(m_path, FileHandle::Mode::Read);
@@ -68,8 +70,10 @@ std::optional<HeaderTexts> HeaderCache::read(Place place)
     if (!m_file.isOpen() || m_file.readAt(place.position, record.data(), record.size()) != record.size())
         return {};
     QByteArrayView rest = QByteArrayView(record).sliced(kCheckSize);
-    if (qFromLittleEndian<quint32>(record.constData()) != crc32Of(rest))
+    if (qFromLittleEndian<quint32>(record.constData()) != crc32Of(rest) ||
+        qFromLittleEndian<quint32>(rest.data()) != textCrc)
         return {};
+    rest = rest.sliced(kHeadSize - kCheckSize);
     HeaderTexts texts;
     for (QString *text : {&texts.from, &texts.to, &texts.subject, &texts.messageId}) {
         if (!takeText(rest, *text))

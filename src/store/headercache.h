@@ -15,7 +15,8 @@ struct HeaderTexts
     QString messageId; ///< with its angle brackets
 };
 
-/// The header cache that goes with one bin: the texts of its messages back to back, each behind a CRC-32.
+/// The header cache that goes with one bin: the texts of its messages back to back, each behind a
+/// CRC-32 and the CRC-32 of the message it belongs to, so that a stale place never shows another's texts.
 /// What is lost or damaged here is made again from the messages; nothing is ever forced to the disk.
 class HeaderCache
 {
@@ -28,11 +29,12 @@ public:
         quint32 length = 0; ///< 0: nothing was stored
     };
 
-    /// Appends @p texts, long ones shortened to 32 KB. An empty place when that failed.
-    Place append(const HeaderTexts &texts);
+    /// Appends @p texts, long ones shortened to 32 KB, of the message whose text has the CRC-32 @p textCrc.
+    /// An empty place when that failed.
+    Place append(const HeaderTexts &texts, quint32 textCrc);
 
-    /// The texts at @p place; empty when they are damaged or not there.
-    std::optional<HeaderTexts> read(Place place);
+    /// The texts at @p place; empty when they are damaged, another message's or not there.
+    std::optional<HeaderTexts> read(Place place, quint32 textCrc);
 
     /// Forgets the open file, before another one takes the place of this one.
     void close();

@@ -84,7 +84,7 @@ bool Importer::store(const IncomingMessage &message)
     const qint64 arrival = message.arrival.value_or(clockSeconds());
     if (m_store.add(*group, Message(message.text), message.marks, 0, arrival) == 0)
         return false;
-    m_touched.insert(group);
+    m_touched.insert(group->number());
     ++m_waiting;
     m_waitingBytes += message.text.size();
     return m_waitingBytes < kBatchBytes || flush();
@@ -92,8 +92,11 @@ bool Importer::store(const IncomingMessage &message)
 
 bool Importer::flush()
 {
-    for (Group *group : m_touched) {
-        if (!group->flush())
+    if (!m_store.saveTree()) // a group made on the way must be known by its name before its mail is safe
+        return false;
+    for (const int number : m_touched) {
+        Group *group = m_store.group(number);
+        if (group && !group->flush())
             return false;
     }
     m_touched.clear();

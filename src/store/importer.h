@@ -49,7 +49,7 @@ private:
     Group &m_target;
     std::unique_ptr<MessageSource> m_source;
     QString m_reason;
-    std::set<Group *> m_touched;
+    std::set<int> m_touched; ///< numbers: a group may be removed meanwhile
     int m_imported = 0;
     int m_waiting = 0; ///< stored since the last flush
     qint64 m_waitingBytes = 0;

@@ -88,19 +88,23 @@ bool MessageIndex::load()
     if (m_list.load(takeList) == IndexFile::Outcome::Loaded &&
         m_index.load(takeIndex) == IndexFile::Outcome::Loaded)
         return true;
-    m_entries.clear();
     m_generations.clear();
+    clear();
+    return false;
+}
+
+void MessageIndex::clear()
+{
+    m_entries.clear();
     rebuildTable();
     m_changed = true;
-    return false;
 }
 
 bool MessageIndex::save(const QHash<int, quint64> &generations)
 {
     if (!m_changed && generations == m_generations)
         return true;
-    std::erase_if(m_entries, [](const Entry &entry) { return entry.hash == 0; });
-    rebuildTable();
+    gather();
     // The table names the list it belongs to, so that a crash between the two files is noticed.
     if (!m_list.save(encodedEntries()) || !m_index.save(encodedTable(generations)))
         return false;
@@ -119,7 +123,7 @@ void MessageIndex::add(quint64 idHash, Place place)
 {
     if (idHash == 0)
         return;
-    m_entries.push_back({idHash, quint32(place.group), place.article});
+    m_entries.push_back({idHash, quint32(place.group), place.article, 0});
     ++m_live;
     m_changed = true;
     if (m_entries.size() * 2 > m_table.size())
@@ -130,17 +134,25 @@ void MessageIndex::add(quint64 idHash, Place place)
 
 void MessageIndex::remove(quint64 idHash, Place place)
 {
-    if (idHash == 0)
+    const std::size_t slot = findSlot(idHash);
+    if (idHash == 0 || m_table[slot] == 0)
         return;
-    for (std::size_t slot = slotOf(idHash); m_table[slot] != 0; slot = (slot + 1) & (m_table.size() - 1)) {
-        Entry &entry = m_entries[m_table[slot] - 1];
-        if (entry.hash == idHash && int(entry.group) == place.group && entry.article == place.article) {
-            entry.hash = 0; // its slot stays, so that the search for others goes on over it
+    const quint32 newest = m_table[slot] - 1;
+    quint32 before = newest;
+    do {
+        const quint32 at = m_entries[before].next;
+        Entry &entry = m_entries[at];
+        if (int(entry.group) == place.group && entry.article == place.article) {
+            m_entries[before].next = entry.next;
+            if (at == newest && before != newest)
+                m_table[slot] = before + 1;
+            entry.hash = 0; // the slot of the last one stays, so that the search for others goes on over it
             --m_live;
             m_changed = true;
             return;
         }
-    }
+        before = at;
+    } while (before != newest);
 }
 
 void MessageIndex::removeGroup(int group)
@@ -156,14 +168,54 @@ void MessageIndex::removeGroup(int group)
 std::vector<MessageIndex::Place> MessageIndex::find(quint64 idHash) const
 {
     std::vector<Place> places;
-    if (idHash == 0)
+    const std::size_t slot = findSlot(idHash);
+    if (idHash == 0 || m_table[slot] == 0)
         return places;
-    for (std::size_t slot = slotOf(idHash); m_table[slot] != 0; slot = (slot + 1) & (m_table.size() - 1)) {
-        const Entry &entry = m_entries[m_table[slot] - 1];
-        if (entry.hash == idHash)
-            places.push_back({int(entry.group), entry.article});
-    }
+    const quint32 newest = m_table[slot] - 1;
+    quint32 at = newest;
+    do {
+        at = m_entries[at].next;
+        places.push_back({int(m_entries[at].group), m_entries[at].article});
+    } while (at != newest);
     return places;
+}
+
+/// The slot of a hash, or the free one where its search ends.
+std::size_t MessageIndex::findSlot(quint64 hash) const
+{
+    std::size_t slot = slotOf(hash);
+    while (m_table[slot] != 0 && m_entries[m_table[slot] - 1].hash != hash)
+        slot = (slot + 1) & (m_table.size() - 1);
+    return slot;
+}
+
+/// Puts the live entries with the same hash side by side, as the file has them.
+void MessageIndex::gather()
+{
+    std::vector<Entry> live;
+    live.reserve(m_live);
+    for (const quint32 slot : m_table) {
+        if (slot == 0 || m_entries[slot - 1].hash == 0)
+            continue;
+        quint32 at = slot - 1;
+        do {
+            at = m_entries[at].next;
+            live.push_back(m_entries[at]);
+        } while (at != slot - 1);
+    }
+    m_entries = std::move(live);
+    rebuildTable();
+}
+
+/// Links the entries with the same hash that stand side by side.
+void MessageIndex::chain()
+{
+    quint32 oldest = 0;
+    for (quint32 i = 0; i < m_entries.size(); ++i) {
+        const bool isLast = i + 1 == m_entries.size() || m_entries[i + 1].hash != m_entries[i].hash;
+        m_entries[i].next = isLast ? oldest : i + 1;
+        oldest = isLast ? i + 1 : oldest;
+    }
 }
 
 void MessageIndex::rebuildTable()
@@ -180,9 +232,10 @@ void MessageIndex::rebuildTable()
 
 void MessageIndex::insertSlot(quint32 entry)
 {
-    std::size_t slot = slotOf(m_entries[entry].hash);
-    while (m_table[slot] != 0)
-        slot = (slot + 1) & (m_table.size() - 1);
+    const std::size_t slot = findSlot(m_entries[entry].hash);
+    const quint32 newest = m_table[slot] != 0 ? m_table[slot] - 1 : entry;
+    m_entries[entry].next = newest == entry ? entry : m_entries[newest].next;
+    m_entries[newest].next = entry;
     m_table[slot] = entry + 1;
 }
 
@@ -240,11 +293,14 @@ bool MessageIndex::takeTable(const QByteArray &bytes)
     if (!std::has_single_bit(size) || size <= m_entries.size() || reader.left() != qsizetype(size) * 4)
         return false;
     m_table.resize(size);
+    std::size_t used = 0;
     for (quint32 &slot : m_table) {
         slot = reader.get<quint32>();
-        if (slot > m_entries.size())
+        used += slot != 0 ? 1 : 0;
+        if (slot > m_entries.size() || used > m_entries.size())
             return false;
     }
+    chain();
     m_live = m_entries.size();
     m_changed = false;
     return reader.isGood();

@@ -15,6 +15,7 @@ constexpr char kMagic[] = {'V', 'O', 'V', 'W'};
 constexpr qint64 kRecordSize = qint64(sizeof(Overview));
 constexpr qint64 kHeaderSize = kRecordSize; // so that records stay aligned
 constexpr qint64 kSmallestMapping = 1024 * 1024;
+constexpr int kMostRecords = 0x7ffffffe;
 
 /// Offsets of the header's words.
 enum HeaderWord {
@@ -115,7 +116,8 @@ void OverviewFile::reserveArticle(quint32 article)
 bool OverviewFile::append(Overview overview)
 {
     overview.seal();
-    if (!unsettle() || !m_file.writeAt(positionOf(m_rows), overview.bytes()) || !map(positionOf(m_rows + 1)))
+    // Mapped before it is written: a record that is in the file must count.
+    if (!unsettle() || !map(positionOf(m_rows + 1)) || !m_file.writeAt(positionOf(m_rows), overview.bytes()))
         return false;
     ++m_rows;
     reserveArticle(overview.article());
@@ -136,7 +138,7 @@ bool OverviewFile::change(int row, Overview overview)
 
 bool OverviewFile::sync()
 {
-    if (m_header.settled)
+    if (m_header.settled || !m_writable)
         return true;
     // The records first: a settled header must never tell of what is not on the disk yet.
     if (!m_file.sync())
@@ -156,13 +158,16 @@ void OverviewFile::recount()
     m_counts = {};
     for (int row = 0; row < m_rows; ++row)
         count(m_records[row], 1);
+    if (m_writable && m_counts != m_header.counts)
+        unsettle();
 }
 
 bool OverviewFile::rewrite(const std::vector<Overview> &overviews, quint32 nextArticle)
 {
     Header header;
     header.nextArticle = qMax(nextArticle, overviews.empty() ? 1u : overviews.back().article() + 1);
-    header.generation = quint64(clockMilliseconds()); // never one that an index knows from before
+    // Never one that an index knows from before, not even when the clock was set back.
+    header.generation = qMax(m_header.generation + 1, quint64(clockMilliseconds()));
     header.records = quint32(overviews.size());
     Counts counts;
     std::swap(counts, m_counts);
@@ -238,7 +243,7 @@ std::optional<OverviewFile::Header> OverviewFile::decoded(QByteArrayView bytes)
     std::array<quint32_le, kHeaderWords> words;
     std::memcpy(words.data(), bytes.data(), sizeof words);
     if (std::memcmp(words.data(), kMagic, sizeof kMagic) != 0 || words[Version] != Overview::kVersion ||
-        words[RecordSize] != quint32(kRecordSize) ||
+        words[RecordSize] != quint32(kRecordSize) || words[Records] > quint32(kMostRecords) ||
         words[HeaderCheck] != quint32(identifierHash(bytes.first(HeaderCheck * 4))))
         return {};
     Header header;

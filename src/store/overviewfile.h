@@ -49,6 +49,9 @@ public:
 
     int rowCount() const { return m_rows; }
 
+    /// Rows that the last sync left; those behind them may have lost their texts to a power cut.
+    int settledRows() const { return int(m_header.records); }
+
     /// The record of @p row, valid until the file changes. Not checked for damage.
     const Overview &row(int row) const { return m_records[row]; }
 
@@ -73,7 +76,7 @@ public:
     /// Settles the header and forces everything to the disk.
     [[nodiscard]] bool sync();
 
-    /// Counts again from the records.
+    /// Counts again from the records; the next sync() writes counts that turn out to be others.
     void recount();
 
     /// Rewrites the file with @p overviews alone, in that order, whole or not at all, and opens it.

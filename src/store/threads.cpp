@@ -40,8 +40,8 @@ void Threads::update()
         place(row);
         // Whoever waited for this one, or lay below a first reference in its stead, moves here.
         const quint64 hash = m_group.row(row).idHash();
-        if (hash == 0)
-            continue;
+        if (hash == 0 || find(hash) != row)
+            continue; // another one answers to the identifier already
         for (quint32 at = m_buckets[std::size_t(hash) & (m_buckets.size() - 1)]; at != 0;
              at = m_waits[at - 1].next) {
             const int answer = int(m_waits[at - 1].row);
