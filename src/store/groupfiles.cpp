@@ -60,7 +60,8 @@ GroupFiles::State GroupFiles::recover(OverviewFile::State state)
         return State::Damaged;
     if (state == OverviewFile::State::Unsettled)
         dropUnwritten();
-    killOrphans();
+    if (!killOrphans())
+        return State::Damaged;
     if (state == OverviewFile::State::Settled)
         return syncBins() ? State::Good : State::Unreadable;
     buryDeadRows();
@@ -375,20 +376,30 @@ void GroupFiles::dropUnwritten()
 
 /// Records behind the last overview of their bin were being stored when the program died. Nobody was told
 /// that they are safe, and their source still has them, so they must not come back with a later repair.
-void GroupFiles::killOrphans()
+/// False: a bin is not the one that the overviews know.
+bool GroupFiles::killOrphans()
 {
-    std::map<int, qint64> ends;
+    std::map<int, Overview> last;
     for (int row = 0; row < m_overviews.rowCount(); ++row) {
         const Overview &overview = m_overviews.row(row);
         if (overview.isGone())
             continue;
-        qint64 &end = ends[overview.bin()];
-        end = qMax(end, qint64(overview.position()) + kHeaderSize + overview.storedLength());
+        const auto [known, isFirst] = last.try_emplace(overview.bin(), overview);
+        if (!isFirst && overview.position() > known->second.position())
+            known->second = overview;
     }
     for (const int number : bins()) {
-        if (bin(number).size() > ends[number])
-            killOrphansBehind(number, ends[number]);
+        const auto known = last.find(number);
+        const qint64 end = known == last.end() ? 0
+                                               : qint64(known->second.position()) + kHeaderSize +
+                                                     known->second.storedLength();
+        if (bin(number).size() <= end)
+            continue;
+        if (end > 0 && !liesAt(known->second, known->second.position()))
+            return false;
+        killOrphansBehind(number, end);
     }
+    return true;
 }
 
 /// Kills the whole records from @p end on. What follows them is one that was torn, and goes: it would swallow

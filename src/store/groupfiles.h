@@ -124,7 +124,7 @@ private:
     State recover(OverviewFile::State state);
     bool finishCompactions();
     void dropUnwritten();
-    void killOrphans();
+    bool killOrphans();
     void killOrphansBehind(int bin, qint64 end);
     bool liesAt(const Overview &overview, quint32 position);
     std::optional<quint32> newPlaceOf(const Overview &overview);

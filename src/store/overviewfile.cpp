@@ -78,8 +78,14 @@ OverviewFile::State OverviewFile::open(bool writable)
     m_rows = int((size - kHeaderSize) / kRecordSize);
     const int end = m_rows;
     m_rows = std::min(m_rows, int(m_header.records));
-    while (m_rows < end && m_records[m_rows].isIntact())
+    const auto follows = [this](int row) {
+        return m_records[row].isIntact() &&
+               (row == 0 || m_records[row].article() > m_records[row - 1].article());
+    };
+    while (m_rows < end && follows(m_rows))
         ++m_rows;
+    if (m_rows > int(m_header.records))
+        reserveArticle(m_records[m_rows - 1].article());
     m_counts = m_header.counts;
     if (m_rows < int(m_header.records))
         return State::Cut;

@@ -1,0 +1,719 @@
+#include "store/group.h"
+
+#include "message/message.h"
+#include "store/bincompactor.h"
+#include "store/binformat.h"
+#include "store/compression.h"
+#include "store/messageindex.h"
+#include "store/summary.h"
+#include "store/threads.h"
+#include "support/mail.h"
+#include "support/memory.h"
+#include "support/scratch.h"
+
+#include <QDir>
+#include <QTest>
+#include <QtEndian>
+
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void overwrite(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("the test cannot write %s", qPrintable(path));
+}
+
+/// Everything in a directory, to put it back as it was: what a kill at that moment would leave.
+using Snapshot = QHash<QString, QByteArray>;
+
+Snapshot snapshotOf(const QString &directory)
+{
+    Snapshot files;
+    const QStringList names = QDir(directory).entryList(QDir::Files | QDir::Hidden);
+    for (const QString &name : names)
+        files.insert(name, Scratch::read(directory + u'/' + name));
+    return files;
+}
+
+void restore(const QString &directory, const Snapshot &files)
+{
+    QDir(directory).removeRecursively();
+    QDir().mkpath(directory);
+    for (auto it = files.begin(); it != files.end(); ++it)
+        overwrite(directory + u'/' + it.key(), it.value());
+}
+
+/// A group of five messages: 2 is deleted, 3 read, 4 flagged.
+struct Fixture
+{
+    explicit Fixture(int count = 5)
+    {
+        QString name = u"Groups"_s;
+        configFile(name, true);
+        open();
+        for (int i = 1; i <= count; ++i)
+            add(QByteArray::number(i));
+        if (count >= 5) {
+            group->remove({2});
+            group->setMarks({3}, Mark::Read, {});
+            group->setMarks({4}, Mark::Flagged, {});
+        }
+        if (!group->flush())
+            qFatal("the test cannot make its group");
+    }
+    void open()
+    {
+        GroupRecord record;
+        record.number = 1;
+        record.name = u"Test"_s;
+        group = std::make_unique<Group>(record, directory);
+    }
+    void reopen()
+    {
+        group->close();
+        open();
+    }
+    quint32 add(const QByteArray &id, const QByteArray &more = {})
+    {
+        const QByteArray text = mailText(id, "Number " + id, more, "Body of " + id + "\n");
+        return group->add(text, summaryOf(Message(text), 1000));
+    }
+
+    /// The live messages as "article:subject flags", read from their texts.
+    QStringList contents()
+    {
+        QStringList list;
+        const int rows = group->rowCount();
+        for (int row = 0; row < rows; ++row) {
+            const Overview overview = group->row(row);
+            if (overview.isDead())
+                continue;
+            const Message message(group->readMessage(overview));
+            const QString flags = QString(overview.has(Mark::Read) ? u"R"_s : QString()) +
+                                  (overview.has(Mark::Flagged) ? u"F"_s : QString());
+            list += u"%1:%2%3"_s.arg(overview.article()).arg(message.subject().section(u' ', 1), flags);
+        }
+        return list;
+    }
+    bool countsAreRight()
+    {
+        OverviewFile::Counts right;
+        for (int row = 0; row < group->rowCount(); ++row) {
+            const Overview &overview = group->row(row);
+            right.total += overview.isDead() ? 0 : 1;
+            right.unread += overview.isDead() || overview.has(Mark::Read) ? 0 : 1;
+            right.flagged += !overview.isDead() && overview.has(Mark::Flagged) ? 1 : 0;
+        }
+        return right == group->counts();
+    }
+    QString file(const QString &name) const { return directory + u'/' + name; }
+
+    Scratch scratch;
+    QString directory = configPathOf(u"Groups/1"_s);
+    std::unique_ptr<Group> group;
+    const QStringList whole = {u"1:1"_s, u"3:3R"_s, u"4:4F"_s, u"5:5"_s};
+};
+
+constexpr int kRecord = int(sizeof(Overview));
+
+} // namespace
+
+class GroupTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { useMemoryForFiles(); }
+    void overviewCutAtEveryByte();
+    void overviewWithFlippedBytes();
+    void overviewIs_data();
+    void overviewIs();
+    void anUnsettledOverviewKeepsItsRows();
+    void wrongCountsAreWritten();
+    void binHeaderWithFlippedBytes();
+    void binIs_data();
+    void binIs();
+    void aTornRecordSwallowsNothing();
+    void aTextLostInAPowerCut();
+    void headerCacheIs_data();
+    void headerCacheIs();
+    void articleNumbersAreNeverGivenTwice();
+    void compactionCutShort_data();
+    void compactionCutShort();
+    void compactionKeepsWhatTheOverviewsLost();
+    void readBesideACompaction();
+    void theRepairFlag();
+    void withoutRepairs();
+    void rowsOfTheDeadAreDropped();
+    void threads_data();
+    void threads();
+    void aLateParent();
+    void aDeepThread();
+    void manyWithOneIdentifier();
+};
+
+void GroupTest::overviewCutAtEveryByte()
+{
+    Fixture f;
+    f.group->close();
+    const Snapshot before = snapshotOf(f.directory);
+    const QByteArray overview = before[u"Overview"_s];
+    QCOMPARE(overview.size(), 6 * kRecord);
+    for (qsizetype size = overview.size() - 1; size >= 0; --size) {
+        restore(f.directory, before);
+        overwrite(f.file(u"Overview"_s), overview.first(size));
+        f.open();
+        // What was not cut off keeps its marks; the rest comes from the bin, where marks are as of then.
+        QStringList expected = {u"1:1"_s, u"3:3"_s, u"4:4"_s, u"5:5"_s};
+        if (size >= 4 * kRecord)
+            expected[1] += u'R';
+        if (size >= 5 * kRecord)
+            expected[2] += u'F';
+        QCOMPARE(f.contents(), expected);
+        QVERIFY(f.countsAreRight());
+        QCOMPARE(f.add("new"), 6u);
+        f.group->close();
+    }
+    QVERIFY(!f.scratch.notes.isEmpty());
+}
+
+void GroupTest::overviewWithFlippedBytes()
+{
+    Fixture f;
+    f.group->close();
+    const Snapshot before = snapshotOf(f.directory);
+    for (qsizetype at = 0; at < 6 * kRecord; at += 3) {
+        restore(f.directory, before);
+        QByteArray overview = before[u"Overview"_s];
+        overview[at] = char(~overview[at]);
+        overwrite(f.file(u"Overview"_s), overview);
+        f.open();
+        QStringList expected = f.whole;
+        if (at / kRecord == 3)
+            expected[1] = u"3:3"_s;
+        if (at / kRecord == 4)
+            expected[2] = u"4:4"_s;
+        QCOMPARE(f.contents(), expected);
+        QVERIFY(f.countsAreRight());
+        f.group->close();
+    }
+}
+
+void GroupTest::overviewIs_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("exists");
+    QTest::newRow("missing") << QByteArray() << false;
+    QTest::newRow("empty") << QByteArray() << true;
+    QTest::newRow("garbage") << QByteArray("garbage\n").repeated(200) << true;
+    QTest::newRow("zeros") << QByteArray(4096, '\0') << true;
+    QTest::newRow("the magic alone") << QByteArray("VOVW") << true;
+}
+
+void GroupTest::overviewIs()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, exists);
+    Fixture f;
+    f.group->close();
+    if (exists)
+        overwrite(f.file(u"Overview"_s), bytes);
+    else
+        QFile::remove(f.file(u"Overview"_s));
+    f.open();
+    QCOMPARE(f.contents(), (QStringList{u"1:1"_s, u"3:3"_s, u"4:4"_s, u"5:5"_s}));
+    QVERIFY(f.countsAreRight());
+    QVERIFY(f.scratch.notes.join(u'\n').contains(u"was repaired: 0 messages kept, 4 recovered"_s));
+    f.reopen();
+    QCOMPARE(f.contents().size(), 4);
+    QCOMPARE(f.add("new"), 6u);
+    QCOMPARE(f.scratch.reports, QStringList());
+}
+
+void GroupTest::anUnsettledOverviewKeepsItsRows()
+{
+    Fixture f;
+    f.add("6");
+    f.group->setMarks({1}, Mark::Read, {});
+    f.group->remove({5});
+    const Snapshot killed = snapshotOf(f.directory); // no flush
+    for (const int torn : {0, 1, kRecord - 1}) {
+        restore(f.directory, killed);
+        QByteArray overview = killed[u"Overview"_s];
+        overview.append(QByteArray(torn, 'x'));
+        overwrite(f.file(u"Overview"_s), overview);
+        f.open();
+        QCOMPARE(f.contents(), (QStringList{u"1:1R"_s, u"3:3R"_s, u"4:4F"_s, u"6:6"_s}));
+        QVERIFY(f.countsAreRight());
+        QCOMPARE(f.add("new"), 7u);
+        f.group->close();
+    }
+}
+
+void GroupTest::wrongCountsAreWritten()
+{
+    // After a power cut a settled header may belong to older records.
+    Fixture f;
+    f.group->close();
+    const QByteArray head = Scratch::read(f.file(u"Overview"_s)).first(kRecord);
+    f.open();
+    f.group->setMarks({1, 5}, Mark::Read, {});
+    QVERIFY(f.group->flush());
+    f.group->close();
+    overwrite(f.file(u"Overview"_s), head + Scratch::read(f.file(u"Overview"_s)).sliced(kRecord));
+    f.open();
+    QCOMPARE(f.group->counts().unread, 3u);
+    f.group->recount();
+    QVERIFY(f.group->flush());
+    f.reopen();
+    QCOMPARE(f.group->counts().unread, 1u);
+    QVERIFY(f.countsAreRight());
+}
+
+void GroupTest::binHeaderWithFlippedBytes()
+{
+    Fixture f;
+    f.group->close();
+    const Snapshot before = snapshotOf(f.directory);
+    const qsizetype third = before[u"Bin0"_s].indexOf("MSGD", before[u"Bin0"_s].indexOf("MSGD", 4) + 4);
+    for (int at = 0; at < BinFormat::kHeaderSize; ++at) {
+        restore(f.directory, before);
+        QByteArray bin = before[u"Bin0"_s];
+        bin[third + at] = char(~bin[third + at]);
+        overwrite(f.file(u"Bin0"_s), bin);
+        f.open();
+        QVERIFY2(f.group->repair(), QByteArray::number(at).constData());
+        QCOMPARE(f.contents(), f.whole);
+        QVERIFY(f.countsAreRight());
+        f.group->close();
+        // And mended in the bin: the next repair needs no overviews.
+        QFile::remove(f.file(u"Overview"_s));
+        f.open();
+        QCOMPARE(f.contents().size(), 4);
+        f.group->close();
+    }
+}
+
+void GroupTest::binIs_data()
+{
+    QTest::addColumn<int>("cut"); ///< bytes that are left; -1: all, and garbage is put in front
+    QTest::addColumn<QStringList>("left");
+    QTest::newRow("garbage in front") << -1 << QStringList{u"1:1"_s, u"3:3"_s, u"4:4"_s, u"5:5"_s};
+    QTest::newRow("missing") << 0 << QStringList();
+    QTest::newRow("cut in the last") << 1 << QStringList{u"1:1"_s, u"3:3R"_s, u"4:4F"_s};
+}
+
+void GroupTest::binIs()
+{
+    QFETCH(int, cut);
+    QFETCH(QStringList, left);
+    Fixture f;
+    f.group->close();
+    QByteArray bin = Scratch::read(f.file(u"Bin0"_s));
+    if (cut < 0)
+        bin.prepend(QByteArray(5000, 'M') + "MSGDMSGD");
+    else
+        bin.chop(cut == 0 ? bin.size() : cut);
+    overwrite(f.file(u"Bin0"_s), bin);
+    f.open();
+    QVERIFY(f.group->repair());
+    // What has moved in the file is known by its article and its text again.
+    QStringList expected = left;
+    if (cut < 0)
+        expected = f.whole;
+    QCOMPARE(f.contents(), expected);
+    QVERIFY(f.countsAreRight());
+    QCOMPARE(f.add("new"), 6u);
+}
+
+void GroupTest::aTornRecordSwallowsNothing()
+{
+    Fixture f;
+    f.group->close();
+    const QByteArray bin = Scratch::read(f.file(u"Bin0"_s));
+    const QByteArray record = bin.sliced(bin.lastIndexOf("MSGD"));
+    for (qsizetype size = 1; size <= record.size(); size += 7) {
+        overwrite(f.file(u"Bin0"_s), bin + record.first(size)); // killed while it was written
+        f.open();
+        QCOMPARE(f.contents(), f.whole);
+        f.group->close();
+        const qint64 after = QFile(f.file(u"Bin0"_s)).size();
+        QVERIFY(size == record.size() ? after == bin.size() + size : after == bin.size());
+    }
+    f.open();
+    QCOMPARE(f.add("6"), 6u);
+    QVERIFY(f.group->flush());
+    f.group->close();
+    QFile::remove(f.file(u"Overview"_s));
+    f.open();
+    QCOMPARE(f.contents().size(), 5); // the orphan did not come back
+    QCOMPARE(f.contents().last(), u"6:6"_s);
+}
+
+void GroupTest::aTextLostInAPowerCut()
+{
+    Fixture f;
+    const qint64 safe = f.group->files().bin(0).size();
+    f.add("6");
+    f.add("7");
+    Snapshot files = snapshotOf(f.directory);
+    files[u"Bin0"_s].replace(safe, files[u"Bin0"_s].size() - safe,
+                             QByteArray(files[u"Bin0"_s].size() - safe, '\0'));
+    restore(f.directory, files);
+    f.open();
+    QCOMPARE(f.contents(), f.whole);
+    QVERIFY(f.countsAreRight());
+    QCOMPARE(f.add("new"), 8u);
+    QVERIFY(f.group->flush());
+    f.reopen();
+    QCOMPARE(f.contents().size(), 5);
+}
+
+void GroupTest::headerCacheIs_data()
+{
+    QTest::addColumn<QByteArray>("damage");
+    for (const char *damage : {"missing", "empty", "cut", "garbage", "shifted"})
+        QTest::newRow(damage) << QByteArray(damage);
+}
+
+void GroupTest::headerCacheIs()
+{
+    QFETCH(QByteArray, damage);
+    Fixture f;
+    f.group->close();
+    const QString path = f.file(u"Headers0"_s);
+    const QByteArray cache = Scratch::read(path);
+    if (damage == "missing")
+        QFile::remove(path);
+    else if (damage == "empty")
+        overwrite(path, {});
+    else if (damage == "cut")
+        overwrite(path, cache.first(cache.size() / 2));
+    else if (damage == "garbage")
+        overwrite(path, QByteArray(cache.size(), '\xa5'));
+    else // records of the same lengths at the same places
+        overwrite(path, cache.sliced(cache.size() / 5) + cache.first(cache.size() / 5));
+    f.open();
+    for (const quint32 article : {1u, 3u, 4u, 5u}) {
+        const HeaderTexts texts = f.group->texts(*f.group->overview(article));
+        QCOMPARE(texts.subject, u"Number %1"_s.arg(article));
+        QCOMPARE(texts.messageId, u"<%1>"_s.arg(article));
+    }
+    QCOMPARE(f.scratch.reports, QStringList());
+}
+
+void GroupTest::articleNumbersAreNeverGivenTwice()
+{
+    Fixture f;
+    f.group->remove({1, 3, 4, 5});
+    QVERIFY(f.group->flush());
+    for (const bool compact : {false, true}) {
+        if (compact)
+            QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
+        f.reopen();
+        QVERIFY(f.group->repair());
+        QCOMPARE(f.contents(), QStringList());
+        QCOMPARE(f.group->files().overviews().nextArticle(), 6u);
+    }
+    QCOMPARE(f.add("new"), 6u);
+    f.group->remove({6});
+    QVERIFY(f.group->flush());
+    f.group->close();
+    QFile::resize(f.file(u"Overview"_s), 50); // the bin still knows
+    f.open();
+    QCOMPARE(f.contents(), QStringList());
+    QCOMPARE(f.add("newer"), 7u);
+}
+
+void GroupTest::compactionCutShort_data()
+{
+    QTest::addColumn<bool>("old"); ///< the bin is still the old one
+    QTest::addColumn<bool>("tilde");
+    QTest::addColumn<QByteArray>("moved"); ///< "", "whole", "garbage"
+    QTest::addColumn<bool>("told");        ///< the overviews have the new positions
+    QTest::newRow("the new bin is half written") << true << true << QByteArray() << false;
+    QTest::newRow("the positions are written") << true << true << QByteArray("whole") << false;
+    QTest::newRow("the positions are half written") << true << true << QByteArray("temporary") << false;
+    QTest::newRow("the bin is replaced") << false << false << QByteArray("whole") << false;
+    QTest::newRow("the overviews are told") << false << false << QByteArray("whole") << true;
+    QTest::newRow("the positions are gone") << false << false << QByteArray() << true;
+    QTest::newRow("the positions are damaged") << false << false << QByteArray("garbage") << false;
+    QTest::newRow("the positions are lost") << false << false << QByteArray() << false;
+    QTest::newRow("all there, an overview damaged") << false << false << QByteArray("damage") << false;
+}
+
+void GroupTest::compactionCutShort()
+{
+    QFETCH(bool, old);
+    QFETCH(bool, tilde);
+    QFETCH(QByteArray, moved);
+    QFETCH(bool, told);
+    Fixture f;
+    f.group->close();
+    const Snapshot before = snapshotOf(f.directory);
+    f.open();
+    QCOMPARE(f.group->rowCount(), 5);
+    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
+    // The positions as they were written: articles rising, back to back in the new bin.
+    QByteArray moves(8, '\0');
+    for (int row = 0; row < f.group->rowCount(); ++row) {
+        const Overview &overview = f.group->row(row);
+        if (overview.isDead())
+            continue;
+        char pair[8];
+        qToLittleEndian(overview.article(), pair);
+        qToLittleEndian(overview.position(), pair + 4);
+        moves.append(pair, 8);
+    }
+    std::memcpy(moves.data(), "VMOV", 4);
+    qToLittleEndian(quint32(crc32Of(QByteArrayView(moves).sliced(8))), moves.data() + 4);
+    f.group->close();
+    const Snapshot after = snapshotOf(f.directory);
+    QVERIFY(after[u"Bin0"_s].size() < before[u"Bin0"_s].size());
+
+    Snapshot files = before;
+    files[u"Bin0"_s] = old ? before[u"Bin0"_s] : after[u"Bin0"_s];
+    files[u"Overview"_s] = told ? after[u"Overview"_s] : before[u"Overview"_s];
+    if (tilde)
+        files[u"Bin0~"_s] = moved.isEmpty() ? after[u"Bin0"_s].first(100) : after[u"Bin0"_s];
+    if (moved == "whole" || moved == "damage")
+        files[u"Bin0.moved"_s] = moves;
+    else if (moved == "garbage")
+        files[u"Bin0.moved"_s] = QByteArray("VMOVgarbage");
+    else if (moved == "temporary")
+        files[u"Bin0.moved~"_s] = moves.first(10);
+    QStringList expected = f.whole;
+    if (moved == "damage") {
+        files[u"Overview"_s][3 * kRecord + 40] = '\x77'; // that of article 3
+        expected[1] = u"3:3R"_s;                         // compaction wrote its marks into the new bin
+    }
+    restore(f.directory, files);
+    for (int start = 0; start < 2; ++start) {
+        f.open();
+        if (moved.isEmpty() && !old && !told)
+            QVERIFY(f.group->repair());
+        QCOMPARE(f.contents(), expected);
+        QVERIFY(f.countsAreRight());
+        QCOMPARE(f.scratch.reports, QStringList());
+        f.group->close();
+        QVERIFY(QDir(f.directory).entryList({u"*~"_s, u"*.moved"_s}).isEmpty());
+    }
+    f.open();
+    QCOMPARE(f.add("new"), 6u);
+    QVERIFY(f.group->flush());
+    QFile::remove(f.file(u"Overview"_s));
+    f.reopen();
+    QCOMPARE(f.contents().size(), 5);
+}
+
+void GroupTest::compactionKeepsWhatTheOverviewsLost()
+{
+    Fixture f;
+    // A whole message in the bin that no overview knows, with a known one behind it.
+    f.group->close();
+    QByteArray overview = Scratch::read(f.file(u"Overview"_s));
+    overview.remove(4 * kRecord, kRecord); // article 4
+    overwrite(f.file(u"Overview"_s), overview);
+    QFile file(f.file(u"Overview"_s));
+    OverviewFile rewritten(f.directory);
+    QVERIFY(rewritten.rewrite(OverviewFile::intactRecords(f.directory), 6));
+    rewritten.close();
+    f.open();
+    QCOMPARE(f.contents().size(), 3);
+    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Failed);
+    QCOMPARE(f.scratch.reports, QStringList{u"Unable to determine bin size"_s});
+    QVERIFY((f.group->record().flags & GroupNeedsRepair) != 0);
+    QVERIFY(f.group->repair());
+    QCOMPARE(f.contents(), (QStringList{u"1:1"_s, u"3:3R"_s, u"4:4"_s, u"5:5"_s}));
+    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
+    QCOMPARE(f.contents().size(), 4);
+}
+
+void GroupTest::readBesideACompaction()
+{
+    Fixture f;
+    GroupFiles reader(f.directory);
+    QCOMPARE(reader.open(false), GroupFiles::State::Good);
+    std::vector<Overview> seen;
+    for (int row = 0; row < reader.overviews().rowCount(); ++row)
+        seen.push_back(reader.overviews().row(row));
+    const auto subjectOf = [&](const Overview &overview) {
+        return Message(reader.readMessage(overview)).subject();
+    };
+    for (const bool opened : {false, true}) { // the reader has the old bin open, or not yet
+        if (opened)
+            QCOMPARE(subjectOf(seen[4]), u"Number 5"_s);
+        f.group->remove({opened ? 3u : 1u});
+        QVERIFY(f.group->flush());
+        QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
+        QVERIFY(f.group->files().rewriteOverviews(OverviewFile::intactRecords(f.directory), 6));
+        QCOMPARE(subjectOf(seen[4]), u"Number 5"_s);
+        QCOMPARE(subjectOf(seen[3]), u"Number 4"_s);
+    }
+    QCOMPARE(f.scratch.reports, QStringList());
+    reader.close();
+    QCOMPARE(reader.open(false), GroupFiles::State::Good);
+    QVERIFY(reader.readMessage(seen[2]).isNull()); // deleted meanwhile
+    QCOMPARE(f.scratch.reports.size(), 1);
+}
+
+void GroupTest::theRepairFlag()
+{
+    Fixture f;
+    f.group->close();
+    QByteArray bin = Scratch::read(f.file(u"Bin0"_s));
+    bin[0] = 'X';
+    overwrite(f.file(u"Bin0"_s), bin);
+    f.open();
+    QVERIFY(f.group->readMessage(*f.group->overview(1)).isNull());
+    QCOMPARE(f.scratch.reports, QStringList{u"Message has invalid header in bin file"_s});
+    QCOMPARE(f.group->record().flags, quint32(GroupNeedsRepair));
+    const GroupRecord record = f.group->record(); // as the groups file keeps it
+    f.group->close();
+    f.group = std::make_unique<Group>(record, f.directory);
+    QCOMPARE(f.contents(), f.whole);
+    QCOMPARE(f.group->record().flags, 0u);
+}
+
+void GroupTest::withoutRepairs()
+{
+    Fixture f;
+    f.group->close();
+    QFile::resize(f.file(u"Overview"_s), 300);
+    setBoolSetting(Setting::AutoRepairs, false);
+    f.open();
+    QCOMPARE(f.group->rowCount(), 0);
+    QVERIFY(f.group->needsRepair());
+    QCOMPARE(f.add("new"), 0u);
+    QCOMPARE(f.scratch.reports, QStringList{u"Unable to open group 'Test'"_s});
+    QVERIFY(f.group->repair());
+    QVERIFY(!f.group->needsRepair());
+    QCOMPARE(f.contents().size(), 4);
+}
+
+void GroupTest::rowsOfTheDeadAreDropped()
+{
+    Fixture f(1500);
+    Articles most;
+    for (quint32 article = 100; article <= 1500; ++article)
+        most.push_back(article);
+    QVERIFY(f.group->remove(most));
+    QVERIFY(f.group->tidy());
+    QVERIFY(f.group->rowCount() <= 100);
+    QVERIFY(f.countsAreRight());
+    f.group->close();
+    QFile::resize(f.file(u"Overview"_s), 200);
+    f.open();
+    QCOMPARE(f.group->rowCount(), 98); // 2 was deleted by the fixture
+    QCOMPARE(f.add("new"), 1501u);
+}
+
+void GroupTest::threads_data()
+{
+    QTest::addColumn<QList<QByteArray>>("mails"); ///< "id: reference reference", in the order of arrival
+    QTest::addColumn<QList<int>>("parents");
+    QTest::newRow("a chain") << QList<QByteArray>{"a:", "b: <a>", "c: <a> <b>"} << QList<int>{-1, 0, 1};
+    QTest::newRow("backwards") << QList<QByteArray>{"c: <a> <b>", "b: <a>", "a:"} << QList<int>{1, 2, -1};
+    QTest::newRow("the parent is missing") << QList<QByteArray>{"a:", "c: <a> <b>"} << QList<int>{-1, 0};
+    QTest::newRow("two answer each other") << QList<QByteArray>{"a: <b>", "b: <a>"} << QList<int>{1, -1};
+    QTest::newRow("three in a circle")
+        << QList<QByteArray>{"a: <c>", "b: <a>", "c: <b>"} << QList<int>{2, 0, -1};
+    QTest::newRow("itself") << QList<QByteArray>{"a: <a>"} << QList<int>{-1};
+    QTest::newRow("twice the same") << QList<QByteArray>{"a:", "a:", "b: <a>"} << QList<int>{-1, -1, 0};
+}
+
+void GroupTest::threads()
+{
+    QFETCH(QList<QByteArray>, mails);
+    QFETCH(QList<int>, parents);
+    Fixture f(0);
+    Threads late(*f.group); // takes them in one after the other
+    for (const QByteArray &mail : mails) {
+        const qsizetype colon = mail.indexOf(':');
+        f.add(mail.first(colon), "References:" + mail.sliced(colon + 1) + "\n");
+        late.update();
+    }
+    const Threads atOnce(*f.group);
+    for (int row = 0; row < parents.size(); ++row) {
+        QCOMPARE(atOnce.parent(row), parents[row]);
+        int steps = 0;
+        for (int at = row; at != Threads::kNone; at = late.parent(at))
+            QVERIFY(++steps <= mails.size()); // never in a circle
+    }
+}
+
+void GroupTest::aLateParent()
+{
+    Fixture f(0);
+    f.add("a");
+    f.add("c", "References: <a> <b>\n");
+    f.add("d", "References: <a> <b> <c>\n");
+    Threads threads(*f.group);
+    QCOMPARE(threads.parent(1), 0); // below the first reference in its stead
+    f.add("b", "References: <a>\n");
+    threads.update();
+    QCOMPARE(threads.parent(1), 3);
+    QCOMPARE(threads.parent(2), 1);
+    QCOMPARE(threads.parent(3), 0);
+    QCOMPARE(threads.root(2), 0);
+}
+
+void GroupTest::aDeepThread()
+{
+    constexpr int kDepth = 100'000;
+    Fixture f(0);
+    QCOMPARE(f.group->rowCount(), 0);
+    std::vector<Overview> rows(kDepth);
+    for (int i = 0; i < kDepth; ++i) {
+        rows[std::size_t(i)].setArticle(quint32(i) + 1);
+        rows[std::size_t(i)].setIdHash(quint64(i) + 1000);
+        rows[std::size_t(i)].setParentHash(i == 0 ? 0 : quint64(i) + 999);
+        rows[std::size_t(i)].setRootHash(i == 0 ? 0 : 1000);
+    }
+    QVERIFY(f.group->files().rewriteOverviews(rows, kDepth + 1));
+    const Threads threads(*f.group);
+    QCOMPARE(threads.parent(0), Threads::kNone);
+    for (int i = 1; i < kDepth; ++i)
+        QCOMPARE(threads.parent(i), i - 1);
+    // The same with answers before what they answer, where circles must be looked for.
+    for (int i = 0; i < kDepth; ++i) {
+        rows[std::size_t(i)].setParentHash(i == kDepth - 1 ? 0 : quint64(i) + 1001);
+        rows[std::size_t(i)].setRootHash(i == kDepth - 1 ? 0 : quint64(kDepth) + 999);
+    }
+    QVERIFY(f.group->files().rewriteOverviews(rows, kDepth + 1));
+    const Threads backwards(*f.group);
+    for (int i = 0; i < kDepth - 1; ++i)
+        QVERIFY(backwards.parent(i) > i);
+}
+
+void GroupTest::manyWithOneIdentifier()
+{
+    Scratch scratch;
+    constexpr int kMany = 200'000;
+    MessageIndex index;
+    for (quint32 article = 1; article <= kMany; ++article)
+        index.add(42, {1, article});
+    index.add(43, {2, 7});
+    QCOMPARE(index.find(42).size(), std::size_t(kMany));
+    QVERIFY(index.save({{1, 10}, {2, 20}}));
+    MessageIndex loaded;
+    QVERIFY(loaded.load());
+    QCOMPARE(loaded.size(), kMany + 1);
+    QCOMPARE(loaded.generationOf(2), std::optional<quint64>(20));
+    for (quint32 article = 1; article < kMany; ++article)
+        loaded.remove(42, {1, article});
+    QCOMPARE(loaded.find(42), (std::vector<MessageIndex::Place>{{1, kMany}}));
+    loaded.remove(42, {1, kMany});
+    QVERIFY(loaded.find(42).empty());
+    loaded.add(42, {3, 1});
+    QCOMPARE(loaded.find(42), (std::vector<MessageIndex::Place>{{3, 1}}));
+    QCOMPARE(loaded.find(43), (std::vector<MessageIndex::Place>{{2, 7}}));
+}
+
+QTEST_GUILESS_MAIN(GroupTest)
+#include "group_test.moc"
