@@ -2,12 +2,14 @@
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/recipientsview.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTextBrowser>
@@ -105,6 +107,12 @@ int main(int argc, char **argv)
     pictures.view.action(ReaderAction::AllHeaders)->trigger();
     pictures.save(u"all-headers"_s);
     pictures.view.action(ReaderAction::Find)->trigger();
+    pictures.view.findChild<QLineEdit *>()->setText(u"the"_s);
     pictures.save(u"find"_s);
+    pictures.view.action(ReaderAction::AllHeaders)->trigger();
+    pictures.view.resize(430, 560);
+    pictures.save(u"narrow"_s);
+    pictures.view.findChild<RecipientsView *>()->setExpanded(true);
+    pictures.save(u"expanded"_s);
     return 0;
 }

@@ -89,6 +89,7 @@ private slots:
     void shows_data();
     void shows();
     void colours();
+    void quotationsInHtml();
     void foldsAndUnfolds();
     void findsFoldedWords();
     void copiesWhatWasWritten();
@@ -209,6 +210,19 @@ void ReaderTest::colours()
     QCOMPARE(body()->document()->find(u"bold"_s).charFormat().fontWeight(), int(QFont::Bold));
 }
 
+void ReaderTest::quotationsInHtml()
+{
+    m_view->showMessage(Message(
+        mail("text/html", "<p>mine<blockquote><p>one<p>still one<blockquote>two</blockquote><p>one again"
+                          "</blockquote><p>end<p style='margin-left:40px'>indented")));
+    QString levels;
+    for (QTextBlock block = body()->document()->begin(); block.isValid(); block = block.next())
+        if (!block.text().isEmpty())
+            levels += block.text() +
+                      QString::number(block.blockFormat().intProperty(bodyformat::QuoteLevel)) + u' ';
+    QCOMPARE(levels, u"mine0 one1 still one1 two2 one again1 end0 indented0 "_s);
+}
+
 void ReaderTest::foldsAndUnfolds()
 {
     m_view->showMessage(
@@ -230,10 +244,14 @@ void ReaderTest::findsFoldedWords()
     bar->findChild<QLineEdit *>()->setText(u"needle"_s);
     QCOMPARE(body()->textCursor().selectedText(), u"Needle"_s);
     QCOMPARE(body()->extraSelections().size(), 1);
+    m_view->action(ReaderAction::AllHeaders)->trigger(); // another document, folded as before
+    QCOMPARE(body()->extraSelections().size(), 0);
+    m_view->action(ReaderAction::AllHeaders)->trigger();
+    m_view->action(ReaderAction::FindNext)->trigger();
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QVERIFY(!bar->isVisible());
-    QCOMPARE(body()->extraSelections().size(), 0);
+    QVERIFY(body()->extraSelections().isEmpty());
 }
 
 void ReaderTest::copiesWhatWasWritten()

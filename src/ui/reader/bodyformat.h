@@ -13,6 +13,8 @@ enum Property {
     Surface,                                    ///< QColor: the frame is a card of this colour
     Outline,                                    ///< QColor of the card's border; without one it has none
 };
+
+constexpr int kQuoteStep = 14; ///< pixels from the bar of one level to that of the next
 } // namespace bodyformat
 
 /// Links of the reader itself; a message's own links can never have this scheme.

@@ -26,7 +26,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kBarWidth = 3;
-constexpr int kBarStep = 14;
 constexpr int kMargin = 24;
 constexpr int kSurelyLong = 30'000; ///< characters that no window shows at once
 
@@ -63,6 +62,7 @@ void BodyView::showDocument(BodyDocument *document, const BodyStyle &style, int 
 {
     m_wrapWidth = wrapWidth;
     setColours(style);
+    setExtraSelections({}); // they would outlive the document that they are in
     const QPointer<QTextDocument> old = this->document();
     document->setParent(this);
     // a bar that appears when all is laid out would have it laid out once more
@@ -186,7 +186,7 @@ void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
     const double below = line.isValid() ? std::max(0.0, line.height() - natural) : 0;
     for (int level = 1; level <= quoteLevel(block); ++level) {
         const double bottom = level <= shared ? layout->blockBoundingRect(next).top() : rect.bottom() - below;
-        const double offset = (level - 1) * kBarStep;
+        const double offset = (level - 1) * bodyformat::kQuoteStep;
         // the rectangle has the margin at its left inside it, and the one at its right outside
         const double x = isFromRight(block)
                              ? rect.right() + block.blockFormat().rightMargin() - offset - kBarWidth

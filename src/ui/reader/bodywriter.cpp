@@ -9,6 +9,7 @@
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/datetext.h"
 #include "ui/reader/harmless.h"
+#include "ui/reader/htmlquotes.h"
 
 #include <QCoreApplication>
 #include <QFontMetrics>
@@ -19,7 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kQuoteStep = 14; // pixels from one bar to the next
 constexpr int kDeepestQuote = 24;
 constexpr int kLineHeight = 128; // percent
 constexpr int kParagraphGap = 8;
@@ -42,7 +42,6 @@ QTextBlockFormat tinyBlock()
 {
     QTextBlockFormat format;
     format.setLineHeight(1, QTextBlockFormat::FixedHeight);
-    format.setBackground(Qt::transparent); // an empty block without one is laid out beside a table, not below
     return format;
 }
 
@@ -98,7 +97,7 @@ void BodyWriter::line(const TextLine &line)
     QTextCharFormat text;
     if (line.quote > 0) {
         const bool fromRight = line.text.isRightToLeft();
-        const double margin = kQuoteStep * std::min(line.quote, kDeepestQuote);
+        const double margin = bodyformat::kQuoteStep * std::min(line.quote, kDeepestQuote);
         fromRight ? block.setRightMargin(margin) : block.setLeftMargin(margin);
         block.setProperty(bodyformat::QuoteLevel, std::min(line.quote, kDeepestQuote));
         block.setProperty(bodyformat::FromRight, fromRight);
@@ -151,16 +150,15 @@ void BodyWriter::richText(const QString &text, const QTextCharFormat &format)
 void BodyWriter::fold(int id, const QuoteFold &fold, int level, bool fromRight)
 {
     QTextBlockFormat block = paragraph();
-    fromRight ? block.setRightMargin(kQuoteStep) : block.setLeftMargin(kQuoteStep);
+    fromRight ? block.setRightMargin(bodyformat::kQuoteStep) : block.setLeftMargin(bodyformat::kQuoteStep);
     block.setProperty(bodyformat::QuoteLevel, std::min(level, 1));
     block.setProperty(bodyformat::FromRight, fromRight);
     block.setProperty(bodyformat::FoldId, id);
     QTextCharFormat link = linkFormat(m_style.link, readerlink::fold + QString::number(id));
     link.setFontUnderline(false);
     startBlock(block, link);
-    m_cursor.insertText(QCoreApplication::translate("BodyWriter", "Show %n quoted lines", nullptr, fold.shown)
-                            .replace("%n"_L1, QString::number(fold.shown)),
-                        link);
+    m_cursor.insertText(
+        QCoreApplication::translate("BodyWriter", "Show %n quoted lines", nullptr, fold.shown), link);
     m_afterBlank = false;
 }
 
@@ -210,6 +208,7 @@ void BodyWriter::html(const SafeHtml &html)
     m_cursor.document()->setDefaultStyleSheet(
         u"body { color: %1 } a { color: %2; text-decoration: underline }"_s.arg(text.name(), link.name()));
     m_cursor.insertHtml(html.html);
+    markHtmlQuotes(m_frames.last());
     leaveFrame();
 }
 
@@ -279,19 +278,16 @@ void BodyWriter::allHeaders(const Message &message)
         widest = std::max(widest, metrics.horizontalAdvance(headerName(fields.at(row))));
     format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::group),
                                       QTextLength(QTextLength::PercentageLength, 100)});
-    if (m_fresh)
-        m_cursor.setBlockFormat(tinyBlock());
+    enterFrame({}); // an empty block right behind a table would be laid out beside it
     QTextTable *table = m_cursor.insertTable(rows, 2, format);
     for (int row = 0; row < rows; ++row) {
         const HeaderFields::Field entry = fields.at(row);
         QTextCharFormat name = coloured(m_style.text2);
-        table->cellAt(row, 0).firstCursorPosition().insertText(QString::fromLatin1(entry.name) + u'\x00A0',
-                                                               name);
+        table->cellAt(row, 0).firstCursorPosition().insertText(headerName(entry), name);
         table->cellAt(row, 1).firstCursorPosition().insertText(
             harmlessLine(decodeHeaderText(unfolded(entry.value.toByteArray())), kLongestHeader));
     }
-    m_cursor.setPosition(table->lastPosition() + 1);
-    m_fresh = true;
+    leaveFrame();
     divider();
     if (rows < fields.count())
         note(translated("The header goes on; its source shows all of it."));
