@@ -278,7 +278,9 @@ void BodyWriter::allHeaders(const Message &message)
         widest = std::max(widest, metrics.horizontalAdvance(headerName(fields.at(row))));
     format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::group),
                                       QTextLength(QTextLength::PercentageLength, 100)});
-    enterFrame({}); // an empty block right behind a table would be laid out beside it
+    QTextFrameFormat around;
+    around.setBottomMargin(space::between);
+    enterFrame(around); // an empty block right behind a table would be laid out beside it
     QTextTable *table = m_cursor.insertTable(rows, 2, format);
     for (int row = 0; row < rows; ++row) {
         const HeaderFields::Field entry = fields.at(row);

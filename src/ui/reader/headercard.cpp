@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
+#include <QScrollArea>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -26,7 +27,15 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kAvatar = 40;
-constexpr int kNarrow = 60; ///< average characters
+constexpr int kNarrow = 76;   ///< average characters
+constexpr int kMostLines = 8; ///< of recipients at once
+
+QHBoxLayout *newRow()
+{
+    auto *layout = new QHBoxLayout;
+    layout->setSpacing(space::between);
+    return layout;
+}
 
 /// A row of small signs beside the subject, or one before a word.
 class Signs : public QWidget
@@ -81,6 +90,7 @@ HeaderCard::HeaderCard(QWidget *parent)
     , m_claim(new ElidedLabel({}, this))
     , m_date(new QLabel(this))
     , m_recipients(new RecipientsView(this))
+    , m_recipientsArea(new QScrollArea(this))
 {
     setSurface(this, Role::Base);
     setFontScale(m_subject, scale::subject, QFont::DemiBold);
@@ -99,34 +109,48 @@ HeaderCard::HeaderCard(QWidget *parent)
     build();
 }
 
-void HeaderCard::build()
+QBoxLayout *HeaderCard::buildTop()
 {
-    const auto row = [] {
-        auto *layout = new QHBoxLayout;
-        layout->setSpacing(space::between);
-        return layout;
-    };
-    auto *top = row();
-    top->addWidget(m_subject, 0);
-    top->addWidget(m_marks);
-    top->addStretch(1);
-    top->addWidget(m_actions);
-    auto *sender = row();
-    sender->addWidget(m_name, 0);
-    sender->addWidget(m_address, 0);
-    auto *verdict = row();
+    auto *title = newRow();
+    title->addWidget(m_subject, 0);
+    title->addWidget(m_marks);
+    title->addStretch(1);
+    m_topRow = newRow();
+    m_topRow->addLayout(title, 1);
+    m_topRow->addWidget(m_actions, 0, Qt::AlignTrailing);
+    return m_topRow;
+}
+
+QBoxLayout *HeaderCard::buildSender()
+{
+    m_senderRow = newRow();
+    m_senderRow->addWidget(m_name);
+    m_senderRow->addWidget(m_address);
+    m_senderRow->addWidget(m_claim);
+    auto *verdict = newRow();
     verdict->setSpacing(space::inner);
     verdict->addWidget(m_sign);
-    verdict->addWidget(m_verdict, 0);
+    verdict->addWidget(m_verdict);
+    auto *sender = newRow();
+    sender->addLayout(m_senderRow);
     sender->addLayout(verdict);
-    sender->addWidget(m_claim, 0);
     sender->addStretch(1);
-    sender->addWidget(m_date);
+    sender->addWidget(m_date, 0, Qt::AlignTop);
+    return sender;
+}
+
+void HeaderCard::build()
+{
+    m_recipientsArea->setWidget(m_recipients);
+    m_recipientsArea->setWidgetResizable(true);
+    m_recipientsArea->setFrameShape(QFrame::NoFrame);
+    m_recipientsArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_recipientsArea->setFocusPolicy(Qt::NoFocus);
     auto *lines = new QVBoxLayout;
     lines->setSpacing(2);
-    lines->addLayout(top);
-    lines->addLayout(sender);
-    lines->addWidget(m_recipients);
+    lines->addLayout(buildTop());
+    lines->addLayout(buildSender());
+    lines->addWidget(m_recipientsArea);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(space::dialog, space::between, space::card, space::group);
     layout->setSpacing(space::group);
@@ -136,6 +160,7 @@ void HeaderCard::build()
     picture->addStretch(1);
     layout->addLayout(picture);
     layout->addLayout(lines, 1);
+    connect(m_recipients, &RecipientsView::extentChanged, this, &HeaderCard::fit);
 }
 
 void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
@@ -204,20 +229,28 @@ void HeaderCard::setActions(const QList<QAction *> &actions)
         else
             m_actions->addSeparator();
     }
-    fitActions();
+    fit();
 }
 
-/// A long subject gives way to the buttons; in a narrow pane some of them go behind the bar's own "more".
-void HeaderCard::fitActions()
+/// A long subject gives way to the buttons, and a narrow pane puts what stood side by side one above the
+/// other. Many recipients can be scrolled through.
+void HeaderCard::fit()
 {
     const bool narrow = width() < columnWidth(kNarrow);
+    m_topRow->setDirection(narrow ? QBoxLayout::BottomToTop : QBoxLayout::LeftToRight);
+    m_senderRow->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    m_senderRow->setSpacing(narrow ? 0 : space::between);
     m_actions->setMinimumWidth(narrow ? 0 : m_actions->sizeHint().width());
+    const int most = kMostLines * textHeight();
+    m_recipientsArea->setVisible(!m_recipients->isHidden());
+    m_recipientsArea->setFixedHeight(std::min(m_recipients->heightForWidth(m_recipients->width()), most));
 }
 
 void HeaderCard::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    fitActions();
+    // the layout that called does not listen while it works
+    QMetaObject::invokeMethod(this, &HeaderCard::fit, Qt::QueuedConnection);
 }
 
 void HeaderCard::contextMenuEvent(QContextMenuEvent *event)

@@ -7,7 +7,9 @@
 class Avatar;
 class ElidedLabel;
 class QAction;
+class QBoxLayout;
 class QLabel;
+class QScrollArea;
 class QToolBar;
 class RecipientsView;
 
@@ -46,7 +48,9 @@ protected:
 
 private:
     void build();
-    void fitActions();
+    QBoxLayout *buildTop();
+    QBoxLayout *buildSender();
+    void fit();
     void showSender(const Message &message);
 
     Avatar *m_avatar;
@@ -60,6 +64,9 @@ private:
     ElidedLabel *m_claim;
     QLabel *m_date;
     RecipientsView *m_recipients;
+    QScrollArea *m_recipientsArea;
+    QBoxLayout *m_topRow = nullptr;    ///< subject and buttons, one above the other in a narrow pane
+    QBoxLayout *m_senderRow = nullptr; ///< name and address likewise
     Address m_sender;
     QString m_verdictIcon;
 };

@@ -66,6 +66,7 @@ void RecipientsView::showMessage(const Message &message)
     setAccessibleName(textFor(1 << 20));
     updateGeometry();
     update();
+    emit extentChanged();
 }
 
 bool RecipientsView::canExpand() const
@@ -78,6 +79,7 @@ void RecipientsView::setExpanded(bool expanded)
     m_expanded = expanded;
     updateGeometry();
     update();
+    emit extentChanged();
 }
 
 /// Names are added as long as they and "99 more" fit; the first one of all is shown in any case.
