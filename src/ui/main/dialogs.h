@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class GroupStore;
+class QDialog;
+class QWidget;
+
+/// The small dialogs of the main window. Each opens without an event loop of its own and deletes itself; what
+/// was entered comes through the function that is handed in, not at all when the user cancels.
+
+/// Asks for one line of text. @p check says what is wrong with it, empty for nothing.
+struct NameRequest
+{
+    QString title;
+    QString label;
+    QString text;
+    QString verb; ///< of the default button
+    std::function<QString(const QString &)> check;
+};
+QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void(const QString &)> done);
+
+/// Asks for a group, with a field that narrows the list while one types.
+struct GroupRequest
+{
+    QString title;
+    QString verb;
+    int except = 0; ///< a group that is not offered
+};
+QDialog *askGroup(QWidget *parent, const GroupStore &store, const GroupRequest &request,
+                  std::function<void(int group)> done);
+
+/// Asks for the name and the file of a mailbox that another program fills.
+QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &name)> check,
+                        std::function<void(const QString &name, const QString &path)> done);
+
+/// A list of texts to choose one from.
+QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, const QStringList &choices,
+                   std::function<void(int)> done);
+
+/// Two columns to read: what there is, and its key.
+QDialog *showKeys(QWidget *parent, const QList<std::pair<QString, QString>> &keys);

@@ -1,0 +1,248 @@
+#include "ui/main/messagedelegate.h"
+
+#include "ui/look/colours.h"
+#include "ui/look/icons.h"
+#include "ui/look/metrics.h"
+#include "ui/look/rows.h"
+#include "ui/look/storedcolours.h"
+#include "ui/look/styleparts.h"
+#include "ui/main/messagetexts.h"
+
+#include <QPainter>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kLeading = 6;   ///< in a cell, as in the header above it
+constexpr int kTrailing = 12; //
+constexpr int kIndent = 18;
+constexpr int kIndentTwoLines = 16;
+constexpr int kDeepestShown = 12; ///< levels further down stand below each other
+constexpr int kGutter = 30;
+constexpr int kDot = 8;
+constexpr int kGoodScore = 25;
+
+int chevronWidth()
+{
+    return iconSize(IconUse::Row);
+}
+
+QString threadText(const MessageListModel::ThreadCounts &counts)
+{
+    return counts.unread > 0 ? u"%1 new of %2"_s.arg(counts.unread).arg(counts.messages)
+                             : QString::number(counts.messages);
+}
+
+} // namespace
+
+/// What the painting of one row hands from step to step; @c rest shrinks as its ends are used.
+struct MessageDelegate::Row
+{
+    QPainter *painter;
+    const QStyleOptionViewItem &option;
+    int place;
+    const MessageListModel::Item &item;
+    QRect rest;
+
+    bool isUnread() const { return !item.overview.has(Mark::Read); }
+    QColor ink() const { return isUnread() ? colour(Role::Text) : shownReadRowColour(); }
+    QColor dim() const { return colour(isUnread() ? Role::Text : Role::Text2); }
+    QFont font(double factor = 1) const
+    {
+        return fontScaled(option.font, factor, isUnread() ? QFont::DemiBold : QFont::Normal);
+    }
+
+    QRect takeLeading(int width)
+    {
+        const QRect part = leading(&option, rest, width);
+        rest = trailing(&option, rest, std::max(0, rest.width() - width));
+        return part;
+    }
+    QRect takeTrailing(int width)
+    {
+        const QRect part = trailing(&option, rest, width);
+        rest = leading(&option, rest, std::max(0, rest.width() - width));
+        return part;
+    }
+
+    void text(const QRect &rect, const QString &words, const QFont &font, const QColor &ink,
+              Qt::Alignment side = Qt::AlignLeading) const
+    {
+        painter->setFont(font);
+        painter->setPen(ink);
+        const QString shown = QFontMetrics(font).elidedText(words, Qt::ElideRight, rect.width());
+        painter->drawText(rect,
+                          int(QStyle::visualAlignment(option.direction, side)) | Qt::AlignVCenter |
+                              Qt::TextSingleLine,
+                          shown);
+    }
+    void icon(const QRect &rect, const QString &name, const QColor &ink) const
+    {
+        paintIcon(painter, rect, name, ink, option.direction);
+    }
+    QRect square(const QRect &rect) const
+    {
+        QRect box(0, 0, iconSize(IconUse::Row), iconSize(IconUse::Row));
+        box.moveCenter(rect.center());
+        return box;
+    }
+
+    void state(const QRect &rect) const
+    {
+        if (isUnread()) {
+            QRect dot(0, 0, kDot, kDot);
+            dot.moveCenter(rect.center());
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(colour(Role::Accent));
+            painter->drawEllipse(dot);
+        } else if (item.overview.has(Mark::Replied)) {
+            icon(square(rect), u"replied"_s, colour(Role::Text2));
+        } else if (item.overview.has(Mark::Forwarded)) {
+            icon(square(rect), u"forwarded"_s, colour(Role::Text2));
+        }
+    }
+    void chevron(const QRect &rect) const
+    {
+        if (!item.hasAnswers)
+            return;
+        const Qt::ArrowType folded = option.direction == Qt::RightToLeft ? Qt::LeftArrow : Qt::RightArrow;
+        paintChevron(painter, rect, item.isExpanded ? Qt::DownArrow : folded, colour(Role::Text2),
+                     iconSize(IconUse::Row) * 3 / 4);
+    }
+};
+
+MessageDelegate::MessageDelegate(const MessageListModel &model, QObject *parent)
+    : QStyledItemDelegate(parent)
+    , m_model(model)
+{}
+
+QSize MessageDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
+{
+    return {0, rowHeight(m_twoLines ? RowKind::TwoLines : RowKind::List)};
+}
+
+QRect MessageDelegate::chevronRect(const QRect &rect, int depth, Qt::LayoutDirection direction) const
+{
+    const int shift = std::min(depth, kDeepestShown) * kIndent;
+    const QRect logical = m_twoLines
+                              ? QRect(rect.x(), rect.y() + rect.height() / 2, kGutter, rect.height() / 2)
+                              : QRect(rect.x() + kLeading + shift, rect.y(), chevronWidth(), rect.height());
+    return QStyle::visualRect(direction, rect, logical);
+}
+
+void MessageDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                            const QModelIndex &index) const
+{
+    const MessageListModel::Item item = m_model.item(index.row());
+    Row row{painter, option, index.row(), item, option.rect};
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    paintRowState(painter, option, option.widget);
+    if (m_twoLines)
+        paintTwoLines(row);
+    else
+        paintCell(row, MessageColumn(index.column()));
+    paintRowFocus(painter, option, option.widget);
+    painter->restore();
+}
+
+void MessageDelegate::paintCell(Row &row, MessageColumn column) const
+{
+    const QRect words = row.rest.adjusted(kLeading, 0, -kLeading, 0);
+    const QRect value = row.rest.adjusted(kLeading, 0, -kTrailing, 0);
+    const QRect number = QStyle::visualRect(row.option.direction, row.rest, value);
+    const Overview &overview = row.item.overview;
+    switch (column) {
+    case MessageColumn::State: return row.state(row.rest);
+    case MessageColumn::Flag:
+        if (overview.has(Mark::Flagged))
+            row.icon(row.square(row.rest), u"flag-fill"_s, colour(Role::Flag));
+        return;
+    case MessageColumn::Subject: return paintSubject(row);
+    case MessageColumn::Clip:
+        if (overview.has(Mark::Attachments))
+            row.icon(row.square(row.rest), u"attach"_s, row.dim());
+        return;
+    case MessageColumn::From: return row.text(words, m_model.personOf(row.item.texts), row.font(), row.ink());
+    case MessageColumn::Score:
+        return row.text(number, scoreText(overview.score()), row.font(scale::small),
+                        overview.score() >= kGoodScore ? colour(Role::Good) : colour(Role::Text2),
+                        Qt::AlignTrailing);
+    case MessageColumn::Date:
+        return row.text(number, shortDate(overview.date()), row.font(scale::small), row.dim(),
+                        Qt::AlignTrailing);
+    case MessageColumn::Size:
+        return row.text(number, shortSize(overview.unpackedLength()), row.font(scale::small), row.dim(),
+                        Qt::AlignTrailing);
+    }
+}
+
+void MessageDelegate::paintSubject(Row &row) const
+{
+    row.takeLeading(kLeading + std::min(row.item.depth, kDeepestShown) * kIndent);
+    row.chevron(row.takeLeading(chevronWidth()));
+    row.takeLeading(1);
+    row.takeTrailing(kLeading);
+    if (row.item.hasAnswers && !row.item.isExpanded) {
+        const MessageListModel::ThreadCounts counts = m_model.threadCounts(row.place);
+        const QFont font = fontScaled(row.option.font, scale::section);
+        const QString words = threadText(counts);
+        const int width = QFontMetrics(font).horizontalAdvance(words) + 1;
+        if (width * 2 < row.rest.width())
+            row.text(row.takeTrailing(width), words, font,
+                     colour(counts.unread > 0 ? Role::Link : Role::Text2));
+        row.takeTrailing(space::between);
+    }
+    if (row.item.overview.has(Mark::Watched) || row.item.overview.has(Mark::Ignored)) {
+        const QString name = row.item.overview.has(Mark::Watched) ? u"watched"_s : u"ignored"_s;
+        row.icon(row.square(row.takeTrailing(iconSize(IconUse::Row))), name, colour(Role::Text2));
+        row.takeTrailing(space::between);
+    }
+    row.text(row.rest, subjectOrNone(row.item.texts.subject), row.font(), row.ink());
+}
+
+void MessageDelegate::paintTwoLines(Row &row) const
+{
+    const int line = textHeight() + 3;
+    const int first = row.rest.y() + (row.rest.height() - 2 * line) / 2;
+    const QRect all = row.rest;
+    const auto atLine = [&](const QRect &part, int number) {
+        return QRect(part.x(), first + number * line, part.width(), line);
+    };
+    const QRect gutter = row.takeLeading(kGutter);
+    if (!(row.option.state & QStyle::State_Selected))
+        row.painter->fillRect(QRect(row.rest.x(), all.bottom(), row.rest.width(), 1), colour(Role::Line));
+    row.state(atLine(gutter, 0));
+    row.chevron(atLine(gutter, 1));
+    row.takeLeading(std::min(row.item.depth, kDeepestShown) * kIndentTwoLines);
+    row.takeTrailing(kTrailing);
+    const QRect both = row.rest;
+
+    const QFont small = row.font(scale::small);
+    const QString date = shortDate(row.item.overview.date());
+    row.text(atLine(row.takeTrailing(QFontMetrics(small).horizontalAdvance(date) + 1), 0), date, small,
+             colour(row.isUnread() ? Role::Link : Role::Text2), Qt::AlignTrailing);
+    row.takeTrailing(space::between);
+    row.text(atLine(row.rest, 0), m_model.personOf(row.item.texts), row.font(), row.ink());
+
+    row.rest = both;
+    const auto sign = [&](const QString &name, Role role) {
+        row.icon(row.square(atLine(row.takeTrailing(iconSize(IconUse::Row)), 1)), name, colour(role));
+        row.takeTrailing(space::inner);
+    };
+    if (row.item.overview.has(Mark::Flagged))
+        sign(u"flag-fill"_s, Role::Flag);
+    if (row.item.overview.has(Mark::Attachments))
+        sign(u"attach"_s, Role::Text2);
+    if (row.item.overview.has(Mark::Watched))
+        sign(u"watched"_s, Role::Text2);
+    if (row.item.hasAnswers && !row.item.isExpanded) {
+        const QString words = threadText(m_model.threadCounts(row.place));
+        const QFont font = fontScaled(row.option.font, scale::section);
+        row.text(atLine(row.takeTrailing(QFontMetrics(font).horizontalAdvance(words) + 1), 1), words, font,
+                 colour(Role::Text2));
+        row.takeTrailing(space::between);
+    }
+    row.text(atLine(row.rest, 1), subjectOrNone(row.item.texts.subject), row.font(), row.ink());
+}

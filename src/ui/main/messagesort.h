@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Qt>
+
+#include <array>
+
+/// The columns of a message list, in their order on the screen. Their numbers lie in the file "Views": one
+/// that was used keeps its meaning.
+enum class MessageColumn { State, Flag, Subject, Clip, From, Score, Date, Size };
+
+struct MessageColumnRow
+{
+    const char *name; ///< for the header, its menu and the screen reader
+    const char *icon; ///< shown in the header in place of the name; empty: the name
+    int characters;   ///< width in average characters; 0: an icon, or the rest of the room
+    bool descending;  ///< the order that the first click gives
+    bool atFirst;     ///< shown until the user chooses
+};
+constexpr std::array kMessageColumns = {
+    MessageColumnRow{"State", "mail", 0, false, true},
+    MessageColumnRow{"Flag", "flag", 0, true, true},
+    MessageColumnRow{"Subject", "", 0, false, true},
+    MessageColumnRow{"Attachments", "attach", 0, true, true},
+    MessageColumnRow{"From", "", 24, false, true},
+    MessageColumnRow{"Score", "", 9, true, true},
+    MessageColumnRow{"Date", "", 14, true, true},
+    MessageColumnRow{"Size", "", 10, true, false},
+};
+static_assert(kMessageColumns.size() == std::size_t(MessageColumn::Size) + 1);
+constexpr int kMessageColumnCount = int(kMessageColumns.size());
+
+inline bool isTextColumn(MessageColumn column)
+{
+    return column == MessageColumn::Subject || column == MessageColumn::From;
+}
+
+/// How a list of messages is ordered.
+struct MessageSort
+{
+    MessageColumn column = MessageColumn::Date;
+    Qt::SortOrder order = Qt::DescendingOrder;
+    bool threads = true; ///< answers below what they answer; a thread stands where its newest message would
+
+    bool operator==(const MessageSort &) const = default;
+};

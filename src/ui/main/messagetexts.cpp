@@ -1,0 +1,116 @@
+#include "ui/main/messagetexts.h"
+
+#include "config/clock.h"
+#include "message/address.h"
+
+#include <QCoreApplication>
+#include <QLocale>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kDaysOfAWeek = 6; ///< on the seventh day back the weekday is that of today
+
+QDateTime localTime(qint64 date)
+{
+    return QDateTime::fromSecsSinceEpoch(date);
+}
+
+QString timeOf(const QDateTime &moment)
+{
+    return QLocale().toString(moment.time(), QLocale::ShortFormat);
+}
+
+QString withoutQuotes(QStringView name)
+{
+    name = name.trimmed();
+    if (name.size() >= 2 && name.front() == u'"' && name.back() == u'"')
+        name = name.sliced(1, name.size() - 2).trimmed();
+    return name.toString();
+}
+
+} // namespace
+
+QString peopleOf(const QString &field)
+{
+    // One name with a comma in it, decoded, is still one name.
+    const qsizetype open = field.lastIndexOf(u'<');
+    if (open > 0 && field.endsWith(u'>') && field.indexOf(u'<') == open) {
+        const QString name = withoutQuotes(QStringView(field).left(open));
+        if (!name.isEmpty())
+            return name;
+    }
+    QStringList people;
+    for (const Address &address : parseAddresses(field))
+        people.append(address.name.isEmpty() ? address.address : address.name);
+    return people.isEmpty() ? field : people.join(u", "_s);
+}
+
+QString shortDate(qint64 date)
+{
+    const QDateTime moment = localTime(date);
+    const QDate today = clockNow().date();
+    const qint64 days = moment.date().daysTo(today);
+    const QLocale locale;
+    if (days == 0)
+        return timeOf(moment);
+    if (days > 0 && days <= kDaysOfAWeek)
+        return locale.toString(moment.date(), u"ddd"_s) + u' ' + timeOf(moment);
+    const bool thisYear = moment.date().year() == today.year();
+    return locale.toString(moment.date(), thisYear ? u"d MMM"_s : u"d MMM yyyy"_s);
+}
+
+QString longDate(qint64 date)
+{
+    const QDateTime moment = localTime(date);
+    return QLocale().toString(moment.date(), QLocale::LongFormat) + u' ' + timeOf(moment);
+}
+
+QString shortSize(quint32 bytes)
+{
+    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
+}
+
+QString scoreText(int score)
+{
+    if (score == 0)
+        return {};
+    return score > 0 ? u'+' + QString::number(score) : QString::number(score);
+}
+
+QString subjectOrNone(const QString &subject)
+{
+    return subject.isEmpty() ? QCoreApplication::translate("MessageList", "(no subject)") : subject;
+}
+
+QString spokenRow(const Overview &overview, const QString &person, const QString &subject)
+{
+    struct Word
+    {
+        Mark mark;
+        const char *word;
+    };
+    constexpr Word kWords[] = {{Mark::Flagged, "flagged"},     {Mark::Replied, "replied"},
+                               {Mark::Forwarded, "forwarded"}, {Mark::Watched, "watched"},
+                               {Mark::Ignored, "ignored"},     {Mark::Junk, "junk"}};
+    QStringList words;
+    if (!overview.has(Mark::Read))
+        words.append(u"unread"_s);
+    for (const Word &word : kWords) {
+        if (overview.has(word.mark))
+            words.append(QString::fromLatin1(word.word));
+    }
+    words << person << subjectOrNone(subject) << shortDate(overview.date());
+    if (overview.has(Mark::Attachments))
+        words.append(u"attachment"_s);
+    return words.join(u", "_s);
+}
+
+QString messagesInWords(qint64 count)
+{
+    if (count == 0)
+        return u"no messages"_s;
+    const QString number = QLocale(QLocale::English).toString(count);
+    return count == 1 ? u"1 message"_s : u"%1 messages"_s.arg(number);
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "config/listfile.h"
+#include "ui/main/messagesort.h"
+
+#include <QHash>
+#include <QList>
+
+#include <array>
+#include <optional>
+
+/// How the list of one group is arranged.
+struct GroupView
+{
+    MessageSort sort;
+    std::array<int, kMessageColumnCount> widths = {}; ///< pixels; 0: as wide as the column needs
+    std::array<bool, kMessageColumnCount> shown = {};
+
+    GroupView();
+    bool operator==(const GroupView &) const = default;
+};
+
+/// Where the reader is.
+enum class PaneLayout { Classic, Vertical, Wide };
+constexpr std::array kPaneLayoutNames = {"classic", "vertical", "wide"};
+static_assert(kPaneLayoutNames.size() == std::size_t(PaneLayout::Wide) + 1);
+
+/// What the main window remembers besides the settings: the file "Views" with a record for the window and one
+/// for each group whose list the user arranged.
+class Views
+{
+public:
+    Views();
+
+    void load();
+
+    /// Writes the file if something changed. False after a report.
+    bool save();
+
+    GroupView group(int number) const;
+    void setGroup(int number, const GroupView &view);
+    void forget(int number);
+
+    PaneLayout layout() const { return m_layout; }
+    void setLayout(PaneLayout layout);
+    bool showsReader() const { return m_showsReader; }
+    void setShowsReader(bool shows);
+    int lastGroup() const { return m_lastGroup; } ///< 0: none
+    void setLastGroup(int number);
+    const QList<int> &collapsed() const { return m_collapsed; } ///< groups folded in the tree
+    void setCollapsed(const QList<int> &groups);
+
+private:
+    void readLine(const QString &line, std::optional<int> &group);
+    void readWindowLine(QStringView key, QStringView value);
+    static void readGroupLine(GroupView &view, QStringView key, QStringView value);
+    QStringList lines() const;
+
+    ListFile m_file;
+    QHash<int, GroupView> m_groups;
+    PaneLayout m_layout = PaneLayout::Classic;
+    bool m_showsReader = true;
+    int m_lastGroup = 0;
+    QList<int> m_collapsed;
+    bool m_changed = false;
+};

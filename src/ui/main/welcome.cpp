@@ -1,0 +1,67 @@
+#include "ui/main/welcome.h"
+
+#include "ui/look/colours.h"
+#include "ui/look/metrics.h"
+#include "ui/look/recolour.h"
+#include "ui/main/card.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+constexpr int kWidest = 92; ///< characters
+}
+
+Welcome::Welcome(QWidget *parent)
+    : QWidget(parent)
+{
+    setObjectName(u"welcome"_s);
+    setSurface(this, Role::Base);
+    auto *title = new QLabel(u"Welcome to Velmar"_s);
+    setFontScale(title, scale::welcome, QFont::DemiBold);
+    auto *sentence =
+        new QLabel(u"Your mail in one calm place. Everything stays in plain files on this computer."_s);
+    sentence->setWordWrap(true);
+    setFontScale(sentence, scale::title);
+    setTextRole(sentence, Role::Text2);
+
+    auto *import = new Card(u"import"_s, u"Bring your mail over"_s,
+                            u"Mailboxes (mbox), Maildir folders or single message files."_s);
+    auto *batch = new Card(u"inbox"_s, u"Read a mailbox on this computer"_s,
+                           u"Velmar takes new mail from a file that another program fills."_s);
+    auto *look =
+        new Card(u"play"_s, u"Just look around"_s, u"Go to the empty inbox and see what is there."_s);
+    import->setFirst(true);
+    import->setObjectName(u"welcomeImport"_s);
+    auto *hint = new QLabel(u"All of this is in the File menu, too."_s);
+    setFontScale(hint, scale::small);
+    setTextRole(hint, Role::Text2);
+
+    auto *column = new QVBoxLayout;
+    column->setSpacing(space::group);
+    column->addStretch(2);
+    column->addWidget(title);
+    column->addWidget(sentence);
+    column->addSpacing(space::group);
+    column->addWidget(import);
+    column->addWidget(batch);
+    column->addWidget(look);
+    column->addWidget(hint, 0, Qt::AlignTrailing);
+    column->addStretch(3);
+    auto *page = new QWidget;
+    page->setLayout(column);
+    page->setMaximumWidth(columnWidth(kWidest));
+    auto *across = new QHBoxLayout(this);
+    across->setContentsMargins(space::page, space::page, space::page, space::page);
+    across->addStretch(1);
+    across->addWidget(page, 20);
+    across->addStretch(1);
+
+    connect(import, &QAbstractButton::clicked, this, &Welcome::importWanted);
+    connect(batch, &QAbstractButton::clicked, this, &Welcome::batchAccountWanted);
+    connect(look, &QAbstractButton::clicked, this, &Welcome::lookAroundWanted);
+    setFocusProxy(import);
+}
