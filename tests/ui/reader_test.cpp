@@ -378,6 +378,15 @@ void ReaderTest::links()
     QVERIFY(bar()->isVisible() && bar()->text().contains(u"bank.example"_s));
     bar()->findChild<QPushButton *>(u"first"_s)->click();
     QCOMPARE(activated.takeFirst().first().toString(), u"https://evil.example/y"_s);
+    // as a click hands it over, the host in its ASCII form
+    m_view->showMessage(
+        Message(mail("text/html; charset=utf-8", "<a href='https://b\xC3\xBC"
+                                                 "cher.example/\xC3\xA4 x'>https://bank.example/</a>")));
+    QTextCursor link = body()->document()->find(u"bank"_s);
+    emit body()->anchorClicked(QUrl(link.charFormat().anchorHref()));
+    QCOMPARE(activated.size(), 0);
+    QCOMPARE(deceptive.size(), 1);
+    deceptive.clear();
     // what was asked before is no longer an answer
     click(u"https://evil.example/y"_s);
     m_view->showMessage(Message(mail("text/plain", "see www.example.org\n")));

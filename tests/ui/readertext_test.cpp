@@ -343,6 +343,9 @@ void ReaderTextTest::copiesForOthers()
         QVERIFY(files.copyOf(message, 1) != path);
     }
     QVERIFY(!QFile::exists(path));
+    setStringSetting(Setting::TempDir, scratch.path(u"not/there"_s)); // then the desktop's own will do
+    AttachmentFiles files;
+    QCOMPARE(Scratch::read(files.copyOf(message, 1)), QByteArray("x"));
 }
 
 QTEST_MAIN(ReaderTextTest)

@@ -1,5 +1,6 @@
 #include "ui/reader/attachmentfiles.h"
 
+#include "config/reporter.h"
 #include "config/settings.h"
 #include "message/contenttypes.h"
 #include "message/headerblock.h"
@@ -177,18 +178,28 @@ QString freePath(const QString &directory, const QString &name)
     return path;
 }
 
+bool AttachmentFiles::makeDirectory()
+{
+    if (m_directory && m_directory->isValid())
+        return true;
+    const QString wanted = stringSetting(Setting::TempDir);
+    for (const QString &base : {wanted.isEmpty() ? QDir::tempPath() : wanted, QDir::tempPath()}) {
+        m_directory = std::make_unique<QTemporaryDir>(base + u"/velmar-XXXXXX"_s);
+        m_directory->setAutoRemove(!boolSetting(Setting::TempKeepFiles));
+        if (m_directory->isValid())
+            return true;
+    }
+    report(ReportLevel::Warning, "Unable to create a temporary directory");
+    return false;
+}
+
 QString AttachmentFiles::copyOf(const Message &message, int part)
 {
-    if (!m_directory) {
-        const QString base = stringSetting(Setting::TempDir);
-        m_directory =
-            std::make_unique<QTemporaryDir>((base.isEmpty() ? QDir::tempPath() : base) + u"/velmar-XXXXXX"_s);
-        m_directory->setAutoRemove(!boolSetting(Setting::TempKeepFiles));
-    }
+    if (!makeDirectory())
+        return {};
     const QString folder = m_directory->filePath(QString::number(++m_count));
-    QDir().mkpath(folder);
     const QString path = folder + u'/' + attachmentName(message, part);
-    if (!message.mime().savePart(part, path))
+    if (!QDir().mkpath(folder) || !message.mime().savePart(part, path))
         return {};
     QFile::setPermissions(path, QFile::ReadOwner);
     return path;

@@ -40,6 +40,8 @@ public:
     QString copyOf(const Message &message, int part);
 
 private:
+    bool makeDirectory();
+
     std::unique_ptr<QTemporaryDir> m_directory;
     int m_count = 0;
 };

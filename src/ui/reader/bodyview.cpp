@@ -34,6 +34,14 @@ int quoteLevel(const QTextBlock &block)
     return block.blockFormat().intProperty(bodyformat::QuoteLevel);
 }
 
+/// Where a link leads; the letters of a foreign host's name could look like those of a known one.
+QString shownTarget(const QUrl &url)
+{
+    const QString host = url.host(QUrl::EncodeUnicode);
+    const QString target = harmlessLine(url.toString(), 400);
+    return host == url.host() ? target : u"%1 (%2)"_s.arg(target, host);
+}
+
 bool isFromRight(const QTextBlock &block)
 {
     return block.blockFormat().boolProperty(bodyformat::FromRight);
@@ -53,8 +61,7 @@ BodyView::BodyView(QWidget *parent)
     connect(this, &QTextBrowser::anchorClicked, this,
             [this](const QUrl &url) { emit linkClicked(url.toString(QUrl::FullyEncoded)); });
     connect(this, &QTextBrowser::highlighted, this, [this](const QUrl &url) {
-        const bool own = url.scheme() == readerlink::scheme;
-        emit linkHovered(own ? QString() : harmlessLine(url.toString(), 400));
+        emit linkHovered(url.scheme() == readerlink::scheme ? QString() : shownTarget(url));
     });
 }
 

@@ -26,6 +26,7 @@
 #include <QStackedLayout>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -77,6 +78,12 @@ constexpr std::array kActions = {
 };
 static_assert(kActions.size() == kReaderActionCount);
 
+/// A document hands a link back in an encoding of its own, international names of hosts above all.
+bool isSameTarget(const QString &a, const QString &b)
+{
+    return a == b || QUrl(a).toEncoded() == QUrl(b).toEncoded();
+}
+
 } // namespace
 
 MessageView::MessageView(QWidget *parent)
@@ -93,8 +100,10 @@ MessageView::MessageView(QWidget *parent)
     m_rebuild->setSingleShot(true);
     connect(m_rebuild, &QTimer::timeout, this, &MessageView::refresh);
     connect(m_rest, &QTimer::timeout, this, [this] {
-        if (!m_builder->writeMore())
-            m_rest->stop();
+        if (m_builder->writeMore())
+            return;
+        m_rest->stop();
+        m_find->refresh();
     });
     clear();
 }
@@ -297,8 +306,9 @@ void MessageView::followLink(const QString &target)
     if (safe.isEmpty())
         return;
     const QList<DeceptiveLink> &deceptive = m_builder->facts().deceptiveLinks;
-    const auto found = std::find_if(deceptive.begin(), deceptive.end(),
-                                    [&](const DeceptiveLink &link) { return link.target == safe; });
+    const auto found = std::find_if(deceptive.begin(), deceptive.end(), [&](const DeceptiveLink &link) {
+        return isSameTarget(link.target, safe);
+    });
     if (found == deceptive.end())
         return emit linkActivated(safe);
     const QList<UrlRange> named = findUrls(found->text);
