@@ -48,6 +48,7 @@ GroupFiles::State GroupFiles::recover(OverviewFile::State state)
             std::all_of(found.begin(), found.end(), [this](int n) { return bin(n).size() == 0; });
         if (!empty)
             return State::Damaged;
+        m_overviewState = OverviewFile::State::Settled;
         return m_overviews.create(1) ? State::Good : State::Unreadable;
     }
     case OverviewFile::State::Unreadable:
@@ -311,6 +312,7 @@ bool GroupFiles::rewriteOverviews(const std::vector<Overview> &overviews, quint3
 {
     m_isOpen = m_overviews.rewrite(overviews, nextArticle);
     m_needsRepair = m_needsRepair && !m_isOpen;
+    m_overviewState = m_isOpen ? OverviewFile::State::Settled : m_overviewState;
     return m_isOpen;
 }
 

@@ -353,6 +353,8 @@ bool GroupStore::compactBin(Group &group, int bin)
 
 void GroupStore::rebuildIndex()
 {
+    for (const auto &group : m_groups)
+        group->rowCount(); // one that is repaired now enters itself
     m_index.clear();
     for (const auto &group : m_groups)
         indexGroup(*group);
@@ -532,6 +534,7 @@ void GroupStore::updateIndex()
         const quint64 generation = group->generation();
         if (generation != 0 && m_index.generationOf(group->number()) == generation)
             continue;
+        group->rowCount(); // one that is repaired now enters itself
         m_index.removeGroup(group->number());
         indexGroup(*group);
     }
