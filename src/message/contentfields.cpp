@@ -157,17 +157,6 @@ QString repairedName(const QByteArray &value, QByteArrayView charset)
 
 } // namespace
 
-bool isFieldLine(QByteArrayView line)
-{
-    qsizetype at = 0;
-    while (at < line.size() && line[at] > ' ' && line[at] < 0x7f && line[at] != ':')
-        ++at;
-    const bool named = at > 0;
-    while (at < line.size() && (line[at] == ' ' || line[at] == '\t'))
-        ++at;
-    return named && at < line.size() && line[at] == ':';
-}
-
 ContentFields ContentFields::read(QByteArrayView header)
 {
     ContentFields fields;

@@ -18,9 +18,6 @@ struct ContentFields
     static ContentFields read(QByteArrayView header);
 };
 
-/// Whether @p line begins with a field's name and its colon; blanks before the colon are let through.
-bool isFieldLine(QByteArrayView line);
-
 /// What @p fields make of a part, positions left alone. @p withoutType is the type of a part that names none.
 /// @p type is what the type's field holds.
 MIMEPart describePart(const ContentFields &fields, const ParameterList &type, QByteArrayView withoutType);

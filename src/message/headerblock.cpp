@@ -36,6 +36,15 @@ quint32 nameHash(QByteArrayView name)
     return hash;
 }
 
+/// Of the printable characters that a field's name is made of.
+qsizetype nameLength(QByteArrayView text)
+{
+    qsizetype length = 0;
+    while (length < text.size() && text[length] > ' ' && text[length] < 0x7f && text[length] != ':')
+        ++length;
+    return length;
+}
+
 HeaderExtent extentFrom(QByteArrayView text, qsizetype from)
 {
     for (qsizetype end = findByte(text, '\n', from); end >= 0; end = findByte(text, '\n', end + 1))
@@ -48,10 +57,17 @@ HeaderExtent extentFrom(QByteArrayView text, qsizetype from)
 
 bool beginsWithField(QByteArrayView text)
 {
-    qsizetype at = 0;
-    while (at < text.size() && text[at] > ' ' && text[at] < 0x7f && text[at] != ':')
-        ++at;
-    return at > 0 && at < text.size() && text[at] == ':';
+    const qsizetype length = nameLength(text);
+    return length > 0 && length < text.size() && text[length] == ':';
+}
+
+bool isFieldLine(QByteArrayView line)
+{
+    const qsizetype length = nameLength(line);
+    qsizetype colon = length;
+    while (colon < line.size() && isBlank(line[colon]))
+        ++colon;
+    return length > 0 && colon < line.size() && line[colon] == ':';
 }
 
 HeaderExtent headerExtent(QByteArrayView text)
@@ -63,11 +79,6 @@ HeaderExtent headerExtent(QByteArrayView text)
         ++first;
     // Mailbox files and gateways put empty lines in front of a header; without one they are the body's own.
     return beginsWithField(text.sliced(first)) ? extentFrom(text, first) : HeaderExtent{0, 1};
-}
-
-HeaderExtent partHeaderExtent(QByteArrayView part)
-{
-    return part.startsWith('\n') ? HeaderExtent{0, 1} : extentFrom(part, 0);
 }
 
 QByteArray unfolded(QByteArrayView folded)

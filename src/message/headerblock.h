@@ -19,12 +19,11 @@ struct HeaderExtent
 /// the header block; a text that begins with an empty line and has no field behind it has no header.
 HeaderExtent headerExtent(QByteArrayView text);
 
-/// The same for a part of a multipart: here an empty first line always means that there is no header
-/// (RFC 2046, section 5.1).
-HeaderExtent partHeaderExtent(QByteArrayView part);
-
 /// Whether the text begins with a field: a name of printable characters, at once followed by ":".
 bool beginsWithField(QByteArrayView text);
+
+/// The same of a single line; here blanks before the colon are let through, as old software writes them.
+bool isFieldLine(QByteArrayView line);
 
 /// @p folded with every "\n" that a blank or tab follows replaced, together with that one character, by one
 /// blank; every field then occupies exactly one line.

@@ -23,14 +23,6 @@ Identifiers identifiersIn(QByteArrayView value)
     return {identifierAt(value, value.indexOf('<')), identifierAt(value, value.lastIndexOf('<'))};
 }
 
-/// The identifier as messageId() cuts it: from the first "<" to the last ">"; without brackets all of it.
-QByteArrayView ownIdentifier(QByteArrayView value)
-{
-    const qsizetype open = value.indexOf('<');
-    const qsizetype close = value.lastIndexOf('>');
-    return open >= 0 && close > open + 1 ? value.sliced(open, close - open + 1) : QByteArrayView();
-}
-
 Marks contentMarks(const MIMEContext &mime)
 {
     Marks marks;
@@ -78,8 +70,7 @@ Summary summaryOf(const Message &message, qint64 arrival)
     summary.texts.from = message.header("From");
     summary.texts.to = message.header("To");
     summary.texts.subject = message.header("Subject");
-    const QByteArray idField = message.rawHeader("Message-ID");
-    const QByteArrayView id = ownIdentifier(idField);
+    const QByteArray id = message.messageId();
     summary.texts.messageId = QString::fromLatin1(id);
 
     Overview &overview = summary.overview;

@@ -9,7 +9,7 @@ class HeaderBlockTest : public QObject
 private slots:
     void theHeaderEndsAtTheFirstEmptyLine_data();
     void theHeaderEndsAtTheFirstEmptyLine();
-    void aPartMayHaveNoHeader();
+    void whatBeginsAField();
     void fieldsAreFound_data();
     void fieldsAreFound();
     void fieldsAreListedInOrder();
@@ -46,12 +46,12 @@ void HeaderBlockTest::theHeaderEndsAtTheFirstEmptyLine()
     QTEST(text.sliced(extent.bodyOffset), "body");
 }
 
-void HeaderBlockTest::aPartMayHaveNoHeader()
+void HeaderBlockTest::whatBeginsAField()
 {
-    const QByteArray part("\nA: b\n\nx");
-    QCOMPARE(partHeaderExtent(part).length, 0);
-    QCOMPARE(partHeaderExtent(part).bodyOffset, 1);
-    QCOMPARE(partHeaderExtent("A: b\n\nx").bodyOffset, 6);
+    QVERIFY(beginsWithField("X-A_b!:") && isFieldLine("X-A_b!:"));
+    QVERIFY(!beginsWithField("Subject : a") && isFieldLine("Subject \t: a"));
+    for (const char *none : {"", ":", " : a", "Subject", "Two words: a", "a\x7f: b", "\xc3\xa9: a", " A: b"})
+        QVERIFY2(!beginsWithField(none) && !isFieldLine(none), none);
 }
 
 void HeaderBlockTest::fieldsAreFound_data()

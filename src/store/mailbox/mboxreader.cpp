@@ -1,6 +1,7 @@
 #include "store/mailbox/mboxreader.h"
 
 #include "config/reporter.h"
+#include "message/lineends.h"
 #include "store/mailbox/fromline.h"
 #include "store/mailbox/mboxwriter.h"
 
@@ -55,19 +56,6 @@ void dropSeparatingLine(QByteArray &text)
 }
 
 } // namespace
-
-void makeUnixLineEnds(QByteArray &text)
-{
-    if (findBytes(text, "\r\n") < 0)
-        return;
-    char *to = text.data();
-    const char *const end = text.constData() + text.size();
-    for (const char *from = text.constData(); from < end; ++from) {
-        if (*from != '\r' || from + 1 == end || from[1] != '\n')
-            *to++ = *from;
-    }
-    text.truncate(to - text.constData());
-}
 
 MboxReader::MboxReader(QIODevice &device)
     : m_device(device)
@@ -267,7 +255,7 @@ bool MboxReader::readOne(MboxMessage &message)
     if (!own && !crlf)
         crlf = endsWithCrLf(message.text, message.text.indexOf('\n'));
     if (crlf)
-        makeUnixLineEnds(message.text);
+        message.text = withUnixLineEnds(message.text);
     dropSeparatingLine(message.text);
     const bool neverQuotes =
         content && (message.text.startsWith("From ") || message.text.contains("\nFrom "));

@@ -82,6 +82,3 @@ private:
     bool m_leading = true; ///< not yet at a separator
     bool m_failed = false;
 };
-
-/// Drops each "\r" in front of a "\n".
-void makeUnixLineEnds(QByteArray &text);

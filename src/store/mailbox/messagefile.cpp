@@ -1,9 +1,9 @@
 #include "store/mailbox/messagefile.h"
 
 #include "config/reporter.h"
+#include "message/lineends.h"
 #include "store/mailbox/fromline.h"
 #include "store/mailbox/mailflags.h"
-#include "store/mailbox/mboxreader.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -62,7 +62,7 @@ std::optional<QByteArray> readMessageFile(const QString &path)
     text.remove(0, text.size() - withoutPreamble(text).size());
     const qsizetype lineFeed = text.indexOf('\n');
     if (lineFeed > 0 && text[lineFeed - 1] == '\r')
-        makeUnixLineEnds(text);
+        text = withUnixLineEnds(text);
     if (text.isEmpty()) {
         note(u"Passed over '%1': it is empty."_s.arg(path));
         return {};
