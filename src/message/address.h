@@ -26,8 +26,9 @@ QString bareAddress(const QString &field);
 /// parseAddresses() reads it back.
 QString formatAddress(const Address &address);
 
-/// The entries as a header field has them: ASCII, names outside it as encoded words in @p charset, domains
-/// outside it in their ASCII form (IDNA). One line whatever the entries hold.
+/// The entries as a header field has them: names outside ASCII as encoded words in @p charset, domains
+/// outside it in their ASCII form (IDNA); a local part outside it stays UTF-8 (RFC 6532). One line whatever
+/// the entries hold.
 QByteArray addressField(const QList<Address> &addresses, QByteArrayView charset);
 
 /// Whether @p text is an address as one may type it: RFC 5322 "local@domain" without comments, blanks and

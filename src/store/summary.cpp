@@ -44,12 +44,11 @@ Marks contentMarks(const MIMEContext &mime)
 Marks headerMarks(const Message &message)
 {
     Marks marks;
-    const QByteArray importance = message.rawHeader("Importance").toLower();
-    marks.setFlag(Mark::HighImportance, importance == "high");
-    marks.setFlag(Mark::LowImportance, importance == "low");
+    const Importance importance = message.importance();
+    marks.setFlag(Mark::HighImportance, importance == Importance::High);
+    marks.setFlag(Mark::LowImportance, importance == Importance::Low);
     marks.setFlag(Mark::List, message.hasHeader("List-Id") || message.hasHeader("List-Post"));
-    marks.setFlag(Mark::ReceiptWanted,
-                  message.hasHeader("Disposition-Notification-To") || message.hasHeader("Return-Receipt-To"));
+    marks.setFlag(Mark::ReceiptWanted, !message.readReceiptTo().isEmpty());
     return marks;
 }
 

@@ -8,7 +8,7 @@ class Message;
 /// What the store keeps of a message besides its text.
 struct Summary
 {
-    Overview overview; ///< everything that follows from the text; no place, no article, no arrival
+    Overview overview; ///< everything that follows from the text, and the arrival; no place, no article
     HeaderTexts texts;
 };
 
