@@ -67,6 +67,8 @@ QString cleaned(QStringView spec)
         spec = spec.sliced(spec.indexOf(u':') + 1);
     if (spec.startsWith("mailto:"_L1, Qt::CaseInsensitive))
         spec = spec.sliced(7);
+    if (std::all_of(spec.begin(), spec.end(), isOrdinary))
+        return spec.toString();
     QString address;
     address.reserve(spec.size());
     bool quoted = false;
@@ -114,6 +116,7 @@ private:
     Address withoutAngle() const;
 
     qsizetype closingQuote(qsizetype from);
+    qsizetype ordinaryEnd(qsizetype from) const;
 
     QStringView m_text;
     qsizetype m_at = 0;
@@ -155,6 +158,14 @@ void FieldReader::readNext()
         return readWord();
     }
     ++m_at;
+}
+
+/// Behind the ordinary characters that stand at @p from.
+qsizetype FieldReader::ordinaryEnd(qsizetype from) const
+{
+    while (from < m_text.size() && isOrdinary(m_text[from]))
+        ++from;
+    return from;
 }
 
 /// The position of the quote that ends the string whose content begins at @p from; -1 without one.
@@ -215,9 +226,10 @@ void FieldReader::readAngle()
                 continue;
             }
         }
-        const qsizetype end = c == u'"' && m_quotesClose ? closingQuote(m_at + 1) : -1;
-        content += m_text.sliced(m_at, std::max(end, m_at) + 1 - m_at);
-        m_at = std::max(end, m_at);
+        const qsizetype quote = c == u'"' && m_quotesClose ? closingQuote(m_at + 1) : -1;
+        const qsizetype end = quote >= 0 ? quote + 1 : ordinaryEnd(m_at + 1);
+        content += m_text.sliced(m_at, end - m_at);
+        m_at = end - 1;
     }
     if (m_at < m_text.size() && m_text[m_at] == u'>')
         ++m_at;
@@ -230,10 +242,9 @@ void FieldReader::readWord()
     qsizetype length = encodedWordLength(m_text.sliced(m_at));
     if (length == 0)
         length = m_text[m_at] == u'\\' && m_at + 1 < m_text.size() ? 2 : 1;
-    while (m_at + length < m_text.size() && isOrdinary(m_text[m_at + length]))
-        ++length;
-    m_phrase += m_text.sliced(m_at, length);
-    m_at += length;
+    const qsizetype end = ordinaryEnd(m_at + length);
+    m_phrase += m_text.sliced(m_at, end - m_at);
+    m_at = end;
 }
 
 void FieldReader::finish()

@@ -21,6 +21,8 @@ QByteArray safeName(QByteArrayView charset)
     if (name.isEmpty() || name.size() > kLongestName || name == "locale" || name == "system" ||
         !std::all_of(name.begin(), name.end(), isNameCharacter))
         return {};
+    if (name == "utf-8" || name == "windows-1252") // nearly always
+        return name;
     // Names of the wild that no converter knows.
     if (name == "utf8" || name == "utf-8-mac" || name == "x-unicode-2-0-utf-8" || name == "unicode-1-1-utf-8")
         return "utf-8";

@@ -98,6 +98,8 @@ QByteArray unfolded(QByteArrayView folded)
 HeaderFields::HeaderFields(QByteArrayView block)
     : m_block(block)
 {
+    constexpr std::size_t kUsualFields = 24;
+    m_entries.reserve(block.isEmpty() ? 0 : kUsualFields);
     for (qsizetype at = 0; at < block.size();) {
         const qsizetype end = fieldEnd(block, at);
         const qsizetype colon = findByte(block.first(end), ':', at);

@@ -149,7 +149,9 @@ bool MboxReader::isSeparator(qint64 position, bool follows)
     const qsizetype end = view.indexOf('\n');
     if (end < 0 || end > kLongestFromLine)
         return end < 0 && follows && parseFromLine(view.first(qMin(view.size(), kLongestFromLine))).date;
-    const FromLine line = parseFromLine(view.first(end));
+    m_fromLine = parseFromLine(view.first(end));
+    m_fromLineAt = position;
+    const FromLine &line = m_fromLine;
     const bool fieldFollows =
         looksLikeField(view.sliced(end + 1)) || view.sliced(end + 1).startsWith(">From ");
     return line.date ? follows || fieldFollows : follows && line.senderOnly && fieldFollows;
@@ -238,9 +240,10 @@ bool MboxReader::readOne(MboxMessage &message)
         text = lineEnd(m_position);
         const qint64 length = qMin(text - m_position, kLongestFromLine);
         crlf = window(qMax(m_position, text - 2), 2).startsWith("\r\n");
-        FromLine line = parseFromLine(window(m_position, length).first(length));
-        message.sender = std::move(line.sender);
-        message.date = line.date;
+        if (std::exchange(m_fromLineAt, m_position) != m_position)
+            m_fromLine = parseFromLine(window(m_position, length).first(length));
+        message.sender = m_fromLine.sender;
+        message.date = m_fromLine.date;
     }
     const std::optional<OwnStatus> own = parseOwnStatus(window(text, 64), crlf);
     if (own)

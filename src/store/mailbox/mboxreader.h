@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/mailbox/fromline.h"
 #include "store/mailbox/mailflags.h"
 
 #include <QByteArray>
@@ -78,6 +79,8 @@ private:
     qint64 m_position = 0;
     qint64 m_windowStart = 0;
     QByteArray m_window;
+    FromLine m_fromLine;      ///< the one looked at last
+    qint64 m_fromLineAt = -1; ///< and where it stands
     int m_skipped = 0;
     bool m_leading = true; ///< not yet at a separator
     bool m_failed = false;
