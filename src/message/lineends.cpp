@@ -6,13 +6,18 @@ QByteArray withUnixLineEnds(const QByteArray &text)
 {
     QByteArray unix;
     qsizetype from = 0;
-    for (qsizetype end = text.indexOf('\r'); end >= 0; end = text.indexOf('\r', end + 1)) {
-        if (end + 1 >= text.size() || text[end + 1] != '\n')
+    qsizetype next = 0;
+    for (qsizetype end = text.indexOf('\r'); end >= 0; end = text.indexOf('\r', next)) {
+        // All of them in "\r\r\n" too, the mark of a program that converted twice: what is done must stay
+        // done.
+        for (next = end + 1; next < text.size() && text[next] == '\r';)
+            ++next;
+        if (next == text.size() || text[next] != '\n')
             continue;
         if (from == 0)
             unix.reserve(text.size());
         unix.append(text.constData() + from, end - from);
-        from = end + 1;
+        from = next;
     }
     return from == 0 ? text : unix.append(text.constData() + from, text.size() - from);
 }

@@ -85,9 +85,10 @@ bool BinFile::write(QByteArrayView data, Overview &overview)
     }
     overview.setBin(m_number);
     overview.setPosition(quint32(m_end));
-    m_unsynced = true;
+    const bool wasUnsynced = std::exchange(m_unsynced, true);
     if (m_end + kHeaderSize + data.size() > kLargestBin ||
         !m_file.writeAt(m_end, recordHeader(overview), data)) {
+        m_unsynced = wasUnsynced;
         // A torn record in the middle would swallow those behind it when the bin is scanned.
         if (!m_file.cut(m_end))
             m_end = -1; // the file's own end is behind the dead bytes now

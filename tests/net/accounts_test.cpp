@@ -1,0 +1,185 @@
+#include "net/accountmanager.h"
+
+#include "support/memory.h"
+#include "support/scratch.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString indexPath()
+{
+    return configPathOf(u"Accounts/Index"_s);
+}
+
+void writeIndex(const QByteArray &bytes)
+{
+    QFile file(indexPath());
+    if (!createStoreDirectories() || !file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("the test cannot write its accounts");
+}
+
+Account batch(const QString &name)
+{
+    Account account;
+    account.name = name;
+    account.host = u"/var/spool/"_s + name;
+    account.kind = AccountKind::BatchFile;
+    return account;
+}
+
+} // namespace
+
+class AccountsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { useMemoryForFiles(); }
+    void theLine();
+    void aLine_data();
+    void aLine();
+    void backup();
+    void cannotBeWritten();
+    void numbers();
+};
+
+void AccountsTest::theLine()
+{
+    Scratch scratch;
+    QVERIFY(createStoreDirectories());
+    Account account = batch(u"Caf\u00e9\tand \\ more"_s);
+    account.port = 110;
+    account.flags = 0x80000108;
+    account.chained = 3;
+    account.others = {{'S', u"text"_s}};
+    AccountManager manager;
+    manager.load();
+    QCOMPARE(manager.add(account), 1);
+    QVERIFY(manager.save());
+    const QByteArray expected =
+        u"1\nCaf\u00e9\\tand \\\\ more\t%1\t\t\tA1\tT6\tP110\tL0\tF2147483912\tH\tE\tC0\tG\tN\tI\tV"
+        "\tStext\tW3\tD\tR\nend\n"_s.arg(u"/var/spool/Caf\u00e9\\tand \\\\ more"_s)
+            .toUtf8();
+    QCOMPARE(Scratch::read(indexPath()), expected);
+    AccountManager again;
+    again.load();
+    QCOMPARE(again.accounts().size(), 1u);
+    const Account &read = again.accounts().front();
+    QCOMPARE(read.name, account.name);
+    QCOMPARE(read.host, account.host);
+    QCOMPARE(read.flags, account.flags);
+    QCOMPARE(read.kind, AccountKind::BatchFile);
+    QCOMPARE(read.others.value('S'), u"text"_s);
+}
+
+void AccountsTest::aLine_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("port");
+    QTest::newRow("unknown letters") << QByteArray("n\th\tu\tp\tA5\tT6\tZ9\tq\tP110") << u"n"_s << u"p"_s << 6
+                                     << 110;
+    QTest::newRow("another order") << QByteArray("n\th\tu\tp\tP110\tT2\tA5") << u"n"_s << u"p"_s << 2 << 110;
+    QTest::newRow("letters missing") << QByteArray("n\th\tu\tp\tA5") << u"n"_s << u"p"_s << 0 << 0;
+    QTest::newRow("three fields") << QByteArray("n\th\tu") << u"n"_s << QString() << 0 << 0;
+    QTest::newRow("one field") << QByteArray("n") << u"n"_s << QString() << 0 << 0;
+    QTest::newRow("an empty line") << QByteArray("") << QString() << QString() << 0 << 0;
+    QTest::newRow("empty leading fields") << QByteArray("\t\t\t\tA5\tT6") << QString() << QString() << 6 << 0;
+    QTest::newRow("no numbers") << QByteArray("n\th\tu\tp\tAx\tT-1\tPmany") << u"n"_s << u"p"_s << 0 << 0;
+    QTest::newRow("a kind of later days") << QByteArray("n\th\tu\tp\tA5\tT99") << u"n"_s << u"p"_s << 0 << 0;
+}
+
+void AccountsTest::aLine()
+{
+    QFETCH(QByteArray, line);
+    Scratch scratch;
+    writeIndex("7\n" + line + "\nend\nbehind\tthe\tend\n");
+    AccountManager manager;
+    manager.load();
+    QCOMPARE(manager.accounts().size(), 1u);
+    const Account &account = manager.accounts().front();
+    QTEST(account.name, "name");
+    QTEST(account.password, "password");
+    QTEST(int(account.kind), "kind");
+    QTEST(account.port, "port");
+    QVERIFY(account.number > 0); // it names a directory
+    QCOMPARE(scratch.reports, QStringList());
+    QVERIFY(manager.add(batch(u"new"_s)) > 7);
+    QVERIFY(manager.save());
+    QVERIFY(!Scratch::read(indexPath()).contains("Z9"));
+}
+
+void AccountsTest::backup()
+{
+    Scratch scratch;
+    writeIndex("3\na\th\tu\tp\tA3\tT6\nend\n");
+    AccountManager().load();
+    QCOMPARE(Scratch::read(indexPath() + u".backup"_s), Scratch::read(indexPath()));
+    for (const QByteArray &damage : {QByteArray(), QByteArray("3\na\th\tu\tp\tA3\tT")}) {
+        writeIndex(damage);
+        if (damage.isNull())
+            QFile::remove(indexPath());
+        AccountManager manager;
+        manager.load();
+        QCOMPARE(manager.accounts().size(), 1u);
+        QCOMPARE(manager.find(u"a"_s)->number, 3);
+        QCOMPARE(scratch.notes.size(), 1);
+        scratch.notes.clear();
+    }
+    QFile::remove(indexPath());
+    QFile::remove(indexPath() + u".backup"_s);
+    AccountManager manager;
+    manager.load();
+    QVERIFY(manager.accounts().empty());
+}
+
+void AccountsTest::cannotBeWritten()
+{
+    Scratch scratch;
+    writeIndex("3\na\th\tu\tp\tA3\tT6\nend\n");
+    const QByteArray before = Scratch::read(indexPath());
+    AccountManager manager;
+    manager.load();
+    QVERIFY(QFile::link(u"/dev/full"_s, indexPath() + u'~'));
+    QVERIFY(manager.add(batch(u"b"_s)) > 0);
+    QVERIFY(!manager.save());
+    QCOMPARE(scratch.reports, QStringList{u"Unable to write accounts file"_s});
+    QCOMPARE(Scratch::read(indexPath()), before);
+    QVERIFY(manager.save()); // tried again, with room by now
+    QVERIFY(Scratch::read(indexPath()).contains("\nb\t"));
+
+    QFile::remove(indexPath());
+    QVERIFY(QDir().mkdir(indexPath()));
+    AccountManager blind;
+    blind.load();
+    QCOMPARE(scratch.reports.last(), u"Unable to read accounts file"_s);
+    QVERIFY(blind.add(batch(u"c"_s)) > 0);
+    QVERIFY(!blind.save());
+}
+
+void AccountsTest::numbers()
+{
+    Scratch scratch;
+    writeIndex("2\na\th\tu\tp\tA5\tT6\nb\th\tu\tp\tA5\tT6\nend\n"); // a line that somebody copied
+    AccountManager manager;
+    manager.load();
+    QCOMPARE(manager.find(u"a"_s)->number, 5);
+    QCOMPARE(manager.find(u"b"_s)->number, 6);
+    QSignalSpy deleted(&manager, &AccountManager::accountDeleted);
+    manager.remove(6);
+    manager.remove(77);
+    QCOMPARE(deleted.size(), 1);
+    QCOMPARE(manager.add(batch(u"c"_s)), 7); // never one that was given before
+    QCOMPARE(manager.add(batch(u"c"_s)), 0);
+    QCOMPARE(manager.add(batch(u" "_s)), 0);
+}
+
+QTEST_GUILESS_MAIN(AccountsTest)
+#include "accounts_test.moc"
