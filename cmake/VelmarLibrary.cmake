@@ -74,6 +74,14 @@ function(velmar_icons name)
     qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
 endfunction()
 
+# velmar_demo(app): the demo mailbox inside that library, at :/demo.mbox.
+function(velmar_demo name)
+    if(TARGET velmar_${name})
+        qt_add_resources(velmar_${name} velmar_demo PREFIX / BASE ${CMAKE_SOURCE_DIR}/data
+            FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox)
+    endif()
+endfunction()
+
 # velmar_program(velmar-cli cli): the program whose main.cpp lies in the folder of the library it consists of.
 function(velmar_program name library)
     if(EXISTS ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
