@@ -259,8 +259,8 @@ void GroupCommands::fillMenu(QMenu *menu, Group &group)
     };
     connect(menu->addAction(icon(u"folder"_s), u"&New group…"_s), &QAction::triggered, this,
             [this, number] { newGroup(groups().group(number)); });
-    add(u"Re&name…"_s, &GroupCommands::rename);
-    add(u"Re&move…"_s, &GroupCommands::remove)->setEnabled(!hasRoleBelow(groups(), group));
+    add(u"&Rename…"_s, &GroupCommands::rename);
+    add(u"Remo&ve…"_s, &GroupCommands::remove)->setEnabled(!hasRoleBelow(groups(), group));
     menu->addSeparator();
     add(u"&Import files…"_s, &GroupCommands::importFiles, u"import"_s);
     add(u"Import &folder…"_s, &GroupCommands::importFolder);

@@ -122,6 +122,8 @@ std::vector<Group *> GroupTreeModel::topGroups(bool news) const
         if (!lookOf(*group).inAllAccounts && isNews(*group) == news)
             groups.push_back(group);
     }
+    std::stable_partition(groups.begin(), groups.end(),
+                          [](const Group *group) { return group->role() == GroupRole::None; });
     return news && !anyNews ? std::vector<Group *>() : groups;
 }
 

@@ -8,6 +8,7 @@
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
 #include "ui/main/lettersbar.h"
+#include "ui/main/linedbar.h"
 #include "ui/main/mainactions.h"
 #include "ui/main/messagelist.h"
 #include "ui/main/welcome.h"
@@ -28,6 +29,7 @@ constexpr int kTwoLinesBelow = 60; ///< characters
 ListPane::ListPane(const MainActions &actions, QMenu *viewMenu, QWidget *parent)
     : QWidget(parent)
     , m_tools(newToolBar(this))
+    , m_toolBox(new LinedBar(m_tools))
     , m_bar(new AskingBar)
     , m_list(new MessageList)
     , m_empty(new EmptyState)
@@ -37,13 +39,14 @@ ListPane::ListPane(const MainActions &actions, QMenu *viewMenu, QWidget *parent)
     setObjectName(u"listPane"_s);
     createBar(actions, viewMenu);
     setSurface(m_empty, Role::Base);
+    m_empty->setFocusPolicy(Qt::StrongFocus); // the keys of the window go on working
     auto *barBox = new QVBoxLayout;
     barBox->setContentsMargins(space::between, 0, space::between, 0);
     barBox->addWidget(m_bar);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(m_tools);
+    layout->addWidget(m_toolBox);
     layout->addLayout(barBox);
     layout->addLayout(m_stack, 1);
     m_stack->addWidget(m_list);
@@ -57,23 +60,22 @@ ListPane::ListPane(const MainActions &actions, QMenu *viewMenu, QWidget *parent)
 void ListPane::createBar(const MainActions &actions, QMenu *viewMenu)
 {
     m_tools->setObjectName(u"groupBar"_s);
-    fillFromLetters(m_tools, toolBarLayout(ToolBarWindow::GroupView, ToolBarKind::Main),
-                    [&](char16_t letter) {
-                        if (letter != u'V') {
-                            if (QAction *action = actions.forLetter(letter, false)) {
-                                addToToolBar(m_tools, action);
-                                return true;
-                            }
-                            return false;
-                        }
-                        QToolButton *view = newToolButton(u"view"_s, u"View"_s, m_tools);
-                        view->setIconSize({iconSize(IconUse::Bar), iconSize(IconUse::Bar)});
-                        view->setToolTip(u"Layout, threads, look"_s);
-                        view->setMenu(viewMenu);
-                        view->setPopupMode(QToolButton::InstantPopup);
-                        m_tools->addWidget(view);
-                        return true;
-                    });
+    fillFromLetters(m_tools, toolBarLayout(ToolBarWindow::Main, ToolBarKind::Group), [&](char16_t letter) {
+        if (letter != u'V') {
+            if (QAction *action = actions.forLetter(letter, false)) {
+                addToToolBar(m_tools, action);
+                return true;
+            }
+            return false;
+        }
+        QToolButton *view = newToolButton(u"view"_s, u"View"_s, m_tools);
+        view->setIconSize({iconSize(IconUse::Bar), iconSize(IconUse::Bar)});
+        view->setToolTip(u"Layout, threads, look"_s);
+        view->setMenu(viewMenu);
+        view->setPopupMode(QToolButton::InstantPopup);
+        m_tools->addWidget(view);
+        return true;
+    });
 }
 
 void ListPane::setGroup(Group *group, const GroupView &view)
@@ -85,11 +87,11 @@ void ListPane::setGroup(Group *group, const GroupView &view)
 
 void ListPane::showWelcome(bool shows)
 {
-    m_tools->setVisible(!shows);
+    m_toolBox->setVisible(!shows);
     if (shows)
-        m_stack->setCurrentWidget(m_welcome);
+        show(m_welcome);
     else if (showsWelcome())
-        m_stack->setCurrentWidget(m_list);
+        show(m_list);
     updateEmptyState();
 }
 
@@ -105,7 +107,7 @@ void ListPane::updateEmptyState()
     const MessageListModel &model = m_list->messages();
     const Group *group = model.group();
     if (model.rowCount() > 0) {
-        m_stack->setCurrentWidget(m_list);
+        show(m_list);
         return;
     }
     if (!group)
@@ -113,10 +115,25 @@ void ListPane::updateEmptyState()
     else if (group->needsRepair())
         m_empty->setTexts(u"This group is damaged"_s,
                           u"Its messages are safe; the list of them is built anew."_s, u"Repair group"_s);
+    else if (group->role() != GroupRole::None && group->role() != GroupRole::Inbox)
+        m_empty->setTexts(u"No messages here"_s, u"What belongs here comes by itself."_s);
     else
         m_empty->setTexts(u"No messages here"_s, u"Drag messages to this group or import some."_s,
                           u"Import files…"_s);
-    m_stack->setCurrentWidget(m_empty);
+    show(m_empty);
+}
+
+/// The focus goes with what is shown, and is the list's again afterwards.
+void ListPane::show(QWidget *page)
+{
+    const QWidget *focus = window()->focusWidget();
+    const bool hadFocus = focus && (focus == this || isAncestorOf(focus));
+    setFocusProxy(page);
+    if (m_stack->currentWidget() == page)
+        return;
+    m_stack->setCurrentWidget(page);
+    if (hadFocus)
+        page->setFocus();
 }
 
 void ListPane::arrange()

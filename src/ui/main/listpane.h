@@ -41,9 +41,12 @@ protected:
 private:
     void createBar(const MainActions &actions, QMenu *viewMenu);
     void arrange();
+    void show(QWidget *page);
+    using QWidget::show;
     void updateEmptyState();
 
     QToolBar *m_tools;
+    QWidget *m_toolBox;
     AskingBar *m_bar;
     MessageList *m_list;
     EmptyState *m_empty;

@@ -17,6 +17,7 @@
 #include "ui/main/panes.h"
 #include "ui/reader/messageview.h"
 
+#include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QToolBar>
@@ -29,7 +30,7 @@ void MainWindow::createMainBar()
 {
     m_mainBar = newToolBar(this);
     m_mainBar->setObjectName(u"mainBar"_s);
-    fillFromLetters(m_mainBar, toolBarLayout(ToolBarWindow::GroupList, ToolBarKind::Main),
+    fillFromLetters(m_mainBar, toolBarLayout(ToolBarWindow::Main, ToolBarKind::Main),
                     [this](char16_t letter) {
                         QAction *action = m_actions->forLetter(letter, true);
                         if (action)
@@ -105,7 +106,7 @@ void MainWindow::connectActions()
     };
     MessageCommands *commands = m_messageCommands.get();
     on(Act::SaveAs, [commands] { commands->saveCurrent(); });
-    on(Act::Quit, [this] { close(); });
+    on(Act::Quit, [] { QApplication::closeAllWindows(); });
     on(Act::Undo, [commands] { commands->undo(); });
     on(Act::Delete, [commands] { commands->removeSelected(false); });
     on(Act::DeleteForGood, [commands] { commands->removeSelected(true); });
@@ -155,7 +156,7 @@ void MainWindow::connectGroupActions()
     onGroup(Act::CompactGroup, &GroupCommands::compact);
     onGroup(Act::RepairGroup, &GroupCommands::repair);
     on(Act::GetMail, [this] { getMail(); });
-    on(Act::Online, [this](bool checked) { setOnlineWish(checked); });
+    on(Act::Online, [this] { setOnlineWish(!isOnline()); });
     on(Act::AddBatchAccount, [this] { m_groupCommands->addMailboxFile(); });
     on(Act::RemoveAccount, [this] { m_groupCommands->removeMailboxFile(); });
     on(Act::EmptyWasteBasket, [this] { m_groupCommands->emptyWasteBasket(); });
@@ -288,10 +289,11 @@ void MainWindow::goToGroup()
 
 void MainWindow::showAbout()
 {
-    m_boxes->ask({u"Velmar "_s + QString::fromLatin1(versionText()),
-                  u"Mail, news and feeds in plain files on this computer.\n%1"_s.arg(QString::fromLatin1(userAgent())),
-                  {u"OK"_s},
-                  false,
-                  ReportLevel::Information},
-                 this, [](int) {});
+    m_boxes->ask(
+        {u"Velmar "_s + QString::fromLatin1(versionText()),
+         u"Mail, news and feeds in plain files on this computer.\n%1"_s.arg(QString::fromLatin1(userAgent())),
+         {u"OK"_s},
+         false,
+         ReportLevel::Information},
+        this, [](int) {});
 }

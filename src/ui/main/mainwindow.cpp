@@ -3,10 +3,11 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "engine/storetasks.h"
+#include "ui/look/icons.h"
 #include "ui/look/looks.h"
-#include "ui/look/recolour.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/grouptree.h"
+#include "ui/main/linedbar.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainactions.h"
 #include "ui/main/messageboxes.h"
@@ -102,14 +103,13 @@ void MainWindow::createPanes()
     m_reader->setHeaderActions({(*m_actions)[Act::Previous], (*m_actions)[Act::PreviousUnread],
                                 (*m_actions)[Act::NextUnread], (*m_actions)[Act::Next], nullptr,
                                 (*m_actions)[Act::Junk]});
-    m_listPane->setFocusProxy(m_list);
     m_panes = new Panes(m_tree, m_listPane, m_reader);
     m_status = new StatusLine(m_engine.tasks());
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(m_mainBar);
+    layout->addWidget(new LinedBar(m_mainBar));
     layout->addWidget(m_panes, 1);
     layout->addWidget(m_status);
     setCentralWidget(page);
@@ -146,6 +146,10 @@ void MainWindow::connectPanes()
     connect(m_status, &StatusLine::sortingStopped, &m_list->messages(), &MessageListModel::stopSorting);
     connect(m_status, &StatusLine::onlineClicked, (*m_actions)[Act::Online], &QAction::trigger);
     connect(&model, &QAbstractItemModel::dataChanged, this, &MainWindow::updateActions);
+    connect(&model, &MessageListModel::relaid, this, [this] {
+        if (m_list->current() == 0)
+            showCurrent(0); // the first mail has come, or the last has gone
+    });
     connect(m_reader, &MessageView::linkActivated, this, &MainWindow::followLink);
     connect(m_reader, &MessageView::linkHovered, m_status, &StatusLine::setHint);
     connect(&m_readTimer, &QTimer::timeout, this, &MainWindow::markShownAsRead);
@@ -198,7 +202,7 @@ void MainWindow::restore()
     updateWelcome();
     updateActions();
     refresh();
-    m_list->setFocus();
+    m_listPane->setFocus();
 }
 
 void MainWindow::remember()
@@ -220,9 +224,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
 void MainWindow::refresh()
 {
     updateStatus();
-    const bool online = isOnline();
-    m_status->setOnline(online);
-    (*m_actions)[Act::Online]->setChecked(online);
+    showOnline();
     remember();
 }
 
@@ -271,8 +273,8 @@ void MainWindow::showCurrent(quint32 article)
     const std::optional<Overview> overview = group() && article ? group()->overview(article) : std::nullopt;
     if (!overview) {
         const bool empty = m_list->messages().rowCount() == 0;
-        m_reader->clear(empty ? QString() : u"No message chosen"_s,
-                        empty ? QString() : u"Choose one in the list, or press N for the next unread one."_s);
+        m_reader->clear(empty ? u" "_s : u"No message chosen"_s, // the list says what there is to say
+                        empty ? u" "_s : u"Choose one in the list, or press N for the next unread one."_s);
     } else if (m_reader->isVisibleTo(this)) {
         m_reader->showMessage(Message(group()->readMessage(*overview)), marksOf(*overview));
         if (!overview->has(Mark::Read) && !group()->has(GroupKeepsUnread))
@@ -350,23 +352,23 @@ void MainWindow::goToUnread(bool inNewThread)
         return;
     }
     const int number = next->number();
-    if (m_offeredNextGroup && number != m_shownGroup) {
-        selectGroup(number);
-        m_list->step(MessageList::Step::NextUnread);
-        m_list->setFocus();
-        return;
-    }
+    if (m_offeredNextGroup)
+        return goToFirstUnread(number);
     const QString where = u"%1, %2"_s.arg(next->name(), counted(next->counts().unread));
     m_listPane->bar().ask(MessageBar::Kind::Information,
                           u"Nothing unread below. Next unread: %1"_s.arg(where),
-                          {u"Go there"_s, [this, number] {
-                               selectGroup(number);
-                               m_list->clearSelection();
-                               m_list->setCurrentIndex({});
-                               m_list->step(MessageList::Step::NextUnread);
-                               m_list->setFocus();
-                           }});
+                          {u"Go there"_s, [this, number] { goToFirstUnread(number); }});
     m_offeredNextGroup = true;
+}
+
+void MainWindow::goToFirstUnread(int number)
+{
+    m_listPane->bar().hide();
+    selectGroup(number);
+    m_list->clearSelection();
+    m_list->setCurrentIndex({});
+    m_list->step(MessageList::Step::NextUnread);
+    m_list->setFocus();
 }
 
 /// The next group with unread messages, the current one last; what is junk or thrown away calls nobody.
@@ -452,7 +454,16 @@ void MainWindow::getMail()
 void MainWindow::setOnlineWish(bool online)
 {
     setOnline(online);
+    showOnline();
+}
+
+void MainWindow::showOnline()
+{
+    const bool online = isOnline();
     m_status->setOnline(online);
+    QAction *action = (*m_actions)[Act::Online];
+    action->setText(online ? u"Work &offline"_s : u"Go &online"_s);
+    action->setIcon(icon(online ? u"online"_s : u"offline"_s));
 }
 
 void MainWindow::showReport(const Report &report)

@@ -90,6 +90,7 @@ private:
     void updateWelcome();
     void readOn();
     void goToUnread(bool inNewThread);
+    void goToFirstUnread(int group);
     Group *nextUnreadGroup() const;
     void goToGroup();
     void openInWindow(quint32 article);
@@ -100,6 +101,7 @@ private:
     void taskEnded(Task *task);
     void getMail();
     void setOnlineWish(bool online);
+    void showOnline();
     void setArrangement(PaneLayout layout);
     void showAbout();
 

@@ -20,6 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kIconColumnWidth = 14; ///< beside the icon
+constexpr int kAllColumns = 100;     ///< characters; score and clip need so much beside the rest
 constexpr int kNarrowest = 24;       ///< a column cannot be made narrower
 
 QPixmap dragLabel(const QString &text, const QWidget *widget)
@@ -295,7 +296,7 @@ void MessageList::selectionChanged(const QItemSelection &selected, const QItemSe
 int MessageList::defaultWidth(MessageColumn column) const
 {
     const int characters = kMessageColumns[std::size_t(column)].characters;
-    return characters > 0 ? columnWidth(characters) : ::iconSize(IconUse::Row) + kIconColumnWidth;
+    return characters > 0 ? ::columnWidth(characters) : ::iconSize(IconUse::Row) + kIconColumnWidth;
 }
 
 void MessageList::showColumns()
@@ -314,7 +315,7 @@ void MessageList::showColumns()
 void MessageList::arrangeColumns()
 {
     m_arranging = true;
-    const bool isNarrow = viewport()->width() < columnWidth(85);
+    const bool isNarrow = viewport()->width() < ::columnWidth(kAllColumns);
     int rest = viewport()->width();
     for (int i = 0; i < kMessageColumnCount; ++i) {
         const auto column = MessageColumn(i);
@@ -462,6 +463,15 @@ void MessageList::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Left: fold((event->key() == Qt::Key_Right) == rightIsOpen); return;
     default: QTreeView::keyPressEvent(event);
     }
+}
+
+/// The focus alone makes no message current: it would be shown and count as read.
+void MessageList::focusInEvent(QFocusEvent *event)
+{
+    if (currentIndex().isValid())
+        return QTreeView::focusInEvent(event);
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update();
 }
 
 void MessageList::contextMenuEvent(QContextMenuEvent *event)

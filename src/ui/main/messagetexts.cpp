@@ -19,7 +19,8 @@ QDateTime localTime(qint64 date)
 
 QString timeOf(const QDateTime &moment)
 {
-    return QLocale().toString(moment.time(), QLocale::ShortFormat);
+    // without a language the short form has seconds
+    return QLocale().toString(moment.time(), QLocale().timeFormat(QLocale::ShortFormat).remove(u":ss"_s));
 }
 
 QString withoutQuotes(QStringView name)

@@ -4,6 +4,7 @@
 #include "ui/look/metrics.h"
 
 #include <QApplication>
+#include <QPointer>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -13,9 +14,11 @@ namespace {
 
 constexpr int kTreeMinimum = 180;
 constexpr int kTreeStart = 236;
+constexpr int kTreeCharacters = 28; ///< at least so many in a large font
 constexpr int kListMinimum = 300;
-constexpr int kListStart = 380; ///< beside the reader
-constexpr int kListShare = 45;  ///< per cent, above it
+constexpr int kListStart = 380;     ///< beside the reader, in pixels
+constexpr int kListCharacters = 58; ///< and at most so many characters, so that it has two lines a message
+constexpr int kListShare = 45;      ///< per cent, above it
 constexpr int kReaderMinimum = 260;
 constexpr int kRowsMinimum = 5;
 
@@ -67,6 +70,7 @@ Panes::Panes(QWidget *tree, QWidget *list, QWidget *reader, QWidget *parent)
 void Panes::setArrangement(PaneLayout layout)
 {
     m_layout = layout;
+    const QPointer<QWidget> focus = window()->focusWidget(); // lost by what goes elsewhere
     const bool wide = layout == PaneLayout::Wide;
     const bool beside = layout == PaneLayout::Vertical;
     m_inner->setOrientation(beside ? Qt::Horizontal : Qt::Vertical);
@@ -74,6 +78,8 @@ void Panes::setArrangement(PaneLayout layout)
     m_list->setMinimumHeight(kRowsMinimum * rowHeight(RowKind::List));
     m_reader->setMinimumWidth(beside ? kReaderMinimum : 0);
     m_reader->setMinimumHeight(kRowsMinimum * rowHeight(RowKind::List));
+    for (QSplitter *splitter : {m_outer, m_inner})
+        splitter->setParent(this); // none may come to lie in what lies in it
     m_outer->addWidget(m_tree);
     if (wide) {
         m_outer->addWidget(m_list);
@@ -93,6 +99,8 @@ void Panes::setArrangement(PaneLayout layout)
     m_outer->show();
     m_inner->show();
     useDefaultSizes();
+    if (focus && isAncestorOf(focus))
+        focus->setFocus();
 }
 
 void Panes::setReaderShown(bool shown)
@@ -102,9 +110,11 @@ void Panes::setReaderShown(bool shown)
 
 void Panes::useDefaultSizes()
 {
-    m_outer->setSizes({kTreeStart, std::max(kListMinimum, width() - kTreeStart)});
+    const int tree = std::max(kTreeStart, columnWidth(kTreeCharacters));
+    m_outer->setSizes({tree, std::max(kListMinimum, width() - tree)});
+    const int list = std::min(kListStart, columnWidth(kListCharacters));
     if (m_layout == PaneLayout::Vertical)
-        m_inner->setSizes({kListStart, std::max(kReaderMinimum, width() - kTreeStart - kListStart)});
+        m_inner->setSizes({list, std::max(kReaderMinimum, width() - tree - list)});
     else
         m_inner->setSizes({kListShare, 100 - kListShare});
 }

@@ -36,7 +36,7 @@ Welcome::Welcome(QWidget *parent)
         new Card(u"play"_s, u"Just look around"_s, u"Go to the empty inbox and see what is there."_s);
     import->setFirst(true);
     import->setObjectName(u"welcomeImport"_s);
-    auto *hint = new QLabel(u"All of this is in the File menu, too."_s);
+    auto *hint = new QLabel(u"All of this is in the menus File and Tools, too."_s);
     setFontScale(hint, scale::small);
     setTextRole(hint, Role::Text2);
 

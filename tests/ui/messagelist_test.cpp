@@ -1,0 +1,370 @@
+#include "config/clock.h"
+#include "message/message.h"
+#include "store/groupstore.h"
+#include "support/mail.h"
+#include "support/scratch.h"
+#include "ui/main/messagelist.h"
+#include "ui/main/messagetexts.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 kNoon = 1795176000; ///< Fri, 20 Nov 2026 12:00:00 UTC
+
+struct Mail
+{
+    const char *id;
+    const char *subject;
+    const char *from;
+    int minute; ///< of that day
+    const char *answers = "";
+    Marks marks = Mark::Read;
+};
+
+/// A store whose inbox holds what a test puts there.
+class Box
+{
+public:
+    Box() { store.load(); }
+
+    Group &inbox() { return *store.group(GroupRole::Inbox); }
+
+    quint32 add(const Mail &mail)
+    {
+        QByteArray text = "From: " + QByteArray(mail.from) + "\nSubject: " + mail.subject +
+                          "\nMessage-ID: <" + mail.id + ">\nDate: Fri, 20 Nov 2026 " +
+                          QTime(0, 0).addSecs(mail.minute * 60).toString(u"HH:mm:ss"_s).toLatin1() +
+                          " +0000\n";
+        if (*mail.answers)
+            text += "References: <" + QByteArray(mail.answers) + ">\n";
+        return store.add(inbox(), Message(text + "\nHello\n"), mail.marks, 0, kNoon);
+    }
+
+    Scratch scratch;
+    GroupStore store;
+};
+
+const Mail kMails[] = {
+    {"a", "Tides", "Zoe <z@example.org>", 10},
+    {"b", "Re: Tides", "Ada <a@example.org>", 30, "a", Marks()},
+    {"c", "lamps", "bert <b@example.org>", 20},
+    {"d", "Re: Tides", "Carl <c@example.org>", 40, "b", Marks()},
+    {"e", "Anchors", "Ada <a@example.org>", 25, "", Mark::Flagged},
+};
+
+QString subjects(const MessageListModel &model)
+{
+    QStringList words;
+    for (int place = 0; place < model.rowCount(); ++place) {
+        const MessageListModel::Item item = model.item(place);
+        words.append(QString(item.depth, u'>') + item.texts.messageId.sliced(1, 1));
+    }
+    return words.join(u' ');
+}
+
+void finishSorting(MessageListModel &model)
+{
+    QSignalSpy ended(&model, &MessageListModel::sortingEnded);
+    QVERIFY(ended.count() > 0 || ended.wait());
+}
+
+} // namespace
+
+class MessageListTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sortsByEveryColumn_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<bool>("descending");
+        QTest::addColumn<QString>("order");
+        const auto row = [](const char *name, MessageColumn column, bool descending, const char *order) {
+            QTest::newRow(name) << int(column) << descending << QString::fromLatin1(order);
+        };
+        row("oldest first", MessageColumn::Date, false, "a c e b d");
+        row("newest first", MessageColumn::Date, true, "d b e c a");
+        row("unread first, then newest first", MessageColumn::State, false, "d b e c a");
+        row("flagged first", MessageColumn::Flag, true, "e d b c a");
+        row("subject, without marks of answers and case", MessageColumn::Subject, false, "e c d b a");
+        row("subject from the end", MessageColumn::Subject, true, "d b a c e");
+        row("from, equal ones newest first", MessageColumn::From, false, "b e c d a");
+        row("from, from the end", MessageColumn::From, true, "a d c b e");
+    }
+
+    void sortsByEveryColumn()
+    {
+        QFETCH(int, column);
+        QFETCH(bool, descending);
+        Box box;
+        for (const Mail &mail : kMails)
+            box.add(mail);
+        MessageListModel model;
+        model.setGroup(&box.inbox(), {MessageColumn::Date, Qt::DescendingOrder, false});
+        model.sort(column, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+        if (isTextColumn(MessageColumn(column)))
+            finishSorting(model);
+        QTEST(subjects(model), "order");
+    }
+
+    void threadsStandWhereTheirNewestMessageWould()
+    {
+        Box box;
+        for (const Mail &mail : kMails)
+            box.add(mail);
+        MessageListModel model;
+        model.setGroup(&box.inbox());
+        QCOMPARE(subjects(model), u"a e c"_s);
+        QCOMPARE(model.threadCounts(0).messages, 3);
+        QCOMPARE(model.threadCounts(0).unread, 2);
+        model.setExpanded(0, true);
+        model.setExpanded(1, true);
+        QCOMPARE(subjects(model), u"a >b >>d e c"_s);
+        model.setExpanded(0, false);
+        QCOMPARE(subjects(model), u"a e c"_s);
+        model.setSortOrder({MessageColumn::Date, Qt::AscendingOrder, true});
+        model.setAllExpanded(true);
+        QCOMPARE(subjects(model), u"c e a >b >>d"_s);
+    }
+
+    void answersOfADeletedMessageMoveUp()
+    {
+        Box box;
+        Articles articles;
+        for (const Mail &mail : kMails)
+            articles.push_back(box.add(mail));
+        MessageListModel model;
+        const QAbstractItemModelTester tester(&model);
+        model.setGroup(&box.inbox());
+        model.setAllExpanded(true);
+        QVERIFY(box.inbox().remove({articles[1]}));
+        model.settle();
+        QCOMPARE(subjects(model), u"a >d e c"_s);
+        QVERIFY(box.inbox().remove({articles[0]}));
+        model.settle();
+        QCOMPARE(subjects(model), u"d e c"_s);
+    }
+
+    void aCollapsedThreadStandsForAllInIt()
+    {
+        Box box;
+        for (const Mail &mail : kMails)
+            box.add(mail);
+        MessageListModel model;
+        model.setGroup(&box.inbox());
+        QCOMPARE(model.articlesAt({0}).size(), 3U);
+        QCOMPARE(model.articlesAt({1}).size(), 1U);
+        model.setExpanded(0, true);
+        QCOMPARE(model.articlesAt({0}).size(), 1U);
+        QCOMPARE(model.threadOf(1).size(), 3U);
+    }
+
+    void changesOfOnePassComeTogether()
+    {
+        Box box;
+        MessageListModel model;
+        const QAbstractItemModelTester tester(&model);
+        model.setGroup(&box.inbox());
+        QSignalSpy relaid(&model, &MessageListModel::relaid);
+        for (const Mail &mail : kMails)
+            box.add(mail);
+        QCOMPARE(model.rowCount(), 0);
+        QTRY_COMPARE(relaid.count(), 1);
+        QCOMPARE(subjects(model), u"a e c"_s);
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        box.inbox().setMarks({1, 3, 5}, Mark::Flagged, {});
+        box.inbox().setMarks({1, 3, 5}, Mark::Read, {});
+        QTRY_COMPARE(changed.count(), 1);
+        QCOMPARE(relaid.count(), 1);
+    }
+
+    void selectionAndCurrentStayWithTheirMessages()
+    {
+        Box box;
+        Articles articles;
+        for (const Mail &mail : kMails)
+            articles.push_back(box.add(mail));
+        MessageList list;
+        list.setGroup(&box.inbox(), {});
+        list.messages().setAllExpanded(true);
+        QVERIFY(list.setCurrent(articles[3]));
+        list.selectionModel()->select(list.messages().index(list.messages().placeOf(articles[2]), 0),
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        QSignalSpy currentChanged(&list, &MessageList::currentChangedTo);
+        box.add({"f", "New", "Dora <d@example.org>", 50});
+        list.messages().settle();
+        list.messages().sort(int(MessageColumn::Flag), Qt::DescendingOrder);
+        QCOMPARE(list.current(), articles[3]);
+        Articles selected = list.selected();
+        std::sort(selected.begin(), selected.end());
+        QCOMPARE(selected, (Articles{articles[2], articles[3]}));
+        QCOMPARE(currentChanged.count(), 0);
+    }
+
+    void theNextMessageFollowsOneThatIsTakenAway()
+    {
+        Box box;
+        Articles articles;
+        for (const Mail &mail : kMails)
+            articles.push_back(box.add(mail));
+        MessageList list;
+        list.setGroup(&box.inbox(), {});
+        QVERIFY(list.setCurrent(articles[4]));
+        QSignalSpy currentChanged(&list, &MessageList::currentChangedTo);
+        QVERIFY(box.inbox().remove({articles[4]}));
+        list.messages().settle();
+        QCOMPARE(list.current(), articles[2]);
+        QCOMPARE(currentChanged.count(), 1);
+        QVERIFY(box.inbox().remove(articles));
+        list.messages().settle();
+        QCOMPARE(list.current(), 0U);
+        QCOMPARE(currentChanged.last().first().toUInt(), 0U);
+    }
+
+    void stepsGoToUnreadMessagesInsideThreads()
+    {
+        Box box;
+        Articles articles;
+        for (const Mail &mail : kMails)
+            articles.push_back(box.add(mail));
+        MessageList list;
+        list.setGroup(&box.inbox(), {});
+        QVERIFY(list.step(MessageList::Step::NextUnread));
+        QCOMPARE(list.current(), articles[1]);
+        QVERIFY(list.step(MessageList::Step::NextUnread));
+        QCOMPARE(list.current(), articles[3]);
+        QVERIFY(list.step(MessageList::Step::PreviousUnread));
+        QCOMPARE(list.current(), articles[1]);
+        QVERIFY(list.step(MessageList::Step::NextUnreadThread));
+        QCOMPARE(list.current(), articles[4]);
+        QVERIFY(!list.step(MessageList::Step::NextUnread));
+        QCOMPARE(list.current(), articles[4]);
+    }
+
+    /// Opening reads no text at all; what is painted keeps a bounded number of texts.
+    void showsAHundredThousandMessages()
+    {
+        constexpr int kMany = 100'000;
+        Box box;
+        box.add(kMails[0]);
+        std::vector<Overview> overviews;
+        Overview overview = box.inbox().row(0);
+        for (int i = 0; i < kMany; ++i) {
+            overview.setArticle(quint32(i) + 1);
+            overview.setDate(kNoon + (i * 7919LL) % kMany);
+            overview.setIdHash(quint64(i) + 1);
+            overview.setParentHash(i % 5 ? quint64(i) : 0);
+            overview.setRootHash(overview.parentHash());
+            overviews.push_back(overview);
+        }
+        QVERIFY(box.inbox().files().rewriteOverviews(overviews, kMany + 1));
+        MessageListModel model;
+        model.setGroup(&box.inbox());
+        QCOMPARE(model.rowCount(), kMany / 5);
+        model.setAllExpanded(true);
+        QCOMPARE(model.rowCount(), kMany);
+        model.setSortOrder({MessageColumn::Date, Qt::DescendingOrder, false});
+        QCOMPARE(model.rowCount(), kMany);
+        for (int place = 1; place < kMany; ++place)
+            QVERIFY(model.overviewAt(place - 1).date() >= model.overviewAt(place).date());
+        QCOMPARE(model.placeOf(model.articleAt(kMany / 2)), kMany / 2);
+    }
+
+    void datesAreShort_data()
+    {
+        QTest::addColumn<qint64>("date");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("today") << kNoon - 4680 << u"10:42"_s;
+        QTest::newRow("yesterday") << kNoon - 86400 << u"Thu 12:00"_s;
+        QTest::newRow("six days ago") << kNoon - 6 * 86400 << u"Sat 12:00"_s;
+        QTest::newRow("a week ago") << kNoon - 7 * 86400 << u"13 Nov"_s;
+        QTest::newRow("tomorrow") << kNoon + 86400 << u"21 Nov"_s;
+        QTest::newRow("another year") << kNoon - 700 * 86400LL << u"20 Dec 2024"_s;
+        QTest::newRow("no date at all") << qint64(0) << u"1 Jan 1970"_s;
+    }
+
+    void datesAreShort()
+    {
+        QFETCH(qint64, date);
+        const ClockOverride clock([] { return kNoon * 1000; });
+        QTEST(shortDate(date), "text");
+    }
+
+    void rowsSpeak()
+    {
+        const ClockOverride clock([] { return kNoon * 1000; });
+        Overview overview;
+        overview.setDate(kNoon);
+        overview.setMark(Mark::Flagged, true);
+        overview.setMark(Mark::Attachments, true);
+        QCOMPARE(spokenRow(overview, u"Ada"_s, u"Tides"_s),
+                 u"unread, flagged, Ada, Tides, 12:00, attachment"_s);
+        overview.setMarks(Mark::Read);
+        QCOMPARE(spokenRow(overview, u"Ada"_s, {}), u"Ada, (no subject), 12:00"_s);
+    }
+
+    void draggedMessagesSurviveTheirJourney()
+    {
+        const DraggedMessages dragged{7, {1, 5, 9}};
+        const QByteArray bytes = encodeDragged(dragged);
+        QCOMPARE(decodeDragged(bytes).group, 7);
+        QCOMPARE(decodeDragged(bytes).articles, dragged.articles);
+        for (qsizetype size = 0; size < bytes.size(); ++size)
+            QVERIFY(decodeDragged(bytes.first(size)).articles.empty());
+    }
+
+    void viewsAreRemembered()
+    {
+        Scratch scratch;
+        GroupView view;
+        view.sort = {MessageColumn::From, Qt::AscendingOrder, false};
+        view.widths[std::size_t(MessageColumn::From)] = 321;
+        view.shown[std::size_t(MessageColumn::Size)] = true;
+        {
+            Views views;
+            views.setGroup(12, view);
+            views.setLayout(PaneLayout::Wide);
+            views.setShowsReader(false);
+            views.setCollapsed({3, 4});
+            views.setLastGroup(12);
+            QVERIFY(views.save());
+        }
+        Views views;
+        views.load();
+        QCOMPARE(views.group(12), view);
+        QCOMPARE(views.group(13), GroupView());
+        QCOMPARE(views.layout(), PaneLayout::Wide);
+        QVERIFY(!views.showsReader());
+        QCOMPARE(views.collapsed(), (QList<int>{3, 4}));
+        QCOMPARE(views.lastGroup(), 12);
+    }
+
+    void nonsenseInTheViewsFileHidesNothing()
+    {
+        Scratch scratch;
+        const QByteArray file =
+            "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 0 0 0\nend\n";
+        QDir().mkpath(configDirectory());
+        QFile out(configPathOf(u"Views"_s));
+        QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size());
+        out.close();
+        Views views;
+        views.load();
+        QCOMPARE(views.layout(), PaneLayout::Classic);
+        QCOMPARE(views.group(5).sort, MessageSort());
+        QVERIFY(views.group(5).shown[std::size_t(MessageColumn::Subject)]);
+        QCOMPARE(views.group(5).widths[0], 0);
+        QVERIFY(views.group(5).widths[1] <= 4000);
+    }
+};
+
+QTEST_MAIN(MessageListTest)
+#include "messagelist_test.moc"

@@ -1,0 +1,490 @@
+#include "engine/engine.h"
+#include "message/message.h"
+#include "support/mail.h"
+#include "support/scratch.h"
+#include "ui/look/looks.h"
+#include "ui/main/grouptree.h"
+#include "ui/main/listpane.h"
+#include "ui/main/mainwindow.h"
+#include "ui/main/messageboxes.h"
+#include "ui/main/messagelist.h"
+#include "ui/main/panes.h"
+#include "ui/main/statusline.h"
+#include "ui/main/welcome.h"
+#include "ui/reader/askingbar.h"
+#include "ui/reader/messageview.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+#include <set>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A program with three unread messages in its inbox, newest first "Third", "Second", "First".
+class Program
+{
+public:
+    explicit Program(bool withMail = true)
+    {
+        if (!engine.load())
+            qFatal("the engine does not load");
+        looks.start();
+        for (const char *subject : {"First", "Second", "Third"}) {
+            if (withMail)
+                articles.push_back(add(inbox(), subject));
+        }
+        if (!inbox().flush())
+            qFatal("the inbox cannot be written");
+    }
+
+    quint32 add(Group &group, const QByteArray &subject)
+    {
+        const QByteArray hour = QByteArray::number(int(10 + articles.size()));
+        QByteArray text = mailText(subject + "@example.org", subject);
+        text.replace("10:00:00", hour + ":00:00");
+        return engine.groups().add(group, Message(text), {}, 0, 1795176000);
+    }
+
+    Group &inbox() { return *group(GroupRole::Inbox); }
+    Group *group(GroupRole role) { return engine.groups().group(role); }
+
+    void open()
+    {
+        window.reset();
+        window = std::make_unique<MainWindow>(engine, looks);
+        window->show();
+        list = window->findChild<MessageList *>();
+        readTimer = window->findChild<QTimer *>(u"readTimer"_s);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+
+    void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QWidget *focus = QApplication::focusWidget();
+        QTest::keyClick(focus ? focus : window.get(), Qt::Key(key), modifiers);
+    }
+
+    bool has(quint32 article, Mark mark) { return inbox().overview(article)->has(mark); }
+
+    /// The box that is open, when there is one within a moment.
+    QMessageBox *box()
+    {
+        return QTest::qWaitFor([this] { return window->boxes().openBox() != nullptr; })
+                   ? window->boxes().openBox()
+                   : nullptr;
+    }
+    void answer(const QString &button)
+    {
+        QMessageBox *open = box();
+        QVERIFY(open);
+        for (QAbstractButton *candidate : open->buttons()) {
+            if (candidate->text().remove(u'&') == button) {
+                candidate->click();
+                window->activateWindow(); // no window manager does it here
+                return;
+            }
+        }
+        QFAIL(qPrintable(u"there is no button “%1”"_s.arg(button)));
+    }
+
+    QString bar() const
+    {
+        const MessageBar &bar = window->findChild<ListPane *>()->bar();
+        return bar.isVisibleTo(window.get()) ? bar.text() : QString();
+    }
+
+    Scratch scratch;
+    Engine engine;
+    Looks looks;
+    Articles articles;
+    std::unique_ptr<MainWindow> window;
+    MessageList *list = nullptr;
+    QTimer *readTimer = nullptr;
+};
+
+} // namespace
+
+class WindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aFirstStartSaysWhatToDo()
+    {
+        Program program(false);
+        program.open();
+        const auto *welcome = program.window->findChild<Welcome *>();
+        QVERIFY(welcome->isVisible());
+        QVERIFY(!program.window->findChild<MessageView *>()->isVisible());
+        program.add(program.inbox(), "One");
+        program.engine.importMail({program.scratch.write(u"mail"_s, mailText("x@y", "Two"))},
+                                  program.inbox());
+        QTRY_VERIFY(!welcome->isVisible());
+        QTRY_COMPARE(program.list->messages().rowCount(), 2);
+        QTRY_VERIFY2(program.bar().contains(u"1 message"_s), qPrintable(program.bar()));
+    }
+
+    void keysMoveAndMark()
+    {
+        Program program;
+        program.open();
+        QVERIFY(program.list->hasFocus());
+        program.key(Qt::Key_F);
+        QCOMPARE(program.list->current(), program.articles[2]);
+        program.key(Qt::Key_F);
+        QCOMPARE(program.list->current(), program.articles[1]);
+        program.key(Qt::Key_B);
+        QCOMPARE(program.list->current(), program.articles[2]);
+        program.key(Qt::Key_S);
+        QVERIFY(program.has(program.articles[2], Mark::Flagged));
+        program.key(Qt::Key_S);
+        QVERIFY(!program.has(program.articles[2], Mark::Flagged));
+        program.key(Qt::Key_M);
+        QVERIFY(program.has(program.articles[2], Mark::Read));
+        program.key(Qt::Key_M);
+        QVERIFY(!program.has(program.articles[2], Mark::Read));
+        program.key(Qt::Key_W);
+        QVERIFY(program.has(program.articles[2], Mark::Watched));
+        program.key(Qt::Key_K);
+        QVERIFY(program.has(program.articles[2], Mark::Ignored) &&
+                !program.has(program.articles[2], Mark::Watched));
+        program.key(Qt::Key_C, Qt::ShiftModifier);
+        QCOMPARE(program.inbox().counts().unread, 0U);
+    }
+
+    void aMessageThatIsShownCountsAsRead_data()
+    {
+        QTest::addColumn<bool>("keepsUnread");
+        QTest::newRow("after a moment") << false;
+        QTest::newRow("not where the group keeps them unread") << true;
+    }
+
+    void aMessageThatIsShownCountsAsRead()
+    {
+        QFETCH(bool, keepsUnread);
+        Program program;
+        if (keepsUnread)
+            program.engine.groups().setOptions(program.inbox(), GroupKeepsUnread);
+        program.open();
+        program.readTimer->setInterval(0);
+        program.key(Qt::Key_F);
+        QVERIFY(!program.window->findChild<MessageView *>()->isEmpty());
+        QCOMPARE(program.readTimer->isActive(), !keepsUnread);
+        QTRY_VERIFY(!program.readTimer->isActive());
+        QCOMPARE(program.has(program.articles[2], Mark::Read), !keepsUnread);
+    }
+
+    void spaceReadsThroughWhatIsUnread()
+    {
+        Program program;
+        program.open();
+        for (int i = 2; i >= 0; --i) {
+            program.key(Qt::Key_Space);
+            QCOMPARE(program.list->current(), program.articles[std::size_t(i)]);
+        }
+        program.key(Qt::Key_Space);
+        QCOMPARE(program.inbox().counts().unread, 0U);
+        QCOMPARE(program.bar(), u"All read"_s);
+    }
+
+    void deletedMessagesGoToTheWasteBasketAndComeBack()
+    {
+        Program program;
+        program.open();
+        program.key(Qt::Key_F);
+        program.key(Qt::Key_Delete);
+        QCOMPARE(program.list->messages().rowCount(), 2);
+        QCOMPARE(program.group(GroupRole::WasteBasket)->counts().total, 1U);
+        QCOMPARE(program.list->current(), program.articles[1]);
+        QCOMPARE(program.bar(), u"1 message moved to Waste basket"_s);
+        program.key(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(program.list->messages().rowCount(), 3);
+        QCOMPARE(program.group(GroupRole::WasteBasket)->counts().total, 0U);
+        QCOMPARE(program.list->messages().item(program.list->currentIndex().row()).texts.subject, u"Third"_s);
+        QCOMPARE(program.bar(), QString());
+    }
+
+    void deletingForGoodAsks()
+    {
+        Program program;
+        program.open();
+        program.key(Qt::Key_F);
+        program.key(Qt::Key_Down, Qt::ShiftModifier);
+        program.key(Qt::Key_Delete, Qt::ShiftModifier);
+        program.answer(u"Cancel"_s);
+        QTRY_VERIFY(!program.window->findChild<QMessageBox *>());
+        QCOMPARE(program.inbox().counts().total, 3U);
+        program.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(program.window.get()));
+        program.key(Qt::Key_Delete, Qt::ShiftModifier);
+        program.answer(u"Delete 2 messages"_s);
+        QTRY_COMPARE(program.inbox().counts().total, 1U);
+        QCOMPARE(program.group(GroupRole::WasteBasket)->counts().total, 0U);
+    }
+
+    void manyMessagesAreDeletedInSlices()
+    {
+        Program program;
+        for (int i = 0; i < 60; ++i)
+            program.add(program.inbox(), "Many " + QByteArray::number(i));
+        program.open();
+        program.key(Qt::Key_A, Qt::ControlModifier);
+        program.key(Qt::Key_Delete);
+        QVERIFY(program.engine.tasks().isBusy());
+        QTRY_COMPARE(program.group(GroupRole::WasteBasket)->counts().total, 63U);
+        QTRY_COMPARE(program.list->messages().rowCount(), 0);
+        program.key(Qt::Key_Z, Qt::ControlModifier);
+        QTRY_COMPARE(program.inbox().counts().total, 63U);
+    }
+
+    void junkGoesAwayAndBack()
+    {
+        Program program;
+        program.open();
+        program.key(Qt::Key_F);
+        program.key(Qt::Key_J);
+        Group &junk = *program.group(GroupRole::Junk);
+        QCOMPARE(junk.counts().total, 1U);
+        QVERIFY(junk.row(0).has(Mark::Junk));
+        program.window->selectGroup(junk.number());
+        program.list->setFocus();
+        program.key(Qt::Key_F);
+        program.key(Qt::Key_J, Qt::ShiftModifier);
+        QCOMPARE(junk.counts().total, 0U);
+        QCOMPARE(program.inbox().counts().total, 3U);
+        QVERIFY(!program.inbox().row(program.inbox().rowCount() - 1).has(Mark::Junk));
+    }
+
+    void movesToAGroupChosenByTyping()
+    {
+        Program program;
+        Group *club = program.engine.groups().make(u"Home/Sailing club"_s);
+        program.open();
+        program.key(Qt::Key_F);
+        program.key(Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
+        auto *dialog = program.window->findChild<QDialog *>(u"groupDialog"_s);
+        QVERIFY(dialog);
+        QTest::keyClicks(dialog->findChild<QLineEdit *>(u"filter"_s), u"sail"_s);
+        QTest::keyClick(dialog->findChild<QLineEdit *>(u"filter"_s), Qt::Key_Return);
+        QTRY_COMPARE(club->counts().total, 1U);
+        QCOMPARE(program.inbox().counts().total, 2U);
+    }
+
+    void messagesDropOnGroups_data()
+    {
+        QTest::addColumn<int>("action");
+        QTest::addColumn<int>("left");
+        QTest::newRow("moved") << int(Qt::MoveAction) << 2;
+        QTest::newRow("copied") << int(Qt::CopyAction) << 3;
+    }
+
+    void messagesDropOnGroups()
+    {
+        QFETCH(int, action);
+        QFETCH(int, left);
+        Program program;
+        Group *target = program.engine.groups().make(u"Target"_s);
+        program.open();
+        const auto *tree = program.window->findChild<GroupTree *>();
+        auto *model = static_cast<GroupTreeModel *>(tree->model());
+        const std::unique_ptr<QMimeData> mime(
+            program.list->messages().mimeData({program.list->messages().index(0, 0)}));
+        const QModelIndex place = model->indexOf(target->number());
+        QVERIFY(model->canDropMimeData(mime.get(), Qt::DropAction(action), -1, -1, place));
+        QVERIFY(!model->canDropMimeData(mime.get(), Qt::DropAction(action), -1, -1, place.parent()));
+        model->dropMimeData(mime.get(), Qt::DropAction(action), -1, -1, place);
+        QCOMPARE(target->counts().total, 1U);
+        QCOMPARE(int(program.inbox().counts().total), left);
+    }
+
+    void theTreeKeepsItsOrderAndPlace()
+    {
+        Program program;
+        program.open();
+        const auto *tree = program.window->findChild<GroupTree *>();
+        const QAbstractItemModel *model = tree->model();
+        QStringList names;
+        const QModelIndex section = model->index(0, 0);
+        for (int row = 0; row < model->rowCount(section); ++row)
+            names.append(model->index(row, 0, section).data().toString());
+        QCOMPARE(names, (QStringList{u"Inbox"_s, u"Drafts"_s, u"Outbox"_s, u"Sent mail"_s, u"Junk"_s,
+                                     u"Waste basket"_s}));
+        Group *made = program.engine.groups().make(u"Made"_s);
+        QCOMPARE(tree->current(), &program.inbox());
+        QVERIFY(program.window->selectGroup(made->number()));
+        QVERIFY(program.engine.groups().rename(*made, u"Renamed"_s));
+        QCOMPARE(tree->current(), made);
+        QVERIFY(program.engine.groups().remove(*made));
+        QTRY_COMPARE(tree->current(), &program.inbox());
+        QVERIFY(!program.window->selectGroup(4711));
+    }
+
+    void countsFollowTheMail()
+    {
+        Program program;
+        program.open();
+        QCOMPARE(GroupTreeModel::countText(program.inbox()), u"3"_s);
+        QVERIFY(GroupTreeModel::countCalls(program.inbox()));
+        program.engine.groups().copy(program.inbox(), program.articles, *program.group(GroupRole::Drafts));
+        QCOMPARE(GroupTreeModel::countText(*program.group(GroupRole::Drafts)), u"3"_s);
+        QVERIFY(!GroupTreeModel::countCalls(*program.group(GroupRole::Drafts)));
+        program.window->refresh();
+        QCOMPARE(program.window->findChild<StatusLine *>()->text(), u"Inbox: 3 messages, 3 unread"_s);
+    }
+
+    void reportsWaitForEachOther()
+    {
+        Program program;
+        program.open();
+        report(ReportLevel::Warning, "Unable to read <b>this</b>");
+        report(ReportLevel::Warning, "Unable to read <b>this</b>");
+        report(ReportLevel::Critical, "Something else");
+        QVERIFY(program.box());
+        QCOMPARE(program.box()->windowTitle(), u"Velmar"_s);
+        QCOMPARE(program.box()->text(), u"Unable to read <b>this</b> (2 times)"_s);
+        QCOMPARE(program.box()->textFormat(), Qt::PlainText);
+        QCOMPARE(program.window->findChildren<QMessageBox *>().size(), 1);
+        program.answer(u"OK"_s);
+        QVERIFY(program.box());
+        QTRY_VERIFY(program.box() && program.box()->text() == u"Something else"_s);
+        program.answer(u"OK"_s);
+        QTRY_VERIFY(!program.window->boxes().isBusy());
+    }
+
+    void errorsOfOneTickShareABox()
+    {
+        Program program;
+        program.open();
+        program.engine.queueError(u"One went wrong"_s);
+        program.engine.queueError(u"Another went wrong"_s);
+        program.engine.tick();
+        QVERIFY(program.box());
+        QCOMPARE(program.box()->text(), u"One went wrong\n\nAnother went wrong"_s);
+        program.answer(u"OK"_s);
+        QTRY_VERIFY(!program.window->boxes().isBusy());
+    }
+
+    void sizesAndArrangementsComeBack()
+    {
+        Program program;
+        program.open();
+        program.window->setGeometry(40, 50, 1000, 700);
+        program.list->messages().sort(int(MessageColumn::Score), Qt::AscendingOrder);
+        program.key(Qt::Key_F8);
+        QVERIFY(!program.window->findChild<MessageView *>()->isVisible());
+        program.window->close();
+        program.open();
+        QCOMPARE(program.window->size(), QSize(1000, 700));
+        QCOMPARE(program.list->messages().sortOrder().column, MessageColumn::Score);
+        QVERIFY(!program.window->findChild<MessageView *>()->isVisible());
+    }
+
+    void panesTakeTurns()
+    {
+        Program program;
+        program.open();
+        program.key(Qt::Key_F);
+        QSet<QWidget *> visited;
+        for (int i = 0; i < 3; ++i) {
+            program.key(Qt::Key_F6);
+            visited.insert(QApplication::focusWidget());
+        }
+        QCOMPARE(visited.size(), 3);
+        QVERIFY(program.list->hasFocus());
+        program.key(Qt::Key_F6, Qt::ShiftModifier);
+        QVERIFY(program.window->findChild<GroupTree *>()->hasFocus());
+    }
+
+    /// Tab comes round to where it began, past every control, and stays nowhere.
+    void tabIsNoTrap()
+    {
+        Program program;
+        program.open();
+        program.key(Qt::Key_F);
+        std::set<QWidget *> visited;
+        QWidget *start = QApplication::focusWidget();
+        for (int i = 0; i < 100; ++i) {
+            program.key(Qt::Key_Tab);
+            QWidget *focus = QApplication::focusWidget();
+            QVERIFY(focus && focus->isVisible() && focus->isEnabled());
+            if (focus == start)
+                break;
+            QVERIFY2(visited.insert(focus).second, qPrintable(focus->objectName()));
+        }
+        QCOMPARE(QApplication::focusWidget(), start);
+        QVERIFY(visited.contains(program.window->findChild<GroupTree *>()));
+    }
+
+    void everyButtonHasANameAndATip()
+    {
+        Program program;
+        program.open();
+        for (const QAbstractButton *button : program.window->findChildren<QAbstractButton *>()) {
+            if (!button->isVisible())
+                continue;
+            const bool named = !button->accessibleName().isEmpty() || !button->text().isEmpty();
+            QVERIFY2(named, button->metaObject()->className());
+            QVERIFY2(!button->text().isEmpty() || !button->toolTip().isEmpty(),
+                     qPrintable(button->accessibleName()));
+        }
+        QCOMPARE(program.list->messages().index(0, 0).data(Qt::AccessibleTextRole).toString().left(12),
+                 u"unread, Ada,"_s);
+    }
+
+    void mnemonicsAndKeysAreUnique()
+    {
+        Program program;
+        program.open();
+        QSet<QKeySequence> keys;
+        for (const QAction *action : program.window->actions()) {
+            for (const QKeySequence &key : action->shortcuts()) {
+                QVERIFY2(!keys.contains(key), qPrintable(key.toString()));
+                keys.insert(key);
+            }
+        }
+        for (const QMenu *menu : program.window->findChildren<QMenu *>()) {
+            QSet<QChar> letters;
+            for (const QAction *action : menu->actions()) {
+                const qsizetype at = action->text().indexOf(u'&');
+                if (at < 0)
+                    continue;
+                const QChar letter = action->text().at(at + 1).toLower();
+                QVERIFY2(!letters.contains(letter), qPrintable(menu->title() + u": "_s + action->text()));
+                letters.insert(letter);
+            }
+        }
+    }
+
+    void aMessageFileOpensInItsOwnWindow()
+    {
+        Program program;
+        program.open();
+        QVERIFY(program.window->openMessageFile(
+            program.scratch.write(u"a.eml"_s, mailText("x@y", "Out of a file"))));
+        QWidget *opened = nullptr;
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (widget->isVisible() && widget->objectName() == u"messageWindow")
+                opened = widget;
+        }
+        QVERIFY(opened);
+        QCOMPARE(opened->windowTitle(), u"Out of a file"_s);
+        QVERIFY(!program.window->openMessageFile(program.scratch.path(u"none.eml"_s)));
+        program.answer(u"OK"_s);
+    }
+};
+
+QTEST_MAIN(WindowTest)
+#include "window_test.moc"
