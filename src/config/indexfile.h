@@ -7,9 +7,9 @@
 
 /// A binary index that is loaded whole and can be rebuilt from what it indexes.
 ///
-/// Before it is read it is renamed to its name with ".crash" appended, and back when the reading has finished:
-/// a ".crash" file found at the next load means that reading it killed the program, so it is deleted and the
-/// index rebuilt by its owner. Writing goes through the name with "~" appended.
+/// Before it is read it is renamed to its name with ".crash" appended, and back when the reading has
+/// finished: a ".crash" file found at the next load means that reading it killed the program, so it is
+/// deleted and the index rebuilt by its owner. Writing goes through the name with "~" appended.
 class IndexFile
 {
 public:

@@ -104,28 +104,6 @@ bool isHeading(GumboTag tag)
     return tag >= GUMBO_TAG_H1 && tag <= GUMBO_TAG_H6;
 }
 
-void give(QString &out, QStringView attribute, QStringView value)
-{
-    out.append(u' ').append(attribute).append(u"=\"").append(value).append(u'"');
-}
-
-/// The width attribute of a table or a cell.
-void giveWidth(QString &out, const Style &style)
-{
-    if (style.widthPercent)
-        give(out, u"width", rounded(*style.widthPercent) + u'%');
-    else if (style.width)
-        give(out, u"width", rounded(*style.width));
-}
-
-bool isOnlyCell(const GumboNode *cell)
-{
-    const GumboVector &siblings = cell->parent->v.element.children;
-    return std::none_of(siblings.data, siblings.data + siblings.length, [cell](void *sibling) {
-        return sibling != cell && isElement(static_cast<const GumboNode *>(sibling));
-    });
-}
-
 /// Whether @p source is a bitmap that stands in the text itself (RFC 2397).
 bool isPictureInText(const QString &source)
 {
@@ -376,89 +354,6 @@ bool Emitter::openList(const GumboNode *node, QStringView name, const Style &sty
     if (!style.listStyle.isEmpty())
         declare(css, u"list-style-type", style.listStyle);
     open(name, attributes, css);
-    return true;
-}
-
-bool Emitter::openTable(const GumboNode *node, const Style &style)
-{
-    m_word = 0;
-    if (!m_plan.keeps(node) || context().tables >= m_plan.depth() + 1) {
-        context().rows = false;
-        return openBlock(node, u"div", style);
-    }
-    ++context().tables;
-    context().rows = true;
-    const auto number = [&](const char *name, int greatest, int otherwise) {
-        bool ok = false;
-        const int value = attributeOf(node, name).toInt(&ok);
-        return QString::number(ok ? std::clamp(value, 0, greatest) : otherwise);
-    };
-    QString attributes;
-    give(attributes, u"cellpadding", number("cellpadding", 40, 1));
-    give(attributes, u"cellspacing", number("cellspacing", 20, style.collapsedBorders ? 0 : 2));
-    if (const QString width = number("border", 4, 0); width != u"0")
-        give(attributes, u"border", width);
-    giveWidth(attributes, style);
-    context().tableWidth = style.width.value_or(0);
-    if (attributeOf(node, "align").compare(u"center", Qt::CaseInsensitive) == 0 || style.autoMargin[Left])
-        give(attributes, u"align", u"center");
-    Style outside = style; // alignment of the table is none of its text
-    outside.align = {};
-    QString css = textStyle(outside);
-    if (isFilled(style))
-        declare(css, u"background-color", colourName(*style.background));
-    for (const auto &[side, name] : {std::pair(Top, u"margin-top"), std::pair(Bottom, u"margin-bottom")})
-        if (style.margin[side])
-            declare(css, name, pixels(*style.margin[side]));
-    if (style.hasBorder()) {
-        const auto side = std::find_if(style.border.begin(), style.border.end(),
-                                       [](const auto &one) { return one.width > 0 && one.line != u"none"; });
-        declare(css, u"border-width", pixels(side->width));
-        declare(css, u"border-style", side->line);
-        declare(css, u"border-color", colourName(side->colour));
-    }
-    open(u"table", attributes, css);
-    return true;
-}
-
-bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
-{
-    m_word = 0;
-    m_shown += u' ';
-    if (tag == GUMBO_TAG_TH)
-        context().weight = 700;
-    if (!context().rows) { // of a table that has given way to its content
-        const bool alone = isOnlyCell(node);
-        if (alone || tag == GUMBO_TAG_CAPTION)
-            return openBlock(node, u"div", style);
-        openInline(node, u"span", style);
-        m_frames.back().closing += u"\x00A0 ";
-        return true;
-    }
-    context().rows = false;
-    QString attributes;
-    for (const char *key : {"colspan", "rowspan"})
-        if (const int span = TablePlan::span(node, key); span > 1)
-            give(attributes, QLatin1StringView(key).toString(), QString::number(span));
-    const double tableWidth = std::exchange(context().tableWidth, 0);
-    if (style.width || style.widthPercent)
-        giveWidth(attributes, style);
-    else if (tableWidth > 0 &&
-             isOnlyCell(node)) // a text document asks the cells, not the table inside a table
-        give(attributes, u"width", rounded(tableWidth));
-    if (style.verticalAlign == u"top" || style.verticalAlign == u"middle" || style.verticalAlign == u"bottom")
-        give(attributes, u"valign", style.verticalAlign);
-    if (!style.align.isEmpty())
-        give(attributes, u"align", style.align);
-    QString css = textStyle(style) + blockStyle(style, true) + boxStyle(style);
-    if (style.whiteSpace == u"nowrap" || hasAttribute(node, "nowrap"))
-        declare(css, u"white-space", u"nowrap");
-    const bool caption = tag == GUMBO_TAG_CAPTION;
-    if (caption)
-        m_result.html += u"<tr>";
-    open(tag == GUMBO_TAG_TH ? u"th" : u"td", attributes, css);
-    if (caption)
-        m_frames.back().closing += u"</tr>";
     return true;
 }
 

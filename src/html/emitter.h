@@ -53,6 +53,7 @@ private:
     bool openLink(const GumboNode *node, const Style &style);
     bool openList(const GumboNode *node, QStringView name, const Style &style);
     bool openTable(const GumboNode *node, const Style &style);
+    void openFrame(const Style &style, const QString &place, const QString &margins);
     bool openCell(const GumboNode *node, GumboTag tag, const Style &style);
     bool openBody(const GumboNode *node, const Style &style);
     void image(const GumboNode *node, const Style &style);

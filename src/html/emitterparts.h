@@ -26,3 +26,9 @@ inline void declare(QString &out, QStringView property, QStringView value)
 {
     out.append(property).append(u':').append(value).append(u';');
 }
+
+/// Appends an attribute whose value needs no escaping any more.
+inline void give(QString &out, QStringView attribute, QStringView value)
+{
+    out.append(u' ').append(attribute).append(u"=\"").append(value).append(u'"');
+}
