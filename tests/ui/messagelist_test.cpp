@@ -7,6 +7,7 @@
 #include "ui/main/messagetexts.h"
 
 #include <QAbstractItemModelTester>
+#include <QHeaderView>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -113,6 +114,38 @@ private slots:
         if (isTextColumn(MessageColumn(column)))
             finishSorting(model);
         QTEST(subjects(model), "order");
+    }
+
+    void oneTextColumnFollowsAnother()
+    {
+        Box box;
+        for (const Mail &mail : kMails)
+            box.add(mail);
+        MessageListModel model;
+        model.setGroup(&box.inbox(), {MessageColumn::From, Qt::AscendingOrder, false});
+        finishSorting(model);
+        QCOMPARE(subjects(model), u"b e c d a"_s);
+        model.sort(int(MessageColumn::Subject), Qt::AscendingOrder);
+        finishSorting(model);
+        QCOMPARE(subjects(model), u"e c d b a"_s);
+        box.add({"f", "Bells", "Dora <d@example.org>", 50});
+        finishSorting(model);
+        QCOMPARE(subjects(model), u"e f c d b a"_s);
+    }
+
+    void widthsSurviveANarrowList()
+    {
+        Box box;
+        MessageList list;
+        GroupView view;
+        view.widths[std::size_t(MessageColumn::From)] = 222;
+        list.setGroup(&box.inbox(), view);
+        list.setTwoLines(true);
+        list.setTwoLines(false);
+        QCOMPARE(list.view(), view);
+        QCOMPARE(list.header()->sectionSize(int(MessageColumn::From)), 222);
+        list.header()->resizeSection(int(MessageColumn::From), 180);
+        QCOMPARE(list.view().widths[std::size_t(MessageColumn::From)], 180);
     }
 
     void threadsStandWhereTheirNewestMessageWould()

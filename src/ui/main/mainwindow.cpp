@@ -276,8 +276,13 @@ void MainWindow::showCurrent(quint32 article)
         m_reader->clear(empty ? u" "_s : u"No message chosen"_s, // the list says what there is to say
                         empty ? u" "_s : u"Choose one in the list, or press N for the next unread one."_s);
     } else if (m_reader->isVisibleTo(this)) {
-        m_reader->showMessage(Message(group()->readMessage(*overview)), marksOf(*overview));
-        if (!overview->has(Mark::Read) && !group()->has(GroupKeepsUnread))
+        const QByteArray text = group()->readMessage(*overview);
+        if (text.isNull())
+            m_reader->clear(u"This message cannot be read"_s,
+                            u"Repair the group to find out what is left of it."_s);
+        else
+            m_reader->showMessage(Message(text), marksOf(*overview));
+        if (!text.isNull() && !overview->has(Mark::Read) && !group()->has(GroupKeepsUnread))
             m_readTimer.start();
     }
     updateActions();

@@ -111,10 +111,12 @@ void MessageBoxes::openEntry(const Entry &entry)
     box->setText(entry.times > 1 ? u"%1 (%2 times)"_s.arg(question.text).arg(entry.times) : question.text);
     box->setInformativeText(question.detail);
     box->setIconPixmap(icon(QString::fromLatin1(sign.icon), sign.role).pixmap(size));
+    QList<QPushButton *> buttons;
     for (qsizetype i = 0; i < question.buttons.size(); ++i) {
         const bool isLast = i + 1 == question.buttons.size();
         QPushButton *button =
             box->addButton(question.buttons[i], isLast ? QMessageBox::RejectRole : QMessageBox::AcceptRole);
+        buttons.append(button);
         if (i == 0 && question.dangerous)
             setButtonKind(button, ButtonKind::Dangerous);
         if (isLast)
@@ -122,16 +124,16 @@ void MessageBoxes::openEntry(const Entry &entry)
         if (i == 0 ? !question.dangerous : (isLast && question.dangerous))
             box->setDefaultButton(button);
     }
-    connect(box, &QDialog::finished, this, [this, entry] { finished(entry); });
+    connect(box, &QDialog::finished, this, [this, entry, buttons] { finished(entry, buttons); });
     box->open();
 }
 
-void MessageBoxes::finished(const Entry &entry)
+/// By the button, not by its text: a desktop may have put a mnemonic into that.
+void MessageBoxes::finished(const Entry &entry, const QList<QPushButton *> &buttons)
 {
-    const QMessageBox *box = m_open;
-    int chosen = int(entry.question.buttons.size()) - 1;
-    if (box && box->clickedButton())
-        chosen = int(entry.question.buttons.indexOf(box->clickedButton()->text()));
+    const QAbstractButton *clicked = m_open ? m_open->clickedButton() : nullptr;
+    const auto found = std::find(buttons.begin(), buttons.end(), clicked);
+    const int chosen = int(found == buttons.end() ? buttons.size() - 1 : found - buttons.begin());
     m_open = nullptr;
     QTimer::singleShot(0, this, &MessageBoxes::openNext);
     if (entry.answer && entry.context)

@@ -10,6 +10,7 @@
 #include <deque>
 #include <functional>
 
+class QPushButton;
 class QWidget;
 
 /// The modal boxes of the windowed program: one at a time, the others wait in a row, none with an event loop
@@ -60,7 +61,7 @@ private:
     void add(Entry entry);
     void openNext();
     void openEntry(const Entry &entry);
-    void finished(const Entry &entry);
+    void finished(const Entry &entry, const QList<QPushButton *> &buttons);
 
     QWidget *m_window;
     std::deque<Entry> m_waiting;

@@ -301,6 +301,7 @@ int MessageList::defaultWidth(MessageColumn column) const
 
 void MessageList::showColumns()
 {
+    m_arranging = true; // hiding a column is no wish for its width
     for (int i = 0; i < kMessageColumnCount; ++i) {
         const bool isSubject = MessageColumn(i) == MessageColumn::Subject;
         setColumnHidden(i, isTwoLines() ? !isSubject : !m_view.shown[std::size_t(i)]);

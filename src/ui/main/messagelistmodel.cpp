@@ -38,7 +38,7 @@ void MessageListModel::setGroup(Group *group, const MessageSort &sort)
     beginResetModel();
     if (m_group)
         m_group->disconnect(this);
-    m_ranks.stop();
+    m_ranks.clear();
     m_timer.stop();
     m_texts.clear();
     m_changed.clear();
@@ -72,7 +72,7 @@ void MessageListModel::setSortOrder(const MessageSort &sort)
     const bool sameColumn = sort.column == m_sort.column;
     m_sort = sort;
     if (!sameColumn)
-        m_ranks.stop();
+        m_ranks.clear();
     if (sameColumn || !isTextColumn(sort.column))
         relay();
     rank();
@@ -145,7 +145,7 @@ void MessageListModel::resetRows()
 {
     m_texts.clear();
     m_order = MessageOrder(m_group);
-    m_ranks.stop();
+    m_ranks.clear();
     relay();
     rank();
 }

@@ -27,8 +27,6 @@ TextRanks::TextRanks(QObject *parent)
 void TextRanks::start(Group &group, MessageColumn column, bool byRecipient)
 {
     stop();
-    if (m_group != &group || m_column != column)
-        m_ranks.clear();
     m_group = &group;
     m_column = column;
     m_byRecipient = byRecipient;
@@ -46,6 +44,12 @@ void TextRanks::stop()
     m_read = m_runBegin = m_merged = 0;
     m_rank = 0;
     m_last = -1;
+}
+
+void TextRanks::clear()
+{
+    stop();
+    m_ranks = {};
 }
 
 void TextRanks::slice()

@@ -24,6 +24,9 @@ public:
     /// column From shows whom the messages went to.
     void start(Group &group, MessageColumn column, bool byRecipient);
     void stop();
+
+    /// Stops, and forgets the ranks: they belong to other rows or another column.
+    void clear();
     bool isRunning() const { return m_timer.isActive(); }
 
     /// Works for about @p milliseconds. True when that was the last of it.
