@@ -114,76 +114,85 @@ void MessageOrder::addColumnKeys(std::vector<Key> &keys, const MessageSort &sort
 void MessageOrder::arrangeThreads(const std::vector<Key> &byDate, const MessageSort &sort,
                                   const std::vector<quint32> &ranks)
 {
-    std::vector<Key> tops = roots(byDate, sort);
+    Family family;
+    family.parent = liveParents();
+    std::vector<Key> tops = roots(byDate, family.parent, sort);
     addColumnKeys(tops, sort, ranks);
 
     // From the newest on, so that what is put in front of a list leaves it oldest first.
-    std::vector<quint32> firstAnswer(std::size_t(m_group->rowCount()), kNoRow);
-    std::vector<quint32> nextAnswer(firstAnswer.size(), kNoRow);
+    family.first.resize(family.parent.size(), kNoRow);
+    family.next.resize(family.parent.size(), kNoRow);
     for (auto key = byDate.rbegin(); key != byDate.rend(); ++key) {
-        const int parent = liveParent(int(key->row));
+        const int parent = family.parent[key->row];
         if (parent == Threads::kNone)
             continue;
-        nextAnswer[key->row] = firstAnswer[std::size_t(parent)];
-        firstAnswer[std::size_t(parent)] = key->row;
+        family.next[key->row] = family.first[std::size_t(parent)];
+        family.first[std::size_t(parent)] = key->row;
     }
     m_order.clear();
     m_depths.clear();
     m_order.reserve(byDate.size());
     m_depths.reserve(byDate.size());
     for (const Key &top : tops)
-        emitThread(top.row, firstAnswer, nextAnswer);
+        emitThread(top.row, family);
+}
+
+std::vector<int> MessageOrder::liveParents() const
+{
+    std::vector<int> parents(std::size_t(m_group->rowCount()));
+    for (int row = 0; row < int(parents.size()); ++row)
+        parents[std::size_t(row)] = liveParent(row);
+    return parents;
 }
 
 /// The topmost messages, by the date of the newest in their threads, oldest first; for any other column than
 /// the date by their own.
 std::vector<MessageOrder::Key> MessageOrder::roots(const std::vector<Key> &byDate,
-                                                   const MessageSort &sort) const
+                                                   const std::vector<int> &parents, const MessageSort &sort)
 {
     std::vector<Key> tops;
     if (sort.column != MessageColumn::Date) {
         std::copy_if(byDate.begin(), byDate.end(), std::back_inserter(tops),
-                     [this](const Key &key) { return liveParent(int(key.row)) == Threads::kNone; });
+                     [&parents](const Key &key) { return parents[key.row] == Threads::kNone; });
         return tops;
     }
-    std::vector<bool> seen(std::size_t(m_group->rowCount()));
+    std::vector<bool> seen(parents.size());
     for (auto key = byDate.rbegin(); key != byDate.rend(); ++key) {
         int row = int(key->row);
         if (seen[std::size_t(row)])
             continue;
         // Whatever is seen on the way up has had its topmost message listed.
         for (int above = row; above != Threads::kNone && !seen[std::size_t(above)];
-             above = liveParent(above)) {
+             above = parents[std::size_t(above)]) {
             seen[std::size_t(above)] = true;
             row = above;
         }
-        if (liveParent(row) == Threads::kNone)
+        if (parents[std::size_t(row)] == Threads::kNone)
             tops.push_back({key->key, quint32(row)});
     }
     std::reverse(tops.begin(), tops.end());
     return tops;
 }
 
-void MessageOrder::emitThread(quint32 root, const std::vector<quint32> &firstAnswer,
-                              const std::vector<quint32> &nextAnswer)
+void MessageOrder::emitThread(quint32 root, const Family &family)
 {
     quint32 row = root;
     int depth = 0;
     while (true) {
         m_order.push_back(row);
         m_depths.push_back(quint16(std::min(depth, kDeepest)));
-        if (firstAnswer[row] != kNoRow) {
-            row = firstAnswer[row];
+        if (family.first[row] != kNoRow) {
+            row = family.first[row];
             ++depth;
             continue;
         }
-        while (row != root && nextAnswer[row] == kNoRow) {
-            row = quint32(liveParent(int(row)));
+        while (row != root && family.next[row] == kNoRow) {
+            row = quint32(family.parent[row]);
             --depth;
         }
         if (row == root)
             return;
-        row = nextAnswer[row];
+        row = family.next[row];
     }
 }
 

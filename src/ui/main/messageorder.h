@@ -73,9 +73,18 @@ private:
                        const std::vector<quint32> &ranks) const;
     void arrangeThreads(const std::vector<Key> &byDate, const MessageSort &sort,
                         const std::vector<quint32> &ranks);
-    std::vector<Key> roots(const std::vector<Key> &byDate, const MessageSort &sort) const;
-    void emitThread(quint32 root, const std::vector<quint32> &firstAnswer,
-                    const std::vector<quint32> &nextAnswer);
+    std::vector<int> liveParents() const;
+    static std::vector<Key> roots(const std::vector<Key> &byDate, const std::vector<int> &parents,
+                                  const MessageSort &sort);
+
+    /// By row, while threads are arranged: what it lies below, its first answer, the next answer beside it.
+    struct Family
+    {
+        std::vector<int> parent;
+        std::vector<quint32> first;
+        std::vector<quint32> next;
+    };
+    void emitThread(quint32 root, const Family &family);
     void findShown();
     int liveParent(int row) const;
 
