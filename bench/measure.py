@@ -1,0 +1,190 @@
+"""Runs the measurements, each several times and in turn with its yardsticks, and prints the best of each.
+
+measure.py BUILD DATA: the build directory, and an empty one for what is made on the way.
+"""
+
+import json
+import os
+import shutil
+import subprocess
+import sys
+import time
+
+MESSAGES = 10_000
+LARGE_GROUP = 100_000
+READ = 1_000
+GROUP = 'Inbox'  # what the window shows at its start
+
+BUILD, DATA = sys.argv[1:3]
+MAIL = f'{DATA}/mail.mbox'
+SMALL = f'{DATA}/small.mbox'
+STORE = f'{DATA}/store'
+MAILDIR = f'{DATA}/maildir'
+
+
+class Failure(Exception):
+    """A program failed, or what it did is wrong."""
+
+
+def run(*command):
+    """Runs a command to its end and returns what it printed."""
+    environment = dict(os.environ, QT_QPA_PLATFORM='offscreen', LC_ALL='C.UTF-8')
+    done = subprocess.run(command, capture_output=True, text=True, env=environment)
+    if done.returncode != 0:
+        raise Failure(f'{" ".join(command)}: {done.stderr.strip() or done.returncode}')
+    return done.stdout
+
+
+def bench(name, *arguments):
+    """Runs one of our programs; its lines "name value" as a dictionary."""
+    output = run(f'{BUILD}/bench/bench-{name}', *arguments)
+    return dict(line.split(' ', 1) for line in output.splitlines())
+
+
+def clocked(*command):
+    start = time.monotonic()
+    run(*command)
+    return time.monotonic() - start
+
+
+def best(rounds, *measurements):
+    """The smallest value of each measurement; they take turns, so that all see the same machine."""
+    values = [[measure() for measure in measurements] for _ in range(rounds)]
+    return [min(column) for column in zip(*values)]
+
+
+class Table:
+    def __init__(self):
+        self.kept = True
+
+    def head(self, text):
+        print(f'\n{text}')
+
+    def row(self, name, value, ratio='', promise=None, keeps=True):
+        self.kept = self.kept and keeps
+        verdict = '' if promise is None else f'{promise}: {"kept" if keeps else "NOT KEPT"}'
+        print(f'  {name:<44}{value:>16}  {ratio:<12}{verdict}'.rstrip(), flush=True)
+
+
+def seconds(value):
+    return f'{value * 1000:.1f} ms' if value < 1 else f'{value:.2f} s'
+
+
+def parsing(table):
+    ours, theirs = bench('parse', '--check', MAIL), bench('gmime', '--check', MAIL)
+    for found in (ours, theirs):
+        del found['seconds']
+    if ours != theirs or int(ours['messages']) != MESSAGES:
+        raise Failure(f'the parsers disagree: {ours} and {theirs}')
+
+    def timed(*command):
+        return lambda: float(bench(*command)['seconds'])
+
+    ours, theirs, lines = best(5, timed('parse', MAIL), timed('gmime', MAIL), timed('yardstick', 'scan', MAIL))
+    table.head(f'Parsing and decoding {MESSAGES:,} messages, {os.path.getsize(MAIL) / 1e6:.0f} MB')
+    table.row('Velmar', f'{MESSAGES / ours:,.0f} /s')
+    table.row('GMime', f'{MESSAGES / theirs:,.0f} /s', f'{theirs / ours:.2f} times', 'at least 3 times',
+              theirs >= 3 * ours)
+    table.row('looking for line ends', f'{MESSAGES / lines:,.0f} /s', f'{lines / ours:.3f} times')
+
+
+def import_once():
+    shutil.rmtree(STORE, ignore_errors=True)
+    os.mkdir(STORE, 0o700)
+    start = time.monotonic()
+    output = run(f'{BUILD}/velmar-cli', '--config', STORE, '--json', 'import', GROUP, MAIL)
+    taken = time.monotonic() - start
+    if json.loads(output)['imported'] != MESSAGES:
+        raise Failure(f'not all was imported: {output}')
+    return taken
+
+
+def convert_once():
+    shutil.rmtree(MAILDIR, ignore_errors=True)
+    taken = clocked('mb2md', '-s', MAIL, '-d', MAILDIR)
+    if len(os.listdir(f'{MAILDIR}/cur')) != MESSAGES:
+        raise Failure('mb2md did not convert everything')
+    return taken
+
+
+def write_once():
+    copy = f'{DATA}/copy'
+    taken = float(bench('yardstick', 'write', MAIL, copy)['seconds'])
+    os.remove(copy)
+    return taken
+
+
+def importing(table):
+    ours, theirs, plain = best(3, import_once, convert_once, write_once)
+    size = sum(os.path.getsize(os.path.join(path, name)) for path, _, names in os.walk(STORE) for name in names)
+    table.head(f'Importing them, compressed and all on the disk ({size / 1e6:.0f} MB)')
+    table.row('Velmar', seconds(ours))
+    table.row('mb2md, not synced', seconds(theirs), f'{theirs / ours:.2f} times', 'at least level', theirs >= ours)
+    table.row('writing the bytes with one fsync', seconds(plain), f'{plain / ours:.3f} times')
+
+
+def reading(table):
+    def ours():
+        return float(bench('group', 'read', STORE, GROUP, str(READ))['seconds'])
+
+    def files():
+        return float(bench('yardstick', 'read', f'{MAILDIR}/cur', str(READ))['seconds'])
+
+    group, plain = best(5, ours, files)
+    table.head(f'Reading {READ:,} messages at random')
+    table.row('Velmar', f'{READ / group:,.0f} /s')
+    table.row('as many files of a Maildir', f'{READ / plain:,.0f} /s', f'{plain / group:.2f} times')
+
+
+def opening(table):
+    store = f'{DATA}/large'
+    os.mkdir(store, 0o700)
+    run(f'{BUILD}/velmar-cli', '--config', store, 'import', 'Large', SMALL)
+    found = [bench('group', 'open', store, 'Large') for _ in range(5)]
+    if any(int(one['rows']) != LARGE_GROUP for one in found):
+        raise Failure('the large group has not all its messages')
+    taken = min(float(one['seconds']) for one in found)
+    heap = max(int(one['heap']) for one in found) / LARGE_GROUP
+    lines, = best(5, lambda: float(bench('yardstick', 'scan', f'{store}/Groups/{group_number(store)}/Overview')
+                                   ['seconds']))
+    table.head(f'Opening a group of {LARGE_GROUP:,} messages, its list ready')
+    table.row('Velmar', seconds(taken), '', 'under 100 ms', taken < 0.1)
+    table.row('memory beyond the mapped file', f'{heap:.1f} bytes/row', '', 'under 64 bytes', heap < 64)
+    table.row('reading the bytes of its overviews', seconds(lines), f'{lines / taken:.3f} times')
+    shutil.rmtree(store)
+
+
+def group_number(store):
+    """The number of the group with the largest overviews."""
+    numbers = [name for name in os.listdir(f'{store}/Groups') if name.isdigit()
+               and os.path.exists(f'{store}/Groups/{name}/Overview')]
+    return max(numbers, key=lambda name: os.path.getsize(f'{store}/Groups/{name}/Overview'))
+
+
+def starting(table):
+    program = f'{BUILD}/velmar'
+    table.head(f'Start until the window is painted, {MESSAGES:,} messages in its group')
+    if not os.path.exists(program):
+        table.row('Velmar', 'not built')
+        return
+    ours, bare = best(5, lambda: clocked(program, '--config', STORE, '--exit-when-shown'),
+                      lambda: clocked(f'{BUILD}/bench/bench-bare_window'))
+    table.row('Velmar', seconds(ours))
+    table.row('an empty window', seconds(bare), f'{ours / bare:.2f} times longer')
+
+
+def main():
+    for path, count, kind in ((MAIL, MESSAGES, []), (SMALL, LARGE_GROUP, ['--small'])):
+        subprocess.run([f'{BUILD}/bench/bench-generate', *kind, path, str(count)], check=True,
+                       stderr=None if not kind else subprocess.DEVNULL)
+    print(f'The best of several runs; the load of the machine was {os.getloadavg()[0]:.1f} at the start.')
+    table = Table()
+    try:
+        for measure in (parsing, importing, reading, opening, starting):
+            measure(table)
+    except Failure as failure:
+        sys.exit(str(failure))
+    sys.exit(0 if table.kept else 1)
+
+
+main()
