@@ -39,6 +39,6 @@ private:
     int m_patience = 5000;
 };
 
-/// The line Exec= of a desktop entry that starts @p program with @p arguments, quoted as the Desktop Entry
-/// Specification asks.
+/// The line Exec= of a desktop entry that starts @p program with @p arguments, quoted as desktop
+/// entries ask for it.
 QString desktopEntryExec(const QString &program, const QString &arguments);
