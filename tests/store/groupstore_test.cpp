@@ -482,6 +482,7 @@ void GroupStoreTest::deleting()
     Fixture f;
     f.fill(4);
     Group &basket = *f.store->group(GroupRole::WasteBasket);
+    const int basketNumber = basket.number();
     QVERIFY(f.store->deleteMessages(f.inbox(), {1}));
     QCOMPARE(f.subjects(basket), QStringList{u"1"_s});
     QVERIFY(f.store->deleteMessages(f.inbox(), {2}, true));
@@ -493,7 +494,7 @@ void GroupStoreTest::deleting()
     for (const char *id : {"1", "2", "3"})
         QCOMPARE(f.placesOf(id), 0u);
     f.restart(true);
-    for (const int number : {1, basket.number()})
+    for (const int number : {1, basketNumber})
         QFile::remove(configPathOf(u"Groups/%1/Overview"_s.arg(number)));
     f.restart();
     QCOMPARE(f.subjects(f.inbox()), QStringList{u"4"_s});
