@@ -26,6 +26,7 @@ QByteArray packed(QByteArrayView text, bool groupCompresses)
     if (!groupCompresses || threshold <= 0)
         return {};
     const quint64 limit = quint64(text.size()) * quint64(threshold) / 100;
+    // Never as long as the text, whatever the threshold: equal lengths mark the text itself.
     return compressText(text, qsizetype(qMin<quint64>(limit, quint64(text.size()))));
 }
 
@@ -220,11 +221,10 @@ QByteArray readMessageData(const FileHandle &file, qint64 position, const Overvi
     if (file.readAt(start, data.data(), stored) != stored)
         return failed("Unable to read message from bin file");
 
-    const bool compressed = header.has(Mark::Compressed);
-    if (!compressed && header.storedLength() == header.unpackedLength())
-        return data;
+    if (header.storedLength() == header.unpackedLength())
+        return data; // the text itself, whatever its flags say
     // The older form lacks the four bytes of length in front of the stream.
-    const qsizetype prefix = compressed ? 4 : 0;
+    const qsizetype prefix = header.has(Mark::Compressed) ? 4 : 0;
     if (data.size() < prefix)
         return failed("Decompression failure when reading message");
     QByteArray text = decompressText(QByteArrayView(data).sliced(prefix), header.unpackedLength());

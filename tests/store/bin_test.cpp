@@ -71,6 +71,7 @@ private slots:
     void compression_data();
     void compression();
     void olderFormWithoutPrefix();
+    void equalLengthsAreTheTextItself();
     void lengthsBoundDecompression_data();
     void lengthsBoundDecompression();
     void everyMessageOfAFailure();
@@ -115,6 +116,7 @@ void BinTest::compression_data()
     QTest::newRow("threshold 0") << 0 << true << 0 << 5000 << false;
     QTest::newRow("negative threshold") << -5 << true << 0 << 5000 << false;
     QTest::newRow("threshold 90") << 90 << true << 60 << 5000 << true;
+    QTest::newRow("threshold 150, grows") << 150 << true << 100 << 100 << false;
     QTest::newRow("the group does not") << 50 << false << 0 << 5000 << false;
     QTest::newRow("large, begins badly") << 50 << true << 5 << 4'000'000 << false;
     QTest::newRow("large, packs well") << 50 << true << 0 << 4'000'000 << true;
@@ -158,6 +160,19 @@ void BinTest::olderFormWithoutPrefix()
     overview.setStoredLength(quint32(stream.size()));
     QVERIFY(f.bin.appendStored(stream, overview));
     QCOMPARE(f.bin.readMessage(0), text);
+}
+
+void BinTest::equalLengthsAreTheTextItself()
+{
+    Fixture f;
+    const QByteArray text = "Subject: as long as ever\n\ntext\n";
+    Overview overview;
+    overview.setMark(Mark::Compressed, true);
+    overview.setUnpackedLength(quint32(text.size()));
+    overview.setStoredLength(quint32(text.size()));
+    QVERIFY(f.bin.appendStored(text, overview));
+    QCOMPARE(f.bin.readMessage(0), text);
+    QCOMPARE(f.scratch.reports, QStringList());
 }
 
 void BinTest::lengthsBoundDecompression_data()
