@@ -1,7 +1,5 @@
 #include "net/accountsfile.h"
 
-#include "config/listtext.h"
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -36,6 +34,14 @@ QString otherText(const Account &account)
     return account.others.value(Letter);
 }
 
+/// The same for a field that holds a number, so that nobody meets an empty one.
+template <char Letter>
+QString otherNumber(const Account &account)
+{
+    const QString text = account.others.value(Letter);
+    return text.isEmpty() ? u"0"_s : text;
+}
+
 template <char Letter>
 void takeOther(Account &account, const QString &text)
 {
@@ -61,26 +67,34 @@ constexpr LetterField kFields[] = {
     {'L', &numberText<&Account::fetchInterval>, &takeNumber<&Account::fetchInterval>},
     {'F', &numberText<&Account::flags>, &takeNumber<&Account::flags>},
     {'H', &otherText<'H'>, &takeOther<'H'>},
-    {'E', &otherText<'E'>, &takeOther<'E'>},
+    {'E', &otherNumber<'E'>, &takeOther<'E'>},
     {'C', &numberText<&Account::connections>, &takeNumber<&Account::connections>},
-    {'G', &otherText<'G'>, &takeOther<'G'>},
-    {'N', &otherText<'N'>, &takeOther<'N'>},
-    {'I', &otherText<'I'>, &takeOther<'I'>},
-    {'V', &otherText<'V'>, &takeOther<'V'>},
+    {'G', &otherNumber<'G'>, &takeOther<'G'>},
+    {'N', &otherNumber<'N'>, &takeOther<'N'>},
+    {'I', &otherNumber<'I'>, &takeOther<'I'>},
+    {'V', &otherNumber<'V'>, &takeOther<'V'>},
     {'S', &otherText<'S'>, &takeOther<'S'>},
     {'W', &numberText<&Account::chained>, &takeNumber<&Account::chained>},
-    {'D', &otherText<'D'>, &takeOther<'D'>},
-    {'R', &otherText<'R'>, &takeOther<'R'>},
+    {'D', &otherNumber<'D'>, &takeOther<'D'>},
+    {'R', &otherNumber<'R'>, &takeOther<'R'>},
 };
 
 constexpr QString Account::*kLeadingFields[] = {&Account::name, &Account::host, &Account::user,
                                                 &Account::password};
 
+/// A leading field is bare: a backslash stands for itself, and what would end the field becomes a blank.
+QString bareText(QString text)
+{
+    for (const QChar separator : {u'\t', u'\n', u'\r'})
+        text.replace(separator, u' ');
+    return text;
+}
+
 QString lineOf(const Account &account)
 {
     QStringList fields;
     for (QString Account::*field : kLeadingFields)
-        fields += escapedText(account.*field);
+        fields += bareText(account.*field);
     for (const LetterField &field : kFields)
         fields += QLatin1Char(field.letter) + field.text(account);
     return fields.join(u'\t');
@@ -92,7 +106,7 @@ Account accountOf(const QString &line)
     const QStringList pieces = line.split(u'\t');
     qsizetype next = 0;
     for (QString Account::*field : kLeadingFields)
-        account.*field = next < pieces.size() ? unescapedText(pieces[next++]) : QString();
+        account.*field = next < pieces.size() ? pieces[next++] : QString();
     for (; next < pieces.size(); ++next) {
         const QString &piece = pieces[next];
         for (const LetterField &field : kFields) {
