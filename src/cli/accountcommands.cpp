@@ -35,6 +35,11 @@ ExitStatus addAccount(Session &session, const Arguments &arguments)
         return wrongUsage(session, u"--kind '%1' is not known"_s.arg(arguments.value("--kind")));
     if (account.name.trimmed().isEmpty() || account.host.isEmpty())
         return wrongUsage(session, u"account add wants --kind, --name and --host"_s);
+    const auto endsField = [](QChar c) { return c == u'\t' || c == u'\n' || c == u'\r'; };
+    for (const QString &text : {account.name, account.host}) {
+        if (std::any_of(text.begin(), text.end(), endsField))
+            return wrongUsage(session, u"--name and --host are on one line and have no tabs"_s);
+    }
     if (account.kind != AccountKind::BatchFile) {
         session.output().complain(
             u"Accounts of kind '%1' cannot be set up yet; batch files can"_s.arg(arguments.value("--kind")));
@@ -85,8 +90,51 @@ ExitStatus removeAccount(Session &session, const QString &name)
     return ExitStatus::Done;
 }
 
+/// The named accounts, or all that take part, and behind them those that are chained to them. Empty after a
+/// complaint.
+std::optional<std::vector<Account>> accountsToFetch(Session &session, const QStringList &names)
+{
+    const AccountManager &manager = session.engine().accounts();
+    std::vector<Account> accounts;
+    for (const QString &name : names) {
+        const Account *account = manager.find(name);
+        if (!account) {
+            session.output().complain(u"There is no account '%1'"_s.arg(name));
+            return {};
+        }
+        accounts.push_back(*account);
+    }
+    const auto takesPart = [](const Account &account) {
+        return account.isIncoming() && (account.flags & AccountLeftOut) == 0;
+    };
+    if (names.isEmpty())
+        std::copy_if(manager.accounts().begin(), manager.accounts().end(), std::back_inserter(accounts),
+                     takesPart);
+    for (std::size_t i = 0; i < accounts.size(); ++i) {
+        const Account *chained = manager.account(accounts[i].chained);
+        const auto isChained = [&](const Account &account) { return account.number == chained->number; };
+        if (chained && takesPart(*chained) && std::none_of(accounts.begin(), accounts.end(), isChained))
+            accounts.push_back(*chained);
+    }
+    return accounts;
+}
+
+/// What keeps an account from being fetched; empty when nothing does.
+QString fetchProblem(const Account &account)
+{
+    if (account.kind != AccountKind::BatchFile)
+        return u"Account '%1' is of a kind that cannot be fetched yet"_s.arg(account.name);
+    if ((account.flags & AccountLeftOut) != 0)
+        return u"Account '%1' is left out of fetches"_s.arg(account.name);
+    return {};
+}
+
 bool fetchAccount(Session &session, const Account &account)
 {
+    if (const QString problem = fetchProblem(account); !problem.isEmpty()) {
+        session.output().complain(problem);
+        return false;
+    }
     QElapsedTimer timer;
     timer.start();
     BatchFetch fetch(session.groups(), account);
@@ -130,33 +178,15 @@ ExitStatus runFetch(Session &session, const QStringList &words)
         return wrongUsage(session, arguments.problem());
     if (!session.open(Session::Purpose::Write))
         return ExitStatus::Failed;
-    const AccountManager &manager = session.engine().accounts();
-    std::vector<Account> accounts;
-    for (const QString &name : arguments.plain()) {
-        const Account *account = manager.find(name);
-        if (!account) {
-            session.output().complain(u"There is no account '%1'"_s.arg(name));
-            return ExitStatus::Failed;
-        }
-        accounts.push_back(*account);
-    }
-    if (arguments.plain().isEmpty()) {
-        for (const Account &account : manager.accounts()) {
-            if (account.isIncoming() && (account.flags & AccountLeftOut) == 0)
-                accounts.push_back(account);
-        }
-    }
+    const auto accounts = accountsToFetch(session, arguments.plain());
+    if (!accounts)
+        return ExitStatus::Failed;
     ExitStatus status = ExitStatus::Done;
-    for (const Account &account : accounts) {
+    for (const Account &account : *accounts) {
         if (TerminationSignals::isRequested())
             break;
-        if (account.kind != AccountKind::BatchFile) {
-            session.output().complain(
-                u"Account '%1' is of a kind that cannot be fetched yet"_s.arg(account.name));
+        if (!fetchAccount(session, account))
             status = ExitStatus::Failed;
-        } else if (!fetchAccount(session, account)) {
-            status = ExitStatus::Failed;
-        }
     }
     session.output().endTable();
     return status;

@@ -60,6 +60,7 @@ private slots:
     void outputClosedEarly();
     void marksAndThreads();
     void aDamagedStore();
+    void fetchOfChainedAndLeftOutAccounts();
     void aFullDisk();
     void textForPeople();
 
@@ -140,6 +141,8 @@ void CliTest::exitStatus_data()
     QTest::newRow("import what is not there") << u"import Inbox /nowhere"_s << 1 << u"/nowhere"_s;
     QTest::newRow("move to where it is") << u"move Inbox 1 Inbox"_s << 1 << u"already"_s;
     QTest::newRow("an account twice") << u"account add --kind batch --name B --host x"_s << 1 << u"already"_s;
+    QTest::newRow("a tab in a name") << u"account add --kind batch --name T\tU --host x"_s << 2
+                                     << u"no tabs"_s;
     QTest::newRow("an unknown kind") << u"account add --kind x --name C --host x"_s << 2 << u"'x'"_s;
     QTest::newRow("an account that is not") << u"account remove C"_s << 1 << u"There is no account 'C'"_s;
     QTest::newRow("fetch what is not") << u"fetch C"_s << 1 << u"There is no account 'C'"_s;
@@ -343,6 +346,24 @@ void CliTest::aDamagedStore()
     QVERIFY(check.rows().first()[u"repaired"].toBool());
     QCOMPARE(program.json({u"check"_s}).out, QByteArray());
     QCOMPARE(program.ids(u"Inbox"_s).size(), 20);
+}
+
+void CliTest::fetchOfChainedAndLeftOutAccounts()
+{
+    Program program;
+    program.write(u"config/Accounts/Index"_s,
+                  "3\nA\t/none\t\t\tA1\tT6\tW2\nB\t/none\t\t\tA2\tT6\tW1\nC\t/none\t\t\tA3\tT6\tF8\nend\n");
+    const auto fetched = [&program](const QStringList &names) {
+        QStringList accounts;
+        for (const QJsonObject &row : program.json(QStringList{u"fetch"_s} + names).rows())
+            accounts += row.value(u"account"_s).toString();
+        return accounts.join(u' ');
+    };
+    QCOMPARE(fetched({u"B"_s}), u"B A"_s);
+    QCOMPARE(fetched({}), u"A B"_s);
+    const Program::Result leftOut = program.run({u"fetch"_s, u"C"_s});
+    QCOMPARE(leftOut.status, 1);
+    QVERIFY(leftOut.errors.contains("Account 'C' is left out of fetches"));
 }
 
 void CliTest::aFullDisk()
