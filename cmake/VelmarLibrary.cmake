@@ -74,11 +74,11 @@ function(velmar_icons name)
     qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
 endfunction()
 
-# velmar_demo(app): the demo mailbox inside that library, at :/demo.mbox.
+# velmar_demo(app): the demo mailbox and the program's own icon inside that library, at :/demo.mbox and :/velmar.svg.
 function(velmar_demo name)
     if(TARGET velmar_${name})
         qt_add_resources(velmar_${name} velmar_demo PREFIX / BASE ${CMAKE_SOURCE_DIR}/data
-            FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox)
+            FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox ${CMAKE_SOURCE_DIR}/data/velmar.svg)
     endif()
 endfunction()
 
