@@ -11,7 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kTickMilliseconds = 1000;
 constexpr int kTicksBetweenSaves = 5;
 constexpr qint64 kSecondsBetweenTidyings = 600;
 
@@ -20,8 +19,6 @@ constexpr qint64 kSecondsBetweenTidyings = 600;
 Engine::Engine(QObject *parent)
     : QObject(parent)
 {
-    m_timer.setInterval(kTickMilliseconds);
-    connect(&m_timer, &QTimer::timeout, this, &Engine::tick);
     connect(&m_tasks, &TaskRunner::ended, this, [this](Task *task) {
         if (const auto *fetch = qobject_cast<BatchFetch *>(task))
             m_fetching.remove(fetch->accountNumber());
@@ -57,16 +54,10 @@ bool Engine::save(bool force)
     return saveConfig(force) && saved;
 }
 
-void Engine::start()
-{
-    m_timer.start();
-}
-
 bool Engine::shutDown()
 {
     if (std::exchange(m_down, true))
         return true;
-    m_timer.stop();
     m_tasks.stopAll();
     bool saved = m_groups.close();
     saved = m_accounts.save() && saved;

@@ -9,7 +9,6 @@
 #include <QPointer>
 #include <QSet>
 #include <QStringList>
-#include <QTimer>
 
 /// The whole program without a window: every manager, loaded and saved in a fixed order, and the housekeeping
 /// that ticks once a second. The window and the command line stand on top of it.
@@ -27,9 +26,6 @@ public:
 
     /// Saves everything in its order; without @p force only what changed and is due. False after a report.
     bool save(bool force);
-
-    /// Begins the housekeeping.
-    void start();
 
     /// The end of a run, once: stops what is under way and saves everything with force.
     bool shutDown();
@@ -54,7 +50,7 @@ public:
     void fetch(int account);
     /// @}
 
-    /// One tick of the housekeeping, in its exact order.
+    /// One tick of the housekeeping, in its exact order; to be called once a second.
     void tick();
 
 signals:
@@ -71,7 +67,6 @@ private:
     GroupStore m_groups;
     AccountManager m_accounts;
     TaskRunner m_tasks;
-    QTimer m_timer;
     QStringList m_errors;
     QHash<int, qint64> m_lastFetch; ///< by account number, seconds since 1970
     QSet<int> m_fetching;           ///< numbers of the accounts whose fetch waits or runs
