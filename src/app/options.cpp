@@ -31,8 +31,10 @@ ProgramOptions takeProgramOptions(QStringList &arguments)
             options.help = true;
         } else if (word == u"--version") {
             options.version = true;
-        } else if (word == u"--pictures" && i + 1 < arguments.size()) {
-            options.pictures = arguments[++i];
+        } else if (word == u"--pictures") {
+            options.pictures = arguments.value(++i);
+            if (options.pictures.isEmpty())
+                options.problem = u"--pictures wants a directory"_s;
         } else {
             rest += word;
         }

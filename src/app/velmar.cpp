@@ -30,6 +30,15 @@ bool somebodyIsThere()
     return platform != u"offscreen" && platform != u"minimal";
 }
 
+QString together(const QList<Report> &reports)
+{
+    QStringList texts;
+    for (const Report &report : reports)
+        texts += report.text;
+    texts.removeDuplicates();
+    return texts.join(u"\n\n"_s);
+}
+
 /// Quits the program when a widget has been painted.
 class FirstPaint : public QObject
 {
@@ -60,7 +69,7 @@ Velmar::Velmar(int &argc, char **argv)
     setApplicationDisplayName(u"Velmar"_s);
     setDesktopFileName(u"velmar"_s);
     setPlatform(&m_platform);
-    setReportSink([this](const Report &report) { m_early += report; });
+    collectReports();
     setNoteSink([this](const QString &line) { m_log.write(line); });
     connect(&m_signals, &TerminationSignals::terminate, this, &Velmar::quit);
     m_timer.setInterval(kTickMilliseconds);
@@ -72,6 +81,12 @@ Velmar::~Velmar()
     setReportSink({});
     setNoteSink({});
     setPlatform(nullptr);
+}
+
+/// Keeps reports for later, while there is no window to show them.
+void Velmar::collectReports()
+{
+    setReportSink([this](const Report &report) { m_unshown += report; });
 }
 
 std::optional<int> Velmar::begin(const ProgramOptions &options, const QString &message)
@@ -111,16 +126,30 @@ std::optional<int> Velmar::takeOver()
 /// it.
 std::optional<int> Velmar::failed()
 {
-    QStringList texts;
-    for (const Report &report : std::as_const(m_early))
-        texts += report.text;
-    if (texts.isEmpty() || !somebodyIsThere()) {
-        for (const QString &text : std::as_const(texts))
-            std::fprintf(stderr, "velmar: %s\n", qUtf8Printable(onOneLine(text)));
+    if (printUnshown())
         return 1;
-    }
-    showBox(texts.join(u"\n\n"_s), {u"&Close"_s}, [](int) { exit(1); });
+    showBox(together(std::exchange(m_unshown, {})), {u"&Close"_s}, [](int) { exit(1); });
     return {};
+}
+
+int Velmar::end(int status)
+{
+    for (const Report &report : std::as_const(m_unshown))
+        note(report.text);
+    if (printUnshown())
+        return status;
+    showBox(together(std::exchange(m_unshown, {})), {u"&Close"_s}, [status](int) { exit(status); });
+    return exec();
+}
+
+/// Writes the reports to standard error where nobody would see a box. False: somebody would.
+bool Velmar::printUnshown()
+{
+    if (!m_unshown.isEmpty() && somebodyIsThere() && !TerminationSignals::isRequested())
+        return false;
+    for (const Report &report : std::exchange(m_unshown, {}))
+        std::fprintf(stderr, "velmar: %s\n", qUtf8Printable(onOneLine(report.text)));
+    return true;
 }
 
 /// Another process holds the store and does not answer: two must never write it.
@@ -142,9 +171,11 @@ void Velmar::showBox(const QString &text, const QStringList &buttons, const std:
     auto *box = new QMessageBox(QMessageBox::Warning, u"Velmar"_s, text);
     box->setTextFormat(Qt::PlainText);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    QList<QAbstractButton *> shown;
+    QList<QPushButton *> shown;
     for (const QString &button : buttons)
         shown += box->addButton(button, shown.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+    box->setDefaultButton(shown.first());
+    box->setEscapeButton(shown.last());
     connect(box, &QMessageBox::finished, this, [this, box, shown, answer] {
         setQuitOnLastWindowClosed(true);
         answer(qMax(0, int(shown.indexOf(box->clickedButton()))));
@@ -163,14 +194,14 @@ bool Velmar::startUp()
     createWindow();
     connect(this, &QCoreApplication::aboutToQuit, this, &Velmar::slotAboutToQuit);
     m_timer.start();
-    connect(&m_instance, &SingleInstance::messageReceived, this, &Velmar::processMessage);
-    m_instance.start();
     if (m_demo)
         beginDemo();
     else
         offerAsDefaultClient();
+    connect(&m_instance, &SingleInstance::messageReceived, this, &Velmar::processMessage);
     if (!m_message.isEmpty())
         processMessage(m_message);
+    m_instance.start(); // other starts come after this one's own command line
     return true;
 }
 
@@ -185,9 +216,9 @@ void Velmar::createWindow()
     m_window->show();
     if (m_options.exitWhenShown)
         leaveWhenShown();
-    for (const Report &early : std::as_const(m_early))
+    for (const Report &early : std::as_const(m_unshown))
         boxes.show(early.level, early.text);
-    m_early.clear();
+    m_unshown.clear();
 }
 
 void Velmar::offerAsDefaultClient()
@@ -197,7 +228,7 @@ void Velmar::offerAsDefaultClient()
     const auto isNews = [](const Account &account) { return account.kind == AccountKind::Nntp; };
     const std::vector<Account> &accounts = m_engine.accounts().accounts();
     m_defaultClient = std::make_unique<DefaultClient>(m_platform);
-    connect(m_defaultClient.get(), &DefaultClient::questionRaised, this, [this](const QString &text) {
+    connect(m_defaultClient.get(), &DefaultClient::questionRaised, m_window, [this](const QString &text) {
         MessageBoxes::Question question;
         question.text = text;
         question.buttons = {QString::fromLatin1(DefaultClient::kMakeDefault),
@@ -262,6 +293,7 @@ void Velmar::slotAboutToQuit()
     m_timer.stop();
     if (m_window)
         m_window->refresh(); // notes where it stands
+    collectReports();        // no box opens any more
     m_engine.shutDown();
     if (m_window)
         m_window->close();

@@ -31,6 +31,9 @@ public:
     /// has to end at once; else exec() may be called.
     std::optional<int> begin(const ProgramOptions &options, const QString &message);
 
+    /// After the event loop: tells what could not be saved at the end. The exit status, which is @p status.
+    int end(int status);
+
     MainWindow *window() const { return m_window; }
     Engine &engine() { return m_engine; }
 
@@ -44,6 +47,8 @@ public slots:
 private:
     std::optional<int> takeOver();
     std::optional<int> failed();
+    bool printUnshown();
+    void collectReports();
     void askWaitOrQuit();
     bool startUp();
     void showBox(const QString &text, const QStringList &buttons, const std::function<void(int)> &answer);
@@ -65,6 +70,6 @@ private:
     QTimer m_timer;
     ProgramOptions m_options;
     QString m_message;
-    QList<Report> m_early; ///< reports from before there is a window to show them
+    QList<Report> m_unshown; ///< reports from before there is a window to show them, and from after
     bool m_down = false;
 };

@@ -62,9 +62,12 @@ class VelmarTest : public QObject
 private slots:
     void options_data();
     void options();
+    void answersWithoutADisplay_data();
+    void answersWithoutADisplay();
     void secondStartHandsOver();
     void terminationSavesEverything_data();
     void terminationSavesEverything();
+    void tellsWhatCouldNotBeSaved();
     void startsAfterAKill();
     void startsWithAnything_data();
     void startsWithAnything();
@@ -78,14 +81,19 @@ void VelmarTest::options_data()
     QTest::addColumn<QString>("config");
     QTest::addColumn<bool>("demo");
     QTest::addColumn<QString>("rest");
+    QTest::addColumn<bool>("right");
     QTest::newRow("none") << "a.eml"
-                          << "" << false << "a.eml";
+                          << "" << false << "a.eml" << true;
     QTest::newRow("ours") << "--demo x --pictures p"
-                          << "" << true << "x";
+                          << "" << true << "x" << true;
     QTest::newRow("behind a keyword") << "-url --demo -attach --config"
-                                      << "" << false << "-url --demo -attach --config";
+                                      << "" << false << "-url --demo -attach --config" << true;
     QTest::newRow("the directory") << "--config /d -email a@b"
-                                   << "/d" << false << "-email a@b";
+                                   << "/d" << false << "-email a@b" << true;
+    QTest::newRow("no directory for the pictures") << "--demo --pictures"
+                                                   << "" << true << "" << false;
+    QTest::newRow("pictures of what") << "--pictures p"
+                                      << "" << false << "" << false;
 }
 
 void VelmarTest::options()
@@ -96,7 +104,28 @@ void VelmarTest::options()
     QTEST(options.start.configDirectory, "config");
     QTEST(options.demo, "demo");
     QTEST(arguments.join(u' '), "rest");
-    QVERIFY(options.problem.isEmpty());
+    QTEST(options.problem.isEmpty(), "right");
+}
+
+void VelmarTest::answersWithoutADisplay_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("says");
+    QTest::newRow("help") << u"--help"_s << 0 << QByteArray("usage: velmar");
+    QTest::newRow("version") << u"--version"_s << 0 << QByteArray("2.29m");
+    QTest::newRow("wrong") << u"--config"_s << 2 << QByteArray("The option --config needs");
+}
+
+void VelmarTest::answersWithoutADisplay()
+{
+    QFETCH(QString, option);
+    QFETCH(QByteArray, says);
+    Scratch scratch;
+    Program program(scratch, {u"-platform"_s, u"nowhere"_s, option});
+    QTEST(program.status(), "status");
+    const QByteArray told = program.process.readAllStandardOutput() + program.process.readAllStandardError();
+    QVERIFY2(told.contains(says), told.constData());
 }
 
 void VelmarTest::secondStartHandsOver()
@@ -137,6 +166,18 @@ void VelmarTest::terminationSavesEverything()
     for (const char *name : {"Config", "Groups/Index", "MsgIDs", "MsgIDIndex"})
         QVERIFY2(QFile::exists(directory + u'/' + QString::fromLatin1(name)), name);
     QVERIFY(Scratch::read(directory + u"/Config"_s).endsWith("\nend\n"));
+}
+
+void VelmarTest::tellsWhatCouldNotBeSaved()
+{
+    Scratch scratch;
+    const QString directory = scratch.path(u"mail"_s);
+    QVERIFY(QDir().mkpath(directory));
+    QVERIFY(QFile::link(scratch.path(u"nowhere/Config"_s), directory + u"/Config"_s));
+    Program program(scratch, with(directory, {u"--exit-when-shown"_s}));
+    QCOMPARE(program.status(), 0);
+    QVERIFY(program.process.readAllStandardError().contains("velmar: Unable to write configuration file"));
+    QVERIFY(Scratch::read(directory + u"/Log"_s).contains("Unable to write configuration file"));
 }
 
 void VelmarTest::startsAfterAKill()
