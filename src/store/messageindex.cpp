@@ -1,5 +1,6 @@
 #include "store/messageindex.h"
 
+#include "config/reporter.h"
 #include "store/compression.h"
 
 #include <QtEndian>
@@ -106,8 +107,10 @@ bool MessageIndex::save(const QHash<int, quint64> &generations)
         return true;
     gather();
     // The table names the list it belongs to, so that a crash between the two files is noticed.
-    if (!m_list.save(encodedEntries()) || !m_index.save(encodedTable(generations)))
+    if (!m_list.save(encodedEntries()) || !m_index.save(encodedTable(generations))) {
+        report(ReportLevel::Warning, "Unable to write message index");
         return false;
+    }
     m_generations = generations;
     m_changed = false;
     return true;

@@ -129,6 +129,8 @@ private slots:
     void theIndexIs_data();
     void theIndexIs();
     void theIndexIsOlder();
+    void anIndexThatCannotBeWritten_data();
+    void anIndexThatCannotBeWritten();
     void movesCutShort_data();
     void movesCutShort();
     void aCopyOfLongAgoIsNoMove();
@@ -388,6 +390,26 @@ void GroupStoreTest::theIndexIsOlder()
     QCOMPARE(f.placesOf("1"), 1u);
     QCOMPARE(f.placesOf("2"), 2u);
     QCOMPARE(f.wrong(), QStringList());
+}
+
+void GroupStoreTest::anIndexThatCannotBeWritten_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::newRow("the list") << u"MsgIDs~"_s;
+    QTest::newRow("the table") << u"MsgIDIndex~"_s;
+}
+
+void GroupStoreTest::anIndexThatCannotBeWritten()
+{
+    QFETCH(QString, file);
+    Fixture f;
+    f.fill(2);
+    QVERIFY(QDir().mkdir(configPathOf(file)));
+    QVERIFY(!f.store->save(true));
+    QCOMPARE(f.scratch.reports, QStringList{u"Unable to write message index"_s});
+    QVERIFY(QDir().rmdir(configPathOf(file)));
+    QVERIFY(f.store->save(true)); // tried again, since it is still to be written
+    QVERIFY(QFile::exists(configPathOf(u"MsgIDIndex"_s)));
 }
 
 void GroupStoreTest::movesCutShort_data()
