@@ -62,6 +62,7 @@ private slots:
     void severalPaths();
     void tidying();
     void ticks();
+    void theOrderOfATick();
     void shutDownInTheMiddle();
 };
 
@@ -208,6 +209,29 @@ void TasksTest::ticks()
     for (int i = 0; i < 4; ++i)
         f.engine.tick();
     QVERIFY(Scratch::read(index).contains("name New"));
+}
+
+void TasksTest::theOrderOfATick()
+{
+    Fixture f;
+    Account account;
+    account.name = u"due"_s;
+    account.host = f.scratch.path(u"none"_s);
+    account.kind = AccountKind::BatchFile;
+    account.fetchInterval = 1;
+    QVERIFY(f.engine.accounts().add(account) > 0);
+    f.engine.queueError(u"one"_s);
+    QStringList order;
+    const auto see = [&](const QString &what) {
+        const bool saved = QFile::exists(configPathOf(u"Accounts/Index"_s));
+        order += what + (saved ? u" saved"_s : QString()) +
+                 (f.engine.tasks().isBusy() ? u" fetching"_s : QString());
+    };
+    connect(&f.engine, &Engine::errorsWaiting, this, [&] { see(u"told"_s); });
+    connect(&f.engine, &Engine::refreshed, this, [&] { see(u"refreshed"_s); });
+    f.engine.tick();
+    QCOMPARE(order, (QStringList{u"told"_s, u"refreshed saved fetching"_s}));
+    f.runTasks();
 }
 
 void TasksTest::shutDownInTheMiddle()
