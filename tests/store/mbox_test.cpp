@@ -247,6 +247,10 @@ void MboxTest::writtenForm()
              QByteArray("From MAILER-DAEMON Thu Jan  1 00:00:00 1970\nStatus: RO\nX-Status: -F---\n"
                         "A: 1\n\n>From x\n>>From y\n\n"
                         "From a_b@c Fri Nov 20 10:42:00 2026\nStatus: O\nX-Status: -----\nB: 2\n\n"));
+    device.buffer().clear();
+    device.seek(0);
+    QVERIFY(writer.write("C: 3\n", QByteArray(5000, 'x'), 1795171320, {}));
+    QCOMPARE(readAll(device.data()).value(0).date, std::optional<qint64>(1795171320));
 }
 
 void MboxTest::comesBackByteForByte()

@@ -153,8 +153,10 @@ FromLine parseFromLine(QByteArrayView line)
 
 QByteArray makeFromLine(QByteArrayView sender, qint64 date)
 {
+    constexpr qsizetype kLongestSender = 320; // RFC 5321; readers give up on endless lines
     QByteArray line = kFromWord.toByteArray();
-    for (const char c : sender.trimmed())
+    sender = sender.trimmed();
+    for (const char c : sender.first(qMin(sender.size(), kLongestSender)))
         line += uchar(c) <= ' ' || c == 127 ? '_' : c;
     if (line.size() == kFromWord.size())
         line += "MAILER-DAEMON";
