@@ -7,6 +7,7 @@
 #include "store/marksofflags.h"
 
 #include <QElapsedTimer>
+#include <QFileInfo>
 
 Exporter::Exporter(Group &group, const QString &path)
     : m_group(group)
@@ -37,7 +38,9 @@ Exporter::Progress Exporter::step(int milliseconds)
 
 bool Exporter::begin()
 {
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    const QFileInfo target(m_path);
+    const bool isDevice = target.exists() && !target.isFile(); // it would be replaced by a file
+    if (isDevice || !m_file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return false;
     m_rows = m_group.rowCount();
     m_writer.emplace(m_file);

@@ -224,6 +224,7 @@ void TransferTest::exportsThatFail_data()
     QTest::newRow("a directory that is not there") << u"none/out"_s;
     QTest::newRow("a full disk") << u"full"_s;
     QTest::newRow("a text that cannot be read") << u"out"_s;
+    QTest::newRow("a device") << u"null"_s;
 }
 
 void TransferTest::exportsThatFail()
@@ -236,6 +237,8 @@ void TransferTest::exportsThatFail()
     if (target == u"full") {
         f.scratch.write(target, "the earlier export");
         QVERIFY(QFile::link(u"/dev/full"_s, path + u'~'));
+    } else if (target == u"null") {
+        QVERIFY(QFile::link(u"/dev/null"_s, path));
     } else if (target == u"out") {
         QVERIFY(f.inbox().flush());
         QVERIFY(QFile::resize(configPathOf(u"Groups/1/Bin0"_s), 400));
@@ -243,6 +246,7 @@ void TransferTest::exportsThatFail()
     QCOMPARE(f.exportTo(path, f.inbox()), Exporter::Progress::Failed);
     QCOMPARE(f.scratch.reports.last(), u"Unable to write file '%1'"_s.arg(path));
     QVERIFY(!QFile::exists(path + u'~'));
+    QCOMPARE(QFileInfo(path).isSymLink(), target == u"null");
     QCOMPARE(Scratch::read(path), target == u"full" ? QByteArray("the earlier export") : QByteArray());
 }
 
