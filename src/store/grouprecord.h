@@ -36,6 +36,8 @@ enum GroupOption : quint32 {
     GroupKeepsUnread = 0x02,  ///< showing a message does not mark it as read
 };
 
+constexpr int kMostGroupNumber = 1'000'000'000; ///< only damage makes greater ones; the next must fit an int
+
 /// What the groups file says about a group.
 struct GroupRecord
 {

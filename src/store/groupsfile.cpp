@@ -5,6 +5,8 @@
 
 #include <QSet>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -27,11 +29,13 @@ QString numberText(const GroupRecord &record)
     return QString::number(record.*Member);
 }
 
+/// What does not fit is 0: a number cut to its lower bits would be another group's.
 template <auto Member>
 void takeNumber(GroupRecord &record, const QString &text)
 {
     using Number = std::remove_reference_t<decltype(record.*Member)>;
-    record.*Member = Number(text.toLongLong());
+    const qint64 number = text.toLongLong();
+    record.*Member = std::in_range<Number>(number) ? Number(number) : Number(0);
 }
 
 constexpr Field kFields[] = {
@@ -95,13 +99,15 @@ GroupsFile::Contents GroupsFile::read()
     QSet<int> numbers;
     for (const QString &line : file.lines) {
         if (line.startsWith(QLatin1String(kCounterKey))) {
-            contents.nextNumber =
-                qMax(contents.nextNumber, line.sliced(qsizetype(sizeof kCounterKey) - 1).toInt());
+            const int next = line.sliced(qsizetype(sizeof kCounterKey) - 1).toInt();
+            if (next <= kMostGroupNumber)
+                contents.nextNumber = qMax(contents.nextNumber, next);
             continue;
         }
         GroupRecord record = recordOf(line);
         record.name = cleanedName(record.name);
-        if (record.number <= 0 || record.name.isEmpty() || numbers.contains(record.number)) {
+        if (record.number <= 0 || record.number > kMostGroupNumber || record.name.isEmpty() ||
+            numbers.contains(record.number)) {
             note(u"Groups/Index: a line that is no group was skipped: %1"_s.arg(line));
             continue;
         }

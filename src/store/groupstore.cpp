@@ -426,7 +426,7 @@ void GroupStore::adoptStrayDirectories()
     for (const QString &name : names) {
         bool isNumber = false;
         const int number = name.toInt(&isNumber);
-        if (!isNumber || number <= 0 || QString::number(number) != name)
+        if (!isNumber || number <= 0 || number > kMostGroupNumber || QString::number(number) != name)
             continue;
         if (group(number)) { // a removal that did not get as far as the groups file
             if (storeAccess() == StoreAccess::ReadWrite)

@@ -229,6 +229,10 @@ void GroupStoreTest::aLineOfTheGroupsFile_data()
     QTest::newRow("a number twice") << QByteArray("number 20\tname A\nnumber 20\tname B")
                                     << QStringList{u"A"_s};
     QTest::newRow("a negative number") << QByteArray("number -3\tname A") << QStringList();
+    QTest::newRow("the greatest number") << QByteArray("number 2147483647\tname A") << QStringList();
+    QTest::newRow("more than a number") << QByteArray("number 4294967316\tname A") << QStringList();
+    QTest::newRow("a next number that ends them all")
+        << QByteArray("next 2147483647\nnumber 20\tname A") << QStringList{u"A"_s};
     QTest::newRow("a name with a slash") << QByteArray("number 20\tname A/B") << QStringList{u"A_B"_s};
     QTest::newRow("a role twice") << QByteArray("number 20\tname A\trole inbox") << QStringList{u"A"_s};
     QTest::newRow("a parent that is not there")
