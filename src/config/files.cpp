@@ -23,8 +23,8 @@ bool copyBytes(const QString &from, const QString &to)
     if (bytes.size() != size || source.size() != size) // what is being appended to would lose its end
         return false;
     QFile target(to);
-    return target.open(QIODevice::WriteOnly | QIODevice::Truncate) && target.write(bytes) == size &&
-           target.flush();
+    return target.open(QIODevice::WriteOnly | QIODevice::Truncate, QFile::ReadOwner | QFile::WriteOwner) &&
+           target.write(bytes) == size && target.flush();
 }
 
 } // namespace
@@ -122,8 +122,8 @@ bool writeReplacing(const QString &path, const std::function<bool(QFileDevice &)
 {
     const QString temporary = path + u'~';
     QFile file(temporary);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate, QFile::ReadOwner | QFile::WriteOwner))
+        return false; // private also where the user made the directory, which others may read then
     const bool written = write(file) && syncFile(file);
     file.close();
     if (written && replaceFile(temporary, path))

@@ -217,6 +217,8 @@ void FilesTest::wholeOrNotAtAll()
     QFile::remove(path + u'~');
     QVERIFY(writeReplacing(path, "new"));
     QCOMPARE(Scratch::read(path), QByteArray("new"));
+    const auto others = QFile::ReadGroup | QFile::ReadOther;
+    QVERIFY(!(QFile::permissions(path) & others)); // whatever the mask of the process allows
 }
 
 void FilesTest::theLockIsHeldByOne()
