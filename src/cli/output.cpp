@@ -20,6 +20,36 @@ QString padded(const QString &text, qsizetype width, bool right)
     return right ? text.rightJustified(width) : text.leftJustified(width);
 }
 
+/// Text of several lines in which nothing is left that a terminal would obey.
+QString harmless(const QString &text)
+{
+    QStringList lines = text.split(u'\n');
+    for (QString &line : lines) {
+        if (line.endsWith(u'\r'))
+            line.chop(1);
+        QStringList cells = line.split(u'\t');
+        for (QString &cell : cells)
+            cell = onOneLine(cell);
+        line = cells.join(u'\t');
+    }
+    return lines.join(u'\n');
+}
+
+/// JSON lets the control characters behind ASCII stand as they are; some terminals obey them.
+QByteArray withEscapedControls(const QByteArray &json)
+{
+    QByteArray escaped;
+    escaped.reserve(json.size());
+    for (qsizetype i = 0; i < json.size(); ++i) {
+        const bool isPair = uchar(json[i]) == 0xc2 && i + 1 < json.size() && uchar(json[i + 1]) < 0xa0;
+        if (isPair || json[i] == '\x7f')
+            escaped += "\\u00" + QByteArray::number(uchar(json[isPair ? ++i : i]), 16);
+        else
+            escaped += json[i];
+    }
+    return escaped;
+}
+
 } // namespace
 
 Row &Row::add(const char *name, const QJsonValue &value)
@@ -47,7 +77,7 @@ void Output::row(const Row &row)
         m_table.push_back(row);
         return;
     }
-    put(QJsonDocument(row.toJson()).toJson(QJsonDocument::Compact) + '\n');
+    put(withEscapedControls(QJsonDocument(row.toJson()).toJson(QJsonDocument::Compact)) + '\n');
 }
 
 void Output::endTable()
@@ -91,12 +121,15 @@ void Output::endRows()
 
 void Output::text(const QString &text)
 {
-    put(text.toUtf8());
+    put(harmless(text).toUtf8());
 }
 
 void Output::bytes(const QByteArray &bytes)
 {
-    put(bytes);
+    if (::isatty(STDOUT_FILENO) == 1)
+        text(QString::fromUtf8(bytes));
+    else
+        put(bytes);
 }
 
 void Output::complain(const QString &text)

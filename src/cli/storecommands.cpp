@@ -50,6 +50,23 @@ bool mend(Session &session, const std::vector<Finding> &found)
     return session.close() && mended;
 }
 
+bool contains(const std::vector<Finding> &findings, const Finding &wanted)
+{
+    return std::any_of(findings.begin(), findings.end(), [&](const Finding &finding) {
+        return finding.group == wanted.group && finding.what == wanted.what &&
+               finding.detail == wanted.detail;
+    });
+}
+
+void showFinding(Session &session, const Finding &finding, bool repaired)
+{
+    session.output().row(Row()
+                             .add("group", finding.group)
+                             .add("what", finding.what)
+                             .add("detail", finding.detail)
+                             .add("repaired", repaired));
+}
+
 } // namespace
 
 ExitStatus runCheck(Session &session, const QStringList &words)
@@ -67,16 +84,11 @@ ExitStatus runCheck(Session &session, const QStringList &words)
             session.output().complain(u"Not everything could be repaired"_s);
         left = findings(session).value_or(*found);
     }
-    for (const Finding &finding : *found) {
-        const bool repaired = std::none_of(left.begin(), left.end(), [&](const Finding &other) {
-            return other.group == finding.group && other.what == finding.what &&
-                   other.detail == finding.detail;
-        });
-        session.output().row(Row()
-                                 .add("group", finding.group)
-                                 .add("what", finding.what)
-                                 .add("detail", finding.detail)
-                                 .add("repaired", repaired));
+    for (const Finding &finding : *found)
+        showFinding(session, finding, !contains(left, finding));
+    for (const Finding &finding : left) {
+        if (!contains(*found, finding)) // what came to light with the repair
+            showFinding(session, finding, false);
     }
     session.output().endTable();
     return left.empty() ? ExitStatus::Done : ExitStatus::Failed;

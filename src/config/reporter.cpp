@@ -23,6 +23,14 @@ std::size_t wholeCharacters(const char *text, std::size_t length)
     return length - (start - 1) < wanted ? start - 1 : length;
 }
 
+/// Whether @p c turns the reading direction, so that a line shows something else than it says.
+bool turnsText(QChar c)
+{
+    const char16_t code = c.unicode();
+    return code == 0x061c || code == 0x200e || code == 0x200f || (code >= 0x202a && code <= 0x202e) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
 void deliver(QObject *parent, ReportLevel level, const char *format, va_list arguments)
 {
     if (level < ReportLevel::Information || level > ReportLevel::Critical)
@@ -87,6 +95,8 @@ QString onOneLine(const QString &text)
             line += u"\\t";
         else if (c.category() == QChar::Other_Control)
             line += QString::asprintf("\\x%02x", unsigned(c.unicode()));
+        else if (turnsText(c))
+            line += QString::asprintf("\\u%04x", unsigned(c.unicode()));
         else if (c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
             line += u' ';
         else

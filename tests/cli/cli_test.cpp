@@ -141,6 +141,8 @@ void CliTest::exitStatus_data()
     QTest::newRow("import what is not there") << u"import Inbox /nowhere"_s << 1 << u"/nowhere"_s;
     QTest::newRow("move to where it is") << u"move Inbox 1 Inbox"_s << 1 << u"already"_s;
     QTest::newRow("an account twice") << u"account add --kind batch --name B --host x"_s << 1 << u"already"_s;
+    QTest::newRow("parse what does not end") << u"parse /dev/zero"_s << 1 << u"Unable to read file"_s;
+    QTest::newRow("export onto a device") << u"export Inbox /dev/null"_s << 1 << u"Unable to write file"_s;
     QTest::newRow("a tab in a name") << u"account add --kind batch --name T\tU --host x"_s << 2
                                      << u"no tabs"_s;
     QTest::newRow("an unknown kind") << u"account add --kind x --name C --host x"_s << 2 << u"'x'"_s;
@@ -397,6 +399,21 @@ void CliTest::textForPeople()
     const QString path = m_program.path(u"ten.mbox"_s);
     const QByteArray lines = m_program.run({u"import"_s, u"Twice"_s, path, path}).out;
     QCOMPARE(lines.count('\n'), 3); // one head, and a line for each path
+
+    const QString hostile =
+        m_program.write(u"hostile"_s, "From: a@b.example\nSubject: =?utf-8?Q?=1B]0;x=C2=9B=7F?=\n"
+                                      "Content-Type: text/plain; charset=utf-8\n\n"
+                                      "1\t\033[2J2\xc2\x9b"
+                                      "3\n");
+    QCOMPARE(m_program.run({u"import"_s, u"Hostile"_s, hostile}).status, 0);
+    for (const QString &option : {u"--body"_s, u"--quiet"_s, u"--json"_s}) {
+        const QByteArray shown = m_program.run({u"show"_s, u"Hostile"_s, u"1"_s, option}).out;
+        QVERIFY(shown.contains('3'));
+        QVERIFY(!shown.contains('\033') && !shown.contains("\xc2\x9b") && !shown.contains('\x7f'));
+    }
+    QCOMPARE(m_program.run({u"show"_s, u"Hostile"_s, u"1"_s, u"--body"_s}).out.trimmed(),
+             "1\t\\x1b[2J2\\x9b3");
+    QCOMPARE(m_program.run({u"show"_s, u"Hostile"_s, u"1"_s, u"--raw"_s}).out, m_program.read(u"hostile"_s));
 }
 
 QTEST_GUILESS_MAIN(CliTest)

@@ -53,8 +53,8 @@ void ReporterTest::onlyTheThreeLevelsReport()
 void ReporterTest::aNoteStaysOnItsLine()
 {
     Scratch scratch;
-    note(QString::fromUtf8("a\nb\rc\td\033[0me\u2028f"));
-    QCOMPARE(scratch.notes, QStringList{QString::fromUtf8("a\\nb\\rc\\td\\x1b[0me f")});
+    note(QString::fromUtf8("a\nb\rc\td\033[0me\u2028f\u202eg"));
+    QCOMPARE(scratch.notes, QStringList{QString::fromUtf8("a\\nb\\rc\\td\\x1b[0me f\\u202eg")});
 }
 
 QTEST_GUILESS_MAIN(ReporterTest)
