@@ -2,6 +2,7 @@
 
 #include "app/desktop/urls.h"
 #include "app/pictures.h"
+#include "app/weblinks.h"
 #include "config/directory.h"
 #include "config/reporter.h"
 #include "config/settings.h"
@@ -10,7 +11,9 @@
 
 #include <QAbstractItemView>
 #include <QFont>
+#include <QIcon>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
 
 #include <algorithm>
@@ -68,6 +71,7 @@ Velmar::Velmar(int &argc, char **argv)
     setApplicationName(u"velmar"_s);
     setApplicationDisplayName(u"Velmar"_s);
     setDesktopFileName(u"velmar"_s);
+    setWindowIcon(QIcon::fromTheme(u"velmar"_s, QIcon(u":/velmar.svg"_s)));
     setPlatform(&m_platform);
     collectReports();
     setNoteSink([this](const QString &line) { m_log.write(line); });
@@ -185,6 +189,7 @@ void Velmar::showBox(const QString &text, const QStringList &buttons, const std:
 
 bool Velmar::startUp()
 {
+    m_engine.groups().setRepairsItself(false); // repairs take their time, and a window shows how far they are
     if (!m_engine.load())
         return false;
     m_looks.start();
@@ -210,10 +215,14 @@ void Velmar::createWindow()
     m_window = new MainWindow(m_engine, m_looks);
     m_window->setAttribute(Qt::WA_DeleteOnClose);
     MessageBoxes &boxes = m_window->boxes(); // reports go there from now on
-    connect(&m_engine, &Engine::errorsWaiting, &boxes, &MessageBoxes::showTogether);
-    connect(&m_engine, &Engine::refreshed, m_window, &MainWindow::refresh);
     connect(m_window, &MainWindow::urlWanted, this, [this](const QString &url) { openUrl(url, {}); });
+    connect(m_window, &MainWindow::demoWanted, this,
+            [] { QProcess::startDetached(applicationFilePath(), {u"--demo"_s}); });
     m_window->show();
+    for (Group *group : m_engine.groups().groups()) {
+        if (group->needsRepair() && boolSetting(Setting::AutoRepairs))
+            m_engine.repair(*group);
+    }
     if (m_options.exitWhenShown)
         leaveWhenShown();
     for (const Report &early : std::as_const(m_unshown))
@@ -276,6 +285,8 @@ void Velmar::openUrl(const QString &url, const QStringList &)
         m_window->openMessageFile(parsed.path);
         return;
     }
+    if (isWebLink(url) && openWebLink(url))
+        return;
     const QByteArray text = QString::fromUtf8(noWindowText(parsed.kind)).replace(u"%s"_s, url).toUtf8();
     report(ReportLevel::Information, "%s", text.constData());
 }

@@ -129,7 +129,13 @@ void Engine::compact(Group &group)
 
 void Engine::repair(Group &group)
 {
-    m_tasks.add(std::make_unique<RepairTask>(group));
+    const int number = group.number();
+    if (m_repairing.contains(number))
+        return;
+    m_repairing.insert(number);
+    auto task = std::make_unique<RepairTask>(group);
+    connect(task.get(), &QObject::destroyed, this, [this, number] { m_repairing.remove(number); });
+    m_tasks.add(std::move(task));
 }
 
 void Engine::moveMessages(Group &source, const Articles &articles, Group &target)

@@ -42,7 +42,7 @@ public:
     void importMail(const QStringList &paths, Group &target);
     void exportGroup(Group &group, const QString &path);
     void compact(Group &group); ///< all of its bins, whether it is worth while or not
-    void repair(Group &group);
+    void repair(Group &group);  ///< once, however often it is asked for
     void moveMessages(Group &source, const Articles &articles, Group &target);
     void copyMessages(Group &source, const Articles &articles, Group &target);
     void deleteMessages(Group &source, const Articles &articles, bool forGood);
@@ -66,6 +66,7 @@ private:
 
     GroupStore m_groups;
     AccountManager m_accounts;
+    QSet<int> m_repairing; ///< groups whose repair waits or works
     TaskRunner m_tasks;
     QStringList m_errors;
     QHash<int, qint64> m_lastFetch; ///< by account number, seconds since 1970

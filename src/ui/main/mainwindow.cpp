@@ -162,11 +162,7 @@ void MainWindow::connectPanes()
     connect(&welcome, &Welcome::importWanted, this,
             [this] { m_groupCommands->importFiles(*m_engine.groups().group(GroupRole::Inbox)); });
     connect(&welcome, &Welcome::batchAccountWanted, m_groupCommands, &GroupCommands::addMailboxFile);
-    connect(&welcome, &Welcome::lookAroundWanted, this, [this] {
-        m_lookedAround = true;
-        updateWelcome();
-        m_tree->setFocus();
-    });
+    connect(&welcome, &Welcome::lookAroundWanted, this, &MainWindow::demoWanted);
 }
 
 void MainWindow::connectEngine()
@@ -254,6 +250,8 @@ void MainWindow::showGroup(Group *group)
     m_offeredNextGroup = false;
     m_listPane->setGroup(group, m_views.group(m_shownGroup));
     if (group) {
+        if (group->needsRepair() && boolSetting(Setting::AutoRepairs))
+            m_engine.repair(*group); // its list comes when that is done
         m_views.setLastGroup(group->number());
         connect(group, &Group::countsChanged, this, &MainWindow::updateStatus, Qt::UniqueConnection);
         if (m_listPane->showsWelcome() && group->role() != GroupRole::Inbox)
@@ -439,9 +437,7 @@ void MainWindow::taskEnded(Task *task)
 {
     updateWelcome();
     updateStatus();
-    const QString problem = task->problem();
-    if (!problem.isEmpty())
-        return m_boxes->show(ReportLevel::Warning, problem, this);
+    // Why one failed is said by the next tick, together with what else there is to say.
     if (task->state() == Task::State::Failed || qobject_cast<TransferTask *>(task) ||
         task->result().isEmpty())
         return;

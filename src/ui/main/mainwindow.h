@@ -61,6 +61,9 @@ signals:
     /// A link that was followed in a message and is not for this window.
     void urlWanted(const QString &url);
 
+    /// Somebody wants to see the program with the invented mailbox.
+    void demoWanted();
+
 protected:
     void closeEvent(QCloseEvent *event) override;
 

@@ -1,6 +1,7 @@
 #include "ui/main/messagecommands.h"
 
 #include "engine/engine.h"
+#include "engine/storetasks.h"
 #include "message/message.h"
 #include "message/safename.h"
 #include "ui/main/dialogs.h"
@@ -214,7 +215,7 @@ void MessageCommands::markGroupRead(Group &group)
         if (!overview.isDead() && !overview.has(Mark::Read))
             unread.push_back(overview.article());
     }
-    group.setMarks(unread, Mark::Read, {});
+    m_engine.tasks().add(std::make_unique<MarkTask>(group, std::move(unread), Mark::Read, Marks()));
 }
 
 void MessageCommands::junkSelected(bool junk)

@@ -32,8 +32,8 @@ Welcome::Welcome(QWidget *parent)
                             u"Mailboxes (mbox), Maildir folders or single message files."_s);
     auto *batch = new Card(u"inbox"_s, u"Read a mailbox on this computer"_s,
                            u"Velmar takes new mail from a file that another program fills."_s);
-    auto *look =
-        new Card(u"play"_s, u"Just look around"_s, u"Go to the empty inbox and see what is there."_s);
+    auto *look = new Card(u"play"_s, u"Just look around"_s,
+                          u"An invented mailbox in a window of its own; nothing of yours is touched."_s);
     import->setFirst(true);
     import->setObjectName(u"welcomeImport"_s);
     auto *hint = new QLabel(u"All of this is in the menus File and Tools, too."_s);
