@@ -13,6 +13,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kLongestWord = 80;
+constexpr int kMostAccents = 8;    // on one letter; a shaper of text is quadratic in them
+constexpr int kMostPictures = 400; // per first look
 constexpr int kDeepestList = 8;
 constexpr int kDeepestBox = 2;
 constexpr double kGreatestImage = 800;
@@ -135,6 +137,7 @@ Emitter::Emitter(const HtmlOptions &options, const TablePlan &plan, StyleSheet &
     , m_boxesLeft(plan.tablesLeft())
     , m_blocksLeft(kMostBlocks * options.effort())
     , m_itemsLeft(kMostItems * options.effort())
+    , m_picturesLeft(kMostPictures * options.effort())
 {
     m_frames.emplace_back();
     context().fontSize = options.fontSize;
@@ -386,7 +389,7 @@ void Emitter::image(const GumboNode *node, const Style &style)
         else
             m_result.remoteImages.append(address);
     }
-    if (!cid && !(remote && m_options.remoteImages) && !isPictureInText(source))
+    if ((!cid && !(remote && m_options.remoteImages) && !isPictureInText(source)) || --m_picturesLeft < 0)
         return placeholder(node);
     m_pictures += remote || cid ? 0 : address.size();
     m_word = 0;
@@ -431,6 +434,9 @@ void Emitter::text(QStringView text)
     QString out;
     out.reserve(text.size());
     for (QChar c : text) {
+        m_accents = c.unicode() >= 0x300 && c.isMark() ? m_accents + 1 : 0;
+        if (m_accents > kMostAccents)
+            continue;
         const bool blank = c == u' ' || c == u'\n' || c == u'\t' || c == u'\r' || c == u'\f';
         if (blank && !now.verbatim) {
             if (!out.isEmpty() && out.back() == u' ')

@@ -81,5 +81,7 @@ private:
     int m_boxesLeft;
     int m_blocksLeft;
     int m_itemsLeft;
-    int m_word = 0; ///< characters since the last place to break a line
+    int m_picturesLeft;
+    int m_word = 0;    ///< characters since the last place to break a line
+    int m_accents = 0; ///< on the letter that stands last
 };

@@ -92,6 +92,8 @@ void HostileHtmlTest::bounds_data()
     row("headings", u"<h1><h2>"_s, 50'000);
     row("ruby and options", u"<rt><option><select>x"_s, 20'000);
     row("plain text for ever", u"<plaintext>"_s, 50'000);
+    row("pictures", u"<img src=cid:x>"_s, 20'000);
+    row("accents", u"a"_s + QString(1000, QChar(0x301)), 20);
     row("drawings", u"<svg><math><foreignObject>"_s, 20'000);
     row("spans", u"<tr><td colspan=60000 rowspan=60000>x"_s, 400);
 }
@@ -107,6 +109,8 @@ void HostileHtmlTest::bounds()
     const SafeHtml safe = sanitizeHtml(html);
     QVERIFY(safe.html.size() <= HtmlOptions::kFirstLook * 4);
     QVERIFY(safe.truncated || safe.html.contains(u"end"));
+    QVERIFY(safe.html.count(u"<img") <= 400);         // each is an object of its own to the layout
+    QVERIFY(safe.html.count(QChar(0x301)) <= 8 * 20); // shaping is quadratic in the marks on a letter
 }
 
 /// Pieces of markup in no order: the scan's idea of what is open and the parser's must not drift apart.
