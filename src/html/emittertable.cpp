@@ -46,7 +46,10 @@ void Emitter::openFrame(const Style &style, const QString &place, const QString 
     m_result.html += u"<table cellspacing=\"0\" cellpadding=\"0\""_s + place;
     if (!margins.isEmpty())
         m_result.html += u" style=\""_s + margins.chopped(1) + u'"';
-    m_result.html += u"><tr><td style=\""_s + boxStyle(onlyBorder(style)).chopped(1) + u"\">"_s;
+    m_result.html += u"><tr><td"_s;
+    if (style.width) // inside another table only cells have a width
+        give(m_result.html, u"width", rounded(*style.width));
+    m_result.html += u" style=\""_s + boxStyle(onlyBorder(style)).chopped(1) + u"\">"_s;
 }
 
 bool Emitter::openTable(const GumboNode *node, const Style &style)

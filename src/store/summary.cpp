@@ -83,7 +83,7 @@ Summary summaryOf(const Message &message, qint64 arrival)
     overview.setSubjectHash(hashOfSubject(summary.texts.subject));
     overview.setArrival(arrival);
     const std::optional<qint64> date = message.readableDate();
-    overview.setDate(date.value_or(arrival));
+    overview.setDate(date ? *date : message.receivedDate().value_or(arrival));
     overview.setMarks(headerMarks(message) | contentMarks(message.mime()));
     overview.setMark(Mark::DateUnreadable, !date);
     return summary;
