@@ -96,6 +96,8 @@ void ReaderTextTest::plainText_data()
     row("control characters show themselves", u"a\x1b[1m\x7f"_s + QChar(0) + u"b\tc"_s,
         {u"0:a\u241b[1m\u2421\u2400b\tc"_s});
     row("marks that a document keeps for itself", u"a\uFFFC\uFDD0\u2029b"_s, {u"0:a\uFFFD\uFFFD b"_s});
+    row("piles of accents stay within the line", u"a"_s + QString(500, QChar(0x301)) + u"b\u0301"_s,
+        {u"0:a"_s + QString(8, QChar(0x301)) + u"b\u0301"_s});
     row("flowed lines are joined", u"one \ntwo \nthree\nfour"_s, {u"0:one two three"_s, u"0:four"_s}, true);
     row("not so without format=flowed", u"one \ntwo"_s, {u"0:one "_s, u"0:two"_s});
     row("DelSp takes the blank away", u"灯 \n台"_s, {u"0:灯台"_s}, true, true);

@@ -10,6 +10,7 @@ namespace {
 constexpr qsizetype kLongestWord = 1000;   ///< a layout is quadratic in what cannot be wrapped
 constexpr qsizetype kLongestLine = 16'000; ///< and slow in lines that fill many screens
 constexpr qsizetype kLongestEmphasis = 200;
+constexpr int kMostAccents = 8;       ///< on one letter; a shaper of text is quadratic in them
 constexpr qsizetype kUsualWidth = 80; ///< characters
 
 constexpr QStringView kSignatureMark = u"-- ";
@@ -40,8 +41,14 @@ QChar shownCharacter(QChar c)
 
 QString shownText(QStringView line)
 {
-    QString out(line.size(), Qt::Uninitialized);
-    std::transform(line.begin(), line.end(), out.begin(), shownCharacter);
+    QString out;
+    out.reserve(line.size());
+    int accents = 0;
+    for (const QChar c : line) {
+        accents = c.unicode() >= 0x300 && c.isMark() ? accents + 1 : 0;
+        if (accents <= kMostAccents)
+            out += shownCharacter(c);
+    }
     return out;
 }
 
