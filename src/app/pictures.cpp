@@ -25,20 +25,23 @@ Pictures::Pictures(MainWindow &window, Engine &engine, Looks &looks, const QStri
     , m_looks(looks)
     , m_directory(directory)
 {
+    const QString walk = u"Re: Harbour walk on Saturday: who brings the map?"_s;
+    const QString newsletter = u"Seven lighthouses, one long weekend"_s;
     m_scenes = {
-        {"main-light", "the inbox with a plain message, light",
-         [this] { showMessage(u"Re: Tide tables, second reading"_s); }},
         {"main-html", "a newsletter in HTML, its remote pictures left out",
-         [this] { showMessage(u"Seven lighthouses, one long weekend"_s); }},
+         [=, this] { showMessage(newsletter); }},
+        {"main-light", "the inbox with a thread and a plain message, light",
+         [=, this] { showMessage(walk); }},
+        {"main-plain", "a mailing list, a plain message with quotations",
+         [this] { showMessage(u"Re: [authors] Typesetting the star charts"_s); }},
         {"main-attachments", "a message with attachments",
          [this] { showMessage(u"Cover sketches for the spring list"_s); }},
         {"main-dark", "the same inbox, dark",
-         [this] {
+         [=, this] {
              m_looks.setLook(Look::Dark);
-             showMessage(u"Re: Tide tables, second reading"_s);
+             showMessage(walk);
          }},
-        {"main-html-dark", "the newsletter on its light card, dark",
-         [this] { showMessage(u"Seven lighthouses, one long weekend"_s); }},
+        {"main-html-dark", "the newsletter on its light card, dark", [=, this] { showMessage(newsletter); }},
     };
 }
 

@@ -162,7 +162,7 @@ private slots:
         QVERIFY(program.has(program.articles[2], Mark::Ignored) &&
                 !program.has(program.articles[2], Mark::Watched));
         program.key(Qt::Key_C, Qt::ShiftModifier);
-        QCOMPARE(program.inbox().counts().unread, 0U);
+        QTRY_COMPARE(program.inbox().counts().unread, 0U);
     }
 
     void aMessageThatIsShownCountsAsRead_data()
