@@ -381,15 +381,21 @@ private slots:
     {
         Program program;
         program.open();
-        program.window->setGeometry(40, 50, 1000, 700);
+        program.window->setGeometry(40, 50, 740, 700);
         program.list->messages().sort(int(MessageColumn::Score), Qt::AscendingOrder);
         program.key(Qt::Key_F8);
         QVERIFY(!program.window->findChild<MessageView *>()->isVisible());
         program.window->close();
         program.open();
-        QCOMPARE(program.window->size(), QSize(1000, 700));
+        QCOMPARE(program.window->size(), QSize(740, 700));
         QCOMPARE(program.list->messages().sortOrder().column, MessageColumn::Score);
         QVERIFY(!program.window->findChild<MessageView *>()->isVisible());
+        const QRect screen =
+            program.window->screen()->availableGeometry(); // that of a greater one does not fit
+        program.window->setGeometry(QRect(screen.topLeft(), screen.size() * 1.5));
+        program.window->close();
+        program.open();
+        QCOMPARE(program.window->size(), screen.size());
     }
 
     void panesTakeTurns()
@@ -482,6 +488,8 @@ private slots:
         QVERIFY(opened);
         QCOMPARE(opened->windowTitle(), u"Out of a file"_s);
         QVERIFY(!program.window->openMessageFile(program.scratch.path(u"none.eml"_s)));
+        program.answer(u"OK"_s);
+        QVERIFY(!program.window->openMessageFile(u"/dev/zero"_s));
         program.answer(u"OK"_s);
     }
 };

@@ -22,6 +22,8 @@
 #include <QMenuBar>
 #include <QToolBar>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 // The menus, bars and keys of the main window, and what each of them does.
@@ -143,8 +145,8 @@ void MainWindow::connectGroupActions()
     };
     const auto onGroup = [this, on](Act act, void (GroupCommands::*command)(Group &)) {
         on(act, [this, command] {
-            if (group())
-                (m_groupCommands->*command)(*group());
+            if (Group *shown = group())
+                std::invoke(command, m_groupCommands, *shown);
         });
     };
     on(Act::NewGroup, [this] { m_groupCommands->newGroup(group()); });

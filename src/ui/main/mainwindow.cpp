@@ -3,6 +3,7 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "engine/storetasks.h"
+#include "store/mailbox/messagefile.h"
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/main/groupcommands.h"
@@ -22,7 +23,6 @@
 #include "ui/reader/messageview.h"
 
 #include <QCloseEvent>
-#include <QFile>
 #include <QGuiApplication>
 #include <QLocale>
 #include <QMenu>
@@ -48,6 +48,15 @@ ReaderMarks marksOf(const Overview &overview)
     marks.replied = overview.has(Mark::Replied);
     marks.forwarded = overview.has(Mark::Forwarded);
     return marks;
+}
+
+/// @p place as it was, but within @p room: the screen may have been greater then, or its dots smaller.
+QRect fitted(const QRect &place, const QRect &room)
+{
+    const QSize size = place.size().boundedTo(room.size());
+    const QPoint last = room.bottomRight() - QPoint(size.width() - 1, size.height() - 1);
+    return {QPoint(std::clamp(place.x(), room.x(), last.x()), std::clamp(place.y(), room.y(), last.y())),
+            size};
 }
 
 QString counted(qint64 count)
@@ -184,9 +193,9 @@ void MainWindow::connectEngine()
 void MainWindow::restore()
 {
     const QRect stored = windowGeometry(Setting::WindowSizeMain);
-    const bool isOnScreen = stored.isValid() && QGuiApplication::screenAt(stored.center());
-    if (isOnScreen)
-        setGeometry(stored);
+    const QScreen *there = stored.isValid() ? QGuiApplication::screenAt(stored.center()) : nullptr;
+    if (there)
+        setGeometry(fitted(stored, there->availableGeometry()));
     else
         resize(kFirstSize.boundedTo(screen()->availableSize()));
     m_tree->setCollapsed(m_views.collapsed());
@@ -316,12 +325,12 @@ void MainWindow::openInWindow(quint32 article)
 
 bool MainWindow::openMessageFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const std::optional<QByteArray> text = readMessageFile(path); // no device: it may never end
+    if (!text) {
         report(this, ReportLevel::Warning, "Unable to read file '%s'", qUtf8Printable(path));
         return false;
     }
-    auto *window = new MessageWindow(Message(file.readAll()), nullptr);
+    auto *window = new MessageWindow(Message(*text), nullptr);
     connect(this, &QObject::destroyed, window, &QWidget::close);
     connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
     window->show();
