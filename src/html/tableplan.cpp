@@ -15,8 +15,9 @@ namespace {
 constexpr int kDeepestTable = 8;
 constexpr int kMostSpan = 30;
 constexpr double kCostPerLevel = 2.5;
-constexpr double kMostCost = 3e6;  // characters laid out; about a tenth of a second
-constexpr double kCostOfText = 30; // of a piece of text besides its characters
+constexpr double kMostCost = 1.6e6; // characters laid out; about a twentieth of a second, and a reader
+                                    // lays its text out two or three times
+constexpr double kCostOfText = 30;  // of a piece of text besides its characters
 
 struct Content
 {

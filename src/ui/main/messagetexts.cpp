@@ -2,6 +2,7 @@
 
 #include "config/clock.h"
 #include "message/address.h"
+#include "ui/reader/harmless.h"
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -35,16 +36,17 @@ QString withoutQuotes(QStringView name)
 
 QString peopleOf(const QString &field)
 {
-    // One name with a comma in it, decoded, is still one name.
+    // One name with a comma in it, decoded, is still one name. A name that holds another address lies.
     const qsizetype open = field.lastIndexOf(u'<');
     if (open > 0 && field.endsWith(u'>') && field.indexOf(u'<') == open) {
         const QString name = withoutQuotes(QStringView(field).left(open));
+        const QString address = field.sliced(open + 1).chopped(1);
         if (!name.isEmpty())
-            return name;
+            return shownPerson({name, address}).name;
     }
     QStringList people;
     for (const Address &address : parseAddresses(field))
-        people.append(address.name.isEmpty() ? address.address : address.name);
+        people.append(shownPerson(address).name);
     return people.isEmpty() ? field : people.join(u", "_s);
 }
 
