@@ -282,7 +282,8 @@ void Velmar::openUrl(const QString &url, const QStringList &)
     if (parsed.kind == UrlKind::None)
         return;
     if (parsed.kind == UrlKind::File && !parsed.path.isEmpty() && m_window) {
-        m_window->openMessageFile(parsed.path);
+        // After the main window has come forward, so that this one stands in front.
+        QTimer::singleShot(0, m_window, [this, path = parsed.path] { m_window->openMessageFile(path); });
         return;
     }
     if (isWebLink(url) && openWebLink(url))

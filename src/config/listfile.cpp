@@ -6,6 +6,7 @@
 #include "config/reporter.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +24,7 @@ FileOnDisk readLines(const QString &path)
     QFile file(path);
     if (!file.exists())
         return {FileOnDisk::State::Missing, {}};
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
         return {FileOnDisk::State::Unreadable, {}};
     QStringList lines = splitLines(decodeTextFile(file.readAll()));
     const qsizetype end = lines.indexOf(u"end"_s);

@@ -8,6 +8,7 @@
 #include "config/settingstable.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QStringList>
 
@@ -202,7 +203,7 @@ bool loadConfig(bool fromBackup)
         return fromBackup || loadConfig(true);
 
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) { // a pipe would be waited for
         report(ReportLevel::Warning, "Unable to read configuration file");
         return false;
     }

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <set>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -45,6 +46,7 @@ private slots:
     void savesAtMostEveryFiveSeconds();
     void aClockSetBackDoesNotStopSaving();
     void unwritableFileKeepsTheChangesMarked();
+    void unreadableFile_data();
     void unreadableFile();
     void aTextIsCutAtItsLineEnd();
     void garbage();
@@ -218,10 +220,21 @@ void SettingsTest::unwritableFileKeepsTheChangesMarked()
     QVERIFY(QFile::exists(configPath()));
 }
 
+void SettingsTest::unreadableFile_data()
+{
+    QTest::addColumn<bool>("pipe");
+    QTest::newRow("a folder") << false;
+    QTest::newRow("a pipe that nobody writes to") << true;
+}
+
 void SettingsTest::unreadableFile()
 {
+    QFETCH(bool, pipe);
     Scratch scratch;
-    QVERIFY(QDir().mkpath(configPath()));
+    if (pipe)
+        QCOMPARE(::mkfifo(QFile::encodeName(configPath()).constData(), 0600), 0);
+    else
+        QVERIFY(QDir().mkpath(configPath()));
     QVERIFY(!loadConfig(false));
     QCOMPARE(scratch.reports, QStringList{u"Unable to read configuration file"_s});
     QCOMPARE(intSetting(Setting::POPTimeout), 120);
