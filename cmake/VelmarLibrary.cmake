@@ -39,7 +39,7 @@ function(velmar_library name folder)
     list(REMOVE_ITEM sources ${CMAKE_SOURCE_DIR}/src/${folder}/main.cpp) # belongs to the program
     file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.h)
     if(NOT sources)
-        return()
+        message(FATAL_ERROR "There is no room src/${folder}")
     endif()
     set(seen ${CMAKE_BINARY_DIR}/seen/${name})
     file(REMOVE_RECURSE ${seen})
@@ -54,8 +54,10 @@ function(velmar_library name folder)
     foreach(link IN LISTS arg_LINKS)
         if(TARGET velmar_${link})
             target_link_libraries(velmar_${name} PUBLIC velmar_${link})
-        elseif(NOT EXISTS ${CMAKE_SOURCE_DIR}/src/${link})
+        elseif(TARGET ${link})
             target_link_libraries(velmar_${name} PUBLIC ${link})
+        else()
+            message(FATAL_ERROR "${name} links ${link}, which is neither a room below it nor a package")
         endif()
     endforeach()
     if(arg_UI)
@@ -67,36 +69,26 @@ endfunction()
 
 # velmar_icons(look): the drawings of data/icons inside that library, at :/icons.
 function(velmar_icons name)
-    if(NOT TARGET velmar_${name})
-        return()
-    endif()
     file(GLOB icons CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/icons/*.svg)
     qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
 endfunction()
 
 # velmar_demo(app): the demo mailbox and the program's own icon inside that library, at :/demo.mbox and :/velmar.svg.
 function(velmar_demo name)
-    if(TARGET velmar_${name})
-        qt_add_resources(velmar_${name} velmar_demo PREFIX / BASE ${CMAKE_SOURCE_DIR}/data
-            FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox ${CMAKE_SOURCE_DIR}/data/velmar.svg)
-    endif()
+    qt_add_resources(velmar_${name} velmar_demo PREFIX / BASE ${CMAKE_SOURCE_DIR}/data
+        FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox ${CMAKE_SOURCE_DIR}/data/velmar.svg)
 endfunction()
 
 # velmar_program(velmar-cli cli): the program whose main.cpp lies in the folder of the library it consists of.
 function(velmar_program name library)
-    if(EXISTS ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
-        add_executable(${name} ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
-        target_link_libraries(${name} PRIVATE velmar_${library})
-        set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
-    endif()
+    add_executable(${name} ${CMAKE_SOURCE_DIR}/src/${library}/main.cpp)
+    target_link_libraries(${name} PRIVATE velmar_${library})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
 
 # velmar_test(config settings_test), in tests/config: settings_test.cpp against the one library it is about.
 # LINKS adds what a test needs besides (other rooms, Qt modules); TIMEOUT is in seconds.
 function(velmar_test room source)
-    if(NOT TARGET velmar_${room})
-        return()
-    endif()
     cmake_parse_arguments(arg "" "TIMEOUT" "LINKS" ${ARGN})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
