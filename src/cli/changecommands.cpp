@@ -87,6 +87,7 @@ ExitStatus runImport(Session &session, const QStringList &words)
         return ExitStatus::Failed;
     const QString name = arguments.plain().first();
     const bool isNumber = Session::isNumber(name);
+    const bool isNew = !isNumber && !session.groups().find(name);
     Group *group = isNumber ? session.group(name) : session.groups().make(name);
     if (!group) {
         if (!isNumber)
@@ -101,6 +102,10 @@ ExitStatus runImport(Session &session, const QStringList &words)
             status = ExitStatus::Failed;
     }
     session.output().endTable();
+    // What turned out to be no mail leaves no group behind.
+    const bool isEmpty = group->counts().total == 0 && session.groups().children(group->number()).empty();
+    if (isNew && isEmpty && status == ExitStatus::Failed && !session.groups().remove(*group))
+        return ExitStatus::Failed;
     return status;
 }
 

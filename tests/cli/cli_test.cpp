@@ -254,6 +254,8 @@ void CliTest::whatIsNoMail()
     QVERIFY2(result.errors.contains(path.toUtf8()), result.errors.constData());
     QCOMPARE(result.rows().first()[u"imported"].toInt(), 0);
     QCOMPARE(m_program.ids(u"Inbox"_s).size(), 10);
+    QCOMPARE(m_program.json({u"import"_s, u"Never made"_s, path}).status, 1);
+    QVERIFY(!m_program.json({u"groups"_s}).out.contains("Never made"));
 }
 
 void CliTest::oddMail()
