@@ -3,8 +3,8 @@
 #include "store/groupstore.h"
 #include "support/mail.h"
 #include "support/scratch.h"
-#include "ui/main/messagelist.h"
-#include "ui/main/messagetexts.h"
+#include "ui/list/messagelist.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
@@ -352,50 +352,6 @@ private slots:
         QCOMPARE(decodeDragged(bytes).articles, dragged.articles);
         for (qsizetype size = 0; size < bytes.size(); ++size)
             QVERIFY(decodeDragged(bytes.first(size)).articles.empty());
-    }
-
-    void viewsAreRemembered()
-    {
-        Scratch scratch;
-        GroupView view;
-        view.sort = {MessageColumn::From, Qt::AscendingOrder, false};
-        view.widths[std::size_t(MessageColumn::From)] = 321;
-        view.shown[std::size_t(MessageColumn::Size)] = true;
-        {
-            Views views;
-            views.setGroup(12, view);
-            views.setLayout(PaneLayout::Wide);
-            views.setShowsReader(false);
-            views.setCollapsed({3, 4});
-            views.setLastGroup(12);
-            QVERIFY(views.save());
-        }
-        Views views;
-        views.load();
-        QCOMPARE(views.group(12), view);
-        QCOMPARE(views.group(13), GroupView());
-        QCOMPARE(views.layout(), PaneLayout::Wide);
-        QVERIFY(!views.showsReader());
-        QCOMPARE(views.collapsed(), (QList<int>{3, 4}));
-        QCOMPARE(views.lastGroup(), 12);
-    }
-
-    void nonsenseInTheViewsFileHidesNothing()
-    {
-        Scratch scratch;
-        const QByteArray file =
-            "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 0 0 0\nend\n";
-        QDir().mkpath(configDirectory());
-        QFile out(configPathOf(u"Views"_s));
-        QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size());
-        out.close();
-        Views views;
-        views.load();
-        QCOMPARE(views.layout(), PaneLayout::Classic);
-        QCOMPARE(views.group(5).sort, MessageSort());
-        QVERIFY(views.group(5).shown[std::size_t(MessageColumn::Subject)]);
-        QCOMPARE(views.group(5).widths[0], 0);
-        QVERIFY(views.group(5).widths[1] <= 4000);
     }
 };
 

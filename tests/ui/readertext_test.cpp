@@ -3,8 +3,8 @@
 #include "support/scratch.h"
 #include "ui/reader/attachmentfiles.h"
 #include "ui/reader/bodyplan.h"
-#include "ui/reader/datetext.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/datetext.h"
+#include "ui/texts/harmless.h"
 #include "ui/reader/plaintext.h"
 
 #include <QTest>

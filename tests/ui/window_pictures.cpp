@@ -3,10 +3,10 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "ui/look/looks.h"
-#include "ui/main/grouptree.h"
+#include "ui/tree/grouptree.h"
 #include "ui/main/mainactions.h"
 #include "ui/main/mainwindow.h"
-#include "ui/main/messagelist.h"
+#include "ui/list/messagelist.h"
 
 #include <QApplication>
 #include <QDir>

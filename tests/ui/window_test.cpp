@@ -3,15 +3,15 @@
 #include "support/mail.h"
 #include "support/scratch.h"
 #include "ui/look/looks.h"
-#include "ui/main/grouptree.h"
+#include "ui/tree/grouptree.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messageboxes.h"
-#include "ui/main/messagelist.h"
+#include "ui/list/messagelist.h"
 #include "ui/main/panes.h"
 #include "ui/main/statusline.h"
 #include "ui/main/welcome.h"
-#include "ui/reader/askingbar.h"
+#include "ui/look/askingbar.h"
 #include "ui/reader/messageview.h"
 
 #include <QAbstractButton>

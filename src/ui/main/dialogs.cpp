@@ -8,7 +8,7 @@
 #include "ui/look/recolour.h"
 #include "ui/look/searchfield.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/main/grouptreemodel.h"
+#include "ui/tree/grouptreemodel.h"
 
 #include <QDialog>
 #include <QFileDialog>

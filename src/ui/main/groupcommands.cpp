@@ -5,7 +5,7 @@
 #include "ui/look/icons.h"
 #include "ui/main/dialogs.h"
 #include "ui/main/messageboxes.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QFileDialog>
 #include <QMenu>

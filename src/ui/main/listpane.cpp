@@ -10,9 +10,9 @@
 #include "ui/main/lettersbar.h"
 #include "ui/main/linedbar.h"
 #include "ui/main/mainactions.h"
-#include "ui/main/messagelist.h"
+#include "ui/list/messagelist.h"
 #include "ui/main/welcome.h"
-#include "ui/reader/askingbar.h"
+#include "ui/look/askingbar.h"
 
 #include <QMenu>
 #include <QStackedLayout>

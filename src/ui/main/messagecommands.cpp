@@ -6,9 +6,9 @@
 #include "message/safename.h"
 #include "ui/main/dialogs.h"
 #include "ui/main/messageboxes.h"
-#include "ui/main/messagelist.h"
-#include "ui/main/messagetexts.h"
-#include "ui/reader/askingbar.h"
+#include "ui/list/messagelist.h"
+#include "ui/texts/messagetexts.h"
+#include "ui/look/askingbar.h"
 
 #include <QFileDialog>
 

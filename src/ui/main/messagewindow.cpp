@@ -1,7 +1,7 @@
 #include "ui/main/messagewindow.h"
 
 #include "config/settings.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 #include "ui/reader/messageview.h"
 
 #include <QAction>

@@ -1,7 +1,5 @@
 #include "ui/main/views.h"
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -40,12 +38,6 @@ MessageSort sortIn(QStringView text)
 }
 
 } // namespace
-
-GroupView::GroupView()
-{
-    std::transform(kMessageColumns.begin(), kMessageColumns.end(), shown.begin(),
-                   [](const MessageColumnRow &column) { return column.atFirst; });
-}
 
 Views::Views()
     : m_file(u"Views"_s, kTexts)

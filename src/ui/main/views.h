@@ -1,24 +1,13 @@
 #pragma once
 
 #include "config/listfile.h"
-#include "ui/main/messagesort.h"
+#include "ui/list/groupview.h"
 
 #include <QHash>
 #include <QList>
 
 #include <array>
 #include <optional>
-
-/// How the list of one group is arranged.
-struct GroupView
-{
-    MessageSort sort;
-    std::array<int, kMessageColumnCount> widths = {}; ///< pixels; 0: as wide as the column needs
-    std::array<bool, kMessageColumnCount> shown = {};
-
-    GroupView();
-    bool operator==(const GroupView &) const = default;
-};
 
 /// Where the reader is.
 enum class PaneLayout { Classic, Vertical, Wide };

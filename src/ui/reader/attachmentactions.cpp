@@ -3,7 +3,7 @@
 #include "config/directory.h"
 #include "config/platform.h"
 #include "message/mimecontext.h"
-#include "ui/reader/askingbar.h"
+#include "ui/look/askingbar.h"
 
 #include <QFileDialog>
 #include <QFileInfo>

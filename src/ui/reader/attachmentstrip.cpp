@@ -7,7 +7,7 @@
 #include "ui/look/styleparts.h"
 #include "ui/look/velmarstyle.h"
 #include "ui/reader/attachmentfiles.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>

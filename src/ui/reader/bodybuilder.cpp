@@ -9,7 +9,7 @@
 #include "ui/reader/bodydocument.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodywriter.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include <QApplication>
 #include <QFontInfo>

@@ -6,7 +6,7 @@
 #include "ui/reader/bodydocument.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodystyle.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>

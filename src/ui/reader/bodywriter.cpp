@@ -7,8 +7,8 @@
 #include "message/message.h"
 #include "ui/look/metrics.h"
 #include "ui/reader/bodyformat.h"
-#include "ui/reader/datetext.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/datetext.h"
+#include "ui/texts/harmless.h"
 #include "ui/reader/htmlquotes.h"
 
 #include <QCoreApplication>

@@ -7,8 +7,8 @@
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/reader/datetext.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/datetext.h"
+#include "ui/texts/harmless.h"
 #include "ui/reader/recipientsview.h"
 
 #include <QApplication>

@@ -7,7 +7,7 @@
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/reader/askingbar.h"
+#include "ui/look/askingbar.h"
 #include "ui/reader/attachmentactions.h"
 #include "ui/reader/attachmentstrip.h"
 #include "ui/reader/bodybuilder.h"
@@ -15,7 +15,7 @@
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 #include "ui/reader/sourcewindow.h"
 
 #include <QAction>

@@ -4,7 +4,7 @@
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/styleparts.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include <QKeyEvent>
 #include <QPainter>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "store/group.h"
-#include "ui/main/messageorder.h"
-#include "ui/main/textranks.h"
+#include "ui/list/messageorder.h"
+#include "ui/list/textranks.h"
 
 #include <QAbstractTableModel>
 #include <QCache>

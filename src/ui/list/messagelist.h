@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ui/main/messagedelegate.h"
-#include "ui/main/messagelistmodel.h"
-#include "ui/main/views.h"
+#include "ui/list/groupview.h"
+#include "ui/list/messagedelegate.h"
+#include "ui/list/messagelistmodel.h"
 
 #include <QTreeView>
 

@@ -1,8 +1,8 @@
-#include "ui/main/messagelist.h"
+#include "ui/list/messagelist.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QContextMenuEvent>
 #include <QDrag>

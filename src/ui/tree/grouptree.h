@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/main/grouptreemodel.h"
+#include "ui/tree/grouptreemodel.h"
 
 #include <QStyledItemDelegate>
 #include <QTreeView>

@@ -1,4 +1,4 @@
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include "html/urls.h"
 

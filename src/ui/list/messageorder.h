@@ -1,7 +1,7 @@
 #pragma once
 
 #include "store/threads.h"
-#include "ui/main/messagesort.h"
+#include "ui/list/messagesort.h"
 
 #include <memory>
 #include <vector>

@@ -1,8 +1,8 @@
-#include "ui/main/textranks.h"
+#include "ui/list/textranks.h"
 
 #include "message/message.h"
 #include "store/group.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QElapsedTimer>
 

@@ -1,4 +1,4 @@
-#include "ui/main/grouptree.h"
+#include "ui/tree/grouptree.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"

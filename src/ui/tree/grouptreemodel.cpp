@@ -1,9 +1,9 @@
-#include "ui/main/grouptreemodel.h"
+#include "ui/tree/grouptreemodel.h"
 
 #include "store/groupstore.h"
 #include "ui/look/icons.h"
-#include "ui/main/messagelistmodel.h"
-#include "ui/main/messagetexts.h"
+#include "ui/list/messagelistmodel.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QLocale>
 #include <QMimeData>

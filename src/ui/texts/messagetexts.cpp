@@ -1,8 +1,8 @@
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include "config/clock.h"
 #include "message/address.h"
-#include "ui/reader/harmless.h"
+#include "ui/texts/harmless.h"
 
 #include <QCoreApplication>
 #include <QLocale>

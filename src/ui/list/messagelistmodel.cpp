@@ -1,7 +1,7 @@
-#include "ui/main/messagelistmodel.h"
+#include "ui/list/messagelistmodel.h"
 
 #include "ui/look/icons.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QDataStream>
 #include <QElapsedTimer>

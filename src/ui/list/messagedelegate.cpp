@@ -1,4 +1,4 @@
-#include "ui/main/messagedelegate.h"
+#include "ui/list/messagedelegate.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"
@@ -6,7 +6,7 @@
 #include "ui/look/rows.h"
 #include "ui/look/storedcolours.h"
 #include "ui/look/styleparts.h"
-#include "ui/main/messagetexts.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QPainter>
 

@@ -1,4 +1,4 @@
-#include "ui/main/messageorder.h"
+#include "ui/list/messageorder.h"
 
 #include "config/settings.h"
 #include "store/group.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/main/messagelistmodel.h"
+#include "ui/list/messagelistmodel.h"
 
 #include <QStyledItemDelegate>
 

@@ -1,4 +1,4 @@
-#include "ui/reader/askingbar.h"
+#include "ui/look/askingbar.h"
 
 AskingBar::AskingBar(QWidget *parent)
     : MessageBar(parent)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/main/messagesort.h"
+#include "ui/list/messagesort.h"
 
 #include <QCollator>
 #include <QObject>

@@ -1,4 +1,4 @@
-#include "ui/reader/datetext.h"
+#include "ui/texts/datetext.h"
 
 #include "config/clock.h"
 #include "message/message.h"
