@@ -211,6 +211,26 @@ bool GroupStore::rename(Group &group, const QString &name)
     return true;
 }
 
+bool GroupStore::reparent(Group &group, int parent)
+{
+    if (group.role() != GroupRole::None || (parent != 0 && !this->group(parent)))
+        return false;
+    for (const Group *above = this->group(parent); above; above = this->group(above->record().parent)) {
+        if (above == &group)
+            return false;
+    }
+    const std::vector<Group *> siblings = children(parent);
+    if (std::any_of(siblings.begin(), siblings.end(), [&](const Group *sibling) {
+            return sibling != &group && sibling->name() == group.name();
+        }))
+        return false;
+    GroupRecord record = group.record();
+    record.parent = parent;
+    group.setRecord(record);
+    emit groupChanged(&group);
+    return true;
+}
+
 bool GroupStore::remove(Group &group)
 {
     const std::vector<Group *> all = withDescendants(group);

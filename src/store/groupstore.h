@@ -59,6 +59,10 @@ public:
     /// False: the name is empty, holds "/" or control characters, or a sibling has it.
     bool rename(Group &group, const QString &name);
 
+    /// Puts the group, with all below it, into @p parent, 0 for the top of the tree. False: it has a role,
+    /// @p parent is not there or lies within the group, or a group of that name lies there already.
+    bool reparent(Group &group, int parent);
+
     /// Removes a group with all below it and every message in them. False, and nothing is changed: it or one
     /// below has a role, or, after a report, the groups file cannot be written.
     bool remove(Group &group);
