@@ -36,6 +36,7 @@ bool Engine::load()
     if (!createStoreDirectories() || !loadConfig(false))
         return false;
     m_accounts.load();
+    m_imageSenders.load();
     if (!m_groups.load())
         return false;
     if (storeAccess() == StoreAccess::ReadWrite) {
@@ -51,6 +52,7 @@ bool Engine::save(bool force)
 {
     bool saved = m_groups.save(force);
     saved = m_accounts.save() && saved;
+    saved = m_imageSenders.save() && saved;
     return saveConfig(force) && saved;
 }
 
@@ -61,6 +63,7 @@ bool Engine::shutDown()
     m_tasks.stopAll();
     bool saved = m_groups.close();
     saved = m_accounts.save() && saved;
+    saved = m_imageSenders.save() && saved;
     return saveConfig(true) && saved;
 }
 

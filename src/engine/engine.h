@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/imagesenders.h"
 #include "engine/taskrunner.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
@@ -32,6 +33,7 @@ public:
 
     GroupStore &groups() { return m_groups; }
     AccountManager &accounts() { return m_accounts; }
+    ImageSenders &imageSenders() { return m_imageSenders; }
     TaskRunner &tasks() { return m_tasks; }
 
     /// A text from background work that the user must see; the next tick shows it.
@@ -66,6 +68,7 @@ private:
 
     GroupStore m_groups;
     AccountManager m_accounts;
+    ImageSenders m_imageSenders;
     QSet<int> m_repairing; ///< groups whose repair waits or works
     TaskRunner m_tasks;
     QStringList m_errors;
