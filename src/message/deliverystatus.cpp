@@ -4,11 +4,30 @@
 #include "message/encodedword.h"
 #include "message/headerblock.h"
 
+#include <QCoreApplication>
+
 #include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using Fate = DeliveryReport::Fate;
+
+struct FateRow
+{
+    const char *action;
+    Fate fate;
+    const char *words;
+};
+
+constexpr FateRow kFates[] = {
+    {"failed", Fate::Failed, "could not be delivered"},
+    {"delayed", Fate::Delayed, "has not been delivered yet"},
+    {"delivered", Fate::Delivered, "was delivered"},
+    {"relayed", Fate::Relayed, "was passed on to a server that sends no reports"},
+    {"expanded", Fate::Expanded, "was delivered and passed on to several recipients"},
+};
 
 struct Wording
 {
@@ -16,35 +35,27 @@ struct Wording
     const char *words;
 };
 
-constexpr Wording kActions[] = {
-    {"failed", "could not be delivered"},
-    {"delayed", "has not been delivered yet"},
-    {"delivered", "was delivered"},
-    {"relayed", "was passed on to a server that sends no reports"},
-    {"expanded", "was delivered and passed on to several recipients"},
-};
-
 // RFC 3463, by the second and third number of a status.
 constexpr Wording kReasons[] = {
-    {"1.1", "no such mailbox"},
-    {"1.2", "no such domain"},
-    {"1.3", "the address is not valid"},
-    {"1.6", "the mailbox has moved"},
-    {"1.8", "the sender's domain is not valid"},
-    {"2.1", "the mailbox is disabled"},
-    {"2.2", "the mailbox is full"},
-    {"2.3", "the message is too large for the mailbox"},
-    {"3.1", "the server's disk is full"},
-    {"3.4", "the message is too large for the server"},
-    {"4.1", "the server does not answer"},
-    {"4.2", "the connection broke"},
-    {"4.3", "the name server failed"},
-    {"4.4", "no route to the server"},
-    {"4.6", "the message went in a loop"},
-    {"4.7", "the time for delivery has run out"},
-    {"5.2", "the server refused a command"},
-    {"7.1", "delivery was refused"},
-    {"7.26", "the sender could not be authenticated"},
+    {"1.1", QT_TRANSLATE_NOOP("DeliveryStatus", "no such mailbox")},
+    {"1.2", QT_TRANSLATE_NOOP("DeliveryStatus", "no such domain")},
+    {"1.3", QT_TRANSLATE_NOOP("DeliveryStatus", "the address is not valid")},
+    {"1.6", QT_TRANSLATE_NOOP("DeliveryStatus", "the mailbox has moved")},
+    {"1.8", QT_TRANSLATE_NOOP("DeliveryStatus", "the sender's domain is not valid")},
+    {"2.1", QT_TRANSLATE_NOOP("DeliveryStatus", "the mailbox is disabled")},
+    {"2.2", QT_TRANSLATE_NOOP("DeliveryStatus", "the mailbox is full")},
+    {"2.3", QT_TRANSLATE_NOOP("DeliveryStatus", "the message is too large for the mailbox")},
+    {"3.1", QT_TRANSLATE_NOOP("DeliveryStatus", "the server's disk is full")},
+    {"3.4", QT_TRANSLATE_NOOP("DeliveryStatus", "the message is too large for the server")},
+    {"4.1", QT_TRANSLATE_NOOP("DeliveryStatus", "the server does not answer")},
+    {"4.2", QT_TRANSLATE_NOOP("DeliveryStatus", "the connection broke")},
+    {"4.3", QT_TRANSLATE_NOOP("DeliveryStatus", "the name server failed")},
+    {"4.4", QT_TRANSLATE_NOOP("DeliveryStatus", "no route to the server")},
+    {"4.6", QT_TRANSLATE_NOOP("DeliveryStatus", "the message went in a loop")},
+    {"4.7", QT_TRANSLATE_NOOP("DeliveryStatus", "the time for delivery has run out")},
+    {"5.2", QT_TRANSLATE_NOOP("DeliveryStatus", "the server refused a command")},
+    {"7.1", QT_TRANSLATE_NOOP("DeliveryStatus", "delivery was refused")},
+    {"7.26", QT_TRANSLATE_NOOP("DeliveryStatus", "the sender could not be authenticated")},
 };
 
 struct ServerField
@@ -59,11 +70,10 @@ constexpr ServerField kServerFields[] = {
     {"Arrival-Date", "Arrived there"},
 };
 
-template <std::size_t size>
-QString wordsFor(const Wording (&table)[size], QByteArrayView key)
+QString reasonFor(QByteArrayView number)
 {
-    for (const Wording &row : table) {
-        if (key.compare(QByteArrayView(row.key), Qt::CaseInsensitive) == 0)
+    for (const Wording &row : kReasons) {
+        if (number == QByteArrayView(row.key))
             return QString::fromLatin1(row.words);
     }
     return {};
@@ -96,43 +106,58 @@ std::vector<QByteArrayView> groupsOf(QByteArrayView content)
     return groups;
 }
 
-/// "5.1.1" as words and number: "no such mailbox (5.1.1)".
-QString reasonOf(const QByteArray &status)
-{
-    const qsizetype blank = status.indexOf(' ');
-    const QByteArray number = blank < 0 ? status : status.first(blank);
-    const QString words =
-        wordsFor(kReasons, QByteArrayView(number).sliced(std::min<qsizetype>(2, number.size())));
-    const QString shown = decodeHeaderText(status);
-    return words.isEmpty() ? shown : u"%1 (%2)"_s.arg(words, shown);
-}
-
 void appendLine(QString &out, const QString &label, const QString &value)
 {
     if (!value.isEmpty())
         out += u"    "_s + label + u": "_s + value + u'\n';
 }
 
-QString recipientText(const HeaderFields &fields)
+DeliveryReport readReport(const HeaderFields &fields)
 {
-    QByteArray recipient = fields.value("Final-Recipient");
-    const QByteArray original = fields.value("Original-Recipient");
-    if (recipient.isEmpty())
-        recipient = original;
-    if (recipient.isEmpty())
-        return {};
-    const QByteArray action = fields.value("Action");
-    QString words = wordsFor(kActions, action);
-    if (words.isEmpty() && !action.isEmpty())
-        words = decodeHeaderText(action);
-    QString out = withoutType(recipient) + (words.isEmpty() ? QString() : u": "_s + words) + u'\n';
-    if (!original.isEmpty() && withoutType(original) != withoutType(recipient))
-        appendLine(out, u"Sent to"_s, withoutType(original));
-    appendLine(out, u"Reason"_s, reasonOf(fields.value("Status")));
-    appendLine(out, u"The server said"_s, withoutType(fields.value("Diagnostic-Code")));
-    appendLine(out, u"Server"_s, withoutType(fields.value("Remote-MTA")));
-    appendLine(out, u"Last attempt"_s, decodeHeaderText(fields.value("Last-Attempt-Date")));
-    appendLine(out, u"Will be tried until"_s, decodeHeaderText(fields.value("Will-Retry-Until")));
+    DeliveryReport report;
+    const QString original = withoutType(fields.value("Original-Recipient"));
+    report.recipient = withoutType(fields.value("Final-Recipient"));
+    if (report.recipient.isEmpty())
+        report.recipient = original;
+    else if (original != report.recipient)
+        report.original = original;
+    report.action = decodeHeaderText(fields.value("Action"));
+    for (const FateRow &row : kFates) {
+        if (report.action.compare(QLatin1String(row.action), Qt::CaseInsensitive) == 0)
+            report.fate = row.fate;
+    }
+    const QByteArray status = fields.value("Status");
+    const qsizetype blank = status.indexOf(' ');
+    const QByteArrayView number = blank < 0 ? QByteArrayView(status) : QByteArrayView(status).first(blank);
+    report.reason = reasonFor(number.sliced(std::min<qsizetype>(2, number.size())));
+    report.status = decodeHeaderText(status);
+    report.diagnostic = withoutType(fields.value("Diagnostic-Code"));
+    report.server = withoutType(fields.value("Remote-MTA"));
+    report.lastAttempt = decodeHeaderText(fields.value("Last-Attempt-Date"));
+    report.retryUntil = decodeHeaderText(fields.value("Will-Retry-Until"));
+    return report;
+}
+
+QString fateWords(const DeliveryReport &report)
+{
+    for (const FateRow &row : kFates) {
+        if (row.fate == report.fate)
+            return QString::fromLatin1(row.words);
+    }
+    return report.action;
+}
+
+QString recipientText(const DeliveryReport &report)
+{
+    const QString words = fateWords(report);
+    QString out = report.recipient + (words.isEmpty() ? QString() : u": "_s + words) + u'\n';
+    appendLine(out, u"Sent to"_s, report.original);
+    appendLine(out, u"Reason"_s,
+               report.reason.isEmpty() ? report.status : u"%1 (%2)"_s.arg(report.reason, report.status));
+    appendLine(out, u"The server said"_s, report.diagnostic);
+    appendLine(out, u"Server"_s, report.server);
+    appendLine(out, u"Last attempt"_s, report.lastAttempt);
+    appendLine(out, u"Will be tried until"_s, report.retryUntil);
     return out;
 }
 
@@ -149,14 +174,25 @@ QString serverText(const HeaderFields &fields)
 
 } // namespace
 
+QList<DeliveryReport> deliveryReports(QByteArrayView content)
+{
+    QList<DeliveryReport> reports;
+    for (const QByteArrayView group : groupsOf(content)) {
+        const DeliveryReport report = readReport(HeaderFields(group));
+        if (!report.recipient.isEmpty())
+            reports.append(report);
+    }
+    return reports;
+}
+
 QString deliveryStatusText(QByteArrayView content)
 {
     QStringList recipients;
     QString servers;
     for (const QByteArrayView group : groupsOf(content)) {
         const HeaderFields fields(group);
-        if (const QString recipient = recipientText(fields); !recipient.isEmpty())
-            recipients += recipient;
+        if (const DeliveryReport report = readReport(fields); !report.recipient.isEmpty())
+            recipients += recipientText(report);
         servers += serverText(fields);
     }
     if (!servers.isEmpty())
