@@ -113,13 +113,19 @@ Row describeRow(Group &group, const Overview &overview)
     return row;
 }
 
+/// The roles that scripts know are those of the groups that every store has.
+static QString roleInContract(GroupRole role)
+{
+    return role > kLastRoleMadeAtStart ? QString() : wordOf(role);
+}
+
 Row describeGroup(const GroupStore &store, Group &group)
 {
     const OverviewFile::Counts counts = group.counts();
     Row row;
     row.add("number", group.number())
         .add("name", store.pathOf(group))
-        .add("role", wordOf(group.role()))
+        .add("role", roleInContract(group.role()))
         .add("kind", wordOf(group.kind()))
         .add("total", qint64(counts.total))
         .add("unread", qint64(counts.unread))

@@ -1,5 +1,7 @@
 #include "engine/storetasks.h"
 
+#include "config/settings.h"
+
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLocale>
@@ -13,7 +15,7 @@ namespace {
 
 constexpr qint64 kCompactSlice = 256 * 1024; ///< bytes between two looks at the clock
 constexpr std::size_t kMarkSlice = 200;
-constexpr std::size_t kTransferSlice = 50; ///< messages that share the flushes of one step
+constexpr std::size_t kRemovedTogether = 1000; ///< messages that one sync takes away
 
 QString leafOf(const QString &path)
 {
@@ -199,15 +201,19 @@ TransferTask::TransferTask(GroupStore &store, Group &source, const Articles &art
                            Group *target)
     : m_store(store)
     , m_source(&source)
-    , m_target(target)
+    , m_total(qint64(QSet<quint32>(articles.begin(), articles.end()).size()))
     , m_kind(kind)
 {
-    QSet<quint32> taken; // each but once, however often it is named
-    for (const quint32 article : articles) {
-        if (!taken.contains(article))
-            m_articles.push_back(article);
-        taken.insert(article);
+    if (kind == Kind::Delete) {
+        target = store.usesWasteBasket(source) ? store.group(GroupRole::WasteBasket) : nullptr;
+        m_kind = target ? Kind::Delete : Kind::DeleteForGood;
     }
+    m_target = target;
+    if (target)
+        m_transfer.emplace(store, source, articles, *target,
+                           kind == Kind::Copy ? Transfer::Kind::Copy : Transfer::Kind::Move);
+    else
+        m_left = articles;
 }
 
 QString TransferTask::title() const
@@ -222,41 +228,51 @@ QString TransferTask::result() const
     return QString::fromLatin1(s_results[std::size_t(m_kind)]).arg(messageCount(done()));
 }
 
-Task::State TransferTask::work(int milliseconds)
+qint64 TransferTask::done() const
 {
-    const bool needsTarget = m_kind == Kind::Move || m_kind == Kind::Copy;
-    if (!m_source || (needsTarget && !m_target))
-        return State::Stopped;
-    QElapsedTimer timer;
-    timer.start();
-    while (m_next < m_articles.size()) {
-        const std::size_t end = std::min(m_next + kTransferSlice, m_articles.size());
-        const Articles some(m_articles.begin() + std::ptrdiff_t(m_next),
-                            m_articles.begin() + std::ptrdiff_t(end));
-        if (!transfer(some))
-            return State::Failed;
-        m_next = end;
-        if (timer.hasExpired(milliseconds))
-            break;
-    }
-    return m_next < m_articles.size() ? State::Working : State::Done;
+    return m_transfer ? qint64(m_transfer->done()) : m_total - qint64(m_left.size());
 }
 
-bool TransferTask::transfer(const Articles &some)
+Task::State TransferTask::work(int milliseconds)
 {
-    Articles arrived;
-    switch (m_kind) {
-    case Kind::Move: arrived = m_store.move(*m_source, some, *m_target); break;
-    case Kind::Copy:
-        arrived = m_store.copy(*m_source, some, *m_target);
-        if (!m_target->flush())
-            return false;
-        break;
-    case Kind::Delete:
-    case Kind::DeleteForGood: return m_store.deleteMessages(*m_source, some, m_kind == Kind::DeleteForGood);
+    if (!m_source || (m_transfer && !m_target))
+        return State::Stopped;
+    return m_transfer ? transfer(milliseconds) : remove(milliseconds);
+}
+
+Task::State TransferTask::transfer(int milliseconds)
+{
+    const std::size_t before = m_transfer->arrived().size();
+    const Transfer::Progress progress = m_transfer->step(milliseconds);
+    const Articles &arrived = m_transfer->arrived();
+    if (m_kind == Kind::Delete && arrived.size() > before && boolSetting(Setting::MarkWasteAsRead))
+        m_target->setMarks(Articles(arrived.begin() + std::ptrdiff_t(before), arrived.end()), Mark::Read, {});
+    if (progress == Transfer::Progress::Working)
+        return State::Working;
+    return qint64(arrived.size()) == m_total ? State::Done : State::Failed;
+}
+
+Task::State TransferTask::remove(int milliseconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    bool removed = true;
+    while (!m_left.empty() && removed && !timer.hasExpired(milliseconds)) {
+        const std::size_t count = std::min(m_left.size(), kRemovedTogether);
+        removed = m_store.deleteMessages(*m_source,
+                                         Articles(m_left.end() - std::ptrdiff_t(count), m_left.end()), true);
+        m_left.resize(m_left.size() - count);
     }
-    m_arrived.insert(m_arrived.end(), arrived.begin(), arrived.end());
-    return arrived.size() == some.size();
+    if (!removed)
+        return State::Failed;
+    return m_left.empty() ? State::Done : State::Working;
+}
+
+Task::State TransferTask::halt()
+{
+    if (m_transfer)
+        m_transfer->settle();
+    return State::Stopped;
 }
 
 MarkTask::MarkTask(Group &group, Articles articles, Marks set, Marks clear)

@@ -6,11 +6,13 @@
 #include "store/grouprepair.h"
 #include "store/groupstore.h"
 #include "store/importer.h"
+#include "store/transfer.h"
 
 #include <QPointer>
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 /// The long work on the store as tasks. Groups may go while a task waits for its turn; it then ends at once.
 
@@ -122,7 +124,7 @@ private:
     bool m_ok = false;
 };
 
-/// Moves, copies or deletes many messages, some at a time; each some is complete in itself.
+/// Moves, copies or deletes many messages of one group.
 class TransferTask : public Task
 {
     Q_OBJECT
@@ -132,26 +134,29 @@ public:
     TransferTask(GroupStore &store, Group &source, const Articles &articles, Kind kind, Group *target);
 
     QString title() const override;
-    qint64 done() const override { return qint64(m_next); }
-    qint64 total() const override { return qint64(m_articles.size()); }
+    qint64 done() const override;
+    qint64 total() const override { return m_total; }
     QString result() const override;
 
     /// The articles that the messages have in the target, as far as it is.
-    const Articles &arrived() const { return m_arrived; }
+    const Articles &arrived() const { return m_transfer ? m_transfer->arrived() : m_none; }
 
 protected:
     State work(int milliseconds) override;
+    State halt() override;
 
 private:
-    bool transfer(const Articles &some);
+    State transfer(int milliseconds);
+    State remove(int milliseconds);
 
     GroupStore &m_store;
     QPointer<Group> m_source;
     QPointer<Group> m_target;
-    Articles m_articles;
-    Articles m_arrived;
+    std::optional<Transfer> m_transfer;
+    Articles m_left; ///< of those that are deleted for good
+    qint64 m_total;
     Kind m_kind;
-    std::size_t m_next = 0;
+    const Articles m_none;
 };
 
 /// Marks many messages, some at a time.

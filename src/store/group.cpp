@@ -182,12 +182,15 @@ quint32 Group::add(QByteArrayView text, const Summary &summary)
 
 quint32 Group::addCopy(Group &source, const Overview &original)
 {
-    const quint32 article = readyToTake() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
-    if (article != 0) {
-        emit messagesAdded({article});
-        emit countsChanged();
-    }
-    return article;
+    return readyToTake() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
+}
+
+void Group::tellOfAdded(const Articles &articles)
+{
+    if (articles.empty())
+        return;
+    emit messagesAdded(articles);
+    emit countsChanged();
 }
 
 void Group::recount()
@@ -198,18 +201,36 @@ void Group::recount()
 
 bool Group::setMarks(const Articles &articles, Marks set, Marks clear)
 {
+    return change(articles,
+                  [=](Overview &overview) { overview.setMarks((overview.marks() & ~clear) | set); });
+}
+
+bool Group::setTags(const Articles &articles, quint32 set, quint32 clear)
+{
+    return change(articles, [=](Overview &overview) { overview.setTags((overview.tags() & ~clear) | set); });
+}
+
+bool Group::setOrigin(const Articles &articles, int group)
+{
+    return change(articles, [=](Overview &overview) { overview.setOrigin(quint32(group), 0); });
+}
+
+/// Changes the overviews of the messages, and tells of those that became others by it.
+template <typename Change>
+bool Group::change(const Articles &articles, Change change)
+{
     const OverviewFile::Counts before = counts();
     Articles changed;
     bool written = true;
     for (const quint32 article : articles) {
-        std::optional<Overview> overview = this->overview(article);
-        if (!overview)
+        const int row = rowOf(article);
+        if (row < 0 || this->row(row).isDead())
             continue;
-        const Marks marks = (overview->marks() & ~clear) | set;
-        if (marks == overview->marks())
+        Overview overview = this->row(row);
+        change(overview);
+        if (overview.bytes() == this->row(row).bytes())
             continue;
-        overview->setMarks(marks);
-        written = m_files.change(rowOf(article), *overview) && written;
+        written = m_files.change(row, overview) && written;
         changed.push_back(article);
     }
     if (!written)

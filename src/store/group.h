@@ -83,11 +83,19 @@ public:
     /// Stores @p text and returns its article number; 0 after a report.
     quint32 add(QByteArrayView text, const Summary &summary);
 
-    /// Stores a copy of a message of @p source, which remembers where it came from; 0 after a report.
+    /// Stores a copy of a message of @p source, which remembers where it came from; 0 after a report. It is
+    /// told of by tellOfAdded(), so that many are told of at once.
     quint32 addCopy(Group &source, const Overview &original);
+    void tellOfAdded(const Articles &articles);
 
     /// Sets and clears marks; unknown and dead articles are passed over. False after a report.
     bool setMarks(const Articles &articles, Marks set, Marks clear);
+
+    /// The same for the bits of their tags.
+    bool setTags(const Articles &articles, quint32 set, quint32 clear);
+
+    /// The same for the group that they came from.
+    bool setOrigin(const Articles &articles, int group);
 
     /// Marks the messages dead for good, here and in their bins. False after a report.
     bool remove(const Articles &articles);
@@ -118,6 +126,8 @@ signals:
 private:
     bool ready();
     bool readyToTake();
+    template <typename Change>
+    bool change(const Articles &articles, Change change);
 
     GroupRecord m_record;
     GroupFiles m_files;

@@ -9,12 +9,14 @@ enum class GroupKind { Folder, Newsgroup, Mailbox, List };
 constexpr std::array kGroupKindNames = {"folder", "newsgroup", "mailbox", "list"};
 static_assert(kGroupKindNames.size() == std::size_t(GroupKind::List) + 1);
 
-/// What a group is for. Each role but None belongs to exactly one group, which is there from the first start.
-enum class GroupRole { None, Inbox, Outbox, SentMail, SentNews, WasteBasket, Drafts, Junk };
+/// What a group is for. Each role but None belongs to one group at most: to one that is there from the first
+/// start, or, of those behind kLastRoleMadeAtStart, to one that its first use makes.
+enum class GroupRole { None, Inbox, Outbox, SentMail, SentNews, WasteBasket, Drafts, Junk, Archive };
+constexpr GroupRole kLastRoleMadeAtStart = GroupRole::Junk;
 
 struct GroupRoleRow
 {
-    const char *word; ///< in the groups file and on the command line
+    const char *word; ///< in the groups file
     const char *name; ///< of the group that is made for it
 };
 constexpr std::array kGroupRoles = {
@@ -26,8 +28,9 @@ constexpr std::array kGroupRoles = {
     GroupRoleRow{"waste_basket", "Waste basket"},
     GroupRoleRow{"drafts", "Drafts"},
     GroupRoleRow{"junk", "Junk"},
+    GroupRoleRow{"archive", "Archive"},
 };
-static_assert(kGroupRoles.size() == std::size_t(GroupRole::Junk) + 1);
+static_assert(kGroupRoles.size() == std::size_t(GroupRole::Archive) + 1);
 
 /// Bits of a group's flags and options. They lie in the groups file: a bit once used keeps its meaning.
 enum GroupFlag : quint32 { GroupNeedsRepair = 0x80 };

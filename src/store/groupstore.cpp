@@ -7,8 +7,8 @@
 #include "config/settings.h"
 #include "message/message.h"
 #include "store/bincompactor.h"
-#include "store/movejournal.h"
 #include "store/summary.h"
+#include "store/transfer.h"
 
 #include <QDir>
 #include <QFile>
@@ -35,6 +35,11 @@ bool isGoodName(const QString &name)
     return !name.trimmed().isEmpty() && !name.contains(u'/') &&
            std::none_of(name.begin(), name.end(),
                         [](QChar c) { return c.category() == QChar::Other_Control; });
+}
+
+bool isAlwaysThere(GroupRole role)
+{
+    return role != GroupRole::None && role <= kLastRoleMadeAtStart;
 }
 
 QStringList levelsOf(const QString &path)
@@ -69,7 +74,7 @@ bool GroupStore::load()
         m_saved = records(); // it was told already; nothing is written over what may be whole
     saveTree();
     m_unclean = noteUncleanEnd();
-    finishMove();
+    Transfer::finishInterrupted(*this);
     updateIndex();
     m_lastIndexSave = clockSeconds();
     return true;
@@ -112,6 +117,7 @@ std::vector<GroupRecord> GroupStore::records() const
 
 bool GroupStore::close()
 {
+    settleTransfer();
     const bool saved = save(true);
     for (const auto &group : m_groups)
         group->close();
@@ -152,6 +158,22 @@ Group *GroupStore::group(GroupRole role) const
     const auto found = std::find_if(m_groups.begin(), m_groups.end(),
                                     [role](const auto &group) { return group->role() == role; });
     return found == m_groups.end() ? nullptr : found->get();
+}
+
+Group &GroupStore::archive()
+{
+    if (Group *known = group(GroupRole::Archive))
+        return *known;
+    GroupRecord record;
+    record.role = GroupRole::Archive;
+    const QString name = QString::fromLatin1(kGroupRoles[std::size_t(record.role)].name);
+    record.name = name;
+    for (int i = 2; find(record.name); ++i)
+        record.name = u"%1 %2"_s.arg(name).arg(i);
+    record.number = m_nextNumber++;
+    Group *made = enter(record);
+    emit groupAdded(made);
+    return *made;
 }
 
 Group *GroupStore::find(const QString &path) const
@@ -234,8 +256,9 @@ bool GroupStore::reparent(Group &group, int parent)
 bool GroupStore::remove(Group &group)
 {
     const std::vector<Group *> all = withDescendants(group);
-    if (std::any_of(all.begin(), all.end(), [](Group *one) { return one->role() != GroupRole::None; }))
+    if (std::any_of(all.begin(), all.end(), [](Group *one) { return isAlwaysThere(one->role()); }))
         return false;
+    settleTransfer();
     // Each directory is marked before the groups file forgets it, so that after a crash it is known whether
     // its mail was to go or has lost its place in the list.
     std::vector<GroupRecord> left = records();
@@ -316,27 +339,12 @@ quint32 GroupStore::add(Group &group, const Message &message, Marks marks, int a
 
 Articles GroupStore::copy(Group &source, const Articles &articles, Group &target)
 {
-    return copyAll(source, articles, target, nullptr);
+    return Transfer(*this, source, articles, target, Transfer::Kind::Copy).run();
 }
 
 Articles GroupStore::move(Group &source, const Articles &articles, Group &target)
 {
-    if (&source == &target || articles.empty() || !saveTree() || !beginMove(source, articles, target))
-        return {};
-    Articles copied;
-    const Articles arrived = copyAll(source, articles, target, &copied);
-    // Only what is safe over there may go here.
-    if (!target.flush()) {
-        dropFromIndex(target, arrived);
-        target.remove(arrived);
-        MoveJournal::remove();
-        return {};
-    }
-    dropFromIndex(source, copied);
-    if (!source.remove(copied) || !source.flush())
-        return arrived; // the journal stays: the next move, or the next start, completes it
-    MoveJournal::remove();
-    return arrived;
+    return Transfer(*this, source, articles, target, Transfer::Kind::Move).run();
 }
 
 bool GroupStore::deleteMessages(Group &source, const Articles &articles, bool forGood)
@@ -380,26 +388,6 @@ void GroupStore::rebuildIndex()
         indexGroup(*group);
 }
 
-Articles GroupStore::copyAll(Group &source, const Articles &articles, Group &target, Articles *copied)
-{
-    Articles arrived;
-    QSet<quint32> taken;
-    for (const quint32 article : articles) {
-        if (taken.contains(article))
-            continue;
-        taken.insert(article);
-        const std::optional<Overview> overview = source.overview(article);
-        const quint32 number = overview ? target.addCopy(source, *overview) : 0;
-        if (number == 0)
-            continue;
-        m_index.add(overview->idHash(), {target.number(), number});
-        arrived.push_back(number);
-        if (copied)
-            copied->push_back(article);
-    }
-    return arrived;
-}
-
 Group *GroupStore::enter(const GroupRecord &record)
 {
     m_groups.push_back(std::make_unique<Group>(record, directoryOf(record.number)));
@@ -421,7 +409,7 @@ void GroupStore::makeRoleGroups()
         record.role = GroupRole::None;
         claimant->setRecord(record);
     }
-    for (int role = int(GroupRole::Inbox); role <= int(GroupRole::Junk); ++role) {
+    for (int role = int(GroupRole::Inbox); role <= int(kLastRoleMadeAtStart); ++role) {
         if (group(GroupRole(role)))
             continue;
         GroupRecord record;
@@ -501,50 +489,6 @@ bool GroupStore::noteUncleanEnd()
     return true;
 }
 
-bool GroupStore::beginMove(Group &source, const Articles &articles, Group &target)
-{
-    if (target.open() == Group::Opened::NeedsRepair)
-        target.rowCount(); // repairs it
-    if (!target.isOpen() || !finishMove()) {
-        report(ReportLevel::Warning, "Unable to open group '%s'", qUtf8Printable(target.name()));
-        return false;
-    }
-    if (MoveJournal::write({source.number(), target.number(), target.files().overviews().nextArticle(),
-                            QSet<quint32>(articles.begin(), articles.end())}))
-        return true;
-    report(ReportLevel::Warning, "Unable to write groups file");
-    return false;
-}
-
-/// Completes a move that was cut short: what arrived in the target is marked dead in the source. False: it
-/// could not be.
-bool GroupStore::finishMove()
-{
-    if (storeAccess() == StoreAccess::ReadOnly || !MoveJournal::exists())
-        return true;
-    const std::optional<MoveJournal::Move> move = MoveJournal::read();
-    Group *source = move ? group(move->source) : nullptr;
-    Group *target = move ? group(move->target) : nullptr;
-    if (source && target) {
-        Articles arrived;
-        for (int row = 0; row < target->rowCount(); ++row) {
-            const Overview &overview = target->row(row);
-            if (overview.article() >= move->firstInTarget &&
-                int(overview.originGroup()) == source->number() &&
-                move->articles.contains(overview.originArticle()))
-                arrived.push_back(overview.originArticle());
-        }
-        dropFromIndex(*source, arrived);
-        if (!target->flush() || !source->remove(arrived) || !source->flush())
-            return false;
-        if (!arrived.empty())
-            note(
-                u"An interrupted move from '%1' to '%2' was completed"_s.arg(source->name(), target->name()));
-    }
-    MoveJournal::remove();
-    return true;
-}
-
 void GroupStore::updateIndex()
 {
     m_index.load();
@@ -568,6 +512,13 @@ void GroupStore::indexGroup(Group &group)
         if (!overview.isDead())
             m_index.add(overview.idHash(), {group.number(), overview.article()});
     }
+}
+
+/// Whatever is on its way arrives, before something happens that it must not meet.
+void GroupStore::settleTransfer()
+{
+    if (m_transfer)
+        m_transfer->settle();
 }
 
 void GroupStore::dropFromIndex(Group &group, const Articles &articles)

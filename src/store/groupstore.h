@@ -10,6 +10,7 @@
 #include <vector>
 
 class Message;
+class Transfer;
 
 /// Every group of the program and what crosses them: the tree and its file, the index of Message-IDs, moving
 /// between groups. Owns the groups; pointers to them hold until groupRemoved().
@@ -46,7 +47,10 @@ public:
     std::vector<Group *> groups() const; ///< in the order of the file
     std::vector<Group *> children(int parent) const;
     Group *group(int number) const;     ///< null when there is none
-    Group *group(GroupRole role) const; ///< never null once loaded, except for None
+    Group *group(GroupRole role) const; ///< never null once loaded, except for None and Archive
+
+    /// The group of the archive, made when there is none; a folder of that name that is not it is let alone.
+    Group &archive();
 
     /// A group by its full name, "/" between the levels, a leading "/" allowed; null when there is none.
     Group *find(const QString &path) const;
@@ -64,7 +68,7 @@ public:
     bool reparent(Group &group, int parent);
 
     /// Removes a group with all below it and every message in them. False, and nothing is changed: it or one
-    /// below has a role, or, after a report, the groups file cannot be written.
+    /// below has a role that is always there, or, after a report, the groups file cannot be written.
     bool remove(Group &group);
     void setOptions(Group &group, quint32 options);
     /// @}
@@ -75,9 +79,9 @@ public:
     /// since 1970 UTC. The article's number, or 0 after a report. Safe after the group's flush().
     quint32 add(Group &group, const Message &message, Marks marks, int account, qint64 arrival);
 
-    /// Copies or moves the messages and returns the articles they have in @p target; what cannot be read
-    /// stays where it is, after a report. A move is safe when this returns; of a crash on the way nothing is
-    /// lost or doubled.
+    /// Copies or moves the messages at once and returns the articles they have in @p target; what cannot be
+    /// read stays where it is, after a report. A move is safe when this returns; of a crash on the way
+    /// nothing is lost or doubled. Many of them take a Transfer, in slices.
     Articles copy(Group &source, const Articles &articles, Group &target);
     Articles move(Group &source, const Articles &articles, Group &target);
 
@@ -105,25 +109,29 @@ signals:
     void groupRemoved(int number);   ///< it is gone already
     void groupChanged(Group *group); ///< its name, place or options
 
+    /// Messages have gone to another group; the articles are side by side.
+    void messagesMoved(int source, const Articles &gone, int target, const Articles &arrived);
+
 private:
+    friend class Transfer;
+
     Group *enter(const GroupRecord &record);
     void makeRoleGroups();
     void adoptStrayDirectories();
     bool finishRemoval(int number);
     void straightenParents();
     bool noteUncleanEnd();
-    bool finishMove();
-    bool beginMove(Group &source, const Articles &articles, Group &target);
     std::vector<Group *> withDescendants(Group &group) const;
     void updateIndex();
     void indexGroup(Group &group);
     void dropFromIndex(Group &group, const Articles &articles);
-    Articles copyAll(Group &source, const Articles &articles, Group &target, Articles *copied);
+    void settleTransfer();
     std::vector<GroupRecord> records() const;
 
     GroupsFile m_file;
     std::vector<std::unique_ptr<Group>> m_groups;
     MessageIndex m_index;
+    Transfer *m_transfer = nullptr; ///< the one with messages on their way
     int m_nextNumber = 1;
     std::vector<GroupRecord> m_saved; ///< what the groups file holds
     bool m_repairsItself = true;
