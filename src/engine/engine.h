@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/imagesenders.h"
+#include "engine/remoteimages.h"
 #include "engine/taskrunner.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
@@ -34,6 +35,7 @@ public:
     GroupStore &groups() { return m_groups; }
     AccountManager &accounts() { return m_accounts; }
     ImageSenders &imageSenders() { return m_imageSenders; }
+    RemoteImages &remoteImages() { return m_remoteImages; }
     TaskRunner &tasks() { return m_tasks; }
 
     /// A text from background work that the user must see; the next tick shows it.
@@ -69,6 +71,7 @@ private:
     GroupStore m_groups;
     AccountManager m_accounts;
     ImageSenders m_imageSenders;
+    RemoteImages m_remoteImages;
     QSet<int> m_repairing; ///< groups whose repair waits or works
     TaskRunner m_tasks;
     QStringList m_errors;

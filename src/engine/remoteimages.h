@@ -1,7 +1,7 @@
 #pragma once
 
 #include "net/web/webaccess.h"
-#include "net/web/webproxy.h"
+#include "net/web/webproblem.h"
 
 #include <QCache>
 #include <QObject>
@@ -54,7 +54,8 @@ signals:
 private:
     friend class RemoteImages;
     RemoteImageRequest(QUrl url, std::shared_ptr<RemoteImageBudget> budget, QObject *parent);
-    void finish(const QByteArray &bytes, const QString &problem);
+    void finish(const QByteArray &bytes, WebProblem problem);
+    void finishLater(const QByteArray &bytes, WebProblem problem);
 
     QUrl m_url;
     std::shared_ptr<RemoteImageBudget> m_budget;
@@ -85,15 +86,16 @@ public:
     };
     static Availability availability();
 
-    /// Whether @p url is one that fetch() would try: http or https, of a host on the net. Asks nobody.
-    bool isFetchable(const QUrl &url) const;
+    /// Whether @p url is one that fetch() would try: http or https, to a host that may be on the net.
+    /// Asks nobody.
+    static bool isFetchable(const QUrl &url);
 
     /// Asks for a picture. One that is in memory, or cannot be had at all, finishes at the next turn of the
     /// event loop; equal ones share one connection. What it costs is charged to @p budget.
     RemoteImageRequest *fetch(const QUrl &url, const std::shared_ptr<RemoteImageBudget> &budget,
                               QObject *parent = nullptr);
 
-    int running() const { return int(m_running.size()); } ///< connections at the moment
+    int running() const { return m_running; } ///< connections at the moment
     void clearCache() { m_cache.clear(); }
 
 private:
@@ -105,16 +107,20 @@ private:
         Waiting waiting;
     };
 
+    WebAccess &access();
+    WebProblem refusalOf(const QUrl &url, const RemoteImageBudget &budget) const;
     void join(const QByteArray &key, RemoteImageRequest *request);
     void leave(RemoteImageRequest *request);
+    void startSoon();
     void startWhatMay();
     void start(const QByteArray &key, Flight &flight);
     void charge(const QByteArray &key, qint64 bytes);
-    void land(const QByteArray &key, const QByteArray &bytes, const QString &problem);
+    void land(const QByteArray &key, const QByteArray &bytes, WebProblem problem);
+    Flight takeFlight(const QByteArray &key);
 
     std::optional<WebAccess> m_access;
-    std::map<QByteArray, Flight> m_flights; ///< by what cacheKey() makes of the URL
+    std::map<QByteArray, Flight> m_flights; ///< by the URL without its fragment
     std::deque<QByteArray> m_queue;         ///< flights that have not begun, the oldest first
-    std::vector<QByteArray> m_running;
+    int m_running = 0;
     QCache<QByteArray, QByteArray> m_cache; ///< cost in bytes
 };

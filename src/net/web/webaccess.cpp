@@ -97,8 +97,7 @@ bool PublicPolicy::permitsPort(quint16 port) const
 
 void SystemResolver::resolve(const QString &name, QObject *context, Answer answer)
 {
-    // The dot at the end keeps the domains out that the system would try behind the name.
-    QHostInfo::lookupHost(name.endsWith(u'.') ? name : name + u'.', context,
+    QHostInfo::lookupHost(name, context,
                           [answer = std::move(answer)](const QHostInfo &info) { answer(info.addresses()); });
 }
 

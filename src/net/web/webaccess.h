@@ -17,8 +17,9 @@ public:
 
     using Answer = std::function<void(const QList<QHostAddress> &)>;
 
-    /// Asks for the addresses of @p name, a complete host name in ASCII. @p answer is called once from the
-    /// event loop, with an empty list when there are none, and not at all once @p context is gone.
+    /// Asks for the addresses of @p name, in ASCII; complete when it ends with a dot. @p answer is called
+    /// once from the event loop, with an empty list when there are none, and not at all once @p context is
+    /// gone.
     virtual void resolve(const QString &name, QObject *context, Answer answer) = 0;
 };
 
@@ -31,7 +32,6 @@ public:
     virtual bool permitsPort(quint16 port) const = 0;
 };
 
-/// By the system's resolver, without its search domains.
 class SystemResolver : public HostResolver
 {
 public:
