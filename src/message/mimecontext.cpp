@@ -166,9 +166,11 @@ QByteArray MIMEContext::decodedBytes(int index) const
     return kept != m_decoded.constEnd() ? *kept : decode(part(index), rawContent(index));
 }
 
-QString MIMEContext::toText(const MIMEPart &part, const QByteArray &bytes) const
+QString MIMEContext::toText(const MIMEPart &part, const QByteArray &bytes, const QByteArray &wanted) const
 {
-    const QByteArray charset = part.labelled ? part.charset : unlabelledCharset(part, bytes);
+    const QByteArray charset = !wanted.isEmpty() && hasConverter(wanted) ? wanted
+                               : part.labelled                           ? part.charset
+                                                                         : unlabelledCharset(part, bytes);
     const std::optional<QString> decoded = charset.isEmpty() ? std::nullopt : decodeCharset(bytes, charset);
     QString text = decoded ? *decoded : decodeUnlabelled(bytes, "windows-1252");
     if (bytes.contains('\r')) // what came in base64 has the line ends of the wire
@@ -181,7 +183,7 @@ QString MIMEContext::decodedText(int index) const
     return toText(part(index), decodedBytes(index));
 }
 
-QString MIMEContext::displayText(int index) const
+QString MIMEContext::displayText(int index, const QByteArray &charset) const
 {
     const MIMEPart &text = part(index);
     std::vector<EncPart> blocks;
@@ -192,8 +194,8 @@ QString MIMEContext::displayText(int index) const
         blocks.push_back(std::move(block));
     }
     if (!isTextCategory(text.type) || blocks.empty())
-        return decodedText(index);
-    return toText(text, withoutBlocks(decodedBytes(index), blocks));
+        return toText(text, decodedBytes(index), charset);
+    return toText(text, withoutBlocks(decodedBytes(index), blocks), charset);
 }
 
 MIMEContext::Content MIMEContext::decodedContent(int index) const

@@ -62,8 +62,9 @@ public:
     /// counts.
     QString decodedText(int index) const;
 
-    /// The same without the lines of the uuencode and yEnc blocks that are listed as attachments.
-    QString displayText(int index) const;
+    /// The same without the lines of the uuencode and yEnc blocks that are listed as attachments; in
+    /// @p charset, if it has a converter, whatever the part is labelled with.
+    QString displayText(int index, const QByteArray &charset = {}) const;
 
     /// The bytes of a part after transfer decoding and, for a text, its text.
     struct Content
@@ -89,7 +90,7 @@ private:
 
     const QByteArray &source(const MIMEPart &part) const;
     QByteArray decode(const MIMEPart &part, QByteArrayView content) const;
-    QString toText(const MIMEPart &part, const QByteArray &bytes) const;
+    QString toText(const MIMEPart &part, const QByteArray &bytes, const QByteArray &wanted = {}) const;
 
     QByteArray m_text;
     std::vector<MIMEPart> m_parts;

@@ -2,6 +2,7 @@
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/readeractions.h"
 #include "ui/reader/recipientsview.h"
 
 #include <QAction>
@@ -48,7 +49,9 @@ public:
         actions.append(nullptr);
         actions.append(new QAction(icon(u"archive"_s), u"Archive"_s, &view));
         actions.append(new QAction(icon(u"junk"_s), u"Junk"_s, &view));
-        view.setHeaderActions(actions);
+        auto *own = new ReaderActions(*new ActionRegistry(&view));
+        own->setReader(&view);
+        view.setHeaderActions(actions, own->moreActions());
         view.resize(1040, 620);
         view.show();
     }
@@ -104,12 +107,12 @@ int main(int argc, char **argv)
     const QList<QByteArray> messages = messagesOf(file.readAll());
     for (const QByteArray &text : messages)
         pictures.show(text, u"%1"_s.arg(++number, 2, 10, QChar(u'0')));
-    pictures.view.action(ReaderAction::AllHeaders)->trigger();
+    pictures.view.perform(ReaderAction::AllHeaders, true);
     pictures.save(u"all-headers"_s);
-    pictures.view.action(ReaderAction::Find)->trigger();
+    pictures.view.perform(ReaderAction::Find);
     pictures.view.findChild<QLineEdit *>()->setText(u"the"_s);
     pictures.save(u"find"_s);
-    pictures.view.action(ReaderAction::AllHeaders)->trigger();
+    pictures.view.perform(ReaderAction::AllHeaders, false);
     pictures.view.resize(430, 560);
     pictures.save(u"narrow"_s);
     pictures.view.findChild<RecipientsView *>()->setExpanded(true);

@@ -8,6 +8,7 @@
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/readeractions.h"
 #include "ui/reader/sourcewindow.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -105,6 +106,8 @@ private slots:
     void boundedWork();
     void showAll();
     void actions();
+    void actionsOfAWindow();
+    void choosesACharset();
     void source();
     void looksChange();
 
@@ -238,16 +241,17 @@ void ReaderTest::findsFoldedWords()
 {
     m_view->showMessage(Message(
         mail("text/plain", "Mine\n" + QByteArray("> theirs\n").repeated(17) + "> Needle here\nEnd\n")));
-    m_view->action(ReaderAction::Find)->trigger();
+    m_view->perform(ReaderAction::Find);
     auto *bar = m_view->findChild<FindBar *>();
     QVERIFY(bar->isVisible());
     bar->findChild<QLineEdit *>()->setText(u"needle"_s);
     QCOMPARE(body()->textCursor().selectedText(), u"Needle"_s);
     QCOMPARE(body()->extraSelections().size(), 1);
-    m_view->action(ReaderAction::AllHeaders)->trigger(); // another document, folded as before
+    m_view->perform(ReaderAction::AllHeaders,
+                    !m_view->isChecked(ReaderAction::AllHeaders)); // another document, folded as before
     QCOMPARE(body()->extraSelections().size(), 0);
-    m_view->action(ReaderAction::AllHeaders)->trigger();
-    m_view->action(ReaderAction::FindNext)->trigger();
+    m_view->perform(ReaderAction::AllHeaders, !m_view->isChecked(ReaderAction::AllHeaders));
+    m_view->perform(ReaderAction::FindNext);
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QVERIFY(!bar->isVisible());
@@ -260,7 +264,7 @@ void ReaderTest::copiesWhatWasWritten()
     m_view->showMessage(Message(
         mail("text/plain", "Mine\n" + QByteArray("> theirs\n").repeated(13) + "\n" + longWord + "\nlast\n")));
     body()->selectAll();
-    m_view->action(ReaderAction::Copy)->trigger();
+    m_view->perform(ReaderAction::Copy);
     QCOMPARE(QApplication::clipboard()->text(), u"Mine\n"_s + u"theirs\n"_s.repeated(13) + u"\n"_s +
                                                     QString::fromLatin1(longWord) + u"\nlast"_s);
     QVERIFY(!QApplication::clipboard()->mimeData()->hasHtml());
@@ -284,11 +288,11 @@ void ReaderTest::header()
     QVERIFY(!label("claim")->isVisible());
     QVERIFY(label("senderAddress")->isVisible() && label("date")->isVisible() &&
             label("verdict")->isVisible());
-    m_view->action(ReaderAction::AllHeaders)->trigger();
+    m_view->perform(ReaderAction::AllHeaders, !m_view->isChecked(ReaderAction::AllHeaders));
     QVERIFY(text().contains(u"MIME-Version"_s) && text().contains(u"Fri, 20 Nov 2026 10:00:00 +0000"_s));
     m_view->clear(u"Nothing"_s);
     QVERIFY(!label("recipients")->isVisible());
-    QVERIFY(!m_view->action(ReaderAction::Source)->isEnabled());
+    QVERIFY(!m_view->can(ReaderAction::Source));
 }
 
 void ReaderTest::loadsNothing_data()
@@ -505,17 +509,63 @@ void ReaderTest::actions()
              "--b\n\nplain words\n--b\nContent-Type: text/html\n\n<i>rich</i> words\n--b--\n"));
     m_view->showMessage(message);
     QVERIFY(text().contains(u"rich words"_s));
-    m_view->action(ReaderAction::PlainText)->trigger();
+    m_view->perform(ReaderAction::PlainText, !m_view->isChecked(ReaderAction::PlainText));
     QVERIFY(text().contains(u"plain words"_s));
     setBoolSetting(Setting::DisplayPlainText, true);
     m_view->showMessage(Message(mail("text/html", "<p>only <b>rich</b></p>")));
     QCOMPARE(text(), u"only rich"_s);
     const double before = body()->document()->defaultFont().pointSizeF();
-    m_view->action(ReaderAction::ZoomIn)->trigger();
+    m_view->perform(ReaderAction::ZoomIn);
     QVERIFY(body()->document()->defaultFont().pointSizeF() > before);
-    m_view->action(ReaderAction::ZoomReset)->trigger();
+    m_view->perform(ReaderAction::ZoomReset);
     QCOMPARE(body()->document()->defaultFont().pointSizeF(), before);
     QVERIFY(!m_view->pageDown()); // it is all in view
+}
+
+void ReaderTest::actionsOfAWindow()
+{
+    QWidget window;
+    ActionRegistry registry(&window);
+    ReaderActions actions(registry);
+    MessageView other;
+    QVERIFY(!actions[ReaderAction::Find]->isEnabled());
+    actions.setReader(m_view.get());
+    m_view->showMessage(Message(mail("multipart/mixed; boundary=b", "--b\n\nplain\n--b--\n")));
+    QVERIFY(actions[ReaderAction::Find]->isEnabled());
+    QVERIFY(!actions[ReaderAction::SaveAttachments]->isEnabled());
+    QVERIFY(!actions[ReaderAction::PlainText]->isEnabled());
+    registry.find(u"reader.all-headers")->trigger();
+    QVERIFY(text().contains(u"MIME-Version"_s));
+    QVERIFY(m_view->isChecked(ReaderAction::AllHeaders));
+    actions.setReader(&other); // shows nothing
+    QVERIFY(!actions[ReaderAction::AllHeaders]->isEnabled() &&
+            !actions[ReaderAction::AllHeaders]->isChecked());
+    actions.setReader(m_view.get());
+    QVERIFY(actions[ReaderAction::AllHeaders]->isChecked());
+    m_view->showMessage(
+        Message(mail("multipart/mixed; boundary=b", "--b\n\nx\n" + attached("a.bin", "x") + "--b--\n")));
+    QCOMPARE(actions.have(), readerneeds::kMessageShown | readerneeds::kAttachmentsShown);
+    m_view.reset();
+    QCOMPARE(actions.have(), 0U);
+}
+
+void ReaderTest::choosesACharset()
+{
+    QWidget window;
+    ActionRegistry registry(&window);
+    ReaderActions actions(registry);
+    actions.setReader(m_view.get());
+    const Message message(mail("text/plain; charset=iso-8859-1", "\xD0\xD2\xC9\xD7\xC5\xD4\n"));
+    m_view->showMessage(message);
+    emit actions.charsetMenu()->aboutToShow();
+    const QList<QAction *> sets = actions.charsetMenu()->actions();
+    const auto set = std::find_if(sets.begin(), sets.end(),
+                                  [](const QAction *each) { return each->text().contains(u"KOI8-R"); });
+    QVERIFY(set != sets.end());
+    (*set)->trigger();
+    QCOMPARE(text(), u"привет"_s);
+    m_view->showMessage(message); // chosen for that once
+    QCOMPARE(text(), u"\u00D0\u00D2\u00C9\u00D7\u00C5\u00D4"_s);
 }
 
 void ReaderTest::source()

@@ -1,21 +1,22 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "message/useragent.h"
+#include "ui/list/messagelist.h"
 #include "ui/look/looks.h"
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
 #include "ui/main/dialogs.h"
 #include "ui/main/groupcommands.h"
-#include "ui/tree/grouptree.h"
 #include "ui/main/lettersbar.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainactions.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messageboxes.h"
 #include "ui/main/messagecommands.h"
-#include "ui/list/messagelist.h"
 #include "ui/main/panes.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/readeractions.h"
+#include "ui/tree/grouptree.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -47,11 +48,11 @@ void MainWindow::createMenus()
     QMenu *edit = menuBar()->addMenu(u"&Edit"_s);
     m_actions->addTo(edit, Act::Undo, Act::DeleteForGood);
     edit->addSeparator();
-    edit->addAction(m_reader->action(ReaderAction::Copy));
+    edit->addAction((*m_readerActions)[ReaderAction::Copy]);
     m_actions->addTo(edit, Act::SelectAllMessages, Act::SelectThread);
     edit->addSeparator();
     for (const ReaderAction action : {ReaderAction::Find, ReaderAction::FindNext, ReaderAction::FindPrevious})
-        edit->addAction(m_reader->action(action));
+        edit->addAction((*m_readerActions)[action]);
     createViewMenu();
     QMenu *go = menuBar()->addMenu(u"&Go"_s);
     m_actions->addTo(go, Act::Next, Act::PreviousPane);
@@ -65,7 +66,7 @@ void MainWindow::createFileMenu()
 {
     QMenu *file = menuBar()->addMenu(u"&File"_s);
     m_actions->addTo(file, Act::NewGroup, Act::SaveAs);
-    file->addAction(m_reader->action(ReaderAction::SaveAttachments));
+    file->addAction((*m_readerActions)[ReaderAction::SaveAttachments]);
     m_actions->addTo(file, Act::Quit, Act::Quit);
 }
 
@@ -75,13 +76,13 @@ void MainWindow::createViewMenu()
     menuBar()->addMenu(m_viewMenu);
     m_actions->addTo(m_viewMenu, Act::Classic, Act::CollapseAll);
     m_viewMenu->addSeparator();
-    for (const ReaderAction action :
-         {ReaderAction::AllHeaders, ReaderAction::PlainText, ReaderAction::Source})
-        m_viewMenu->addAction(m_reader->action(action));
+    for (const ReaderAction action : {ReaderAction::AllHeaders, ReaderAction::PlainText,
+                                      ReaderAction::CharacterSet, ReaderAction::Source})
+        m_viewMenu->addAction((*m_readerActions)[action]);
     m_viewMenu->addSeparator();
     QMenu *zoom = m_viewMenu->addMenu(u"&Zoom"_s);
     for (const ReaderAction action : {ReaderAction::ZoomIn, ReaderAction::ZoomOut, ReaderAction::ZoomReset})
-        zoom->addAction(m_reader->action(action));
+        zoom->addAction((*m_readerActions)[action]);
     QMenu *look = m_viewMenu->addMenu(u"Loo&k"_s);
     m_actions->addTo(look, Act::LookDesktop, Act::Compact);
 }
@@ -275,7 +276,7 @@ void MainWindow::messageMenu(const QPoint &position)
     m_actions->addTo(menu, Act::Junk, Act::CopyTo);
     menu->addSeparator();
     menu->addAction((*m_actions)[Act::SaveAs]);
-    menu->addAction(m_reader->action(ReaderAction::Source));
+    menu->addAction((*m_readerActions)[ReaderAction::Source]);
     menu->addSeparator();
     menu->addAction((*m_actions)[Act::Delete]);
     menu->popup(position);

@@ -4,23 +4,24 @@
 #include "engine/engine.h"
 #include "engine/storetasks.h"
 #include "store/mailbox/messagefile.h"
+#include "ui/list/messagelist.h"
+#include "ui/look/askingbar.h"
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/main/groupcommands.h"
-#include "ui/tree/grouptree.h"
 #include "ui/main/linedbar.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainactions.h"
 #include "ui/main/messageboxes.h"
 #include "ui/main/messagecommands.h"
-#include "ui/list/messagelist.h"
-#include "ui/texts/messagetexts.h"
 #include "ui/main/messagewindow.h"
 #include "ui/main/panes.h"
 #include "ui/main/statusline.h"
 #include "ui/main/welcome.h"
-#include "ui/look/askingbar.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/readeractions.h"
+#include "ui/texts/messagetexts.h"
+#include "ui/tree/grouptree.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -70,6 +71,7 @@ MainWindow::MainWindow(Engine &engine, Looks &looks)
     : m_engine(engine)
     , m_looks(looks)
     , m_actions(new MainActions(this))
+    , m_readerActions(new ReaderActions(*new ActionRegistry(this)))
     , m_boxes(new MessageBoxes(this))
     , m_viewMenu(new QMenu(this))
 {
@@ -111,7 +113,9 @@ void MainWindow::createPanes()
     m_reader->setObjectName(u"reader"_s);
     m_reader->setHeaderActions({(*m_actions)[Act::Previous], (*m_actions)[Act::PreviousUnread],
                                 (*m_actions)[Act::NextUnread], (*m_actions)[Act::Next], nullptr,
-                                (*m_actions)[Act::Junk]});
+                                (*m_actions)[Act::Junk]},
+                               m_readerActions->moreActions());
+    m_readerActions->setReader(m_reader);
     m_panes = new Panes(m_tree, m_listPane, m_reader);
     m_status = new StatusLine(m_engine.tasks());
     auto *page = new QWidget;

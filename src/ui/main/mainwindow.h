@@ -22,6 +22,7 @@ class MessageList;
 class MessageView;
 class Panes;
 class QMenu;
+class ReaderActions;
 class QToolBar;
 class StatusLine;
 class Task;
@@ -114,6 +115,7 @@ private:
     MainActions *m_actions;
     MessageBoxes *m_boxes;
     QMenu *m_viewMenu;
+    ReaderActions *m_readerActions;
     QToolBar *m_mainBar;
     GroupTree *m_tree;
     ListPane *m_listPane;

@@ -1,8 +1,9 @@
 #include "ui/main/messagewindow.h"
 
 #include "config/settings.h"
-#include "ui/texts/messagetexts.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/readeractions.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QAction>
 
@@ -20,6 +21,9 @@ MessageWindow::MessageWindow(const Message &message, QWidget *parent)
     setWindowTitle(subjectOrNone(message.subject()));
     auto *view = new MessageView;
     setCentralWidget(view);
+    auto *actions = new ReaderActions(*new ActionRegistry(this));
+    actions->setReader(view);
+    view->setHeaderActions({}, actions->moreActions());
     auto *close = new QAction(u"Close"_s, this);
     close->setShortcuts({QKeySequence(u"Ctrl+W"_s), QKeySequence(Qt::Key_Escape)});
     addAction(close);

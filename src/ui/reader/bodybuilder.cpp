@@ -68,7 +68,7 @@ void BodyBuilder::sanitizeAll()
         if (section.kind != BodySection::Html || m_options.plan.preferPlain)
             continue;
         m_facts.isPlain = false;
-        const QString text = m_message.mime().displayText(section.part);
+        const QString text = m_message.mime().displayText(section.part, m_options.charset);
         HtmlOptions options;
         options.cap = std::max<qsizetype>(left, 1);
         options.fontSize = QFontInfo(m_style.font).pixelSize();
@@ -152,11 +152,11 @@ void BodyBuilder::separate(BodyWriter &writer, int part, BodySection::Kind kind)
 void BodyBuilder::writeText(BodyWriter &writer, int part)
 {
     const MIMEPart &entry = m_message.mime().part(part);
-    const QString text = m_message.mime().displayText(part);
+    const QString text = m_message.mime().displayText(part, m_options.charset);
     if (text.trimmed().isEmpty() && m_plan.sections.size() > 1)
         return;
     separate(writer, part, BodySection::Text);
-    if (entry.type == OtherTextPart &&
+    if (entry.type == OtherTextPart && m_options.charset.isEmpty() &&
         (entry.contenttype == "text/plain" || entry.contenttype == "text/html"))
         writer.note(
             translated("The character set \u201c%1\u201d is not known here. Some letters may be wrong.")
@@ -233,7 +233,7 @@ void BodyBuilder::writeHtml(BodyWriter &writer, int part)
 {
     separate(writer, part, BodySection::Html);
     if (m_options.plan.preferPlain)
-        return addText(writer, htmlToText(m_message.mime().displayText(part)), {});
+        return addText(writer, htmlToText(m_message.mime().displayText(part, m_options.charset)), {});
     const SafeHtml &html = m_html[part];
     if (html.html.isEmpty())
         writer.note(translated("This message has no text."));

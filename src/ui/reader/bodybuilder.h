@@ -18,6 +18,7 @@ struct BodyOptions
     bool allHeaders = false;
     bool everything = false; ///< texts whole, not just their beginnings
     double zoom = 1;
+    QByteArray charset;      ///< of all texts, whatever they are labelled with; empty: as labelled
     int width = 800; ///< pixels that pictures may take
 };
 

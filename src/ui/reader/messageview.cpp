@@ -1,13 +1,15 @@
 #include "ui/reader/messageview.h"
 
+#include "config/directory.h"
 #include "config/settings.h"
 #include "html/urls.h"
 #include "message/mimecontext.h"
+#include "message/safename.h"
+#include "ui/look/askingbar.h"
 #include "ui/look/emptystate.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/look/askingbar.h"
 #include "ui/reader/attachmentactions.h"
 #include "ui/reader/attachmentstrip.h"
 #include "ui/reader/bodybuilder.h"
@@ -15,11 +17,13 @@
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
-#include "ui/texts/harmless.h"
+#include "ui/reader/readeractions.h"
 #include "ui/reader/sourcewindow.h"
+#include "ui/texts/harmless.h"
 
 #include <QAction>
 #include <QEvent>
+#include <QFileDialog>
 #include <QMenu>
 #include <QResizeEvent>
 #include <QScrollBar>
@@ -41,43 +45,6 @@ constexpr double kGreatestZoom = 4;
 constexpr int kResizeRest = 200;  ///< ms after the last change of the width until pictures are fitted anew
 constexpr int kWideEnough = 1600; ///< pixels: pictures need not be wider than this in any window
 
-struct ActionRow
-{
-    ReaderAction action;
-    const char *name;
-    const char *text;
-    QKeyCombination key; ///< Key_unknown: none of its own
-    bool checkable;
-};
-
-constexpr std::array kActions = {
-    ActionRow{ReaderAction::AllHeaders, "allHeaders", QT_TRANSLATE_NOOP("MessageView", "All &headers"),
-              Qt::CTRL | Qt::Key_H, true},
-    ActionRow{ReaderAction::PlainText, "plainText", QT_TRANSLATE_NOOP("MessageView", "As &plain text"),
-              Qt::Key_unknown, true},
-    ActionRow{ReaderAction::Source, "source", QT_TRANSLATE_NOOP("MessageView", "So&urce"),
-              Qt::CTRL | Qt::Key_U, false},
-    ActionRow{ReaderAction::Find, "find", QT_TRANSLATE_NOOP("MessageView", "&Find in message"),
-              Qt::CTRL | Qt::Key_F, false},
-    ActionRow{ReaderAction::FindNext, "findNext", QT_TRANSLATE_NOOP("MessageView", "Find &next"), Qt::Key_F3,
-              false},
-    ActionRow{ReaderAction::FindPrevious, "findPrevious", QT_TRANSLATE_NOOP("MessageView", "Find pre&vious"),
-              Qt::SHIFT | Qt::Key_F3, false},
-    ActionRow{ReaderAction::ZoomIn, "zoomIn", QT_TRANSLATE_NOOP("MessageView", "&Larger text"),
-              Qt::CTRL | Qt::Key_Plus, false},
-    ActionRow{ReaderAction::ZoomOut, "zoomOut", QT_TRANSLATE_NOOP("MessageView", "S&maller text"),
-              Qt::CTRL | Qt::Key_Minus, false},
-    ActionRow{ReaderAction::ZoomReset, "zoomReset", QT_TRANSLATE_NOOP("MessageView", "Text of usual si&ze"),
-              Qt::CTRL | Qt::Key_0, false},
-    ActionRow{ReaderAction::Copy, "copy", QT_TRANSLATE_NOOP("MessageView", "&Copy"), Qt::CTRL | Qt::Key_C,
-              false},
-    ActionRow{ReaderAction::SelectAll, "selectAll", QT_TRANSLATE_NOOP("MessageView", "Select &all"),
-              Qt::Key_unknown, false},
-    ActionRow{ReaderAction::SaveAttachments, "saveAttachments",
-              QT_TRANSLATE_NOOP("MessageView", "&Save attachments…"), Qt::Key_unknown, false},
-};
-static_assert(kActions.size() == kReaderActionCount);
-
 /// A document hands a link back in an encoding of its own, international names of hosts above all.
 bool isSameTarget(const QString &a, const QString &b)
 {
@@ -89,13 +56,14 @@ bool isSameTarget(const QString &a, const QString &b)
 MessageView::MessageView(QWidget *parent)
     : QWidget(parent)
     , m_more(new QMenu(this))
+    , m_moreAction(new QAction(icon(u"more"_s), tr("More"), this))
     , m_stack(new QStackedLayout(this))
     , m_rest(new QTimer(this))
     , m_rebuild(new QTimer(this))
 {
     setSurface(this, Role::Base);
+    m_moreAction->setMenu(m_more);
     createPanes();
-    createActions();
     connectPanes();
     m_rebuild->setSingleShot(true);
     connect(m_rebuild, &QTimer::timeout, this, &MessageView::refresh);
@@ -136,32 +104,16 @@ void MessageView::createPanes()
     setFocusProxy(m_body);
 }
 
-void MessageView::createActions()
+void MessageView::setHeaderActions(const QList<QAction *> &buttons, const QList<QAction *> &more)
 {
-    for (const ActionRow &row : kActions) {
-        auto *made = new QAction(tr(row.text), this);
-        made->setObjectName(QString::fromLatin1(row.name));
-        if (row.key.key() != Qt::Key_unknown)
-            made->setShortcut(QKeySequence(row.key));
-        made->setCheckable(row.checkable);
-        m_actions[std::size_t(row.action)] = made;
-        addAction(made);
+    m_more->clear();
+    for (QAction *action : more) {
+        if (action)
+            m_more->addAction(action);
+        else
+            m_more->addSeparator();
     }
-    // the plus of the main row needs no shift; the editing keys belong to where the focus is
-    action(ReaderAction::ZoomIn)
-        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
-    action(ReaderAction::Copy)->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    for (const ReaderAction which : {ReaderAction::AllHeaders, ReaderAction::PlainText, ReaderAction::Source,
-                                     ReaderAction::Find, ReaderAction::SaveAttachments})
-        m_more->addAction(action(which));
-    m_moreAction = new QAction(icon(u"more"_s), tr("More"), this);
-    m_moreAction->setMenu(m_more);
-    setHeaderActions({});
-}
-
-void MessageView::setHeaderActions(const QList<QAction *> &actions)
-{
-    m_header->setActions(actions + QList<QAction *>{m_moreAction});
+    m_header->setActions(more.isEmpty() ? buttons : buttons + QList<QAction *>{m_moreAction});
     for (QToolButton *button : m_header->findChildren<QToolButton *>())
         if (button->defaultAction() == m_moreAction)
             button->setPopupMode(QToolButton::InstantPopup);
@@ -169,21 +121,6 @@ void MessageView::setHeaderActions(const QList<QAction *> &actions)
 
 void MessageView::connectPanes()
 {
-    const auto on = [this](ReaderAction which, auto slot) {
-        connect(action(which), &QAction::triggered, this, slot);
-    };
-    on(ReaderAction::AllHeaders, &MessageView::build);
-    on(ReaderAction::PlainText, &MessageView::build);
-    on(ReaderAction::Source, &MessageView::showSource);
-    on(ReaderAction::Find, [this] { m_find->open(); });
-    on(ReaderAction::FindNext, [this] { m_find->findNext(); });
-    on(ReaderAction::FindPrevious, [this] { m_find->findPrevious(); });
-    on(ReaderAction::ZoomIn, [this] { setZoom(m_zoom * kZoomStep); });
-    on(ReaderAction::ZoomOut, [this] { setZoom(m_zoom / kZoomStep); });
-    on(ReaderAction::ZoomReset, [this] { setZoom(1); });
-    on(ReaderAction::Copy, [this] { m_body->copy(); });
-    on(ReaderAction::SelectAll, [this] { m_body->selectAll(); });
-    on(ReaderAction::SaveAttachments, [this] { m_attachments->save(m_builder->facts().attachments); });
     connect(m_body, &BodyView::linkClicked, this, &MessageView::followLink);
     connect(m_body, &BodyView::linkHovered, this, &MessageView::linkHovered);
     connect(m_body, &BodyView::zoomRequested, this,
@@ -194,6 +131,61 @@ void MessageView::connectPanes()
     m_body->setFoldText([this](int id) { return m_builder ? m_builder->foldedText(id) : QString(); });
 }
 
+void MessageView::perform(ReaderAction which, bool checked)
+{
+    if (!can(which))
+        return;
+    switch (which) {
+    case ReaderAction::SaveAttachments: return m_attachments->save(m_builder->facts().attachments);
+    case ReaderAction::SaveRaw: return saveRaw();
+    case ReaderAction::Copy: return m_body->copy();
+    case ReaderAction::SelectAll: return m_body->selectAll();
+    case ReaderAction::Find: return m_find->open();
+    case ReaderAction::FindNext: return m_find->findNext();
+    case ReaderAction::FindPrevious: return m_find->findPrevious();
+    case ReaderAction::AllHeaders: m_allHeaders = checked; return build();
+    case ReaderAction::PlainText: m_plainText = checked; return build();
+    case ReaderAction::CharacterSet: return; // has a menu
+    case ReaderAction::Source: return showSource();
+    case ReaderAction::PartsTree: return emit partsTreeWanted();
+    case ReaderAction::ShowRemote:
+    case ReaderAction::TrustSender: return;
+    case ReaderAction::ZoomIn: return setZoom(m_zoom * kZoomStep);
+    case ReaderAction::ZoomOut: return setZoom(m_zoom / kZoomStep);
+    case ReaderAction::ZoomReset: return setZoom(1);
+    }
+}
+
+bool MessageView::can(ReaderAction which) const
+{
+    return (rowOf(which).needs & ~have()) == 0;
+}
+
+bool MessageView::isChecked(ReaderAction which) const
+{
+    return (which == ReaderAction::AllHeaders && m_allHeaders) ||
+           (which == ReaderAction::PlainText && m_plainText);
+}
+
+unsigned MessageView::have() const
+{
+    if (!m_hasMessage)
+        return 0;
+    const BodyFacts &facts = m_builder->facts();
+    unsigned have = readerneeds::kMessageShown;
+    if (!facts.attachments.isEmpty())
+        have |= readerneeds::kAttachmentsShown;
+    if (facts.hasBothForms || !facts.isPlain || m_plainText)
+        have |= readerneeds::kHtmlOffered;
+    return have;
+}
+
+void MessageView::setCharset(const QByteArray &charset)
+{
+    m_charset = charset;
+    refresh();
+}
+
 void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
 {
     m_message = message;
@@ -202,9 +194,8 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_everything = false;
     m_bar->hide();
     m_attachments->setMessage(message);
-    action(ReaderAction::PlainText)->setChecked(boolSetting(Setting::DisplayPlainText));
-    for (QAction *each : m_actions)
-        each->setEnabled(true);
+    m_plainText = boolSetting(Setting::DisplayPlainText);
+    m_charset.clear();
     m_header->showMessage(m_message, m_marks);
     build();
     m_stack->setCurrentWidget(m_page);
@@ -228,9 +219,8 @@ void MessageView::clear(const QString &title, const QString &sentence)
     m_empty->setTexts(title.isEmpty() ? tr("No message selected") : title,
                       title.isEmpty() && sentence.isEmpty() ? tr("Choose one in the list to read it here.")
                                                             : sentence);
-    for (QAction *each : m_actions)
-        each->setEnabled(false);
     m_stack->setCurrentWidget(m_empty);
+    emit actionsChanged();
 }
 
 void MessageView::refresh()
@@ -247,9 +237,10 @@ void MessageView::build()
 {
     m_rest->stop();
     BodyOptions options;
-    options.plan.preferPlain = action(ReaderAction::PlainText)->isChecked();
+    options.plan.preferPlain = m_plainText;
     options.plan.images = !boolSetting(Setting::DisableImageDisplay);
-    options.allHeaders = action(ReaderAction::AllHeaders)->isChecked();
+    options.allHeaders = m_allHeaders;
+    options.charset = m_charset;
     options.everything = m_everything;
     options.zoom = m_zoom;
     options.width = std::min(std::max(m_body->viewport()->width(), 320), kWideEnough);
@@ -278,9 +269,7 @@ void MessageView::showFacts()
         m_header->setVerdict(u"encrypt"_s, tr("Encrypted"));
     else
         m_header->setVerdict(u"signed"_s, facts.isSigned ? tr("Signed, not checked") : QString());
-    action(ReaderAction::SaveAttachments)->setEnabled(!facts.attachments.isEmpty());
-    action(ReaderAction::PlainText)
-        ->setEnabled(facts.hasBothForms || !facts.isPlain || action(ReaderAction::PlainText)->isChecked());
+    emit actionsChanged();
 }
 
 void MessageView::showRemoteImages()
@@ -347,6 +336,24 @@ void MessageView::showSource()
 {
     if (m_hasMessage)
         (new SourceWindow(m_message.text(), harmlessLine(m_message.subject(), 200), this))->show();
+}
+
+void MessageView::saveRaw()
+{
+    const QString subject = m_message.subject();
+    auto *dialog = new QFileDialog(this, tr("Save message as received"), documentsDirectory());
+    dialog->setObjectName(u"saveRaw"_s);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave); // asks before it replaces a file
+    dialog->setNameFilter(tr("Message (*.eml)"));
+    dialog->selectFile(safeFileName(subject.isEmpty() ? tr("No subject") : subject) + u".eml"_s);
+    connect(dialog, &QFileDialog::fileSelected, this, [this, message = m_message](const QString &path) {
+        if (message.saveAsText(path, SavedText::Raw, LineEnds::Lf))
+            m_bar->tell(MessageBar::Kind::Good, tr("Saved as %1.").arg(path));
+        else
+            m_bar->tell(MessageBar::Kind::Error, tr("%1 could not be written.").arg(path));
+    });
+    dialog->open();
 }
 
 bool MessageView::pageDown()

@@ -5,7 +5,6 @@
 
 #include <QWidget>
 
-#include <array>
 #include <memory>
 
 class AskingBar;
@@ -19,24 +18,7 @@ class FindBar;
 class QMenu;
 class QStackedLayout;
 class QTimer;
-
-/// What the reader can do by itself. The window puts these into its menus; their keys work wherever in the
-/// window the focus is.
-enum class ReaderAction {
-    AllHeaders, ///< checkable, Ctrl+H
-    PlainText,  ///< checkable; of a message that has both forms, or HTML alone as text
-    Source,     ///< Ctrl+U
-    Find,       ///< Ctrl+F
-    FindNext,   ///< F3
-    FindPrevious,
-    ZoomIn,
-    ZoomOut,
-    ZoomReset,
-    Copy,
-    SelectAll,
-    SaveAttachments,
-};
-constexpr int kReaderActionCount = int(ReaderAction::SaveAttachments) + 1;
+enum class ReaderAction;
 
 /// Shows one message: header card, text, attachments. It reads nothing but the message it is given, and
 /// neither stores nor sends anything.
@@ -59,10 +41,21 @@ public:
     /// Builds the text anew: settings or the look have changed.
     void refresh();
 
-    QAction *action(ReaderAction which) const { return m_actions[std::size_t(which)]; }
-    /// The window's own buttons in the header card, before the reader's "More"; null pointers are separators.
-    void setHeaderActions(const QList<QAction *> &actions);
-    QMenu *moreMenu() const { return m_more; }
+    /// Does nothing when it cannot be done now. @p checked counts for actions that are on or off.
+    void perform(ReaderAction which, bool checked = false);
+    bool can(ReaderAction which) const;
+    bool isChecked(ReaderAction which) const;
+    /// The bits of readerneeds (readeractions.h) that hold for what is shown.
+    unsigned have() const;
+
+    /// The window's buttons in the header card, and what stands in the menu of its "More"; null pointers are
+    /// separators.
+    void setHeaderActions(const QList<QAction *> &buttons, const QList<QAction *> &more);
+
+    /// The character set that the texts of this message are read in, whatever they are labelled with; empty:
+    /// as labelled. The next message begins with none.
+    QByteArray charset() const { return m_charset; }
+    void setCharset(const QByteArray &charset);
 
     /// Opens a window with the text of the message as it is stored.
     void showSource();
@@ -73,8 +66,12 @@ public:
     QString selectedText() const;
 
 signals:
+    /// What can be done, or what is on, has changed.
+    void actionsChanged();
     /// A link was clicked and may be followed: its scheme is http, https, mailto, ftp, news or nntp.
     void linkActivated(const QString &target);
+    /// The tree of the message's parts is to be shown.
+    void partsTreeWanted();
     /// The link under the mouse, for the status line; empty when there is none any more.
     void linkHovered(const QString &target);
     /// A clicked link shows one host and leads to another; the bar asks whether to follow it all the same.
@@ -85,7 +82,6 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void createActions();
     void createPanes();
     void connectPanes();
     void build();
@@ -96,15 +92,18 @@ private:
     void unfold(int id);
     void unfoldFor(const QString &text);
     void setZoom(double zoom);
+    void saveRaw();
 
     Message m_message;
     ReaderMarks m_marks;
     bool m_hasMessage = false;
     bool m_everything = false;
+    bool m_allHeaders = false;
+    bool m_plainText = false;
+    QByteArray m_charset;
     double m_zoom = 1;
-    std::array<QAction *, kReaderActionCount> m_actions = {};
     QMenu *m_more;
-    QAction *m_moreAction = nullptr;
+    QAction *m_moreAction;
     QStackedLayout *m_stack;
     EmptyState *m_empty;
     QWidget *m_page;
