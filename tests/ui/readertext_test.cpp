@@ -3,9 +3,9 @@
 #include "support/scratch.h"
 #include "ui/reader/attachmentfiles.h"
 #include "ui/reader/bodyplan.h"
+#include "ui/reader/plaintext.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
-#include "ui/reader/plaintext.h"
 
 #include <QTest>
 
@@ -25,7 +25,8 @@ QStringList written(const PlainText &text)
 
 QString written(const BodyPlan &plan)
 {
-    static constexpr const char *kKinds[] = {"text", "html", "image", "delivery", "piece", "(", ")", "note"};
+    static constexpr const char *kKinds[] = {"text", "html", "image", "delivery", "piece",
+                                             "(",    ")",    "note",  "data"};
     QStringList out;
     for (const BodySection &section : plan.sections)
         out.append(QString::fromLatin1(kKinds[section.kind]) +
@@ -215,8 +216,12 @@ void ReaderTextTest::plans_data()
     row("the richest form", multipart("alternative", {plain, html}), u"html1"_s);
     row("the plain form, if preferred", multipart("alternative", {plain, html}), u"text0"_s, true);
     row("HTML in a false order", multipart("alternative", {html, plain}), u"html0"_s);
-    row("an invitation beside its text is a file", multipart("alternative", {plain, "text/calendar"}),
-        u"text0 @1"_s);
+    row("an invitation stands above its text", multipart("alternative", {plain, "text/calendar"}),
+        u"data1 text0 @1"_s);
+    row("a contact by its name", multipart("mixed", {plain, "application/octet-stream; name=A.VCF"}),
+        u"text0 data1 @1"_s);
+    row("a receipt is no file", multipart("report", {plain, "message/disposition-notification"}),
+        u"text0 data1"_s);
     row("text, file, footer", multipart("mixed", {plain, "application/pdf; name=a.pdf", plain}),
         u"text0 text2 @1"_s);
     row("a text that is attached", multipart("mixed", {plain, "text/plain\nContent-Disposition: attachment"}),

@@ -125,7 +125,14 @@ void BodyBuilder::write(BodyWriter &writer, const BodySection &section)
     case BodySection::Text: return writeText(writer, section.part);
     case BodySection::Html: return writeHtml(writer, section.part);
     case BodySection::Image: return writeImage(writer, section.part);
+    case BodySection::Data:
+        if (!writeCards(writer, section.part))
+            writer.note(translated("\u201c%1\u201d cannot be read. It may be saved all the same.")
+                            .arg(harmlessLine(m_message.mime().part(section.part).displayName(), 200)));
+        return;
     case BodySection::Delivery:
+        if (writeCards(writer, section.part))
+            return;
         separate(writer, section.part, section.kind);
         return addText(writer, deliveryStatusText(m_message.mime().decodedBytes(section.part)), {});
     case BodySection::Piece: return writePiece(writer, section.part);
@@ -259,21 +266,30 @@ void BodyBuilder::writeImage(BodyWriter &writer, int part)
                    fitted(extent.size, m_options.width - 2 * kMargin));
 }
 
+/// False: nothing can be read in the part.
+bool BodyBuilder::writeCards(BodyWriter &writer, int part)
+{
+    const QList<DataCard> cards = partCards(m_message, part);
+    for (const DataCard &card : cards) {
+        if (m_cards.contains(card))
+            continue;
+        writer.dataCard(card);
+        m_cards.append(card);
+        m_first = true; // the card itself parts it from what follows
+    }
+    return !cards.isEmpty();
+}
+
 void BodyBuilder::writePiece(BodyWriter &writer, int part)
 {
     separate(writer, part, BodySection::Piece);
     const auto piece = MIMEPartial::describe(m_message.text());
     if (!piece)
-        writer.note(
-            translated("This is a piece of a longer message. The other pieces are messages of their own."));
+        writer.note(translated("A part of a longer message"));
     else if (piece->total > 0)
-        writer.note(
-            translated("This is piece %1 of %2 of a longer message. The others are messages of their own.")
-                .arg(piece->number)
-                .arg(piece->total));
+        writer.note(translated("Part %1 of %2 of a longer message").arg(piece->number).arg(piece->total));
     else
-        writer.note(translated("This is piece %1 of a longer message. The others are messages of their own.")
-                        .arg(piece->number));
+        writer.note(translated("Part %1 of a longer message").arg(piece->number));
     addText(writer, decodeUnlabelled(m_message.mime().decodedBytes(part)), {});
 }
 

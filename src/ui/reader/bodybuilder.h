@@ -4,6 +4,7 @@
 #include "message/message.h"
 #include "ui/reader/bodyplan.h"
 #include "ui/reader/bodystyle.h"
+#include "ui/reader/datacard.h"
 #include "ui/reader/plaintext.h"
 
 #include <QSet>
@@ -17,8 +18,8 @@ struct BodyOptions
     PlanOptions plan;
     bool allHeaders = false;
     bool everything = false; ///< texts whole, not just their beginnings
-    double zoom = 1;
     QByteArray charset;      ///< of all texts, whatever they are labelled with; empty: as labelled
+    double zoom = 1;
     int width = 800; ///< pixels that pictures may take
 };
 
@@ -85,6 +86,7 @@ private:
     void writeHtml(BodyWriter &writer, int part);
     void writeImage(BodyWriter &writer, int part);
     void writePiece(BodyWriter &writer, int part);
+    bool writeCards(BodyWriter &writer, int part);
     void writeEnclosed(BodyWriter &writer, int part);
     void addText(BodyWriter &writer, QStringView text, const PlainTextOptions &options);
     int writeLines(BodyWriter &writer, const Text &text, int from, int most);
@@ -100,6 +102,7 @@ private:
     BodyFacts m_facts;
     QHash<int, SafeHtml> m_html;
     QSet<QByteArray> m_shownIds; ///< Content-IDs of pictures that stand in the HTML
+    QList<DataCard> m_cards;     ///< that are written: an invitation often comes twice
     QList<Text> m_texts;
     QList<Pending> m_pending;
     int m_folds = 0;

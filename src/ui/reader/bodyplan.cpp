@@ -1,6 +1,7 @@
 #include "ui/reader/bodyplan.h"
 
 #include "message/mimecontext.h"
+#include "ui/reader/datacard.h"
 
 #include <QCoreApplication>
 
@@ -10,6 +11,7 @@ namespace {
 
 constexpr int kMostSections = 300; ///< a document of ten thousand pieces is no reading
 constexpr int kMostImages = 40;
+constexpr qsizetype kLargestData = 2 * 1024 * 1024; ///< bytes of contacts or events that become cards
 
 QString translated(const char *text)
 {
@@ -61,6 +63,8 @@ private:
             return multipart(part, entry.type);
         if (isOffered(part))
             m_plan.attachments.append(part);
+        if (hasCards(part))
+            return add(BodySection::Data, part);
         if (entry.type == ImagePart)
             return image(part);
         if (isTextCategory(entry.type))
@@ -75,11 +79,20 @@ private:
     bool isOffered(int part) const
     {
         const MIMEPart &entry = at(part);
-        if (entry.type == PgpSignaturePart || entry.type == PgpEncryptedPart || entry.type == PartialPart)
+        const DataKind kind = dataKindOf(entry);
+        if (entry.type == PgpSignaturePart || entry.type == PgpEncryptedPart || entry.type == PartialPart ||
+            kind == DataKind::Receipt || kind == DataKind::Elsewhere)
             return false;
+        if (kind != DataKind::None)
+            return true;
         const bool inDigest = entry.parent >= 0 && at(entry.parent).type == DigestPart;
         return entry.isAttachment() || !entry.name.isEmpty() ||
                (entry.contenttype == "message/rfc822" && !inDigest && m_mime.type() != DigestPart);
+    }
+
+    bool hasCards(int part) const
+    {
+        return dataKindOf(at(part)) != DataKind::None && at(part).length <= kLargestData;
     }
 
     void multipart(int part, int type)
@@ -121,10 +134,13 @@ private:
             chosen = plain;
         else if (html >= 0)
             chosen = html;
+        for (const int child : childrenOf(part)) // an invitation says more than the text beside it
+            if (hasCards(child))
+                plan(child);
         for (const int child : childrenOf(part)) {
             if (child == chosen)
                 plan(child);
-            else if (formOf(child) == AttachmentPart)
+            else if (formOf(child) == AttachmentPart && !hasCards(child))
                 leaves(child);
         }
     }
@@ -138,10 +154,12 @@ private:
             part = childrenOf(part).first();
         }
         const int type = at(part).type;
+        if (hasCards(part))
+            return AttachmentPart;
         if (type == HtmlPart || type == PlainTextPart)
             return type;
-        return type == OtherTextPart && at(part).contenttype != "text/calendar" ? OtherTextPart
-                                                                                : AttachmentPart;
+        return type == OtherTextPart && dataKindOf(at(part)) == DataKind::None ? OtherTextPart
+                                                                               : AttachmentPart;
     }
 
     /// A form that is not shown can still be saved.
@@ -156,13 +174,8 @@ private:
     void text(int part)
     {
         const MIMEPart &entry = at(part);
-        const bool isData = entry.type == VCardPart || entry.contenttype == "text/calendar";
-        if (entry.disposition == "attachment" || isData) {
-            if (isData && !m_plan.attachments.contains(part))
-                m_plan.attachments.append(part);
-        } else {
+        if (entry.disposition != "attachment" && dataKindOf(entry) == DataKind::None)
             add(entry.type == HtmlPart ? BodySection::Html : BodySection::Text, part);
-        }
         planAll(childrenOf(part)); // files that stand in the text (uuencode, yEnc)
     }
 

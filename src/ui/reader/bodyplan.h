@@ -20,6 +20,7 @@ struct BodySection
         Enclosed, ///< an enclosed message begins: its header
         End,      ///< the innermost enclosed message ends
         Note,     ///< words of ours in `note`
+        Data,     ///< what is said on cards (datacard.h)
     };
 
     Kind kind = Text;

@@ -7,6 +7,7 @@
 #include "message/message.h"
 #include "ui/look/metrics.h"
 #include "ui/reader/bodyformat.h"
+#include "ui/reader/datacard.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
 #include "ui/reader/htmlquotes.h"
@@ -235,14 +236,58 @@ void BodyWriter::field(const QString &name, const QString &value)
     m_cursor.insertText(value, {});
 }
 
+void BodyWriter::cardTitle(const QString &title)
+{
+    QTextCharFormat format;
+    format.setFontWeight(QFont::DemiBold);
+    format.setFontPointSize(m_style.font.pointSizeF() > 0 ? m_style.font.pointSizeF() * scale::title : 12);
+    startBlock(paragraph(), format);
+    m_cursor.insertText(title, format);
+}
+
+void BodyWriter::dataCard(const DataCard &card)
+{
+    beginCard();
+    if (!card.badge.isEmpty()) {
+        startBlock(paragraph(), coloured(m_style.text2));
+        m_cursor.insertText(card.badge, coloured(m_style.text2));
+    }
+    cardTitle(card.title);
+    cardRows(card);
+    endCard();
+}
+
+/// Labels in a column of their own, so that values of several lines keep one edge.
+void BodyWriter::cardRows(const DataCard &card)
+{
+    if (card.rows.isEmpty())
+        return;
+    const QFontMetrics metrics(m_style.font);
+    int widest = 0;
+    for (const DataCard::Row &row : card.rows)
+        widest = std::max(widest, metrics.horizontalAdvance(row.label));
+    QTextTableFormat format;
+    format.setBorder(0);
+    format.setCellSpacing(0);
+    format.setCellPadding(2);
+    format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::card),
+                                      QTextLength(QTextLength::PercentageLength, 100)});
+    QTextTable *table = m_cursor.insertTable(int(card.rows.size()), 2, format);
+    for (int at = 0; at < card.rows.size(); ++at) {
+        const DataCard::Row &row = card.rows[at];
+        table->cellAt(at, 0).firstCursorPosition().insertText(row.label, coloured(m_style.text2));
+        table->cellAt(at, 1).firstCursorPosition().insertText(
+            row.value, row.link.isEmpty() ? QTextCharFormat() : linkFormat(m_style.link, row.link));
+    }
+    m_cursor = table->lastCursorPosition();
+    m_cursor.movePosition(QTextCursor::NextBlock);
+    m_cursor.setBlockFormat(tinyBlock());
+}
+
 void BodyWriter::summary(const Message &message)
 {
-    QTextCharFormat title;
-    title.setFontWeight(QFont::DemiBold);
-    title.setFontPointSize(m_style.font.pointSizeF() > 0 ? m_style.font.pointSizeF() * scale::title : 12);
-    startBlock(paragraph(), title);
     const QString subject = harmlessLine(message.subject());
-    m_cursor.insertText(subject.isEmpty() ? translated("No subject") : subject, title);
+    cardTitle(subject.isEmpty() ? translated("No subject") : subject);
     QStringList people;
     for (const auto &[label, name] :
          {std::pair("From", "From"), std::pair("To", "To"), std::pair("Cc", "Cc")}) {

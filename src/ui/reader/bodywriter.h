@@ -8,6 +8,7 @@
 #include <QTextFrame>
 
 class Message;
+struct DataCard;
 struct SafeHtml;
 
 /// Writes the pieces of a message into its document, one behind the other from where the cursor stands.
@@ -36,6 +37,9 @@ public:
     /// Every field of a header.
     void allHeaders(const Message &message);
 
+    /// A whole card of data.
+    void dataCard(const DataCard &card);
+
     /// What follows stands on a card of its own until endCard().
     void beginCard();
     void endCard();
@@ -46,6 +50,8 @@ private:
     void leaveFrame();
     void richText(const QString &text, const QTextCharFormat &format);
     void field(const QString &name, const QString &value);
+    void cardTitle(const QString &title);
+    void cardRows(const DataCard &card);
     QTextBlockFormat paragraph() const;
     QTextCharFormat coloured(const QColor &colour) const;
     QTextCharFormat linkFormat(const QColor &colour, const QString &target) const;

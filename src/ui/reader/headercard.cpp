@@ -7,16 +7,16 @@
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
+#include "ui/reader/personactions.h"
+#include "ui/reader/recipientsview.h"
+#include "ui/reader/senderview.h"
+#include "ui/reader/tagpills.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
-#include "ui/reader/recipientsview.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QContextMenuEvent>
+#include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QMenu>
 #include <QPainter>
 #include <QScrollArea>
 #include <QToolBar>
@@ -81,28 +81,25 @@ HeaderCard::HeaderCard(QWidget *parent)
     : QWidget(parent)
     , m_avatar(new Avatar(kAvatar, this))
     , m_subject(new ElidedLabel({}, this))
+    , m_tags(new TagPills(this))
     , m_marks(new Signs(this))
     , m_actions(newToolBar(this))
-    , m_name(new ElidedLabel({}, this))
-    , m_address(new ElidedLabel({}, this))
+    , m_sender(new SenderView(this))
     , m_sign(new Signs(this))
     , m_verdict(new ElidedLabel({}, this))
     , m_claim(new ElidedLabel({}, this))
     , m_date(new QLabel(this))
     , m_recipients(new RecipientsView(this))
     , m_recipientsArea(new QScrollArea(this))
+    , m_people(new PersonActions(this))
 {
     setSurface(this, Role::Base);
     setFontScale(m_subject, scale::subject, QFont::DemiBold);
-    setFontScale(m_name, 1, QFont::DemiBold);
-    for (QWidget *quiet : {static_cast<QWidget *>(m_address), static_cast<QWidget *>(m_date)})
-        setTextRole(quiet, Role::Text2);
+    setTextRole(m_date, Role::Text2);
     setTextRole(m_verdict, Role::Text2);
     setTextRole(m_claim, Role::Warning);
     m_date->setTextFormat(Qt::PlainText);
     m_subject->setObjectName(u"subject"_s);
-    m_name->setObjectName(u"sender"_s);
-    m_address->setObjectName(u"senderAddress"_s);
     m_date->setObjectName(u"date"_s);
     m_verdict->setObjectName(u"verdict"_s);
     m_claim->setObjectName(u"claim"_s);
@@ -113,6 +110,7 @@ QBoxLayout *HeaderCard::buildTop()
 {
     auto *title = newRow();
     title->addWidget(m_subject, 0);
+    title->addWidget(m_tags);
     title->addWidget(m_marks);
     title->addStretch(1);
     m_topRow = newRow();
@@ -123,20 +121,17 @@ QBoxLayout *HeaderCard::buildTop()
 
 QBoxLayout *HeaderCard::buildSender()
 {
+    auto *said = newRow();
+    said->setSpacing(space::inner);
+    said->addWidget(m_sign);
+    said->addWidget(m_verdict);
+    said->addWidget(m_claim);
+    said->addStretch(1);
     m_senderRow = newRow();
-    m_senderRow->addWidget(m_name);
-    m_senderRow->addWidget(m_address);
-    m_senderRow->addWidget(m_claim);
-    auto *verdict = newRow();
-    verdict->setSpacing(space::inner);
-    verdict->addWidget(m_sign);
-    verdict->addWidget(m_verdict);
-    auto *sender = newRow();
-    sender->addLayout(m_senderRow);
-    sender->addLayout(verdict);
-    sender->addStretch(1);
-    sender->addWidget(m_date, 0, Qt::AlignTop);
-    return sender;
+    m_senderRow->addWidget(m_sender);
+    m_senderRow->addLayout(said, 1);
+    m_senderRow->addWidget(m_date, 0, Qt::AlignVCenter);
+    return m_senderRow;
 }
 
 void HeaderCard::build()
@@ -147,8 +142,9 @@ void HeaderCard::build()
     m_recipientsArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_recipientsArea->setFocusPolicy(Qt::NoFocus);
     auto *lines = new QVBoxLayout;
-    lines->setSpacing(2);
+    lines->setSpacing(0);
     lines->addLayout(buildTop());
+    lines->addSpacing(2);
     lines->addLayout(buildSender());
     lines->addWidget(m_recipientsArea);
     auto *layout = new QHBoxLayout(this);
@@ -160,7 +156,15 @@ void HeaderCard::build()
     picture->addStretch(1);
     layout->addLayout(picture);
     layout->addLayout(lines, 1);
+    const auto popup = [this](const Address &person, const QPoint &place) {
+        m_people->popup(person, this, place);
+    };
+    connect(m_sender, &SenderView::menuWanted, this, popup);
+    connect(m_recipients, &RecipientsView::menuWanted, this, popup);
     connect(m_recipients, &RecipientsView::extentChanged, this, &HeaderCard::fit);
+    connect(m_recipients, &RecipientsView::currentMoved, this, [this](const QRect &place) {
+        m_recipientsArea->ensureVisible(place.center().x(), place.center().y(), 0, place.height());
+    });
 }
 
 void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
@@ -168,29 +172,40 @@ void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
     const QString subject = harmlessLine(message.subject());
     m_subject->setText(subject.isEmpty() ? tr("No subject") : subject);
     showSender(message);
+    showDate(message);
+    setTags({});
     setMarks(marks);
-    m_date->setText(shortDateText(message));
-    const QString original = harmlessLine(message.header("Date", {}));
-    m_date->setToolTip(original.toHtmlEscaped());
-    m_date->setVisible(!m_date->text().isEmpty());
     m_recipients->showMessage(message);
+    fit();
+}
+
+void HeaderCard::showDate(const Message &message)
+{
+    m_date->setText(shortDateText(message));
+    m_date->setVisible(!m_date->text().isEmpty());
+    const QString original = harmlessLine(message.header("Date", {}), 200);
+    QStringList whole{longDateText(message)};
+    if (!original.isEmpty())
+        whole.append(tr("As sent: %1").arg(original));
+    m_date->setToolTip(asToolTip(whole.join(u'\n')));
+    m_date->setAccessibleName(whole.first());
 }
 
 void HeaderCard::showSender(const Message &message)
 {
     const QList<Address> from = message.addresses("From");
-    m_sender = from.isEmpty() ? Address{} : from.first();
-    const ShownPerson shown = shownPerson(m_sender);
-    m_avatar->setPerson(shown.claim.isEmpty() ? harmlessLine(m_sender.name, 200) : QString(), shown.address);
-    const bool bare = shown.name == shown.address;
-    m_name->setText(shown.name.isEmpty() ? tr("Unknown sender")
-                    : bare               ? isolatedAddress(shown.address)
-                                         : isolatedName(shown.name));
-    m_address->setText(u'<' + isolatedAddress(shown.address) + u'>');
-    m_address->setVisible(!bare && !shown.address.isEmpty());
+    const Address sender = from.isEmpty() ? Address{} : from.first();
+    const ShownPerson shown = shownPerson(sender);
+    m_avatar->setPerson(shown.claim.isEmpty() ? harmlessLine(sender.name, 200) : QString(), shown.address);
+    m_sender->setPerson(sender);
     m_claim->setText(shown.claim.isEmpty() ? QString()
                                            : tr("Calls itself %1").arg(isolatedAddress(shown.claim)));
     m_claim->setVisible(!shown.claim.isEmpty());
+}
+
+void HeaderCard::setTags(const QList<HeaderTag> &tags)
+{
+    m_tags->setTags(tags);
 }
 
 void HeaderCard::setMarks(const ReaderMarks &marks)
@@ -205,7 +220,11 @@ void HeaderCard::setMarks(const ReaderMarks &marks)
     };
     add(marks.flagged, u"flag-fill"_s, Role::Flag, tr("Flagged"));
     add(marks.junk, u"junk"_s, Role::Junk, tr("Junk"));
-    add(marks.replied, u"replied"_s, Role::Text2, tr("Replied"));
+    const QString replied =
+        marks.repliedOn > 0
+            ? tr("Replied on %1").arg(longDateText(QDateTime::fromSecsSinceEpoch(marks.repliedOn)))
+            : tr("Replied");
+    add(marks.replied, u"replied"_s, Role::Text2, replied);
     add(marks.forwarded, u"forwarded"_s, Role::Text2, tr("Forwarded"));
     static_cast<Signs *>(m_marks)->setSigns(signs, words.join(u", "_s));
 }
@@ -241,6 +260,8 @@ void HeaderCard::fit()
     m_senderRow->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     m_senderRow->setSpacing(narrow ? 0 : space::between);
     m_actions->setMinimumWidth(narrow ? 0 : m_actions->sizeHint().width());
+    layout()->activate();
+    m_sender->setFixedHeight(m_sender->heightFor(m_sender->width()));
     const int most = kMostLines * textHeight();
     m_recipientsArea->setVisible(!m_recipients->isHidden());
     m_recipientsArea->setFixedHeight(std::min(m_recipients->heightForWidth(m_recipients->width()), most));
@@ -251,21 +272,6 @@ void HeaderCard::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     // the layout that called does not listen while it works
     QMetaObject::invokeMethod(this, &HeaderCard::fit, Qt::QueuedConnection);
-}
-
-void HeaderCard::contextMenuEvent(QContextMenuEvent *event)
-{
-    if (m_sender.address.isEmpty())
-        return;
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(tr("Copy &address"), this,
-                    [this] { QApplication::clipboard()->setText(harmlessLine(m_sender.address)); });
-    menu->addAction(tr("Copy &name and address"), this, [this] {
-        QApplication::clipboard()->setText(
-            formatAddress({harmlessLine(m_sender.name), harmlessLine(m_sender.address)}));
-    });
-    menu->popup(event->globalPos());
 }
 
 void HeaderCard::paintEvent(QPaintEvent *)

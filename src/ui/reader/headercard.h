@@ -6,12 +6,15 @@
 
 class Avatar;
 class ElidedLabel;
+class PersonActions;
 class QAction;
 class QBoxLayout;
 class QLabel;
 class QScrollArea;
 class QToolBar;
 class RecipientsView;
+class SenderView;
+class TagPills;
 
 /// What the user did with a message, as far as its header shows it.
 struct ReaderMarks
@@ -20,6 +23,14 @@ struct ReaderMarks
     bool junk = false;
     bool replied = false;
     bool forwarded = false;
+    qint64 repliedOn = 0; ///< seconds since 1970 UTC; 0 where it is not known
+};
+
+/// A word that the user gave a message, in a colour made of @p hue (colours.h).
+struct HeaderTag
+{
+    QString name;
+    int hue = -1;
 };
 
 /// Who wrote what to whom and when, above the text: nothing in it is ever taken for markup, and every address
@@ -35,6 +46,12 @@ public:
 
     void setMarks(const ReaderMarks &marks);
 
+    /// Beside the subject, in this order; gone with the next message.
+    void setTags(const QList<HeaderTag> &tags);
+
+    /// The menus of the people; the window connects to it and may add rows.
+    PersonActions *people() const { return m_people; }
+
     /// In words, with a sign; empty for nothing to say.
     void setVerdict(const QString &icon, const QString &words);
 
@@ -43,7 +60,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void contextMenuEvent(QContextMenuEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
@@ -52,21 +68,21 @@ private:
     QBoxLayout *buildSender();
     void fit();
     void showSender(const Message &message);
+    void showDate(const Message &message);
 
     Avatar *m_avatar;
     ElidedLabel *m_subject;
+    TagPills *m_tags;
     QWidget *m_marks;
     QToolBar *m_actions;
-    ElidedLabel *m_name;
-    ElidedLabel *m_address;
+    SenderView *m_sender;
     QWidget *m_sign;
     ElidedLabel *m_verdict;
     ElidedLabel *m_claim;
     QLabel *m_date;
     RecipientsView *m_recipients;
     QScrollArea *m_recipientsArea;
+    PersonActions *m_people;
     QBoxLayout *m_topRow = nullptr;    ///< subject and buttons, one above the other in a narrow pane
-    QBoxLayout *m_senderRow = nullptr; ///< name and address likewise
-    Address m_sender;
-    QString m_verdictIcon;
+    QBoxLayout *m_senderRow = nullptr; ///< sender, what is said of them, and date likewise
 };

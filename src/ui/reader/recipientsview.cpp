@@ -4,11 +4,14 @@
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/styleparts.h"
+#include "ui/reader/cardtexts.h"
+#include "ui/reader/personactions.h"
 #include "ui/texts/harmless.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QStyleOption>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 
@@ -16,16 +19,188 @@ namespace {
 
 constexpr qsizetype kMostNames = 200; ///< of one field; a list of thousands is no reading
 constexpr int kRing = 2;              ///< room for the focus ring around the text
+constexpr int kWrap = Qt::AlignLeading | Qt::AlignTop | Qt::TextWrapAnywhere;
 
-QString fullName(const Address &address)
+QString domainOf(const Address &address)
 {
-    const ShownPerson shown = shownPerson(address);
-    if (shown.name == shown.address)
-        return isolatedAddress(shown.address);
-    return isolatedName(shown.name) + u" <"_s + isolatedAddress(shown.address) + u'>';
+    return address.address.section(u'@', -1).toLower();
+}
+
+/// Whether answers go where the message does not come from.
+bool leadsElsewhere(const QList<Address> &replyTo, const QList<Address> &from)
+{
+    return std::any_of(replyTo.begin(), replyTo.end(), [&](const Address &reply) {
+        return std::none_of(from.begin(), from.end(),
+                            [&](const Address &sender) { return domainOf(sender) == domainOf(reply); });
+    });
+}
+
+/// "authors-list" of "Authors <authors-list.tidewater.example>" (RFC 2919), the words in front if there are
+/// any.
+QString listName(const Message &message)
+{
+    const QString field = harmlessLine(message.header("List-Id"), 200);
+    const qsizetype open = field.lastIndexOf(u'<');
+    if (open < 0)
+        return field;
+    QString words = field.first(open).trimmed();
+    if (words.size() > 1 && words.startsWith(u'"') && words.endsWith(u'"'))
+        words = words.sliced(1, words.size() - 2).trimmed();
+    return words.isEmpty() ? field.sliced(open + 1).remove(u'>').trimmed() : words;
+}
+
+QString moreText(qsizetype count)
+{
+    return RecipientsView::tr("%1 more").arg(QLocale().toString(count));
 }
 
 } // namespace
+
+/// Puts the items where they belong.
+class RecipientsView::Arranger
+{
+public:
+    Arranger(const RecipientsView &view, int width)
+        : m_view(view)
+        , m_metrics(view.fontMetrics())
+        , m_width(std::max(width, columnWidth(8)))
+        , m_line(m_metrics.height())
+        , m_top(kRing)
+    {}
+
+    Layout folded()
+    {
+        line();
+        for (int field = 0; field < m_view.m_fields.size(); ++field)
+            if (m_view.m_fields[field].always)
+                whole(field, m_metrics.horizontalAdvance(m_view.m_fields[field].label) + space::between);
+        m_layout.height = m_top + kRing;
+        return std::move(m_layout);
+    }
+
+    Layout unfolded()
+    {
+        int column = 0;
+        for (const Field &field : m_view.m_fields)
+            column = std::max(column, m_metrics.horizontalAdvance(field.label));
+        for (int field = 0; field < m_view.m_fields.size(); ++field)
+            whole(field, std::min(column + space::group, m_width / 3));
+        add(Item::Less, tr("Show less"), -1, -1, column + space::group, textWidth(tr("Show less")));
+        m_layout.height = m_top + m_line + kRing;
+        return std::move(m_layout);
+    }
+
+private:
+    int textWidth(const QString &text) const { return m_metrics.horizontalAdvance(text) + 1; }
+
+    void add(Item::Kind kind, const QString &text, int field, int person, int left, int width)
+    {
+        m_layout.items.append({kind, text, QRect(left, m_top, width, m_line), field, person});
+    }
+
+    /// Names are added as long as they and "99 more" fit; the first one of all is shown in any case.
+    void line()
+    {
+        qsizetype left = 0;
+        for (const Field &field : m_view.m_fields)
+            left += field.always ? 0 : std::max<qsizetype>(1, field.people.size()) + field.more;
+        const int reserve = space::between + textWidth(moreText(left));
+        bool any = false;
+        for (int at = 0; at < m_view.m_fields.size(); ++at) {
+            const Field &field = m_view.m_fields[at];
+            if (field.always)
+                continue;
+            const int names = int(std::max<qsizetype>(1, field.people.size()));
+            for (int person = 0; person < names; ++person) {
+                if (!name(at, person, left > 1 ? reserve : 0, any))
+                    return more(left);
+                any = true;
+                --left;
+            }
+            if (field.more > 0)
+                return more(left);
+        }
+        m_top += any ? m_line : 0;
+    }
+
+    /// False: there is no room for it on the line.
+    bool name(int at, int person, int reserve, bool any)
+    {
+        const Field &field = m_view.m_fields[at];
+        const bool isWords = field.people.isEmpty();
+        const bool last = isWords || person == field.people.size() - 1;
+        const QString text =
+            isWords ? field.words
+                    : shortPerson(field.people[person]) + (last && field.more == 0 ? QString() : u","_s);
+        const int before = m_left == 0 ? 0 : person == 0 ? space::group : space::inner;
+        const int label = person == 0 ? textWidth(field.label) + space::between : 0;
+        const int room = m_width - m_left - before - label;
+        const int width = textWidth(text);
+        if (any && width + reserve > room)
+            return false;
+        m_left += before;
+        if (person == 0)
+            add(Item::Label, field.label, at, -1, m_left, label - space::between);
+        m_left += label;
+        add(isWords ? Item::Words : Item::Person, text, at, person, m_left,
+            std::min(width, std::max(room - reserve, columnWidth(4))));
+        m_left += m_layout.items.last().place.width();
+        return true;
+    }
+
+    void more(qsizetype count)
+    {
+        m_left += m_left == 0 ? 0 : space::between;
+        add(Item::More, moreText(count), -1, -1, m_left, textWidth(moreText(count)));
+        m_top += m_line;
+    }
+
+    /// A field with everybody in it, in lines beside its label.
+    void whole(int at, int column)
+    {
+        const Field &field = m_view.m_fields[at];
+        add(Item::Label, field.label, at, -1, 0, column - space::inner);
+        m_left = column;
+        m_column = column;
+        if (field.people.isEmpty())
+            flow(Item::Words, field.words, at, -1);
+        for (int person = 0; person < field.people.size(); ++person) {
+            const Address &address = field.people[person];
+            const bool last = person == field.people.size() - 1 && field.more == 0;
+            flow(Item::Person, personText(address.name, address.address) + (last ? QString() : u","_s), at,
+                 person);
+        }
+        if (field.more > 0)
+            flow(Item::Words, moreText(field.more), at, -1);
+        m_top += m_line;
+    }
+
+    void flow(Item::Kind kind, const QString &text, int field, int person)
+    {
+        const int width = textWidth(text);
+        if (m_left > m_column && m_left + width > m_width) {
+            m_left = m_column;
+            m_top += m_line;
+        }
+        const int room = m_width - m_left;
+        add(kind, text, field, person, m_left, std::min(width, room));
+        if (width > room) {
+            QRect &place = m_layout.items.last().place;
+            place.setHeight(m_metrics.boundingRect(QRect(0, 0, room, 1 << 16), kWrap, text).height());
+            m_top += place.height() - m_line;
+        }
+        m_left += std::min(width, room) + space::inner;
+    }
+
+    const RecipientsView &m_view;
+    QFontMetrics m_metrics;
+    int m_width;
+    int m_line;
+    int m_top;
+    int m_left = 0;
+    int m_column = 0;
+    Layout m_layout;
+};
 
 RecipientsView::RecipientsView(QWidget *parent)
     : QWidget(parent)
@@ -34,114 +209,120 @@ RecipientsView::RecipientsView(QWidget *parent)
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
+    setMouseTracking(true);
+}
+
+void RecipientsView::addField(const QString &label, const QList<Address> &people, bool always)
+{
+    if (!people.isEmpty())
+        m_fields.append({label,
+                         people.first(std::min(people.size(), kMostNames)),
+                         {},
+                         std::max<qsizetype>(0, people.size() - kMostNames),
+                         always});
+}
+
+void RecipientsView::addWords(const QString &label, const QString &words)
+{
+    if (!words.isEmpty())
+        m_fields.append({label, {}, words});
+}
+
+void RecipientsView::readFields(const Message &message)
+{
+    const QList<Address> from = message.addresses("From");
+    m_fields.clear();
+    addField(tr("To"), message.addresses("To"));
+    addField(tr("Cc"), message.addresses("Cc"));
+    addField(tr("Bcc"), message.addresses("Bcc"));
+    addWords(tr("Newsgroups"), harmlessLine(message.newsgroups()));
+    addWords(tr("List"), listName(message));
+    if (from.size() > 1)
+        addField(tr("Also from"), from.sliced(1), true);
+    const QList<Address> sender = message.addresses("Sender");
+    if (sender.size() == 1 && !from.isEmpty() &&
+        sender.first().address.compare(from.first().address, Qt::CaseInsensitive) != 0)
+        addField(tr("Sent by"), sender);
+    if (const QList<Address> replyTo = message.addresses("Reply-To"); leadsElsewhere(replyTo, from))
+        addField(tr("Replies go to"), replyTo, true);
 }
 
 void RecipientsView::showMessage(const Message &message)
 {
-    struct Row
-    {
-        const char *field;
-        QString label;
-    };
-    const Row rows[] = {{"To", tr("To")}, {"Cc", tr("Cc")}, {"Bcc", tr("Bcc")}, {"Reply-To", tr("Reply to")}};
-    m_fields.clear();
-    for (const Row &row : rows) {
-        const QList<Address> addresses = message.addresses(row.field);
-        if (addresses.isEmpty() ||
-            (QByteArrayView(row.field) == "Reply-To" && addresses == message.addresses("From")))
-            continue;
-        Field field{row.label, {}, {}, std::max<qsizetype>(0, addresses.size() - kMostNames)};
-        for (const Address &address : addresses.first(std::min(addresses.size(), kMostNames))) {
-            field.shortNames.append(shortPerson(address));
-            field.fullNames.append(fullName(address));
-        }
-        m_fields.append(field);
-    }
-    if (const QString groups = harmlessLine(message.newsgroups()); !groups.isEmpty())
-        m_fields.append({tr("Newsgroups"), {groups}, {groups}, 0});
+    readFields(message);
     m_expanded = false;
+    m_current = -1;
+    m_hovered = -1;
     setVisible(!m_fields.isEmpty());
-    setFocusPolicy(canExpand() ? Qt::TabFocus : Qt::NoFocus);
-    setCursor(canExpand() ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    setFocusPolicy(m_fields.isEmpty() ? Qt::NoFocus : Qt::TabFocus);
+    forgetLayout();
     setAccessibleName(textFor(1 << 20));
-    updateGeometry();
-    update();
+    setAccessibleDescription({});
     emit extentChanged();
-}
-
-bool RecipientsView::canExpand() const
-{
-    return !m_fields.isEmpty();
 }
 
 void RecipientsView::setExpanded(bool expanded)
 {
+    const std::optional<Address> person = currentPerson();
     m_expanded = expanded;
-    updateGeometry();
-    update();
+    m_hovered = -1;
+    forgetLayout();
+    const QList<Item> &items = layoutAt(width()).items;
+    m_current = -1;
+    for (int at = 0; person && at < items.size() && m_current < 0; ++at)
+        if (items[at].kind == Item::Person && m_fields[items[at].field].people[items[at].person] == *person)
+            m_current = at;
+    if (m_current < 0 && hasFocus())
+        m_current = step(-1, 1);
     emit extentChanged();
 }
 
-/// Names are added as long as they and "99 more" fit; the first one of all is shown in any case.
-QList<RecipientsView::Piece> RecipientsView::lineFor(int width) const
+void RecipientsView::forgetLayout()
 {
-    const QFontMetrics metrics = fontMetrics();
-    const auto moreText = [](qsizetype count) { return tr("%1 more").arg(QLocale().toString(count)); };
-    qsizetype left = 0;
-    for (const Field &field : m_fields)
-        left += field.shortNames.size() + field.more;
-    const int reserve = metrics.horizontalAdvance(u", "_s + moreText(left));
-    QList<Piece> pieces;
-    int used = 0;
-    for (const Field &field : m_fields) {
-        bool first = true;
-        for (const QString &name : field.shortNames) {
-            const QString text = (first ? QString() : u", "_s) + name;
-            const int label = first ? metrics.horizontalAdvance(field.label) + 2 * space::between : 0;
-            const int wanted = label + metrics.horizontalAdvance(text);
-            if (!pieces.isEmpty() && used + wanted + (left > 1 ? reserve : 0) > width)
-                return pieces << Piece{(first ? u"  "_s : u", "_s) + moreText(left), false};
-            if (first)
-                pieces.append({field.label, true});
-            pieces.append({text, false});
-            used += wanted;
-            first = false;
-            --left;
-        }
-        if (field.more > 0)
-            return pieces << Piece{u", "_s + moreText(left), false};
-    }
-    return pieces;
+    m_layoutWidth = -1;
+    updateGeometry();
+    update();
 }
 
-QString RecipientsView::fullText(const Field &field) const
+RecipientsView::Layout RecipientsView::arranged(int width) const
 {
-    QString text = field.fullNames.join(u", "_s);
-    if (field.more > 0)
-        text += u", "_s + tr("%1 more").arg(QLocale().toString(field.more));
-    return text;
+    Arranger arranger(*this, width);
+    return m_expanded ? arranger.unfolded() : arranger.folded();
+}
+
+const RecipientsView::Layout &RecipientsView::layoutAt(int width) const
+{
+    if (width != m_layoutWidth) {
+        m_layout = arranged(width);
+        m_layoutWidth = width;
+    }
+    return m_layout;
 }
 
 QString RecipientsView::textFor(int width) const
 {
-    QStringList texts;
-    if (m_expanded) {
-        for (const Field &field : m_fields)
-            texts.append(field.label + u' ' + fullText(field));
-        return texts.join(u'\n');
-    }
     QString text;
-    for (const Piece &piece : lineFor(width))
-        text += piece.isLabel ? (text.isEmpty() ? QString() : u"  "_s) + piece.text + u' ' : piece.text;
+    int top = -1;
+    const Layout layout = arranged(width);
+    for (const Item &item : layout.items) {
+        const bool newLine = item.kind == Item::Label && top >= 0 && item.place.top() != top;
+        text += text.isEmpty()             ? QString()
+                : newLine                  ? u"\n"_s
+                : item.kind == Item::Label ? u"  "_s
+                : item.kind == Item::Less  ? u"\n"_s
+                                           : u" "_s;
+        text += item.text;
+        top = item.place.top();
+    }
     return text;
 }
 
-int RecipientsView::labelWidth() const
+std::optional<Address> RecipientsView::currentPerson() const
 {
-    int widest = 0;
-    for (const Field &field : m_fields)
-        widest = std::max(widest, fontMetrics().horizontalAdvance(field.label));
-    return widest + space::between;
+    const QList<Item> &items = layoutAt(width()).items;
+    if (m_current < 0 || m_current >= items.size() || items[m_current].kind != Item::Person)
+        return {};
+    return m_fields[items[m_current].field].people[items[m_current].person];
 }
 
 QSize RecipientsView::sizeHint() const
@@ -154,85 +335,186 @@ QSize RecipientsView::minimumSizeHint() const
     return {columnWidth(8), fontMetrics().height() + 2 * kRing};
 }
 
-int RecipientsView::heightForWidth(int width) const
+int RecipientsView::heightForWidth(int wanted) const
 {
-    if (!m_expanded)
-        return fontMetrics().height() + 2 * kRing;
-    int height = 2 * kRing;
-    const QRect room(0, 0, std::max(40, width - labelWidth()), 1 << 20);
-    for (const Field &field : m_fields)
-        height += fontMetrics().boundingRect(room, Qt::TextWordWrap, fullText(field)).height();
-    return height;
+    return wanted == width() ? layoutAt(wanted).height : arranged(wanted).height;
 }
 
-void RecipientsView::paintEvent(QPaintEvent *)
+QRect RecipientsView::visual(const QRect &place) const
+{
+    return QStyle::visualRect(layoutDirection(), rect(), place);
+}
+
+void RecipientsView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    const QRect place = rect().adjusted(0, kRing, 0, -kRing);
-    if (m_expanded)
-        paintAll(painter, place);
+    const Layout &layout = layoutAt(width());
+    for (int at = 0; at < layout.items.size(); ++at)
+        if (visual(layout.items[at].place).adjusted(-4, -2, 4, 2).intersects(event->rect()))
+            paintItem(painter, at);
+}
+
+void RecipientsView::paintItem(QPainter &painter, int index) const
+{
+    const Item &item = m_layout.items[index];
+    const QRect place = visual(item.place);
+    const bool isLink = item.kind == Item::More || item.kind == Item::Less;
+    QFont drawn = font();
+    drawn.setUnderline(index == m_hovered);
+    painter.setFont(drawn);
+    painter.setPen(colour(isLink                                                           ? Role::Link
+                          : item.kind != Item::Label && (m_expanded || index == m_hovered) ? Role::Text
+                                                                                           : Role::Text2));
+    if (item.place.height() > fontMetrics().height())
+        painter.drawText(place, kWrap, item.text);
     else
-        paintLine(painter, place);
-    if (hasFocus())
-        paintFocusRing(&painter, rect().adjusted(0, 0, 0, 0), radius::box);
+        painter.drawText(place.adjusted(-1, 0, 1, 0),
+                         Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
+                         fontMetrics().elidedText(item.text, Qt::ElideRight, item.place.width() + 1));
+    if (hasFocus() && index == m_current)
+        paintFocusRing(&painter, place.adjusted(-3, -kRing, 3, kRing), radius::box);
 }
 
-void RecipientsView::paintLine(QPainter &painter, const QRect &place) const
+int RecipientsView::itemAt(const QPoint &position) const
 {
-    int at = 0;
-    for (const Piece &piece : lineFor(place.width())) {
-        if (piece.isLabel && at > 0)
-            at += space::between;
-        const int room = place.width() - at;
-        const QString text = fontMetrics().elidedText(piece.text, Qt::ElideRight, room);
-        const int width = fontMetrics().horizontalAdvance(text);
-        const QRect spot(place.left() + at, place.top(), width + 2, place.height());
-        painter.setPen(colour(Role::Text2));
-        painter.drawText(QStyle::visualRect(layoutDirection(), place, spot),
-                         Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, text);
-        at += width + (piece.isLabel ? space::between : 0);
-    }
+    const QList<Item> &items = layoutAt(width()).items;
+    for (int at = 0; at < items.size(); ++at)
+        if (items[at].isActive() && visual(items[at].place).adjusted(-2, 0, 2, 0).contains(position))
+            return at;
+    return -1;
 }
 
-void RecipientsView::paintAll(QPainter &painter, const QRect &place) const
+/// The active item next to @p from; -1 when there is none.
+int RecipientsView::step(int from, int direction) const
 {
-    const int label = labelWidth();
-    int top = place.top();
-    for (const Field &field : m_fields) {
-        const QString text = fullText(field);
-        QRect spot(place.left() + label, top, place.width() - label, 1 << 20);
-        spot.setHeight(fontMetrics().boundingRect(spot, Qt::TextWordWrap, text).height());
-        painter.setPen(colour(Role::Text2));
-        painter.drawText(QStyle::visualRect(layoutDirection(), place,
-                                            QRect(place.left(), top, label, fontMetrics().height())),
-                         Qt::AlignLeading | Qt::AlignTop, field.label);
-        painter.setPen(colour(Role::Text));
-        painter.drawText(QStyle::visualRect(layoutDirection(), place, spot),
-                         Qt::AlignLeading | Qt::AlignTop | Qt::TextWordWrap, text);
-        top += spot.height();
-    }
+    const QList<Item> &items = layoutAt(width()).items;
+    int at = from < 0 && direction < 0 ? int(items.size()) : from;
+    do
+        at += direction;
+    while (at >= 0 && at < items.size() && !items[at].isActive());
+    return at >= 0 && at < items.size() ? at : -1;
+}
+
+void RecipientsView::setCurrent(int item)
+{
+    if (item < 0)
+        return;
+    m_current = item;
+    const Item &now = layoutAt(width()).items[item];
+    setAccessibleDescription(now.text);
+    emit currentMoved(visual(now.place));
+    update();
+}
+
+void RecipientsView::activate(int item)
+{
+    const QList<Item> &items = layoutAt(width()).items;
+    if (item < 0 || item >= items.size() || !items[item].isActive())
+        return;
+    const Item chosen = items[item];
+    if (chosen.kind == Item::More || chosen.kind == Item::Less)
+        return setExpanded(!m_expanded);
+    const QRect place = visual(chosen.place);
+    emit menuWanted(m_fields[chosen.field].people[chosen.person],
+                    mapToGlobal(isRightToLeft() ? place.bottomRight() : place.bottomLeft()));
+}
+
+bool RecipientsView::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::event(event);
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const int item = itemAt(help->pos());
+    const Item *found = item < 0 ? nullptr : &m_layout.items[item];
+    if (found && found->kind == Item::Person)
+        QToolTip::showText(help->globalPos(), personToolTip(m_fields[found->field].people[found->person]),
+                           this);
+    else
+        QToolTip::hideText();
+    return true;
+}
+
+void RecipientsView::mouseMoveEvent(QMouseEvent *event)
+{
+    const int item = itemAt(event->pos());
+    setCursor(m_fields.isEmpty() ? Qt::ArrowCursor : Qt::PointingHandCursor);
+    if (item == m_hovered)
+        return;
+    m_hovered = item;
+    update();
+}
+
+void RecipientsView::leaveEvent(QEvent *)
+{
+    m_hovered = -1;
+    update();
+}
+
+/// Another width has other items on its line.
+void RecipientsView::resizeEvent(QResizeEvent *)
+{
+    const QList<Item> &items = layoutAt(width()).items;
+    if (m_current >= items.size() || (m_current >= 0 && !items[m_current].isActive()))
+        m_current = hasFocus() ? step(-1, 1) : -1;
+    m_hovered = -1;
 }
 
 void RecipientsView::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (event->button() == Qt::LeftButton && rect().contains(event->pos()) && canExpand())
-        setExpanded(!m_expanded);
+    if (event->button() != Qt::LeftButton || !rect().contains(event->pos()))
+        return;
+    const int item = itemAt(event->pos());
+    if (item < 0)
+        return setExpanded(!m_expanded);
+    setCurrent(item);
+    activate(item);
 }
 
 void RecipientsView::keyPressEvent(QKeyEvent *event)
 {
-    if (canExpand() &&
-        (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space))
-        return setExpanded(!m_expanded);
-    QWidget::keyPressEvent(event);
+    const int forward = isRightToLeft() ? -1 : 1;
+    switch (event->key()) {
+    case Qt::Key_Right: return setCurrent(step(m_current, forward));
+    case Qt::Key_Left: return setCurrent(step(m_current, -forward));
+    case Qt::Key_Down: return setCurrent(step(m_current, 1));
+    case Qt::Key_Up: return setCurrent(step(m_current, -1));
+    case Qt::Key_Home: return setCurrent(step(-1, 1));
+    case Qt::Key_End: return setCurrent(step(int(layoutAt(width()).items.size()), -1));
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return activate(m_current);
+    case Qt::Key_Space: return setExpanded(!m_expanded);
+    default: QWidget::keyPressEvent(event);
+    }
 }
 
-void RecipientsView::focusInEvent(QFocusEvent *)
+void RecipientsView::contextMenuEvent(QContextMenuEvent *event)
 {
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        return activate(m_current);
+    const int item = itemAt(event->pos());
+    if (item >= 0 && m_layout.items[item].kind == Item::Person)
+        emit menuWanted(m_fields[m_layout.items[item].field].people[m_layout.items[item].person],
+                        event->globalPos());
+    else
+        event->ignore();
+}
+
+void RecipientsView::focusInEvent(QFocusEvent *event)
+{
+    const bool fromBehind = event->reason() == Qt::BacktabFocusReason;
+    if (m_current < 0)
+        setCurrent(fromBehind ? step(-1, -1) : step(-1, 1));
     update();
 }
 
 void RecipientsView::focusOutEvent(QFocusEvent *)
 {
     update();
+}
+
+void RecipientsView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        forgetLayout();
 }

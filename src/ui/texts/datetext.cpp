@@ -45,8 +45,13 @@ QString shortDateText(const Message &message)
     return moment ? shortDateText(*moment, clockNow()) : QString();
 }
 
+QString longDateText(const QDateTime &moment)
+{
+    return QLocale().toString(moment, u"dddd, d MMMM yyyy HH:mm"_s);
+}
+
 QString longDateText(const Message &message)
 {
     const std::optional<QDateTime> moment = momentOf(message);
-    return moment ? QLocale().toString(*moment, u"dddd, d MMMM yyyy HH:mm"_s) : QString();
+    return moment ? longDateText(*moment) : QString();
 }

@@ -12,5 +12,8 @@ QString shortDateText(const QDateTime &moment, const QDateTime &now);
 /// The date of a message likewise; empty when it has none that can be read.
 QString shortDateText(const Message &message);
 
+/// A moment in full, with its weekday: "Friday, 20 November 2026 11:20".
+QString longDateText(const QDateTime &moment);
+
 /// The same date in full, with its weekday.
 QString longDateText(const Message &message);

@@ -65,6 +65,12 @@ QString isolatedName(const QString &text)
     return u'\x2068' + text + u'\x2069';
 }
 
+QString asToolTip(const QString &text)
+{
+    // plain text that looks like markup would be drawn as such: so it always is some
+    return text.isEmpty() ? text : u"<p style='white-space: pre-wrap'>"_s + text.toHtmlEscaped() + u"</p>"_s;
+}
+
 ShownPerson shownPerson(const Address &address)
 {
     ShownPerson shown{harmlessLine(address.name, 200), harmlessLine(address.address, 400), {}};

@@ -17,6 +17,9 @@ QString harmlessLine(QStringView text, qsizetype most = 1000);
 QString isolatedAddress(const QString &text);
 QString isolatedName(const QString &text);
 
+/// @p text as the tool tip of a widget: never taken for markup, its line ends kept.
+QString asToolTip(const QString &text);
+
 /// How a person is shown. The address is always shown in full besides the name.
 struct ShownPerson
 {
