@@ -17,7 +17,6 @@ constexpr int kMostAccents = 8;    // on one letter; a shaper of text is quadrat
 constexpr int kMostPictures = 400; // per first look
 constexpr int kDeepestList = 8;
 constexpr int kDeepestBox = 2;
-constexpr double kGreatestImage = 800;
 constexpr int kMostBlocks = 6000; // per first look; a text document is quadratic in the items of lists
 constexpr int kMostItems = 1500;
 constexpr int kMostGrowth = 3; // of what is written against what was read
@@ -106,28 +105,6 @@ bool isHeading(GumboTag tag)
     return tag >= GUMBO_TAG_H1 && tag <= GUMBO_TAG_H6;
 }
 
-/// Whether @p source is a bitmap that stands in the text itself (RFC 2397).
-bool isPictureInText(const QString &source)
-{
-    static constexpr QStringView kTypes[] = {u"png", u"jpeg", u"jpg", u"gif", u"bmp", u"webp"};
-    constexpr QStringView kBase64 = u";base64,";
-    if (!source.startsWith(u"data:image/", Qt::CaseInsensitive))
-        return false;
-    const QStringView rest = QStringView(source).sliced(11);
-    const auto isType = [&](QStringView type) {
-        return rest.startsWith(type, Qt::CaseInsensitive) &&
-               rest.sliced(type.size()).startsWith(kBase64, Qt::CaseInsensitive);
-    };
-    const auto isDigit = [](QChar c) {
-        return c < u'\x80' && (c.isLetterOrNumber() || c == u'+' || c == u'/' || c == u'=' || c == u'%');
-    };
-    const auto type = std::find_if(std::begin(kTypes), std::end(kTypes), isType);
-    if (type == std::end(kTypes))
-        return false;
-    const QStringView digits = rest.sliced(type->size() + kBase64.size());
-    return std::all_of(digits.begin(), digits.end(), isDigit);
-}
-
 } // namespace
 
 Emitter::Emitter(const HtmlOptions &options, const TablePlan &plan, StyleSheet &sheet)
@@ -169,9 +146,10 @@ void Emitter::leave(const GumboNode *)
     m_frames.pop_back();
 }
 
-SafeHtml Emitter::finish(bool truncated)
+SafeHtml Emitter::finish(const Prescan &scanned)
 {
-    m_result.truncated = truncated;
+    m_result.truncated = scanned.truncated;
+    m_result.remoteOthers += scanned.remote;
     m_result.html = u"<html>"_s + m_result.html + u"</html>"_s;
     return std::move(m_result);
 }
@@ -184,8 +162,10 @@ bool Emitter::openElement(const GumboNode *node, GumboTag tag)
     if (m_result.html.size() - m_pictures > m_options.cap * kMostGrowth)
         return true; // from here on the text alone
     const Style style = styleOf(node, tag);
-    if (style.isInvisible() && shape.kind != Shape::Body)
+    if (style.isInvisible() && shape.kind != Shape::Body) {
+        noteHidden(node);
         return false;
+    }
     if (style.hidden)
         context().hidden = *style.hidden;
     if (style.fontSize)
@@ -369,49 +349,6 @@ bool Emitter::openBody(const GumboNode *, const Style &style)
     }
     open(u"body", {}, css);
     return true;
-}
-
-void Emitter::image(const GumboNode *node, const Style &style)
-{
-    const auto tiny = [](const std::optional<double> &size) { return size && *size <= 1; };
-    if (context().rows || context().hidden || tiny(style.width) || tiny(style.height))
-        return; // pictures of one point count who reads
-    const QString source = attributeOf(node, "src").trimmed();
-    const bool remote = source.startsWith(u"http://", Qt::CaseInsensitive) ||
-                        source.startsWith(u"https://", Qt::CaseInsensitive) || source.startsWith(u"//");
-    const bool cid = source.startsWith(u"cid:", Qt::CaseInsensitive);
-    const QString address = source.startsWith(u"//") ? u"https:"_s + source : source;
-    if ((remote || cid) && !m_listed.contains(address)) {
-        m_listed.insert(address);
-        if (cid)
-            m_result.cids.append(
-                QString::fromUtf8(QByteArray::fromPercentEncoding(source.sliced(4).toUtf8())));
-        else
-            m_result.remoteImages.append(address);
-    }
-    if ((!cid && !(remote && m_options.remoteImages) && !isPictureInText(source)) || --m_picturesLeft < 0)
-        return placeholder(node);
-    m_pictures += remote || cid ? 0 : address.size();
-    m_word = 0;
-    QString attributes;
-    give(attributes, u"src", htmlEscaped(address));
-    const double shrink = std::min(1.0, kGreatestImage / std::max(style.width.value_or(1), 1.0));
-    if (style.width)
-        give(attributes, u"width", rounded(*style.width * shrink));
-    if (style.height)
-        give(attributes, u"height", rounded(*style.height * shrink));
-    if (const QString alt = attributeOf(node, "alt"); !alt.isEmpty())
-        give(attributes, u"alt", htmlEscaped(alt));
-    m_result.html += u"<img"_s + attributes + u'>';
-}
-
-/// A picture that is not shown leaves its words.
-void Emitter::placeholder(const GumboNode *node)
-{
-    const QString alt = attributeOf(node, "alt").simplified();
-    context().unseen = false; // letters of no size close the gaps between pictures, their words are meant
-    if (!alt.isEmpty())
-        text(alt);
 }
 
 void Emitter::input(const GumboNode *node)

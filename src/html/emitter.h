@@ -1,5 +1,6 @@
 #pragma once
 
+#include "html/prescan.h"
 #include "html/sanitizer.h"
 #include "html/stylesheet.h"
 #include "html/tableplan.h"
@@ -17,7 +18,7 @@ public:
     /// Goes into the result; false: nothing of what is inside is to be shown.
     bool enter(const GumboNode *node);
     void leave(const GumboNode *node);
-    SafeHtml finish(bool truncated);
+    SafeHtml finish(const Prescan &scanned);
 
 private:
     /// What holds inside an element.
@@ -57,6 +58,9 @@ private:
     bool openCell(const GumboNode *node, GumboTag tag, const Style &style);
     bool openBody(const GumboNode *node, const Style &style);
     void image(const GumboNode *node, const Style &style);
+    bool isPictureToLookAt(const Style &style, const QString &address);
+    void noteHidden(const GumboNode *node);
+    void addTracker(const QString &address);
     void placeholder(const GumboNode *node);
     void input(const GumboNode *node);
     void text(QStringView text);

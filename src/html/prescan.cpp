@@ -59,6 +59,7 @@ private:
     void tag();
     void raw(Element element);
     void text(qsizetype end);
+    void noteRemote();
 
     QByteArrayView m_text;
     TagReader m_reader;
@@ -70,6 +71,7 @@ private:
     qsizetype m_position = 0;
     qsizetype m_work = 0;
     int m_openTags = 0;
+    int m_remote = 0;
     bool m_truncated = false;
 };
 
@@ -86,6 +88,28 @@ qsizetype endOfWhatFits(QByteArrayView text, qsizetype room)
     return ampersand >= 0 && room - ampersand < kLongestWord / 2 ? ampersand : room;
 }
 
+bool isRemote(QByteArrayView address)
+{
+    const QByteArrayView trimmed = address.trimmed();
+    const auto begins = [trimmed](QByteArrayView with) {
+        return trimmed.size() >= with.size() &&
+               qstrnicmp(trimmed.data(), with.size(), with.data(), with.size()) == 0;
+    };
+    return begins("//") || begins("http://") || begins("https://");
+}
+
+/// How many addresses on the net a style sheet or a style attribute refers to.
+int remoteInStyle(QByteArrayView css)
+{
+    int found = 0;
+    for (qsizetype at = css.indexOf("//"); at >= 0; at = css.indexOf("//", at + 2)) {
+        const qsizetype begin = std::max<qsizetype>(at - 40, 0);
+        const QByteArray before = css.sliced(begin, at - begin).toByteArray().toLower();
+        found += before.contains("url(") || before.contains("@import");
+    }
+    return found;
+}
+
 Prescan Scan::run()
 {
     while (m_position < m_text.size() && !m_truncated) {
@@ -96,7 +120,7 @@ Prescan Scan::run()
         if (m_balance.size() > m_cap || m_work > m_cap * kWorkPerByte)
             m_truncated = m_position < m_text.size();
     }
-    return {m_balance.finish(), m_css, m_truncated};
+    return {m_balance.finish(), m_css, m_truncated, m_remote};
 }
 
 void Scan::text(qsizetype end)
@@ -155,12 +179,30 @@ void Scan::tag()
     for (const auto &[attribute, value] : m_tag.attributes)
         length -= attribute == Attribute::Src ? value.size() : 0;
     m_work += length;
+    noteRemote();
     if (m_tag.element == Element::Listing || m_tag.element == Element::Plaintext)
         m_tag.element = Element::Pre;
     if (rowOf(m_tag.element).kind != ElementKind::Raw)
         m_balance.tag(m_tag);
     else if (!m_tag.end)
         raw(m_tag.element);
+}
+
+/// What browsers would load besides pictures: backgrounds, films, frames, objects.
+void Scan::noteRemote()
+{
+    for (const auto &[attribute, value] : m_tag.attributes) {
+        const bool isPicture = m_tag.element == Element::Img;
+        switch (attribute) {
+        case Attribute::Background:
+        case Attribute::Data:
+        case Attribute::Poster: m_remote += isRemote(value); break;
+        case Attribute::Src:
+        case Attribute::Srcset: m_remote += !isPicture && isRemote(value); break;
+        case Attribute::Style: m_remote += remoteInStyle(value); break;
+        default: break;
+        }
+    }
 }
 
 /// An element whose content is no markup. Without an end tag only its start tag goes.
@@ -179,6 +221,8 @@ void Scan::raw(Element element)
     const QByteArrayView content = m_text.sliced(m_position, end - m_position);
     if (element == Element::Style && m_css.size() + content.size() <= kLongestCss)
         m_css.append(content).append('\n');
+    if (element == Element::Style)
+        m_remote += remoteInStyle(content);
     m_position = end;
     if (element != Element::Textarea && element != Element::Xmp)
         return;

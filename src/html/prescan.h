@@ -12,6 +12,7 @@ struct Prescan
     QByteArray html; ///< UTF-8, begins with the document type
     QByteArray css;  ///< the contents of all style elements, UTF-8
     bool truncated = false;
+    int remote = 0; ///< addresses on the net in tags and styles, but for links and the sources of pictures
 };
 
 /// How deep elements may nest in what prescan() leaves.

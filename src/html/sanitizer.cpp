@@ -23,5 +23,5 @@ SafeHtml sanitizeHtml(const QString &text, const HtmlOptions &options)
     walk(
         parsed.root(), [&](const GumboNode *node) { return emitter.enter(node); },
         [&](const GumboNode *node) { emitter.leave(node); });
-    return emitter.finish(scanned.truncated);
+    return emitter.finish(scanned);
 }

@@ -13,7 +13,7 @@ struct HtmlOptions
     static constexpr qsizetype kEverything = 4 * 1024 * 1024;
 
     qsizetype cap = kFirstLook; ///< bytes of markup and text; beyond kFirstLook more tables are allowed, too
-    bool remoteImages = false;  ///< keep the addresses of pictures on the net
+    bool remoteImages = false;  ///< keep the addresses of pictures on the net, but for trackers
     double fontSize = 14;       ///< of the reader's text, pixels; what "em" refers to
     double zoom = 1;            ///< of all sizes of text that the message sets
 
@@ -34,6 +34,8 @@ struct SafeHtml
     bool hasOwnColours = false;          ///< sets a background or a colour of text: show it on a light card
     QString background;                  ///< of the whole text, "#rrggbb"; empty: none given
     QStringList remoteImages;            ///< addresses on the net, once each, whether kept or left out
+    QStringList trackers;                ///< of pictures that are not to be seen, once each; never kept
+    int remoteOthers = 0;                ///< backgrounds, frames, films, styles on the net: never kept either
     QStringList cids;                    ///< Content-IDs that pictures refer to, without brackets, once each
     QStringList links;                   ///< targets in the order of the text
     QList<DeceptiveLink> deceptiveLinks; ///< the text names another host than the link goes to
@@ -43,4 +45,7 @@ struct SafeHtml
 /// news and nntp go. Pictures are kept with src "cid:..." and "data:image/..." (bitmaps only), and with
 /// http(s) if asked for; nothing else that could load anything is in the result. Words without blanks have a
 /// zero width space (U+200B) every 80 characters.
+///
+/// A picture on the net is a tracker when it is too small to be seen, hidden, or its address is that of a
+/// counter (isBeacon()) and no size speaks against that. Spacers count among the others.
 SafeHtml sanitizeHtml(const QString &text, const HtmlOptions &options = {});

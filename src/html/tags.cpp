@@ -9,10 +9,10 @@
 namespace {
 
 constexpr std::array kAttributeNames = { // sorted, indexed by attribute
-    "align", "alt",     "bgcolor", "border",  "cellpadding", "cellspacing", "checked", "class",
-    "color", "colspan", "dir",     "face",    "height",      "hidden",      "href",    "id",
-    "name",  "noshade", "nowrap",  "rowspan", "size",        "src",         "start",   "style",
-    "text",  "title",   "type",    "valign",  "value",       "width"};
+    "align", "alt",     "background", "bgcolor", "border",  "cellpadding", "cellspacing", "checked", "class",
+    "color", "colspan", "data",       "dir",     "face",    "height",      "hidden",      "href",    "id",
+    "name",  "noshade", "nowrap",     "poster",  "rowspan", "size",        "src",         "srcset",  "start",
+    "style", "text",    "title",      "type",    "valign",  "value",       "width"};
 static_assert(kAttributeNames.size() == std::size_t(Attribute::Width) + 1);
 static_assert(std::is_sorted(kAttributeNames.begin(), kAttributeNames.end(),
                              [](std::string_view a, std::string_view b) { return a < b; }));

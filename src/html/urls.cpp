@@ -1,5 +1,7 @@
 #include "html/urls.h"
 
+#include <QUrl>
+
 #include <algorithm>
 #include <array>
 
@@ -159,6 +161,23 @@ private:
     QList<UrlRange> m_found;
 };
 
+/// Pieces of addresses by which the services that send in bulk learn of an opened message.
+constexpr std::array kBeacons = std::to_array<QStringView>({
+    u"/wf/open", u"/track/open", u"/open.aspx",    u"/open.php",  u"/open.gif",  u"/trk/open", u"/e/open",
+    u"/q/open",  u"/mpss/o/",    u"/cl/o/",        u"/pixel.gif", u"/pixel.png", u"/px.gif",   u"/beacon",
+    u"/1x1.",    u"/blank.gif",  u"/tracking.gif", u"/track.gif", u"/openpixel", u"/imp.gif",
+});
+
+/// What browsers skip, also inside "java\tscript:".
+QString withoutControls(QStringView text)
+{
+    QString clean;
+    for (const QChar c : text.trimmed())
+        if (c.unicode() > 0x1F && c.unicode() != 0x7F)
+            clean += c;
+    return clean;
+}
+
 QStringView schemeOf(QStringView target)
 {
     return target.first(std::max(target.indexOf(u':'), qsizetype(0)));
@@ -180,10 +199,7 @@ QString safeTarget(QStringView target)
 {
     if (target.size() > kLongestTarget)
         return {};
-    QString clean;
-    for (const QChar c : target.trimmed())
-        if (c.unicode() > 0x1F && c.unicode() != 0x7F) // browsers skip them, also inside "java\tscript:"
-            clean += c;
+    QString clean = withoutControls(target);
     if (clean.startsWith(u'#'))
         return clean.size() > 1 ? clean : QString();
     if (clean.startsWith(u"//"))
@@ -195,6 +211,32 @@ QString safeTarget(QStringView target)
     if (std::none_of(kSafeSchemes.begin(), kSafeSchemes.end(), same))
         return {};
     return clean.replace(u' ', u"%20"_s);
+}
+
+QString remoteAddress(QStringView source)
+{
+    if (source.size() > kLongestTarget)
+        return {};
+    QString clean = withoutControls(source);
+    if (clean.startsWith(u"//"))
+        clean.prepend(u"https:"_s);
+    if (!clean.startsWith(u"http://", Qt::CaseInsensitive) &&
+        !clean.startsWith(u"https://", Qt::CaseInsensitive))
+        return {};
+    const QUrl url(clean);
+    return url.isValid() && !url.host().isEmpty() && url.userInfo().isEmpty() ? clean : QString();
+}
+
+bool isBeacon(QStringView address)
+{
+    const qsizetype slashes = address.indexOf(u"//");
+    const qsizetype path = address.indexOf(u'/', slashes < 0 ? 0 : slashes + 2);
+    if (path < 0)
+        return false;
+    QStringView rest = address.sliced(path);
+    rest = rest.first(std::find(rest.begin(), rest.end(), u'?') - rest.begin());
+    return std::any_of(kBeacons.begin(), kBeacons.end(),
+                       [&](QStringView beacon) { return rest.contains(beacon, Qt::CaseInsensitive); });
 }
 
 QString hostOf(QStringView target)

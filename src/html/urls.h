@@ -21,6 +21,14 @@ QList<UrlRange> findUrls(QStringView text);
 /// harms nobody (http, https, mailto, ftp, news, nntp), or "#name" inside the text. Empty: not to be opened.
 QString safeTarget(QStringView target);
 
+/// The address of a picture on the net, http or https, as it may be asked for: without control characters and
+/// blanks around, "//host/x" with "https:" before it. Empty: it is none, has no host, or carries a name and a
+/// password.
+QString remoteAddress(QStringView source);
+
+/// Whether the address itself says that it counts who opens a message and is no picture to look at.
+bool isBeacon(QStringView address);
+
 /// The host of a web address or the domain of a mail address, in lower case and without "www."; else empty.
 QString hostOf(QStringView target);
 

@@ -4,6 +4,7 @@
 #include "html/sanitizer.h"
 
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -21,6 +22,10 @@ private slots:
     void tables_data();
     void tables();
     void cutAnywhere();
+    void asksNobody_data();
+    void asksNobody();
+    void countsWhatCounts_data();
+    void countsWhatCounts();
 };
 
 namespace {
@@ -198,6 +203,148 @@ void HostileHtmlTest::cutAnywhere()
                  qPrintable(safe.html));
         QCOMPARE(safe.html.count(u'<'), safe.html.count(u'>'));
     }
+}
+
+/// Every way that a browser knows to load something. What is left names no place on the net but in links.
+void HostileHtmlTest::asksNobody_data()
+{
+    QTest::addColumn<QString>("html");
+    for (const char *html : {"<img src=URL>",
+                             "<IMG SRC='URL'>",
+                             "<img/src=URL>",
+                             "<img srcset='URL 1x, URL?2 2x'>",
+                             "<img src=x srcset=URL>",
+                             "<img src=' URL '>",
+                             "<img src=\"ht\ttp://n.example/x\">",
+                             "<img src='&#104;ttp://n.example/x'>",
+                             "<img src='http&colon;//n.example/x'>",
+                             "<img src=\"\x01http://n.example/x\">",
+                             "<img lowsrc=URL dynsrc=URL>",
+                             "<img src=//n.example/x>",
+                             "<img src='\\\\n.example\\x'>",
+                             "<img src=file://n.example/x>",
+                             "<img src='http:\\\\n.example\\x'>",
+                             "<img src='http://u:p@n.example/x'>",
+                             "<img src='cid:http://n.example/x'>",
+                             "<img src='data:image/svg+xml;base64,AAAA'>",
+                             "<img src='data:image/svg+xml,<svg><image href=URL>'>",
+                             "<img src='data:text/html,<img src=URL>'>",
+                             "<img src=ftp://n.example/x>",
+                             "<picture><source srcset=URL><img src=URL></picture>",
+                             "<input type=image src=URL>",
+                             "<body background=URL>",
+                             "<table background=URL><tr background=URL><td background=URL>x</table>",
+                             "<div style='background:url(URL)'>x</div>",
+                             "<div style='background-image:url(\"URL\")'>x</div>",
+                             "<div style='BACKGROUND:URL(  URL  )'>x</div>",
+                             "<div style='background:u\\rl(URL)'>x</div>",
+                             "<ul style='list-style-image:url(URL)'><li>x</ul>",
+                             "<p style='cursor:url(URL),auto'>x</p>",
+                             "<p style='content:url(URL)'>x</p>",
+                             "<p style='border-image:url(URL) 1'>x</p>",
+                             "<style>@import 'URL';@import url(URL);p{background:url(URL)}</style><p>x</p>",
+                             "<style>@font-face{font-family:f;src:url(URL)}p{font-family:f}</style><p>x</p>",
+                             "<style>p:before{content:url(URL)}</style><p>x</p>",
+                             "<link rel=stylesheet href=URL>x",
+                             "<link rel=preload href=URL as=image><link rel=dns-prefetch href=URL>x",
+                             "<meta http-equiv=refresh content='0;url=URL'>x",
+                             "<base href=URL><img src=x.png>",
+                             "<iframe src=URL></iframe>x",
+                             "<iframe srcdoc='<img src=URL>'></iframe>x",
+                             "<frameset><frame src=URL>",
+                             "<object data=URL></object>x",
+                             "<embed src=URL>x",
+                             "<applet code=URL></applet>x",
+                             "<video src=URL poster=URL autoplay></video>x",
+                             "<video><source src=URL><track src=URL></video>x",
+                             "<audio src=URL autoplay></audio>x",
+                             "<bgsound src=URL>x",
+                             "<svg><image xlink:href=URL /></svg>x",
+                             "<svg><use href=URL /></svg>x",
+                             "<math href=URL>x</math>",
+                             "<script src=URL></script>x",
+                             "<form action=URL><input><button formaction=URL>x</button></form>",
+                             "<isindex action=URL>x",
+                             "<a ping=URL>x</a>",
+                             "<noscript><img src=URL></noscript>x",
+                             "<!--[if mso]><img src=URL><![endif]-->x",
+                             "<v:image src=URL />x",
+                             "<v:fill src=URL />x",
+                             "<blockquote cite=URL>x</blockquote>",
+                             "<html manifest=URL>x",
+                             "<p style=\"behavior:url(URL);-moz-binding:url(URL)\">x</p>",
+                             "<b style=\"filter:url(URL)\">x</b>",
+                             "<table><img src=URL></table>",
+                             "<textarea><img src=URL></textarea>"})
+        QTest::newRow(html) << QString::fromUtf8(html).replace(u"URL"_s, u"http://n.example/x"_s);
+}
+
+void HostileHtmlTest::asksNobody()
+{
+    QFETCH(QString, html);
+    static const QRegularExpression loads(
+        u"(src|srcset|background|poster|data|action|style)\\s*=\\s*\"[^\"]*(n\\.example|//|\\\\)"_s,
+        QRegularExpression::CaseInsensitiveOption);
+    for (const bool consent : {false, true}) {
+        HtmlOptions options;
+        options.remoteImages = consent;
+        const SafeHtml safe = sanitizeHtml(html, options);
+        QString shown = safe.html;
+        for (const QString &wanted : safe.remoteImages) { // what was asked for may be there
+            QVERIFY2(wanted.startsWith(u"http://n.example/") || wanted == u"https://n.example/x"_s,
+                     qPrintable(wanted));
+            if (consent)
+                shown.remove(u"src=\"%1\""_s.arg(wanted));
+        }
+        QVERIFY2(!shown.contains(loads) || shown.contains(u"src=\"cid:"), qPrintable(safe.html));
+        QVERIFY2(!shown.contains(u"url(", Qt::CaseInsensitive), qPrintable(safe.html));
+    }
+}
+
+void HostileHtmlTest::countsWhatCounts_data()
+{
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<int>("images");
+    QTest::addColumn<int>("trackers");
+    QTest::addColumn<int>("others");
+    const auto row = [](const char *html, int images, int trackers, int others) {
+        QTest::newRow(html) << QString::fromUtf8(html).replace(u"URL"_s, u"http://n.example"_s) << images
+                            << trackers << others;
+    };
+    row("<img src=URL/1><img src=URL/1><img src=URL/2 width=600>", 2, 0, 0);
+    row("<img src=URL/1 width=1 height=1>", 0, 1, 0);
+    row("<img src=URL/1 width=0 height=0><img src=URL/2 height=1>", 0, 2, 0);
+    row("<img src=URL/1 style='width:1px;height:1px'>", 0, 1, 0);
+    row("<img src=URL/1 style='display:none'>", 0, 1, 0);
+    row("<img src=URL/1 style='visibility:hidden' width=90 height=90>", 0, 1, 0);
+    row("<img src=URL/1 hidden>", 0, 1, 0);
+    row("<div style='display:none'><p><img src=URL/1></p></div>", 0, 1, 0);
+    row("<div style='display:none'><img src=URL/1 width=300 height=200></div>", 0, 0, 0);
+    row("<style>.t{display:none}</style><img class=t src=URL/1>", 0, 1, 0);
+    row("<img src=URL/wf/open?upn=x alt=''>", 0, 1, 0);
+    row("<img src=URL/wf/open?upn=x width=200 height=80>", 1, 0, 0);
+    row("<img src=URL/news?about=/wf/open>", 1, 0, 0);
+    row("<img src=URL/spacer width=1 height=20><img src=URL/line width=600 height=1>", 0, 0, 2);
+    row("<img srcset='URL/1 1x, URL/2 2x'>", 1, 0, 0);
+    row("<table background=URL/1><tr><td style='background:url(URL/2)'>x</table>", 0, 0, 2);
+    row("<style>@import url(URL/1); p{color:red}</style><video poster=URL/2></video>", 0, 0, 2);
+    row("<iframe src=URL/1></iframe><object data=URL/2></object><audio src=URL/3></audio>", 0, 0, 3);
+    row("<a href=URL/1>x</a><img src=cid:x><img src=file:///x>", 0, 0, 0);
+}
+
+void HostileHtmlTest::countsWhatCounts()
+{
+    QFETCH(QString, html);
+    const SafeHtml safe = sanitizeHtml(html);
+    QTEST(int(safe.remoteImages.size()), "images");
+    QTEST(int(safe.trackers.size()), "trackers");
+    QTEST(safe.remoteOthers, "others");
+    HtmlOptions consent;
+    consent.remoteImages = true;
+    const SafeHtml asked = sanitizeHtml(html, consent);
+    QCOMPARE(asked.html.count(u"src=\"http"), asked.remoteImages.isEmpty() ? 0 : int(html.count(u"<img")));
+    for (const QString &tracker : safe.trackers)
+        QVERIFY(!asked.html.contains(tracker));
 }
 
 QTEST_GUILESS_MAIN(HostileHtmlTest)
