@@ -8,7 +8,7 @@
 #include "store/compression.h"
 #include "store/groupstore.h"
 #ifdef BENCH_MODEL
-#include "ui/main/messagelistmodel.h"
+#include "ui/list/messagelistmodel.h"
 #endif
 
 #include <QCoreApplication>
@@ -40,7 +40,7 @@ public:
     bool isReady()
     {
         const int rows = count();
-        return rows > 0 && m_model.articleAt(0) > 0 && m_model.articleAt(rows - 1) > 0;
+        return rows > 0 && !m_model.refAt(0).isNull() && !m_model.refAt(rows - 1).isNull();
     }
 
 private:

@@ -143,11 +143,11 @@ private slots:
         program.open();
         QVERIFY(program.list->hasFocus());
         program.key(Qt::Key_F);
-        QCOMPARE(program.list->current(), program.articles[2]);
+        QCOMPARE(program.list->current().article, program.articles[2]);
         program.key(Qt::Key_F);
-        QCOMPARE(program.list->current(), program.articles[1]);
+        QCOMPARE(program.list->current().article, program.articles[1]);
         program.key(Qt::Key_B);
-        QCOMPARE(program.list->current(), program.articles[2]);
+        QCOMPARE(program.list->current().article, program.articles[2]);
         program.key(Qt::Key_S);
         QVERIFY(program.has(program.articles[2], Mark::Flagged));
         program.key(Qt::Key_S);
@@ -193,7 +193,7 @@ private slots:
         program.open();
         for (int i = 2; i >= 0; --i) {
             program.key(Qt::Key_Space);
-            QCOMPARE(program.list->current(), program.articles[std::size_t(i)]);
+            QCOMPARE(program.list->current().article, program.articles[std::size_t(i)]);
         }
         program.key(Qt::Key_Space);
         QCOMPARE(program.inbox().counts().unread, 0U);
@@ -208,7 +208,7 @@ private slots:
         program.key(Qt::Key_Delete);
         QCOMPARE(program.list->messages().rowCount(), 2);
         QCOMPARE(program.group(GroupRole::WasteBasket)->counts().total, 1U);
-        QCOMPARE(program.list->current(), program.articles[1]);
+        QCOMPARE(program.list->current().article, program.articles[1]);
         QCOMPARE(program.bar(), u"1 message moved to Waste basket"_s);
         program.key(Qt::Key_Z, Qt::ControlModifier);
         QCOMPARE(program.list->messages().rowCount(), 3);

@@ -164,7 +164,7 @@ void MessageDelegate::paintCell(Row &row, MessageColumn column) const
         if (overview.has(Mark::Attachments))
             row.icon(row.square(row.rest), u"attach"_s, row.dim());
         return;
-    case MessageColumn::From: return row.text(words, m_model.personOf(row.item.texts), row.font(), row.ink());
+    case MessageColumn::From: return row.text(words, row.item.people, row.font(), row.ink());
     case MessageColumn::Score:
         return row.text(number, scoreText(overview.score()), row.font(scale::small),
                         overview.score() >= kGoodScore ? colour(Role::Good) : colour(Role::Text2),
@@ -224,7 +224,7 @@ void MessageDelegate::paintTwoLines(Row &row) const
     row.text(atLine(row.takeTrailing(QFontMetrics(small).horizontalAdvance(date) + 1), 0), date, small,
              colour(row.isUnread() ? Role::Link : Role::Text2), Qt::AlignTrailing);
     row.takeTrailing(space::between);
-    row.text(atLine(row.rest, 0), m_model.personOf(row.item.texts), row.font(), row.ink());
+    row.text(atLine(row.rest, 0), row.item.people, row.font(), row.ink());
 
     row.rest = both;
     const auto sign = [&](const QString &name, Role role) {

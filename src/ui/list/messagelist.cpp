@@ -90,17 +90,22 @@ MessageList::MessageList(QWidget *parent)
 
 void MessageList::setGroup(Group *group, const GroupView &view)
 {
+    setSource(group ? std::make_unique<GroupRows>(*group) : nullptr, view);
+}
+
+void MessageList::setSource(std::unique_ptr<MessageRows> rows, const GroupView &view)
+{
     m_view = view;
-    m_current = 0;
+    m_current = {};
     m_currentPlace = -1;
-    m_top = 0;
+    m_top = {};
     header()->blockSignals(true); // the order comes with the group, it is no click
     header()->setSortIndicator(int(view.sort.column), view.sort.order);
     header()->blockSignals(false);
-    m_model.setGroup(group, view.sort);
+    m_model.setSource(std::move(rows), view.sort);
     showColumns();
     scrollToTop();
-    emit currentChangedTo(0);
+    emit currentChangedTo({});
 }
 
 GroupView MessageList::view() const
@@ -108,9 +113,9 @@ GroupView MessageList::view() const
     return m_view;
 }
 
-quint32 MessageList::current() const
+MessageRef MessageList::current() const
 {
-    return currentIndex().isValid() ? quint32(currentIndex().internalId()) : 0;
+    return MessageListModel::refOf(currentIndex());
 }
 
 QModelIndex MessageList::cell(int place) const
@@ -118,10 +123,10 @@ QModelIndex MessageList::cell(int place) const
     return m_model.index(place, int(MessageColumn::Subject));
 }
 
-bool MessageList::setCurrent(quint32 article)
+bool MessageList::setCurrent(MessageRef message)
 {
     m_model.settle();
-    const int place = m_model.reveal(article);
+    const int place = m_model.reveal(message);
     if (place < 0)
         return false;
     goTo(place);
@@ -135,7 +140,7 @@ void MessageList::goTo(int place)
     scrollTo(cell(place));
 }
 
-Articles MessageList::selected() const
+MessageRefs MessageList::selected() const
 {
     std::vector<int> places;
     for (const QItemSelectionRange &range : selectionModel()->selection())
@@ -143,7 +148,7 @@ Articles MessageList::selected() const
             places.push_back(place);
     std::sort(places.begin(), places.end());
     places.erase(std::unique(places.begin(), places.end()), places.end());
-    return m_model.articlesAt(places);
+    return m_model.refsAt(places);
 }
 
 int MessageList::selectedCount() const
@@ -245,16 +250,16 @@ void MessageList::leaveSelection()
 void MessageList::rememberTop()
 {
     const QModelIndex top = indexAt(QPoint(1, 1));
-    m_top = top.isValid() && verticalScrollBar()->value() > 0 ? quint32(top.internalId()) : 0;
+    m_top = verticalScrollBar()->value() > 0 ? MessageListModel::refOf(top) : MessageRef();
 }
 
 /// What came in above does not push away what the user looks at.
 void MessageList::restoreTop()
 {
-    const int place = m_top ? m_model.placeOf(m_top) : -1;
+    const int place = m_top.isNull() ? -1 : m_model.placeOf(m_top);
     if (place >= 0)
         scrollTo(cell(place), PositionAtTop);
-    m_top = 0;
+    m_top = {};
 }
 
 /// When the current message was taken away, the one that came to its place is current.
@@ -263,12 +268,12 @@ void MessageList::keepCurrent()
     restoreTop();
     if (currentIndex().isValid()) {
         m_currentPlace = currentIndex().row();
-    } else if (m_current != 0 && m_currentPlace >= 0 && m_model.rowCount() > 0) {
+    } else if (!m_current.isNull() && m_currentPlace >= 0 && m_model.rowCount() > 0) {
         goTo(std::min(m_currentPlace, m_model.rowCount() - 1));
     }
-    if (!currentIndex().isValid() && m_current != 0) {
-        m_current = 0;
-        emit currentChangedTo(0);
+    if (!currentIndex().isValid() && !m_current.isNull()) {
+        m_current = {};
+        emit currentChangedTo({});
     }
 }
 
@@ -278,11 +283,12 @@ void MessageList::currentChanged(const QModelIndex &current, const QModelIndex &
     if (!current.isValid())
         return; // keepCurrent() says what comes of it
     m_currentPlace = current.row();
-    const auto article = quint32(current.internalId());
-    if (article == m_current)
+    const MessageRef message = MessageListModel::refOf(current);
+    if (message == m_current)
         return;
-    m_current = article;
-    emit currentChangedTo(article);
+    m_current = message;
+    m_model.hold(message);
+    emit currentChangedTo(message);
 }
 
 void MessageList::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
@@ -402,9 +408,9 @@ bool MessageList::clickedSign(const QModelIndex &index, const QPoint &position)
     if (isTwoLines())
         return false;
     if (column == MessageColumn::Flag)
-        emit flagClicked(m_model.articleAt(place));
+        emit flagClicked(m_model.refAt(place));
     if (column == MessageColumn::State)
-        emit stateClicked(m_model.articleAt(place));
+        emit stateClicked(m_model.refAt(place));
     return column == MessageColumn::Flag || column == MessageColumn::State;
 }
 
@@ -421,7 +427,7 @@ void MessageList::mouseDoubleClickEvent(QMouseEvent *event)
     const QModelIndex index = indexAt(event->pos());
     if (event->button() != Qt::LeftButton || !index.isValid() || clickedSign(index, event->pos()))
         return;
-    emit activatedMessage(m_model.articleAt(index.row()));
+    emit activatedMessage(m_model.refAt(index.row()));
 }
 
 /// Right opens a thread and then goes into it, left closes it or goes up.
@@ -457,7 +463,7 @@ void MessageList::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Space: emit spacePressed(); return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (current() != 0)
+        if (!current().isNull())
             emit activatedMessage(current());
         return;
     case Qt::Key_Right:
@@ -490,8 +496,7 @@ void MessageList::startDrag(Qt::DropActions actions)
         return;
     auto *drag = new QDrag(this);
     QMimeData *mime = m_model.mimeData(indexes);
-    const qsizetype count =
-        qsizetype(decodeDragged(mime->data(QLatin1StringView(kMessagesMimeType))).articles.size());
+    const qsizetype count = qsizetype(decodeDragged(mime->data(QLatin1StringView(kMessagesMimeType))).size());
     drag->setMimeData(mime);
     drag->setPixmap(dragLabel(messagesInWords(count), this));
     drag->setHotSpot({-space::group, -space::group});

@@ -6,8 +6,8 @@
 
 #include <QTreeView>
 
-/// The list of a group's messages. The current message stays current whatever comes and goes; when it goes
-/// itself, the next one takes its place.
+/// The list of messages, of one group or of many. The current message stays current whatever comes and goes;
+/// when it goes itself, the next one takes its place.
 class MessageList : public QTreeView
 {
     Q_OBJECT
@@ -15,21 +15,24 @@ class MessageList : public QTreeView
 public:
     explicit MessageList(QWidget *parent = nullptr);
 
-    /// Shows @p group, null for nothing, in the manner of @p view.
+    /// Shows @p rows, null for nothing, in the manner of @p view.
+    void setSource(std::unique_ptr<MessageRows> rows, const GroupView &view);
+
+    /// The same for one group, null for nothing.
     void setGroup(Group *group, const GroupView &view);
     MessageListModel &messages() { return m_model; }
 
     /// How the user arranged the list: what "Views" remembers of this group.
     GroupView view() const;
 
-    /// The current message; 0 without one.
-    quint32 current() const;
+    /// The current message; null without one.
+    MessageRef current() const;
 
-    /// Makes a message current, alone selected and visible. False: it is not in this group.
-    bool setCurrent(quint32 article);
+    /// Makes a message current, alone selected and visible. False: it is not in this list.
+    bool setCurrent(MessageRef message);
 
     /// The selected messages in the order of the list; collapsed threads are whole.
-    Articles selected() const;
+    MessageRefs selected() const;
     int selectedCount() const;
 
     enum class Step { Next, Previous, NextUnread, PreviousUnread, NextUnreadThread };
@@ -48,12 +51,12 @@ public:
     bool isTwoLines() const { return m_delegate.isTwoLines(); }
 
 signals:
-    /// The current message, or 0; after the selection has settled.
-    void currentChangedTo(quint32 article);
+    /// The current message, or a null one; after the selection has settled.
+    void currentChangedTo(MessageRef message);
     void selectionCountChanged();
-    void activatedMessage(quint32 article); ///< Enter or a double click
-    void flagClicked(quint32 article);
-    void stateClicked(quint32 article);
+    void activatedMessage(MessageRef message); ///< Enter or a double click
+    void flagClicked(MessageRef message);
+    void stateClicked(MessageRef message);
     void spacePressed();
     void menuWanted(const QPoint &globalPosition);
     void viewChanged(); ///< columns, widths, order
@@ -90,7 +93,7 @@ private:
     MessageDelegate m_delegate;
     GroupView m_view;
     bool m_arranging = false;
-    quint32 m_current = 0;   ///< the article
+    MessageRef m_current;
     int m_currentPlace = -1; ///< where it was at the last look
-    quint32 m_top = 0;       ///< the article on the first line
+    MessageRef m_top;        ///< the message on the first line
 };

@@ -19,6 +19,19 @@ constexpr int kKeptTexts = 500; ///< several screens full
 /// A relay that takes long is made rarely, so that an import into a large group stays quick.
 constexpr int kRestAfterRelay = 10; ///< times what it took
 
+// What an index carries: two of 32 bits.
+static_assert(sizeof(quintptr) == sizeof(quint64));
+
+quint64 keyOf(MessageRef message)
+{
+    return quint64(quint32(message.group)) << 32 | message.article;
+}
+
+MessageRef refOfKey(quint64 key)
+{
+    return {int(quint32(key >> 32)), quint32(key)};
+}
+
 } // namespace
 
 MessageListModel::MessageListModel(QObject *parent)
@@ -35,19 +48,21 @@ MessageListModel::~MessageListModel() = default;
 
 void MessageListModel::setGroup(Group *group, const MessageSort &sort)
 {
+    setSource(group ? std::make_unique<GroupRows>(*group) : nullptr, sort);
+}
+
+void MessageListModel::setSource(std::unique_ptr<MessageRows> rows, const MessageSort &sort)
+{
     beginResetModel();
-    if (m_group)
-        m_group->disconnect(this);
     m_ranks.clear();
     m_timer.stop();
     m_texts.clear();
     m_changed.clear();
     m_moved = false;
-    m_group = group;
     m_sort = sort;
-    m_order = MessageOrder(group);
-    if (group) {
-        group->open();
+    m_order = MessageOrder(rows.get());
+    m_rows = std::move(rows);
+    if (m_rows) {
         watch();
         order();
     }
@@ -58,11 +73,15 @@ void MessageListModel::setGroup(Group *group, const MessageSort &sort)
 
 void MessageListModel::watch()
 {
-    connect(m_group, &Group::messagesAdded, this, &MessageListModel::collect);
-    connect(m_group, &Group::messagesRemoved, this, &MessageListModel::collect);
-    connect(m_group, &Group::messagesChanged, this, &MessageListModel::collectChanged);
-    connect(m_group, &Group::rowsReset, this, &MessageListModel::resetRows);
-    connect(m_group, &QObject::destroyed, this, [this] { setGroup(nullptr, m_sort); });
+    connect(m_rows.get(), &MessageRows::rowsMoved, this, &MessageListModel::collect);
+    connect(m_rows.get(), &MessageRows::rowsChanged, this, &MessageListModel::collectChanged);
+    connect(m_rows.get(), &MessageRows::rowsReset, this, &MessageListModel::resetRows);
+}
+
+void MessageListModel::hold(MessageRef message)
+{
+    if (m_rows)
+        m_rows->hold(message);
 }
 
 void MessageListModel::setSortOrder(const MessageSort &sort)
@@ -81,20 +100,16 @@ void MessageListModel::setSortOrder(const MessageSort &sort)
 
 bool MessageListModel::showsRecipients() const
 {
-    if (!m_group)
-        return false;
-    const GroupRole role = m_group->role();
-    return role == GroupRole::SentMail || role == GroupRole::SentNews || role == GroupRole::Drafts ||
-           role == GroupRole::Outbox;
+    return m_rows && m_rows->showsRecipients();
 }
 
 /// Sorting by text takes a while in a large group: the list stays as it was until it is done.
 void MessageListModel::rank()
 {
-    if (!m_group || !isTextColumn(m_sort.column) || m_ranks.isRunning())
+    if (!m_rows || !isTextColumn(m_sort.column) || m_ranks.isRunning())
         return;
-    if (std::size_t(m_group->rowCount()) > m_ranks.ranks().size())
-        m_ranks.start(*m_group, m_sort.column, showsRecipients());
+    if (std::size_t(m_rows->rowCount()) > m_ranks.ranks().size())
+        m_ranks.start(*m_rows, m_sort.column);
 }
 
 void MessageListModel::ranked()
@@ -122,9 +137,9 @@ void MessageListModel::collect()
         m_timer.start(int(m_relayCost) * kRestAfterRelay);
 }
 
-void MessageListModel::collectChanged(const Articles &articles)
+void MessageListModel::collectChanged(const MessageRefs &messages)
 {
-    m_changed.insert(m_changed.end(), articles.begin(), articles.end());
+    m_changed.insert(m_changed.end(), messages.begin(), messages.end());
     if (!m_timer.isActive())
         m_timer.start(0);
 }
@@ -132,7 +147,7 @@ void MessageListModel::collectChanged(const Articles &articles)
 void MessageListModel::settle()
 {
     m_timer.stop();
-    if (!m_group)
+    if (!m_rows)
         return;
     if (m_moved)
         relay();
@@ -144,8 +159,8 @@ void MessageListModel::settle()
 void MessageListModel::resetRows()
 {
     m_texts.clear();
-    m_order = MessageOrder(m_group);
     m_ranks.clear();
+    m_order = MessageOrder(m_rows.get());
     relay();
     rank();
 }
@@ -159,7 +174,7 @@ void MessageListModel::moveRows(const std::function<void()> &change)
     QModelIndexList after;
     after.reserve(before.size());
     for (const QModelIndex &old : before) {
-        const int place = placeAfterwards(quint32(old.internalId()));
+        const int place = placeAfterwards(refOf(old));
         after.append(place < 0 ? QModelIndex() : index(place, old.column()));
     }
     changePersistentIndexList(before, after);
@@ -168,7 +183,7 @@ void MessageListModel::moveRows(const std::function<void()> &change)
 
 void MessageListModel::relay()
 {
-    if (!m_group)
+    if (!m_rows)
         return;
     QElapsedTimer clock;
     clock.start();
@@ -178,10 +193,10 @@ void MessageListModel::relay()
 }
 
 /// Where the message is, or the one above it that hides it; -1 when it is gone.
-int MessageListModel::placeAfterwards(quint32 article) const
+int MessageListModel::placeAfterwards(MessageRef message) const
 {
-    const int row = m_group->rowOf(article);
-    return row < 0 || m_group->row(row).isDead() ? -1 : m_order.nearestPlace(row);
+    const int row = m_rows->rowOf(message);
+    return row < 0 || !m_rows->isListed(row) ? -1 : m_order.nearestPlace(row);
 }
 
 /// Many changed rows are one range: what is not on the screen costs nothing.
@@ -189,8 +204,8 @@ void MessageListModel::announceChanges()
 {
     int first = rowCount();
     int last = -1;
-    for (const quint32 article : m_changed) {
-        const int place = placeAfterwards(article);
+    for (const MessageRef message : m_changed) {
+        const int place = placeAfterwards(message);
         if (place < 0)
             continue;
         first = std::min(first, place);
@@ -203,48 +218,43 @@ void MessageListModel::announceChanges()
 
 const Overview &MessageListModel::overviewAt(int place) const
 {
-    return m_group->row(m_order.rowAt(place));
+    return m_rows->row(m_order.rowAt(place));
 }
 
-quint32 MessageListModel::articleAt(int place) const
+int MessageListModel::placeOf(MessageRef message) const
 {
-    return overviewAt(place).article();
+    return m_rows ? m_order.placeOf(m_rows->rowOf(message)) : -1;
 }
 
-int MessageListModel::placeOf(quint32 article) const
+MessageRefs MessageListModel::refsAt(const std::vector<int> &places) const
 {
-    return m_group ? m_order.placeOf(m_group->rowOf(article)) : -1;
-}
-
-Articles MessageListModel::articlesAt(const std::vector<int> &places) const
-{
-    Articles articles;
+    MessageRefs messages;
     for (const int place : places) {
-        articles.push_back(articleAt(place));
+        messages.push_back(refAt(place));
         if (!hasAnswers(place) || isExpanded(place))
             continue;
         for (const int row : m_order.rowsBelow(place))
-            articles.push_back(m_group->row(row).article());
+            messages.push_back(m_rows->refAt(row));
     }
-    return articles;
+    return messages;
 }
 
-Articles MessageListModel::threadOf(int place) const
+MessageRefs MessageListModel::threadOf(int place) const
 {
     while (m_order.depthAt(place) > 0)
         --place;
-    Articles articles = {articleAt(place)};
+    MessageRefs messages = {refAt(place)};
     for (const int row : m_order.rowsBelow(place))
-        articles.push_back(m_group->row(row).article());
-    return articles;
+        messages.push_back(m_rows->refAt(row));
+    return messages;
 }
 
-int MessageListModel::reveal(quint32 article)
+int MessageListModel::reveal(MessageRef message)
 {
-    if (!m_group)
+    if (!m_rows)
         return -1;
-    const int row = m_group->rowOf(article);
-    if (row < 0 || m_group->row(row).isDead())
+    const int row = m_rows->rowOf(message);
+    if (row < 0 || !m_rows->isListed(row))
         return -1;
     while (m_order.placeOf(row) < 0) {
         const int above = m_order.nearestPlace(row);
@@ -282,8 +292,10 @@ void MessageListModel::setAllExpanded(bool expanded)
 MessageListModel::Item MessageListModel::item(int place) const
 {
     Item item;
-    item.overview = overviewAt(place);
-    item.texts = textsOf(item.overview);
+    const int row = m_order.rowAt(place);
+    item.overview = m_rows->row(row);
+    item.texts = textsOf(row);
+    item.people = peopleOf(m_rows->showsRecipients(row) ? item.texts.to : item.texts.from);
     item.depth = m_order.depthAt(place);
     item.hasAnswers = m_order.hasAnswers(place);
     item.isExpanded = item.hasAnswers && m_order.isExpanded(place);
@@ -292,37 +304,38 @@ MessageListModel::Item MessageListModel::item(int place) const
 
 MessageListModel::ThreadCounts MessageListModel::threadCounts(int place) const
 {
-    const auto isUnread = [this](int row) { return !m_group->row(row).has(Mark::Read); };
+    const auto isUnread = [this](int row) { return !m_rows->row(row).has(Mark::Read); };
     const std::vector<int> below = m_order.rowsBelow(place);
     const auto unread = std::count_if(below.begin(), below.end(), isUnread);
     return {int(below.size()) + 1, int(unread) + (isUnread(m_order.rowAt(place)) ? 1 : 0)};
 }
 
-HeaderTexts MessageListModel::textsOf(const Overview &overview) const
+HeaderTexts MessageListModel::textsOf(int row) const
 {
-    if (const HeaderTexts *kept = m_texts.object(overview.article()))
+    const quint64 key = keyOf(m_rows->refAt(row));
+    if (const HeaderTexts *kept = m_texts.object(key))
         return *kept;
-    auto texts = std::make_unique<HeaderTexts>(m_group->texts(overview));
+    auto texts = std::make_unique<HeaderTexts>(m_rows->texts(row));
     HeaderTexts copy = *texts;
-    m_texts.insert(overview.article(), texts.release());
+    m_texts.insert(key, texts.release());
     return copy;
 }
 
-QString MessageListModel::personOf(const HeaderTexts &texts) const
+MessageRef MessageListModel::refOf(const QModelIndex &index)
 {
-    return peopleOf(showsRecipients() ? texts.to : texts.from);
+    return index.isValid() ? refOfKey(index.internalId()) : MessageRef();
 }
 
 QModelIndex MessageListModel::index(int row, int column, const QModelIndex &parent) const
 {
     if (parent.isValid() || row < 0 || row >= rowCount() || column < 0 || column >= kMessageColumnCount)
         return {};
-    return createIndex(row, column, quintptr(articleAt(row)));
+    return createIndex(row, column, quintptr(keyOf(refAt(row))));
 }
 
 int MessageListModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() || !m_group ? 0 : m_order.count();
+    return parent.isValid() || !m_rows ? 0 : m_order.count();
 }
 
 int MessageListModel::columnCount(const QModelIndex &parent) const
@@ -332,13 +345,13 @@ int MessageListModel::columnCount(const QModelIndex &parent) const
 
 QVariant MessageListModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || !m_group)
+    if (!index.isValid() || !m_rows)
         return {};
     if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole && role != Qt::ToolTipRole)
         return {};
     const Item item = this->item(index.row());
     if (role == Qt::AccessibleTextRole)
-        return spokenRow(item.overview, personOf(item.texts), item.texts.subject);
+        return spokenRow(item.overview, item.people, item.texts.subject);
     const auto column = MessageColumn(index.column());
     if (role == Qt::ToolTipRole && column == MessageColumn::Date)
         return longDate(item.overview.date());
@@ -352,7 +365,7 @@ QString MessageListModel::textOf(const Item &item, MessageColumn column) const
     case MessageColumn::Flag: return item.overview.has(Mark::Flagged) ? u"Flagged"_s : QString();
     case MessageColumn::Subject: return subjectOrNone(item.texts.subject);
     case MessageColumn::Clip: return item.overview.has(Mark::Attachments) ? u"Attachments"_s : QString();
-    case MessageColumn::From: return personOf(item.texts);
+    case MessageColumn::From: return item.people;
     case MessageColumn::Score: return scoreText(item.overview.score());
     case MessageColumn::Date: return shortDate(item.overview.date());
     case MessageColumn::Size: return shortSize(item.overview.unpackedLength());
@@ -411,33 +424,33 @@ QMimeData *MessageListModel::mimeData(const QModelIndexList &indexes) const
     std::sort(places.begin(), places.end());
     places.erase(std::unique(places.begin(), places.end()), places.end());
     auto mime = std::make_unique<QMimeData>();
-    mime->setData(mimeTypes().first(), encodeDragged({m_group->number(), articlesAt(places)}));
+    mime->setData(mimeTypes().first(), encodeDragged(refsAt(places)));
     return mime.release();
 }
 
-QByteArray encodeDragged(const DraggedMessages &messages)
+QByteArray encodeDragged(const MessageRefs &messages)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << qint32(messages.group) << quint32(messages.articles.size());
-    for (const quint32 article : messages.articles)
-        stream << article;
+    stream << quint32(messages.size());
+    for (const MessageRef message : messages)
+        stream << qint32(message.group) << message.article;
     return bytes;
 }
 
-DraggedMessages decodeDragged(const QByteArray &bytes)
+MessageRefs decodeDragged(const QByteArray &bytes)
 {
     QDataStream stream(bytes);
-    qint32 group = 0;
     quint32 count = 0;
-    stream >> group >> count;
-    DraggedMessages messages{group, {}};
+    stream >> count;
+    MessageRefs messages;
     for (quint32 i = 0; i < count; ++i) {
+        qint32 group = 0;
         quint32 article = 0;
-        stream >> article;
+        stream >> group >> article;
         if (stream.status() != QDataStream::Ok)
             return {};
-        messages.articles.push_back(article);
+        messages.push_back({group, article});
     }
     return messages;
 }

@@ -1,17 +1,16 @@
 #pragma once
 
-#include "store/group.h"
+#include "store/messagerows.h"
 #include "ui/list/messageorder.h"
 #include "ui/list/textranks.h"
 
 #include <QAbstractTableModel>
 #include <QCache>
-#include <QPointer>
 #include <QTimer>
 
-/// The messages of one group as a flat table. Of a row that is not painted nothing is kept but numbers. What
-/// happens in the group during one pass of the event loop comes as one change; selection and current message
-/// stay with their messages.
+/// Messages, of one group or of many, as a flat table. Of a row that is not painted nothing is kept but
+/// numbers. What happens to them during one pass of the event loop comes as one change; selection and current
+/// message stay with their messages.
 class MessageListModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -20,9 +19,18 @@ public:
     explicit MessageListModel(QObject *parent = nullptr);
     ~MessageListModel() override;
 
-    /// Shows @p group, null for nothing.
+    /// Shows @p rows, null for nothing.
+    void setSource(std::unique_ptr<MessageRows> rows, const MessageSort &sort = {});
+    const MessageRows *source() const { return m_rows.get(); }
+
+    /// Shows one group, null for nothing.
     void setGroup(Group *group, const MessageSort &sort = {});
-    Group *group() const { return m_group; }
+
+    /// The only group; null without one, and for several.
+    Group *group() const { return m_rows ? m_rows->group() : nullptr; }
+
+    /// The message that the reader looks at: it stays in the list until the next one is held.
+    void hold(MessageRef message);
 
     const MessageSort &sortOrder() const { return m_sort; }
     void setSortOrder(const MessageSort &sort);
@@ -35,6 +43,7 @@ public:
     {
         Overview overview;
         HeaderTexts texts;
+        QString people; ///< whom it is from, or to, as the column From shows it
         int depth = 0;
         bool hasAnswers = false;
         bool isExpanded = false;
@@ -48,22 +57,21 @@ public:
         int unread = 0;
     };
     ThreadCounts threadCounts(int place) const;
-    QString personOf(const HeaderTexts &texts) const;
 
-    quint32 articleAt(int place) const;
+    MessageRef refAt(int place) const { return m_rows->refAt(m_order.rowAt(place)); }
     const Overview &overviewAt(int place) const;
 
     /// -1 when it is not there or hidden in a collapsed thread.
-    int placeOf(quint32 article) const;
+    int placeOf(MessageRef message) const;
 
     /// The messages at @p places; a collapsed thread stands for all in it.
-    Articles articlesAt(const std::vector<int> &places) const;
+    MessageRefs refsAt(const std::vector<int> &places) const;
 
     /// Every message of the thread that @p place belongs to.
-    Articles threadOf(int place) const;
+    MessageRefs threadOf(int place) const;
 
     /// Makes the message visible by expanding what is above it. Its place, -1 when it is not there.
-    int reveal(quint32 article);
+    int reveal(MessageRef message);
     void setExpanded(int place, bool expanded);
     void setAllExpanded(bool expanded);
     int depthAt(int place) const { return m_order.depthAt(place); }
@@ -76,7 +84,8 @@ public:
     /// Ends the sorting by text under way; the list stays as it is.
     void stopSorting();
 
-    /// Every index carries the article number of its message.
+    /// Every index carries its message: refOf().
+    static MessageRef refOf(const QModelIndex &index);
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
@@ -97,39 +106,33 @@ signals:
 
 private:
     void watch();
-    void collectRemoved();
-    void collectChanged(const Articles &articles);
+    void collectChanged(const MessageRefs &messages);
     void collect();
     void resetRows();
     void moveRows(const std::function<void()> &change);
     void relay();
     void order();
-    int placeAfterwards(quint32 article) const;
+    int placeAfterwards(MessageRef message) const;
     void announceChanges();
     void rank();
     void ranked();
-    HeaderTexts textsOf(const Overview &overview) const;
+    HeaderTexts textsOf(int row) const;
     QString textOf(const Item &item, MessageColumn column) const;
 
-    QPointer<Group> m_group;
+    std::unique_ptr<MessageRows> m_rows;
     MessageSort m_sort;
     MessageOrder m_order;
     TextRanks m_ranks;
-    mutable QCache<quint32, HeaderTexts> m_texts; ///< of the rows painted lately, by article
+    mutable QCache<quint64, HeaderTexts> m_texts; ///< of the rows painted lately, by message
     QTimer m_timer;
     bool m_moved = false; ///< messages came or went since the last relay
-    Articles m_changed;
+    MessageRefs m_changed;
     qint64 m_relayCost = 0; ///< milliseconds that the last one took
 };
 
-/// Messages on their way by drag and drop: a group's number, then articles.
-struct DraggedMessages
-{
-    int group = 0;
-    Articles articles;
-};
+/// Messages on their way by drag and drop, of any groups.
 constexpr char kMessagesMimeType[] = "application/x-velmar-messages";
-QByteArray encodeDragged(const DraggedMessages &messages);
+QByteArray encodeDragged(const MessageRefs &messages);
 
-/// Empty articles when @p bytes are no such thing.
-DraggedMessages decodeDragged(const QByteArray &bytes);
+/// Empty when @p bytes are no such thing.
+MessageRefs decodeDragged(const QByteArray &bytes);

@@ -1,7 +1,7 @@
 #include "ui/list/messageorder.h"
 
 #include "config/settings.h"
-#include "store/group.h"
+#include "store/messagerows.h"
 
 #include <algorithm>
 
@@ -42,23 +42,24 @@ quint32 numericKey(const Overview &overview, MessageColumn column)
 
 } // namespace
 
-MessageOrder::MessageOrder(Group *group)
-    : m_group(group)
+MessageOrder::MessageOrder(const MessageRows *rows)
+    : m_rows(rows)
     , m_expandNew(boolSetting(Setting::ExpandThreadsByDefault))
 {}
 
 void MessageOrder::rebuild(const MessageSort &sort, const std::vector<quint32> &ranks)
 {
-    if (!m_group)
+    if (!m_rows)
         return;
-    m_threaded = sort.threads;
-    m_expanded.resize(std::size_t(m_group->rowCount()), m_expandNew);
+    Group *group = m_rows->group();
+    m_threaded = sort.threads && group;
+    m_expanded.resize(std::size_t(m_rows->rowCount()), m_expandNew);
     std::vector<Key> keys = oldestFirst();
     if (m_threaded) {
         if (m_threads)
             m_threads->update();
         else
-            m_threads = std::make_unique<Threads>(*m_group);
+            m_threads = std::make_unique<Threads>(*group);
         arrangeThreads(keys, sort, ranks);
     } else {
         m_threads.reset();
@@ -67,7 +68,7 @@ void MessageOrder::rebuild(const MessageSort &sort, const std::vector<quint32> &
         m_order.resize(keys.size());
         std::transform(keys.begin(), keys.end(), m_order.begin(), [](const Key &key) { return key.row; });
     }
-    m_position.assign(std::size_t(m_group->rowCount()), 0);
+    m_position.assign(std::size_t(m_rows->rowCount()), 0);
     for (std::size_t i = 0; i < m_order.size(); ++i)
         m_position[m_order[i]] = quint32(i) + 1;
     findShown();
@@ -76,12 +77,11 @@ void MessageOrder::rebuild(const MessageSort &sort, const std::vector<quint32> &
 std::vector<MessageOrder::Key> MessageOrder::oldestFirst() const
 {
     std::vector<Key> keys;
-    keys.reserve(m_group->counts().total);
-    const int rows = m_group->rowCount();
+    const int rows = m_rows->rowCount();
+    keys.reserve(std::size_t(rows));
     for (int row = 0; row < rows; ++row) {
-        const Overview &overview = m_group->row(row);
-        if (!overview.isDead())
-            keys.push_back({dateKey(overview), quint32(row)});
+        if (m_rows->isListed(row))
+            keys.push_back({dateKey(m_rows->row(row)), quint32(row)});
     }
     if (!std::is_sorted(keys.begin(), keys.end()))
         std::sort(keys.begin(), keys.end());
@@ -103,7 +103,7 @@ void MessageOrder::addColumnKeys(std::vector<Key> &keys, const MessageSort &sort
     for (Key &key : keys) {
         const bool unranked = byText && key.row >= ranks.size();
         quint32 value = byText ? (unranked ? kNoRow : ranks[key.row])
-                               : numericKey(m_group->row(int(key.row)), sort.column);
+                               : numericKey(m_rows->row(int(key.row)), sort.column);
         if (descending && !unranked)
             value = kNoRow - 1 - value;
         key.key = quint64(value) << 32 | age--;
@@ -139,7 +139,7 @@ void MessageOrder::arrangeThreads(const std::vector<Key> &byDate, const MessageS
 
 std::vector<int> MessageOrder::liveParents() const
 {
-    std::vector<int> parents(std::size_t(m_group->rowCount()));
+    std::vector<int> parents(std::size_t(m_rows->rowCount()));
     for (int row = 0; row < int(parents.size()); ++row)
         parents[std::size_t(row)] = liveParent(row);
     return parents;
@@ -213,7 +213,7 @@ void MessageOrder::findShown()
 int MessageOrder::liveParent(int row) const
 {
     int above = m_threads->parent(row);
-    while (above != Threads::kNone && m_group->row(above).isDead())
+    while (above != Threads::kNone && !m_rows->isListed(above))
         above = m_threads->parent(above);
     return above;
 }

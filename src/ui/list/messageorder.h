@@ -6,20 +6,21 @@
 #include <memory>
 #include <vector>
 
-class Group;
+class MessageRows;
 
-/// Which messages of a group a list shows and in what order. A *row* is one of the group, a *place* one of
-/// the list. Dead messages have no place, nor have the answers in a collapsed thread.
+/// Which of the messages that there are a list shows and in what order. A *row* is one of MessageRows, a
+/// *place* one of the list. What is not listed has no place, nor have the answers in a collapsed thread.
+/// Threads are those of one group; messages of many stand each by itself.
 ///
 /// Inside a thread the order is always that of the conversation; answers to a message that was deleted lie
 /// below what it answered. Memory is about 23 bytes a row, with threads 36 more.
 class MessageOrder
 {
 public:
-    /// @p group must outlive this; null shows nothing.
-    explicit MessageOrder(Group *group = nullptr);
+    /// @p rows must outlive this; null shows nothing.
+    explicit MessageOrder(const MessageRows *rows = nullptr);
 
-    /// Orders anew, taking in what came and went in the group. @p ranks has the place of each row's text
+    /// Orders anew, taking in what came and went. @p ranks has the place of each row's text
     /// among the texts of a text column; rows beyond its end come last.
     void rebuild(const MessageSort &sort, const std::vector<quint32> &ranks);
 
@@ -31,7 +32,7 @@ public:
     int rowAt(int place) const { return int(m_order[position(place)]); }
     int depthAt(int place) const { return m_threaded ? m_depths[position(place)] : 0; }
 
-    /// -1 when the row is dead or hidden.
+    /// -1 when the row is not listed or hidden.
     int placeOf(int row) const;
 
     bool hasAnswers(int place) const;
@@ -88,7 +89,7 @@ private:
     void findShown();
     int liveParent(int row) const;
 
-    Group *m_group;
+    const MessageRows *m_rows;
     std::unique_ptr<Threads> m_threads;
     bool m_threaded = false;
     std::vector<quint32> m_order;    ///< live rows, every thread whole

@@ -1,7 +1,7 @@
 #include "ui/list/textranks.h"
 
 #include "message/message.h"
-#include "store/group.h"
+#include "store/messagerows.h"
 #include "ui/texts/messagetexts.h"
 
 #include <QElapsedTimer>
@@ -24,13 +24,12 @@ TextRanks::TextRanks(QObject *parent)
     connect(&m_timer, &QTimer::timeout, this, &TextRanks::slice);
 }
 
-void TextRanks::start(Group &group, MessageColumn column, bool byRecipient)
+void TextRanks::start(const MessageRows &rows, MessageColumn column)
 {
     stop();
-    m_group = &group;
+    m_messages = &rows;
     m_column = column;
-    m_byRecipient = byRecipient;
-    m_rows = std::size_t(group.rowCount());
+    m_rows = std::size_t(rows.rowCount());
     m_next.assign(m_rows, 0);
     m_timer.start();
 }
@@ -81,13 +80,13 @@ bool TextRanks::step(int milliseconds)
 void TextRanks::readSome(std::size_t end)
 {
     for (; m_read < end; ++m_read) {
-        const Overview overview = m_group->row(int(m_read));
-        if (overview.isDead())
+        const int row = int(m_read);
+        if (!m_messages->isListed(row))
             continue;
-        const HeaderTexts texts = m_group->texts(overview);
-        const QString text = m_column == MessageColumn::Subject ? baseSubjectOf(texts.subject)
-                             : m_byRecipient                    ? peopleOf(texts.to)
-                                                                : peopleOf(texts.from);
+        const HeaderTexts texts = m_messages->texts(row);
+        const QString text = m_column == MessageColumn::Subject
+                                 ? baseSubjectOf(texts.subject)
+                                 : peopleOf(m_messages->showsRecipients(row) ? texts.to : texts.from);
         // Without a language the collation knows no cases.
         m_entries.push_back({m_collator.sortKey(text.toCaseFolded()), quint32(m_read)});
     }

@@ -8,9 +8,9 @@
 
 #include <vector>
 
-class Group;
+class MessageRows;
 
-/// Where the text of each message of a group stands among all of them in one column, found in short slices so
+/// Where the text of each message stands among all of them in one column, found in short slices so
 /// that the window stays alive: runs are read and sorted one by one, then merged. The texts are forgotten at
 /// the end; what stays is 4 bytes a row.
 class TextRanks : public QObject
@@ -20,9 +20,8 @@ class TextRanks : public QObject
 public:
     explicit TextRanks(QObject *parent = nullptr);
 
-    /// Begins with the texts of @p column. @p group must live until the end or stop(). @p byRecipient: the
-    /// column From shows whom the messages went to.
-    void start(Group &group, MessageColumn column, bool byRecipient);
+    /// Begins with the texts of @p column. @p rows must live until the end or stop().
+    void start(const MessageRows &rows, MessageColumn column);
     void stop();
 
     /// Stops, and forgets the ranks: they belong to other rows or another column.
@@ -32,7 +31,7 @@ public:
     /// Works for about @p milliseconds. True when that was the last of it.
     bool step(int milliseconds);
 
-    /// By row of the group; empty until the first end. Rows that came afterwards lie beyond its end.
+    /// By row; empty until the first end. Rows that came afterwards lie beyond its end.
     const std::vector<quint32> &ranks() const { return m_ranks; }
 
 signals:
@@ -56,9 +55,8 @@ private:
     void mergeSome(std::size_t end);
     bool isLater(const Run &a, const Run &b) const;
 
-    Group *m_group = nullptr;
+    const MessageRows *m_messages = nullptr;
     MessageColumn m_column = MessageColumn::Subject;
-    bool m_byRecipient = false;
     QCollator m_collator;
     QTimer m_timer;
     std::size_t m_rows = 0;

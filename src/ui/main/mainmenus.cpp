@@ -212,7 +212,7 @@ void MainWindow::updateActions()
 {
     const MainActions &actions = *m_actions;
     const bool any = group() && m_list->selectedCount() > 0;
-    const bool current = group() && m_list->current() != 0;
+    const bool current = !m_list->current().isNull();
     for (const Act act : {Act::Delete, Act::DeleteForGood, Act::MarkUnread, Act::Flag, Act::Junk,
                           Act::NotJunk, Act::MoveTo, Act::CopyTo})
         actions[act]->setEnabled(any);
@@ -227,7 +227,7 @@ void MainWindow::updateActions()
     actions[Act::ExportGroup]->setEnabled(group() && group()->counts().total > 0);
     actions[Act::MarkGroupRead]->setEnabled(group() && group()->counts().unread > 0);
     actions[Act::Undo]->setEnabled(m_messageCommands && m_messageCommands->canUndo());
-    const std::optional<Overview> overview = current ? group()->overview(m_list->current()) : std::nullopt;
+    const std::optional<Overview> overview = overviewOf(m_list->current());
     const Marks marks = overview ? overview->marks() : Marks();
     actions[Act::Flag]->setChecked(marks.testFlag(Mark::Flagged));
     actions[Act::MarkUnread]->setText(marks.testFlag(Mark::Read) ? u"Mark as &unread"_s : u"Mark as &read"_s);

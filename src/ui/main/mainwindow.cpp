@@ -140,13 +140,13 @@ void MainWindow::connectPanes()
     connect(m_list, &MessageList::activatedMessage, this, &MainWindow::openInWindow);
     connect(m_list, &MessageList::spacePressed, this, &MainWindow::readOn);
     connect(m_list, &MessageList::menuWanted, this, &MainWindow::messageMenu);
-    connect(m_list, &MessageList::flagClicked, this, [this](quint32 article) {
-        if (const auto overview = group()->overview(article))
-            m_messageCommands->mark({article}, Mark::Flagged, !overview->has(Mark::Flagged));
+    connect(m_list, &MessageList::flagClicked, this, [this](MessageRef message) {
+        if (const auto overview = overviewOf(message))
+            m_messageCommands->mark({message}, Mark::Flagged, !overview->has(Mark::Flagged));
     });
-    connect(m_list, &MessageList::stateClicked, this, [this](quint32 article) {
-        if (const auto overview = group()->overview(article))
-            m_messageCommands->mark({article}, Mark::Read, !overview->has(Mark::Read));
+    connect(m_list, &MessageList::stateClicked, this, [this](MessageRef message) {
+        if (const auto overview = overviewOf(message))
+            m_messageCommands->mark({message}, Mark::Read, !overview->has(Mark::Read));
     });
     connect(m_list, &MessageList::viewChanged, this, [this] {
         if (group())
@@ -160,8 +160,8 @@ void MainWindow::connectPanes()
     connect(m_status, &StatusLine::onlineClicked, (*m_actions)[Act::Online], &QAction::trigger);
     connect(&model, &QAbstractItemModel::dataChanged, this, &MainWindow::updateActions);
     connect(&model, &MessageListModel::relaid, this, [this] {
-        if (m_list->current() == 0)
-            showCurrent(0); // the first mail has come, or the last has gone
+        if (m_list->current().isNull())
+            showCurrent({}); // the first mail has come, or the last has gone
     });
     connect(m_reader, &MessageView::linkActivated, this, &MainWindow::followLink);
     connect(m_reader, &MessageView::linkHovered, m_status, &StatusLine::setHint);
@@ -254,7 +254,14 @@ bool MainWindow::selectGroup(int number)
 
 bool MainWindow::selectMessage(quint32 article)
 {
-    return m_list->setCurrent(article);
+    return m_list->setCurrent({m_shownGroup, article});
+}
+
+/// Empty when it is gone.
+std::optional<Overview> MainWindow::overviewOf(MessageRef message) const
+{
+    Group *group = m_engine.groups().group(message.group);
+    return group ? group->overview(message.article) : std::nullopt;
 }
 
 void MainWindow::showGroup(Group *group)
@@ -277,23 +284,24 @@ void MainWindow::showGroup(Group *group)
     updateActions();
 }
 
-void MainWindow::showCurrent(quint32 article)
+void MainWindow::showCurrent(MessageRef message)
 {
     m_readTimer.stop();
     m_offeredNextGroup = false;
-    const std::optional<Overview> overview = group() && article ? group()->overview(article) : std::nullopt;
+    Group *home = m_engine.groups().group(message.group);
+    const std::optional<Overview> overview = overviewOf(message);
     if (!overview) {
         const bool empty = m_list->messages().rowCount() == 0;
         m_reader->clear(empty ? u" "_s : u"No message chosen"_s, // the list says what there is to say
                         empty ? u" "_s : u"Choose one in the list, or press N for the next unread one."_s);
     } else if (m_reader->isVisibleTo(this)) {
-        const QByteArray text = group()->readMessage(*overview);
+        const QByteArray text = home->readMessage(*overview);
         if (text.isNull())
             m_reader->clear(u"This message cannot be read"_s,
                             u"Repair the group to find out what is left of it."_s);
         else
             m_reader->showMessage(Message(text), marksOf(*overview));
-        if (!text.isNull() && !overview->has(Mark::Read) && !group()->has(GroupKeepsUnread))
+        if (!text.isNull() && !overview->has(Mark::Read) && !home->has(GroupKeepsUnread))
             m_readTimer.start();
     }
     updateActions();
@@ -311,20 +319,21 @@ void MainWindow::markShownAsRead()
     m_messageCommands->mark({m_list->current()}, Mark::Read, true);
 }
 
-void MainWindow::openInWindow(quint32 article)
+void MainWindow::openInWindow(MessageRef message)
 {
-    const std::optional<Overview> overview = group() ? group()->overview(article) : std::nullopt;
+    Group *home = m_engine.groups().group(message.group);
+    const std::optional<Overview> overview = overviewOf(message);
     if (!overview)
         return;
-    const QByteArray text = group()->readMessage(*overview);
+    const QByteArray text = home->readMessage(*overview);
     if (text.isNull())
         return;
     auto *window = new MessageWindow(Message(text), nullptr);
     connect(this, &QObject::destroyed, window, &QWidget::close);
     connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
     window->show();
-    if (!group()->has(GroupKeepsUnread))
-        m_messageCommands->mark({article}, Mark::Read, true);
+    if (!home->has(GroupKeepsUnread))
+        m_messageCommands->mark({message}, Mark::Read, true);
 }
 
 bool MainWindow::openMessageFile(const QString &path)
@@ -404,16 +413,19 @@ Group *MainWindow::nextUnreadGroup() const
     return nullptr;
 }
 
-void MainWindow::dropped(int source, const Articles &articles, Group *target, bool copy)
+void MainWindow::dropped(const MessageRefs &messages, Group *target, bool copy)
 {
-    Group *from = m_engine.groups().group(source);
-    if (!from || !target)
-        return;
-    if (copy)
-        return m_messageCommands->copyTo(*from, articles, *target);
-    if (from == group())
+    if (!copy)
         m_list->leaveSelection();
-    m_messageCommands->moveTo(*from, articles, *target);
+    for (const auto &[source, articles] : articlesByGroup(messages)) {
+        Group *from = m_engine.groups().group(source);
+        if (!from || !target || from == target)
+            continue;
+        if (copy)
+            m_messageCommands->copyTo(*from, articles, *target);
+        else
+            m_messageCommands->moveTo(*from, articles, *target);
+    }
 }
 
 // --- The edges ------------------------------------------------------------------------------------------

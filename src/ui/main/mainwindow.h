@@ -2,6 +2,7 @@
 
 #include "config/reporter.h"
 #include "store/group.h"
+#include "store/messageref.h"
 #include "ui/main/views.h"
 
 #include <QMainWindow>
@@ -21,8 +22,8 @@ class MessageCommands;
 class MessageList;
 class MessageView;
 class Panes;
-class QMenu;
 class ReaderActions;
+class QMenu;
 class QToolBar;
 class StatusLine;
 class Task;
@@ -86,7 +87,7 @@ private:
 
     Group *group() const;
     void showGroup(Group *group);
-    void showCurrent(quint32 article);
+    void showCurrent(MessageRef message);
     void showSelection();
     void markShownAsRead();
     void updateActions();
@@ -97,11 +98,12 @@ private:
     void goToFirstUnread(int group);
     Group *nextUnreadGroup() const;
     void goToGroup();
-    void openInWindow(quint32 article);
+    void openInWindow(MessageRef message);
     void followLink(const QString &target);
     void groupMenu(Group *group, const QPoint &position);
     void messageMenu(const QPoint &position);
-    void dropped(int source, const Articles &articles, Group *target, bool copy);
+    std::optional<Overview> overviewOf(MessageRef message) const;
+    void dropped(const MessageRefs &messages, Group *target, bool copy);
     void taskEnded(Task *task);
     void getMail();
     void setOnlineWish(bool online);
@@ -113,9 +115,9 @@ private:
     Looks &m_looks;
     Views m_views;
     MainActions *m_actions;
+    ReaderActions *m_readerActions;
     MessageBoxes *m_boxes;
     QMenu *m_viewMenu;
-    ReaderActions *m_readerActions;
     QToolBar *m_mainBar;
     GroupTree *m_tree;
     ListPane *m_listPane;

@@ -4,11 +4,11 @@
 #include "engine/storetasks.h"
 #include "message/message.h"
 #include "message/safename.h"
+#include "ui/list/messagelist.h"
+#include "ui/look/askingbar.h"
 #include "ui/main/dialogs.h"
 #include "ui/main/messageboxes.h"
-#include "ui/list/messagelist.h"
 #include "ui/texts/messagetexts.h"
-#include "ui/look/askingbar.h"
 
 #include <QFileDialog>
 
@@ -22,15 +22,15 @@ namespace {
 
 constexpr std::size_t kAtOnce = 20; ///< messages that are moved or copied before the next picture
 
-bool allHave(Group &group, const Articles &articles, Mark mark)
-{
-    return std::all_of(articles.begin(), articles.end(), [&](quint32 article) {
-        const std::optional<Overview> overview = group.overview(article);
-        return !overview || overview->has(mark);
-    });
-}
-
 } // namespace
+
+std::map<int, Articles> articlesByGroup(const MessageRefs &messages)
+{
+    std::map<int, Articles> byGroup;
+    for (const MessageRef message : messages)
+        byGroup[message.group].push_back(message.article);
+    return byGroup;
+}
 
 MessageCommands::MessageCommands(Engine &engine, MessageList &list, MessageBoxes &boxes, AskingBar &bar)
     : m_engine(engine)
@@ -55,11 +55,29 @@ Group *MessageCommands::group() const
     return m_list.messages().group();
 }
 
+/// The selection in a list of one group.
+Articles MessageCommands::selectedArticles() const
+{
+    Articles articles;
+    for (const MessageRef message : m_list.selected())
+        articles.push_back(message.article);
+    return articles;
+}
+
+bool MessageCommands::allHave(const MessageRefs &messages, Mark mark) const
+{
+    return std::all_of(messages.begin(), messages.end(), [&](MessageRef message) {
+        Group *group = groups().group(message.group);
+        const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
+        return !overview || overview->has(mark);
+    });
+}
+
 // --- Taking away ----------------------------------------------------------------------------------------
 
 void MessageCommands::removeSelected(bool forGood)
 {
-    const Articles articles = m_list.selected();
+    const Articles articles = selectedArticles();
     if (!group() || articles.empty())
         return;
     if (!forGood && groups().usesWasteBasket(*group()))
@@ -160,15 +178,17 @@ void MessageCommands::undo()
         source->setMarks(restored, {}, Mark::Junk);
     m_list.messages().settle();
     if (group() == source && !restored.empty())
-        m_list.setCurrent(restored.front());
+        m_list.setCurrent({source->number(), restored.front()});
 }
 
 // --- Marks ----------------------------------------------------------------------------------------------
 
-void MessageCommands::mark(const Articles &articles, Mark mark, bool on)
+void MessageCommands::mark(const MessageRefs &messages, Mark mark, bool on)
 {
-    if (group() && !articles.empty())
-        group()->setMarks(articles, on ? Marks(mark) : Marks(), on ? Marks() : Marks(mark));
+    for (const auto &[number, articles] : articlesByGroup(messages)) {
+        if (Group *group = groups().group(number))
+            group->setMarks(articles, on ? Marks(mark) : Marks(), on ? Marks() : Marks(mark));
+    }
 }
 
 void MessageCommands::markSelected(Mark mark, bool on)
@@ -179,16 +199,14 @@ void MessageCommands::markSelected(Mark mark, bool on)
 /// Unread when all of them are read, as the name of the action says.
 void MessageCommands::toggleRead()
 {
-    const Articles articles = m_list.selected();
-    if (group())
-        mark(articles, Mark::Read, !allHave(*group(), articles, Mark::Read));
+    const MessageRefs messages = m_list.selected();
+    mark(messages, Mark::Read, !allHave(messages, Mark::Read));
 }
 
 void MessageCommands::toggleFlag()
 {
-    const Articles articles = m_list.selected();
-    if (group())
-        mark(articles, Mark::Flagged, !allHave(*group(), articles, Mark::Flagged));
+    const MessageRefs messages = m_list.selected();
+    mark(messages, Mark::Flagged, !allHave(messages, Mark::Flagged));
 }
 
 void MessageCommands::markThreadRead()
@@ -203,8 +221,9 @@ void MessageCommands::toggleThread(Mark mark, Mark other)
         return;
     const int place = m_list.currentIndex().row();
     const bool on = !m_list.messages().overviewAt(place).has(mark);
-    const Articles thread = m_list.messages().threadOf(place);
-    group()->setMarks(thread, on ? Marks(mark) : Marks(), on ? Marks(other) : Marks(mark));
+    const MessageRefs thread = m_list.messages().threadOf(place);
+    this->mark(thread, mark, on);
+    this->mark(thread, on ? other : mark, false);
 }
 
 void MessageCommands::markGroupRead(Group &group)
@@ -220,11 +239,11 @@ void MessageCommands::markGroupRead(Group &group)
 
 void MessageCommands::junkSelected(bool junk)
 {
-    const Articles articles = m_list.selected();
+    const Articles articles = selectedArticles();
     if (!group() || articles.empty())
         return;
     Group &place = *groups().group(GroupRole::Junk);
-    mark(articles, Mark::Junk, junk);
+    mark(m_list.selected(), Mark::Junk, junk);
     if (junk && group() != &place)
         return takeAway(articles, place);
     if (!junk && group() == &place)
@@ -263,24 +282,25 @@ void MessageCommands::pick(const QString &verb, const QString &title, std::funct
 
 void MessageCommands::moveSelected()
 {
-    const Articles articles = m_list.selected();
+    const Articles articles = selectedArticles();
     pick(u"Move"_s, u"Move %1 to"_s.arg(messagesInWords(qint64(articles.size()))),
          [this, articles](Group &target) { takeAway(articles, target); });
 }
 
 void MessageCommands::copySelected()
 {
-    const Articles articles = m_list.selected();
+    const Articles articles = selectedArticles();
     pick(u"Copy"_s, u"Copy %1 to"_s.arg(messagesInWords(qint64(articles.size()))),
          [this, articles](Group &target) { copyTo(*group(), articles, target); });
 }
 
 void MessageCommands::saveCurrent()
 {
-    const std::optional<Overview> overview = group() ? group()->overview(m_list.current()) : std::nullopt;
+    Group *home = groups().group(m_list.current().group);
+    const std::optional<Overview> overview = home ? home->overview(m_list.current().article) : std::nullopt;
     if (!overview)
         return;
-    const QByteArray text = group()->readMessage(*overview);
+    const QByteArray text = home->readMessage(*overview);
     if (text.isNull())
         return;
     const Message message(text);

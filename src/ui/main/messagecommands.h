@@ -1,14 +1,20 @@
 #pragma once
 
 #include "store/group.h"
+#include "store/messageref.h"
 
 #include <QObject>
+
+#include <map>
 
 class Engine;
 class GroupStore;
 class AskingBar;
 class MessageBoxes;
 class MessageList;
+
+/// Messages by the numbers of their groups, in their order.
+std::map<int, Articles> articlesByGroup(const MessageRefs &messages);
 
 /// What the user does with the messages of a list. What a few messages take is done at once; more of them
 /// join the engine's long work. Asks before anything is lost; what was moved or thrown away can be taken
@@ -24,7 +30,7 @@ public:
     /// Deletes the selection, to the waste basket where that is the way; without it, or @p forGood, it asks.
     void removeSelected(bool forGood);
     void markSelected(Mark mark, bool on);
-    void mark(const Articles &articles, Mark mark, bool on);
+    void mark(const MessageRefs &messages, Mark mark, bool on);
     void toggleRead();
     void toggleFlag();
     void markThreadRead();
@@ -64,6 +70,8 @@ private:
 
     GroupStore &groups() const;
     Group *group() const;
+    Articles selectedArticles() const;
+    bool allHave(const MessageRefs &messages, Mark mark) const;
     void removeForGood(const Articles &articles);
     void takeAway(const Articles &articles, Group &target);
     void pick(const QString &verb, const QString &title, std::function<void(Group &)> then);

@@ -45,7 +45,7 @@ public:
 signals:
     void currentGroupChanged(Group *group); ///< null: there is none any more
     void menuWanted(Group *group, const QPoint &globalPosition);
-    void messagesDropped(int source, const Articles &articles, Group *target, bool copy);
+    void messagesDropped(const MessageRefs &messages, Group *target, bool copy);
     void collapsedChanged();
 
 protected:

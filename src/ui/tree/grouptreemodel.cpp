@@ -274,8 +274,8 @@ bool GroupTreeModel::dropMimeData(const QMimeData *mime, Qt::DropAction action, 
                                   const QModelIndex &parent)
 {
     Group *target = groupAt(parent);
-    const DraggedMessages dragged = decodeDragged(mime->data(QLatin1StringView(kMessagesMimeType)));
-    if (target && !dragged.articles.empty() && target->number() != dragged.group)
-        emit messagesDropped(dragged.group, dragged.articles, target, action == Qt::CopyAction);
+    const MessageRefs dragged = decodeDragged(mime->data(QLatin1StringView(kMessagesMimeType)));
+    if (target && !dragged.empty())
+        emit messagesDropped(dragged, target, action == Qt::CopyAction);
     return false;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/group.h"
+#include "store/messageref.h"
 
 #include <QAbstractItemModel>
 
@@ -46,7 +47,7 @@ public:
     Qt::DropActions supportedDropActions() const override { return Qt::MoveAction | Qt::CopyAction; }
 
 signals:
-    void messagesDropped(int source, const Articles &articles, Group *target, bool copy);
+    void messagesDropped(const MessageRefs &messages, Group *target, bool copy);
 
 private:
     struct Node;
