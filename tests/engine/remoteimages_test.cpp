@@ -75,7 +75,7 @@ void RemoteImagesTest::onlyWhenAsked()
     QVERIFY(request->isFinished());
     QCOMPARE(request->bytes(), pictureBytes(1000));
     QCOMPARE(request->problem(), QString());
-    QCOMPARE(stage.web.names->asked, QStringList{u"pictures.example."_s});
+    QCOMPARE(stage.web.names->asked, QStringList{u"pictures.example"_s});
     QVERIFY(stage.budget->bytes < RemoteImageBudget().bytes - 1000);
 }
 

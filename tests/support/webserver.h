@@ -175,10 +175,10 @@ struct WebForTest
     {
         const QHostAddress here(QHostAddress::LocalHost);
         const QHostAddress inner(QStringLiteral("10.0.0.1"));
-        names->names = {{QStringLiteral("pictures.example."), {here}},
-                        {QStringLiteral("other.example."), {here}},
-                        {QStringLiteral("inner.example."), {inner}},
-                        {QStringLiteral("rebound.example."), {here, inner}}};
+        names->names = {{QStringLiteral("pictures.example"), {here}},
+                        {QStringLiteral("other.example"), {here}},
+                        {QStringLiteral("inner.example"), {inner}},
+                        {QStringLiteral("rebound.example"), {here, inner}}};
         access.tls.setCaCertificates({WebServer::certificate()});
     }
 

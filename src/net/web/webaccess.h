@@ -17,7 +17,7 @@ public:
 
     using Answer = std::function<void(const QList<QHostAddress> &)>;
 
-    /// Asks for the addresses of @p name, in ASCII; complete when it ends with a dot. @p answer is called
+    /// Asks for the addresses of @p name, a host name in ASCII. @p answer is called
     /// once from the event loop, with an empty list when there are none, and not at all once @p context is
     /// gone.
     virtual void resolve(const QString &name, QObject *context, Answer answer) = 0;
@@ -32,6 +32,7 @@ public:
     virtual bool permitsPort(quint16 port) const = 0;
 };
 
+/// As the system does it, the file of its hosts included: who keeps unwelcome names there is not passed by.
 class SystemResolver : public HostResolver
 {
 public:

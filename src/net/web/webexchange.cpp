@@ -82,7 +82,7 @@ void WebExchange::start()
     else if (isLiteral)
         resolved({m_url.literal});
     else
-        resolve(m_url.host + u'.'); // complete: the system shall not try its own domains behind it
+        resolve(m_url.host);
 }
 
 void WebExchange::resolve(const QString &name)
