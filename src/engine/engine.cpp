@@ -27,6 +27,8 @@ Engine::Engine(QObject *parent)
         if (task->state() == Task::State::Failed && !task->problem().isEmpty())
             queueError(task->problem());
     });
+    connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
+    connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
 }
 
 Engine::~Engine() = default;
@@ -37,9 +39,12 @@ bool Engine::load()
         return false;
     m_accounts.load();
     m_imageSenders.load();
+    m_tags.load();
     if (!m_groups.load())
         return false;
     if (storeAccess() == StoreAccess::ReadWrite) {
+        if (m_tags.resting() != 0)
+            m_operations.dropTags(m_tags.resting());
         for (const Account &account : m_accounts.accounts()) {
             if (account.kind == AccountKind::BatchFile)
                 BatchFetch::recover(m_groups, account.number);
@@ -52,6 +57,7 @@ bool Engine::save(bool force)
 {
     bool saved = m_groups.save(force);
     saved = m_accounts.save() && saved;
+    saved = m_tags.save() && saved;
     saved = m_imageSenders.save() && saved;
     return saveConfig(force) && saved;
 }
@@ -63,6 +69,7 @@ bool Engine::shutDown()
     m_tasks.stopAll();
     bool saved = m_groups.close();
     saved = m_accounts.save() && saved;
+    saved = m_tags.save() && saved;
     saved = m_imageSenders.save() && saved;
     return saveConfig(true) && saved;
 }

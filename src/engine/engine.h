@@ -1,7 +1,9 @@
 #pragma once
 
 #include "engine/imagesenders.h"
+#include "engine/messageoperations.h"
 #include "engine/remoteimages.h"
+#include "engine/tags.h"
 #include "engine/taskrunner.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
@@ -37,6 +39,11 @@ public:
     ImageSenders &imageSenders() { return m_imageSenders; }
     RemoteImages &remoteImages() { return m_remoteImages; }
     TaskRunner &tasks() { return m_tasks; }
+    Tags &tags() { return m_tags; }
+    UndoJournal &journal() { return m_journal; }
+
+    /// What the user does to messages.
+    MessageOperations &operations() { return m_operations; }
 
     /// A text from background work that the user must see; the next tick shows it.
     void queueError(const QString &text);
@@ -73,7 +80,10 @@ private:
     ImageSenders m_imageSenders;
     RemoteImages m_remoteImages;
     QSet<int> m_repairing; ///< groups whose repair waits or works
+    Tags m_tags;
+    UndoJournal m_journal;
     TaskRunner m_tasks;
+    MessageOperations m_operations{m_groups, m_tags, m_journal, m_tasks};
     QStringList m_errors;
     QHash<int, qint64> m_lastFetch; ///< by account number, seconds since 1970
     QSet<int> m_fetching;           ///< numbers of the accounts whose fetch waits or runs

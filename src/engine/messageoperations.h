@@ -1,7 +1,6 @@
 #pragma once
 
-#include "engine/undojournal.h"
-#include "store/group.h"
+#include "engine/operationtask.h"
 
 #include <QObject>
 
@@ -9,21 +8,8 @@
 #include <memory>
 
 class GroupStore;
-class OperationTask;
 class TaskRunner;
-
-/// What came of an operation on messages.
-struct OperationResult
-{
-    enum class Way { Done, Undone, Redone };
-    Way way = Way::Done;
-    Deed deed = Deed::Move;
-    qint64 count = 0;     ///< messages it was done to
-    qint64 skipped = 0;   ///< messages that are gone, or that it could not be done to
-    QString text;         ///< "3 messages moved to Archive", for the quiet line; empty when nothing was done
-    MessageRefs messages; ///< where they are now; empty for those that were deleted for good
-    bool canUndo = false;
-};
+class Tags;
 
 /// Everything a user does to messages, wherever they are: messages of several groups at once. All of it but
 /// deleting for good is entered into the journal and can be taken back.
@@ -39,7 +25,8 @@ public:
     static constexpr std::size_t kAtOnce = 20;
 
     /// Everything must outlive this.
-    MessageOperations(GroupStore &store, UndoJournal &journal, TaskRunner &tasks);
+    MessageOperations(GroupStore &store, const Tags &tags, UndoJournal &journal, TaskRunner &tasks);
+    ~MessageOperations() override;
 
     void move(const MessageRefs &messages, Group &target);
     void copy(const MessageRefs &messages, Group &target);
@@ -66,8 +53,8 @@ public:
     void markGroupRead(Group &group);
     void markReadBefore(Group &group, qint64 before);
 
-    /// Takes the bits off every message of every group, without a way back; @p then is called at the end.
-    void dropTags(quint32 bits, std::function<void()> then);
+    /// Takes the bits off every message of every group, without a way back; tagsDropped() follows.
+    void dropTags(quint32 bits);
 
     void undo();
     void redo();
@@ -77,10 +64,26 @@ public:
 signals:
     void done(const OperationResult &result);
 
+    /// No message has these bits any more.
+    void tagsDropped(quint32 bits);
+
 private:
+    using Messages = std::shared_ptr<const MessageRefs>;
+
+    std::unique_ptr<OperationTask> deed(Deed deed, const QString &place, qint64 expected);
+    void addMove(OperationTask &task, const Messages &messages, int target);
+    void addBits(OperationTask &task, const Messages &messages, BitsWork::Bits bits, int onlyIn = 0);
+    void markFound(Group &group, std::function<bool(const Overview &)> wanted);
+    void takeBack(OperationResult::Way way);
     void run(std::unique_ptr<OperationTask> task, qint64 messages);
+    void queue(std::unique_ptr<OperationTask> task);
+    void ended(const OperationTask &task);
+    void cutJournal();
 
     GroupStore &m_store;
     UndoJournal &m_journal;
     TaskRunner &m_tasks;
+    const Tags &m_tags;
+    int m_waiting = 0; ///< operations in the queue
+    int m_atWork = 0;
 };

@@ -107,7 +107,7 @@ void Tags::load()
         for (const auto &[name, hue] : kFirstTags)
             m_tags.push_back({int(m_tags.size()), QCoreApplication::translate("Tags", name), hue});
     }
-    m_changed = contents.outcome == ListFile::Outcome::Missing;
+    m_changed = false; // the first ones need not be written: a new language gives them new names
 }
 
 bool Tags::save()

@@ -5,6 +5,9 @@
 
 namespace {
 
+const QLatin1String kUndoKey("undo ");
+const QLatin1String kRedoKey("redo ");
+
 quint64 keyOf(MessageRef message)
 {
     return quint64(quint32(message.group)) << 32 | message.article;
@@ -127,6 +130,36 @@ void UndoJournal::clear()
     m_redo.clear();
     m_followers.clear();
     m_messages = 0;
+    emit changed();
+}
+
+QStringList UndoJournal::toLines()
+{
+    renew();
+    QStringList lines;
+    for (const UndoStep &step : m_undo)
+        lines += kUndoKey + step.toLine();
+    for (const UndoStep &step : m_redo)
+        lines += kRedoKey + step.toLine();
+    return lines;
+}
+
+void UndoJournal::takeLines(const QStringList &lines)
+{
+    m_undo.clear();
+    m_redo.clear();
+    m_followers.clear();
+    m_messages = 0;
+    for (const QString &line : lines) {
+        const bool isUndo = line.startsWith(kUndoKey);
+        if (!isUndo && !line.startsWith(kRedoKey))
+            continue;
+        if (std::optional<UndoStep> step = UndoStep::fromLine(line.sliced(kUndoKey.size()))) {
+            m_messages += step->messages;
+            (isUndo ? m_undo : m_redo).push_back(std::move(*step));
+        }
+    }
+    forgetOldest();
     emit changed();
 }
 

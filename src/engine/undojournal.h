@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QStringList>
 
 #include <deque>
 #include <functional>
@@ -52,6 +53,11 @@ public:
     /// Drops the steps at both ends that find nothing to work on any more.
     void cut(const std::function<bool(MessageRef)> &isAlive);
     void clear();
+
+    /// Everything as lines of text, and back, in the place of what is there; lines that are no step are
+    /// skipped.
+    QStringList toLines();
+    void takeLines(const QStringList &lines);
 
 signals:
     void changed();

@@ -75,8 +75,9 @@ void TasksTest::movesInPieces()
     some.push_back(5); // named twice
     TransferTask task(f.engine.groups(), from, some, TransferTask::Kind::Move, &to);
     QCOMPARE(task.total(), 110);
-    QCOMPARE(task.step(0), Task::State::Working);
-    QVERIFY(task.done() >= 50); // some at a time
+    while (task.done() == 0)
+        QCOMPARE(task.step(0), Task::State::Working);
+    QVERIFY(task.done() < 110); // some at a time
     QCOMPARE(task.run(), Task::State::Done);
     QCOMPARE(task.arrived(), upTo(110));
     QCOMPARE(from.counts().total, 10u);
