@@ -44,6 +44,8 @@ OverviewFile::Counts Group::counts()
     if (!m_countsKnown) {
         if (const auto head = OverviewFile::headOf(m_files.directory()))
             m_closedCounts = head->counts;
+        else if (!QFile::exists(m_files.directory()))
+            m_closedCounts = {}; // nothing ever came: asking makes no files
         else
             m_closedCounts = ready() ? m_files.overviews().counts() : OverviewFile::Counts();
         m_countsKnown = true;
