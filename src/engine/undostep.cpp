@@ -23,7 +23,7 @@ constexpr std::array kDeeds = {
             QT_TRANSLATE_NOOP("Deed", "moving %1 to %2")},
     DeedRow{"copy", QT_TRANSLATE_NOOP("Deed", "%1 copied to %2"),
             QT_TRANSLATE_NOOP("Deed", "copying %1 to %2")},
-    DeedRow{"delete", QT_TRANSLATE_NOOP("Deed", "%1 deleted"), QT_TRANSLATE_NOOP("Deed", "deleting %1")},
+    DeedRow{"delete", QT_TRANSLATE_NOOP("Deed", "%1 moved to %2"), QT_TRANSLATE_NOOP("Deed", "deleting %1")},
     DeedRow{"archive", QT_TRANSLATE_NOOP("Deed", "%1 moved to %2"),
             QT_TRANSLATE_NOOP("Deed", "moving %1 to %2")},
     DeedRow{"junk", QT_TRANSLATE_NOOP("Deed", "%1 marked as junk"),
@@ -214,6 +214,11 @@ std::optional<UndoStep> UndoStep::fromLine(const QString &line)
         step.changes.push_back(*change);
     }
     return step;
+}
+
+bool movesMessages(Deed deed)
+{
+    return deed <= Deed::NotJunk || deed == Deed::DeleteForGood;
 }
 
 QString doneInWords(Deed deed, qint64 messages, const QString &place)

@@ -68,6 +68,9 @@ struct UndoStep
     static std::optional<UndoStep> fromLine(const QString &line);
 };
 
+/// Whether it takes messages out of the list in which it is done.
+bool movesMessages(Deed deed);
+
 /// "3 messages moved to Archive": what was done to @p messages.
 QString doneInWords(Deed deed, qint64 messages, const QString &place);
 

@@ -140,7 +140,7 @@ private slots:
 void UndoTest::anyOrder_data()
 {
     QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 1; seed <= 12; ++seed)
+    for (quint32 seed = 1; seed <= 8; ++seed)
         QTest::addRow("%u", seed) << seed;
 }
 
@@ -221,11 +221,11 @@ void UndoTest::deletingMarksAsRead()
     Group &group = f.make(u"A"_s, 3);
     const QStringList before = stateOf(*f.engine);
     f.ops().remove(f.all(group));
-    QCOMPARE(f.results.back().text, u"3 messages deleted"_s);
+    QCOMPARE(f.results.back().text, u"3 messages moved to Waste basket"_s);
     QCOMPARE(f.role(GroupRole::WasteBasket).counts(), (OverviewFile::Counts{3, 0, 0}));
     QCOMPARE(f.engine->journal().nextText(), u"Undo deleting 3 messages"_s);
     f.undo();
-    QCOMPARE(f.results.back().text, u"Undone: 3 messages deleted"_s);
+    QCOMPARE(f.results.back().text, u"Undone: 3 messages moved to Waste basket"_s);
     QCOMPARE(f.results.back().messages, f.all(group));
     QCOMPARE(group.counts(), (OverviewFile::Counts{3, 3, 0}));
     QCOMPARE(stateOf(*f.engine), before);

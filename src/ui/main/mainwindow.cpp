@@ -316,7 +316,7 @@ void MainWindow::showSelection()
 
 void MainWindow::markShownAsRead()
 {
-    m_messageCommands->mark({m_list->current()}, Mark::Read, true);
+    m_messageCommands->noteRead(m_list->current());
 }
 
 void MainWindow::openInWindow(MessageRef message)
@@ -333,7 +333,7 @@ void MainWindow::openInWindow(MessageRef message)
     connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
     window->show();
     if (!home->has(GroupKeepsUnread))
-        m_messageCommands->mark({message}, Mark::Read, true);
+        m_messageCommands->noteRead(message);
 }
 
 bool MainWindow::openMessageFile(const QString &path)
@@ -415,17 +415,10 @@ Group *MainWindow::nextUnreadGroup() const
 
 void MainWindow::dropped(const MessageRefs &messages, Group *target, bool copy)
 {
-    if (!copy)
-        m_list->leaveSelection();
-    for (const auto &[source, articles] : articlesByGroup(messages)) {
-        Group *from = m_engine.groups().group(source);
-        if (!from || !target || from == target)
-            continue;
-        if (copy)
-            m_messageCommands->copyTo(*from, articles, *target);
-        else
-            m_messageCommands->moveTo(*from, articles, *target);
-    }
+    if (target && copy)
+        m_messageCommands->copyTo(messages, *target);
+    else if (target)
+        m_messageCommands->moveTo(messages, *target);
 }
 
 // --- The edges ------------------------------------------------------------------------------------------

@@ -1,7 +1,7 @@
 #include "ui/main/messagecommands.h"
 
+#include "config/clock.h"
 #include "engine/engine.h"
-#include "engine/storetasks.h"
 #include "message/message.h"
 #include "message/safename.h"
 #include "ui/list/messagelist.h"
@@ -11,38 +11,42 @@
 #include "ui/texts/messagetexts.h"
 
 #include <QFileDialog>
+#include <QItemSelection>
 
 #include <algorithm>
-#include <map>
-#include <unordered_set>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::size_t kAtOnce = 20; ///< messages that are moved or copied before the next picture
+constexpr std::size_t kMostSelected = 2000; ///< messages that are selected again when they are back
+constexpr quint32 kAllTags = 0xffffffff;
+
+/// Before which day "mark older as read" marks.
+struct AgeRow
+{
+    const char *text;
+    int days;
+};
+constexpr AgeRow kAges[] = {
+    {QT_TRANSLATE_NOOP("MessageCommands", "Older than a day"), 1},
+    {QT_TRANSLATE_NOOP("MessageCommands", "Older than a week"), 7},
+    {QT_TRANSLATE_NOOP("MessageCommands", "Older than a month"), 30},
+    {QT_TRANSLATE_NOOP("MessageCommands", "Older than a year"), 365},
+};
+constexpr qint64 kSecondsOfADay = 24 * 60 * 60;
 
 } // namespace
 
-std::map<int, Articles> articlesByGroup(const MessageRefs &messages)
-{
-    std::map<int, Articles> byGroup;
-    for (const MessageRef message : messages)
-        byGroup[message.group].push_back(message.article);
-    return byGroup;
-}
-
 MessageCommands::MessageCommands(Engine &engine, MessageList &list, MessageBoxes &boxes, AskingBar &bar)
     : m_engine(engine)
+    , m_operations(engine.operations())
     , m_list(list)
     , m_boxes(boxes)
     , m_bar(bar)
 {
-    connect(&engine.groups(), &GroupStore::groupRemoved, this, [this](int number) {
-        if (number == m_undo.source || number == m_undo.target)
-            m_undo = {};
-        emit undoChanged();
-    });
+    connect(&m_operations, &MessageOperations::done, this, &MessageCommands::tell);
+    connect(&engine.journal(), &UndoJournal::changed, this, &MessageCommands::undoChanged);
 }
 
 GroupStore &MessageCommands::groups() const
@@ -50,145 +54,149 @@ GroupStore &MessageCommands::groups() const
     return m_engine.groups();
 }
 
-Group *MessageCommands::group() const
-{
-    return m_list.messages().group();
-}
-
-/// The selection in a list of one group.
-Articles MessageCommands::selectedArticles() const
-{
-    Articles articles;
-    for (const MessageRef message : m_list.selected())
-        articles.push_back(message.article);
-    return articles;
-}
-
-bool MessageCommands::allHave(const MessageRefs &messages, Mark mark) const
+bool MessageCommands::allHave(const MessageRefs &messages,
+                              const std::function<bool(const Overview &)> &has) const
 {
     return std::all_of(messages.begin(), messages.end(), [&](MessageRef message) {
         Group *group = groups().group(message.group);
         const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
-        return !overview || overview->has(mark);
+        return !overview || has(*overview);
     });
 }
 
 // --- Taking away ----------------------------------------------------------------------------------------
 
+/// Does what makes the messages leave the list, once what follows them is current.
+void MessageCommands::takeAway(const MessageRefs &messages, const std::function<void()> &deed)
+{
+    if (m_list.selected() == messages)
+        m_list.leaveSelection();
+    deed();
+}
+
 void MessageCommands::removeSelected(bool forGood)
 {
-    const Articles articles = selectedArticles();
-    if (!group() || articles.empty())
+    const MessageRefs messages = m_list.selected();
+    if (messages.empty())
         return;
-    if (!forGood && groups().usesWasteBasket(*group()))
-        return takeAway(articles, *groups().group(GroupRole::WasteBasket));
-    const QString count = messagesInWords(qint64(articles.size()));
-    const int number = group()->number();
-    m_boxes.ask({u"Delete %1 for good?"_s.arg(count),
-                 u"This cannot be undone."_s,
-                 {u"Delete %1"_s.arg(count), u"Cancel"_s},
+    const auto remove = [this, messages, forGood] {
+        takeAway(messages, [&] {
+            if (forGood)
+                m_operations.removeForGood(messages);
+            else
+                m_operations.remove(messages);
+        });
+    };
+    const MessageRefs lost = forGood ? messages : m_operations.lostByRemoving(messages);
+    if (lost.empty())
+        remove();
+    else
+        askBeforeLosing(lost, remove);
+}
+
+void MessageCommands::askBeforeLosing(const MessageRefs &lost, std::function<void()> then)
+{
+    const QString count = messagesInWords(qint64(lost.size()));
+    m_boxes.ask({tr("Delete %1 for good?").arg(count),
+                 tr("This cannot be undone."),
+                 {tr("Delete %1").arg(count), tr("Cancel")},
                  true,
                  ReportLevel::Warning},
-                this, [this, articles, number](int button) {
-                    if (button == 0 && group() && group()->number() == number)
-                        removeForGood(articles);
+                this, [then = std::move(then)](int button) {
+                    if (button == 0)
+                        then();
                 });
 }
 
-void MessageCommands::removeForGood(const Articles &articles)
+void MessageCommands::archiveSelected()
 {
-    m_list.leaveSelection();
-    if (articles.size() > kAtOnce)
-        return m_engine.deleteMessages(*group(), articles, true);
-    groups().deleteMessages(*group(), articles, true);
-    m_list.messages().settle();
-}
-
-void MessageCommands::takeAway(const Articles &articles, Group &target)
-{
-    Group &source = *group();
-    m_list.leaveSelection();
-    moveTo(source, articles, target);
-}
-
-void MessageCommands::moveTo(Group &source, const Articles &articles, Group &target)
-{
-    if (&source == &target || articles.empty())
+    const MessageRefs messages = m_list.selected();
+    const Group *shown = m_list.messages().group();
+    if (messages.empty() || (shown && shown->role() == GroupRole::Archive))
         return;
-    if (articles.size() > kAtOnce)
-        m_engine.moveMessages(source, articles, target);
-    else if (groups().move(source, articles, target).empty())
-        return; // after a report
-    m_list.messages().settle();
-    remember(source, target, articles);
-    m_bar.ask(MessageBar::Kind::Good,
-              u"%1 moved to %2"_s.arg(messagesInWords(qint64(articles.size())), target.name()),
-              {u"Undo"_s, [this] { undo(); }});
+    takeAway(messages, [&] { m_operations.archive(messages); });
 }
 
-void MessageCommands::copyTo(Group &source, const Articles &articles, Group &target)
+void MessageCommands::junkSelected(bool junk)
 {
-    if (articles.empty())
+    const MessageRefs messages = m_list.selected();
+    if (messages.empty())
         return;
-    if (articles.size() > kAtOnce)
-        m_engine.copyMessages(source, articles, target);
-    else if (groups().copy(source, articles, target).empty() || !target.flush())
-        return; // after a report
-    m_bar.tell(MessageBar::Kind::Good,
-               u"%1 copied to %2"_s.arg(messagesInWords(qint64(articles.size())), target.name()));
+    const Group *shown = m_list.messages().group();
+    const bool isThere = shown && shown->role() == GroupRole::Junk;
+    if (junk == isThere) // they stay
+        return m_operations.junk(messages, junk);
+    takeAway(messages, [&] { m_operations.junk(messages, junk); });
 }
 
-void MessageCommands::remember(const Group &source, const Group &target, const Articles &articles)
+// --- Elsewhere ------------------------------------------------------------------------------------------
+
+void MessageCommands::moveTo(const MessageRefs &messages, Group &target)
 {
-    m_undo = {source.number(), target.number(), articles};
+    const bool any = std::any_of(messages.begin(), messages.end(),
+                                 [&](MessageRef message) { return message.group != target.number(); });
+    if (!any)
+        return;
+    m_lastTarget = target.number();
+    takeAway(messages, [&] { m_operations.move(messages, target); });
     emit undoChanged();
 }
 
-/// The live messages of @p target that came from those of @p source; the newest for each.
-Articles MessageCommands::arrivedFrom(Group &target, int source, const Articles &originals)
+void MessageCommands::copyTo(const MessageRefs &messages, Group &target)
 {
-    std::unordered_set<quint32> wanted(originals.begin(), originals.end());
-    Articles found;
-    for (int row = target.rowCount() - 1; row >= 0 && !wanted.empty(); --row) {
-        const Overview &overview = target.row(row);
-        if (!overview.isDead() && int(overview.originGroup()) == source &&
-            wanted.erase(overview.originArticle()))
-            found.push_back(overview.article());
-    }
-    std::reverse(found.begin(), found.end());
-    return found;
+    if (!messages.empty())
+        m_operations.copy(messages, target);
 }
 
-void MessageCommands::undo()
+void MessageCommands::pick(const QString &verb, const QString &title, std::function<void(Group &)> then)
 {
-    const Undo undo = std::exchange(m_undo, {});
-    m_bar.hide();
-    emit undoChanged();
-    Group *source = groups().group(undo.source);
-    Group *target = groups().group(undo.target);
-    if (!source || !target)
-        return;
-    const Articles back = arrivedFrom(*target, undo.source, undo.articles);
-    if (back.empty())
-        return;
-    if (back.size() > kAtOnce)
-        return m_engine.moveMessages(*target, back, *source);
-    const Articles restored = groups().move(*target, back, *source);
-    if (target->role() == GroupRole::Junk)
-        source->setMarks(restored, {}, Mark::Junk);
-    m_list.messages().settle();
-    if (group() == source && !restored.empty())
-        m_list.setCurrent({source->number(), restored.front()});
+    const Group *shown = m_list.messages().group();
+    askGroup(m_list.window(), groups(), {title, verb, shown ? shown->number() : 0},
+             [this, then = std::move(then)](int number) {
+                 if (Group *target = groups().group(number))
+                     then(*target);
+             });
+}
+
+void MessageCommands::moveSelected()
+{
+    const MessageRefs messages = m_list.selected();
+    if (!messages.empty())
+        pick(tr("Move"), tr("Move %1 to").arg(messagesInWords(qint64(messages.size()))),
+             [this, messages](Group &target) { moveTo(messages, target); });
+}
+
+void MessageCommands::copySelected()
+{
+    const MessageRefs messages = m_list.selected();
+    if (!messages.empty())
+        pick(tr("Copy"), tr("Copy %1 to").arg(messagesInWords(qint64(messages.size()))),
+             [this, messages](Group &target) { copyTo(messages, target); });
+}
+
+void MessageCommands::moveSelectedAgain()
+{
+    if (Group *target = lastTarget())
+        moveTo(m_list.selected(), *target);
+}
+
+Group *MessageCommands::lastTarget() const
+{
+    return m_lastTarget != 0 ? groups().group(m_lastTarget) : nullptr;
+}
+
+QString MessageCommands::lastTargetName() const
+{
+    const Group *target = lastTarget();
+    return target ? target->name() : QString();
 }
 
 // --- Marks ----------------------------------------------------------------------------------------------
 
 void MessageCommands::mark(const MessageRefs &messages, Mark mark, bool on)
 {
-    for (const auto &[number, articles] : articlesByGroup(messages)) {
-        if (Group *group = groups().group(number))
-            group->setMarks(articles, on ? Marks(mark) : Marks(), on ? Marks() : Marks(mark));
-    }
+    if (!messages.empty())
+        m_operations.mark(messages, on ? Marks(mark) : Marks(), on ? Marks() : Marks(mark));
 }
 
 void MessageCommands::markSelected(Mark mark, bool on)
@@ -200,13 +208,15 @@ void MessageCommands::markSelected(Mark mark, bool on)
 void MessageCommands::toggleRead()
 {
     const MessageRefs messages = m_list.selected();
-    mark(messages, Mark::Read, !allHave(messages, Mark::Read));
+    const auto isRead = [](const Overview &overview) { return overview.has(Mark::Read); };
+    mark(messages, Mark::Read, !allHave(messages, isRead));
 }
 
 void MessageCommands::toggleFlag()
 {
     const MessageRefs messages = m_list.selected();
-    mark(messages, Mark::Flagged, !allHave(messages, Mark::Flagged));
+    const auto isFlagged = [](const Overview &overview) { return overview.has(Mark::Flagged); };
+    mark(messages, Mark::Flagged, !allHave(messages, isFlagged));
 }
 
 void MessageCommands::markThreadRead()
@@ -221,78 +231,156 @@ void MessageCommands::toggleThread(Mark mark, Mark other)
         return;
     const int place = m_list.currentIndex().row();
     const bool on = !m_list.messages().overviewAt(place).has(mark);
-    const MessageRefs thread = m_list.messages().threadOf(place);
-    this->mark(thread, mark, on);
-    this->mark(thread, on ? other : mark, false);
+    m_operations.mark(m_list.messages().threadOf(place), on ? mark : Marks(), on ? other : mark);
+}
+
+void MessageCommands::toggleIgnoreSubthread()
+{
+    const MessageRefs messages = subthread();
+    if (messages.empty())
+        return;
+    const bool on = !m_list.messages().overviewAt(m_list.currentIndex().row()).has(Mark::Ignored);
+    m_operations.mark(messages, on ? Mark::Ignored : Marks(), on ? Mark::Watched : Mark::Ignored);
+}
+
+/// The current message with the answers below it.
+MessageRefs MessageCommands::subthread() const
+{
+    if (!m_list.currentIndex().isValid())
+        return {};
+    const MessageListModel &model = m_list.messages();
+    const int first = m_list.currentIndex().row();
+    std::vector<int> places = {first};
+    for (int place = first + 1; place < model.rowCount() && model.depthAt(place) > model.depthAt(first);
+         ++place)
+        places.push_back(place);
+    return model.refsAt(places);
 }
 
 void MessageCommands::markGroupRead(Group &group)
 {
-    Articles unread;
-    for (int row = 0; row < group.rowCount(); ++row) {
-        const Overview &overview = group.row(row);
-        if (!overview.isDead() && !overview.has(Mark::Read))
-            unread.push_back(overview.article());
-    }
-    m_engine.tasks().add(std::make_unique<MarkTask>(group, std::move(unread), Mark::Read, Marks()));
+    m_operations.markGroupRead(group);
 }
 
-void MessageCommands::junkSelected(bool junk)
+void MessageCommands::markOlderRead()
 {
-    const Articles articles = selectedArticles();
-    if (!group() || articles.empty())
+    Group *group = m_list.messages().group();
+    if (!group)
         return;
-    Group &place = *groups().group(GroupRole::Junk);
-    mark(m_list.selected(), Mark::Junk, junk);
-    if (junk && group() != &place)
-        return takeAway(articles, place);
-    if (!junk && group() == &place)
-        moveBack(place, articles);
+    const std::optional<Overview> current = group->overview(m_list.current().article);
+    QStringList choices;
+    if (current)
+        choices += tr("Older than the current message");
+    for (const AgeRow &age : kAges)
+        choices += tr(age.text);
+    askChoice(m_list.window(), tr("Mark as read in %1").arg(group->name()), tr("Mark as read"), choices,
+              [this, number = group->number(), current](int choice) {
+                  Group *group = groups().group(number);
+                  const int age = choice - (current ? 1 : 0);
+                  if (group && age < int(std::size(kAges)))
+                      m_operations.markReadBefore(*group, age < 0 ? current->date()
+                                                                  : clockSeconds() -
+                                                                        kAges[age].days * kSecondsOfADay);
+              });
 }
 
-/// What is no junk goes back to the group it was in, to the inbox when that is not there any more.
-void MessageCommands::moveBack(Group &junk, const Articles &articles)
+void MessageCommands::noteRead(MessageRef message)
 {
-    std::map<int, Articles> byGroup;
-    for (const quint32 article : articles) {
-        const std::optional<Overview> overview = junk.overview(article);
-        const Group *origin = overview ? groups().group(int(overview->originGroup())) : nullptr;
-        byGroup[origin && origin != &junk ? origin->number() : groups().group(GroupRole::Inbox)->number()]
-            .push_back(article);
-    }
-    m_list.leaveSelection();
-    for (const auto &[number, some] : byGroup)
-        moveTo(junk, some, *groups().group(number));
+    if (Group *group = groups().group(message.group))
+        group->setMarks({message.article}, Mark::Read, {});
 }
 
-// --- Elsewhere ------------------------------------------------------------------------------------------
+// --- Tags -----------------------------------------------------------------------------------------------
 
-void MessageCommands::pick(const QString &verb, const QString &title, std::function<void(Group &)> then)
+void MessageCommands::tagSelected(int key)
 {
-    if (!group() || m_list.selectedCount() == 0)
+    const MessageRefs messages = m_list.selected();
+    if (key == 0 && !messages.empty())
+        m_operations.setTags(messages, 0, kAllTags);
+    else if (const quint32 bit = m_engine.tags().bitOfKey(key))
+        toggleTag(bit);
+}
+
+void MessageCommands::toggleTag(quint32 bit)
+{
+    const MessageRefs messages = m_list.selected();
+    if (messages.empty())
         return;
-    const int source = group()->number();
-    askGroup(m_list.window(), groups(), {title, verb, source},
-             [this, source, then = std::move(then)](int number) {
-                 Group *target = groups().group(number);
-                 if (target && group() && group()->number() == source)
-                     then(*target);
-             });
+    const auto hasIt = [bit](const Overview &overview) { return (overview.tags() & bit) != 0; };
+    const bool on = !allHave(messages, hasIt);
+    m_operations.setTags(messages, on ? bit : 0, on ? 0 : bit);
 }
 
-void MessageCommands::moveSelected()
+bool MessageCommands::selectedHaveTag(int key) const
 {
-    const Articles articles = selectedArticles();
-    pick(u"Move"_s, u"Move %1 to"_s.arg(messagesInWords(qint64(articles.size()))),
-         [this, articles](Group &target) { takeAway(articles, target); });
+    const quint32 bit = m_engine.tags().bitOfKey(key);
+    const MessageRefs messages = m_list.selected();
+    return bit != 0 && !messages.empty() &&
+           allHave(messages, [bit](const Overview &overview) { return (overview.tags() & bit) != 0; });
 }
 
-void MessageCommands::copySelected()
+// --- Saying what was done -------------------------------------------------------------------------------
+
+/// Says it where the list alone does not show it: when messages went elsewhere, or many changed.
+void MessageCommands::tell(const OperationResult &result)
 {
-    const Articles articles = selectedArticles();
-    pick(u"Copy"_s, u"Copy %1 to"_s.arg(messagesInWords(qint64(articles.size()))),
-         [this, articles](Group &target) { copyTo(*group(), articles, target); });
+    if (result.count <= qint64(MessageOperations::kAtOnce))
+        m_list.messages().settle();
+    if (result.way != OperationResult::Way::Done) {
+        select(result.messages);
+        if (result.way == OperationResult::Way::Undone && result.count > 0)
+            return offer(result.text, tr("Redo"), &MessageCommands::redo);
+        if (result.count == 0)
+            return m_bar.tell(MessageBar::Kind::Information, result.text);
+    }
+    if (result.text.isEmpty())
+        return;
+    if (!result.canUndo && result.way == OperationResult::Way::Done)
+        return m_bar.tell(result.count > 0 ? MessageBar::Kind::Good : MessageBar::Kind::Warning, result.text);
+    const bool shows =
+        result.count > 1 || result.way != OperationResult::Way::Done || movesMessages(result.deed);
+    if (shows)
+        offer(result.text, tr("Undo"), &MessageCommands::undo);
+    else if (m_bar.isVisible() && m_bar.text() == m_offered)
+        m_bar.hide(); // its button would take back another deed than it says
 }
+
+void MessageCommands::offer(const QString &text, const QString &verb, void (MessageCommands::*answer)())
+{
+    m_offered = text;
+    m_bar.ask(MessageBar::Kind::Good, text, {verb, [this, answer] { (this->*answer)(); }});
+}
+
+/// Selects those that the list shows; the first one is current.
+void MessageCommands::select(const MessageRefs &messages)
+{
+    m_list.messages().settle();
+    const MessageListModel &model = m_list.messages();
+    std::vector<int> places;
+    for (const MessageRef message : messages) {
+        const int place = model.placeOf(message);
+        if (place >= 0)
+            places.push_back(place);
+    }
+    if (places.empty())
+        return;
+    std::sort(places.begin(), places.end());
+    m_list.setCurrent(model.refAt(places.front()));
+    if (places.size() > kMostSelected)
+        return;
+    QItemSelection selection;
+    for (std::size_t i = 0; i < places.size();) {
+        std::size_t end = i + 1;
+        while (end < places.size() && places[end] == places[end - 1] + 1)
+            ++end;
+        selection.append({model.index(places[i], 0), model.index(places[end - 1], 0)});
+        i = end;
+    }
+    m_list.selectionModel()->select(selection,
+                                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
+
+// --- Files ----------------------------------------------------------------------------------------------
 
 void MessageCommands::saveCurrent()
 {

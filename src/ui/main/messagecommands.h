@@ -1,11 +1,9 @@
 #pragma once
 
-#include "store/group.h"
-#include "store/messageref.h"
+#include "engine/messageoperations.h"
 
 #include <QObject>
-
-#include <map>
+#include <QPointer>
 
 class Engine;
 class GroupStore;
@@ -13,12 +11,8 @@ class AskingBar;
 class MessageBoxes;
 class MessageList;
 
-/// Messages by the numbers of their groups, in their order.
-std::map<int, Articles> articlesByGroup(const MessageRefs &messages);
-
-/// What the user does with the messages of a list. What a few messages take is done at once; more of them
-/// join the engine's long work. Asks before anything is lost; what was moved or thrown away can be taken
-/// back.
+/// What the user does with the messages of a list, wherever these are: asks before anything is lost, hands
+/// the deed to the engine, and says quietly what was done and that it can be undone.
 class MessageCommands : public QObject
 {
     Q_OBJECT
@@ -27,10 +21,38 @@ public:
     /// Everything must outlive this; @p bar is where done deeds are told.
     MessageCommands(Engine &engine, MessageList &list, MessageBoxes &boxes, AskingBar &bar);
 
-    /// Deletes the selection, to the waste basket where that is the way; without it, or @p forGood, it asks.
+    bool canUndo() const { return m_operations.journal().nextUndo() != nullptr; }
+    bool canRedo() const { return m_operations.journal().nextRedo() != nullptr; }
+
+    /// "Undo moving 3 messages to Archive"; empty when there is nothing to undo, or redo.
+    QString undoText() const { return m_operations.journal().nextText(); }
+    QString redoText() const { return m_operations.journal().nextRedoText(); }
+
+    /// Whether there is a group to move to once more, and its name.
+    bool canMoveAgain() const { return lastTarget() != nullptr; }
+    QString lastTargetName() const;
+
+    /// Whether all of the selected messages carry the tag with that key.
+    bool selectedHaveTag(int key) const;
+
+public slots:
+    /// Deletes the selection, to the waste basket where that is the way; what would be lost by it is asked
+    /// about, and everything is with @p forGood.
     void removeSelected(bool forGood);
-    void markSelected(Mark mark, bool on);
+    void archiveSelected();
+
+    /// Marks the selection as junk and moves it there; or the other way, back where it came from.
+    void junkSelected(bool junk);
+
+    /// Asks for a group, then moves or copies the selection there; or moves to the last one again.
+    void moveSelected();
+    void copySelected();
+    void moveSelectedAgain();
+    void moveTo(const MessageRefs &messages, Group &target);
+    void copyTo(const MessageRefs &messages, Group &target);
+
     void mark(const MessageRefs &messages, Mark mark, bool on);
+    void markSelected(Mark mark, bool on);
     void toggleRead();
     void toggleFlag();
     void markThreadRead();
@@ -38,50 +60,48 @@ public:
     /// Sets or clears @p mark in the whole thread of the current message, and clears @p other.
     void toggleThread(Mark mark, Mark other);
 
-    /// Marks the selection as junk and moves it there; or the other way, back where it came from.
-    void junkSelected(bool junk);
+    /// The same for the current message and the answers below it, to ignore them or not.
+    void toggleIgnoreSubthread();
 
-    /// Asks for a group, then moves or copies the selection there.
-    void moveSelected();
-    void copySelected();
-    void moveTo(Group &source, const Articles &articles, Group &target);
-    void copyTo(Group &source, const Articles &articles, Group &target);
+    /// The tag with that key, 1 to 9: puts it on the selection, or takes it off when all have it. 0 takes off
+    /// every tag.
+    void tagSelected(int key);
+    void toggleTag(quint32 bit);
+
+    /// Marks every message of @p group as read, or asks before which day.
+    void markGroupRead(Group &group);
+    void markOlderRead();
+
+    /// The message was shown to the user, who did nothing: that is no deed to be undone.
+    void noteRead(MessageRef message);
 
     /// Writes the current message to a file that the user names.
     void saveCurrent();
 
-    /// Marks every message of @p group as read.
-    void markGroupRead(Group &group);
-
-    bool canUndo() const { return m_undo.target != 0; }
-    void undo();
+    void undo() { m_operations.undo(); }
+    void redo() { m_operations.redo(); }
 
 signals:
+    /// What can be undone or redone.
     void undoChanged();
 
 private:
-    /// What was moved last: the messages in the target remember where they came from.
-    struct Undo
-    {
-        int source = 0;
-        int target = 0; ///< 0: nothing to take back
-        Articles articles;
-    };
-
     GroupStore &groups() const;
-    Group *group() const;
-    Articles selectedArticles() const;
-    bool allHave(const MessageRefs &messages, Mark mark) const;
-    void removeForGood(const Articles &articles);
-    void takeAway(const Articles &articles, Group &target);
+    Group *lastTarget() const;
+    bool allHave(const MessageRefs &messages, const std::function<bool(const Overview &)> &has) const;
+    MessageRefs subthread() const;
+    void takeAway(const MessageRefs &messages, const std::function<void()> &deed);
+    void askBeforeLosing(const MessageRefs &lost, std::function<void()> then);
     void pick(const QString &verb, const QString &title, std::function<void(Group &)> then);
-    void remember(const Group &source, const Group &target, const Articles &articles);
-    static Articles arrivedFrom(Group &target, int source, const Articles &originals);
-    void moveBack(Group &junk, const Articles &articles);
+    void tell(const OperationResult &result);
+    void offer(const QString &text, const QString &verb, void (MessageCommands::*answer)());
+    void select(const MessageRefs &messages);
 
     Engine &m_engine;
+    MessageOperations &m_operations;
     MessageList &m_list;
     MessageBoxes &m_boxes;
     AskingBar &m_bar;
-    Undo m_undo;
+    int m_lastTarget = 0; ///< number of the group that was moved to last
+    QString m_offered;    ///< the text in the bar with which the last deed can be taken back
 };
