@@ -1,6 +1,7 @@
 #include "config/directory.h"
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
+#include "ui/reader/headercard.h"
 #include "ui/reader/messageview.h"
 #include "ui/reader/readeractions.h"
 #include "ui/reader/recipientsview.h"
@@ -20,7 +21,8 @@
 using namespace Qt::StringLiterals;
 
 // The reader with the messages of an mbox, to look at: reader_pictures DIRECTORY MBOX saves a picture of
-// each, and of some in other looks and states, and says how long each took to be shown.
+// each, and of some in other looks and states, and says how long each took to be shown. Behind these may
+// stand a look ("dark"), the size of the font in points and the width of the reader in pixels.
 
 namespace {
 
@@ -72,6 +74,7 @@ public:
         timer.start();
         view.showMessage(Message(text), {name.startsWith(u"05"), false, name.startsWith(u"04"), false});
         std::printf("%s: %lld ms to show\n", qPrintable(name), static_cast<long long>(timer.elapsed()));
+        view.findChild<HeaderCard *>()->setTags({{u"Almanac"_s, 200}, {u"Sailing club"_s, 120}});
         save(name);
     }
 
@@ -99,6 +102,8 @@ int main(int argc, char **argv)
         looks.setFont(QFont(QApplication::font().family(), QByteArray(argv[4]).toInt()));
     QDir().mkpath(QString::fromLocal8Bit(argv[1]));
     Pictures pictures(QString::fromLocal8Bit(argv[1]));
+    if (argc > 5)
+        pictures.view.resize(QByteArray(argv[5]).toInt(), pictures.view.height());
     pictures.save(u"empty"_s);
     QFile file(QString::fromLocal8Bit(argv[2]));
     if (!file.open(QIODevice::ReadOnly))

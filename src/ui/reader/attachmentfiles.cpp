@@ -6,9 +6,12 @@
 #include "message/headerblock.h"
 #include "message/mimecontext.h"
 #include "message/safename.h"
+#include "ui/reader/datacard.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -108,10 +111,6 @@ constexpr IconRow kIcons[] = {
     {"application/vnd.openxmlformats-officedocument.spreadsheetml", "file-sheet"},
     {"application/vnd.ms-excel", "file-sheet"},
     {"text/csv", "file-sheet"},
-    {"text/calendar", "event"},
-    {"text/vcard", "person"},
-    {"text/x-vcard", "person"},
-    {"text/directory", "person"},
     {"message/", "mail"},
     {"text/", "file-text"},
     {"application/vnd.oasis.opendocument.text", "file-text"},
@@ -119,6 +118,25 @@ constexpr IconRow kIcons[] = {
     {"application/msword", "file-text"},
     {"application/rtf", "file-text"},
 };
+
+constexpr auto kLockName = "lock"_L1;
+
+QStringList baseDirectories()
+{
+    const QString wanted = stringSetting(Setting::TempDir);
+    return {wanted.isEmpty() ? QDir::tempPath() : wanted, QDir::tempPath()};
+}
+
+/// Ours, with a lock whose owner is gone. A directory without a lock is just being made, or is to be kept.
+bool isAbandoned(const QFileInfo &directory)
+{
+    const QString lockPath = directory.filePath() + u'/' + kLockName;
+    if (directory.ownerId() != QFileInfo(QDir::homePath()).ownerId() || !QFileInfo::exists(lockPath))
+        return false;
+    QLockFile lock(lockPath);
+    lock.setStaleLockTime(0);
+    return lock.tryLock(0);
+}
 
 } // namespace
 
@@ -133,7 +151,14 @@ OpenRisk openRiskOf(const QString &fileName, const QByteArray &bytes)
 QString attachmentName(const Message &message, int part)
 {
     const MIMEPart &entry = message.mime().part(part);
-    if (!entry.name.isEmpty() || entry.contenttype != "message/rfc822")
+    if (!entry.name.isEmpty())
+        return entry.fileName();
+    switch (dataKindOf(entry)) {
+    case DataKind::Contact: return QCoreApplication::translate("AttachmentFiles", "Contact") + u".vcf"_s;
+    case DataKind::Calendar: return QCoreApplication::translate("AttachmentFiles", "Event") + u".ics"_s;
+    default: break;
+    }
+    if (entry.contenttype != "message/rfc822")
         return entry.fileName();
     const QByteArray bytes = message.mime().decodedBytes(part);
     const Message enclosed(bytes.first(headerExtent(bytes).length));
@@ -154,12 +179,21 @@ qint64 attachmentSize(const Message &message, int part)
     }
 }
 
+QByteArray attachmentType(const MIMEPart &part)
+{
+    const bool saysNothing = part.contenttype.isEmpty() || part.contenttype == "application/octet-stream";
+    return saysNothing && !part.name.isEmpty() ? contentTypeOf(part.name) : part.contenttype;
+}
+
 QString attachmentIcon(const Message &message, int part)
 {
     const MIMEPart &entry = message.mime().part(part);
-    QByteArray type = entry.contenttype;
-    if (type == "application/octet-stream" && !entry.name.isEmpty())
-        type = contentTypeOf(entry.name);
+    switch (dataKindOf(entry)) {
+    case DataKind::Contact: return u"person"_s;
+    case DataKind::Calendar: return u"event"_s;
+    default: break;
+    }
+    const QByteArray type = attachmentType(entry);
     const auto row = std::find_if(std::begin(kIcons), std::end(kIcons),
                                   [&](const IconRow &candidate) { return type.startsWith(candidate.type); });
     return row == std::end(kIcons) ? u"file"_s : QString::fromLatin1(row->icon);
@@ -178,16 +212,53 @@ QString freePath(const QString &directory, const QString &name)
     return path;
 }
 
+bool writeWholeFile(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+}
+
+std::shared_ptr<AttachmentFiles> AttachmentFiles::common()
+{
+    static std::weak_ptr<AttachmentFiles> shared; // ends with the last window that may ask for copies
+    std::shared_ptr<AttachmentFiles> files = shared.lock();
+    if (!files) {
+        files = std::make_shared<AttachmentFiles>();
+        shared = files;
+    }
+    return files;
+}
+
+void AttachmentFiles::removeAbandoned()
+{
+    QStringList bases = baseDirectories();
+    bases.removeDuplicates();
+    for (const QString &base : std::as_const(bases)) {
+        const QFileInfoList found = QDir(base).entryInfoList(
+            {u"velmar-??????"_s}, QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot);
+        for (const QFileInfo &directory : found)
+            if (isAbandoned(directory))
+                QDir(directory.filePath()).removeRecursively();
+    }
+}
+
 bool AttachmentFiles::makeDirectory()
 {
     if (m_directory && m_directory->isValid())
         return true;
-    const QString wanted = stringSetting(Setting::TempDir);
-    for (const QString &base : {wanted.isEmpty() ? QDir::tempPath() : wanted, QDir::tempPath()}) {
+    const bool keep = boolSetting(Setting::TempKeepFiles);
+    const QStringList bases = baseDirectories();
+    for (const QString &base : bases) {
         m_directory = std::make_unique<QTemporaryDir>(base + u"/velmar-XXXXXX"_s);
-        m_directory->setAutoRemove(!boolSetting(Setting::TempKeepFiles));
-        if (m_directory->isValid())
-            return true;
+        m_directory->setAutoRemove(!keep);
+        if (!m_directory->isValid())
+            continue;
+        if (!keep) {
+            m_lock = std::make_unique<QLockFile>(m_directory->filePath(QString(kLockName)));
+            m_lock->setStaleLockTime(0); // as old as this run may be
+            m_lock->tryLock(0);
+        }
+        return true;
     }
     report(ReportLevel::Warning, "Unable to create a temporary directory");
     return false;

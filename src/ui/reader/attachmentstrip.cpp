@@ -1,5 +1,6 @@
 #include "ui/reader/attachmentstrip.h"
 
+#include "message/mimecontext.h"
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
@@ -7,7 +8,9 @@
 #include "ui/look/styleparts.h"
 #include "ui/look/velmarstyle.h"
 #include "ui/reader/attachmentfiles.h"
+#include "ui/reader/previewcontent.h"
 #include "ui/texts/harmless.h"
+#include "ui/texts/messagetexts.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -154,7 +157,7 @@ QVariant AttachmentModel::data(const QModelIndex &index, int role) const
     const AttachmentRow &row = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole: return row.name;
-    case Qt::ToolTipRole: return row.name.toHtmlEscaped();
+    case Qt::ToolTipRole: return asToolTip(row.name + u'\n' + sizeText(row.size));
     case Qt::AccessibleTextRole: return u"%1, %2"_s.arg(row.name, sizeText(row.size));
     case SizeRole: return sizeText(row.size);
     case IconRole: return row.icon;
@@ -207,7 +210,7 @@ AttachmentStrip::AttachmentStrip(AttachmentModel::CopyOf copyOf, QWidget *parent
     saving->addStretch(1);
     layout->addLayout(saving);
     connect(m_view, &QListView::activated, this,
-            [this](const QModelIndex &index) { emit openRequested(m_model->row(index.row()).part); });
+            [this](const QModelIndex &index) { emit activated(m_model->row(index.row()).part, all()); });
     connect(m_view, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &position) { showMenu(m_view->viewport()->mapToGlobal(position)); });
     connect(m_saveAll, &QPushButton::clicked, this, [this] { emit saveRequested(all()); });
@@ -222,6 +225,8 @@ void AttachmentStrip::showAttachments(const Message &message, const QList<int> &
         rows.append({part, attachmentName(message, part), attachmentIcon(message, part),
                      attachmentSize(message, part)});
     m_saveAll->setText(rows.size() > 1 ? tr("Save all…") : tr("Save…"));
+    m_view->setAccessibleName(attachmentsInWords(rows.size()));
+    m_message = message;
     m_model->setRows(std::move(rows));
     setVisible(!parts.isEmpty());
     m_view->scrollToTop();
@@ -232,6 +237,11 @@ bool AttachmentStrip::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::FocusIn && !m_view->currentIndex().isValid())
         m_view->setCurrentIndex(m_model->index(0));
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Space &&
+        static_cast<QKeyEvent *>(event)->modifiers() == Qt::NoModifier && m_view->currentIndex().isValid()) {
+        emit previewRequested(m_model->row(m_view->currentIndex().row()).part, all());
+        return true;
+    }
     return QWidget::eventFilter(watched, event);
 }
 
@@ -262,16 +272,36 @@ QList<int> AttachmentStrip::all() const
     return parts;
 }
 
+void AttachmentStrip::addOpening(QMenu *menu, int part)
+{
+    const PreviewKind kind = previewKindOf(m_message, part);
+    if (kind != PreviewKind::None)
+        menu->setDefaultAction(
+            menu->addAction(tr("&Preview"), this, [this, part] { emit previewRequested(part, all()); }));
+    if (kind == PreviewKind::Message)
+        menu->addAction(icon(u"mail-open"_s), tr("Open as a &message"), this,
+                        [this, part] { emit openMessageRequested(part); });
+    if (openRiskOf(attachmentName(m_message, part), m_message.mime().decodedBytes(part)) != OpenRisk::Never) {
+        menu->addAction(tr("&Open"), this, [this, part] { emit openRequested(part); });
+        menu->addAction(tr("Open &with…"), this, [this, part] { emit openWithRequested(part); });
+    }
+    if (kind == PreviewKind::Picture)
+        menu->addAction(icon(u"copy"_s), tr("&Copy image"), this,
+                        [this, part] { emit copyPictureRequested(part); });
+    menu->addSeparator();
+}
+
 void AttachmentStrip::showMenu(const QPoint &globalPosition)
 {
     const QList<int> parts = chosen();
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     if (parts.size() == 1)
-        menu->addAction(tr("&Open"), this, [this, parts] { emit openRequested(parts.first()); });
+        addOpening(menu, parts.first());
     if (!parts.isEmpty())
         menu->addAction(icon(u"download"_s),
-                        parts.size() == 1 ? tr("&Save…") : tr("&Save %1 attachments…").arg(parts.size()),
+                        parts.size() == 1 ? tr("&Save…")
+                                          : tr("&Save %1…").arg(attachmentsInWords(parts.size())),
                         this, [this, parts] { emit saveRequested(parts); });
     if (parts.size() < m_model->rowCount())
         menu->addAction(tr("Save &all…"), this, [this] { emit saveRequested(all()); });

@@ -8,6 +8,7 @@
 #include <functional>
 
 class QListView;
+class QMenu;
 class QPushButton;
 
 struct AttachmentRow
@@ -42,8 +43,8 @@ private:
     QList<AttachmentRow> m_rows;
 };
 
-/// The cards of a message's attachments below its text; hidden while there are none. Enter opens, the menu
-/// key shows what else can be done.
+/// The cards of a message's attachments below its text; hidden while there are none. Enter and the space bar
+/// show one, the menu key says what else can be done.
 class AttachmentStrip : public QWidget
 {
     Q_OBJECT
@@ -54,7 +55,13 @@ public:
     void showAttachments(const Message &message, const QList<int> &parts);
 
 signals:
+    /// Entered or double-clicked; @p parts are all that there are.
+    void activated(int part, const QList<int> &parts);
+    void previewRequested(int part, const QList<int> &parts);
     void openRequested(int part);
+    void openWithRequested(int part);
+    void openMessageRequested(int part);
+    void copyPictureRequested(int part);
     void saveRequested(const QList<int> &parts);
 
 protected:
@@ -64,9 +71,11 @@ protected:
 
 private:
     void showMenu(const QPoint &globalPosition);
+    void addOpening(QMenu *menu, int part);
     QList<int> chosen() const;
     QList<int> all() const;
 
+    Message m_message;
     AttachmentModel *m_model;
     class AttachmentView *m_view;
     QPushButton *m_saveAll;

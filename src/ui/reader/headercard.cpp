@@ -27,6 +27,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kAvatar = 40;
+constexpr int kIndent = 2;    ///< of every line, room for the focus ring of those that take it
 constexpr int kNarrow = 76;   ///< average characters
 constexpr int kMostLines = 8; ///< of recipients at once
 
@@ -99,6 +100,8 @@ HeaderCard::HeaderCard(QWidget *parent)
     setTextRole(m_verdict, Role::Text2);
     setTextRole(m_claim, Role::Warning);
     m_date->setTextFormat(Qt::PlainText);
+    m_date->setContentsMargins(kIndent, kIndent, 0, 0);
+    m_subject->setContentsMargins(kIndent, 0, 0, 0);
     m_subject->setObjectName(u"subject"_s);
     m_date->setObjectName(u"date"_s);
     m_verdict->setObjectName(u"verdict"_s);
@@ -127,10 +130,11 @@ QBoxLayout *HeaderCard::buildSender()
     said->addWidget(m_verdict);
     said->addWidget(m_claim);
     said->addStretch(1);
+    said->setContentsMargins(kIndent, 0, 0, 0);
     m_senderRow = newRow();
     m_senderRow->addWidget(m_sender);
     m_senderRow->addLayout(said, 1);
-    m_senderRow->addWidget(m_date, 0, Qt::AlignVCenter);
+    m_senderRow->addWidget(m_date, 0, Qt::AlignTop);
     return m_senderRow;
 }
 
@@ -149,7 +153,7 @@ void HeaderCard::build()
     lines->addWidget(m_recipientsArea);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(space::dialog, space::between, space::card, space::group);
-    layout->setSpacing(space::group);
+    layout->setSpacing(space::group - kIndent);
     auto *picture = new QVBoxLayout;
     picture->addSpacing(space::between);
     picture->addWidget(m_avatar);
@@ -173,7 +177,6 @@ void HeaderCard::showMessage(const Message &message, const ReaderMarks &marks)
     m_subject->setText(subject.isEmpty() ? tr("No subject") : subject);
     showSender(message);
     showDate(message);
-    setTags({});
     setMarks(marks);
     m_recipients->showMessage(message);
     fit();

@@ -46,7 +46,7 @@ public:
 
     void setMarks(const ReaderMarks &marks);
 
-    /// Beside the subject, in this order; gone with the next message.
+    /// Beside the subject, in this order, until others are set.
     void setTags(const QList<HeaderTag> &tags);
 
     /// The menus of the people; the window connects to it and may add rows.

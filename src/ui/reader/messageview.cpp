@@ -18,6 +18,8 @@
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
 #include "ui/reader/readeractions.h"
+#include "ui/reader/partstree.h"
+#include "ui/reader/personactions.h"
 #include "ui/reader/sourcewindow.h"
 #include "ui/texts/harmless.h"
 
@@ -87,6 +89,7 @@ void MessageView::createPanes()
     m_body = new BodyView(m_page);
     m_find = new FindBar(m_body, m_page);
     m_attachments = new AttachmentActions(m_bar, this);
+    m_pieces = new PartialJoiner(m_bar, this);
     m_strip = new AttachmentStrip([this](int part) { return m_attachments->copyOf(part); }, m_page);
     auto *barMargins = new QVBoxLayout;
     barMargins->setContentsMargins(space::card, space::between, space::card, 0);
@@ -126,6 +129,16 @@ void MessageView::connectPanes()
     connect(m_body, &BodyView::zoomRequested, this,
             [this](int steps) { setZoom(m_zoom * std::pow(kZoomStep, steps)); });
     connect(m_find, &FindBar::searching, this, &MessageView::unfoldFor);
+    connect(m_strip, &AttachmentStrip::activated, m_attachments, &AttachmentActions::activate);
+    connect(m_strip, &AttachmentStrip::previewRequested, m_attachments, &AttachmentActions::preview);
+    connect(m_strip, &AttachmentStrip::openWithRequested, m_attachments, &AttachmentActions::openWith);
+    connect(m_strip, &AttachmentStrip::openMessageRequested, m_attachments, &AttachmentActions::openMessage);
+    connect(m_strip, &AttachmentStrip::copyPictureRequested, m_attachments, &AttachmentActions::copyPicture);
+    connect(m_attachments, &AttachmentActions::messageWanted, this, &MessageView::messageWanted);
+    connect(m_attachments, &AttachmentActions::linkActivated, this, &MessageView::linkActivated);
+    connect(m_pieces, &PartialJoiner::messageWanted, this, &MessageView::messageWanted);
+    connect(people(), &PersonActions::composeWanted, this, &MessageView::composeWanted);
+    connect(people(), &PersonActions::findFromWanted, this, &MessageView::findFromWanted);
     connect(m_strip, &AttachmentStrip::openRequested, m_attachments, &AttachmentActions::open);
     connect(m_strip, &AttachmentStrip::saveRequested, m_attachments, &AttachmentActions::save);
     m_body->setFoldText([this](int id) { return m_builder ? m_builder->foldedText(id) : QString(); });
@@ -147,7 +160,7 @@ void MessageView::perform(ReaderAction which, bool checked)
     case ReaderAction::PlainText: m_plainText = checked; return build();
     case ReaderAction::CharacterSet: return; // has a menu
     case ReaderAction::Source: return showSource();
-    case ReaderAction::PartsTree: return emit partsTreeWanted();
+    case ReaderAction::PartsTree: return showParts();
     case ReaderAction::ShowRemote:
     case ReaderAction::TrustSender: return;
     case ReaderAction::ZoomIn: return setZoom(m_zoom * kZoomStep);
@@ -196,11 +209,13 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_attachments->setMessage(message);
     m_plainText = boolSetting(Setting::DisplayPlainText);
     m_charset.clear();
+    m_header->setTags({});
     m_header->showMessage(m_message, m_marks);
     build();
     m_stack->setCurrentWidget(m_page);
     m_body->verticalScrollBar()->setValue(0);
     showRemoteImages();
+    m_pieces->showMessage(m_message);
     emit linkHovered({});
 }
 
@@ -354,6 +369,14 @@ void MessageView::saveRaw()
             m_bar->tell(MessageBar::Kind::Error, tr("%1 could not be written.").arg(path));
     });
     dialog->open();
+}
+
+void MessageView::showParts()
+{
+    auto *window = new PartsTree(m_message, this);
+    connect(window, &PartsTree::messageWanted, this, &MessageView::messageWanted);
+    connect(window, &PartsTree::linkActivated, this, &MessageView::linkActivated);
+    window->show();
 }
 
 bool MessageView::pageDown()

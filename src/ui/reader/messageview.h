@@ -2,6 +2,7 @@
 
 #include "message/message.h"
 #include "ui/reader/headercard.h"
+#include "ui/reader/partialjoiner.h"
 
 #include <QWidget>
 
@@ -33,6 +34,12 @@ public:
     void showMessage(const Message &message, const ReaderMarks &marks = {});
     /// The marks alone; the text stays where it is scrolled to.
     void setMarks(const ReaderMarks &marks);
+    /// The tags beside the subject; the next message has none until they are set.
+    void setTags(const QList<HeaderTag> &tags) { m_header->setTags(tags); }
+    /// What one can do with the people of the header; the window may add rows to their menus.
+    PersonActions *people() const { return m_header->people(); }
+    /// Where the other pieces of a message that was sent in several are found.
+    void setPartFinder(PartFinder finder) { m_pieces->setFinder(std::move(finder)); }
     /// Shows the empty state with these texts (emptystate.h).
     void clear(const QString &title = {}, const QString &sentence = {});
     bool isEmpty() const { return !m_hasMessage; }
@@ -71,7 +78,12 @@ signals:
     /// A link was clicked and may be followed: its scheme is http, https, mailto, ftp, news or nntp.
     void linkActivated(const QString &target);
     /// The tree of the message's parts is to be shown.
-    void partsTreeWanted();
+    /// A message in a window of its own: an enclosed one, or one put together out of its pieces.
+    void messageWanted(const Message &message);
+    /// A mail to this person is to be written: "mailto:" with an address.
+    void composeWanted(const QString &target);
+    /// Mail from this address is to be found.
+    void findFromWanted(const QString &address);
     /// The link under the mouse, for the status line; empty when there is none any more.
     void linkHovered(const QString &target);
     /// A clicked link shows one host and leads to another; the bar asks whether to follow it all the same.
@@ -93,6 +105,7 @@ private:
     void unfoldFor(const QString &text);
     void setZoom(double zoom);
     void saveRaw();
+    void showParts();
 
     Message m_message;
     ReaderMarks m_marks;
@@ -113,6 +126,7 @@ private:
     FindBar *m_find;
     AttachmentStrip *m_strip;
     AttachmentActions *m_attachments;
+    PartialJoiner *m_pieces;
     std::unique_ptr<BodyBuilder> m_builder;
     QTimer *m_rest;    ///< writes a long text to its end
     QTimer *m_rebuild; ///< gathers the events of one change of the look

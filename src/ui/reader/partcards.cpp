@@ -1,12 +1,14 @@
 #include "ui/reader/datacard.h"
 
 #include "html/urls.h"
+#include "message/date.h"
 #include "message/deliverystatus.h"
 #include "message/encodedword.h"
 #include "message/headerblock.h"
 #include "message/message.h"
 #include "message/mimecontext.h"
 #include "ui/reader/cardtexts.h"
+#include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
 
 #include <QCoreApplication>
@@ -95,6 +97,13 @@ QString wordsFor(const Wording (&table)[size], QByteArrayView code)
     return {};
 }
 
+/// A date as headers have it, in local words where it can be read.
+QString dateText(const QString &written)
+{
+    const std::optional<qint64> seconds = readDate(written);
+    return seconds ? longDateText(QDateTime::fromSecsSinceEpoch(*seconds)) : harmlessLine(written, 100);
+}
+
 QString shownAddress(const QString &address)
 {
     return isolatedAddress(harmlessLine(address, 300));
@@ -104,7 +113,8 @@ DataCard deliveryCard(const DeliveryReport &report)
 {
     DataCard card;
     card.badge = translated("Delivery report");
-    card.title = translated(kFates[std::size_t(report.fate)]).arg(shownAddress(report.recipient));
+    card.title =
+        withoutIdleMarks(translated(kFates[std::size_t(report.fate)]).arg(shownAddress(report.recipient)));
     const QString reason =
         report.reason.isEmpty()
             ? QString()
@@ -118,8 +128,8 @@ DataCard deliveryCard(const DeliveryReport &report)
         card.add(translated("Sent to"), shownAddress(report.original));
     card.add(translated("The server said"), harmlessLine(report.diagnostic, 1000));
     card.add(translated("Server"), harmlessLine(report.server, 200));
-    card.add(translated("Last attempt"), harmlessLine(report.lastAttempt, 100));
-    card.add(translated("Will be tried until"), harmlessLine(report.retryUntil, 100));
+    card.add(translated("Last attempt"), dateText(report.lastAttempt));
+    card.add(translated("Will be tried until"), dateText(report.retryUntil));
     return card;
 }
 
@@ -162,7 +172,7 @@ DataCard elsewhereCard(const Message &message, int part)
     const qint64 size = parameterOf(message, part, "size").toLongLong(&isNumber);
     if (isNumber && size > 0)
         card.add(translated("Size"), QLocale().formattedDataSize(size, 1, QLocale::DataSizeSIFormat));
-    card.add(translated("Until"), parameterOf(message, part, "expiration"));
+    card.add(translated("Until"), dateText(parameterOf(message, part, "expiration")));
     return card;
 }
 
@@ -171,7 +181,7 @@ DataCard elsewhereCard(const Message &message, int part)
 void DataCard::add(const QString &label, const QString &value, const QString &link)
 {
     if (!value.isEmpty())
-        rows.append({label, value, link});
+        rows.append({label, withoutIdleMarks(value), link});
 }
 
 DataKind dataKindOf(const MIMEPart &part)
@@ -221,6 +231,7 @@ DataCard receiptCard(QByteArrayView content)
         sentence.isEmpty()
             ? translated("%1 says of your message: %2").arg(shownAddress(address), harmlessLine(word, 60))
             : sentence.arg(shownAddress(address));
+    card.title = withoutIdleMarks(card.title);
     const QByteArray lower = disposition.toLower();
     if (lower.contains("automatic-action") || lower.contains("mdn-sent-automatically"))
         card.add(translated("Sent"), translated("by a program, without asking"));

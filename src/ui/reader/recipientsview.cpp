@@ -19,6 +19,7 @@ namespace {
 
 constexpr qsizetype kMostNames = 200; ///< of one field; a list of thousands is no reading
 constexpr int kRing = 2;              ///< room for the focus ring around the text
+constexpr int kIndent = 2;            ///< of the first letter, as in the lines above
 constexpr int kWrap = Qt::AlignLeading | Qt::AlignTop | Qt::TextWrapAnywhere;
 
 QString domainOf(const Address &address)
@@ -64,8 +65,8 @@ public:
         : m_view(view)
         , m_metrics(view.fontMetrics())
         , m_width(std::max(width, columnWidth(8)))
-        , m_line(m_metrics.height())
-        , m_top(kRing)
+        , m_line(m_metrics.height() + 2 * kRing)
+        , m_column(kIndent)
     {}
 
     Layout folded()
@@ -73,8 +74,9 @@ public:
         line();
         for (int field = 0; field < m_view.m_fields.size(); ++field)
             if (m_view.m_fields[field].always)
-                whole(field, m_metrics.horizontalAdvance(m_view.m_fields[field].label) + space::between);
-        m_layout.height = m_top + kRing;
+                whole(field,
+                      kIndent + m_metrics.horizontalAdvance(m_view.m_fields[field].label) + space::between);
+        m_layout.height = m_top;
         return std::move(m_layout);
     }
 
@@ -84,9 +86,9 @@ public:
         for (const Field &field : m_view.m_fields)
             column = std::max(column, m_metrics.horizontalAdvance(field.label));
         for (int field = 0; field < m_view.m_fields.size(); ++field)
-            whole(field, std::min(column + space::group, m_width / 3));
-        add(Item::Less, tr("Show less"), -1, -1, column + space::group, textWidth(tr("Show less")));
-        m_layout.height = m_top + m_line + kRing;
+            whole(field, std::min(kIndent + column + space::group, m_width / 3));
+        add(Item::Less, tr("Show less"), -1, -1, m_column, textWidth(tr("Show less")));
+        m_layout.height = m_top + m_line;
         return std::move(m_layout);
     }
 
@@ -129,16 +131,16 @@ private:
         const Field &field = m_view.m_fields[at];
         const bool isWords = field.people.isEmpty();
         const bool last = isWords || person == field.people.size() - 1;
-        const QString text =
-            isWords ? field.words
-                    : shortPerson(field.people[person]) + (last && field.more == 0 ? QString() : u","_s);
+        const QString text = isWords ? field.words
+                                     : withoutIdleMarks(shortPerson(field.people[person])) +
+                                           (last && field.more == 0 ? QString() : u","_s);
         const int before = m_left == 0 ? 0 : person == 0 ? space::group : space::inner;
         const int label = person == 0 ? textWidth(field.label) + space::between : 0;
         const int room = m_width - m_left - before - label;
         const int width = textWidth(text);
         if (any && width + reserve > room)
             return false;
-        m_left += before;
+        m_left += m_left == 0 ? kIndent : before;
         if (person == 0)
             add(Item::Label, field.label, at, -1, m_left, label - space::between);
         m_left += label;
@@ -159,7 +161,7 @@ private:
     void whole(int at, int column)
     {
         const Field &field = m_view.m_fields[at];
-        add(Item::Label, field.label, at, -1, 0, column - space::inner);
+        add(Item::Label, field.label, at, -1, kIndent, column - kIndent - space::inner);
         m_left = column;
         m_column = column;
         if (field.people.isEmpty())
@@ -167,8 +169,9 @@ private:
         for (int person = 0; person < field.people.size(); ++person) {
             const Address &address = field.people[person];
             const bool last = person == field.people.size() - 1 && field.more == 0;
-            flow(Item::Person, personText(address.name, address.address) + (last ? QString() : u","_s), at,
-                 person);
+            flow(Item::Person,
+                 withoutIdleMarks(personText(address.name, address.address)) + (last ? QString() : u","_s),
+                 at, person);
         }
         if (field.more > 0)
             flow(Item::Words, moreText(field.more), at, -1);
@@ -186,7 +189,8 @@ private:
         add(kind, text, field, person, m_left, std::min(width, room));
         if (width > room) {
             QRect &place = m_layout.items.last().place;
-            place.setHeight(m_metrics.boundingRect(QRect(0, 0, room, 1 << 16), kWrap, text).height());
+            place.setHeight(m_metrics.boundingRect(QRect(0, 0, room, 1 << 16), kWrap, text).height() +
+                            2 * kRing);
             m_top += place.height() - m_line;
         }
         m_left += std::min(width, room) + space::inner;
@@ -196,9 +200,9 @@ private:
     QFontMetrics m_metrics;
     int m_width;
     int m_line;
-    int m_top;
+    int m_top = 0;
     int m_left = 0;
-    int m_column = 0;
+    int m_column;
     Layout m_layout;
 };
 
@@ -365,14 +369,14 @@ void RecipientsView::paintItem(QPainter &painter, int index) const
     painter.setPen(colour(isLink                                                           ? Role::Link
                           : item.kind != Item::Label && (m_expanded || index == m_hovered) ? Role::Text
                                                                                            : Role::Text2));
-    if (item.place.height() > fontMetrics().height())
-        painter.drawText(place, kWrap, item.text);
-    else
-        painter.drawText(place.adjusted(-1, 0, 1, 0),
-                         Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-                         fontMetrics().elidedText(item.text, Qt::ElideRight, item.place.width() + 1));
+    const QRect inner = place.adjusted(0, kRing, 0, -kRing);
+    if (inner.height() > fontMetrics().height())
+        painter.drawText(inner, kWrap, item.text);
+    else // on one base line, whatever fonts a name needs
+        painter.drawText(inner.left(), inner.top() + fontMetrics().ascent(),
+                         fontMetrics().elidedText(item.text, Qt::ElideRight, inner.width() + 1));
     if (hasFocus() && index == m_current)
-        paintFocusRing(&painter, place.adjusted(-3, -kRing, 3, kRing), radius::box);
+        paintFocusRing(&painter, place.adjusted(-3, 0, 3, 0), radius::box);
 }
 
 int RecipientsView::itemAt(const QPoint &position) const

@@ -42,13 +42,14 @@ QString SenderView::nameText() const
 {
     if (m_shown.name.isEmpty())
         return tr("Unknown sender");
-    return m_shown.name == m_shown.address ? isolatedAddress(m_shown.address) : isolatedName(m_shown.name);
+    return withoutIdleMarks(m_shown.name == m_shown.address ? isolatedAddress(m_shown.address)
+                                                            : isolatedName(m_shown.name));
 }
 
 QString SenderView::addressText() const
 {
     const bool inName = m_shown.address.isEmpty() || m_shown.name == m_shown.address;
-    return inName ? QString() : u'<' + isolatedAddress(m_shown.address) + u'>';
+    return inName ? QString() : withoutIdleMarks(u'<' + isolatedAddress(m_shown.address) + u'>');
 }
 
 QString SenderView::text() const

@@ -1,38 +1,35 @@
 #pragma once
 
+#include "ui/reader/sourcetext.h"
+
 #include <QWidget>
 
-class FindBar;
-class MessageBar;
-class QPlainTextEdit;
-class QTimer;
+class QToolBar;
 
-/// The text of a message as it is stored. A large one shows its beginning first, and all of it on request,
-/// added in slices. Lines longer than kLongestLine are broken there; control characters show what they are.
+/// The text of a message, or of a part of it, as it is stored; with a bar to wrap it, to find words in it,
+/// and to save it byte by byte.
 class SourceWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    static constexpr qsizetype kFirstLook = 2 * 1024 * 1024; ///< bytes
-    static constexpr qsizetype kLongestLine = 8000;
+    static constexpr qsizetype kFirstLook = SourceText::kFirstLook;
+    static constexpr qsizetype kLongestLine = SourceText::kLongestLine;
 
-    SourceWindow(const QByteArray &text, const QString &subject, QWidget *parent);
+    /// @p fileName is proposed when the text is saved.
+    SourceWindow(const QByteArray &text, const QString &subject, QWidget *parent,
+                 const QString &fileName = QStringLiteral("Message.eml"));
 
-    void showAll();
+    void showAll() { m_text->showAll(); }
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    void appendSlice(qsizetype most);
-    void setUpActions();
+    void setUpActions(QToolBar *bar);
+    void save();
 
-    QByteArray m_text;
-    qsizetype m_shown = 0; ///< bytes
-    bool m_isUtf8;
-    QPlainTextEdit *m_view;
-    FindBar *m_find;
-    MessageBar *m_bar;
-    QTimer *m_slices;
+    QByteArray m_bytes;
+    QString m_fileName;
+    SourceText *m_text;
 };

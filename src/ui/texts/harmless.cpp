@@ -65,6 +65,14 @@ QString isolatedName(const QString &text)
     return u'\x2068' + text + u'\x2069';
 }
 
+QString withoutIdleMarks(QString text)
+{
+    const bool fromRight = std::any_of(text.begin(), text.end(), [](QChar c) {
+        return c.direction() == QChar::DirR || c.direction() == QChar::DirAL;
+    });
+    return fromRight ? text : text.remove(u'\x2066').remove(u'\x2068').remove(u'\x2069');
+}
+
 QString asToolTip(const QString &text)
 {
     // plain text that looks like markup would be drawn as such: so it always is some

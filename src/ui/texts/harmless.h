@@ -17,6 +17,10 @@ QString harmlessLine(QStringView text, qsizetype most = 1000);
 QString isolatedAddress(const QString &text);
 QString isolatedName(const QString &text);
 
+/// @p text without those marks where all of it runs from left to right: for a text that stands by itself.
+/// Many fonts lack them, and a line with another font in it has another height.
+QString withoutIdleMarks(QString text);
+
 /// @p text as the tool tip of a widget: never taken for markup, its line ends kept.
 QString asToolTip(const QString &text);
 

@@ -13,6 +13,11 @@ namespace {
 
 constexpr int kDaysOfAWeek = 6; ///< on the seventh day back the weekday is that of today
 
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("MessageTexts", text);
+}
+
 QDateTime localTime(qint64 date)
 {
     return QDateTime::fromSecsSinceEpoch(date);
@@ -94,26 +99,38 @@ QString spokenRow(const Overview &overview, const QString &person, const QString
         Mark mark;
         const char *word;
     };
-    constexpr Word kWords[] = {{Mark::Flagged, "flagged"},     {Mark::Replied, "replied"},
-                               {Mark::Forwarded, "forwarded"}, {Mark::Watched, "watched"},
-                               {Mark::Ignored, "ignored"},     {Mark::Junk, "junk"}};
+    constexpr Word kWords[] = {
+        {Mark::Flagged, QT_TRANSLATE_NOOP("MessageTexts", "flagged")},
+        {Mark::Replied, QT_TRANSLATE_NOOP("MessageTexts", "replied")},
+        {Mark::Forwarded, QT_TRANSLATE_NOOP("MessageTexts", "forwarded")},
+        {Mark::Watched, QT_TRANSLATE_NOOP("MessageTexts", "watched")},
+        {Mark::Ignored, QT_TRANSLATE_NOOP("MessageTexts", "ignored")},
+        {Mark::Junk, QT_TRANSLATE_NOOP("MessageTexts", "junk")},
+    };
     QStringList words;
     if (!overview.has(Mark::Read))
-        words.append(u"unread"_s);
+        words.append(translated("unread"));
     for (const Word &word : kWords) {
         if (overview.has(word.mark))
-            words.append(QString::fromLatin1(word.word));
+            words.append(translated(word.word));
     }
     words << person << subjectOrNone(subject) << shortDate(overview.date());
     if (overview.has(Mark::Attachments))
-        words.append(u"attachment"_s);
+        words.append(translated("attachment"));
     return words.join(u", "_s);
 }
 
 QString messagesInWords(qint64 count)
 {
     if (count == 0)
-        return u"no messages"_s;
-    const QString number = QLocale(QLocale::English).toString(count);
-    return count == 1 ? u"1 message"_s : u"%1 messages"_s.arg(number);
+        return translated("no messages");
+    return count == 1 ? translated("1 message") : translated("%1 messages").arg(QLocale().toString(count));
+}
+
+QString attachmentsInWords(qint64 count)
+{
+    if (count == 0)
+        return translated("no attachments");
+    return count == 1 ? translated("1 attachment")
+                      : translated("%1 attachments").arg(QLocale().toString(count));
 }

@@ -31,3 +31,6 @@ QString spokenRow(const Overview &overview, const QString &person, const QString
 
 /// The number of messages in words: "no messages", "1 message", "1,284 messages".
 QString messagesInWords(qint64 count);
+
+/// The number of attachments likewise: "1 attachment".
+QString attachmentsInWords(qint64 count);
