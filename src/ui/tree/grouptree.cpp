@@ -1,121 +1,49 @@
 #include "ui/tree/grouptree.h"
 
+#include "config/settings.h"
+#include "store/groupstore.h"
 #include "ui/look/colours.h"
-#include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/look/rows.h"
+#include "ui/look/storedcolours.h"
 #include "ui/look/styleparts.h"
 #include "ui/look/velmarstyle.h"
+#include "ui/tree/groupmatch.h"
+#include "ui/tree/groupseek.h"
 
 #include <QContextMenuEvent>
-#include <QDragMoveEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
+// Drags and drops are in grouptreedrags.cpp.
+
 namespace {
 
-constexpr int kIndent = 18;
-constexpr int kEdge = 20;         ///< icons and section titles begin here
-constexpr int kTrailingEdge = 27; ///< counts end here
-constexpr int kOpenAfter = 700;   ///< milliseconds over a folded group while dragging
+constexpr int kOpenAfter = 700;  ///< milliseconds over a folded group while dragging
+constexpr int kScrollEvery = 40; ///< milliseconds at the edge while dragging
+
+bool isOneLetterOnly(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [&text](QChar c) { return c == text[0]; });
+}
 
 } // namespace
-
-GroupDelegate::GroupDelegate(const GroupTreeModel &model, QObject *parent)
-    : QStyledItemDelegate(parent)
-    , m_model(model)
-{}
-
-QSize GroupDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &index) const
-{
-    return {0, rowHeight(m_model.groupAt(index) ? RowKind::Tree : RowKind::TreeSection)};
-}
-
-QRect GroupDelegate::chevronRect(const QRect &rect, int depth, Qt::LayoutDirection direction) const
-{
-    const int width = kEdge - space::inner / 2;
-    return QStyle::visualRect(direction, rect,
-                              QRect(rect.x() + 1 + depth * kIndent, rect.y(), width, rect.height()));
-}
-
-void GroupDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
-                          const QModelIndex &index) const
-{
-    painter->save();
-    if (m_model.groupAt(index))
-        paintGroup(painter, option, index);
-    else
-        paintSection(painter, option, index);
-    painter->restore();
-}
-
-void GroupDelegate::paintSection(QPainter *painter, const QStyleOptionViewItem &option,
-                                 const QModelIndex &index) const
-{
-    painter->setFont(fontScaled(option.font, scale::section, QFont::DemiBold));
-    painter->setPen(colour(Role::Text2));
-    const QRect text = option.rect.adjusted(kEdge, space::inner, -kEdge, 0);
-    painter->drawText(QStyle::visualRect(option.direction, option.rect, text),
-                      int(QStyle::visualAlignment(option.direction, Qt::AlignLeading)) | Qt::AlignVCenter,
-                      index.data().toString());
-}
-
-void GroupDelegate::paintGroup(QPainter *painter, const QStyleOptionViewItem &option,
-                               const QModelIndex &index) const
-{
-    Group &group = *m_model.groupAt(index);
-    const int depth = m_model.depthOf(index);
-    const bool selected = option.state & QStyle::State_Selected;
-    const bool calls = GroupTreeModel::countCalls(group);
-    paintRowState(painter, option, option.widget);
-    paintRowFocus(painter, option, option.widget);
-    if (m_model.rowCount(index) > 0) {
-        const Qt::ArrowType folded = option.direction == Qt::RightToLeft ? Qt::LeftArrow : Qt::RightArrow;
-        paintChevron(painter, chevronRect(option.rect, depth, option.direction),
-                     option.state & QStyle::State_Open ? Qt::DownArrow : folded, colour(Role::Text3),
-                     iconSize(IconUse::Row) * 3 / 4);
-    }
-    const int size = iconSize(IconUse::Row);
-    const auto visual = [&](const QRect &rect) {
-        return QStyle::visualRect(option.direction, option.rect, rect);
-    };
-    QRect icon(option.rect.x() + kEdge + depth * kIndent, option.rect.y(), size, option.rect.height());
-    paintIcon(painter, visual(icon), GroupTreeModel::iconOf(group),
-              colour(selected ? Role::Link : Role::Text2), option.direction);
-
-    QRect rest(icon.right() + 1 + space::between, icon.y(), 0, icon.height());
-    rest.setRight(option.rect.right() - kTrailingEdge);
-    if (group.needsRepair()) {
-        const QRect sign(rest.right() - size + 1, rest.y(), size, rest.height());
-        paintIcon(painter, visual(sign), u"error"_s, colour(Role::Error), option.direction);
-        rest.setRight(sign.x() - space::between);
-    } else if (const QString count = GroupTreeModel::countText(group); !count.isEmpty()) {
-        const QFont font = fontScaled(option.font, scale::section, calls ? QFont::DemiBold : QFont::Normal);
-        painter->setFont(font);
-        painter->setPen(colour(calls ? (selected ? Role::Text : Role::Link) : Role::Text3));
-        const int width = QFontMetrics(font).horizontalAdvance(count) + 1;
-        const QRect place(rest.right() - width + 1, rest.y(), width, rest.height());
-        painter->drawText(visual(place), Qt::AlignCenter, count);
-        rest.setRight(place.x() - space::between);
-    }
-    const QFont font = fontScaled(option.font, 1, calls ? QFont::DemiBold : QFont::Normal);
-    painter->setFont(font);
-    painter->setPen(colour(Role::Text));
-    painter->drawText(visual(rest),
-                      int(QStyle::visualAlignment(option.direction, Qt::AlignLeading)) | Qt::AlignVCenter,
-                      QFontMetrics(font).elidedText(group.name(), Qt::ElideRight, rest.width()));
-}
 
 GroupTree::GroupTree(GroupStore &store, QWidget *parent)
     : QTreeView(parent)
     , m_model(store)
     , m_delegate(m_model)
+    , m_seek(new GroupSeek(this))
 {
     setObjectName(u"groupTree"_s);
-    setAccessibleName(u"Groups"_s);
+    setAccessibleName(tr("Groups"));
     setModel(&m_model);
     setItemDelegate(&m_delegate);
     setSurface(this, Role::Sidebar);
@@ -124,36 +52,113 @@ GroupTree::GroupTree(GroupStore &store, QWidget *parent)
     setIndentation(0);
     setRootIsDecorated(false);
     setExpandsOnDoubleClick(false);
+    setEditTriggers(NoEditTriggers);
     setFrameShape(QFrame::NoFrame);
     setMouseTracking(true);
     setSelectionMode(SingleSelection);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
-    setDragDropMode(DropOnly);
-    setAutoExpandDelay(kOpenAfter);
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    setDropIndicatorShown(false);
     setTabKeyNavigation(false);
+    m_openTimer.setSingleShot(true);
+    m_openTimer.setInterval(kOpenAfter);
+    m_scrollTimer.setInterval(kScrollEvery);
+    m_stillTimer.setSingleShot(true);
+    connect(&m_openTimer, &QTimer::timeout, this, &GroupTree::openUnderDrag);
+    connect(&m_scrollTimer, &QTimer::timeout, this, &GroupTree::scrollUnderDrag);
+    connect(&m_stillTimer, &QTimer::timeout, this, &GroupTree::standStill);
+    connect(m_seek, &GroupSeek::sought, this, [this](const QString &text) { m_seek->setFound(seek(text)); });
+    connect(&m_model, &QAbstractItemModel::modelAboutToBeReset, this, &GroupTree::holdStill);
+    connect(&m_model, &QAbstractItemModel::rowsAboutToBeInserted, this, &GroupTree::holdStill);
     connect(&m_model, &QAbstractItemModel::modelReset, this, &GroupTree::restore);
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &GroupTree::rowsCame);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
+        if (std::exchange(m_lost, false))
+            emit currentGroupChanged(nullptr);
+    });
     connect(&m_model, &GroupTreeModel::messagesDropped, this, &GroupTree::messagesDropped);
+    connect(&m_model, &GroupTreeModel::groupDropped, this, &GroupTree::groupDropped);
+    connect(&m_model, &GroupTreeModel::filesDropped, this, &GroupTree::filesDropped);
+    connect(&m_model, &GroupTreeModel::flaggedCountChanged, this, &GroupTree::flaggedCountChanged);
     connect(this, &QTreeView::collapsed, this, [this](const QModelIndex &index) { remember(index, true); });
     connect(this, &QTreeView::expanded, this, [this](const QModelIndex &index) { remember(index, false); });
     restore();
 }
 
-Group *GroupTree::current() const
+int GroupTree::groupAtStart(const GroupStore &store, int last)
 {
-    return m_model.groupAt(currentIndex());
+    const int chosen = intSetting(Setting::AutoOpenGroup);
+    if (chosen > 0 && store.group(chosen))
+        return chosen;
+    const bool lastIsThere = last == kFlaggedList || store.group(last);
+    if (!boolSetting(Setting::AutoDisplayInbox) && lastIsThere)
+        return last;
+    const Group *inbox = store.group(GroupRole::Inbox);
+    return inbox ? inbox->number() : 0;
 }
 
-void GroupTree::setCurrent(int group)
+// --- What is current, and what is folded ------------------------------------------------------------------
+
+void GroupTree::setCurrent(int number)
 {
-    const QModelIndex index = m_model.indexOf(group);
-    if (index.isValid())
-        setCurrentIndex(index);
+    if (number != kFlaggedList && !m_model.group(number))
+        return;
+    m_model.keep(number);
+    const QModelIndex index = m_model.indexOf(number);
+    for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
+        setExpanded(above, true);
+    setCurrentIndex(index);
+    scrollTo(index);
 }
 
-void GroupTree::setCollapsed(const QList<int> &groups)
+void GroupTree::currentChanged(const QModelIndex &current, const QModelIndex &previous)
 {
-    m_collapsed = groups;
+    QTreeView::currentChanged(current, previous);
+    const GroupRow kind = m_model.kindOf(current);
+    const int number = m_model.numberAt(current);
+    const bool isPlace = current.isValid() && (kind == GroupRow::Group || kind == GroupRow::Flagged);
+    if (m_restoring || !isPlace || number == m_current)
+        return;
+    m_current = number;
+    m_model.keep(number);
+    if (kind == GroupRow::Flagged)
+        emit flaggedChosen();
+    else
+        emit currentGroupChanged(m_model.groupAt(current));
+}
+
+/// What cannot be chosen leaves chosen what is shown in the list.
+QItemSelectionModel::SelectionFlags GroupTree::selectionCommand(const QModelIndex &index,
+                                                                const QEvent *event) const
+{
+    if (!(index.flags() & Qt::ItemIsSelectable))
+        return QItemSelectionModel::NoUpdate;
+    return QTreeView::selectionCommand(index, event);
+}
+
+/// The view would choose a neighbour of the row that goes, and so open another group.
+void GroupTree::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last)
+{
+    holdStill();
+    QModelIndex at = currentIndex();
+    while (at.isValid() && at.parent() != parent)
+        at = at.parent();
+    if (at.isValid() && at.row() >= first && at.row() <= last) {
+        m_lost = m_model.numberAt(currentIndex()) == m_current;
+        m_restoring = true;
+        setCurrentIndex(m_lost ? QModelIndex() : m_model.indexOf(m_current));
+        m_restoring = false;
+        if (m_lost)
+            m_current = 0;
+    }
+    QTreeView::rowsAboutToBeRemoved(parent, first, last);
+}
+
+void GroupTree::setCollapsed(const QList<int> &numbers)
+{
+    m_collapsed = numbers;
     restore();
 }
 
@@ -162,7 +167,7 @@ void GroupTree::restore()
     m_restoring = true;
     expandAsRemembered({});
     const QModelIndex index = m_model.indexOf(m_current);
-    if (index.isValid())
+    if (index.isValid() && isSeen(index))
         setCurrentIndex(index);
     m_restoring = false;
     if (!index.isValid() && m_current != 0) {
@@ -171,66 +176,299 @@ void GroupTree::restore()
     }
 }
 
-/// Sections are always open.
 void GroupTree::expandAsRemembered(const QModelIndex &parent)
 {
     for (int row = 0; row < m_model.rowCount(parent); ++row) {
         const QModelIndex index = m_model.index(row, 0, parent);
-        const Group *group = m_model.groupAt(index);
-        setExpanded(index, !group || !m_collapsed.contains(group->number()));
+        if (m_model.rowCount(index) == 0)
+            continue;
+        setExpanded(index, !m_collapsed.contains(m_model.numberAt(index)));
         expandAsRemembered(index);
     }
 }
 
+/// Whoever gets its first row below it is opened or not as it was.
+void GroupTree::rowsCame(const QModelIndex &parent)
+{
+    if (!parent.isValid() || m_model.rowCount(parent) > 1) {
+        if (!parent.isValid())
+            expandAsRemembered(parent);
+        return;
+    }
+    m_restoring = true;
+    setExpanded(parent, !m_collapsed.contains(m_model.numberAt(parent)));
+    m_restoring = false;
+}
+
 void GroupTree::remember(const QModelIndex &index, bool collapsed)
 {
-    const Group *group = m_model.groupAt(index);
-    if (m_restoring)
+    const int number = m_model.numberAt(index);
+    if (m_restoring || m_collapsed.contains(number) == collapsed)
         return;
-    if (!group)
-        return setExpanded(index, true);
-    m_collapsed.removeAll(group->number());
     if (collapsed)
-        m_collapsed.append(group->number());
+        m_collapsed.append(number);
+    else
+        m_collapsed.removeAll(number);
     emit collapsedChanged();
 }
 
-void GroupTree::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+/// Groups that come and go above leave what the eye is on where it is.
+void GroupTree::holdStill()
 {
-    QTreeView::currentChanged(current, previous);
-    Group *group = m_model.groupAt(current);
-    if (!group || group->number() == m_current)
+    if (m_stillTimer.isActive() || !isVisible())
         return;
-    m_current = group->number();
-    emit currentGroupChanged(group);
+    const QModelIndex current = m_model.indexOf(m_current);
+    const bool isInView = viewport()->rect().contains(visualRect(current).center());
+    m_still = current.isValid() && isInView ? current : indexAt({space::dialog, 0});
+    m_stillAt = visualRect(m_still).top();
+    m_stillTimer.start(0);
 }
 
+void GroupTree::standStill()
+{
+    if (!m_still.isValid() || !isSeen(m_still))
+        return;
+    const int moved = visualRect(m_still).top() - m_stillAt;
+    verticalScrollBar()->setValue(verticalScrollBar()->value() + moved);
+}
+
+bool GroupTree::isSeen(const QModelIndex &index) const
+{
+    for (QModelIndex above = index.parent(); above.isValid(); above = above.parent()) {
+        if (!isExpanded(above))
+            return false;
+    }
+    return index.isValid();
+}
+
+QModelIndex GroupTree::nearestSeen(QModelIndex index) const
+{
+    while (index.isValid() && !isSeen(index))
+        index = index.parent();
+    return index;
+}
+
+// --- Keys -------------------------------------------------------------------------------------------------
+
+/// The keys that work here even where the window has another use for them.
+bool GroupTree::takesKey(const QKeyEvent &event) const
+{
+    if (m_seek->wants(event))
+        return true;
+    const Qt::KeyboardModifiers modifiers = event.modifiers().setFlag(Qt::KeypadModifier, false);
+    switch (event.key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return modifiers == Qt::NoModifier || modifiers == Qt::ControlModifier;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Delete: return modifiers == Qt::NoModifier;
+    case Qt::Key_Space:
+        return modifiers == Qt::NoModifier && !(currentIndex().flags() & Qt::ItemIsSelectable);
+    default: return false;
+    }
+}
+
+bool GroupTree::event(QEvent *event)
+{
+    if (event->type() == QEvent::ShortcutOverride && takesKey(*static_cast<QKeyEvent *>(event))) {
+        event->accept();
+        return true;
+    }
+    return QTreeView::event(event);
+}
+
+void GroupTree::keyPressEvent(QKeyEvent *event)
+{
+    if (m_seek->wants(*event))
+        return m_seek->take(*event);
+    m_menuRow = QModelIndex();
+    const QModelIndex at = currentIndex();
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (at.isValid())
+            return activate(at, event->modifiers());
+        break;
+    case Qt::Key_Delete:
+        if (event->modifiers() == Qt::NoModifier && current() && m_model.groupAt(at) == current()) {
+            emit removeWanted(current());
+            return;
+        }
+        break;
+    case Qt::Key_Space:
+        if (at.isValid() && !(at.flags() & Qt::ItemIsSelectable))
+            return activate(at, Qt::NoModifier);
+        return event->ignore(); // it reads on
+    default: break;
+    }
+    QTreeView::keyPressEvent(event);
+}
+
+void GroupTree::activate(const QModelIndex &index, Qt::KeyboardModifiers modifiers)
+{
+    switch (m_model.kindOf(index)) {
+    case GroupRow::Section: return setExpanded(index, !isExpanded(index));
+    case GroupRow::HiddenLine: return m_model.setShowsAll(!m_model.showsAll());
+    case GroupRow::Group:
+    case GroupRow::Flagged: break;
+    }
+    if (modifiers & Qt::ControlModifier)
+        emit newTabWanted(m_model.numberAt(index));
+    else
+        emit listWanted();
+}
+
+QModelIndex GroupTree::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    const QModelIndex at = currentIndex();
+    if (at.isValid() && !isSeen(at))
+        return nearestSeen(at); // its group was folded away
+    if (action != MoveHome && action != MoveEnd)
+        return QTreeView::moveCursor(action, modifiers);
+    QModelIndex index = QTreeView::moveCursor(action, modifiers);
+    while (index.isValid() && !(index.flags() & Qt::ItemIsSelectable))
+        index = action == MoveHome ? indexBelow(index) : indexAbove(index);
+    return index;
+}
+
+bool GroupTree::seek(const QString &text)
+{
+    const std::vector<int> numbers = m_model.inOrder();
+    const auto at = std::find(numbers.begin(), numbers.end(), m_current);
+    // One letter again and again goes from one group to the next.
+    const bool repeats = isOneLetterOnly(text);
+    const std::size_t start = at == numbers.end() ? 0 : std::size_t(at - numbers.begin()) + (repeats ? 1 : 0);
+    const auto best = [&](const QString &sought) {
+        int found = 0;
+        int least = std::numeric_limits<int>::max();
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            const int number = numbers[(start + i) % numbers.size()];
+            const QString name = number == kFlaggedList ? fixedNameOf(number) : m_model.pathOf(number);
+            const int distance = matchDistance(QStringView(sought), SearchName::of(name));
+            if (distance < 0 || distance > kWorstWholeMatch)
+                continue;
+            const int weight = 2 * distance + (isSeen(m_model.indexOf(number)) ? 0 : 1);
+            if (weight < least) {
+                least = weight;
+                found = number;
+            }
+        }
+        return found;
+    };
+    const QString sought = foldedForSearch(text);
+    int found = best(sought);
+    if (found == 0 && repeats)
+        found = best(sought.first(1));
+    if (found != 0)
+        setCurrent(found);
+    return found != 0;
+}
+
+void GroupTree::focusOutEvent(QFocusEvent *event)
+{
+    m_seek->end();
+    QTreeView::focusOutEvent(event);
+}
+
+// --- Mouse ------------------------------------------------------------------------------------------------
+
+/// Folds what was pressed, when that is its heading or its chevron.
+bool GroupTree::pressFold(const QModelIndex &index, const QPoint &position)
+{
+    switch (m_model.kindOf(index)) {
+    case GroupRow::HiddenLine: activate(index, Qt::NoModifier); return true;
+    case GroupRow::Section: setExpanded(index, !isExpanded(index)); return true;
+    case GroupRow::Flagged: return false;
+    case GroupRow::Group: break;
+    }
+    const QRect chevron =
+        m_delegate.chevronRect(visualRect(index), m_model.depthOf(index), layoutDirection());
+    if (m_model.rowCount(index) == 0 || !chevron.contains(position))
+        return false;
+    setExpanded(index, !isExpanded(index));
+    return true;
+}
+
+/// The right button and the middle one leave the group that is shown alone.
 void GroupTree::mousePressEvent(QMouseEvent *event)
 {
     const QModelIndex index = indexAt(event->pos());
-    const bool folds =
-        event->button() == Qt::LeftButton && m_model.groupAt(index) && m_model.rowCount(index) > 0;
-    if (folds && m_delegate.chevronRect(visualRect(index), m_model.depthOf(index), layoutDirection())
-                     .contains(event->pos())) {
-        setExpanded(index, !isExpanded(index));
+    m_seek->end();
+    m_menuRow = event->button() == Qt::RightButton ? index : QModelIndex();
+    m_pressed = event->button() == Qt::MiddleButton ? index : QModelIndex();
+    viewport()->update();
+    if (event->button() != Qt::LeftButton || !index.isValid() || pressFold(index, event->pos()))
         return;
-    }
     QTreeView::mousePressEvent(event);
+}
+
+void GroupTree::mouseMoveEvent(QMouseEvent *event)
+{
+    if (m_menuRow.isValid() && event->buttons() == Qt::NoButton) {
+        m_menuRow = QModelIndex();
+        viewport()->update();
+    }
+    QTreeView::mouseMoveEvent(event);
+}
+
+void GroupTree::mouseReleaseEvent(QMouseEvent *event)
+{
+    const QModelIndex index = indexAt(event->pos());
+    if (event->button() == Qt::MiddleButton && m_pressed.isValid() && m_pressed == index &&
+        index.flags() & Qt::ItemIsSelectable)
+        emit newTabWanted(m_model.numberAt(index));
+    m_pressed = QModelIndex();
+    if (event->button() == Qt::LeftButton)
+        QTreeView::mouseReleaseEvent(event);
+}
+
+void GroupTree::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    const QModelIndex index = indexAt(event->pos());
+    if (event->button() != Qt::LeftButton || !index.isValid() || pressFold(index, event->pos()))
+        return;
+    QTreeView::mouseDoubleClickEvent(event);
+    emit listWanted();
 }
 
 void GroupTree::contextMenuEvent(QContextMenuEvent *event)
 {
     const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-    const QModelIndex index = byKey ? currentIndex() : indexAt(event->pos());
-    const QPoint position = byKey ? viewport()->mapToGlobal(visualRect(index).center()) : event->globalPos();
-    emit menuWanted(m_model.groupAt(index), position);
+    const QModelIndex index = byKey ? nearestSeen(currentIndex()) : indexAt(event->pos());
+    if (byKey)
+        scrollTo(index);
+    const QRect row = visualRect(index);
+    const QPoint below(isRightToLeft() ? row.right() - space::dialog : row.left() + space::dialog,
+                       row.bottom());
+    emit menuWanted(m_model.groupAt(index), byKey ? viewport()->mapToGlobal(below) : event->globalPos());
 }
 
-/// Without a key held messages are moved, with Ctrl copied, whatever the desktop would do.
-void GroupTree::dragMoveEvent(QDragMoveEvent *event)
+// --- Painting ---------------------------------------------------------------------------------------------
+
+void GroupTree::paintRing(QPainter &painter, const QModelIndex &index) const
 {
-    event->setDropAction(event->modifiers() & Qt::ControlModifier ? Qt::CopyAction : Qt::MoveAction);
-    QTreeView::dragMoveEvent(event);
+    const QRect row = index.isValid() ? visualRect(index) : viewport()->rect();
+    paintFocusRing(&painter, row.adjusted(space::between, 0, -space::between, 0), radius::field);
+}
+
+void GroupTree::paintEvent(QPaintEvent *event)
+{
+    if (!isAutomaticColour(Setting::GListColourBG)) {
+        QPainter ground(viewport());
+        ground.fillRect(event->rect(), shownColour(Setting::GListColourBG));
+    }
+    QTreeView::paintEvent(event);
+    QPainter painter(viewport());
+    if (m_drag.isInside && m_drag.isAllowed)
+        paintRing(painter, m_drag.over);
+    else if (m_menuRow.isValid())
+        paintRing(painter, m_menuRow);
 }
 
 void GroupTree::drawBranches(QPainter *, const QRect &, const QModelIndex &) const {}
