@@ -1,4 +1,5 @@
 #include "config/clock.h"
+#include "config/settings.h"
 #include "message/message.h"
 #include "store/groupstore.h"
 #include "support/mail.h"
@@ -33,7 +34,11 @@ struct Mail
 class Box
 {
 public:
-    Box() { store.load(); }
+    Box()
+    {
+        store.load();
+        setBoolSetting(Setting::PromoteFlagged, false);
+    }
 
     Group &inbox() { return *store.group(GroupRole::Inbox); }
 
@@ -62,11 +67,25 @@ const Mail kMails[] = {
     {"e", "Anchors", "Ada <a@example.org>", 25, "", Mark::Flagged},
 };
 
+const MessageSort kPlain = {MessageColumn::Date, Qt::DescendingOrder, true, false};
+
+GroupView plainView()
+{
+    GroupView view;
+    view.sort = kPlain;
+    return view;
+}
+
+/// The messages by their identifiers, below each other by ">"; headings by their texts.
 QString subjects(const MessageListModel &model)
 {
     QStringList words;
     for (int place = 0; place < model.rowCount(); ++place) {
-        const MessageListModel::Item item = model.item(place);
+        if (model.isHeading(place)) {
+            words.append(u'[' + model.heading(place).text + u']');
+            continue;
+        }
+        const ShownMessage item = model.item(place);
         words.append(QString(item.depth, u'>') + item.texts.messageId.sliced(1, 1));
     }
     return words.join(u' ');
@@ -111,7 +130,7 @@ private slots:
         for (const Mail &mail : kMails)
             box.add(mail);
         MessageListModel model;
-        model.setGroup(&box.inbox(), {MessageColumn::Date, Qt::DescendingOrder, false});
+        model.setGroup(&box.inbox(), {MessageColumn::Date, Qt::DescendingOrder, false, false});
         model.sort(column, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
         if (isTextColumn(MessageColumn(column)))
             finishSorting(model);
@@ -124,7 +143,7 @@ private slots:
         for (const Mail &mail : kMails)
             box.add(mail);
         MessageListModel model;
-        model.setGroup(&box.inbox(), {MessageColumn::From, Qt::AscendingOrder, false});
+        model.setGroup(&box.inbox(), {MessageColumn::From, Qt::AscendingOrder, false, false});
         finishSorting(model);
         QCOMPARE(subjects(model), u"b e c d a"_s);
         model.sort(int(MessageColumn::Subject), Qt::AscendingOrder);
@@ -156,7 +175,7 @@ private slots:
         for (const Mail &mail : kMails)
             box.add(mail);
         MessageListModel model;
-        model.setGroup(&box.inbox());
+        model.setGroup(&box.inbox(), kPlain);
         QCOMPARE(subjects(model), u"a e c"_s);
         QCOMPARE(model.threadCounts(0).messages, 3);
         QCOMPARE(model.threadCounts(0).unread, 2);
@@ -165,7 +184,7 @@ private slots:
         QCOMPARE(subjects(model), u"a >b >>d e c"_s);
         model.setExpanded(0, false);
         QCOMPARE(subjects(model), u"a e c"_s);
-        model.setSortOrder({MessageColumn::Date, Qt::AscendingOrder, true});
+        model.setSortOrder({MessageColumn::Date, Qt::AscendingOrder, true, false});
         model.setAllExpanded(true);
         QCOMPARE(subjects(model), u"c e a >b >>d"_s);
     }
@@ -178,7 +197,7 @@ private slots:
             articles.push_back(box.add(mail));
         MessageListModel model;
         const QAbstractItemModelTester tester(&model);
-        model.setGroup(&box.inbox());
+        model.setGroup(&box.inbox(), kPlain);
         model.setAllExpanded(true);
         QVERIFY(box.inbox().remove({articles[1]}));
         model.settle();
@@ -194,7 +213,7 @@ private slots:
         for (const Mail &mail : kMails)
             box.add(mail);
         MessageListModel model;
-        model.setGroup(&box.inbox());
+        model.setGroup(&box.inbox(), kPlain);
         QCOMPARE(model.refsAt({0}).size(), 3U);
         QCOMPARE(model.refsAt({1}).size(), 1U);
         model.setExpanded(0, true);
@@ -207,7 +226,7 @@ private slots:
         Box box;
         MessageListModel model;
         const QAbstractItemModelTester tester(&model);
-        model.setGroup(&box.inbox());
+        model.setGroup(&box.inbox(), kPlain);
         QSignalSpy relaid(&model, &MessageListModel::relaid);
         for (const Mail &mail : kMails)
             box.add(mail);
@@ -228,7 +247,7 @@ private slots:
         for (const Mail &mail : kMails)
             articles.push_back(box.add(mail));
         MessageList list;
-        list.setGroup(&box.inbox(), {});
+        list.setGroup(&box.inbox(), plainView());
         list.messages().setAllExpanded(true);
         QVERIFY(list.setCurrent(box.ref(articles[3])));
         list.selectionModel()->select(list.messages().index(list.messages().placeOf(box.ref(articles[2])), 0),
@@ -251,7 +270,7 @@ private slots:
         for (const Mail &mail : kMails)
             articles.push_back(box.add(mail));
         MessageList list;
-        list.setGroup(&box.inbox(), {});
+        list.setGroup(&box.inbox(), plainView());
         QVERIFY(list.setCurrent(box.ref(articles[4])));
         QSignalSpy currentChanged(&list, &MessageList::currentChangedTo);
         QVERIFY(box.inbox().remove({articles[4]}));
@@ -271,7 +290,7 @@ private slots:
         for (const Mail &mail : kMails)
             articles.push_back(box.add(mail));
         MessageList list;
-        list.setGroup(&box.inbox(), {});
+        list.setGroup(&box.inbox(), plainView());
         QVERIFY(list.step(MessageList::Step::NextUnread));
         QCOMPARE(list.current(), box.ref(articles[1]));
         QVERIFY(list.step(MessageList::Step::NextUnread));
@@ -302,11 +321,11 @@ private slots:
         }
         QVERIFY(box.inbox().files().rewriteOverviews(overviews, kMany + 1));
         MessageListModel model;
-        model.setGroup(&box.inbox());
+        model.setGroup(&box.inbox(), kPlain);
         QCOMPARE(model.rowCount(), kMany / 5);
         model.setAllExpanded(true);
         QCOMPARE(model.rowCount(), kMany);
-        model.setSortOrder({MessageColumn::Date, Qt::DescendingOrder, false});
+        model.setSortOrder({MessageColumn::Date, Qt::DescendingOrder, false, false});
         QCOMPARE(model.rowCount(), kMany);
         for (int place = 1; place < kMany; ++place)
             QVERIFY(model.overviewAt(place - 1).date() >= model.overviewAt(place).date());

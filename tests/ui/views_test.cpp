@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTest>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 class ViewsTest : public QObject
@@ -17,7 +19,8 @@ private slots:
     {
         Scratch scratch;
         GroupView view;
-        view.sort = {MessageColumn::From, Qt::AscendingOrder, false};
+        view.sort = {MessageColumn::From, Qt::AscendingOrder, false, false};
+        std::reverse(view.order.begin(), view.order.end());
         view.widths[std::size_t(MessageColumn::From)] = 321;
         view.shown[std::size_t(MessageColumn::Size)] = true;
         {
@@ -43,7 +46,8 @@ private slots:
     {
         Scratch scratch;
         const QByteArray file =
-            "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 0 0 0\nend\n";
+            "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 0 0 0\norder 6 6 -1 99 0\n"
+            "end\n";
         QDir().mkpath(configDirectory());
         QFile out(configPathOf(u"Views"_s));
         QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size());
@@ -54,6 +58,7 @@ private slots:
         QCOMPARE(views.group(5).sort, MessageSort());
         QVERIFY(views.group(5).shown[std::size_t(MessageColumn::Subject)]);
         QCOMPARE(views.group(5).widths[0], 0);
+        QCOMPARE(views.group(5).order, (std::array{6, 0, 1, 2, 3, 4, 5, 7, 8}));
         QVERIFY(views.group(5).widths[1] <= 4000);
     }
 };

@@ -1,5 +1,6 @@
 #include "ui/list/messagedelegate.h"
 
+#include "config/settings.h"
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
@@ -22,16 +23,12 @@ constexpr int kDeepestShown = 12; ///< levels further down stand below each othe
 constexpr int kGutter = 30;
 constexpr int kDot = 8;
 constexpr int kGoodScore = 25;
+constexpr int kTags = 2;        ///< pills in a row
+constexpr int kPillPadding = 7; ///< before and behind the name in it
 
 int chevronWidth()
 {
     return iconSize(IconUse::Row);
-}
-
-QString threadText(const MessageListModel::ThreadCounts &counts)
-{
-    return counts.unread > 0 ? u"%1 new of %2"_s.arg(counts.unread).arg(counts.messages)
-                             : QString::number(counts.messages);
 }
 
 } // namespace
@@ -41,13 +38,12 @@ struct MessageDelegate::Row
 {
     QPainter *painter;
     const QStyleOptionViewItem &option;
-    int place;
-    const MessageListModel::Item &item;
+    const ShownMessage &item;
     QRect rest;
 
     bool isUnread() const { return !item.overview.has(Mark::Read); }
-    QColor ink() const { return isUnread() ? colour(Role::Text) : shownReadRowColour(); }
-    QColor dim() const { return colour(isUnread() ? Role::Text : Role::Text2); }
+    QColor ink() const { return isUnread() ? shownColour(Setting::WindowTextColour) : shownReadRowColour(); }
+    QColor dim() const { return isUnread() ? ink() : colour(Role::Text2); }
     QFont font(double factor = 1) const
     {
         return fontScaled(option.font, factor, isUnread() ? QFont::DemiBold : QFont::Normal);
@@ -102,6 +98,25 @@ struct MessageDelegate::Row
             icon(square(rect), u"forwarded"_s, colour(Role::Text2));
         }
     }
+    /// The first tags as pills at the trailing end, on the line that @p atLine makes of a rectangle.
+    template <typename AtLine>
+    void tags(const AtLine &atLine)
+    {
+        const QFont small = fontScaled(option.font, scale::tag);
+        const QFontMetrics metrics(small);
+        for (qsizetype i = std::min<qsizetype>(item.tags.size(), kTags) - 1; i >= 0; --i) {
+            const int width = metrics.horizontalAdvance(item.tags[i].name) + 2 * kPillPadding;
+            if (width * 2 > rest.width())
+                continue;
+            QRect pill = atLine(takeTrailing(width));
+            const int height = metrics.height() + 2;
+            pill = QRect(pill.x(), pill.center().y() - height / 2, pill.width(), height);
+            const HueColours colours = hueColours(item.tags[i].hue);
+            paintPanel(painter, pill, height / 2.0, colours.background, {});
+            text(pill, item.tags[i].name, small, colours.text, Qt::AlignHCenter);
+            takeTrailing(i > 0 ? space::inner : space::between);
+        }
+    }
     void chevron(const QRect &rect) const
     {
         if (!item.hasAnswers)
@@ -117,8 +132,10 @@ MessageDelegate::MessageDelegate(const MessageListModel &model, QObject *parent)
     , m_model(model)
 {}
 
-QSize MessageDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
+QSize MessageDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &index) const
 {
+    if (m_model.isHeading(index.row()))
+        return {0, rowHeight(RowKind::Heading)};
     return {0, rowHeight(m_twoLines ? RowKind::TwoLines : RowKind::List)};
 }
 
@@ -134,8 +151,10 @@ QRect MessageDelegate::chevronRect(const QRect &rect, int depth, Qt::LayoutDirec
 void MessageDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                             const QModelIndex &index) const
 {
-    const MessageListModel::Item item = m_model.item(index.row());
-    Row row{painter, option, index.row(), item, option.rect};
+    if (m_model.isHeading(index.row()))
+        return; // the view has it drawn over all columns
+    const ShownMessage item = m_model.item(index.row());
+    Row row{painter, option, item, option.rect};
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     paintRowState(painter, option, option.widget);
@@ -170,10 +189,9 @@ void MessageDelegate::paintCell(Row &row, MessageColumn column) const
                         overview.score() >= kGoodScore ? colour(Role::Good) : colour(Role::Text2),
                         Qt::AlignTrailing);
     case MessageColumn::Date:
-        return row.text(number, shortDate(overview.date()), row.font(scale::small), row.dim(),
-                        Qt::AlignTrailing);
     case MessageColumn::Size:
-        return row.text(number, shortSize(overview.unpackedLength()), row.font(scale::small), row.dim(),
+    case MessageColumn::Thread:
+        return row.text(number, columnText(row.item, column), row.font(scale::small), row.dim(),
                         Qt::AlignTrailing);
     }
 }
@@ -184,22 +202,29 @@ void MessageDelegate::paintSubject(Row &row) const
     row.chevron(row.takeLeading(chevronWidth()));
     row.takeLeading(1);
     row.takeTrailing(kLeading);
-    if (row.item.hasAnswers && !row.item.isExpanded) {
-        const MessageListModel::ThreadCounts counts = m_model.threadCounts(row.place);
+    paintSigns(row);
+    row.text(row.rest, row.item.subject, row.font(), row.ink());
+}
+
+/// What stands at the trailing end of the subject: tags, how many there are in the thread, whether it is
+/// watched.
+void MessageDelegate::paintSigns(Row &row) const
+{
+    row.tags([](const QRect &rect) { return rect; });
+    if (row.item.hasAnswers && !row.item.isExpanded && !m_threadColumn) {
         const QFont font = fontScaled(row.option.font, scale::section);
-        const QString words = threadText(counts);
+        const QString words = threadText(row.item.thread);
         const int width = QFontMetrics(font).horizontalAdvance(words) + 1;
-        if (width * 2 < row.rest.width())
-            row.text(row.takeTrailing(width), words, font,
-                     colour(counts.unread > 0 ? Role::Link : Role::Text2));
-        row.takeTrailing(space::between);
+        if (width * 2 < row.rest.width()) {
+            row.text(row.takeTrailing(width), words, font, colour(Role::Text2));
+            row.takeTrailing(space::between);
+        }
     }
     if (row.item.overview.has(Mark::Watched) || row.item.overview.has(Mark::Ignored)) {
         const QString name = row.item.overview.has(Mark::Watched) ? u"watched"_s : u"ignored"_s;
         row.icon(row.square(row.takeTrailing(iconSize(IconUse::Row))), name, colour(Role::Text2));
         row.takeTrailing(space::between);
     }
-    row.text(row.rest, subjectOrNone(row.item.texts.subject), row.font(), row.ink());
 }
 
 void MessageDelegate::paintTwoLines(Row &row) const
@@ -237,12 +262,37 @@ void MessageDelegate::paintTwoLines(Row &row) const
         sign(u"attach"_s, Role::Text2);
     if (row.item.overview.has(Mark::Watched))
         sign(u"watched"_s, Role::Text2);
+    row.tags([&](const QRect &rect) { return atLine(rect, 1); });
     if (row.item.hasAnswers && !row.item.isExpanded) {
-        const QString words = threadText(m_model.threadCounts(row.place));
+        const QString words = threadText(row.item.thread);
         const QFont font = fontScaled(row.option.font, scale::section);
         row.text(atLine(row.takeTrailing(QFontMetrics(font).horizontalAdvance(words) + 1), 1), words, font,
                  colour(Role::Text2));
         row.takeTrailing(space::between);
     }
-    row.text(atLine(row.rest, 1), subjectOrNone(row.item.texts.subject), row.font(), row.ink());
+    row.text(atLine(row.rest, 1), row.item.subject, row.font(), row.ink());
+}
+
+void MessageDelegate::paintHeading(QPainter *painter, const QStyleOptionViewItem &option, int place) const
+{
+    const ShownHeading heading = m_model.heading(place);
+    const QColor ink = shownColour(Setting::GroupingColourFG);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->fillRect(option.rect, shownColour(Setting::GroupingColourBG));
+    const bool toLeft = option.direction == Qt::RightToLeft;
+    const Qt::ArrowType folded = toLeft ? Qt::LeftArrow : Qt::RightArrow;
+    paintChevron(painter, leading(&option, option.rect, kGutter + 2),
+                 heading.isFolded ? folded : Qt::DownArrow, ink, iconSize(IconUse::Row) * 3 / 4);
+    const QRect rest = trailing(&option, option.rect, option.rect.width() - kGutter);
+    const QString words =
+        heading.isFolded ? heading.text + u"   "_s + QString::number(heading.messages) : heading.text;
+    painter->setFont(fontScaled(option.font, scale::small, QFont::DemiBold));
+    painter->setPen(ink);
+    painter->drawText(
+        trailing(&option, leading(&option, rest, rest.width() - kTrailing), rest.width() - kTrailing),
+        int(QStyle::visualAlignment(option.direction, Qt::AlignLeading)) | Qt::AlignVCenter |
+            Qt::TextSingleLine,
+        words);
+    painter->restore();
 }

@@ -5,7 +5,7 @@
 #include <QStyledItemDelegate>
 
 /// Draws the rows of a message list: in columns on one line, or all of a message on two lines where the list
-/// is narrow.
+/// is narrow. Headings are drawn whole, across the columns.
 class MessageDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -15,10 +15,16 @@ public:
     explicit MessageDelegate(const MessageListModel &model, QObject *parent = nullptr);
 
     void setTwoLines(bool twoLines) { m_twoLines = twoLines; }
+
+    /// The column Thread is there: the subject need not say how many there are.
+    void setThreadColumn(bool shown) { m_threadColumn = shown; }
     bool isTwoLines() const { return m_twoLines; }
 
     /// Where the chevron of a row is in the cell @p rect of its subject, for the mouse.
     QRect chevronRect(const QRect &rect, int depth, Qt::LayoutDirection direction) const;
+
+    /// Paints the heading at @p place over the whole of @p option's rectangle.
+    void paintHeading(QPainter *painter, const QStyleOptionViewItem &option, int place) const;
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
@@ -29,8 +35,10 @@ private:
 
     void paintCell(Row &row, MessageColumn column) const;
     void paintSubject(Row &row) const;
+    void paintSigns(Row &row) const;
     void paintTwoLines(Row &row) const;
 
     const MessageListModel &m_model;
     bool m_twoLines = false;
+    bool m_threadColumn = false;
 };

@@ -1,14 +1,14 @@
 #include "ui/list/messagelist.h"
 
+#include "config/settings.h"
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
+#include "ui/look/storedcolours.h"
 #include "ui/texts/messagetexts.h"
 
 #include <QContextMenuEvent>
 #include <QDrag>
-#include <QHeaderView>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
@@ -18,10 +18,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kIconColumnWidth = 14; ///< beside the icon
-constexpr int kAllColumns = 100;     ///< characters; score and clip need so much beside the rest
-constexpr int kNarrowest = 24;       ///< a column cannot be made narrower
 
 QPixmap dragLabel(const QString &text, const QWidget *widget)
 {
@@ -46,6 +42,7 @@ QPixmap dragLabel(const QString &text, const QWidget *widget)
 MessageList::MessageList(QWidget *parent)
     : QTreeView(parent)
     , m_delegate(m_model)
+    , m_seek(m_model)
 {
     setObjectName(u"messageList"_s);
     setAccessibleName(u"Messages"_s);
@@ -65,25 +62,13 @@ MessageList::MessageList(QWidget *parent)
     setTabKeyNavigation(false);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
-    header()->setSectionsMovable(false);
-    header()->setStretchLastSection(false);
-    header()->setMinimumSectionSize(kNarrowest);
-    header()->setContextMenuPolicy(Qt::CustomContextMenu);
-    header()->setSectionsClickable(true);
-    header()->setSortIndicatorShown(true);
-    setSortingEnabled(true);
-    connect(header(), &QWidget::customContextMenuRequested, this, &MessageList::headerMenu);
-    connect(header(), &QHeaderView::sectionResized, this, [this](int column, int, int width) {
-        if (m_arranging || MessageColumn(column) == MessageColumn::Subject)
-            return;
-        m_view.widths[std::size_t(column)] = width;
-        arrangeColumns();
-        emit viewChanged();
-    });
+    connectHeader();
+    connect(&m_seek, &ListSeek::found, this, &MessageList::goTo);
     connect(&m_model, &QAbstractItemModel::layoutAboutToBeChanged, this, &MessageList::rememberTop);
     connect(&m_model, &MessageListModel::relaid, this, &MessageList::keepCurrent);
     connect(&m_model, &MessageListModel::sortChanged, this, [this] {
         m_view.sort = m_model.sortOrder();
+        showSortIndicator();
         emit viewChanged();
     });
 }
@@ -99,10 +84,10 @@ void MessageList::setSource(std::unique_ptr<MessageRows> rows, const GroupView &
     m_current = {};
     m_currentPlace = -1;
     m_top = {};
-    header()->blockSignals(true); // the order comes with the group, it is no click
-    header()->setSortIndicator(int(view.sort.column), view.sort.order);
-    header()->blockSignals(false);
+    m_currentWasVisible = false;
+    showSortIndicator();
     m_model.setSource(std::move(rows), view.sort);
+    orderColumns();
     showColumns();
     scrollToTop();
     emit currentChangedTo({});
@@ -111,11 +96,6 @@ void MessageList::setSource(std::unique_ptr<MessageRows> rows, const GroupView &
 GroupView MessageList::view() const
 {
     return m_view;
-}
-
-MessageRef MessageList::current() const
-{
-    return MessageListModel::refOf(currentIndex());
 }
 
 QModelIndex MessageList::cell(int place) const
@@ -155,14 +135,35 @@ int MessageList::selectedCount() const
 {
     int count = 0;
     for (const QItemSelectionRange &range : selectionModel()->selection())
-        count += range.height();
+        count += m_model.messagesBetween(range.top(), range.bottom());
     return count;
 }
 
-/// The unread message after (before) @p from; what a collapsed thread hides counts where it is collapsed.
+/// In one range, however many there are.
+void MessageList::selectAll()
+{
+    if (m_model.rowCount() > 0)
+        selectionModel()->select(QItemSelection(cell(0), cell(m_model.rowCount() - 1)),
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
+
+/// The first place from @p place on in @p direction that is no heading; -1 when there is none.
+int MessageList::nextMessage(int place, int direction) const
+{
+    while (place >= 0 && place < m_model.rowCount() && m_model.isHeading(place))
+        place += direction;
+    return place < m_model.rowCount() ? place : -1;
+}
+
+/// The unread message after (before) @p from; what is folded away counts where it is folded.
 int MessageList::nextUnread(int from, int direction) const
 {
     for (int place = from + direction; place >= 0 && place < m_model.rowCount(); place += direction) {
+        if (m_model.isHeading(place)) {
+            if (m_model.hidesUnread(place))
+                return place;
+            continue;
+        }
         if (!m_model.overviewAt(place).has(Mark::Read))
             return place;
         if (m_model.hasAnswers(place) && !m_model.isExpanded(place) && m_model.threadCounts(place).unread > 0)
@@ -181,32 +182,40 @@ int MessageList::unreadThread(int from) const
     return nextUnread(place - 1, 1);
 }
 
+/// Opens what hides unread messages at @p place until it is one itself: its place, -1 when there is none.
+int MessageList::openTowardsUnread(int place, int from, bool backwards)
+{
+    while (place >= 0 && (m_model.isHeading(place) || m_model.overviewAt(place).has(Mark::Read))) {
+        const int before = m_model.rowCount();
+        m_model.setExpanded(place, true);
+        const int last = from + m_model.rowCount() - before;
+        const int inside = backwards ? nextUnread(place < from ? last : from, -1) : -1;
+        place = inside > place ? inside : nextUnread(place, 1);
+    }
+    return place;
+}
+
 bool MessageList::step(Step step)
 {
-    const int from = currentIndex().isValid() ? currentIndex().row() : -1;
+    const int from = m_currentPlace >= 0 && !m_current.isNull() ? m_currentPlace : -1;
+    const int folded = from >= 0 && m_model.hasAnswers(from) && !m_model.isExpanded(from) ? from : -1;
     int place = -1;
     switch (step) {
-    case Step::Next: place = from + 1 < m_model.rowCount() ? from + 1 : -1; break;
-    case Step::Previous: place = from - 1; break;
+    case Step::Next: place = nextMessage(from + 1, 1); break;
+    case Step::Previous: place = from < 0 ? -1 : nextMessage(from - 1, -1); break;
     case Step::NextUnread:
-        if (from >= 0 && m_model.hasAnswers(from) && !m_model.isExpanded(from) &&
-            m_model.threadCounts(from).unread > (m_model.overviewAt(from).has(Mark::Read) ? 0 : 1))
-            m_model.setExpanded(from, true);
-        place = nextUnread(from, 1);
+        if (folded >= 0 &&
+            m_model.threadCounts(folded).unread > (m_model.overviewAt(folded).has(Mark::Read) ? 0 : 1))
+            m_model.setExpanded(folded, true);
+        place = openTowardsUnread(nextUnread(from, 1), from, false);
         break;
-    case Step::PreviousUnread: place = from < 0 ? -1 : nextUnread(from, -1); break;
-    case Step::NextUnreadThread: place = unreadThread(from); break;
+    case Step::PreviousUnread:
+        place = from < 0 ? -1 : openTowardsUnread(nextUnread(from, -1), from, true);
+        break;
+    case Step::NextUnreadThread: place = openTowardsUnread(unreadThread(from), from, false); break;
     }
-    if (place < 0 || place >= m_model.rowCount())
+    if (place < 0)
         return false;
-    const bool unreadWanted = step != Step::Next && step != Step::Previous;
-    while (unreadWanted && m_model.overviewAt(place).has(Mark::Read)) {
-        m_model.setExpanded(place, true);
-        const int below = step == Step::PreviousUnread ? nextUnread(from, -1) : nextUnread(place, 1);
-        place = below > place ? below : nextUnread(place, 1);
-        if (place < 0)
-            return false;
-    }
     goTo(place);
     return true;
 }
@@ -238,7 +247,8 @@ void MessageList::leaveSelection()
         first = std::min(first, range.top());
     }
     // A collapsed thread goes with all in it, an expanded one leaves its answers behind.
-    const int target = last + 1 < m_model.rowCount() ? last + 1 : first - 1;
+    const int next = nextMessage(last + 1, 1);
+    const int target = next >= 0 ? next : nextMessage(first - 1, -1);
     if (target >= 0)
         goTo(target);
     else
@@ -247,29 +257,59 @@ void MessageList::leaveSelection()
 
 // --- What changes under it ------------------------------------------------------------------------------
 
+/// The first message in view, and where: what comes in above does not push away what the user looks at. At
+/// the very top new mail is to be seen.
 void MessageList::rememberTop()
 {
+    m_top = {};
+    m_currentWasVisible =
+        currentIndex().isValid() && viewport()->rect().intersects(visualRect(currentIndex()));
+    if (verticalScrollBar()->value() == 0)
+        return;
     const QModelIndex top = indexAt(QPoint(1, 1));
-    m_top = verticalScrollBar()->value() > 0 ? MessageListModel::refOf(top) : MessageRef();
+    const int place = top.isValid() ? nextMessage(top.row(), 1) : -1;
+    if (place < 0)
+        return;
+    m_top = m_model.refAt(place);
+    m_topShift = isTwoLines() ? place - top.row() : visualRect(cell(place)).y();
 }
 
-/// What came in above does not push away what the user looks at.
 void MessageList::restoreTop()
 {
     const int place = m_top.isNull() ? -1 : m_model.placeOf(m_top);
-    if (place >= 0)
-        scrollTo(cell(place), PositionAtTop);
     m_top = {};
+    if (place >= 0 && isTwoLines()) {
+        scrollTo(m_model.index(std::max(place - m_topShift, 0), int(MessageColumn::Subject)), PositionAtTop);
+    } else if (place >= 0) {
+        scrollTo(cell(place), PositionAtTop);
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + visualRect(cell(place)).y() -
+                                      m_topShift);
+    }
+    if (m_currentWasVisible && currentIndex().isValid())
+        scrollTo(currentIndex());
+    m_currentWasVisible = false;
 }
 
-/// When the current message was taken away, the one that came to its place is current.
+/// When the current message was taken away, the one that came to its place is current. One that a folded
+/// heading hides stays current until the user goes on.
 void MessageList::keepCurrent()
 {
+    if (!currentIndex().isValid() && m_model.placeOf(m_current) >= 0)
+        selectionModel()->setCurrentIndex(cell(m_model.placeOf(m_current)),
+                                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
     restoreTop();
     if (currentIndex().isValid()) {
         m_currentPlace = currentIndex().row();
-    } else if (!m_current.isNull() && m_currentPlace >= 0 && m_model.rowCount() > 0) {
-        goTo(std::min(m_currentPlace, m_model.rowCount() - 1));
+        return;
+    }
+    if (m_model.has(m_current) && m_model.headingAbove(m_current) >= 0) {
+        m_currentPlace = m_model.headingAbove(m_current);
+        return;
+    }
+    if (!m_current.isNull() && m_currentPlace >= 0 && m_model.rowCount() > 0) {
+        const int place = m_model.messageNear(std::min(m_currentPlace, m_model.rowCount() - 1), 1);
+        if (place >= 0)
+            goTo(place);
     }
     if (!currentIndex().isValid() && !m_current.isNull()) {
         m_current = {};
@@ -280,7 +320,7 @@ void MessageList::keepCurrent()
 void MessageList::currentChanged(const QModelIndex &current, const QModelIndex &previous)
 {
     QTreeView::currentChanged(current, previous);
-    if (!current.isValid())
+    if (!current.isValid() || m_model.isHeading(current.row()))
         return; // keepCurrent() says what comes of it
     m_currentPlace = current.row();
     const MessageRef message = MessageListModel::refOf(current);
@@ -297,47 +337,37 @@ void MessageList::selectionChanged(const QItemSelection &selected, const QItemSe
     emit selectionCountChanged();
 }
 
-// --- Columns --------------------------------------------------------------------------------------------
+// --- Painting -------------------------------------------------------------------------------------------
 
-int MessageList::defaultWidth(MessageColumn column) const
+void MessageList::paintEvent(QPaintEvent *event)
 {
-    const int characters = kMessageColumns[std::size_t(column)].characters;
-    return characters > 0 ? ::columnWidth(characters) : ::iconSize(IconUse::Row) + kIconColumnWidth;
+    if (!isAutomaticColour(Setting::GViewColourBG)) {
+        QPainter painter(viewport());
+        painter.fillRect(event->rect(), shownColour(Setting::GViewColourBG));
+    }
+    QTreeView::paintEvent(event);
 }
 
-void MessageList::showColumns()
+void MessageList::drawRow(QPainter *painter, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const
 {
-    m_arranging = true; // hiding a column is no wish for its width
-    for (int i = 0; i < kMessageColumnCount; ++i) {
-        const bool isSubject = MessageColumn(i) == MessageColumn::Subject;
-        setColumnHidden(i, isTwoLines() ? !isSubject : !m_view.shown[std::size_t(i)]);
-        const bool isFixed = isSubject || kMessageColumns[std::size_t(i)].characters == 0;
-        header()->setSectionResizeMode(i, isFixed ? QHeaderView::Fixed : QHeaderView::Interactive);
-    }
-    header()->setVisible(!isTwoLines());
-    arrangeColumns();
+    if (m_model.isHeading(index.row()))
+        m_delegate.paintHeading(painter, option, index.row());
+    else
+        QTreeView::drawRow(painter, option, index);
 }
 
-/// The subject has what the others leave. Score and the clip go first when that is little.
-void MessageList::arrangeColumns()
+/// The delegate draws the chevrons.
+void MessageList::drawBranches(QPainter *, const QRect &, const QModelIndex &) const {}
+
+/// No row gets another height by what is in it; to look at each of a hundred thousand would take long.
+void MessageList::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
+                              const QList<int> &roles)
 {
-    m_arranging = true;
-    const bool isNarrow = viewport()->width() < ::columnWidth(kAllColumns);
-    int rest = viewport()->width();
-    for (int i = 0; i < kMessageColumnCount; ++i) {
-        const auto column = MessageColumn(i);
-        if (column == MessageColumn::Subject || isTwoLines())
-            continue;
-        const bool goesFirst = column == MessageColumn::Score || column == MessageColumn::Clip;
-        setColumnHidden(i, !m_view.shown[std::size_t(i)] || (goesFirst && isNarrow));
-        if (isColumnHidden(i))
-            continue;
-        const int wanted = m_view.widths[std::size_t(i)];
-        header()->resizeSection(i, wanted > 0 ? wanted : defaultWidth(column));
-        rest -= header()->sectionSize(i);
-    }
-    header()->resizeSection(int(MessageColumn::Subject), std::max(rest, kNarrowest * 4));
-    m_arranging = false;
+    if (topLeft.row() == bottomRight.row())
+        QTreeView::dataChanged(topLeft, bottomRight, roles);
+    else
+        viewport()->update();
 }
 
 void MessageList::setTwoLines(bool twoLines)
@@ -345,6 +375,9 @@ void MessageList::setTwoLines(bool twoLines)
     if (twoLines == isTwoLines())
         return;
     m_delegate.setTwoLines(twoLines);
+    // Headings are lower than two lines: then the heights of all rows are not asked for beforehand.
+    setUniformRowHeights(!twoLines);
+    setVerticalScrollMode(twoLines ? ScrollPerItem : ScrollPerPixel);
     showColumns();
     scheduleDelayedItemsLayout();
 }
@@ -364,33 +397,6 @@ void MessageList::changeEvent(QEvent *event)
     }
 }
 
-void MessageList::headerMenu(const QPoint &position)
-{
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (int i = 0; i < kMessageColumnCount; ++i) {
-        if (MessageColumn(i) == MessageColumn::Subject)
-            continue;
-        QAction *action = menu->addAction(QString::fromLatin1(kMessageColumns[std::size_t(i)].name));
-        action->setCheckable(true);
-        action->setChecked(m_view.shown[std::size_t(i)]);
-        connect(action, &QAction::toggled, this, [this, i](bool shown) {
-            m_view.shown[std::size_t(i)] = shown;
-            showColumns();
-            emit viewChanged();
-        });
-    }
-    menu->addSeparator();
-    connect(menu->addAction(u"Columns as at first"_s), &QAction::triggered, this, [this] {
-        const MessageSort sort = m_view.sort;
-        m_view = GroupView();
-        m_view.sort = sort;
-        showColumns();
-        emit viewChanged();
-    });
-    menu->popup(header()->mapToGlobal(position));
-}
-
 // --- Mouse and keys -------------------------------------------------------------------------------------
 
 bool MessageList::clickedSign(const QModelIndex &index, const QPoint &position)
@@ -399,6 +405,10 @@ bool MessageList::clickedSign(const QModelIndex &index, const QPoint &position)
         return false;
     const int place = index.row();
     const auto column = MessageColumn(index.column());
+    if (m_model.isHeading(place)) {
+        m_model.setFolded(place, !m_model.heading(place).isFolded);
+        return true;
+    }
     if (column == MessageColumn::Subject && m_model.hasAnswers(place) &&
         m_delegate.chevronRect(visualRect(index), m_model.depthAt(place), layoutDirection())
             .contains(position)) {
@@ -425,17 +435,18 @@ void MessageList::mousePressEvent(QMouseEvent *event)
 void MessageList::mouseDoubleClickEvent(QMouseEvent *event)
 {
     const QModelIndex index = indexAt(event->pos());
-    if (event->button() != Qt::LeftButton || !index.isValid() || clickedSign(index, event->pos()))
+    if (event->button() != Qt::LeftButton || !index.isValid() || clickedSign(index, event->pos()) ||
+        boolSetting(Setting::IgnoreDoubleClicks))
         return;
     emit activatedMessage(m_model.refAt(index.row()));
 }
 
-/// Right opens a thread and then goes into it, left closes it or goes up.
+/// Right opens a thread and then goes into it, left closes it, goes up, and folds the heading above.
 bool MessageList::fold(bool open)
 {
     const int place = currentIndex().isValid() ? currentIndex().row() : -1;
     if (place < 0)
-        return false;
+        return foldHidden(open);
     if (m_model.hasAnswers(place) && m_model.isExpanded(place) != open) {
         m_model.setExpanded(place, open);
         return true;
@@ -446,20 +457,41 @@ bool MessageList::fold(bool open)
         goTo(place + 1);
         return true;
     }
+    const int depth = m_model.depthAt(place);
     int above = place;
-    while (above > 0 && m_model.depthAt(above) >= m_model.depthAt(place))
+    while (depth > 0 && above > 0 && (m_model.isHeading(above) || m_model.depthAt(above) >= depth))
         --above;
-    if (m_model.depthAt(above) >= m_model.depthAt(place))
+    if (depth > 0 && m_model.depthAt(above) < depth) {
+        goTo(above);
+        return true;
+    }
+    const int heading = m_model.headingAbove(m_current);
+    if (heading >= 0)
+        m_model.setFolded(heading, true);
+    return heading >= 0;
+}
+
+/// The current message is under a folded heading: right brings it back.
+bool MessageList::foldHidden(bool open)
+{
+    const int heading = m_current.isNull() ? -1 : m_model.headingAbove(m_current);
+    if (!open || heading < 0)
         return false;
-    goTo(above);
+    m_model.setFolded(heading, false);
     return true;
 }
 
 void MessageList::keyPressEvent(QKeyEvent *event)
 {
-    const bool isPlain = event->modifiers() == Qt::NoModifier || event->modifiers() == Qt::KeypadModifier;
+    const bool isPlain = (event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier)) == 0;
+    const bool isShifted = event->modifiers() & Qt::ShiftModifier;
     const bool rightIsOpen = layoutDirection() == Qt::LeftToRight;
     switch (isPlain ? event->key() : 0) {
+    case Qt::Key_Asterisk: m_model.setAllExpanded(true); return;
+    case Qt::Key_Backslash: m_model.setAllExpanded(false); return;
+    default: break;
+    }
+    switch (isPlain && !isShifted ? event->key() : 0) {
     case Qt::Key_Space: emit spacePressed(); return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
@@ -468,8 +500,32 @@ void MessageList::keyPressEvent(QKeyEvent *event)
         return;
     case Qt::Key_Right:
     case Qt::Key_Left: fold((event->key() == Qt::Key_Right) == rightIsOpen); return;
-    default: QTreeView::keyPressEvent(event);
+    case Qt::Key_Down:
+    case Qt::Key_Up:
+        if (!currentIndex().isValid() && !m_current.isNull()) { // under a folded heading
+            step(event->key() == Qt::Key_Down ? Step::Next : Step::Previous);
+            return;
+        }
+        break;
+    default: break;
     }
+    QTreeView::keyPressEvent(event);
+}
+
+/// Headings are passed over, in the direction of the move as long as there is something.
+QModelIndex MessageList::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    const QModelIndex index = QTreeView::moveCursor(action, modifiers);
+    if (!index.isValid() || !m_model.isHeading(index.row()))
+        return index;
+    const bool up = action == MoveUp || action == MovePrevious || action == MovePageUp || action == MoveEnd;
+    const int place = m_model.messageNear(index.row(), up ? -1 : 1);
+    return place < 0 ? currentIndex() : m_model.index(place, index.column());
+}
+
+void MessageList::keyboardSearch(const QString &letters)
+{
+    m_seek.type(letters, m_currentPlace);
 }
 
 /// The focus alone makes no message current: it would be shown and count as read.
@@ -491,17 +547,14 @@ void MessageList::contextMenuEvent(QContextMenuEvent *event)
 
 void MessageList::startDrag(Qt::DropActions actions)
 {
-    const QModelIndexList indexes = selectionModel()->selectedRows();
-    if (indexes.isEmpty())
+    const MessageRefs messages = selected();
+    if (messages.empty())
         return;
     auto *drag = new QDrag(this);
-    QMimeData *mime = m_model.mimeData(indexes);
-    const qsizetype count = qsizetype(decodeDragged(mime->data(QLatin1StringView(kMessagesMimeType))).size());
+    auto *mime = new QMimeData;
+    mime->setData(QLatin1StringView(kMessagesMimeType), encodeDragged(messages));
     drag->setMimeData(mime);
-    drag->setPixmap(dragLabel(messagesInWords(count), this));
+    drag->setPixmap(dragLabel(messagesInWords(qint64(messages.size())), this));
     drag->setHotSpot({-space::group, -space::group});
     drag->exec(actions, Qt::MoveAction);
 }
-
-/// The delegate draws the chevrons.
-void MessageList::drawBranches(QPainter *, const QRect &, const QModelIndex &) const {}

@@ -1,11 +1,12 @@
 #include "ui/list/messagelistmodel.h"
 
+#include "config/clock.h"
+#include "config/settings.h"
+#include "message/message.h"
 #include "ui/look/icons.h"
 #include "ui/texts/messagetexts.h"
 
-#include <QDataStream>
 #include <QElapsedTimer>
-#include <QIODevice>
 #include <QMimeData>
 
 #include <algorithm>
@@ -19,7 +20,12 @@ constexpr int kKeptTexts = 500; ///< several screens full
 /// A relay that takes long is made rarely, so that an import into a large group stays quick.
 constexpr int kRestAfterRelay = 10; ///< times what it took
 
-// What an index carries: two of 32 bits.
+constexpr int kFirstOfFilter = 8;          ///< milliseconds: a small group is filtered in these
+constexpr qint64 kBetweenFilterings = 150; ///< milliseconds between two pictures of what was found
+constexpr int kBetweenLooksAtDay = 60'000; ///< milliseconds; a computer may have slept over midnight
+constexpr quint32 kSpanOffset = 3;         ///< spans of headings in an index, from 1
+
+// What an index carries: two of 32 bits; of a heading no group and its span.
 static_assert(sizeof(quintptr) == sizeof(quint64));
 
 quint64 keyOf(MessageRef message)
@@ -27,9 +33,19 @@ quint64 keyOf(MessageRef message)
     return quint64(quint32(message.group)) << 32 | message.article;
 }
 
+quint64 keyOfSpan(int span)
+{
+    return quint64(span) + kSpanOffset;
+}
+
+bool isKeyOfSpan(quint64 key)
+{
+    return key >> 32 == 0;
+}
+
 MessageRef refOfKey(quint64 key)
 {
-    return {int(quint32(key >> 32)), quint32(key)};
+    return isKeyOfSpan(key) ? MessageRef() : MessageRef{int(quint32(key >> 32)), quint32(key)};
 }
 
 } // namespace
@@ -42,6 +58,15 @@ MessageListModel::MessageListModel(QObject *parent)
     connect(&m_timer, &QTimer::timeout, this, &MessageListModel::settle);
     connect(&m_ranks, &TextRanks::progressed, this, &MessageListModel::sortingProgressed);
     connect(&m_ranks, &TextRanks::finished, this, &MessageListModel::ranked);
+    connect(&m_matches, &FilterRun::progressed, this, [this](int done, int total) {
+        if (clockMilliseconds() - m_lastShown >= kBetweenFilterings)
+            showFiltered();
+        emit filterProgressed(done, total);
+    });
+    connect(&m_matches, &FilterRun::finished, this, &MessageListModel::filterFound);
+    m_dayTimer.setInterval(kBetweenLooksAtDay);
+    connect(&m_dayTimer, &QTimer::timeout, this, &MessageListModel::checkDay);
+    m_dayTimer.start();
 }
 
 MessageListModel::~MessageListModel() = default;
@@ -55,6 +80,9 @@ void MessageListModel::setSource(std::unique_ptr<MessageRows> rows, const Messag
 {
     beginResetModel();
     m_ranks.clear();
+    m_matches.stop();
+    m_filter = {};
+    m_held = {};
     m_timer.stop();
     m_texts.clear();
     m_changed.clear();
@@ -80,8 +108,15 @@ void MessageListModel::watch()
 
 void MessageListModel::hold(MessageRef message)
 {
-    if (m_rows)
-        m_rows->hold(message);
+    if (!m_rows || message == m_held)
+        return;
+    const int before = heldRow();
+    m_held = message;
+    m_rows->hold(message);
+    // Who was shown for the reader's sake alone goes now, after what is under way in the view.
+    if (m_order.isFiltered() && before >= 0 && std::size_t(before) < m_matches.matches().size() &&
+        !m_matches.matches()[std::size_t(before)])
+        QMetaObject::invokeMethod(this, &MessageListModel::showFiltered, Qt::QueuedConnection);
 }
 
 void MessageListModel::setSortOrder(const MessageSort &sort)
@@ -90,6 +125,7 @@ void MessageListModel::setSortOrder(const MessageSort &sort)
         return;
     const bool sameColumn = sort.column == m_sort.column;
     m_sort = sort;
+    m_order.promoteAgain();
     if (!sameColumn)
         m_ranks.clear();
     if (sameColumn || !isTextColumn(sort.column))
@@ -128,7 +164,53 @@ void MessageListModel::stopSorting()
 void MessageListModel::order()
 {
     m_order.rebuild(m_sort, m_ranks.ranks());
+    if (m_filter.isEmpty())
+        return;
+    if (m_matches.takeIn(m_rows->rowCount()))
+        startFilter();
+    m_order.filter(&m_matches.matches(), heldRow());
 }
+
+// --- Filter ---------------------------------------------------------------------------------------------
+
+void MessageListModel::setFilter(const ListFilter &filter)
+{
+    if (filter == m_filter || !m_rows)
+        return;
+    m_filter = filter;
+    if (filter.isEmpty()) {
+        m_matches.stop();
+        moveRows([this] { m_order.filter(nullptr, -1); });
+        emit relaid();
+        emit filterEnded();
+        return;
+    }
+    startFilter();
+    if (!m_matches.step(kFirstOfFilter))
+        showFiltered();
+}
+
+void MessageListModel::startFilter()
+{
+    m_matches.start(*m_rows, m_filter, m_order.rows());
+}
+
+void MessageListModel::filterFound()
+{
+    showFiltered();
+    emit filterEnded();
+}
+
+void MessageListModel::showFiltered()
+{
+    if (m_filter.isEmpty() || !m_rows)
+        return;
+    m_lastShown = clockMilliseconds();
+    moveRows([this] { m_order.filter(&m_matches.matches(), heldRow()); });
+    emit relaid();
+}
+
+// --- What happens to the messages -----------------------------------------------------------------------
 
 void MessageListModel::collect()
 {
@@ -162,6 +244,8 @@ void MessageListModel::resetRows()
     m_ranks.clear();
     m_order = MessageOrder(m_rows.get());
     relay();
+    if (!m_filter.isEmpty())
+        startFilter();
     rank();
 }
 
@@ -174,7 +258,7 @@ void MessageListModel::moveRows(const std::function<void()> &change)
     QModelIndexList after;
     after.reserve(before.size());
     for (const QModelIndex &old : before) {
-        const int place = placeAfterwards(refOf(old));
+        const int place = placeAfterwards(old.internalId());
         after.append(place < 0 ? QModelIndex() : index(place, old.column()));
     }
     changePersistentIndexList(before, after);
@@ -192,20 +276,27 @@ void MessageListModel::relay()
     emit relaid();
 }
 
-/// Where the message is, or the one above it that hides it; -1 when it is gone.
-int MessageListModel::placeAfterwards(MessageRef message) const
+/// Where the message is, or the one above it that hides it, or the heading; -1 when it is gone.
+int MessageListModel::placeAfterwards(quint64 key) const
 {
-    const int row = m_rows->rowOf(message);
+    if (isKeyOfSpan(key))
+        return m_order.headingOf(int(key) - int(kSpanOffset));
+    const int row = m_rows->rowOf(refOfKey(key));
     return row < 0 || !m_rows->isListed(row) ? -1 : m_order.nearestPlace(row);
 }
 
 /// Many changed rows are one range: what is not on the screen costs nothing.
 void MessageListModel::announceChanges()
 {
+    bool moved = false;
+    for (const MessageRef message : m_changed)
+        moved = (m_order.isFiltered() && m_matches.look(m_rows->rowOf(message))) || moved;
+    if (moved)
+        showFiltered();
     int first = rowCount();
     int last = -1;
     for (const MessageRef message : m_changed) {
-        const int place = placeAfterwards(message);
+        const int place = placeAfterwards(keyOf(message));
         if (place < 0)
             continue;
         first = std::min(first, place);
@@ -214,6 +305,84 @@ void MessageListModel::announceChanges()
     m_changed.clear();
     if (last >= 0)
         emit dataChanged(index(first, 0), index(last, kMessageColumnCount - 1));
+}
+
+void MessageListModel::announceAll()
+{
+    if (rowCount() > 0)
+        emit dataChanged(index(0, 0), index(rowCount() - 1, kMessageColumnCount - 1));
+}
+
+bool MessageListModel::checkDay()
+{
+    if (m_order.isOf(clockNow().date()))
+        return false;
+    m_order.setDay(clockNow());
+    relay();
+    announceAll();
+    return true;
+}
+
+void MessageListModel::setTags(TagNames names)
+{
+    m_tags = std::move(names);
+    announceAll();
+}
+
+// --- What is there --------------------------------------------------------------------------------------
+
+ShownHeading MessageListModel::heading(int place) const
+{
+    return {m_order.textOf(m_order.spanAt(place)), m_order.messagesUnder(place), m_order.isFolded(place)};
+}
+
+void MessageListModel::setFolded(int place, bool folded)
+{
+    if (!isHeading(place) || m_order.isFolded(place) == folded)
+        return;
+    moveRows([this, place, folded] { m_order.setFolded(place, folded); });
+    emit relaid();
+}
+
+bool MessageListModel::hidesUnread(int heading) const
+{
+    if (!m_order.isFolded(heading))
+        return false;
+    const std::vector<int> rows = m_order.rowsUnder(heading);
+    return std::any_of(rows.begin(), rows.end(),
+                       [this](int row) { return !m_rows->row(row).has(Mark::Read); });
+}
+
+int MessageListModel::headingAbove(MessageRef message) const
+{
+    return m_rows ? m_order.headingAbove(m_rows->rowOf(message)) : -1;
+}
+
+int MessageListModel::messageNear(int place, int direction) const
+{
+    for (const int step : {direction, -direction}) {
+        for (int at = place; at >= 0 && at < rowCount(); at += step) {
+            if (!isHeading(at))
+                return at;
+        }
+    }
+    return -1;
+}
+
+int MessageListModel::messagesBetween(int first, int last) const
+{
+    return last - first + 1 - m_order.headingsBetween(first, last);
+}
+
+MessageRef MessageListModel::refAt(int place) const
+{
+    return isHeading(place) ? MessageRef() : m_rows->refAt(m_order.rowAt(place));
+}
+
+bool MessageListModel::has(MessageRef message) const
+{
+    const int row = m_rows ? m_rows->rowOf(message) : -1;
+    return row >= 0 && m_rows->isListed(row);
 }
 
 const Overview &MessageListModel::overviewAt(int place) const
@@ -230,6 +399,8 @@ MessageRefs MessageListModel::refsAt(const std::vector<int> &places) const
 {
     MessageRefs messages;
     for (const int place : places) {
+        if (isHeading(place))
+            continue;
         messages.push_back(refAt(place));
         if (!hasAnswers(place) || isExpanded(place))
             continue;
@@ -256,6 +427,8 @@ int MessageListModel::reveal(MessageRef message)
     const int row = m_rows->rowOf(message);
     if (row < 0 || !m_rows->isListed(row))
         return -1;
+    if (const int heading = m_order.headingAbove(row); heading >= 0)
+        setFolded(heading, false);
     while (m_order.placeOf(row) < 0) {
         const int above = m_order.nearestPlace(row);
         if (above < 0 || isExpanded(above))
@@ -267,6 +440,8 @@ int MessageListModel::reveal(MessageRef message)
 
 void MessageListModel::setExpanded(int place, bool expanded)
 {
+    if (isHeading(place))
+        return setFolded(place, !expanded);
     if (!hasAnswers(place) || isExpanded(place) == expanded)
         return;
     const int below = m_order.placesBelow(place);
@@ -285,24 +460,39 @@ void MessageListModel::setExpanded(int place, bool expanded)
 
 void MessageListModel::setAllExpanded(bool expanded)
 {
-    moveRows([this, expanded] { m_order.setAllExpanded(expanded); });
+    moveRows([this, expanded] {
+        m_order.unfoldAll();
+        m_order.setAllExpanded(expanded);
+    });
     emit relaid();
 }
 
-MessageListModel::Item MessageListModel::item(int place) const
+ShownMessage MessageListModel::item(int place) const
 {
-    Item item;
+    ShownMessage item;
     const int row = m_order.rowAt(place);
     item.overview = m_rows->row(row);
     item.texts = textsOf(row);
+    item.subject =
+        subjectOrNone(boolSetting(Setting::StripRe) ? baseSubjectOf(item.texts.subject) : item.texts.subject);
     item.people = peopleOf(m_rows->showsRecipients(row) ? item.texts.to : item.texts.from);
+    if (m_tags && item.overview.tags() != 0)
+        item.tags = m_tags(item.overview.tags());
     item.depth = m_order.depthAt(place);
     item.hasAnswers = m_order.hasAnswers(place);
     item.isExpanded = item.hasAnswers && m_order.isExpanded(place);
+    if (item.hasAnswers)
+        item.thread = threadCounts(place);
     return item;
 }
 
-MessageListModel::ThreadCounts MessageListModel::threadCounts(int place) const
+QString MessageListModel::peopleAt(int place) const
+{
+    const HeaderTexts texts = textsAt(place);
+    return peopleOf(m_rows->showsRecipients(m_order.rowAt(place)) ? texts.to : texts.from);
+}
+
+ThreadCounts MessageListModel::threadCounts(int place) const
 {
     const auto isUnread = [this](int row) { return !m_rows->row(row).has(Mark::Read); };
     const std::vector<int> below = m_order.rowsBelow(place);
@@ -330,7 +520,8 @@ QModelIndex MessageListModel::index(int row, int column, const QModelIndex &pare
 {
     if (parent.isValid() || row < 0 || row >= rowCount() || column < 0 || column >= kMessageColumnCount)
         return {};
-    return createIndex(row, column, quintptr(keyOf(refAt(row))));
+    const quint64 key = isHeading(row) ? keyOfSpan(m_order.spanAt(row)) : keyOf(refAt(row));
+    return createIndex(row, column, quintptr(key));
 }
 
 int MessageListModel::rowCount(const QModelIndex &parent) const
@@ -349,28 +540,17 @@ QVariant MessageListModel::data(const QModelIndex &index, int role) const
         return {};
     if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole && role != Qt::ToolTipRole)
         return {};
-    const Item item = this->item(index.row());
+    if (isHeading(index.row())) {
+        const ShownHeading heading = this->heading(index.row());
+        return role == Qt::AccessibleTextRole ? spokenHeading(heading) : heading.text;
+    }
+    const ShownMessage item = this->item(index.row());
     if (role == Qt::AccessibleTextRole)
-        return spokenRow(item.overview, item.people, item.texts.subject);
+        return spokenMessage(item);
     const auto column = MessageColumn(index.column());
     if (role == Qt::ToolTipRole && column == MessageColumn::Date)
         return longDate(item.overview.date());
-    return textOf(item, column);
-}
-
-QString MessageListModel::textOf(const Item &item, MessageColumn column) const
-{
-    switch (column) {
-    case MessageColumn::State: return item.overview.has(Mark::Read) ? QString() : u"Unread"_s;
-    case MessageColumn::Flag: return item.overview.has(Mark::Flagged) ? u"Flagged"_s : QString();
-    case MessageColumn::Subject: return subjectOrNone(item.texts.subject);
-    case MessageColumn::Clip: return item.overview.has(Mark::Attachments) ? u"Attachments"_s : QString();
-    case MessageColumn::From: return item.people;
-    case MessageColumn::Score: return scoreText(item.overview.score());
-    case MessageColumn::Date: return shortDate(item.overview.date());
-    case MessageColumn::Size: return shortSize(item.overview.unpackedLength());
-    }
-    return {};
+    return columnText(item, column);
 }
 
 QVariant MessageListModel::headerData(int section, Qt::Orientation orientation, int role) const
@@ -379,7 +559,7 @@ QVariant MessageListModel::headerData(int section, Qt::Orientation orientation, 
         return {};
     const MessageColumnRow &column = kMessageColumns[std::size_t(section)];
     const bool isPeople = MessageColumn(section) == MessageColumn::From && showsRecipients();
-    const QString name = isPeople ? u"To"_s : QString::fromLatin1(column.name);
+    const QString name = isPeople ? tr("To") : tr(column.name);
     const bool hasIcon = *column.icon != '\0';
     switch (role) {
     case Qt::DisplayRole: return hasIcon ? QString() : name;
@@ -389,8 +569,8 @@ QVariant MessageListModel::headerData(int section, Qt::Orientation orientation, 
     case Qt::InitialSortOrderRole: return int(column.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     case Qt::TextAlignmentRole: {
         const auto which = MessageColumn(section);
-        const bool atEnd =
-            which == MessageColumn::Score || which == MessageColumn::Date || which == MessageColumn::Size;
+        const bool atEnd = which == MessageColumn::Score || which == MessageColumn::Date ||
+                           which == MessageColumn::Size || which == MessageColumn::Thread;
         return int((atEnd ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     }
     default: return {};
@@ -401,6 +581,8 @@ Qt::ItemFlags MessageListModel::flags(const QModelIndex &index) const
 {
     if (!index.isValid())
         return {};
+    if (isHeading(index.row()))
+        return Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
 }
 
@@ -408,7 +590,7 @@ void MessageListModel::sort(int column, Qt::SortOrder order)
 {
     if (column < 0 || column >= kMessageColumnCount)
         return;
-    setSortOrder({MessageColumn(column), order, m_sort.threads});
+    setSortOrder({MessageColumn(column), order, m_sort.threads, m_sort.headings});
 }
 
 QStringList MessageListModel::mimeTypes() const
@@ -426,31 +608,4 @@ QMimeData *MessageListModel::mimeData(const QModelIndexList &indexes) const
     auto mime = std::make_unique<QMimeData>();
     mime->setData(mimeTypes().first(), encodeDragged(refsAt(places)));
     return mime.release();
-}
-
-QByteArray encodeDragged(const MessageRefs &messages)
-{
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << quint32(messages.size());
-    for (const MessageRef message : messages)
-        stream << qint32(message.group) << message.article;
-    return bytes;
-}
-
-MessageRefs decodeDragged(const QByteArray &bytes)
-{
-    QDataStream stream(bytes);
-    quint32 count = 0;
-    stream >> count;
-    MessageRefs messages;
-    for (quint32 i = 0; i < count; ++i) {
-        qint32 group = 0;
-        quint32 article = 0;
-        stream >> group >> article;
-        if (stream.status() != QDataStream::Ok)
-            return {};
-        messages.push_back({group, article});
-    }
-    return messages;
 }

@@ -4,9 +4,9 @@
 
 #include <array>
 
-/// The columns of a message list, in their order on the screen. Their numbers lie in the file "Views": one
-/// that was used keeps its meaning.
-enum class MessageColumn { State, Flag, Subject, Clip, From, Score, Date, Size };
+/// The columns of a message list, in the order that they have at first. Their numbers lie in the file
+/// "Views": one that was used keeps its meaning.
+enum class MessageColumn { State, Flag, Subject, Clip, From, Score, Date, Size, Thread };
 
 struct MessageColumnRow
 {
@@ -25,8 +25,9 @@ constexpr std::array kMessageColumns = {
     MessageColumnRow{"Score", "", 9, true, true},
     MessageColumnRow{"Date", "", 14, true, true},
     MessageColumnRow{"Size", "", 10, true, false},
+    MessageColumnRow{"Thread", "", 9, true, false},
 };
-static_assert(kMessageColumns.size() == std::size_t(MessageColumn::Size) + 1);
+static_assert(kMessageColumns.size() == std::size_t(MessageColumn::Thread) + 1);
 constexpr int kMessageColumnCount = int(kMessageColumns.size());
 
 inline bool isTextColumn(MessageColumn column)
@@ -39,7 +40,8 @@ struct MessageSort
 {
     MessageColumn column = MessageColumn::Date;
     Qt::SortOrder order = Qt::DescendingOrder;
-    bool threads = true; ///< answers below what they answer; a thread stands where its newest message would
+    bool threads = true;  ///< answers below what they answer; a thread stands where its newest message would
+    bool headings = true; ///< "Today", "Yesterday" ... between the messages when they are sorted by date
 
     bool operator==(const MessageSort &) const = default;
 };

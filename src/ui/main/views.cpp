@@ -24,7 +24,7 @@ QString joined(const QList<int> &numbers)
     return words.join(u' ');
 }
 
-/// "sort column descending threads"
+/// "sort column descending threads headings"; the last is missing where an older form wrote it
 MessageSort sortIn(QStringView text)
 {
     MessageSort sort;
@@ -34,7 +34,25 @@ MessageSort sortIn(QStringView text)
     sort.column = MessageColumn(numbers[0]);
     sort.order = numbers[1] != 0 ? Qt::DescendingOrder : Qt::AscendingOrder;
     sort.threads = numbers[2] != 0;
+    sort.headings = numbers.value(3, 1) != 0;
     return sort;
+}
+
+/// The columns as @p numbers say, each once; what they do not name stands behind.
+std::array<int, kMessageColumnCount> orderIn(const QList<int> &numbers)
+{
+    QList<int> columns;
+    const auto add = [&columns](int column) {
+        if (column >= 0 && column < kMessageColumnCount && !columns.contains(column))
+            columns.append(column);
+    };
+    for (const int column : numbers)
+        add(column);
+    for (int column = 0; column < kMessageColumnCount; ++column)
+        add(column);
+    std::array<int, kMessageColumnCount> order = {};
+    std::copy(columns.begin(), columns.end(), order.begin());
+    return order;
 }
 
 } // namespace
@@ -88,6 +106,8 @@ void Views::readGroupLine(GroupView &view, QStringView key, QStringView value)
         return;
     }
     const QList<int> numbers = numbersIn(value);
+    if (key == u"order")
+        view.order = orderIn(numbers);
     for (int i = 0; i < std::min(int(numbers.size()), kMessageColumnCount); ++i) {
         if (key == u"widths")
             view.widths[std::size_t(i)] = std::clamp(numbers[i], 0, kWidest);
@@ -108,9 +128,10 @@ QStringList Views::lines() const
         const GroupView view = m_groups.value(number);
         lines << u"group %1"_s.arg(number)
               << u"sort "_s + joined({int(view.sort.column), view.sort.order == Qt::DescendingOrder ? 1 : 0,
-                                      view.sort.threads ? 1 : 0})
+                                      view.sort.threads ? 1 : 0, view.sort.headings ? 1 : 0})
               << u"widths "_s + joined(QList<int>(view.widths.begin(), view.widths.end()))
-              << u"shown "_s + joined(QList<int>(view.shown.begin(), view.shown.end()));
+              << u"shown "_s + joined(QList<int>(view.shown.begin(), view.shown.end()))
+              << u"order "_s + joined(QList<int>(view.order.begin(), view.order.end()));
     }
     return lines;
 }
