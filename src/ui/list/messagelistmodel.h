@@ -134,6 +134,7 @@ signals:
     void sortChanged();
     void sortingProgressed(int done, int total);
     void sortingEnded();
+    void filterChanged(); ///< another one is asked for
     void filterProgressed(int done, int total);
     void filterEnded();
 
