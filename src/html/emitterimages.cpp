@@ -108,7 +108,7 @@ void Emitter::image(const GumboNode *node, const Style &style)
         m_result.cids.append(QString::fromUtf8(QByteArray::fromPercentEncoding(source.sliced(4).toUtf8())));
     }
     const bool kept = cid || (!remote.isEmpty() && m_options.remoteImages) || isPictureInText(source);
-    if (!kept || --m_picturesLeft < 0)
+    if (!kept || !m_options.images || --m_picturesLeft < 0)
         return placeholder(node);
     const QString &address = remote.isEmpty() ? source : remote;
     m_pictures += cid || !remote.isEmpty() ? 0 : address.size();

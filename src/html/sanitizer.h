@@ -13,6 +13,7 @@ struct HtmlOptions
     static constexpr qsizetype kEverything = 4 * 1024 * 1024;
 
     qsizetype cap = kFirstLook; ///< bytes of markup and text; beyond kFirstLook more tables are allowed, too
+    bool images = true;         ///< false: none at all, their words instead
     bool remoteImages = false;  ///< keep the addresses of pictures on the net, but for trackers
     double fontSize = 14;       ///< of the reader's text, pixels; what "em" refers to
     double zoom = 1;            ///< of all sizes of text that the message sets

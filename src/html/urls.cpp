@@ -168,6 +168,92 @@ constexpr std::array kBeacons = std::to_array<QStringView>({
     u"/1x1.",    u"/blank.gif",  u"/tracking.gif", u"/track.gif", u"/openpixel", u"/imp.gif",
 });
 
+/// Parameters that name who followed a link, besides utm_...
+constexpr auto kTracking = std::to_array<QStringView>({
+    u"fbclid",
+    u"gclid",
+    u"gclsrc",
+    u"dclid",
+    u"gbraid",
+    u"wbraid",
+    u"msclkid",
+    u"yclid",
+    u"twclid",
+    u"ttclid",
+    u"li_fat_id",
+    u"igshid",
+    u"mc_cid",
+    u"mc_eid",
+    u"mkt_tok",
+    u"_hsenc",
+    u"_hsmi",
+    u"__hssc",
+    u"__hstc",
+    u"__hsfp",
+    u"vero_id",
+    u"vero_conv",
+    u"oly_anon_id",
+    u"oly_enc_id",
+    u"wickedid",
+    u"rb_clickid",
+    u"s_kwcid",
+    u"ml_subscriber",
+    u"ml_subscriber_hash",
+    u"elqtrackid",
+    u"sc_cid",
+    u"mkevt",
+    u"hsctatracking",
+});
+
+/// The alphabets of Unicode that a label uses, as bits of our own.
+enum Alphabet : unsigned {
+    Latin = 1,
+    Han = 2,
+    Kana = 4,
+    Hangul = 8,
+    Bopomofo = 16,
+    OtherAlphabet = 32,
+};
+
+bool mixesAlphabets(QStringView label)
+{
+    unsigned used = 0;
+    QChar::Script other = QChar::Script_Common;
+    for (const char32_t c : label.toUcs4()) {
+        const QChar::Script script = QChar::script(c);
+        switch (script) {
+        case QChar::Script_Unknown:
+        case QChar::Script_Common:
+        case QChar::Script_Inherited: continue;
+        case QChar::Script_Latin: used |= Latin; continue;
+        case QChar::Script_Han: used |= Han; continue;
+        case QChar::Script_Hiragana:
+        case QChar::Script_Katakana: used |= Kana; continue;
+        case QChar::Script_Hangul: used |= Hangul; continue;
+        case QChar::Script_Bopomofo: used |= Bopomofo; continue;
+        default:
+            if (other != QChar::Script_Common && other != script)
+                return true;
+            other = script;
+            used |= OtherAlphabet;
+        }
+    }
+    for (const unsigned allowed :
+         {OtherAlphabet + 0U, Latin | Han | Kana, Latin | Han | Hangul, Latin | Han | Bopomofo})
+        if ((used & ~allowed) == 0)
+            return false;
+    return true;
+}
+
+bool looksLatin(QStringView label)
+{
+    constexpr QStringView kAlike = u"авсԁеһіјӏкмнорԛѕтԝхуѵьαικνορτυχωϲϳ";
+    const bool anyForeign = !std::all_of(label.begin(), label.end(), isAscii);
+    return anyForeign && std::all_of(label.begin(), label.end(), [&](QChar c) {
+               return (isAscii(c) && !c.isLetter()) || kAlike.contains(c);
+           });
+}
+
 /// What browsers skip, also inside "java\tscript:".
 QString withoutControls(QStringView text)
 {
@@ -237,6 +323,38 @@ bool isBeacon(QStringView address)
     rest = rest.first(std::find(rest.begin(), rest.end(), u'?') - rest.begin());
     return std::any_of(kBeacons.begin(), kBeacons.end(),
                        [&](QStringView beacon) { return rest.contains(beacon, Qt::CaseInsensitive); });
+}
+
+QString withoutTracking(const QString &target, QStringList *removed)
+{
+    const qsizetype question = target.indexOf(u'?');
+    const qsizetype hash = target.indexOf(u'#');
+    if (question < 0 || (hash >= 0 && hash < question) || !target.startsWith(u"http", Qt::CaseInsensitive))
+        return target;
+    const qsizetype end = hash < 0 ? target.size() : hash;
+    QStringList kept;
+    const QString query = target.sliced(question + 1, end - question - 1);
+    for (const QString &pair : query.split(u'&')) {
+        const QString name = pair.section(u'=', 0, 0).toLower();
+        const bool tells = name.startsWith(u"utm_") ||
+                           std::find(kTracking.begin(), kTracking.end(), name) != kTracking.end();
+        if (!tells)
+            kept.append(pair);
+        else if (removed && !removed->contains(name))
+            removed->append(name);
+    }
+    const QString rest = kept.join(u'&');
+    return target.first(question) + (rest.isEmpty() ? QString() : u'?' + rest) + target.sliced(end);
+}
+
+bool isConfusable(QStringView host)
+{
+    const QList<QStringView> labels = host.split(u'.', Qt::SkipEmptyParts);
+    const bool latinEnd =
+        !labels.isEmpty() && std::all_of(labels.last().begin(), labels.last().end(), isAscii);
+    return std::any_of(labels.begin(), labels.end(), [latinEnd](QStringView label) {
+        return mixesAlphabets(label) || (latinEnd && looksLatin(label));
+    });
 }
 
 QString hostOf(QStringView target)

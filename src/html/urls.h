@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 /// A piece of text that names an address on the net, counted in UTF-16 units.
@@ -28,6 +29,14 @@ QString remoteAddress(QStringView source);
 
 /// Whether the address itself says that it counts who opens a message and is no picture to look at.
 bool isBeacon(QStringView address);
+
+/// A web address without what only tells its owner who followed the link (utm_source, fbclid, mc_eid and their
+/// like); @p removed names what went. Everything else stays as it is written.
+QString withoutTracking(const QString &target, QStringList *removed = nullptr);
+
+/// Whether the name of a host could be taken for another one: a label mixes alphabets that no language writes
+/// together, or is made of nothing but foreign letters that look Latin (UTS 39). @p host is Unicode.
+bool isConfusable(QStringView host);
 
 /// The host of a web address or the domain of a mail address, in lower case and without "www."; else empty.
 QString hostOf(QStringView target);

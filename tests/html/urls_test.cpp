@@ -16,6 +16,12 @@ private slots:
     void deceiving_data();
     void deceiving();
     void longLines();
+    void tracking_data();
+    void tracking();
+    void confusable_data();
+    void confusable();
+    void remote_data();
+    void remote();
 };
 
 void UrlsTest::finding_data()
@@ -114,6 +120,85 @@ void UrlsTest::longLines()
         }
         QVERIFY(end <= line.size());
     }
+}
+
+void UrlsTest::tracking_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("opened");
+    const auto row = [](const char *target, const char *opened) {
+        QTest::newRow(target) << QString::fromLatin1(target) << QString::fromLatin1(opened);
+    };
+    row("https://a.example/x?utm_source=n&id=7&UTM_Medium=mail", "https://a.example/x?id=7");
+    row("https://a.example/x?fbclid=1", "https://a.example/x");
+    row("https://a.example/x?mc_eid=1&mc_cid=2#part", "https://a.example/x#part");
+    row("https://a.example/x?a=%26utm_x%3D1&&b", "https://a.example/x?a=%26utm_x%3D1&&b");
+    row("https://a.example/x?sutm_source=1&utm=2", "https://a.example/x?sutm_source=1&utm=2");
+    row("https://a.example/#?utm_source=1", "https://a.example/#?utm_source=1");
+    row("https://a.example/x?", "https://a.example/x");
+    row("mailto:a@b.example?subject=utm_source&utm_source=1",
+        "mailto:a@b.example?subject=utm_source&utm_source=1");
+}
+
+void UrlsTest::tracking()
+{
+    QFETCH(QString, target);
+    QTEST(withoutTracking(target), "opened");
+    QStringList removed;
+    QCOMPARE(withoutTracking(withoutTracking(target), &removed), withoutTracking(target));
+    QVERIFY(removed.isEmpty());
+}
+
+void UrlsTest::confusable_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<bool>("confusable");
+    QTest::newRow("Latin") << u"example.org"_s << false;
+    QTest::newRow("Latin with accents") << u"müller.example"_s << false;
+    QTest::newRow("one Cyrillic letter") << u"p\u0430ypal.com"_s << true;
+    QTest::newRow("all of them look Latin") << u"\u0430\u0440\u0440\u04cf\u0435.com"_s << true;
+    QTest::newRow("Cyrillic under a Cyrillic end") << u"\u0440\u043e\u0441\u0430.\u0440\u0444"_s << false;
+    QTest::newRow("a Cyrillic word") << u"\u043f\u043e\u0447\u0442\u0430.com"_s << false;
+    QTest::newRow("Japanese with Latin") << u"\u65e5\u672c\u30ab\u30caabc.jp"_s << false;
+    QTest::newRow("Greek and Cyrillic") << u"\u03b1\u0431.example"_s << true;
+    QTest::newRow("a number") << u"192.0.2.1"_s << false;
+    QTest::newRow("nothing") << QString() << false;
+}
+
+void UrlsTest::confusable()
+{
+    QFETCH(QString, host);
+    QTEST(isConfusable(host), "confusable");
+}
+
+void UrlsTest::remote_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::addColumn<QString>("address"); // empty: none
+    const auto row = [](const char *source, const char *address) {
+        QTest::newRow(source) << QString::fromUtf8(source) << QString::fromUtf8(address);
+    };
+    row("http://a.example/x", "http://a.example/x");
+    row(" HTTPS://a.example/x\n", "HTTPS://a.example/x");
+    row("//a.example/x", "https://a.example/x");
+    row("ht\ttp://a.example/x", "http://a.example/x");
+    row("http://u:p@a.example/x", "");
+    row("http:///x", "");
+    row("http://", "");
+    row("https:a.example", "");
+    row("file://a.example/x", "");
+    row("\\\\a.example\\x", "");
+    row("http:\\\\a.example\\x", "");
+    row("ftp://a.example/x", "");
+    row("javascript:x//", "");
+    row("cid:x", "");
+    row("x.png", "");
+}
+
+void UrlsTest::remote()
+{
+    QFETCH(QString, source);
+    QTEST(remoteAddress(source), "address");
 }
 
 QTEST_GUILESS_MAIN(UrlsTest)

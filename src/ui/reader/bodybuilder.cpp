@@ -74,15 +74,21 @@ void BodyBuilder::sanitizeAll()
         options.fontSize = QFontInfo(m_style.font).pixelSize();
         options.zoom =
             m_options.zoom * std::max(1.0, QFontInfo(QApplication::font()).pixelSize() / kUsualText);
+        options.images = m_options.plan.images;
+        options.remoteImages = m_options.remoteImages;
         SafeHtml html = sanitizeHtml(text, options);
         left -= std::min(left, text.size());
         for (const QString &id : std::as_const(html.cids))
             m_shownIds.insert(id.toUtf8());
         m_facts.truncated |= html.truncated && !m_options.everything;
         m_facts.remoteImages += html.remoteImages;
+        m_facts.trackers += html.trackers;
+        m_facts.remoteOthers += html.remoteOthers;
         m_facts.deceptiveLinks += html.deceptiveLinks;
         m_html.insert(section.part, std::move(html));
     }
+    m_facts.remoteImages.removeDuplicates();
+    m_facts.trackers.removeDuplicates();
 }
 
 void BodyBuilder::settleAttachments()
@@ -116,6 +122,8 @@ void BodyBuilder::build(BodyDocument &document)
     if (m_facts.truncated)
         writer.note(translated("This is the beginning of a long message."), translated("Show all"),
                     readerlink::showAll);
+    if (!m_html.isEmpty())
+        document.replaceMissing();
     cursor.endEditBlock();
 }
 

@@ -17,8 +17,9 @@ struct BodyOptions
 {
     PlanOptions plan;
     bool allHeaders = false;
-    bool everything = false; ///< texts whole, not just their beginnings
-    QByteArray charset;      ///< of all texts, whatever they are labelled with; empty: as labelled
+    bool everything = false;   ///< texts whole, not just their beginnings
+    QByteArray charset;        ///< of all texts, whatever they are labelled with; empty: as labelled
+    bool remoteImages = false; ///< the user wants those on the net
     double zoom = 1;
     int width = 800; ///< pixels that pictures may take
 };
@@ -26,8 +27,10 @@ struct BodyOptions
 /// What there is to say about a document besides itself.
 struct BodyFacts
 {
-    QList<int> attachments; ///< parts for the strip: without the pictures that a text shows
-    QStringList remoteImages;
+    QList<int> attachments;   ///< parts for the strip: without the pictures that a text shows
+    QStringList remoteImages; ///< addresses on the net, once each
+    QStringList trackers;     ///< addresses of pictures that nobody is to see
+    int remoteOthers = 0;     ///< what else would be loaded elsewhere
     QList<DeceptiveLink> deceptiveLinks;
     bool isSigned = false;
     bool isEncrypted = false;

@@ -6,7 +6,7 @@
 #include "ui/reader/bodydocument.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodystyle.h"
-#include "ui/texts/harmless.h"
+#include "ui/reader/linktexts.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
@@ -14,6 +14,7 @@
 #include <QContextMenuEvent>
 #include <QMenu>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
 #include <QScrollBar>
@@ -34,14 +35,6 @@ int quoteLevel(const QTextBlock &block)
     return block.blockFormat().intProperty(bodyformat::QuoteLevel);
 }
 
-/// Where a link leads; the letters of a foreign host's name could look like those of a known one.
-QString shownTarget(const QUrl &url)
-{
-    const QString host = url.host(QUrl::EncodeUnicode);
-    const QString target = harmlessLine(url.toString(), 400);
-    return host == url.host() ? target : u"%1 (%2)"_s.arg(target, host);
-}
-
 bool isFromRight(const QTextBlock &block)
 {
     return block.blockFormat().boolProperty(bodyformat::FromRight);
@@ -60,15 +53,13 @@ BodyView::BodyView(QWidget *parent)
     setUndoRedoEnabled(false);
     connect(this, &QTextBrowser::anchorClicked, this,
             [this](const QUrl &url) { emit linkClicked(url.toString(QUrl::FullyEncoded)); });
-    connect(this, &QTextBrowser::highlighted, this, [this](const QUrl &url) {
-        emit linkHovered(url.scheme() == readerlink::scheme ? QString() : shownTarget(url));
-    });
 }
 
 void BodyView::showDocument(BodyDocument *document, const BodyStyle &style, int wrapWidth)
 {
     m_wrapWidth = wrapWidth;
     setColours(style);
+    nameLink({});
     setExtraSelections({}); // they would outlive the document that they are in
     const QPointer<QTextDocument> old = this->document();
     document->setParent(this);
@@ -114,6 +105,24 @@ void BodyView::resizeEvent(QResizeEvent *event)
 {
     fitWidth(document());
     QTextBrowser::resizeEvent(event);
+}
+
+BodyView::Anchor::Anchor(BodyView &view)
+    : m_view(view)
+    , m_holds(view.verticalScrollBar()->value() > 0)
+{
+    if (!m_holds)
+        return;
+    m_line = view.cursorForPosition({kMargin, 0});
+    m_top = view.cursorRect(m_line).top();
+}
+
+BodyView::Anchor::~Anchor()
+{
+    if (!m_holds || m_line.document() != m_view.document())
+        return;
+    QScrollBar *bar = m_view.verticalScrollBar();
+    bar->setValue(bar->value() + m_view.cursorRect(m_line).top() - m_top);
 }
 
 QVariant BodyView::loadResource(int type, const QUrl &name)
@@ -203,6 +212,39 @@ void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
     }
 }
 
+/// What is under the mouse or has the focus; the browser's own signal does not come for every document.
+void BodyView::nameLink(const QString &target)
+{
+    const QString safe = safeTarget(target);
+    const QString words = safe.isEmpty() || safe.startsWith(u'#') ? QString() : linkInWords(safe);
+    if (words == m_named)
+        return;
+    m_named = words;
+    emit linkHovered(words);
+}
+
+bool BodyView::focusNextPrevChild(bool next)
+{
+    const bool moved = QTextBrowser::focusNextPrevChild(next);
+    const QTextCursor cursor = textCursor();
+    QTextCursor inside(cursor.document());
+    inside.setPosition(cursor.selectionEnd());
+    nameLink(cursor.hasSelection() && hasFocus() ? inside.charFormat().anchorHref() : QString());
+    return moved;
+}
+
+void BodyView::mouseMoveEvent(QMouseEvent *event)
+{
+    QTextBrowser::mouseMoveEvent(event);
+    nameLink(anchorAt(event->position().toPoint()));
+}
+
+void BodyView::leaveEvent(QEvent *event)
+{
+    QTextBrowser::leaveEvent(event);
+    nameLink({});
+}
+
 void BodyView::wheelEvent(QWheelEvent *event)
 {
     if (!(event->modifiers() & Qt::ControlModifier))
@@ -220,7 +262,10 @@ void BodyView::contextMenuEvent(QContextMenuEvent *event)
     const QString target = safeTarget(anchorAt(event->pos()));
     if (!target.isEmpty() && !target.startsWith(u'#')) {
         menu->addAction(tr("&Open link"), this, [this, target] { emit linkClicked(target); });
-        menu->addAction(tr("Copy &link"), this, [target] { QApplication::clipboard()->setText(target); });
+        menu->addAction(tr("Copy &link address"), this,
+                        [target] { QApplication::clipboard()->setText(withoutTracking(target)); });
+        menu->addAction(tr("Copy link &text"), this,
+                        [words = linkText(event->pos())] { QApplication::clipboard()->setText(words); });
         menu->addSeparator();
     }
     QAction *copying = menu->addAction(tr("&Copy"), this, &QTextEdit::copy);
@@ -229,6 +274,18 @@ void BodyView::contextMenuEvent(QContextMenuEvent *event)
     for (QAction *extra : actions())
         menu->addAction(extra);
     menu->popup(event->globalPos());
+}
+
+/// What the link at @p position shows.
+QString BodyView::linkText(const QPoint &position) const
+{
+    const QTextBlock block = cursorForPosition(position).block();
+    const QString target = anchorAt(position);
+    QString words;
+    for (auto at = block.begin(); !at.atEnd(); ++at)
+        if (at.fragment().charFormat().anchorHref() == target)
+            words += at.fragment().text();
+    return words.remove(u'\x200B').remove(QChar::ObjectReplacementCharacter).simplified();
 }
 
 QString BodyView::plainText(int from, int to) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QTextBrowser>
+#include <QTextCursor>
 
 #include <functional>
 
@@ -25,6 +26,21 @@ public:
     /// The text between two positions as its writer wrote it, but for quotation marks.
     QString plainText(int from, int to) const;
 
+    /// Holds the line at the top of the view where it is while the text above it changes.
+    class Anchor
+    {
+    public:
+        explicit Anchor(BodyView &view);
+        ~Anchor();
+        Q_DISABLE_COPY_MOVE(Anchor)
+
+    private:
+        BodyView &m_view;
+        QTextCursor m_line;
+        int m_top = 0;
+        bool m_holds;
+    };
+
     QVariant loadResource(int type, const QUrl &name) override;
 
 signals:
@@ -36,6 +52,9 @@ signals:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void leaveEvent(QEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
@@ -47,10 +66,13 @@ private:
     void paintBars(QPainter &painter, const QTextBlock &block) const;
     void setColours(const BodyStyle &style);
     void fitWidth(QTextDocument *document) const;
+    void nameLink(const QString &target);
+    QString linkText(const QPoint &position) const;
     QRectF seenRect(const QRect &rect) const;
 
     std::function<QString(int)> m_foldText;
     std::vector<QColor> m_bars; ///< by quote level - 1
     QColor m_rule;
+    QString m_named; ///< the link that was told of last
     int m_wrapWidth = 0;
 };

@@ -78,12 +78,6 @@ QImage MessageImages::nothing()
     return pixel;
 }
 
-QImage MessageImages::image(const QUrl &url)
-{
-    const QImage found = decoded(bytesFor(url));
-    return found.isNull() ? nothing() : found;
-}
-
 QByteArray MessageImages::bytesFor(const QUrl &url) const
 {
     if (url.scheme() == "data"_L1)

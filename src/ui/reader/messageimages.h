@@ -15,9 +15,11 @@ class MessageImages
 public:
     explicit MessageImages(const Message &message);
 
-    /// The picture for "cid:", "data:" (base64) and "reader:part/N"; a transparent pixel for anything else
-    /// and for what cannot be shown. Never null: a text document would try to find a null one by itself.
-    QImage image(const QUrl &url);
+    /// The picture for "cid:", "data:" (base64) and "reader:part/N"; null for anything else and for what
+    /// cannot be shown.
+    QImage image(const QUrl &url) { return decoded(bytesFor(url)); }
+    /// The picture in @p file; null when it is none that is shown.
+    QImage image(const QByteArray &file) { return decoded(file); }
 
     struct Extent
     {
@@ -28,6 +30,7 @@ public:
     /// What is known of the picture in a part without decoding it.
     Extent extentOf(int part) const;
 
+    /// A transparent pixel.
     static QImage nothing();
 
 private:

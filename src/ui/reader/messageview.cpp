@@ -6,20 +6,25 @@
 #include "message/mimecontext.h"
 #include "message/safename.h"
 #include "ui/look/askingbar.h"
+#include "ui/look/elidedlabel.h"
 #include "ui/look/emptystate.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 #include "ui/reader/attachmentactions.h"
 #include "ui/reader/attachmentstrip.h"
+#include "ui/reader/blockedcontent.h"
 #include "ui/reader/bodybuilder.h"
 #include "ui/reader/bodydocument.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodyview.h"
+#include "ui/reader/diagnosis.h"
 #include "ui/reader/findbar.h"
-#include "ui/reader/readeractions.h"
+#include "ui/reader/linktexts.h"
 #include "ui/reader/partstree.h"
 #include "ui/reader/personactions.h"
+#include "ui/reader/readeractions.h"
+#include "ui/reader/remotepictures.h"
 #include "ui/reader/sourcewindow.h"
 #include "ui/texts/harmless.h"
 
@@ -90,7 +95,14 @@ void MessageView::createPanes()
     m_find = new FindBar(m_body, m_page);
     m_attachments = new AttachmentActions(m_bar, this);
     m_pieces = new PartialJoiner(m_bar, this);
+    m_remote = new RemotePictures(this);
     m_strip = new AttachmentStrip([this](int part) { return m_attachments->copyOf(part); }, m_page);
+    m_faults = new ElidedLabel({}, m_page);
+    m_faults->setObjectName(u"faults"_s);
+    setTextRole(m_faults, Role::Warning);
+    auto *faultMargins = new QVBoxLayout;
+    faultMargins->setContentsMargins(space::dialog, space::between, space::dialog, 0);
+    faultMargins->addWidget(m_faults);
     auto *barMargins = new QVBoxLayout;
     barMargins->setContentsMargins(space::card, space::between, space::card, 0);
     barMargins->addWidget(m_bar);
@@ -98,6 +110,7 @@ void MessageView::createPanes()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(m_header);
+    layout->addLayout(faultMargins);
     layout->addLayout(barMargins);
     layout->addWidget(m_body, 1);
     layout->addWidget(m_find);
@@ -128,6 +141,7 @@ void MessageView::connectPanes()
     connect(m_body, &BodyView::linkHovered, this, &MessageView::linkHovered);
     connect(m_body, &BodyView::zoomRequested, this,
             [this](int steps) { setZoom(m_zoom * std::pow(kZoomStep, steps)); });
+    connect(m_remote, &RemotePictures::arrived, this, &MessageView::showArrivals);
     connect(m_find, &FindBar::searching, this, &MessageView::unfoldFor);
     connect(m_strip, &AttachmentStrip::activated, m_attachments, &AttachmentActions::activate);
     connect(m_strip, &AttachmentStrip::previewRequested, m_attachments, &AttachmentActions::preview);
@@ -161,8 +175,8 @@ void MessageView::perform(ReaderAction which, bool checked)
     case ReaderAction::CharacterSet: return; // has a menu
     case ReaderAction::Source: return showSource();
     case ReaderAction::PartsTree: return showParts();
-    case ReaderAction::ShowRemote:
-    case ReaderAction::TrustSender: return;
+    case ReaderAction::ShowRemote: return showRemoteImages(false);
+    case ReaderAction::TrustSender: return showRemoteImages(true);
     case ReaderAction::ZoomIn: return setZoom(m_zoom * kZoomStep);
     case ReaderAction::ZoomOut: return setZoom(m_zoom / kZoomStep);
     case ReaderAction::ZoomReset: return setZoom(1);
@@ -190,12 +204,18 @@ unsigned MessageView::have() const
         have |= readerneeds::kAttachmentsShown;
     if (facts.hasBothForms || !facts.isPlain || m_plainText)
         have |= readerneeds::kHtmlOffered;
+    if (!facts.remoteImages.isEmpty() && !m_remote->isShown() && !boolSetting(Setting::DisableImageDisplay) &&
+        m_remote->availability() == RemoteContent::Availability::Available)
+        have |= readerneeds::kRemoteBlocked;
+    if (!m_remote->sender().isEmpty())
+        have |= readerneeds::kSenderNameable;
     return have;
 }
 
 void MessageView::setCharset(const QByteArray &charset)
 {
     m_charset = charset;
+    showFaults();
     refresh();
 }
 
@@ -207,14 +227,16 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_everything = false;
     m_bar->hide();
     m_attachments->setMessage(message);
+    m_remote->setMessage(message, marks.junk);
     m_plainText = boolSetting(Setting::DisplayPlainText);
     m_charset.clear();
     m_header->setTags({});
     m_header->showMessage(m_message, m_marks);
+    showFaults();
     build();
     m_stack->setCurrentWidget(m_page);
     m_body->verticalScrollBar()->setValue(0);
-    showRemoteImages();
+    tellWhatIsBlocked();
     m_pieces->showMessage(m_message);
     emit linkHovered({});
 }
@@ -229,6 +251,7 @@ void MessageView::clear(const QString &title, const QString &sentence)
 {
     m_message = Message();
     m_hasMessage = false;
+    m_remote->setMessage(m_message, true);
     m_rest->stop();
     m_find->close();
     m_empty->setTexts(title.isEmpty() ? tr("No message selected") : title,
@@ -257,14 +280,16 @@ void MessageView::build()
     options.allHeaders = m_allHeaders;
     options.charset = m_charset;
     options.everything = m_everything;
+    options.remoteImages = m_remote->isShown();
     options.zoom = m_zoom;
     options.width = std::min(std::max(m_body->viewport()->width(), 320), kWideEnough);
     auto builder = std::make_unique<BodyBuilder>(m_message, options);
-    auto document = std::make_unique<BodyDocument>(m_message);
+    auto document = std::make_unique<BodyDocument>(m_message, m_remote->files());
     builder->build(*document);
     m_builder = std::move(builder);
     showDocument(std::move(document));
     showFacts();
+    m_remote->show(options.plan.images ? m_builder->facts().remoteImages : QStringList());
     if (m_builder->isUnfinished())
         m_rest->start(0);
 }
@@ -287,13 +312,61 @@ void MessageView::showFacts()
     emit actionsChanged();
 }
 
-void MessageView::showRemoteImages()
+/// One quiet line; everything is in its tool tip.
+void MessageView::showFaults()
 {
-    const QStringList &remote = m_builder->facts().remoteImages;
-    if (remote.isEmpty())
+    const QStringList faults = diagnose(m_message, m_message.mime(), m_charset);
+    const QString words = faultsInWords(faults);
+    m_faults->setText(words);
+    m_faults->setToolTip(faults.size() > 1 ? asToolTip(faults.join(u'\n')) : QString());
+    m_faults->setAccessibleName(faults.join(u' '));
+    m_faults->setVisible(!words.isEmpty());
+}
+
+void MessageView::setRemoteContent(RemoteContent *content)
+{
+    m_remote->setContent(content);
+    emit actionsChanged();
+}
+
+/// One calm line about what the message would load, with what can be done about it.
+void MessageView::tellWhatIsBlocked()
+{
+    const BodyFacts &facts = m_builder->facts();
+    const QString blocked = blockedInWords(facts);
+    m_bar->setToolTip({});
+    if (blocked.isEmpty() || m_remote->isShown() || boolSetting(Setting::DisableImageDisplay))
         return;
-    m_bar->tell(MessageBar::Kind::Information,
-                tr("Remote images are not shown: loading them would tell the sender that you read this."));
+    m_bar->setToolTip(blockedInDetail(facts));
+    if (facts.remoteImages.isEmpty())
+        return m_bar->tell(MessageBar::Kind::Information, blocked);
+    const AskingBar::Answer once{tr("Show once"), [this] { showRemoteImages(false); }};
+    const AskingBar::Answer always{tr("Always for this sender"), [this] { showRemoteImages(true); }};
+    switch (m_remote->availability()) {
+    case RemoteContent::Availability::Available:
+        return m_bar->ask(MessageBar::Kind::Information, blocked, once,
+                          m_remote->sender().isEmpty() ? AskingBar::Answer() : always);
+    case RemoteContent::Availability::Disabled:
+        return m_bar->tell(MessageBar::Kind::Information, blocked + u' ' + tr("The settings say never."));
+    case RemoteContent::Availability::Offline:
+        return m_bar->tell(MessageBar::Kind::Information, blocked + u' ' + tr("You are offline."));
+    }
+}
+
+void MessageView::showRemoteImages(bool always)
+{
+    m_bar->hide();
+    if (always)
+        m_remote->allowAlways();
+    else
+        m_remote->allowOnce();
+    refresh();
+}
+
+void MessageView::showArrivals(const QStringList &urls)
+{
+    const BodyView::Anchor anchor(*m_body);
+    static_cast<BodyDocument &>(*m_body->document()).update(urls);
 }
 
 void MessageView::followLink(const QString &target)
@@ -309,27 +382,41 @@ void MessageView::followLink(const QString &target)
     const QString safe = safeTarget(target);
     if (safe.isEmpty())
         return;
+    const QString opened = withoutTracking(safe);
+    const AskingBar::Answer open{tr("Open %1").arg(isolatedAddress(hostInWords(hostOf(safe)))),
+                                 [this, opened] { emit linkActivated(opened); }};
     const QList<DeceptiveLink> &deceptive = m_builder->facts().deceptiveLinks;
     const auto found = std::find_if(deceptive.begin(), deceptive.end(), [&](const DeceptiveLink &link) {
         return isSameTarget(link.target, safe);
     });
-    if (found == deceptive.end())
-        return emit linkActivated(safe);
-    const QList<UrlRange> named = findUrls(found->text);
-    const QString shown = harmlessLine(named.isEmpty() ? found->text : hostOf(named.first().target), 80);
-    const QString host = harmlessLine(hostOf(safe), 80);
+    if (found != deceptive.end())
+        return askAboutLink(*found, open);
+    if (!isConfusableLink(safe))
+        return emit linkActivated(opened);
+    m_bar->ask(MessageBar::Kind::Warning,
+               tr("The site of this link, “%1”, has letters that look like others.")
+                   .arg(isolatedAddress(hostInWords(hostOf(safe)))),
+               open);
+}
+
+/// Of a link whose text names another place than it leads to.
+void MessageView::askAboutLink(const DeceptiveLink &link, const AskingBar::Answer &open)
+{
+    const QList<UrlRange> named = findUrls(link.text);
+    const QString shown =
+        named.isEmpty() ? harmlessLine(link.text, 80) : hostInWords(hostOf(named.first().target));
+    const QString host = hostInWords(hostOf(link.target));
     m_bar->ask(
         MessageBar::Kind::Warning,
         tr("This link says “%1” but leads to “%2”.").arg(isolatedAddress(shown), isolatedAddress(host)),
-        {tr("Open %1").arg(isolatedAddress(host)), [this, safe] { emit linkActivated(safe); }});
+        open);
     emit deceptiveLinkClicked(shown, host);
 }
 
 void MessageView::unfold(int id)
 {
-    const int place = m_body->verticalScrollBar()->value();
+    const BodyView::Anchor anchor(*m_body);
     m_builder->unfold(static_cast<BodyDocument &>(*m_body->document()), id);
-    m_body->verticalScrollBar()->setValue(place);
 }
 
 void MessageView::unfoldFor(const QString &text)

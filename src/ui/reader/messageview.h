@@ -1,6 +1,7 @@
 #pragma once
 
 #include "message/message.h"
+#include "ui/look/askingbar.h"
 #include "ui/reader/headercard.h"
 #include "ui/reader/partialjoiner.h"
 
@@ -8,18 +9,21 @@
 
 #include <memory>
 
-class AskingBar;
 class AttachmentActions;
 class AttachmentStrip;
 class BodyBuilder;
 class BodyDocument;
 class BodyView;
+class ElidedLabel;
 class EmptyState;
 class FindBar;
 class QMenu;
+class RemoteContent;
+class RemotePictures;
 class QStackedLayout;
 class QTimer;
 enum class ReaderAction;
+struct DeceptiveLink;
 
 /// Shows one message: header card, text, attachments. It reads nothing but the message it is given, and
 /// neither stores nor sends anything.
@@ -44,6 +48,9 @@ public:
     void clear(const QString &title = {}, const QString &sentence = {});
     bool isEmpty() const { return !m_hasMessage; }
     const Message &message() const { return m_message; }
+
+    /// Where pictures on the net come from, which must outlive this; null: from nowhere.
+    void setRemoteContent(RemoteContent *content);
 
     /// Builds the text anew: settings or the look have changed.
     void refresh();
@@ -99,8 +106,12 @@ private:
     void build();
     void showDocument(std::unique_ptr<BodyDocument> document);
     void showFacts();
-    void showRemoteImages();
+    void showFaults();
+    void tellWhatIsBlocked();
+    void showRemoteImages(bool always);
+    void showArrivals(const QStringList &urls);
     void followLink(const QString &target);
+    void askAboutLink(const DeceptiveLink &link, const AskingBar::Answer &open);
     void unfold(int id);
     void unfoldFor(const QString &text);
     void setZoom(double zoom);
@@ -121,12 +132,14 @@ private:
     EmptyState *m_empty;
     QWidget *m_page;
     HeaderCard *m_header;
+    ElidedLabel *m_faults; ///< what is wrong with the message
     AskingBar *m_bar;
     BodyView *m_body;
     FindBar *m_find;
     AttachmentStrip *m_strip;
     AttachmentActions *m_attachments;
     PartialJoiner *m_pieces;
+    RemotePictures *m_remote;
     std::unique_ptr<BodyBuilder> m_builder;
     QTimer *m_rest;    ///< writes a long text to its end
     QTimer *m_rebuild; ///< gathers the events of one change of the look
