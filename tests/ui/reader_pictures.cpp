@@ -1,10 +1,15 @@
 #include "config/directory.h"
+#include "message/mimecontext.h"
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
-#include "ui/reader/headercard.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/openwithdialog.h"
+#include "ui/reader/partstree.h"
+#include "ui/reader/previewcontent.h"
+#include "ui/reader/previewwindow.h"
 #include "ui/reader/readeractions.h"
 #include "ui/reader/recipientsview.h"
+#include "ui/reader/sourcewindow.h"
 
 #include <QAction>
 #include <QApplication>
@@ -38,6 +43,8 @@ QList<QByteArray> messagesOf(const QByteArray &mbox)
     }
     return messages;
 }
+
+constexpr int kMostWindows = 10; ///< messages whose windows are shown
 
 class Pictures
 {
@@ -74,13 +81,37 @@ public:
         timer.start();
         view.showMessage(Message(text), {name.startsWith(u"05"), false, name.startsWith(u"04"), false});
         std::printf("%s: %lld ms to show\n", qPrintable(name), static_cast<long long>(timer.elapsed()));
-        view.findChild<HeaderCard *>()->setTags({{u"Almanac"_s, 200}, {u"Sailing club"_s, 120}});
+        view.setTags({{u"Almanac"_s, 200}, {u"Sailing club"_s, 120}});
         save(name);
+    }
+
+    /// The windows that belong to a message: its parts, each attachment that can be looked at, its source.
+    void showWindows(const QByteArray &text, const QString &name)
+    {
+        const Message message(text);
+        saveWindow(new PartsTree(message, &view), name + u"-parts"_s);
+        saveWindow(new SourceWindow(text, message.subject(), &view), name + u"-source"_s);
+        saveWindow(new OpenWithDialog(u"Cover.jpg"_s, "image/jpeg",
+                                      u"It may do harm if its sender means ill."_s, &view),
+                   name + u"-open-with"_s);
+        for (int part = 0; part < message.mime().count(); ++part)
+            if (previewKindOf(message, part) != PreviewKind::None)
+                saveWindow(new PreviewWindow(message, {part}, part, &view),
+                           u"%1-preview%2"_s.arg(name).arg(part));
     }
 
     MessageView view;
 
 private:
+    void saveWindow(QWidget *window, const QString &name)
+    {
+        window->show();
+        window->activateWindow();
+        QApplication::processEvents();
+        window->grab().save(QDir(m_directory).filePath(name + u".png"_s));
+        delete window;
+    }
+
     QString m_directory;
 };
 
@@ -112,6 +143,8 @@ int main(int argc, char **argv)
     const QList<QByteArray> messages = messagesOf(file.readAll());
     for (const QByteArray &text : messages)
         pictures.show(text, u"%1"_s.arg(++number, 2, 10, QChar(u'0')));
+    for (number = 0; number < std::min<int>(int(messages.size()), kMostWindows); ++number)
+        pictures.showWindows(messages[number], u"%1"_s.arg(number + 1, 2, 10, QChar(u'0')));
     pictures.view.perform(ReaderAction::AllHeaders, true);
     pictures.save(u"all-headers"_s);
     pictures.view.perform(ReaderAction::Find);
@@ -120,7 +153,11 @@ int main(int argc, char **argv)
     pictures.view.perform(ReaderAction::AllHeaders, false);
     pictures.view.resize(430, 560);
     pictures.save(u"narrow"_s);
-    pictures.view.findChild<RecipientsView *>()->setExpanded(true);
+    auto *recipients = pictures.view.findChild<RecipientsView *>();
+    pictures.view.activateWindow();
+    recipients->setFocus(Qt::TabFocusReason);
+    pictures.save(u"person"_s);
+    recipients->setExpanded(true);
     pictures.save(u"expanded"_s);
     return 0;
 }

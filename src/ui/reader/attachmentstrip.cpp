@@ -122,7 +122,8 @@ public:
     {
         executeDelayedItemsLayout();
         const int row = controlHeight() + space::inner;
-        setFixedHeight(std::clamp(contentsSize().height(), row, kMostRowsShown * row) + space::inner);
+        setFixedHeight(std::clamp(contentsSize().height(), row, kMostRowsShown * row + space::inner) +
+                       space::inner);
     }
 
 protected:
@@ -282,7 +283,7 @@ void AttachmentStrip::addOpening(QMenu *menu, int part)
         menu->addAction(icon(u"mail-open"_s), tr("Open as a &message"), this,
                         [this, part] { emit openMessageRequested(part); });
     if (openRiskOf(attachmentName(m_message, part), m_message.mime().decodedBytes(part)) != OpenRisk::Never) {
-        menu->addAction(tr("&Open"), this, [this, part] { emit openRequested(part); });
+        menu->addAction(icon(u"open"_s), tr("&Open"), this, [this, part] { emit openRequested(part); });
         menu->addAction(tr("Open &with…"), this, [this, part] { emit openWithRequested(part); });
     }
     if (kind == PreviewKind::Picture)

@@ -270,6 +270,7 @@ void BodyWriter::cardRows(const DataCard &card)
     format.setBorder(0);
     format.setCellSpacing(0);
     format.setCellPadding(2);
+    format.setLeftMargin(-2); // the letters on one edge with the title, whatever the padding
     format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::card),
                                       QTextLength(QTextLength::PercentageLength, 100)});
     QTextTable *table = m_cursor.insertTable(int(card.rows.size()), 2, format);

@@ -46,6 +46,15 @@ QString addressOf(const QString &value)
     return QUrl::fromPercentEncoding(rest.toUtf8());
 }
 
+int wrapFlags(const QFontMetrics &metrics, const QString &text, int width)
+{
+    const QStringList words = text.split(u' ');
+    const bool fits = std::all_of(words.begin(), words.end(), [&](const QString &word) {
+        return metrics.horizontalAdvance(word) <= width;
+    });
+    return Qt::AlignLeading | Qt::AlignTop | (fits ? Qt::TextWordWrap : Qt::TextWrapAnywhere);
+}
+
 QString personText(const QString &name, const QString &address)
 {
     const ShownPerson shown = shownPerson({name, address});

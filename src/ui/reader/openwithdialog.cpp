@@ -88,7 +88,7 @@ void OpenWithDialog::fill()
 void OpenWithDialog::add(const DesktopApplication &application)
 {
     const QIcon own = application.icon.isEmpty() ? QIcon() : QIcon::fromTheme(application.icon);
-    new QListWidgetItem(own.isNull() ? icon(u"play"_s) : own, application.name, m_list);
+    new QListWidgetItem(own.isNull() ? icon(u"open"_s) : own, application.name, m_list);
     m_applications.append(application);
 }
 

@@ -180,8 +180,8 @@ DataCard elsewhereCard(const Message &message, int part)
 
 void DataCard::add(const QString &label, const QString &value, const QString &link)
 {
-    if (!value.isEmpty())
-        rows.append({label, withoutIdleMarks(value), link});
+    if (const QString lean = withoutIdleMarks(value); !lean.isEmpty())
+        rows.append({label, lean, link});
 }
 
 DataKind dataKindOf(const MIMEPart &part)

@@ -28,7 +28,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kMostExpanded = 500; ///< parts; of more the tree is opened by hand
-constexpr int kColumnCharacters[] = {40, 26, 10, 16, 12, 12};
+constexpr int kColumnCharacters[] = {40, 26, 13, 16, 12, 12};
 
 } // namespace
 
@@ -82,15 +82,12 @@ void PartsTree::build()
     add("raw", tr("As it &stands"), u"headers"_s, Qt::CTRL | Qt::Key_U, [this] { showRaw(); });
     add("saveRaw", tr("Save as it s&tands…"), u"save"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_S,
         [this] { save(true); });
-    auto *barMargins = new QVBoxLayout;
-    barMargins->setContentsMargins(space::card, space::between, space::card, space::between);
-    barMargins->addWidget(m_bar);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(bar);
     layout->addWidget(new HairLine(Qt::Horizontal, this));
-    layout->addLayout(barMargins);
+    layout->addWidget(m_bar);
     layout->addWidget(m_view, 1);
 }
 
@@ -127,10 +124,7 @@ QByteArray PartsTree::rawPart(const Message &message, int part)
 {
     if (part < 0)
         return message.text();
-    const MIMEContext &mime = message.mime();
-    const QByteArray header = mime.rawHeader(part).toByteArray();
-    const QByteArray content = mime.rawContent(part).toByteArray();
-    return header.isEmpty() ? content : header + '\n' + content;
+    return message.mime().rawHeader(part).toByteArray() + message.mime().rawContent(part).toByteArray();
 }
 
 void PartsTree::showRaw()

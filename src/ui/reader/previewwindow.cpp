@@ -72,11 +72,10 @@ void PreviewWindow::build()
     addToToolBar(bar, m_copy);
     addToToolBar(bar, m_ownWindow);
     addToToolBar(bar,
-                 newAction("open", tr("Open"), u"play"_s, Qt::CTRL | Qt::Key_O, &PreviewWindow::openPart));
+                 newAction("open", tr("Open"), u"open"_s, Qt::CTRL | Qt::Key_O, &PreviewWindow::openPart));
     addToToolBar(bar,
                  newAction("save", tr("Save…"), u"download"_s, QKeySequence::Save, &PreviewWindow::savePart));
-    addToToolBar(bar,
-                 newAction("openWith", tr("Open with…"), u"settings"_s, {}, &PreviewWindow::openPartWith));
+    addToToolBar(bar, newAction("openWith", tr("Open with…"), u"more"_s, {}, &PreviewWindow::openPartWith));
     setFontScale(m_name, 1, QFont::DemiBold);
     setTextRole(m_count, Role::Text2);
     auto *top = new QHBoxLayout;

@@ -19,8 +19,8 @@ namespace {
 
 constexpr qsizetype kMostNames = 200; ///< of one field; a list of thousands is no reading
 constexpr int kRing = 2;              ///< room for the focus ring around the text
+constexpr int kNarrowest = 4;         ///< labels beside people take at most one of so many parts of the width
 constexpr int kIndent = 2;            ///< of the first letter, as in the lines above
-constexpr int kWrap = Qt::AlignLeading | Qt::AlignTop | Qt::TextWrapAnywhere;
 
 QString domainOf(const Address &address)
 {
@@ -86,7 +86,7 @@ public:
         for (const Field &field : m_view.m_fields)
             column = std::max(column, m_metrics.horizontalAdvance(field.label));
         for (int field = 0; field < m_view.m_fields.size(); ++field)
-            whole(field, std::min(kIndent + column + space::group, m_width / 3));
+            whole(field, kIndent + column + space::group);
         add(Item::Less, tr("Show less"), -1, -1, m_column, textWidth(tr("Show less")));
         m_layout.height = m_top + m_line;
         return std::move(m_layout);
@@ -162,6 +162,10 @@ private:
     {
         const Field &field = m_view.m_fields[at];
         add(Item::Label, field.label, at, -1, kIndent, column - kIndent - space::inner);
+        if (column * kNarrowest > m_width) { // the label stands above instead
+            column = kIndent;
+            m_top += m_line;
+        }
         m_left = column;
         m_column = column;
         if (field.people.isEmpty())
@@ -189,7 +193,8 @@ private:
         add(kind, text, field, person, m_left, std::min(width, room));
         if (width > room) {
             QRect &place = m_layout.items.last().place;
-            place.setHeight(m_metrics.boundingRect(QRect(0, 0, room, 1 << 16), kWrap, text).height() +
+            const int flags = wrapFlags(m_metrics, text, room);
+            place.setHeight(m_metrics.boundingRect(QRect(0, 0, room, 1 << 16), flags, text).height() +
                             2 * kRing);
             m_top += place.height() - m_line;
         }
@@ -371,7 +376,7 @@ void RecipientsView::paintItem(QPainter &painter, int index) const
                                                                                            : Role::Text2));
     const QRect inner = place.adjusted(0, kRing, 0, -kRing);
     if (inner.height() > fontMetrics().height())
-        painter.drawText(inner, kWrap, item.text);
+        painter.drawText(inner, wrapFlags(fontMetrics(), item.text, inner.width()), item.text);
     else // on one base line, whatever fonts a name needs
         painter.drawText(inner.left(), inner.top() + fontMetrics().ascent(),
                          fontMetrics().elidedText(item.text, Qt::ElideRight, inner.width() + 1));

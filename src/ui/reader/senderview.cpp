@@ -3,6 +3,7 @@
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/styleparts.h"
+#include "ui/reader/cardtexts.h"
 #include "ui/reader/personactions.h"
 
 #include <QContextMenuEvent>
@@ -14,7 +15,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kRing = 2; ///< room for the focus ring around the text
-constexpr int kWrap = Qt::AlignLeading | Qt::AlignTop | Qt::TextWrapAnywhere;
 
 } // namespace
 
@@ -71,7 +71,8 @@ SenderView::Layout SenderView::layoutFor(int width) const
     const QString addressWords = addressText();
     const int address = addressWords.isEmpty() ? 0 : fontMetrics().horizontalAdvance(addressWords) + 1;
     const auto heightOf = [room](const QFontMetrics &metrics, const QString &words) {
-        return metrics.boundingRect(QRect(0, 0, room, 1 << 16), kWrap, words).height();
+        return metrics.boundingRect(QRect(0, 0, room, 1 << 16), wrapFlags(metrics, words, room), words)
+            .height();
     };
     Layout layout;
     if (address == 0 || name + space::between + address <= room) {
@@ -112,11 +113,13 @@ void SenderView::paintEvent(QPaintEvent *)
     };
     painter.setFont(nameFont());
     painter.setPen(colour(Role::Text));
-    painter.drawText(visual(layout.name), kWrap, nameText());
+    painter.drawText(visual(layout.name),
+                     wrapFlags(QFontMetrics(nameFont()), nameText(), layout.name.width()), nameText());
     painter.setFont(font());
     painter.setPen(colour(Role::Text2));
     if (!layout.address.isEmpty())
-        painter.drawText(visual(layout.address), kWrap, addressText());
+        painter.drawText(visual(layout.address),
+                         wrapFlags(fontMetrics(), addressText(), layout.address.width()), addressText());
     if (hasFocus())
         paintFocusRing(&painter, rect(), radius::box);
 }
