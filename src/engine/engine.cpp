@@ -148,18 +148,6 @@ void Engine::repair(Group &group)
     m_tasks.add(std::move(task));
 }
 
-void Engine::moveMessages(Group &source, const Articles &articles, Group &target)
-{
-    m_tasks.add(
-        std::make_unique<TransferTask>(m_groups, source, articles, TransferTask::Kind::Move, &target));
-}
-
-void Engine::copyMessages(Group &source, const Articles &articles, Group &target)
-{
-    m_tasks.add(
-        std::make_unique<TransferTask>(m_groups, source, articles, TransferTask::Kind::Copy, &target));
-}
-
 void Engine::deleteMessages(Group &source, const Articles &articles, bool forGood)
 {
     const auto kind = forGood ? TransferTask::Kind::DeleteForGood : TransferTask::Kind::Delete;

@@ -54,8 +54,6 @@ public:
     void exportGroup(Group &group, const QString &path);
     void compact(Group &group); ///< all of its bins, whether it is worth while or not
     void repair(Group &group);  ///< once, however often it is asked for
-    void moveMessages(Group &source, const Articles &articles, Group &target);
-    void copyMessages(Group &source, const Articles &articles, Group &target);
     void deleteMessages(Group &source, const Articles &articles, bool forGood);
     void fetchAll();
     void fetch(int account);

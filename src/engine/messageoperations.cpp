@@ -86,11 +86,7 @@ void MessageOperations::remove(const MessageRefs &messages)
     if (lost.size() == messages.size())
         return;
     Group &basket = *m_store.group(GroupRole::WasteBasket);
-    auto kept = std::make_shared<MessageRefs>();
-    std::copy_if(messages.begin(), messages.end(), std::back_inserter(*kept), [this](MessageRef message) {
-        const Group *group = m_store.group(message.group);
-        return group && m_store.usesWasteBasket(*group);
-    });
+    const auto kept = std::make_shared<MessageRefs>(byFate(messages, true));
     auto task = deed(Deed::Delete, basket.name(), qint64(kept->size()));
     addMove(*task, kept, basket.number());
     if (boolSetting(Setting::MarkWasteAsRead))
@@ -100,12 +96,25 @@ void MessageOperations::remove(const MessageRefs &messages)
 
 MessageRefs MessageOperations::lostByRemoving(const MessageRefs &messages) const
 {
-    MessageRefs lost;
-    std::copy_if(messages.begin(), messages.end(), std::back_inserter(lost), [this](MessageRef message) {
-        const Group *group = m_store.group(message.group);
-        return group && !m_store.usesWasteBasket(*group);
-    });
-    return lost;
+    return byFate(messages, false);
+}
+
+/// Those that deleting takes to the waste basket, or the others.
+MessageRefs MessageOperations::byFate(const MessageRefs &messages, bool toBasket) const
+{
+    MessageRefs found;
+    MessageRef before;
+    bool isWanted = false;
+    for (const MessageRef message : messages) {
+        if (message.group != before.group) {
+            const Group *group = m_store.group(message.group);
+            isWanted = group && m_store.usesWasteBasket(*group) == toBasket;
+        }
+        before = message;
+        if (isWanted)
+            found.push_back(message);
+    }
+    return found;
 }
 
 void MessageOperations::removeForGood(const MessageRefs &messages)

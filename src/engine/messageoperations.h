@@ -70,6 +70,7 @@ signals:
 private:
     using Messages = std::shared_ptr<const MessageRefs>;
 
+    MessageRefs byFate(const MessageRefs &messages, bool toBasket) const;
     std::unique_ptr<OperationTask> deed(Deed deed, const QString &place, qint64 expected);
     void addMove(OperationTask &task, const Messages &messages, int target);
     void addBits(OperationTask &task, const Messages &messages, BitsWork::Bits bits, int onlyIn = 0);

@@ -38,13 +38,15 @@ bool MessageWork::gather(int milliseconds)
 {
     QElapsedTimer timer;
     timer.start();
+    Group *group = nullptr;
     while (m_gathered < m_messages->size() && !timer.hasExpired(milliseconds)) {
         const std::size_t end = std::min(m_gathered + kLookedUpTogether, m_messages->size());
         for (; m_gathered < end; ++m_gathered) {
             Entry entry;
             entry.now = m_journal.whereNow((*m_messages)[m_gathered]);
             entry.index = m_gathered;
-            Group *group = m_store.group(entry.now.group);
+            if (!group || group->number() != entry.now.group)
+                group = m_store.group(entry.now.group);
             const std::optional<Overview> overview =
                 group ? group->overview(entry.now.article) : std::nullopt;
             if (!overview)

@@ -13,8 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 kCompactSlice = 256 * 1024; ///< bytes between two looks at the clock
-constexpr std::size_t kMarkSlice = 200;
+constexpr qint64 kCompactSlice = 256 * 1024;   ///< bytes between two looks at the clock
 constexpr std::size_t kRemovedTogether = 1000; ///< messages that one sync takes away
 
 QString leafOf(const QString &path)
@@ -273,33 +272,4 @@ Task::State TransferTask::halt()
     if (m_transfer)
         m_transfer->settle();
     return State::Stopped;
-}
-
-MarkTask::MarkTask(Group &group, Articles articles, Marks set, Marks clear)
-    : m_group(&group)
-    , m_articles(std::move(articles))
-    , m_set(set)
-    , m_clear(clear)
-{}
-
-QString MarkTask::title() const
-{
-    return u"Marking %1"_s.arg(messageCount(total()));
-}
-
-Task::State MarkTask::work(int milliseconds)
-{
-    if (!m_group)
-        return State::Stopped;
-    QElapsedTimer timer;
-    timer.start();
-    while (m_next < m_articles.size() && !timer.hasExpired(milliseconds)) {
-        const std::size_t end = std::min(m_next + kMarkSlice, m_articles.size());
-        const auto first = m_articles.begin();
-        if (!m_group->setMarks(Articles(first + std::ptrdiff_t(m_next), first + std::ptrdiff_t(end)), m_set,
-                               m_clear))
-            return State::Failed;
-        m_next = end;
-    }
-    return m_next < m_articles.size() ? State::Working : State::Done;
 }

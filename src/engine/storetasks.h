@@ -159,28 +159,5 @@ private:
     const Articles m_none;
 };
 
-/// Marks many messages, some at a time.
-class MarkTask : public Task
-{
-    Q_OBJECT
-
-public:
-    MarkTask(Group &group, Articles articles, Marks set, Marks clear);
-
-    QString title() const override;
-    qint64 done() const override { return qint64(m_next); }
-    qint64 total() const override { return qint64(m_articles.size()); }
-
-protected:
-    State work(int milliseconds) override;
-
-private:
-    QPointer<Group> m_group;
-    Articles m_articles;
-    Marks m_set;
-    Marks m_clear;
-    std::size_t m_next = 0;
-};
-
 /// "1 message", "1,284 messages".
 QString messageCount(qint64 count);

@@ -28,8 +28,8 @@ MessageRefs all(Group &group)
     return messages;
 }
 
-/// Deletes everything in the inbox and takes that back, and is killed in the slice of that number. Returns how
-/// many slices there were when it came to the end.
+/// Deletes everything in the inbox and takes that back, and is killed in the slice of that number. Returns
+/// how many slices there were when it came to the end.
 int deleteAndUndo(int slice)
 {
     Engine engine;

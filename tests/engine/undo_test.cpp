@@ -123,6 +123,7 @@ private slots:
     void severalGroupsAtOnce();
     void goneMessagesAreSkipped();
     void forGoodIsNoStep();
+    void unreadableOnesStay();
     void aRemovedGroup();
     void aNewDeedEndsRedoing();
     void undoOfWhatStillRuns();
@@ -341,6 +342,23 @@ void UndoTest::forGoodIsNoStep()
     QCOMPARE(f.engine->journal().nextText(), QString());
     f.undo();
     QCOMPARE(f.results.back().text, u"There is nothing to undo"_s);
+}
+
+void UndoTest::unreadableOnesStay()
+{
+    Fixture f;
+    Group &a = f.make(u"A"_s, 3);
+    QFile bin(a.files().directory() + u"/Bin0"_s);
+    QVERIFY(bin.open(QIODevice::ReadWrite) && bin.seek(a.row(1).position()) && bin.write("XXXX") == 4);
+    bin.close();
+    f.ops().move(f.all(a), f.role(GroupRole::Drafts));
+    QCOMPARE(f.results.back().text, u"2 messages moved to Drafts (not 1 message)"_s);
+    QCOMPARE(f.all(a), (MessageRefs{{a.number(), 2}}));
+    QVERIFY(!f.scratch.reports.isEmpty());
+    f.scratch.reports.clear();
+    f.undo();
+    QCOMPARE(a.counts().total, 3u);
+    QCOMPARE(f.scratch.reports, QStringList());
 }
 
 void UndoTest::aRemovedGroup()
