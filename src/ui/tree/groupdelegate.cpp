@@ -46,6 +46,16 @@ void paintText(QPainter *painter, const QStyleOptionViewItem &option, const QRec
                       QFontMetrics(font).elidedText(text, elide, rect.width()));
 }
 
+/// At the end of @p rect; returns where the text before it must end.
+int paintCount(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect, const QString &count,
+               const QFont &font, Role role)
+{
+    const int width = QFontMetrics(font).horizontalAdvance(count) + 1;
+    const QRect place(rect.right() - width + 1, rect.y(), width, rect.height());
+    paintText(painter, option, place, count, font, role);
+    return place.x() - space::between;
+}
+
 } // namespace
 
 GroupDelegate::GroupDelegate(const GroupTreeModel &model, QObject *parent)
@@ -98,8 +108,12 @@ void GroupDelegate::paintSection(QPainter *painter, const QStyleOptionViewItem &
     const QStyle::State touched = option.state & (QStyle::State_MouseOver | QStyle::State_HasFocus);
     if (!isOpen(option) || touched)
         paintFold(painter, words, 0);
-    paintText(painter, words, words.rect.adjusted(kEdge, 0, -kTrailingEdge, 0), index.data().toString(),
-              fontScaled(option.font, scale::section, QFont::DemiBold), Role::Text2);
+    QRect rest = words.rect.adjusted(kEdge, 0, -kTrailingEdge, 0);
+    const QFont font = fontScaled(option.font, scale::section, QFont::DemiBold);
+    const GroupTreeModel::Look look = m_model.lookOf(index, !isOpen(option));
+    if (!look.count.isEmpty())
+        rest.setRight(paintCount(painter, words, rest, look.count, font, Role::Link));
+    paintText(painter, words, rest, look.name, font, Role::Text2);
 }
 
 void GroupDelegate::paintHiddenLine(QPainter *painter, const QStyleOptionViewItem &option,
@@ -107,7 +121,6 @@ void GroupDelegate::paintHiddenLine(QPainter *painter, const QStyleOptionViewIte
 {
     QStyleOptionViewItem words = option;
     words.rect.adjust(0, space::between, 0, 0);
-    paintRowState(painter, words, option.widget);
     paintCursor(painter, words);
     const bool touched = option.state & QStyle::State_MouseOver;
     paintText(painter, words, words.rect.adjusted(kEdge, 0, -kTrailingEdge, 0), index.data().toString(),
@@ -143,12 +156,9 @@ void GroupDelegate::paintGroup(QPainter *painter, const QStyleOptionViewItem &op
     } else if (!look.count.isEmpty()) {
         const QFont font =
             fontScaled(option.font, scale::section, look.calls ? QFont::DemiBold : QFont::Normal);
-        const int width = QFontMetrics(font).horizontalAdvance(look.count) + 1;
-        const QRect place(rest.right() - width + 1, rest.y(), width, rest.height());
         const Role calm = selected ? Role::Text2 : Role::Text3;
         const Role calling = selected ? Role::Text : Role::Link;
-        paintText(painter, option, place, look.count, font, look.calls ? calling : calm);
-        rest.setRight(place.x() - space::between);
+        rest.setRight(paintCount(painter, option, rest, look.count, font, look.calls ? calling : calm));
     }
     paintText(painter, option, rest, look.name,
               fontScaled(option.font, 1, look.isBold ? QFont::DemiBold : QFont::Normal), Role::Text,

@@ -212,7 +212,7 @@ void GroupTreeModel::takeCounts(GroupNode &node, const OverviewFile::Counts &now
 {
     const OverviewFile::Counts before = std::exchange(node.counts, now);
     if (unreadCalls(node.placed.role) && now.unread != before.unread) {
-        for (GroupNode *above = node.parent; above->isGroup(); above = above->parent) {
+        for (GroupNode *above = node.parent; above != m_root.get(); above = above->parent) {
             above->below += now.unread - before.unread; // unsigned: what is taken off comes out right
             tellOf(*above);
         }

@@ -6,6 +6,7 @@
 #include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
 #include "ui/tree/groupdrag.h"
+#include "ui/tree/groupplaces.h"
 
 #include <QMimeData>
 
@@ -99,6 +100,8 @@ GroupTreeModel::Look GroupTreeModel::lookOf(const QModelIndex &index, bool folde
         look.icon = u"flag"_s;
         look.count = badgeText(m_flagged);
     }
+    if (node.kind == GroupRow::Section && folded)
+        look.count = badgeText(node.below);
     if (!node.isGroup())
         return look;
     Group &group = *node.group;
@@ -193,6 +196,8 @@ QString GroupTreeModel::spoken(const GroupNode &node) const
     QStringList words = {nameOf(node)};
     if (node.kind == GroupRow::Flagged)
         words.append(messagesInWords(m_flagged));
+    if (node.kind == GroupRow::Section && node.below > 0)
+        words.append(tr("%1 unread below").arg(countInWords(node.below)));
     if (!node.isGroup())
         return words.join(u", "_s);
     if (node.counts.unread > 0)
@@ -263,25 +268,6 @@ QMimeData *GroupTreeModel::mimeData(const QModelIndexList &indexes) const
     return mime;
 }
 
-bool GroupTreeModel::mayMove(const Group &moved, const Group *target) const
-{
-    if (moved.role() != GroupRole::None)
-        return false;
-    const int into = target ? target->number() : 0;
-    if (target && (target->role() != GroupRole::None || target->kind() == GroupKind::Newsgroup))
-        return false;
-    if (moved.record().parent == into)
-        return false;
-    for (const GroupNode *above = nodeOf(into); above && above->isGroup();
-         above = nodeOf(above->placed.parent)) {
-        if (above->number == moved.number())
-            return false;
-    }
-    const std::vector<Group *> siblings = m_store.children(into);
-    return std::none_of(siblings.begin(), siblings.end(),
-                        [&moved](const Group *sibling) { return sibling->name() == moved.name(); });
-}
-
 /// What lies in the outbox is sent, so nothing gets there by a slip of the hand.
 bool GroupTreeModel::takesMessages(const Group &target, const MessageRefs &messages) const
 {
@@ -297,7 +283,8 @@ bool GroupTreeModel::canDropMimeData(const QMimeData *mime, Qt::DropAction, int,
     if (mime->hasFormat(QLatin1StringView(kGroupMimeType))) {
         const Group *moved = group(draggedGroup(*mime));
         const bool isPlace = target || !parent.isValid() || kindOf(parent) == GroupRow::Section;
-        return moved && isPlace && numberAt(parent) != kAllAccounts && mayMove(*moved, target);
+        return moved && isPlace && numberAt(parent) != kAllAccounts &&
+               GroupPlaces(m_store, *moved).take(target);
     }
     if (!target)
         return false;

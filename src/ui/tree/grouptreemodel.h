@@ -99,9 +99,6 @@ public:
     void setFailing(int group, const QString &text);
     /// @}
 
-    /// Whether @p moved may be put into @p target, null for the top of the tree.
-    bool mayMove(const Group &moved, const Group *target) const;
-
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &index) const override;
     int rowCount(const QModelIndex &parent = {}) const override;
