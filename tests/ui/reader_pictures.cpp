@@ -107,7 +107,8 @@ private:
     {
         window->show();
         window->activateWindow();
-        QApplication::processEvents();
+        for (int pass = 0; pass < 5; ++pass)
+            QApplication::processEvents();
         window->grab().save(QDir(m_directory).filePath(name + u".png"_s));
         delete window;
     }

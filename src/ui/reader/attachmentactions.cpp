@@ -60,8 +60,7 @@ AttachmentActions::~AttachmentActions() = default;
 
 void AttachmentActions::activate(int part, const QList<int> &parts)
 {
-    const QString name = attachmentName(m_message, part);
-    const bool isProgram = openRiskOf(name, m_message.mime().decodedBytes(part)) == OpenRisk::Never;
+    const bool isProgram = openRiskOf(m_message, part) == OpenRisk::Never;
     if (isProgram || previewKindOf(m_message, part) == PreviewKind::None)
         open(part);
     else
@@ -94,7 +93,7 @@ void AttachmentActions::copyPicture(int part)
 bool AttachmentActions::refused(int part)
 {
     const QString name = attachmentName(m_message, part);
-    if (openRiskOf(name, m_message.mime().decodedBytes(part)) != OpenRisk::Never)
+    if (openRiskOf(m_message, part) != OpenRisk::Never)
         return false;
     m_bar->ask(MessageBar::Kind::Warning,
                tr("“%1” is a program. Programs are not opened from a message.").arg(name),
@@ -107,7 +106,7 @@ void AttachmentActions::open(int part)
     if (refused(part))
         return;
     const QString name = attachmentName(m_message, part);
-    if (openRiskOf(name, m_message.mime().decodedBytes(part)) == OpenRisk::None)
+    if (openRiskOf(m_message, part) == OpenRisk::None)
         return openNow(part);
     m_bar->ask(MessageBar::Kind::Warning, tr("“%1” may do harm if its sender means ill.").arg(name),
                {tr("Open"), [this, part] { openNow(part); }}, {tr("Save…"), [this, part] { save({part}); }});
@@ -118,7 +117,7 @@ void AttachmentActions::openWith(int part)
     if (refused(part))
         return;
     const QString name = attachmentName(m_message, part);
-    const bool isSafe = openRiskOf(name, m_message.mime().decodedBytes(part)) == OpenRisk::None;
+    const bool isSafe = openRiskOf(m_message, part) == OpenRisk::None;
     auto *dialog =
         new OpenWithDialog(name, attachmentType(m_message.mime().part(part)),
                            isSafe ? QString() : tr("It may do harm if its sender means ill."), m_window);

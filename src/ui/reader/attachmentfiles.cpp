@@ -3,6 +3,7 @@
 #include "config/reporter.h"
 #include "config/settings.h"
 #include "message/contenttypes.h"
+#include "message/decoders.h"
 #include "message/headerblock.h"
 #include "message/mimecontext.h"
 #include "message/safename.h"
@@ -17,6 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype kStart = 16 * 1024;     ///< bytes, encoded, that tell what a part is
 constexpr qsizetype kExactSize = 64 * 1024; ///< up to here a part is decoded to learn its size
 
 /// Files that a desktop runs, installs or obeys instead of showing them.
@@ -177,6 +179,27 @@ qint64 attachmentSize(const Message &message, int part)
     case Uuencode: return entry.length / 62 * 45;
     default: return entry.length;
     }
+}
+
+QByteArray attachmentStart(const Message &message, int part)
+{
+    const MIMEContext &mime = message.mime();
+    const MIMEPart &entry = mime.part(part);
+    if (entry.length <= kStart)
+        return mime.decodedBytes(part);
+    const QByteArrayView start = mime.rawContent(part).first(kStart);
+    switch (entry.encoding) {
+    case Base64: return decodeBase64(start);
+    case QuotedPrintable: return decodeQuotedPrintable(start);
+    case Uuencode: return decodeUuencode(start);
+    case Yenc: return mime.decodedBytes(part);
+    default: return start.toByteArray();
+    }
+}
+
+OpenRisk openRiskOf(const Message &message, int part)
+{
+    return openRiskOf(attachmentName(message, part), attachmentStart(message, part));
 }
 
 QByteArray attachmentType(const MIMEPart &part)

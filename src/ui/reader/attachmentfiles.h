@@ -27,6 +27,12 @@ QString attachmentName(const Message &message, int part);
 /// Its size in bytes; of a large one about, so that nothing has to be decoded.
 qint64 attachmentSize(const Message &message, int part);
 
+/// The first bytes of its content, some thousand at most; cheap however large it is.
+QByteArray attachmentStart(const Message &message, int part);
+
+/// What may happen to it when it is opened.
+OpenRisk openRiskOf(const Message &message, int part);
+
 /// The type that a part is taken for: what it says, or what its name says where that is nothing.
 QByteArray attachmentType(const MIMEPart &part);
 

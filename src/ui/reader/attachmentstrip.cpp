@@ -282,7 +282,7 @@ void AttachmentStrip::addOpening(QMenu *menu, int part)
     if (kind == PreviewKind::Message)
         menu->addAction(icon(u"mail-open"_s), tr("Open as a &message"), this,
                         [this, part] { emit openMessageRequested(part); });
-    if (openRiskOf(attachmentName(m_message, part), m_message.mime().decodedBytes(part)) != OpenRisk::Never) {
+    if (openRiskOf(m_message, part) != OpenRisk::Never) {
         menu->addAction(icon(u"open"_s), tr("&Open"), this, [this, part] { emit openRequested(part); });
         menu->addAction(tr("Open &with…"), this, [this, part] { emit openWithRequested(part); });
     }

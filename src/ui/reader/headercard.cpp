@@ -10,6 +10,7 @@
 #include "ui/reader/personactions.h"
 #include "ui/reader/recipientsview.h"
 #include "ui/reader/senderview.h"
+#include "ui/reader/subjectlabel.h"
 #include "ui/reader/tagpills.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
@@ -81,7 +82,7 @@ private:
 HeaderCard::HeaderCard(QWidget *parent)
     : QWidget(parent)
     , m_avatar(new Avatar(kAvatar, this))
-    , m_subject(new ElidedLabel({}, this))
+    , m_subject(new SubjectLabel(this))
     , m_tags(new TagPills(this))
     , m_marks(new Signs(this))
     , m_actions(newToolBar(this))
@@ -111,13 +112,13 @@ HeaderCard::HeaderCard(QWidget *parent)
 
 QBoxLayout *HeaderCard::buildTop()
 {
-    auto *title = newRow();
-    title->addWidget(m_subject, 0);
-    title->addWidget(m_tags);
-    title->addWidget(m_marks);
-    title->addStretch(1);
+    m_titleRow = newRow();
+    m_titleRow->addWidget(m_subject, 0);
+    m_titleRow->addWidget(m_tags);
+    m_titleRow->addWidget(m_marks);
+    m_titleRow->addStretch(1);
     m_topRow = newRow();
-    m_topRow->addLayout(title, 1);
+    m_topRow->addLayout(m_titleRow, 1);
     m_topRow->addWidget(m_actions, 0, Qt::AlignTrailing);
     return m_topRow;
 }
@@ -264,10 +265,24 @@ void HeaderCard::fit()
     m_senderRow->setSpacing(narrow ? 0 : space::between);
     m_actions->setMinimumWidth(narrow ? 0 : m_actions->sizeHint().width());
     layout()->activate();
-    m_sender->setFixedHeight(m_sender->heightFor(m_sender->width()));
+    m_subject->setFixedHeight(isVisible() ? m_subject->heightFor(m_subject->width())
+                                          : m_subject->sizeHint().height());
+    const Qt::Alignment beside = m_subject->isWrapped() ? Qt::AlignTop : Qt::AlignVCenter;
+    m_titleRow->setAlignment(m_tags, beside);
+    m_titleRow->setAlignment(m_marks, beside);
+    m_topRow->setAlignment(m_actions, Qt::AlignTrailing | (narrow ? Qt::AlignVCenter : beside));
+    // before it is shown there is no width worth a look
+    m_sender->setFixedHeight(isVisible() ? m_sender->heightFor(m_sender->width())
+                                         : m_sender->sizeHint().height());
     const int most = kMostLines * textHeight();
     m_recipientsArea->setVisible(!m_recipients->isHidden());
     m_recipientsArea->setFixedHeight(std::min(m_recipients->heightForWidth(m_recipients->width()), most));
+}
+
+void HeaderCard::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    QMetaObject::invokeMethod(this, &HeaderCard::fit, Qt::QueuedConnection);
 }
 
 void HeaderCard::resizeEvent(QResizeEvent *event)

@@ -14,6 +14,7 @@ class QScrollArea;
 class QToolBar;
 class RecipientsView;
 class SenderView;
+class SubjectLabel;
 class TagPills;
 
 /// What the user did with a message, as far as its header shows it.
@@ -61,6 +62,7 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void build();
@@ -71,7 +73,7 @@ private:
     void showDate(const Message &message);
 
     Avatar *m_avatar;
-    ElidedLabel *m_subject;
+    SubjectLabel *m_subject;
     TagPills *m_tags;
     QWidget *m_marks;
     QToolBar *m_actions;
@@ -83,6 +85,7 @@ private:
     RecipientsView *m_recipients;
     QScrollArea *m_recipientsArea;
     PersonActions *m_people;
+    QBoxLayout *m_titleRow = nullptr;  ///< subject, tags, marks
     QBoxLayout *m_topRow = nullptr;    ///< subject and buttons, one above the other in a narrow pane
     QBoxLayout *m_senderRow = nullptr; ///< sender, what is said of them, and date likewise
 };

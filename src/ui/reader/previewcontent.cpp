@@ -19,7 +19,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype kLargestPreview = 64 * 1024 * 1024; ///< bytes of a part, as it travels
-constexpr qsizetype kLook = 4096;                       ///< bytes that tell a text from data
 
 /// Source code and the like: a kind of text to those who know types, whatever its own type is called.
 bool isKindOfText(const QByteArray &type)
@@ -31,11 +30,7 @@ bool isKindOfText(const QByteArray &type)
 
 bool looksLikeText(const Message &message, int part)
 {
-    if (message.mime().part(part).length > kLargestPreview)
-        return false;
-    const QByteArray bytes = message.mime().decodedBytes(part);
-    const QByteArrayView start = QByteArrayView(bytes).first(std::min(bytes.size(), kLook));
-    return !start.contains('\0');
+    return !attachmentStart(message, part).contains('\0');
 }
 
 QString textOf(const Message &message, int part)

@@ -64,7 +64,7 @@ public:
     Arranger(const RecipientsView &view, int width)
         : m_view(view)
         , m_metrics(view.fontMetrics())
-        , m_width(std::max(width, columnWidth(8)))
+        , m_width(std::max(width - kRing, columnWidth(8)))
         , m_line(m_metrics.height() + 2 * kRing)
         , m_column(kIndent)
     {}
@@ -381,7 +381,7 @@ void RecipientsView::paintItem(QPainter &painter, int index) const
         painter.drawText(inner.left(), inner.top() + fontMetrics().ascent(),
                          fontMetrics().elidedText(item.text, Qt::ElideRight, inner.width() + 1));
     if (hasFocus() && index == m_current)
-        paintFocusRing(&painter, place.adjusted(-3, 0, 3, 0), radius::box);
+        paintFocusRing(&painter, place.adjusted(-kRing, 0, kRing, 0), radius::box);
 }
 
 int RecipientsView::itemAt(const QPoint &position) const

@@ -111,15 +111,20 @@ void SenderView::paintEvent(QPaintEvent *)
     const auto visual = [this](const QRect &place) {
         return QStyle::visualRect(layoutDirection(), rect(), place);
     };
-    painter.setFont(nameFont());
-    painter.setPen(colour(Role::Text));
-    painter.drawText(visual(layout.name),
-                     wrapFlags(QFontMetrics(nameFont()), nameText(), layout.name.width()), nameText());
-    painter.setFont(font());
-    painter.setPen(colour(Role::Text2));
+    const auto draw = [&](const QRect &place, const QFont &font, Role role, const QString &text) {
+        const QFontMetrics metrics(font);
+        const bool isLine =
+            place.height() < 2 * metrics.height(); // which may need a hair more than was measured
+        painter.setFont(font);
+        painter.setPen(colour(role));
+        painter.drawText(visual(place),
+                         isLine ? Qt::AlignLeading | Qt::AlignTop | Qt::TextSingleLine | Qt::TextDontClip
+                                : wrapFlags(metrics, text, place.width()),
+                         text);
+    };
+    draw(layout.name, nameFont(), Role::Text, nameText());
     if (!layout.address.isEmpty())
-        painter.drawText(visual(layout.address),
-                         wrapFlags(fontMetrics(), addressText(), layout.address.width()), addressText());
+        draw(layout.address, font(), Role::Text2, addressText());
     if (hasFocus())
         paintFocusRing(&painter, rect(), radius::box);
 }
