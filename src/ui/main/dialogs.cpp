@@ -1,21 +1,17 @@
 #include "ui/main/dialogs.h"
 
-#include "store/groupstore.h"
 #include "ui/look/colours.h"
 #include "ui/look/dialogfooter.h"
-#include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/look/searchfield.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/tree/grouptreemodel.h"
+#include "ui/main/smalldialog.h"
 
-#include <QDialog>
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -24,8 +20,6 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -33,88 +27,10 @@ namespace {
 constexpr int kListWidth = 56; ///< characters
 constexpr int kListRows = 12;  //
 
-/// Title, contents, a line for what is wrong, footer.
-class SmallDialog : public QDialog
+QString tr(const char *text)
 {
-public:
-    SmallDialog(QWidget *parent, const QString &title, const QString &verb)
-        : QDialog(parent)
-        , m_contents(new QVBoxLayout)
-        , m_problem(new QLabel)
-        , m_footer(new DialogFooter(verb))
-    {
-        setAttribute(Qt::WA_DeleteOnClose);
-        setWindowTitle(u"Velmar"_s);
-        auto *head = new QLabel(title);
-        head->setTextFormat(Qt::PlainText);
-        setFontScale(head, scale::subject, QFont::DemiBold);
-        setTextRole(m_problem, Role::Error);
-        m_problem->setWordWrap(true);
-        m_problem->hide();
-        auto *page = new QVBoxLayout;
-        page->setContentsMargins(space::dialog, space::dialog, space::dialog, space::card);
-        page->setSpacing(space::group);
-        page->addWidget(head);
-        page->addLayout(m_contents, 1);
-        page->addWidget(m_problem);
-        auto *all = new QVBoxLayout(this);
-        all->setContentsMargins(0, 0, 0, 0);
-        all->setSpacing(0);
-        all->addLayout(page, 1);
-        all->addWidget(m_footer);
-        connect(m_footer, &DialogFooter::accepted, this, &QDialog::accept);
-        connect(m_footer, &DialogFooter::rejected, this, &QDialog::reject);
-    }
-
-    QVBoxLayout *contents() const { return m_contents; }
-    DialogFooter *footer() const { return m_footer; }
-
-    void setProblem(const QString &problem)
-    {
-        m_problem->setText(problem);
-        m_problem->setVisible(!problem.isEmpty());
-        m_footer->defaultButton()->setEnabled(problem.isEmpty());
-    }
-
-private:
-    QVBoxLayout *m_contents;
-    QLabel *m_problem;
-    DialogFooter *m_footer;
-};
-
-/// The keys that move in the list while the field has the focus.
-class ListKeys : public QObject
-{
-public:
-    ListKeys(QLineEdit *field, QListWidget *list)
-        : QObject(field)
-        , m_list(list)
-    {
-        field->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() != QEvent::KeyPress)
-            return false;
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        if (key != Qt::Key_Down && key != Qt::Key_Up)
-            return false;
-        move(key == Qt::Key_Down ? 1 : -1);
-        return true;
-    }
-
-    void move(int step)
-    {
-        for (int row = m_list->currentRow() + step; row >= 0 && row < m_list->count(); row += step) {
-            if (!m_list->item(row)->isHidden())
-                return m_list->setCurrentRow(row);
-        }
-    }
-
-private:
-    QListWidget *m_list;
-};
+    return QCoreApplication::translate("Dialogs", text);
+}
 
 QListWidget *newList(const QString &name)
 {
@@ -123,22 +39,6 @@ QListWidget *newList(const QString &name)
     list->setMinimumSize(columnWidth(kListWidth), kListRows * rowHeight(RowKind::List));
     list->setUniformItemSizes(true);
     return list;
-}
-
-/// Hides what does not hold every word of @p text; the first that is left is current.
-void narrow(QListWidget *list, const QString &text)
-{
-    const QStringList words = text.split(u' ', Qt::SkipEmptyParts);
-    list->setCurrentRow(-1);
-    for (int row = 0; row < list->count(); ++row) {
-        QListWidgetItem *item = list->item(row);
-        const bool fits = std::all_of(words.begin(), words.end(), [item](const QString &word) {
-            return item->text().contains(word, Qt::CaseInsensitive);
-        });
-        item->setHidden(!fits);
-        if (fits && list->currentRow() < 0)
-            list->setCurrentRow(row);
-    }
 }
 
 QLineEdit *addField(QFormLayout *form, const QString &label, const QString &name)
@@ -176,61 +76,24 @@ QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void
     return dialog;
 }
 
-QDialog *askGroup(QWidget *parent, const GroupStore &store, const GroupRequest &request,
-                  std::function<void(int)> done)
-{
-    auto *dialog = new SmallDialog(parent, request.title, request.verb);
-    dialog->setObjectName(u"groupDialog"_s);
-    auto *field = new SearchField(u"search"_s, u"Name of the group"_s);
-    field->setObjectName(u"filter"_s);
-    QListWidget *list = newList(u"Groups"_s);
-    for (Group *group : store.groups()) {
-        if (group->number() == request.except)
-            continue;
-        auto *item = new QListWidgetItem(icon(GroupTreeModel::iconOf(*group)), store.pathOf(*group), list);
-        item->setData(Qt::UserRole, group->number());
-    }
-    dialog->contents()->addWidget(field);
-    dialog->contents()->addWidget(list, 1);
-    new ListKeys(field, list);
-    const auto refresh = [dialog, list] {
-        dialog->footer()->defaultButton()->setEnabled(list->currentRow() >= 0);
-    };
-    QObject::connect(field, &QLineEdit::textChanged, list, [list, refresh](const QString &text) {
-        narrow(list, text);
-        refresh();
-    });
-    QObject::connect(field, &SearchField::left, dialog, &QDialog::reject);
-    QObject::connect(list, &QListWidget::currentRowChanged, dialog, refresh);
-    QObject::connect(list, &QListWidget::itemActivated, dialog, &QDialog::accept);
-    narrow(list, {});
-    QObject::connect(dialog, &QDialog::accepted, parent, [list, done = std::move(done)] {
-        if (const QListWidgetItem *item = list->currentItem())
-            done(item->data(Qt::UserRole).toInt());
-    });
-    dialog->open();
-    field->setFocus();
-    return dialog;
-}
-
 QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &)> check,
                         std::function<void(const QString &, const QString &)> done)
 {
-    auto *dialog = new SmallDialog(parent, u"Add a mailbox file"_s, u"Add"_s);
+    auto *dialog = new SmallDialog(parent, tr("Add a mailbox file"), tr("Add"));
     dialog->setObjectName(u"mailboxDialog"_s);
-    auto *words = new QLabel(u"Velmar takes the mail out of this file each time it looks for new mail."_s);
+    auto *words = new QLabel(tr("Velmar takes the mail out of this file each time it looks for new mail."));
     words->setWordWrap(true);
     setTextRole(words, Role::Text2);
     auto *form = new QFormLayout;
-    QLineEdit *name = addField(form, u"&Name"_s, u"name"_s);
+    QLineEdit *name = addField(form, tr("&Name"), u"name"_s);
     auto *line = new QHBoxLayout;
     auto *path = new QLineEdit;
     path->setObjectName(u"path"_s);
     path->setMinimumWidth(columnWidth(kListWidth) / 2);
-    auto *choose = newToolButton(u"folder"_s, u"Choose a file"_s, dialog);
+    auto *choose = newToolButton(u"folder"_s, tr("Choose a file"), dialog);
     line->addWidget(path, 1);
     line->addWidget(choose);
-    form->addRow(u"&File"_s, line);
+    form->addRow(tr("&File"), line);
     if (auto *label = qobject_cast<QLabel *>(form->labelForField(line)))
         label->setBuddy(path);
     dialog->contents()->addWidget(words);
@@ -244,7 +107,7 @@ QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &)>
     QObject::connect(name, &QLineEdit::textChanged, dialog, refresh);
     QObject::connect(path, &QLineEdit::textChanged, dialog, refresh);
     QObject::connect(choose, &QToolButton::clicked, dialog, [dialog, path, name] {
-        auto *files = new QFileDialog(dialog, u"Mailbox file"_s);
+        auto *files = new QFileDialog(dialog, tr("Mailbox file"));
         files->setAttribute(Qt::WA_DeleteOnClose);
         files->setFileMode(QFileDialog::AnyFile);
         QObject::connect(files, &QFileDialog::fileSelected, path, [path, name](const QString &file) {
@@ -271,7 +134,7 @@ QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, c
     list->addItems(choices);
     list->setCurrentRow(0);
     dialog->contents()->addWidget(list, 1);
-    QObject::connect(list, &QListWidget::itemActivated, dialog, &QDialog::accept);
+    QObject::connect(list, &QListWidget::itemDoubleClicked, dialog, &QDialog::accept);
     QObject::connect(dialog, &QDialog::accepted, parent,
                      [list, done = std::move(done)] { done(list->currentRow()); });
     dialog->open();
@@ -281,11 +144,11 @@ QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, c
 
 QDialog *showKeys(QWidget *parent, const QList<std::pair<QString, QString>> &keys)
 {
-    auto *dialog = new SmallDialog(parent, u"Keys"_s, u"Close"_s);
+    auto *dialog = new SmallDialog(parent, tr("Keys"), tr("Close"));
     dialog->footer()->cancelButton()->hide();
     auto *list = new QTreeWidget;
-    list->setAccessibleName(u"Keys"_s);
-    list->setHeaderLabels({u"What it does"_s, u"Key"_s});
+    list->setAccessibleName(tr("Keys"));
+    list->setHeaderLabels({tr("What it does"), tr("Key")});
     list->setRootIsDecorated(false);
     list->setMinimumSize(columnWidth(kListWidth), 2 * kListRows * rowHeight(RowKind::List));
     for (const auto &[name, key] : keys)

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "ui/main/groupdialog.h"
+
 #include <QString>
 
 #include <functional>
 
-class GroupStore;
 class QDialog;
 class QWidget;
 
@@ -21,16 +22,6 @@ struct NameRequest
     std::function<QString(const QString &)> check;
 };
 QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void(const QString &)> done);
-
-/// Asks for a group, with a field that narrows the list while one types.
-struct GroupRequest
-{
-    QString title;
-    QString verb;
-    int except = 0; ///< a group that is not offered
-};
-QDialog *askGroup(QWidget *parent, const GroupStore &store, const GroupRequest &request,
-                  std::function<void(int group)> done);
 
 /// Asks for the name and the file of a mailbox that another program fills.
 QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &name)> check,
