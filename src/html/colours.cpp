@@ -279,3 +279,37 @@ QString colourName(Colour colour)
 {
     return u'#' + QString::number(colour, 16).rightJustified(6, u'0');
 }
+
+double contrastOf(Colour a, Colour b)
+{
+    const auto light = [](Colour colour) {
+        const auto linear = [colour](int shift) {
+            const double part = double((colour >> shift) & 0xFF) / 255;
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(16) + 0.7152 * linear(8) + 0.0722 * linear(0);
+    };
+    const auto [darker, lighter] = std::minmax({light(a), light(b)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+Colour readableOn(Colour text, Colour ground)
+{
+    constexpr double kLeast = 3;
+    constexpr double kWanted = 4.5;
+    constexpr int kSteps = 20;
+    if (contrastOf(text, ground) >= kLeast)
+        return text;
+    const Colour end = contrastOf(0, ground) >= contrastOf(0xFFFFFF, ground) ? 0 : 0xFFFFFF;
+    for (int step = 1; step < kSteps; ++step) {
+        Colour moved = 0;
+        for (const int shift : {16, 8, 0}) {
+            const int from = int((text >> shift) & 0xFF);
+            const int to = int((end >> shift) & 0xFF);
+            moved |= Colour(from + (to - from) * step / kSteps) << shift;
+        }
+        if (contrastOf(moved, ground) >= kWanted)
+            return moved;
+    }
+    return end;
+}

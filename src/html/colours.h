@@ -17,5 +17,12 @@ std::optional<Colour> parseColour(QStringView text);
 /// A colour as attributes write it, where "ffffff" means "#ffffff".
 std::optional<Colour> parseAttributeColour(QStringView text);
 
+/// How far two colours are from each other in lightness, 1 to 21 (WCAG 2.1).
+double contrastOf(Colour a, Colour b);
+
+/// @p text as it can be read on @p ground: itself from a contrast of 3 on, else moved towards black or white
+/// until there are 4.5.
+Colour readableOn(Colour text, Colour ground);
+
 /// "#rrggbb".
 QString colourName(Colour colour);

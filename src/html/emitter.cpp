@@ -191,9 +191,10 @@ bool Emitter::openElement(const GumboNode *node, GumboTag tag)
             return tag != GUMBO_TAG_TR || openBlock(node, u"div", Style());
         if (tag == GUMBO_TAG_TR) {
             QString attributes;
+            QString css = textStyle(style);
             if (isFilled(style))
                 give(attributes, u"bgcolor", colourName(*style.background));
-            open(u"tr", attributes, {});
+            open(u"tr", attributes, css);
         }
         return true;
     case Shape::Quote:
@@ -220,7 +221,7 @@ bool Emitter::openInline(const GumboNode *node, QStringView name, const Style &s
         declare(css, u"background-color", colourName(*style.background));
     if (style.verticalAlign == u"sub" || style.verticalAlign == u"super")
         declare(css, u"vertical-align", style.verticalAlign);
-    if (tagOf(node) == GUMBO_TAG_NOBR || style.whiteSpace == u"nowrap")
+    if ((tagOf(node) == GUMBO_TAG_NOBR || style.whiteSpace == u"nowrap") && mayStayInOneLine(node))
         declare(css, u"white-space", u"nowrap");
     if (name == u"span" && css.isEmpty())
         return true;
@@ -256,7 +257,9 @@ bool Emitter::openBlock(const GumboNode *node, QStringView name, const Style &st
     if (const QString direction = attributeOf(node, "dir").toLower();
         direction == u"rtl" || direction == u"ltr")
         give(attributes, u"dir", direction);
-    const QString css = textStyle(style) + blockStyle(style, false);
+    QString css = textStyle(style) + blockStyle(style, false);
+    if (name == u"pre" && !style.whiteSpace.startsWith(u"pre"))
+        declare(css, u"white-space", u"pre-wrap"); // a line that ends beyond the window is read by nobody
     open(name, attributes, css);
     return true;
 }
@@ -280,7 +283,9 @@ bool Emitter::openBox(const GumboNode *, const Style &style)
     ++context().boxes;
     ++context().tables;
     QString attributes = u" cellspacing=\"0\" cellpadding=\"0\""_s;
-    const double width = style.maxWidth.value_or(style.width.value_or(0));
+    const double asked = fitted(style.maxWidth.value_or(style.width.value_or(0)));
+    const bool isTooWide = m_options.width > 0 && asked > m_options.width;
+    const double width = isTooWide ? 0 : asked;
     give(attributes, u"width", width >= 100 ? rounded(width) : u"100%"_s);
     if (style.autoMargin[Left])
         give(attributes, u"align", u"center");
@@ -308,6 +313,8 @@ bool Emitter::openLink(const GumboNode *node, const Style &style)
     if (!target.startsWith(u'#'))
         m_result.links.append(target);
     context().colour.reset(); // links have a colour of their own
+    context().shown.reset();
+    context().link = true;
     QString css = textStyle(style);
     const bool button = isFilled(style);
     if (button)

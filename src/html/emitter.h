@@ -25,7 +25,11 @@ private:
     struct Context
     {
         double fontSize = 14;
-        std::optional<Colour> colour;
+        std::optional<Colour> colour; ///< asked for
+        std::optional<Colour> shown;  ///< that is in force; without one that of the text, or of links
+        std::optional<Colour> ground; ///< behind the text
+        bool link = false;
+        double shrink = 1; ///< of widths, where the whole is too wide
         QString family;
         int weight = 400;
         bool italic = false;
@@ -65,6 +69,9 @@ private:
     void input(const GumboNode *node);
     void text(QStringView text);
 
+    void colourText(const Style &style, QString &css);
+    double fitted(double width);
+    void giveWidth(QString &out, const Style &style);
     Style styleOf(const GumboNode *node, GumboTag tag);
     void attributeStyle(const GumboNode *node, GumboTag tag, Style &style) const;
     bool wantsBox(const GumboNode *node, const Style &style) const;

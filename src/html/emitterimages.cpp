@@ -115,7 +115,11 @@ void Emitter::image(const GumboNode *node, const Style &style)
     m_word = 0;
     QString attributes;
     give(attributes, u"src", htmlEscaped(address));
-    const double shrink = std::min(1.0, kGreatestImage / std::max(style.width.value_or(1), 1.0));
+    const double asked = std::max(style.width.value_or(1), 1.0);
+    double greatest = kGreatestImage;
+    if (m_options.width > 0)
+        greatest = std::min(greatest, double(m_options.width));
+    const double shrink = std::min(context().shrink, greatest / asked);
     if (style.width)
         give(attributes, u"width", rounded(*style.width * shrink));
     if (style.height)

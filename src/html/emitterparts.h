@@ -1,5 +1,6 @@
 #pragma once
 
+#include "html/parsedhtml.h"
 #include "html/style.h"
 
 #include <cmath>
@@ -7,6 +8,9 @@
 /// What the files of the emitter share.
 
 constexpr double kGreatestIndent = 160; // pixels, of all margins around a text
+
+/// Whether what is inside @p element is short enough to be kept in one line, as it asks for.
+bool mayStayInOneLine(const GumboNode *element);
 
 inline bool isFilled(const Style &style)
 {

@@ -86,18 +86,55 @@ void Emitter::attributeStyle(const GumboNode *node, GumboTag tag, Style &style) 
         style.height.reset(); // a cell's or table's height is the least one, it hides nothing
 }
 
+/// The colour of the text, where it changes or what it lies on does.
+void Emitter::colourText(const Style &style, QString &css)
+{
+    constexpr Colour kPaper = 0xFFFFFF;
+    constexpr Colour kLightText = 0xF2F4F5;
+    Context &now = context();
+    if (style.colour && *style.colour != kTransparent) {
+        now.colour = style.colour;
+        m_result.hasOwnColours = m_result.hasOwnColours || *style.colour != 0;
+    }
+    if (isFilled(style)) {
+        now.ground = style.background;
+        m_result.hasOwnColours = true;
+    }
+    const Colour own = now.link ? m_options.link : m_options.text;
+    const bool isPlain = now.colour.value_or(0) == 0 && !now.ground; // black on nothing is what all text is
+    const Colour wanted = isPlain ? own : now.colour.value_or(own);
+    Colour shown = readableOn(wanted, now.ground.value_or(kPaper));
+    if (shown != wanted && !now.colour && !now.link)
+        shown = kLightText; // nobody has asked for a colour on this dark ground
+    if (shown == now.shown.value_or(own))
+        return;
+    now.shown = shown;
+    declare(css, u"color", colourName(shown));
+}
+
+/// @p width as it may be where the whole is too wide for the window.
+double Emitter::fitted(double width)
+{
+    m_result.widest = std::max(m_result.widest, int(width));
+    return width * context().shrink;
+}
+
+/// The width attribute of a table or a cell.
+void Emitter::giveWidth(QString &out, const Style &style)
+{
+    const double width = style.width ? fitted(*style.width) : 0;
+    if (style.widthPercent)
+        give(out, u"width", rounded(*style.widthPercent) + u'%');
+    else if (width > 0)
+        give(out, u"width", rounded(width));
+}
+
 /// The declarations of text that change something here; the context knows them from now on.
 QString Emitter::textStyle(const Style &style)
 {
     Context &now = context();
     QString css;
-    if (style.colour && *style.colour != kTransparent && style.colour != now.colour) {
-        now.colour = style.colour;
-        m_result.hasOwnColours = m_result.hasOwnColours || *style.colour != 0;
-        declare(css, u"color", colourName(*style.colour));
-    }
-    if (isFilled(style))
-        m_result.hasOwnColours = true;
+    colourText(style, css);
     if (style.fontSize && *style.fontSize >= 1 && *style.fontSize != now.fontSize) {
         now.fontSize = *style.fontSize;
         declare(css, u"font-size", pixels(std::max(*style.fontSize * m_options.zoom, 1.0)));

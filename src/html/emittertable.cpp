@@ -11,21 +11,30 @@ namespace {
 
 constexpr int kDeepestFrame = 4; ///< each is one more table around a table
 
-/// The width attribute of a table or a cell.
-void giveWidth(QString &out, const Style &style)
-{
-    if (style.widthPercent)
-        give(out, u"width", rounded(*style.widthPercent) + u'%');
-    else if (style.width)
-        give(out, u"width", rounded(*style.width));
-}
-
 bool isOnlyCell(const GumboNode *cell)
 {
     const GumboVector &siblings = cell->parent->v.element.children;
     return std::none_of(siblings.data, siblings.data + siblings.length, [cell](void *sibling) {
         return sibling != cell && isElement(static_cast<const GumboNode *>(sibling));
     });
+}
+
+/// What the cells of the first row ask for in their attributes.
+double widthOfCells(const GumboNode *table)
+{
+    double width = 0;
+    int rows = 0;
+    walk(
+        table,
+        [&](const GumboNode *node) {
+            const GumboTag tag = tagOf(node);
+            rows += tag == GUMBO_TAG_TR;
+            if (rows == 1 && (tag == GUMBO_TAG_TD || tag == GUMBO_TAG_TH))
+                width += std::clamp(attributeOf(node, "width").toDouble(), 0.0, 2000.0);
+            return isElement(node) && rows < 2 && tag != GUMBO_TAG_TD && tag != GUMBO_TAG_TH;
+        },
+        [](const GumboNode *) {});
+    return width;
 }
 
 /// The border of @p style and nothing else.
@@ -39,6 +48,27 @@ Style onlyBorder(const Style &style)
 
 } // namespace
 
+bool mayStayInOneLine(const GumboNode *element)
+{
+    constexpr qsizetype kLongest = 40;
+    constexpr unsigned kMostNodes = 16;
+    constexpr int kMostCells = 6;
+    qsizetype length = 0;
+    unsigned nodes = 0;
+    walk(
+        element,
+        [&](const GumboNode *node) {
+            if (isText(node))
+                length += qsizetype(qstrnlen(node->v.text.text, kLongest + 1));
+            return ++nodes < kMostNodes && length <= kLongest;
+        },
+        [](const GumboNode *) {});
+    const GumboTag tag = tagOf(element);
+    const bool isCell = tag == GUMBO_TAG_TD || tag == GUMBO_TAG_TH;
+    const unsigned siblings = isCell ? element->parent->v.element.children.length : 0; // blanks between, too
+    return length <= kLongest && nodes < kMostNodes && siblings <= 2 * kMostCells;
+}
+
 /// A text document draws a border around every cell of a table, where style sheets mean the table alone. So
 /// the table stands in a frame: a table of one cell that has the border, the place and the width.
 void Emitter::openFrame(const Style &style, const QString &place, const QString &margins)
@@ -48,7 +78,7 @@ void Emitter::openFrame(const Style &style, const QString &place, const QString 
         m_result.html += u" style=\""_s + margins.chopped(1) + u'"';
     m_result.html += u"><tr><td"_s;
     if (style.width) // inside another table only cells have a width
-        give(m_result.html, u"width", rounded(*style.width));
+        give(m_result.html, u"width", rounded(fitted(*style.width)));
     m_result.html += u" style=\""_s + boxStyle(onlyBorder(style)).chopped(1) + u"\">"_s;
 }
 
@@ -72,7 +102,13 @@ bool Emitter::openTable(const GumboNode *node, const Style &style)
     if (const QString width = number("border", 4, 0); width != u"0")
         give(attributes, u"border", width);
     QString place;
-    giveWidth(place, style);
+    const double asked = fitted(style.width ? *style.width : widthOfCells(node));
+    if (m_options.width > 0 && asked > m_options.width) {
+        context().shrink *= m_options.width / asked;
+        give(place, u"width", u"100%");
+    } else {
+        giveWidth(place, style);
+    }
     context().tableWidth = style.width.value_or(0);
     if (attributeOf(node, "align").compare(u"center", Qt::CaseInsensitive) == 0 || style.autoMargin[Left])
         give(place, u"align", u"center");
@@ -81,6 +117,8 @@ bool Emitter::openTable(const GumboNode *node, const Style &style)
     QString css = textStyle(outside);
     if (isFilled(style))
         declare(css, u"background-color", colourName(*style.background));
+    if (style.collapsedBorders)
+        declare(css, u"border-collapse", u"collapse");
     QString margins;
     for (const auto &[side, name] : {std::pair(Top, u"margin-top"), std::pair(Bottom, u"margin-bottom")})
         if (style.margin[side])
@@ -121,13 +159,13 @@ bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
         giveWidth(attributes, style);
     else if (tableWidth > 0 &&
              isOnlyCell(node)) // a text document asks the cells, not the table inside a table
-        give(attributes, u"width", rounded(tableWidth));
+        give(attributes, u"width", rounded(fitted(tableWidth)));
     if (style.verticalAlign == u"top" || style.verticalAlign == u"middle" || style.verticalAlign == u"bottom")
         give(attributes, u"valign", style.verticalAlign);
     if (!style.align.isEmpty())
         give(attributes, u"align", style.align);
     QString css = textStyle(style) + blockStyle(style, true) + boxStyle(style);
-    if (style.whiteSpace == u"nowrap" || hasAttribute(node, "nowrap"))
+    if ((style.whiteSpace == u"nowrap" || hasAttribute(node, "nowrap")) && mayStayInOneLine(node))
         declare(css, u"white-space", u"nowrap");
     const bool caption = tag == GUMBO_TAG_CAPTION;
     if (caption)

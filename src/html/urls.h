@@ -30,8 +30,8 @@ QString remoteAddress(QStringView source);
 /// Whether the address itself says that it counts who opens a message and is no picture to look at.
 bool isBeacon(QStringView address);
 
-/// A web address without what only tells its owner who followed the link (utm_source, fbclid, mc_eid and their
-/// like); @p removed names what went. Everything else stays as it is written.
+/// A web address without what only tells its owner who followed the link (utm_source, fbclid, mc_eid and
+/// their like); @p removed names what went. Everything else stays as it is written.
 QString withoutTracking(const QString &target, QStringList *removed = nullptr);
 
 /// Whether the name of a host could be taken for another one: a label mixes alphabets that no language writes

@@ -1,5 +1,6 @@
 #include "html/sanitizer.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +21,10 @@ private slots:
     void colours_data();
     void colours();
     void theCap();
+    void contrast_data();
+    void contrast();
+    void widths_data();
+    void widths();
 };
 
 namespace {
@@ -53,7 +58,7 @@ void SanitizerTest::body_data()
     row("boxes to tick", "<input type=checkbox checked>a <input type=radio>b", "☑ a ○ b");
     row("hidden fields", "<input type=hidden value=x><input type=password value=y>a", "a");
     row("what is typed into", "<textarea><script>x</script></textarea>",
-        "<pre>&lt;script&gt;x&lt;/script&gt;</pre>");
+        "<pre style=\"white-space:pre-wrap\">&lt;script&gt;x&lt;/script&gt;</pre>");
     row("markup through noscript", "<noscript><p title=\"</noscript><img src=x onerror=y>\">a", "<p>a</p>");
     row("markup through svg", "<svg><style><img src=x onerror=y></style></svg>a", "a");
     row("markup through math", "<math><mtext><table><mglyph><style><img src=x onerror=y></style>",
@@ -82,8 +87,8 @@ void SanitizerTest::body_data()
     row("a picture between letters of no size", "<p style='font-size:0'>a<img src=x alt=b></p>", "<p>b</p>");
     row("of no height", "a<div style='max-height:0;overflow:hidden'>b</div>c", "ac");
     row("no opacity", "a<span style='opacity:0'>b</span>c", "ac");
-    row("a rule for a class", "<style>.x{color:#abc}p.x b{font-style:italic}</style><p class=x>a<b>c</b></p>",
-        "<p style=\"color:#aabbcc\">a<b style=\"font-style:italic\">c</b></p>");
+    row("a rule for a class", "<style>.x{color:#123}p.x b{font-style:italic}</style><p class=x>a<b>c</b></p>",
+        "<p style=\"color:#112233\">a<b style=\"font-style:italic\">c</b></p>");
     row("the more specific rule",
         "<style>#i{color:red}.x{color:blue}p{color:lime}</style><p class=x id=i>a</p>",
         "<p style=\"color:#ff0000\">a</p>");
@@ -112,7 +117,7 @@ void SanitizerTest::body_data()
     row("a word without end", QByteArray(100, 'x').constData(),
         (QByteArray(80, 'x') + "\u200B" + QByteArray(20, 'x')).constData());
     row("what a document keeps for itself", "a\uFFFCb\uFDD0c&#xFDD1;&#1;d", "ab\uFFFDcd");
-    row("blanks", "a \n\t b<pre> c\n d</pre>", "a b<pre> c\n d</pre>");
+    row("blanks", "a \n\t b<pre> c\n d</pre>", "a b<pre style=\"white-space:pre-wrap\"> c\n d</pre>");
 }
 
 void SanitizerTest::body()
@@ -251,6 +256,68 @@ void SanitizerTest::theCap()
              qPrintable(words.html));
     const SafeHtml exact = sanitizeHtml(u"<p>short</p>"_s, options);
     QVERIFY(!exact.truncated);
+}
+
+void SanitizerTest::contrast_data()
+{
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QString>("colour"); // of the last text; empty: none is said
+    QTest::newRow("nothing said") << u"a"_s << QString();
+    QTest::newRow("black on nothing") << u"<p style='color:black'>a"_s << QString();
+    QTest::newRow("black on white") << u"<p style='color:black;background:#fff'>a"_s << u"#000000"_s;
+    QTest::newRow("readable") << u"<p style='color:#767676'>a"_s << u"#767676"_s;
+    QTest::newRow("white on nothing") << u"<p style='color:#fff'>a"_s << u"#737373"_s;
+    QTest::newRow("dark on dark") << u"<p style='background:#222;color:#333'>a"_s << u"#8e8e8e"_s;
+    QTest::newRow("the ground darkens") << u"<body bgcolor=black><p>a"_s << u"#f2f4f5"_s;
+    QTest::newRow("a row darkens") << u"<table border=1><tr bgcolor=black><td>a"_s << u"#f2f4f5"_s;
+    QTest::newRow("a link on dark") << u"<body bgcolor=black><a href=http://x.example/>a"_s << u"#3b7f99"_s;
+    QTest::newRow("light again inside")
+        << u"<body bgcolor=black><p style='background:white'>a"_s << u"#1a2025"_s;
+}
+
+void SanitizerTest::contrast()
+{
+    QFETCH(QString, written);
+    static const QRegularExpression colours(u"[^-]color:(#[0-9a-f]{6})"_s);
+    QString last;
+    for (const QRegularExpressionMatch &match : colours.globalMatch(sanitizeHtml(written).html))
+        last = match.captured(1);
+    QTEST(last, "colour");
+}
+
+void SanitizerTest::widths_data()
+{
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QStringList>("widths");
+    QTest::newRow("fits") << u"<table width=300 border=1><tr><td width=100>a<td>b</table>"_s
+                          << QStringList{u"300"_s, u"100"_s};
+    QTest::newRow("too wide") << u"<table width=800 border=1><tr><td width=600>a<td width=200>b</table>"_s
+                              << QStringList{u"100%"_s, u"300"_s, u"100"_s};
+    QTest::newRow("cells too wide") << u"<table border=1><tr><td width=600>a<td width=200>b</table>"_s
+                                    << QStringList{u"100%"_s, u"300"_s, u"100"_s};
+    QTest::newRow("tables inside") << u"<table width=800 border=1><tr><td><table width=400 border=1><tr>"
+                                      "<td>a<td>b</table><td>c</table>"_s
+                                   << QStringList{u"100%"_s, u"200"_s};
+    QTest::newRow("a picture inside")
+        << u"<table width=800 border=1><tr><td>b<td><img src=cid:x width=300 height=100></table>"_s
+        << QStringList{u"100%"_s, u"150"_s};
+    QTest::newRow("a picture") << u"<img src=cid:x width=500 height=100>"_s << QStringList{u"400"_s};
+    QTest::newRow("a block") << u"<div style='max-width:900px;margin:0 auto'>a</div>"_s
+                             << QStringList{u"100%"_s};
+}
+
+void SanitizerTest::widths()
+{
+    QFETCH(QString, written);
+    HtmlOptions options;
+    options.width = 400;
+    const SafeHtml safe = sanitizeHtml(written, options);
+    static const QRegularExpression given(u" width=\"([0-9]+%?)\""_s);
+    QStringList widths;
+    for (const QRegularExpressionMatch &match : given.globalMatch(safe.html))
+        widths.append(match.captured(1));
+    QTEST(widths, "widths");
+    QVERIFY(safe.widest >= 300 || written.contains(u"<img src=cid:x width=500"_s));
 }
 
 QTEST_GUILESS_MAIN(SanitizerTest)

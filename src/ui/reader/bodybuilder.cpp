@@ -6,9 +6,11 @@
 #include "message/headerblock.h"
 #include "message/mimecontext.h"
 #include "message/mimepartial.h"
+#include "ui/look/metrics.h"
 #include "ui/reader/bodydocument.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/bodywriter.h"
+#include "ui/reader/htmlquotes.h"
 #include "ui/texts/harmless.h"
 
 #include <QApplication>
@@ -35,6 +37,11 @@ QString translated(const char *text)
 QByteArray withoutBrackets(const QByteArray &id)
 {
     return id.startsWith('<') && id.endsWith('>') ? id.sliced(1, id.size() - 2) : id;
+}
+
+Colour colourOf(const QColor &colour)
+{
+    return colour.rgb() & 0xFFFFFF;
 }
 
 QSize fitted(const QSize &size, int width)
@@ -74,6 +81,9 @@ void BodyBuilder::sanitizeAll()
         options.fontSize = QFontInfo(m_style.font).pixelSize();
         options.zoom =
             m_options.zoom * std::max(1.0, QFontInfo(QApplication::font()).pixelSize() / kUsualText);
+        options.width = m_options.width - 2 * (kMargin + space::card);
+        options.text = colourOf(m_style.paperText);
+        options.link = colourOf(m_style.paperLink);
         options.images = m_options.plan.images;
         options.remoteImages = m_options.remoteImages;
         SafeHtml html = sanitizeHtml(text, options);
@@ -81,6 +91,7 @@ void BodyBuilder::sanitizeAll()
         for (const QString &id : std::as_const(html.cids))
             m_shownIds.insert(id.toUtf8());
         m_facts.truncated |= html.truncated && !m_options.everything;
+        m_facts.widest = std::max(m_facts.widest, html.widest);
         m_facts.remoteImages += html.remoteImages;
         m_facts.trackers += html.trackers;
         m_facts.remoteOthers += html.remoteOthers;
@@ -253,7 +264,7 @@ void BodyBuilder::writeHtml(BodyWriter &writer, int part)
     if (html.html.isEmpty())
         writer.note(translated("This message has no text."));
     else
-        writer.html(html);
+        writer.html(html, m_folds);
 }
 
 void BodyBuilder::writeImage(BodyWriter &writer, int part)
@@ -319,6 +330,8 @@ BodyBuilder::FoldPlace BodyBuilder::placeOf(int id) const
 
 bool BodyBuilder::unfold(BodyDocument &document, int id)
 {
+    if (showHtmlFold(document, id))
+        return true;
     const auto [text, fold] = placeOf(id);
     QTextBlock block = document.begin();
     while (fold && block.isValid() &&

@@ -36,6 +36,7 @@ struct BodyFacts
     bool isEncrypted = false;
     bool hasBothForms = false;
     bool truncated = false;   ///< there is more to show with `everything`
+    int widest = 0;           ///< pixels that something in the HTML asks for
     bool hasPictures = false; ///< some that were fitted to the width
     bool isPlain = true;      ///< no HTML in it: lines end at the wrap width
 };

@@ -9,6 +9,7 @@ enum Property {
     FromRight,                                  ///< bool: a quotation in a script that runs to the left
     Continued,                                  ///< bool: the next block belongs to the same line
     FoldId,                                     ///< int: stands for quoted lines that are not shown
+    FoldedIn,                                   ///< int: is not shown, that FoldId stands for it
     RuleAbove,                                  ///< bool: a hairline above the block
     Surface,                                    ///< QColor: the frame is a card of this colour
     Outline,                                    ///< QColor of the card's border; without one it has none

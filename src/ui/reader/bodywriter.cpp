@@ -8,13 +8,15 @@
 #include "ui/look/metrics.h"
 #include "ui/reader/bodyformat.h"
 #include "ui/reader/datacard.h"
+#include "ui/reader/htmlquotes.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
-#include "ui/reader/htmlquotes.h"
 
 #include <QCoreApplication>
 #include <QFontMetrics>
+#include <QTextBlock>
 #include <QTextDocument>
+#include <QTextList>
 #include <QTextTable>
 
 using namespace Qt::StringLiterals;
@@ -199,7 +201,7 @@ void BodyWriter::divider()
     m_afterBlank = true;
 }
 
-void BodyWriter::html(const SafeHtml &html)
+void BodyWriter::html(const SafeHtml &html, int &nextFold)
 {
     const QColor paper = html.background.isEmpty() ? BodyStyle::paper() : QColor(html.background);
     const bool isCard = html.hasOwnColours && paper != m_style.background;
@@ -209,8 +211,35 @@ void BodyWriter::html(const SafeHtml &html)
     m_cursor.document()->setDefaultStyleSheet(
         u"body { color: %1 } a { color: %2; text-decoration: underline }"_s.arg(text.name(), link.name()));
     m_cursor.insertHtml(html.html);
-    markHtmlQuotes(m_frames.last());
+    finishHtml(m_frames.last(), isCard, nextFold);
     leaveFrame();
+}
+
+void BodyWriter::finishHtml(QTextFrame *frame, bool isCard, int &nextFold)
+{
+    markHtmlQuotes(frame);
+    QTextCharFormat mark;
+    mark.setForeground(m_style.paperText);
+    const QTextBlock end = m_cursor.document()->findBlock(frame->lastPosition()).next();
+    for (QTextBlock block = m_cursor.document()->findBlock(frame->firstPosition()); isCard && block != end;
+         block = block.next())
+        if (block.textList()) // what stands before an item has the colour of its block, not of its text
+            QTextCursor(block).mergeBlockCharFormat(mark);
+    const QList<HtmlFold> folds = htmlFoldsOf(frame);
+    for (const HtmlFold &one : folds) {
+        const int level = one.first.blockFormat().intProperty(bodyformat::QuoteLevel);
+        const int position = one.first.position();
+        QTextCursor cursor(one.first);
+        cursor.insertBlock(); // the old one stays in front and is the label from now on
+        HtmlFold hidden = one;
+        hidden.first = cursor.block();
+        if (one.first == one.last)
+            hidden.last = hidden.first;
+        hideHtmlFold(hidden, nextFold);
+        cursor.setPosition(position);
+        BodyWriter label(cursor, m_style, true);
+        label.fold(nextFold++, {0, 0, one.shown}, level, false);
+    }
 }
 
 void BodyWriter::picture(const QString &name, const QSize &size)

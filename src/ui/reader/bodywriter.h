@@ -30,7 +30,8 @@ public:
     void caption(const QString &name);
     /// The hairline and the distance between two parts without names.
     void divider();
-    void html(const SafeHtml &html);
+    /// @p nextFold is the id of the next fold.
+    void html(const SafeHtml &html, int &nextFold);
     void picture(const QString &name, const QSize &size);
     /// The most important fields of an enclosed message.
     void summary(const Message &message);
@@ -52,6 +53,7 @@ private:
     void field(const QString &name, const QString &value);
     void cardTitle(const QString &title);
     void cardRows(const DataCard &card);
+    void finishHtml(QTextFrame *frame, bool isCard, int &nextFold);
     QTextBlockFormat paragraph() const;
     QTextCharFormat coloured(const QColor &colour) const;
     QTextCharFormat linkFormat(const QColor &colour, const QString &target) const;

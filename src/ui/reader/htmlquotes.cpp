@@ -1,9 +1,11 @@
 #include "ui/reader/htmlquotes.h"
 
 #include "ui/reader/bodyformat.h"
+#include "ui/reader/plaintext.h"
 
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextFrame>
 
 #include <vector>
@@ -11,6 +13,7 @@
 namespace {
 
 constexpr int kDeepest = 24;
+constexpr int kUsualWidth = 80; ///< characters
 
 /// The document says of the first block of a quotation only that it is one: the others are known by being
 /// indented as far.
@@ -54,4 +57,82 @@ void markHtmlQuotes(QTextFrame *frame)
         format.setProperty(bodyformat::QuoteLevel, depth);
         QTextCursor(block).setBlockFormat(format);
     }
+}
+
+QList<HtmlFold> htmlFoldsOf(QTextFrame *frame)
+{
+    QList<HtmlFold> folds;
+    HtmlFold run;
+    bool hasOwnWords = false;
+    const auto endRun = [&] {
+        if (run.shown > kLongestOpenQuote)
+            folds.prepend(run);
+        run = {};
+    };
+    for (auto at = frame->begin(); !at.atEnd(); ++at) {
+        const QTextBlock block = at.currentBlock();
+        const bool isQuoted = block.isValid() && block.blockFormat().hasProperty(bodyformat::QuoteLevel);
+        if (!isQuoted) { // a table cannot be hidden
+            hasOwnWords = hasOwnWords || !block.isValid() || !block.text().trimmed().isEmpty();
+            endRun();
+            continue;
+        }
+        if (!run.first.isValid())
+            run.first = block;
+        run.last = block;
+        run.shown += 1 + block.length() / kUsualWidth;
+    }
+    endRun();
+    return hasOwnWords ? folds : QList<HtmlFold>();
+}
+
+void hideHtmlFold(const HtmlFold &fold, int id)
+{
+    for (QTextBlock block = fold.first; block.isValid(); block = block.next()) {
+        QTextBlockFormat format;
+        format.setProperty(bodyformat::FoldedIn, id);
+        QTextCursor(block).mergeBlockFormat(format);
+        block.setVisible(false);
+        if (block == fold.last)
+            return;
+    }
+}
+
+bool showHtmlFold(QTextDocument &document, int id)
+{
+    const auto isInside = [id](const QTextBlock &block) {
+        return block.blockFormat().hasProperty(bodyformat::FoldedIn) &&
+               block.blockFormat().intProperty(bodyformat::FoldedIn) == id;
+    };
+    QTextBlock block = document.begin();
+    while (block.isValid() && !isInside(block))
+        block = block.next();
+    if (!block.isValid() || block.isVisible())
+        return false;
+    QTextBlock label = block.previous();
+    int last = block.position();
+    for (; block.isValid() && isInside(block); block = block.next()) {
+        block.setVisible(true);
+        last = block.position() + block.length();
+    }
+    QTextCursor cursor(label);
+    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+    const int begin = label.position();
+    const QTextBlockFormat format = label.next().blockFormat();
+    const int length = label.length();
+    cursor.removeSelectedText();
+    cursor.setBlockFormat(format); // removing a block takes the format of the first one
+    document.markContentsDirty(begin, last - begin - length);
+    return true;
+}
+
+QList<int> htmlFoldsWith(const QTextDocument &document, const QString &text)
+{
+    QList<int> found;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const int id = block.blockFormat().intProperty(bodyformat::FoldedIn);
+        if (!block.isVisible() && !found.contains(id) && block.text().contains(text, Qt::CaseInsensitive))
+            found.append(id);
+    }
+    return found;
 }

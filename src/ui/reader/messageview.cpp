@@ -20,6 +20,7 @@
 #include "ui/reader/bodyview.h"
 #include "ui/reader/diagnosis.h"
 #include "ui/reader/findbar.h"
+#include "ui/reader/htmlquotes.h"
 #include "ui/reader/linktexts.h"
 #include "ui/reader/partstree.h"
 #include "ui/reader/personactions.h"
@@ -50,6 +51,7 @@ constexpr double kZoomStep = 1.1;
 constexpr double kLeastZoom = 0.5;
 constexpr double kGreatestZoom = 4;
 constexpr int kResizeRest = 200;  ///< ms after the last change of the width until pictures are fitted anew
+constexpr int kAroundHtml = 100;  ///< pixels beside HTML that are its frame's, at most
 constexpr int kWideEnough = 1600; ///< pixels: pictures need not be wider than this in any window
 
 /// A document hands a link back in an encoding of its own, international names of hosts above all.
@@ -421,7 +423,7 @@ void MessageView::unfold(int id)
 
 void MessageView::unfoldFor(const QString &text)
 {
-    const QList<int> folds = m_builder->foldsWith(text);
+    const QList<int> folds = m_builder->foldsWith(text) + htmlFoldsWith(*m_body->document(), text);
     for (const int id : folds)
         unfold(id);
 }
@@ -493,6 +495,10 @@ void MessageView::changeEvent(QEvent *event)
 void MessageView::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    if (m_hasMessage && m_builder->facts().hasPictures && event->size().width() != event->oldSize().width())
+    const auto [narrow, wide] = std::minmax({event->size().width(), event->oldSize().width()});
+    if (!m_hasMessage || narrow == wide)
+        return;
+    const BodyFacts &facts = m_builder->facts();
+    if (facts.hasPictures || facts.widest > narrow - kAroundHtml)
         m_rebuild->start(kResizeRest);
 }
