@@ -197,7 +197,10 @@ int MessageList::openTowardsUnread(int place, int from, bool backwards)
 
 bool MessageList::step(Step step)
 {
-    const int from = m_currentPlace >= 0 && !m_current.isNull() ? m_currentPlace : -1;
+    int from = m_currentPlace >= 0 && !m_current.isNull() ? m_currentPlace : -1;
+    const bool unreadWanted = step != Step::Next && step != Step::Previous;
+    if (unreadWanted && from >= 0 && from < m_model.rowCount() && m_model.isHeading(from))
+        --from; // the current one is folded away below it: what else is there may be unread
     const int folded = from >= 0 && m_model.hasAnswers(from) && !m_model.isExpanded(from) ? from : -1;
     int place = -1;
     switch (step) {

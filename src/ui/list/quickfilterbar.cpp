@@ -57,7 +57,7 @@ QuickFilterBar::QuickFilterBar(MessageList &list, QWidget *parent)
         });
     }
     connect(&list.messages(), &MessageListModel::filterChanged, this,
-            [this] { show(m_list.messages().filter()); });
+            [this] { showFilter(m_list.messages().filter()); });
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     arrange();
 }
@@ -100,7 +100,7 @@ void QuickFilterBar::change(const ListFilter &filter)
 }
 
 /// The list may have been given another filter, or none with another group.
-void QuickFilterBar::show(const ListFilter &filter)
+void QuickFilterBar::showFilter(const ListFilter &filter)
 {
     m_showing = true;
     for (const Toggle &toggle : m_toggles)

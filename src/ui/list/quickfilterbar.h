@@ -43,7 +43,7 @@ private:
     QAction *newToggle(const QString &icon, const QString &name, bool ListFilter::*part);
     void createMenu();
     void change(const ListFilter &filter);
-    void show(const ListFilter &filter);
+    void showFilter(const ListFilter &filter);
     void arrange();
     void leave();
     int fullWidth() const;
