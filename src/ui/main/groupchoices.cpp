@@ -110,16 +110,23 @@ int GroupChoices::weightOf(const Entry &entry, const QStringList &words) const
 void GroupChoices::narrow(const QString &typed)
 {
     const QStringList words = foldedForSearch(typed).split(u' ', Qt::SkipEmptyParts);
-    std::vector<std::pair<int, int>> fitting; // weight, entry
+    struct Fit
+    {
+        int weight;
+        qsizetype length; ///< of two that fit alike the shorter one is meant
+        int entry;
+        auto operator<=>(const Fit &) const = default;
+    };
+    std::vector<Fit> fitting;
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
         if (const int weight = weightOf(m_entries[i], words); weight != kNoMatch)
-            fitting.emplace_back(weight, int(i));
+            fitting.push_back({weight, words.isEmpty() ? 0 : m_entries[i].path.size(), int(i)});
     }
     std::sort(fitting.begin(), fitting.end());
     beginResetModel();
     m_shown.clear();
-    for (const auto &[weight, entry] : fitting)
-        m_shown.push_back(entry);
+    for (const Fit &fit : fitting)
+        m_shown.push_back(fit.entry);
     endResetModel();
 }
 
