@@ -268,7 +268,7 @@ void ReaderPartsTest::recurrences_data()
     row("FREQ=MONTHLY;BYDAY=2TU", u"Every month on the second Tuesday"_s);
     row("FREQ=MONTHLY;BYDAY=-1FR", u"Every month on the last Friday"_s);
     row("FREQ=MONTHLY;BYMONTHDAY=15", u"Every month on day 15"_s);
-    row("FREQ=YEARLY;UNTIL=20300101T000000Z", u"Every year, until 1 January 2030"_s);
+    row("FREQ=YEARLY;UNTIL=20300101T000000Z", u"Every year, until 1 Jan 2030"_s);
     row("FREQ=MONTHLY;BYDAY=MO;BYSETPOS=-1", u"Repeats"_s);
     row("FREQ=WEEKLY;BYDAY=XX", u"Repeats"_s);
     row("FREQ=MONTHLY;BYDAY=,,", u"Every month"_s);

@@ -11,11 +11,11 @@
 #include "ui/reader/previewcontent.h"
 #include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
+#include "ui/texts/sizetext.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QListView>
-#include <QLocale>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
@@ -32,12 +32,6 @@ enum { SizeRole = Qt::UserRole, IconRole };
 
 constexpr int kNameColumns = 30; ///< average characters of a name at most
 constexpr int kMostRowsShown = 2;
-
-QString sizeText(qint64 bytes)
-{
-    const int digits = bytes >= 1'000'000 && bytes < 100'000'000 ? 1 : 0;
-    return QLocale().formattedDataSize(bytes, digits, QLocale::DataSizeSIFormat);
-}
 
 class CardDelegate : public QStyledItemDelegate
 {

@@ -3,6 +3,7 @@
 #include "html/urls.h"
 #include "ui/reader/calendartime.h"
 #include "ui/reader/cardtexts.h"
+#include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
 
 #include <QCoreApplication>
@@ -139,9 +140,8 @@ private:
         if (!start.isValid() || start.wholeDay || own.timeSpec() != Qt::TimeZone ||
             own.offsetFromUtc() == own.toLocalTime().offsetFromUtc())
             return;
-        card.add(translated("There"), translated("%1 in %2")
-                                          .arg(QLocale().toString(own.time(), u"HH:mm"_s),
-                                               QString::fromUtf8(own.timeZone().id())));
+        card.add(translated("There"),
+                 translated("%1 in %2").arg(timeText(own.time()), QString::fromUtf8(own.timeZone().id())));
     }
 
     static void addState(DataCard &card, const ContentComponent &entry)

@@ -1,15 +1,13 @@
 #include "ui/reader/calendartime.h"
 
+#include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kLongestDays = 366'000;
 
 QString translated(const char *text)
 {
@@ -32,16 +30,6 @@ std::optional<int> onlyOffset(const ContentComponent &zone)
         offset = signedSeconds;
     }
     return offset;
-}
-
-QString longDay(const QDate &day)
-{
-    return QLocale().toString(day, u"dddd, d MMMM yyyy"_s);
-}
-
-QString timeText(const QTime &time)
-{
-    return QLocale().toString(time, u"HH:mm"_s);
 }
 
 } // namespace
@@ -128,14 +116,14 @@ QString calendarSpanText(const CalendarTime &start, const CalendarTime &end)
     const QDateTime from = start.moment.toLocalTime();
     if (start.wholeDay) {
         const QDate last = end.isValid() ? end.moment.date().addDays(-1) : from.date();
-        return last <= from.date() ? longDay(from.date())
-                                   : translated("%1 to %2").arg(longDay(from.date()), longDay(last));
+        return last <= from.date() ? longDayText(from.date())
+                                   : translated("%1 to %2").arg(longDayText(from.date()), longDayText(last));
     }
     const QDateTime to = end.moment.toLocalTime();
-    QString text = longDay(from.date()) + u", "_s + timeText(from.time());
+    QString text = longDayText(from.date()) + u", "_s + timeText(from.time());
     if (end.isValid() && to > from)
         text = to.date() == from.date()
                    ? text + u" – "_s + timeText(to.time())
-                   : translated("%1 to %2").arg(text, longDay(to.date()) + u", "_s + timeText(to.time()));
+                   : translated("%1 to %2").arg(text, longDayText(to.date()) + u", "_s + timeText(to.time()));
     return start.unknownZone.isEmpty() ? text : u"%1 (%2)"_s.arg(text, start.unknownZone);
 }

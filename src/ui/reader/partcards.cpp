@@ -10,6 +10,7 @@
 #include "ui/reader/cardtexts.h"
 #include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
+#include "ui/texts/sizetext.h"
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -171,7 +172,7 @@ DataCard elsewhereCard(const Message &message, int part)
     bool isNumber = false;
     const qint64 size = parameterOf(message, part, "size").toLongLong(&isNumber);
     if (isNumber && size > 0)
-        card.add(translated("Size"), QLocale().formattedDataSize(size, 1, QLocale::DataSizeSIFormat));
+        card.add(translated("Size"), sizeText(size));
     card.add(translated("Until"), dateText(parameterOf(message, part, "expiration")));
     return card;
 }

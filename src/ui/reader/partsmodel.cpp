@@ -4,6 +4,7 @@
 #include "ui/look/icons.h"
 #include "ui/reader/attachmentfiles.h"
 #include "ui/texts/harmless.h"
+#include "ui/texts/sizetext.h"
 
 #include <QLocale>
 
@@ -42,11 +43,6 @@ QString harmlessBytes(const QByteArray &bytes)
 QString partsInWords(qsizetype count)
 {
     return count == 1 ? PartsModel::tr("1 part") : PartsModel::tr("%1 parts").arg(QLocale().toString(count));
-}
-
-QString sizeText(qint64 bytes)
-{
-    return QLocale().formattedDataSize(bytes, bytes < 1000 ? 0 : 1, QLocale::DataSizeSIFormat);
 }
 
 } // namespace

@@ -67,7 +67,11 @@ QWidget *newPreview(const Message &message, int part, QWidget *parent)
     switch (previewKindOf(message, part)) {
     case PreviewKind::None: return nullptr;
     case PreviewKind::Picture: return new PicturePane(message, part, parent);
-    case PreviewKind::Text: return new SourceText(textOf(message, part).toUtf8(), parent);
+    case PreviewKind::Text: {
+        auto *text = new SourceText(textOf(message, part).toUtf8(), parent);
+        text->setWrapped(true);
+        return text;
+    }
     case PreviewKind::Cards: return new CardPane(partCards(message, part), parent);
     case PreviewKind::Message: break;
     }

@@ -13,6 +13,8 @@
 #include "ui/reader/messageview.h"
 #include "ui/reader/picturepane.h"
 #include "ui/reader/previewcontent.h"
+#include "ui/reader/readeractions.h"
+#include "ui/reader/sourcetext.h"
 
 #include <QAction>
 #include <QApplication>
@@ -47,7 +49,7 @@ PreviewWindow::PreviewWindow(const Message &message, const QList<int> &parts, in
 QAction *PreviewWindow::newAction(const char *name, const QString &text, const QString &icon,
                                   const QKeySequence &key, void (PreviewWindow::*slot)())
 {
-    auto *action = new QAction(::icon(icon), text, this);
+    auto *action = new QAction(icon.isEmpty() ? QIcon() : ::icon(icon), text, this);
     action->setObjectName(QString::fromLatin1(name));
     action->setShortcut(key);
     connect(action, &QAction::triggered, this, slot);
@@ -76,6 +78,9 @@ void PreviewWindow::build()
     addToToolBar(bar,
                  newAction("save", tr("Save…"), u"download"_s, QKeySequence::Save, &PreviewWindow::savePart));
     addToToolBar(bar, newAction("openWith", tr("Open with…"), u"more"_s, {}, &PreviewWindow::openPartWith));
+    newAction("find", tr("Find"), u"search"_s, QKeySequence::Find, &PreviewWindow::find);
+    newAction("findNext", tr("Find next"), {}, Qt::Key_F3, &PreviewWindow::findNext);
+    newAction("findPrevious", tr("Find previous"), {}, Qt::SHIFT | Qt::Key_F3, &PreviewWindow::findPrevious);
     setFontScale(m_name, 1, QFont::DemiBold);
     setTextRole(m_count, Role::Text2);
     auto *top = new QHBoxLayout;
@@ -152,6 +157,30 @@ void PreviewWindow::requestWindow()
 {
     if (const auto *view = qobject_cast<MessageView *>(m_content))
         emit messageWanted(view->message());
+}
+
+void PreviewWindow::find()
+{
+    if (auto *text = qobject_cast<SourceText *>(m_content))
+        text->find();
+    else if (auto *message = qobject_cast<MessageView *>(m_content))
+        message->perform(ReaderAction::Find);
+}
+
+void PreviewWindow::findNext()
+{
+    if (auto *text = qobject_cast<SourceText *>(m_content))
+        text->findNext();
+    else if (auto *message = qobject_cast<MessageView *>(m_content))
+        message->perform(ReaderAction::FindNext);
+}
+
+void PreviewWindow::findPrevious()
+{
+    if (auto *text = qobject_cast<SourceText *>(m_content))
+        text->findPrevious();
+    else if (auto *message = qobject_cast<MessageView *>(m_content))
+        message->perform(ReaderAction::FindPrevious);
 }
 
 void PreviewWindow::keyPressEvent(QKeyEvent *event)

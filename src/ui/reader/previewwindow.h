@@ -44,6 +44,9 @@ private:
     void openPartWith();
     void savePart();
     void requestWindow();
+    void find();
+    void findNext();
+    void findPrevious();
 
     Message m_message;
     QList<int> m_parts;

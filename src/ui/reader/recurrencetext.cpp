@@ -1,5 +1,7 @@
 #include "ui/reader/calendartime.h"
 
+#include "ui/texts/datetext.h"
+
 #include <QCoreApplication>
 #include <QHash>
 #include <QLocale>
@@ -10,9 +12,9 @@ namespace {
 
 using Rule = QHash<QString, QString>; ///< "FREQ" to "WEEKLY"
 
-QString translated(const char *text, int count = -1)
+QString translated(const char *text)
 {
-    return QCoreApplication::translate("RecurrenceText", text, nullptr, count);
+    return QCoreApplication::translate("RecurrenceText", text);
 }
 
 struct FrequencyRow
@@ -67,10 +69,10 @@ QString listText(const QStringList &words)
 /// "Monday", "the second Tuesday"; empty when it is neither.
 QString dayWords(const QString &code)
 {
-    const QString name = QLocale().dayName(
-        std::max(1, weekdayOf(QStringView(code).last(std::min<qsizetype>(2, code.size())))));
-    if (weekdayOf(QStringView(code).last(std::min<qsizetype>(2, code.size()))) == 0)
+    const int weekday = weekdayOf(QStringView(code).last(std::min<qsizetype>(2, code.size())));
+    if (weekday == 0)
         return {};
+    const QString name = QLocale().dayName(weekday);
     if (code.size() == 2)
         return name;
     const int number = QStringView(code).first(code.size() - 2).toInt();
@@ -140,5 +142,5 @@ QString recurrenceText(const QString &text, const CalendarTime &start)
     if (!until.isValid())
         return words;
     const QDate last = start.wholeDay ? until.moment.date() : until.moment.toLocalTime().date();
-    return translated("%1, until %2").arg(words, QLocale().toString(last, u"d MMMM yyyy"_s));
+    return translated("%1, until %2").arg(words, dayText(last, true));
 }

@@ -4,9 +4,9 @@
 #include "ui/look/messagebar.h"
 #include "ui/look/metrics.h"
 #include "ui/reader/findbar.h"
+#include "ui/texts/sizetext.h"
 
 #include <QFontDatabase>
-#include <QLocale>
 #include <QPlainTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -62,11 +62,6 @@ QString shown(const QString &text)
         out += visible(c);
     }
     return out;
-}
-
-QString sizeText(qsizetype bytes)
-{
-    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
 } // namespace

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString dayText(const QDate &day, const QDate &today)
+QString relativeDay(const QDate &day, const QDate &today)
 {
     const qint64 ago = day.daysTo(today);
     if (ago == 0)
@@ -21,7 +21,7 @@ QString dayText(const QDate &day, const QDate &today)
         return QCoreApplication::translate("DateText", "Yesterday");
     if (ago > 1 && ago < 7)
         return QLocale().toString(day, u"ddd"_s);
-    return QLocale().toString(day, day.year() == today.year() ? u"d MMM"_s : u"d MMM yyyy"_s);
+    return dayText(day, day.year() != today.year());
 }
 
 std::optional<QDateTime> momentOf(const Message &message)
@@ -34,9 +34,30 @@ std::optional<QDateTime> momentOf(const Message &message)
 
 } // namespace
 
+QString timeText(const QTime &time)
+{
+    const QLocale locale; // without a country the short form has seconds
+    return locale.toString(time, locale.timeFormat(QLocale::ShortFormat).remove(u":ss"_s));
+}
+
+QString dayText(const QDate &day, bool withYear)
+{
+    const QLocale locale;
+    const QString custom = locale.dateFormat(QLocale::ShortFormat);
+    const bool monthFirst = custom.indexOf(u'M') < custom.indexOf(u'd');
+    const QString format =
+        monthFirst ? (withYear ? u"MMM d, yyyy"_s : u"MMM d"_s) : (withYear ? u"d MMM yyyy"_s : u"d MMM"_s);
+    return locale.toString(day, format);
+}
+
+QString longDayText(const QDate &day)
+{
+    return QLocale().toString(day, QLocale::LongFormat);
+}
+
 QString shortDateText(const QDateTime &moment, const QDateTime &now)
 {
-    return dayText(moment.date(), now.date()) + u' ' + QLocale().toString(moment.time(), u"HH:mm"_s);
+    return relativeDay(moment.date(), now.date()) + u' ' + timeText(moment.time());
 }
 
 QString shortDateText(const Message &message)
@@ -47,7 +68,7 @@ QString shortDateText(const Message &message)
 
 QString longDateText(const QDateTime &moment)
 {
-    return QLocale().toString(moment, u"dddd, d MMMM yyyy HH:mm"_s);
+    return longDayText(moment.date()) + u' ' + timeText(moment.time());
 }
 
 QString longDateText(const Message &message)

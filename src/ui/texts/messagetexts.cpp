@@ -2,6 +2,7 @@
 
 #include "config/clock.h"
 #include "message/address.h"
+#include "ui/texts/datetext.h"
 #include "ui/texts/harmless.h"
 
 #include <QCoreApplication>
@@ -21,12 +22,6 @@ QString translated(const char *text)
 QDateTime localTime(qint64 date)
 {
     return QDateTime::fromSecsSinceEpoch(date);
-}
-
-QString timeOf(const QDateTime &moment)
-{
-    // without a language the short form has seconds
-    return QLocale().toString(moment.time(), QLocale().timeFormat(QLocale::ShortFormat).remove(u":ss"_s));
 }
 
 QString withoutQuotes(QStringView name)
@@ -60,19 +55,16 @@ QString shortDate(qint64 date)
     const QDateTime moment = localTime(date);
     const QDate today = clockNow().date();
     const qint64 days = moment.date().daysTo(today);
-    const QLocale locale;
     if (days == 0)
-        return timeOf(moment);
+        return timeText(moment.time());
     if (days > 0 && days <= kDaysOfAWeek)
-        return locale.toString(moment.date(), u"ddd"_s) + u' ' + timeOf(moment);
-    const bool thisYear = moment.date().year() == today.year();
-    return locale.toString(moment.date(), thisYear ? u"d MMM"_s : u"d MMM yyyy"_s);
+        return QLocale().toString(moment.date(), u"ddd"_s) + u' ' + timeText(moment.time());
+    return dayText(moment.date(), moment.date().year() != today.year());
 }
 
 QString longDate(qint64 date)
 {
-    const QDateTime moment = localTime(date);
-    return QLocale().toString(moment.date(), QLocale::LongFormat) + u' ' + timeOf(moment);
+    return longDateText(localTime(date));
 }
 
 QString shortSize(quint32 bytes)
