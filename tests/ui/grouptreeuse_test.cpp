@@ -337,6 +337,8 @@ private slots:
         QTest::newRow("accents") << u"arger"_s << u"Ärger"_s << 0;
         QTest::newRow("other letters") << u"xyz"_s << u"Home"_s << -1;
         QTest::newRow("words in any order") << u"club home"_s << u"Home/Sailing club"_s << 4;
+        QTest::newRow("each word for itself") << u"press pr"_s << u"Press/Proofs"_s << 3;
+        QTest::newRow("the same place twice") << u"press pr"_s << u"Press/Almanac"_s << -1;
         QTest::newRow("one word is missing") << u"club away"_s << u"Home/Sailing club"_s << -1;
     }
 

@@ -15,16 +15,22 @@ bool beginsWord(QStringView text, qsizetype at)
     return at == 0 || !text[at - 1].isLetterOrNumber();
 }
 
-/// 0 at the start of @p text, 1 at that of a word, 2 inside one, -1 not at all.
-int placeIn(QStringView text, QStringView word)
+/// Where a word stands in a text: at its start, at that of a word, within one, not at all.
+struct Place
 {
-    int best = -1;
+    enum Kind { Start, WordStart, Inside, Nowhere };
+    Kind kind = Nowhere;
+    qsizetype at = -1;
+};
+
+Place placeIn(QStringView text, QStringView word)
+{
+    Place best;
     for (qsizetype at = text.indexOf(word); at >= 0; at = text.indexOf(word, at + 1)) {
-        if (at == 0)
-            return 0;
         if (beginsWord(text, at))
-            return 1;
-        best = 2;
+            return {at == 0 ? Place::Start : Place::WordStart, at};
+        if (best.kind == Place::Nowhere)
+            best = {Place::Inside, at};
     }
     return best;
 }
@@ -38,6 +44,24 @@ bool holdsInOrder(QStringView text, QStringView word, bool initials)
             ++found;
     }
     return found == word.size();
+}
+
+/// The distance of @p text, and in @p at where it stands as it is; -1 there when only its letters do.
+int distanceAt(QStringView text, QStringView path, qsizetype nameFrom, qsizetype &at)
+{
+    const Place inName = placeIn(path.sliced(nameFrom), text);
+    at = inName.at + nameFrom;
+    if (inName.kind != Place::Nowhere)
+        return inName.kind;
+    const Place above = placeIn(path, text);
+    at = above.at;
+    if (above.kind != Place::Nowhere)
+        return above.kind == Place::Inside ? kWorstWholeMatch : kWorstWholeMatch - 1;
+    if (text.size() < 2)
+        return -1;
+    if (holdsInOrder(path, text, true))
+        return kInitials;
+    return text.size() >= kShortestScattered && holdsInOrder(path, text, false) ? kScattered : -1;
 }
 
 } // namespace
@@ -64,25 +88,27 @@ SearchName SearchName::of(const QString &path)
 
 int matchDistance(QStringView text, const SearchName &name)
 {
-    const QStringView path = name.path;
-    if (const int place = placeIn(path.sliced(name.nameFrom), text); place >= 0)
-        return place;
-    if (const int place = placeIn(path, text); place >= 0)
-        return place < 2 ? 3 : kWorstWholeMatch;
-    if (text.size() < 2)
-        return -1;
-    if (holdsInOrder(path, text, true))
-        return kInitials;
-    return text.size() >= kShortestScattered && holdsInOrder(path, text, false) ? kScattered : -1;
+    qsizetype at = 0;
+    return distanceAt(text, name.path, name.nameFrom, at);
 }
 
+/// What one word has found is not found by another: "press pr" means Press/Proofs, not Press twice.
 int matchDistance(const QStringList &words, const SearchName &name)
 {
+    if (words.size() == 1)
+        return matchDistance(QStringView(words.first()), name);
+    QStringList longestFirst = words;
+    std::stable_sort(longestFirst.begin(), longestFirst.end(),
+                     [](const QString &a, const QString &b) { return a.size() > b.size(); });
+    QString left = name.path;
     int sum = 0;
-    for (const QString &word : words) {
-        const int distance = matchDistance(QStringView(word), name);
+    for (const QString &word : std::as_const(longestFirst)) {
+        qsizetype at = 0;
+        const int distance = distanceAt(word, left, name.nameFrom, at);
         if (distance < 0)
             return -1;
+        if (at >= 0)
+            left.replace(at, word.size(), QString(word.size(), QChar::Null));
         sum += distance;
     }
     return sum;

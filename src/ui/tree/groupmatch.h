@@ -27,5 +27,5 @@ constexpr int kWorstWholeMatch = 4;
 /// letters in this order. -1: it does not fit.
 int matchDistance(QStringView text, const SearchName &name);
 
-/// The sum for all of @p words; -1 as soon as one does not fit.
+/// The sum for all of @p words, each at a place of its own; -1 as soon as one does not fit.
 int matchDistance(const QStringList &words, const SearchName &name);

@@ -471,6 +471,20 @@ void GroupTree::paintEvent(QPaintEvent *event)
         paintRing(painter, m_menuRow);
 }
 
+/// A heading is no row of a list: it takes no tint under the mouse.
+void GroupTree::drawRow(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    if (m_model.kindOf(index) != GroupRow::Section)
+        return QTreeView::drawRow(painter, option, index);
+    const bool isHovered =
+        viewport()->underMouse() && option.rect.contains(viewport()->mapFromGlobal(QCursor::pos()));
+    QStyleOptionViewItem head = option;
+    head.state.setFlag(QStyle::State_Open, isExpanded(index));
+    head.state.setFlag(QStyle::State_HasFocus, hasFocus() && index == currentIndex());
+    head.state.setFlag(QStyle::State_MouseOver, isHovered);
+    m_delegate.paint(painter, head, index);
+}
+
 void GroupTree::drawBranches(QPainter *, const QRect &, const QModelIndex &) const {}
 
 void GroupTree::changeEvent(QEvent *event)
