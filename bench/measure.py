@@ -10,9 +10,12 @@ import subprocess
 import sys
 import time
 
+import clients
+
 MESSAGES = 10_000
 LARGE_GROUP = 100_000
 READ = 1_000
+NEXT = 1_000
 GROUP = 'Inbox'  # what the window shows at its start
 
 BUILD, DATA = sys.argv[1:3]
@@ -20,6 +23,8 @@ MAIL = f'{DATA}/mail.mbox'
 SMALL = f'{DATA}/small.mbox'
 STORE = f'{DATA}/store'
 MAILDIR = f'{DATA}/maildir'
+LARGE = f'{DATA}/large'
+DEMO = os.path.join(os.path.dirname(os.path.abspath(__file__)), '../data/demo.mbox')
 
 
 class Failure(Exception):
@@ -88,6 +93,11 @@ def parsing(table):
     table.row('looking for line ends', f'{MESSAGES / lines:,.0f} /s', f'{lines / ours:.3f} times')
 
 
+def import_mail(store, group, mbox):
+    os.makedirs(store, 0o700, exist_ok=True)
+    run(f'{BUILD}/velmar-cli', '--config', store, 'import', group, mbox)
+
+
 def import_once():
     shutil.rmtree(STORE, ignore_errors=True)
     os.mkdir(STORE, 0o700)
@@ -137,21 +147,18 @@ def reading(table):
 
 
 def opening(table):
-    store = f'{DATA}/large'
-    os.mkdir(store, 0o700)
-    run(f'{BUILD}/velmar-cli', '--config', store, 'import', 'Large', SMALL)
-    found = [bench('group', 'open', store, 'Large') for _ in range(5)]
+    import_mail(LARGE, 'Large', SMALL)
+    found = [bench('group', 'open', LARGE, 'Large') for _ in range(5)]
     if any(int(one['rows']) != LARGE_GROUP for one in found):
         raise Failure('the large group has not all its messages')
     taken = min(float(one['seconds']) for one in found)
     heap = max(int(one['heap']) for one in found) / LARGE_GROUP
-    lines, = best(5, lambda: float(bench('yardstick', 'scan', f'{store}/Groups/{group_number(store)}/Overview')
+    lines, = best(5, lambda: float(bench('yardstick', 'scan', f'{LARGE}/Groups/{group_number(LARGE)}/Overview')
                                    ['seconds']))
     table.head(f'Opening a group of {LARGE_GROUP:,} messages, its list ready')
     table.row('Velmar', seconds(taken), '', 'under 100 ms', taken < 0.1)
     table.row('memory beyond the mapped file', f'{heap:.1f} bytes/row', '', 'under 64 bytes', heap < 64)
     table.row('reading the bytes of its overviews', seconds(lines), f'{lines / taken:.3f} times')
-    shutil.rmtree(store)
 
 
 def group_number(store):
@@ -173,6 +180,51 @@ def starting(table):
     table.row('an empty window', seconds(bare), f'{ours / bare:.2f} times longer')
 
 
+def deeds(table):
+    """What one does in a window with a large group: how long until it shows, how long nothing else could happen."""
+    rounds = [bench('window', 'folder', LARGE, 'Large') for _ in range(3)]
+    if any(int(found['rows']) != LARGE_GROUP for found in rounds):
+        raise Failure('the window does not show all messages of the large group')
+    table.head(f'In the window, {LARGE_GROUP:,} messages: until the result shows; the event loop held at most')
+    for name in (name for name in rounds[0] if len(rounds[0][name].split()) > 2):
+        shown, held, event = min((found[name].split(' ', 2) for found in rounds), key=lambda found: float(found[1]))
+        shown = min(float(found[name].split()[0]) for found in rounds)
+        keeps = shown < 1000 and float(held) < 100
+        table.row(name.replace('-', ' '), seconds(shown / 1000), f'{float(held):.0f} ms', 'under 1 s, 100 ms', keeps)
+        if not keeps:
+            print(f'    held by {event}')
+
+
+def next_message(table):
+    import_mail(STORE, 'Demo', DEMO)
+    table.head('The next message by a key: select, read, parse, draw')
+    for name, group in (('messages of the demo', 'Demo'), ('generated messages', GROUP)):
+        rounds = [bench('window', 'next', STORE, group, str(NEXT)) for _ in range(3)]
+        median, late = (min(float(found[value]) for found in rounds) for value in ('median', 'p99'))
+        table.row(f"{rounds[0]['messages']} {name}, median", f'{median:.1f} ms', '', 'under 20 ms', median < 20)
+        table.row('the slowest but one in a hundred', f'{late:.1f} ms', '', 'under 60 ms', late < 60)
+
+
+def starting_among_others(table):
+    store = f'{DATA}/inbox'
+    import_mail(store, GROUP, SMALL)
+    clients.write(f'{store}/Config', 'AskDefaultMailClient=false\nend\n')
+    ours = clients.Program('Velmar', f'{DATA}/velmar', [f'{BUILD}/velmar', '--config', store])
+    others = [make(f'{DATA}/{make.__name__}', SMALL) for make in (clients.claws, clients.sylpheed)]
+    table.head(f'Start on a display, {LARGE_GROUP:,} messages in the folder that it shows: until all is painted')
+    with clients.Display() as display:
+        for program in [ours, *others]:
+            display.start(program)  # makes its caches
+        found = [[display.start(program) for program in [ours, *others]] for _ in range(3)]
+    fastest, memory = min(one[0][0] for one in found), max(one[0][1] for one in found)
+    table.row(ours.name, seconds(fastest))
+    for place, program in enumerate(others, 1):
+        taken, theirs = min(one[place][0] for one in found), min(one[place][1] for one in found)
+        table.row(f'{program.name}, {theirs:.0f} MB', seconds(taken), f'{taken / fastest:.2f} times', 'slower',
+                  taken > fastest)
+    table.row('memory of Velmar then', f'{memory:.0f} MB', '', 'under 150 MB', memory < 150)
+
+
 def main():
     for path, count, kind in ((MAIL, MESSAGES, []), (SMALL, LARGE_GROUP, ['--small'])):
         subprocess.run([f'{BUILD}/bench/bench-generate', *kind, path, str(count)], check=True,
@@ -180,9 +232,10 @@ def main():
     print(f'The best of several runs; the load of the machine was {os.getloadavg()[0]:.1f} at the start.')
     table = Table()
     try:
-        for measure in (parsing, importing, reading, opening, starting):
+        for measure in (parsing, importing, reading, opening, starting, deeds, next_message,
+                        starting_among_others):
             measure(table)
-    except Failure as failure:
+    except (Failure, RuntimeError) as failure:
         sys.exit(str(failure))
     sys.exit(0 if table.kept else 1)
 
