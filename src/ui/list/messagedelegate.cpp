@@ -153,7 +153,7 @@ void MessageDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
 {
     if (m_model.isHeading(index.row()))
         return; // the view has it drawn over all columns
-    const ShownMessage item = m_model.item(index.row());
+    const ShownMessage item = m_row ? *m_row : m_model.item(index.row());
     Row row{painter, option, item, option.rect};
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);

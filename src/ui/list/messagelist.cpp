@@ -355,9 +355,10 @@ void MessageList::drawRow(QPainter *painter, const QStyleOptionViewItem &option,
                           const QModelIndex &index) const
 {
     if (m_model.isHeading(index.row()))
-        m_delegate.paintHeading(painter, option, index.row());
-    else
-        QTreeView::drawRow(painter, option, index);
+        return m_delegate.paintHeading(painter, option, index.row());
+    m_delegate.beginRow(index.row());
+    QTreeView::drawRow(painter, option, index);
+    m_delegate.endRow();
 }
 
 /// The delegate draws the chevrons.

@@ -20,6 +20,8 @@ constexpr int kNarrowest = 24;       ///< a column cannot be made narrower
 
 void MessageList::connectHeader()
 {
+    // It would look at every row to find out whether all of a column is selected, each time it is painted.
+    header()->setSelectionModel(new QItemSelectionModel(&m_model, header()));
     header()->setSectionsMovable(true);
     header()->setFirstSectionMovable(true);
     header()->setStretchLastSection(false);

@@ -18,6 +18,7 @@ constexpr int kKeptTexts = 500; ///< several screens full
 
 /// A relay that takes long is made rarely, so that an import into a large group stays quick.
 constexpr int kRestAfterRelay = 10; ///< times what it took
+constexpr int kLongestRest = 400;   ///< milliseconds: what is new is shown within a second
 
 constexpr int kFirstOfFilter = 8;          ///< milliseconds: a small group is filtered in these
 constexpr qint64 kBetweenFilterings = 150; ///< milliseconds between two pictures of what was found
@@ -217,7 +218,7 @@ void MessageListModel::collect()
 {
     m_moved = true;
     if (!m_timer.isActive())
-        m_timer.start(int(m_relayCost) * kRestAfterRelay);
+        m_timer.start(std::min(int(m_relayCost) * kRestAfterRelay, kLongestRest));
 }
 
 void MessageListModel::collectChanged(const MessageRefs &messages)

@@ -64,8 +64,11 @@ bool TextRanks::step(int milliseconds)
     while (m_timer.isActive() && clock.elapsed() < milliseconds) {
         if (m_read < m_rows) {
             readSome(std::min(m_read + kBetweenLooks, m_rows));
-        } else if (m_merged < m_entries.size()) {
+        } else if (!m_runs.empty()) {
             mergeSome(std::min(m_merged + kBetweenLooks * 4, m_entries.size()));
+        } else if (!m_entries.empty()) { // to forget them all at once takes long
+            m_entries.erase(m_entries.end() - std::ptrdiff_t(std::min(kRun, m_entries.size())),
+                            m_entries.end());
         } else {
             m_ranks = std::move(m_next);
             stop();
