@@ -12,7 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kLongestWord = 80;
+constexpr int kLongestWord = 80; // letters, in a window that is wide enough
+constexpr int kShortestBroken = 24;
 constexpr int kMostAccents = 8;    // on one letter; a shaper of text is quadratic in them
 constexpr int kMostPictures = 400; // per first look
 constexpr int kDeepestList = 8;
@@ -111,6 +112,8 @@ Emitter::Emitter(const HtmlOptions &options, const TablePlan &plan, StyleSheet &
     : m_options(options)
     , m_plan(plan)
     , m_sheet(sheet)
+    , m_longestWord(options.width > 0 ? std::clamp(options.width / 12, kShortestBroken, kLongestWord)
+                                      : kLongestWord)
     , m_boxesLeft(plan.tablesLeft())
     , m_blocksLeft(kMostBlocks * options.effort())
     , m_itemsLeft(kMostItems * options.effort())
@@ -390,7 +393,7 @@ void Emitter::text(QStringView text)
         const bool breaks = blank || c == u'-' || c == u'/' || c == u'?' || c == u'\x200B' ||
                             c == u'\x00AD' || c.unicode() >= 0x2E80; // ideographs break anywhere
         m_word = breaks && !c.isLowSurrogate() ? 0 : m_word + 1;
-        if (m_word > kLongestWord && !c.isLowSurrogate()) {
+        if (m_word > m_longestWord && !c.isLowSurrogate()) {
             out += u'\x200B';
             m_word = 1;
         }

@@ -41,6 +41,7 @@ private:
         int lists = 0;
         double indent = 0;
         double tableWidth = 0; ///< of the table whose cells come here, when it is given
+        double cellWidths = 0; ///< of a table as wide as there is room: what its cells ask for together
         bool rows = false;     ///< between the cells of a table that is kept
     };
     struct Frame
@@ -89,6 +90,7 @@ private:
     QString m_shown; ///< the text alone, for what links show
     QSet<QString> m_listed;
     qsizetype m_pictures = 0; ///< characters of pictures in the text itself
+    int m_longestWord;        ///< letters without a place to break
     int m_boxesLeft;
     int m_blocksLeft;
     int m_itemsLeft;

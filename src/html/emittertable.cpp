@@ -11,12 +11,52 @@ namespace {
 
 constexpr int kDeepestFrame = 4; ///< each is one more table around a table
 
-bool isOnlyCell(const GumboNode *cell)
+int cellsBeside(const GumboNode *cell)
 {
     const GumboVector &siblings = cell->parent->v.element.children;
-    return std::none_of(siblings.data, siblings.data + siblings.length, [cell](void *sibling) {
+    return int(std::count_if(siblings.data, siblings.data + siblings.length, [cell](void *sibling) {
         return sibling != cell && isElement(static_cast<const GumboNode *>(sibling));
-    });
+    }));
+}
+
+bool isOnlyCell(const GumboNode *cell)
+{
+    return cellsBeside(cell) == 0;
+}
+
+/// About how many pixels the cells of @p table need at least: each as many as its longest word.
+double leastWidth(const GumboNode *table, double fontSize)
+{
+    constexpr double kLetter = 0.55; // of the size, on average
+    constexpr double kAround = 8;
+    double greatest = 0;
+    double row = 0;
+    qsizetype longest = 0;
+    walk(
+        table,
+        [&](const GumboNode *node) {
+            const GumboTag tag = tagOf(node);
+            if (tag == GUMBO_TAG_TR)
+                row = 0;
+            if (isText(node)) {
+                qsizetype word = 0;
+                for (const char *c = node->v.text.text; *c; ++c) {
+                    word =
+                        *c == ' ' || *c == '\n' || *c == '-' || *c == '/' ? 0 : word + ((*c & 0xC0) != 0x80);
+                    longest = std::max(longest, word);
+                }
+            }
+            return isElement(node) && (node == table || tag != GUMBO_TAG_TABLE);
+        },
+        [&](const GumboNode *node) {
+            const GumboTag tag = tagOf(node);
+            if (tag != GUMBO_TAG_TD && tag != GUMBO_TAG_TH)
+                return;
+            row += double(std::min<qsizetype>(longest, 80)) * fontSize * kLetter + kAround;
+            longest = 0;
+            greatest = std::max(greatest, row);
+        });
+    return greatest;
 }
 
 /// What the cells of the first row ask for in their attributes.
@@ -65,8 +105,7 @@ bool mayStayInOneLine(const GumboNode *element)
         [](const GumboNode *) {});
     const GumboTag tag = tagOf(element);
     const bool isCell = tag == GUMBO_TAG_TD || tag == GUMBO_TAG_TH;
-    const unsigned siblings = isCell ? element->parent->v.element.children.length : 0; // blanks between, too
-    return length <= kLongest && nodes < kMostNodes && siblings <= 2 * kMostCells;
+    return length <= kLongest && nodes < kMostNodes && (!isCell || cellsBeside(element) < kMostCells);
 }
 
 /// A text document draws a border around every cell of a table, where style sheets mean the table alone. So
@@ -85,7 +124,10 @@ void Emitter::openFrame(const Style &style, const QString &place, const QString 
 bool Emitter::openTable(const GumboNode *node, const Style &style)
 {
     m_word = 0;
-    if (!m_plan.keeps(node) || context().tables >= m_plan.depth() + 1) {
+    const bool fits = m_options.width <= 0 || leastWidth(node, context().fontSize) <= m_options.width;
+    if (!m_plan.keeps(node) || context().tables >= m_plan.depth() + 1 || !fits) {
+        if (!fits)
+            m_result.widest = std::max(m_result.widest, m_options.width + 1);
         context().rows = false;
         return openBlock(node, u"div", style);
     }
@@ -102,13 +144,16 @@ bool Emitter::openTable(const GumboNode *node, const Style &style)
     if (const QString width = number("border", 4, 0); width != u"0")
         give(attributes, u"border", width);
     QString place;
-    const double asked = fitted(style.width ? *style.width : widthOfCells(node));
-    if (m_options.width > 0 && asked > m_options.width) {
+    const double cells = widthOfCells(node);
+    const double asked = fitted(style.width.value_or(cells));
+    const bool isTooWide = m_options.width > 0 && asked > m_options.width;
+    if (isTooWide) {
         context().shrink *= m_options.width / asked;
         give(place, u"width", u"100%");
     } else {
         giveWidth(place, style);
     }
+    context().cellWidths = isTooWide || style.widthPercent ? std::max(cells, 1.0) : 0;
     context().tableWidth = style.width.value_or(0);
     if (attributeOf(node, "align").compare(u"center", Qt::CaseInsensitive) == 0 || style.autoMargin[Left])
         give(place, u"align", u"center");
@@ -155,7 +200,10 @@ bool Emitter::openCell(const GumboNode *node, GumboTag tag, const Style &style)
         if (const int span = TablePlan::span(node, key); span > 1)
             give(attributes, QLatin1StringView(key).toString(), QString::number(span));
     const double tableWidth = std::exchange(context().tableWidth, 0);
-    if (style.width || style.widthPercent)
+    const double allCells = std::exchange(context().cellWidths, 0);
+    if (style.width && !style.widthPercent && allCells > 1) // a text document mixes points and parts badly
+        give(attributes, u"width", rounded(std::min(100.0, 100 * *style.width / allCells)) + u'%');
+    else if (style.width || style.widthPercent)
         giveWidth(attributes, style);
     else if (tableWidth > 0 &&
              isOnlyCell(node)) // a text document asks the cells, not the table inside a table

@@ -96,6 +96,8 @@ void BodyBuilder::sanitizeAll()
         m_facts.trackers += html.trackers;
         m_facts.remoteOthers += html.remoteOthers;
         m_facts.deceptiveLinks += html.deceptiveLinks;
+        if (html.hasOwnColours)
+            m_style.marks = QColor::fromRgb(readableOn(colourOf(m_style.paperText), colourOf(paperOf(html))));
         m_html.insert(section.part, std::move(html));
     }
     m_facts.remoteImages.removeDuplicates();

@@ -57,6 +57,7 @@ BodyStyle bodyStyle(double zoom)
         style.fixedFont.setPixelSize(style.font.pixelSize());
     style.background = shownColour(Setting::ReadColourBG);
     style.text = shownColour(Setting::ReadColourFG);
+    style.marks = style.text;
     style.text2 = colour(Role::Text2);
     style.quotes = {shownColour(Setting::ReadColourQ1), shownColour(Setting::ReadColourQ2),
                     shownColour(Setting::ReadColourQ3), shownColour(Setting::ReadColourQ4)};

@@ -13,6 +13,7 @@ struct BodyStyle
     QFont fixedFont;
     QColor background;
     QColor text;
+    QColor marks; ///< before the items of lists: of the text that they belong to
     QColor text2; ///< labels and notes
     std::array<QColor, 4> quotes;
     QColor signature;

@@ -75,7 +75,7 @@ void BodyView::setColours(const BodyStyle &style)
 {
     QPalette colours; // the application's, but for what the settings say
     colours.setColor(QPalette::Base, style.background);
-    colours.setColor(QPalette::Text, style.text);
+    colours.setColor(QPalette::Text, style.marks); // what stands before the items of lists has no other
     setPalette(colours);
     m_rule = style.line;
     if (style.coloured)
@@ -179,6 +179,8 @@ void BodyView::paintBlocks(QPainter &painter, const QRectF &seen) const
     const QAbstractTextDocumentLayout *layout = document()->documentLayout();
     const int first = std::max(0, layout->hitTest(QPointF(kMargin, seen.top()), Qt::FuzzyHit));
     for (QTextBlock block = document()->findBlock(first); block.isValid(); block = block.next()) {
+        if (!block.isVisible())
+            continue;
         const QTextBlockFormat format = block.blockFormat();
         const QRectF rect = layout->blockBoundingRect(block);
         if (rect.top() > seen.bottom())
@@ -195,7 +197,9 @@ void BodyView::paintBars(QPainter &painter, const QTextBlock &block) const
 {
     const QAbstractTextDocumentLayout *layout = document()->documentLayout();
     const QRectF rect = layout->blockBoundingRect(block);
-    const QTextBlock next = block.next();
+    QTextBlock next = block.next();
+    while (next.isValid() && !next.isVisible())
+        next = next.next();
     const int shared = next.isValid() && isFromRight(next) == isFromRight(block) ? quoteLevel(next) : 0;
     const QTextLine line = block.layout()->lineCount() ? block.layout()->lineAt(0) : QTextLine();
     const double natural = line.isValid() ? line.ascent() + line.descent() : rect.height();

@@ -14,9 +14,9 @@
 
 #include <QCoreApplication>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QTextBlock>
 #include <QTextDocument>
-#include <QTextList>
 #include <QTextTable>
 
 using namespace Qt::StringLiterals;
@@ -49,6 +49,11 @@ QTextBlockFormat tinyBlock()
 }
 
 } // namespace
+
+QColor paperOf(const SafeHtml &html)
+{
+    return html.background.isEmpty() ? BodyStyle::paper() : QColor(html.background);
+}
 
 BodyWriter::BodyWriter(const QTextCursor &cursor, const BodyStyle &style, bool fresh)
     : m_cursor(cursor)
@@ -111,6 +116,8 @@ void BodyWriter::line(const TextLine &line)
         text.setForeground(m_style.quoteColour(line.quote));
     else if (m_style.coloured && line.signature)
         text.setForeground(m_style.signature);
+    else
+        text.setForeground(m_style.text);
     startBlock(block, text);
     richText(line.text, text);
 }
@@ -129,7 +136,7 @@ void BodyWriter::richText(const QString &text, const QTextCharFormat &format)
         plainUpTo(url.start);
         QTextCharFormat link = linkFormat(m_style.url, url.target);
         if (!m_style.coloured)
-            link.clearForeground();
+            link.setForeground(m_style.text);
         m_cursor.insertText(text.sliced(url.start, url.length), link);
         done = url.start + url.length;
     }
@@ -203,7 +210,7 @@ void BodyWriter::divider()
 
 void BodyWriter::html(const SafeHtml &html, int &nextFold)
 {
-    const QColor paper = html.background.isEmpty() ? BodyStyle::paper() : QColor(html.background);
+    const QColor paper = paperOf(html);
     const bool isCard = html.hasOwnColours && paper != m_style.background;
     enterFrame(isCard ? cardFormat(paper, {}) : QTextFrameFormat());
     const QColor text = html.hasOwnColours ? m_style.paperText : m_style.text;
@@ -211,20 +218,13 @@ void BodyWriter::html(const SafeHtml &html, int &nextFold)
     m_cursor.document()->setDefaultStyleSheet(
         u"body { color: %1 } a { color: %2; text-decoration: underline }"_s.arg(text.name(), link.name()));
     m_cursor.insertHtml(html.html);
-    finishHtml(m_frames.last(), isCard, nextFold);
+    finishHtml(m_frames.last(), nextFold);
     leaveFrame();
 }
 
-void BodyWriter::finishHtml(QTextFrame *frame, bool isCard, int &nextFold)
+void BodyWriter::finishHtml(QTextFrame *frame, int &nextFold)
 {
     markHtmlQuotes(frame);
-    QTextCharFormat mark;
-    mark.setForeground(m_style.paperText);
-    const QTextBlock end = m_cursor.document()->findBlock(frame->lastPosition()).next();
-    for (QTextBlock block = m_cursor.document()->findBlock(frame->firstPosition()); isCard && block != end;
-         block = block.next())
-        if (block.textList()) // what stands before an item has the colour of its block, not of its text
-            QTextCursor(block).mergeBlockCharFormat(mark);
     const QList<HtmlFold> folds = htmlFoldsOf(frame);
     for (const HtmlFold &one : folds) {
         const int level = one.first.blockFormat().intProperty(bodyformat::QuoteLevel);
@@ -262,7 +262,7 @@ void BodyWriter::field(const QString &name, const QString &value)
         return;
     startBlock(paragraph(), {});
     m_cursor.insertText(name + u"  "_s, coloured(m_style.text2));
-    m_cursor.insertText(value, {});
+    m_cursor.insertText(value, coloured(m_style.text));
 }
 
 void BodyWriter::cardTitle(const QString &title)
@@ -299,6 +299,7 @@ void BodyWriter::cardRows(const DataCard &card)
     format.setBorder(0);
     format.setCellSpacing(0);
     format.setCellPadding(2);
+    format.setLayoutDirection(QGuiApplication::layoutDirection());
     format.setLeftMargin(-2); // the letters on one edge with the title, whatever the padding
     format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::card),
                                       QTextLength(QTextLength::PercentageLength, 100)});
@@ -362,7 +363,8 @@ void BodyWriter::allHeaders(const Message &message)
         QTextCharFormat name = coloured(m_style.text2);
         table->cellAt(row, 0).firstCursorPosition().insertText(headerName(entry), name);
         table->cellAt(row, 1).firstCursorPosition().insertText(
-            harmlessLine(decodeHeaderText(unfolded(entry.value.toByteArray())), kLongestHeader));
+            harmlessLine(decodeHeaderText(unfolded(entry.value.toByteArray())), kLongestHeader),
+            coloured(m_style.text));
     }
     leaveFrame();
     divider();

@@ -11,6 +11,9 @@ class Message;
 struct DataCard;
 struct SafeHtml;
 
+/// What HTML with colours of its own lies on: its own background, or white.
+QColor paperOf(const SafeHtml &html);
+
 /// Writes the pieces of a message into its document, one behind the other from where the cursor stands.
 class BodyWriter
 {
@@ -53,7 +56,7 @@ private:
     void field(const QString &name, const QString &value);
     void cardTitle(const QString &title);
     void cardRows(const DataCard &card);
-    void finishHtml(QTextFrame *frame, bool isCard, int &nextFold);
+    void finishHtml(QTextFrame *frame, int &nextFold);
     QTextBlockFormat paragraph() const;
     QTextCharFormat coloured(const QColor &colour) const;
     QTextCharFormat linkFormat(const QColor &colour, const QString &target) const;
