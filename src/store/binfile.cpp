@@ -166,6 +166,12 @@ bool BinFile::cut(qint64 size)
     return true;
 }
 
+void BinFile::startWriting() const
+{
+    if (m_unsynced)
+        m_file.startWriting();
+}
+
 bool BinFile::sync()
 {
     if (!m_unsynced)

@@ -62,6 +62,9 @@ public:
     /// Cuts the file off at @p size bytes.
     bool cut(qint64 size);
 
+    /// Has the system begin to write what was changed; it is safe only after sync().
+    void startWriting() const;
+
     /// Forces what was appended to the disk, and the name of a file that is new.
     [[nodiscard]] bool sync();
 

@@ -106,6 +106,13 @@ bool FileHandle::cut(qint64 size) const
     return ::ftruncate(m_descriptor, size) == 0;
 }
 
+void FileHandle::startWriting() const
+{
+#ifdef SYNC_FILE_RANGE_WRITE
+    ::sync_file_range(m_descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
+#endif
+}
+
 bool FileHandle::sync() const
 {
     return ::fdatasync(m_descriptor) == 0;

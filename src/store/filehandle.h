@@ -41,6 +41,9 @@ public:
     /// Cuts the file off at @p size bytes.
     bool cut(qint64 size) const;
 
+    /// Has the system begin to write the contents, where it can be asked to, and does not wait.
+    void startWriting() const;
+
     /// Forces the contents to the disk.
     bool sync() const;
 

@@ -215,6 +215,12 @@ bool GroupFiles::sync()
     return false;
 }
 
+void GroupFiles::startWriting()
+{
+    for (auto &[number, bin] : m_bins)
+        bin.startWriting();
+}
+
 bool GroupFiles::syncBins()
 {
     return std::all_of(m_bins.begin(), m_bins.end(), [](auto &entry) { return entry.second.sync(); });

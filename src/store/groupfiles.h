@@ -106,6 +106,9 @@ public:
         return cache(bin).append(texts, textCrc);
     }
 
+    /// Has the system begin to write what was changed in the bins, so that the sync that follows is short.
+    void startWriting();
+
     /// Forces the bins alone to the disk.
     [[nodiscard]] bool syncBins();
 

@@ -15,6 +15,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kBatchBytes = 8 * 1024 * 1024; ///< what one sync makes safe
+constexpr std::size_t kBatchMessages = 1000;    ///< the same: each dirties a page of the source's bin
 constexpr qint64 kBytesBeside = 400;            ///< of a message's record, overview and cached texts
 constexpr std::size_t kLetGoTogether = 64;
 constexpr int kMostFailures = 10; ///< in a row: there is no sense in going on
@@ -71,14 +72,14 @@ void Transfer::settle()
         return;
     m_settling = true;
     if (m_phase == Phase::Copying)
-        m_phase = Phase::Securing;
+        m_phase = Phase::SyncingCopies;
     Progress progress = Progress::Working;
     while (progress == Progress::Working && m_phase != Phase::Begin)
         progress = step(1000);
     m_settling = false;
 }
 
-/// One phase, or some of it; a sync is alone in its slice.
+/// One phase, or some of it: each file is forced to the disk in a slice of its own.
 bool Transfer::advance(int milliseconds)
 {
     if (!m_source || !m_target)
@@ -86,8 +87,10 @@ bool Transfer::advance(int milliseconds)
     switch (m_phase) {
     case Phase::Begin: return begin();
     case Phase::Copying: copySome(milliseconds); return true;
+    case Phase::SyncingCopies: return syncCopies();
     case Phase::Securing: return secure();
     case Phase::LettingGo: return letGo(milliseconds);
+    case Phase::SyncingMarks: return syncMarks();
     case Phase::Ending: return endBatch();
     case Phase::Over: break;
     }
@@ -127,11 +130,14 @@ void Transfer::copySome(int milliseconds)
     bool isFull = false;
     while (m_next < m_articles.size() && !isFull && !timer.hasExpired(milliseconds)) {
         copyOne(m_articles[m_next++], copies);
-        isFull = m_batchBytes >= kBatchBytes || m_failures >= kMostFailures;
+        isFull =
+            m_batchBytes >= kBatchBytes || m_batch.size() >= kBatchMessages || m_failures >= kMostFailures;
     }
     m_target->tellOfAdded(copies);
     if (m_next == m_articles.size() || isFull)
-        m_phase = Phase::Securing;
+        m_phase = Phase::SyncingCopies;
+    else
+        m_target->files().startWriting();
 }
 
 void Transfer::copyOne(quint32 article, Articles &copies)
@@ -149,6 +155,15 @@ void Transfer::copyOne(quint32 article, Articles &copies)
     m_batch.push_back({article, copy, overview->marks(), overview->tags()});
     m_batchBytes += overview->storedLength() + kBytesBeside;
     copies.push_back(copy);
+}
+
+bool Transfer::syncCopies()
+{
+    m_phase = Phase::Securing;
+    if (m_target->files().syncBins())
+        return true;
+    takeBack();
+    return false;
 }
 
 /// Only what is safe in the target may go from the source.
@@ -194,7 +209,7 @@ bool Transfer::letGo(int milliseconds)
             return false;
     }
     if (m_nextToGo == m_batch.size())
-        m_phase = Phase::Ending;
+        m_phase = Phase::SyncingMarks;
     return true;
 }
 
@@ -208,6 +223,12 @@ void Transfer::carryOver(const OnItsWay &message)
         m_target->setMarks({message.copy}, now->marks() & ~message.marks, message.marks & ~now->marks());
     if (now->tags() != message.tags)
         m_target->setTags({message.copy}, now->tags() & ~message.tags, message.tags & ~now->tags());
+}
+
+bool Transfer::syncMarks()
+{
+    m_phase = Phase::Ending;
+    return m_source->files().syncBins();
 }
 
 bool Transfer::endBatch()

@@ -53,7 +53,7 @@ public:
     static bool finishInterrupted(GroupStore &store);
 
 private:
-    enum class Phase { Begin, Copying, Securing, LettingGo, Ending, Over };
+    enum class Phase { Begin, Copying, SyncingCopies, Securing, LettingGo, SyncingMarks, Ending, Over };
 
     struct OnItsWay
     {
@@ -67,9 +67,11 @@ private:
     bool begin();
     void copySome(int milliseconds);
     void copyOne(quint32 article, Articles &copies);
+    bool syncCopies();
     bool secure();
     bool letGo(int milliseconds);
     void carryOver(const OnItsWay &message);
+    bool syncMarks();
     bool endBatch();
     void takeBack();
 
