@@ -31,6 +31,8 @@ namespace {
 enum { SizeRole = Qt::UserRole, IconRole };
 
 constexpr int kNameColumns = 30; ///< average characters of a name at most
+constexpr int kFewColumns = 12;  ///< of a card at least
+constexpr int kNarrow = 60;      ///< columns: below, the button goes without its words
 constexpr int kMostRowsShown = 2;
 
 class CardDelegate : public QStyledItemDelegate
@@ -42,9 +44,10 @@ public:
     {
         const int name = option.fontMetrics.horizontalAdvance(index.data().toString());
         const int size = sizeMetrics().horizontalAdvance(index.data(SizeRole).toString());
-        return {2 * space::group + iconSize(IconUse::Row) + 2 * space::between + 2 +
-                    std::min(name, columnWidth(kNameColumns)) + size,
-                controlHeight()};
+        const int wanted = 2 * space::group + iconSize(IconUse::Row) + 2 * space::between + 2 +
+                           std::min(name, columnWidth(kNameColumns)) + size;
+        const int room = option.widget ? option.widget->width() - 2 * space::between - kScrollBar : wanted;
+        return {std::max(std::min(wanted, room), columnWidth(kFewColumns)), controlHeight()};
     }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
@@ -219,7 +222,10 @@ void AttachmentStrip::showAttachments(const Message &message, const QList<int> &
     for (const int part : parts)
         rows.append({part, attachmentName(message, part), attachmentIcon(message, part),
                      attachmentSize(message, part)});
-    m_saveAll->setText(rows.size() > 1 ? tr("Save all…") : tr("Save…"));
+    m_saveWords = rows.size() > 1 ? tr("Save all…") : tr("Save…");
+    m_saveAll->setAccessibleName(m_saveWords);
+    m_saveAll->setToolTip(m_saveWords);
+    fitButton();
     m_view->setAccessibleName(attachmentsInWords(rows.size()));
     m_message = message;
     m_model->setRows(std::move(rows));
@@ -238,6 +244,17 @@ bool AttachmentStrip::eventFilter(QObject *watched, QEvent *event)
         return true;
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void AttachmentStrip::fitButton()
+{
+    m_saveAll->setText(width() < columnWidth(kNarrow) ? QString() : m_saveWords);
+}
+
+void AttachmentStrip::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitButton();
 }
 
 void AttachmentStrip::changeEvent(QEvent *event)

@@ -67,10 +67,12 @@ signals:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void showMenu(const QPoint &globalPosition);
+    void fitButton();
     void addOpening(QMenu *menu, int part);
     QList<int> chosen() const;
     QList<int> all() const;
@@ -79,4 +81,5 @@ private:
     AttachmentModel *m_model;
     class AttachmentView *m_view;
     QPushButton *m_saveAll;
+    QString m_saveWords;
 };

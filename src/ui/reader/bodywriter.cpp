@@ -14,7 +14,6 @@
 
 #include <QCoreApplication>
 #include <QFontMetrics>
-#include <QGuiApplication>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextTable>
@@ -299,7 +298,6 @@ void BodyWriter::cardRows(const DataCard &card)
     format.setBorder(0);
     format.setCellSpacing(0);
     format.setCellPadding(2);
-    format.setLayoutDirection(QGuiApplication::layoutDirection());
     format.setLeftMargin(-2); // the letters on one edge with the title, whatever the padding
     format.setColumnWidthConstraints({QTextLength(QTextLength::FixedLength, widest + space::card),
                                       QTextLength(QTextLength::PercentageLength, 100)});

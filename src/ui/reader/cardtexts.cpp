@@ -62,5 +62,5 @@ QString personText(const QString &name, const QString &address)
         return isolatedName(harmlessLine(name, 200));
     if (shown.name == shown.address)
         return isolatedAddress(shown.address);
-    return isolatedName(shown.name) + u" <"_s + isolatedAddress(shown.address) + u'>';
+    return isolatedName(shown.name) + u' ' + isolatedAddress(u'<' + shown.address + u'>');
 }

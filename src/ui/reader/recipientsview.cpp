@@ -67,6 +67,7 @@ public:
         , m_width(std::max(width - kRing, columnWidth(8)))
         , m_line(m_metrics.height() + 2 * kRing)
         , m_column(kIndent)
+        , m_needsMarks(view.isRightToLeft())
     {}
 
     Layout folded()
@@ -93,6 +94,7 @@ public:
     }
 
 private:
+    QString lean(const QString &text) const { return m_needsMarks ? text : withoutIdleMarks(text); }
     int textWidth(const QString &text) const { return m_metrics.horizontalAdvance(text) + 1; }
 
     void add(Item::Kind kind, const QString &text, int field, int person, int left, int width)
@@ -132,7 +134,7 @@ private:
         const bool isWords = field.people.isEmpty();
         const bool last = isWords || person == field.people.size() - 1;
         const QString text = isWords ? field.words
-                                     : withoutIdleMarks(shortPerson(field.people[person])) +
+                                     : lean(shortPerson(field.people[person])) +
                                            (last && field.more == 0 ? QString() : u","_s);
         const int before = m_left == 0 ? 0 : person == 0 ? space::group : space::inner;
         const int label = person == 0 ? textWidth(field.label) + space::between : 0;
@@ -173,8 +175,7 @@ private:
         for (int person = 0; person < field.people.size(); ++person) {
             const Address &address = field.people[person];
             const bool last = person == field.people.size() - 1 && field.more == 0;
-            flow(Item::Person,
-                 withoutIdleMarks(personText(address.name, address.address)) + (last ? QString() : u","_s),
+            flow(Item::Person, lean(personText(address.name, address.address)) + (last ? QString() : u","_s),
                  at, person);
         }
         if (field.more > 0)
@@ -208,6 +209,7 @@ private:
     int m_top = 0;
     int m_left = 0;
     int m_column;
+    bool m_needsMarks;
     Layout m_layout;
 };
 

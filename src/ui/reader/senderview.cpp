@@ -42,14 +42,18 @@ QString SenderView::nameText() const
 {
     if (m_shown.name.isEmpty())
         return tr("Unknown sender");
-    return withoutIdleMarks(m_shown.name == m_shown.address ? isolatedAddress(m_shown.address)
-                                                            : isolatedName(m_shown.name));
+    const QString name =
+        m_shown.name == m_shown.address ? isolatedAddress(m_shown.address) : isolatedName(m_shown.name);
+    return isRightToLeft() ? name : withoutIdleMarks(name);
 }
 
 QString SenderView::addressText() const
 {
     const bool inName = m_shown.address.isEmpty() || m_shown.name == m_shown.address;
-    return inName ? QString() : withoutIdleMarks(u'<' + isolatedAddress(m_shown.address) + u'>');
+    if (inName)
+        return {};
+    const QString address = isolatedAddress(u'<' + m_shown.address + u'>');
+    return isRightToLeft() ? address : withoutIdleMarks(address);
 }
 
 QString SenderView::text() const

@@ -4,6 +4,7 @@
 
 #include <QHelpEvent>
 #include <QPainter>
+#include <QStyle>
 #include <QTextLayout>
 #include <QToolTip>
 
@@ -72,11 +73,15 @@ void SubjectLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
+    // its own direction, at the window's leading edge
+    painter.setLayoutDirection(m_text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    const Qt::Alignment edge =
+        QStyle::visualAlignment(layoutDirection(), Qt::AlignLeading) | Qt::AlignAbsolute;
     QRect place = contentsRect();
     place.setHeight(fontMetrics().height());
     const QStringList lines = linesFor(width());
     for (const QString &line : lines) {
-        painter.drawText(place, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, line);
+        painter.drawText(place, int(edge | Qt::AlignVCenter) | Qt::TextSingleLine, line);
         place.translate(0, place.height());
     }
 }

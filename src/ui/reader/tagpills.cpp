@@ -17,7 +17,7 @@ constexpr int kWidestPill = 20; ///< average characters
 
 QString restText(qsizetype count)
 {
-    return u"+%1"_s.arg(count);
+    return isolatedAddress(u"+%1"_s.arg(count));
 }
 
 } // namespace

@@ -17,7 +17,8 @@ QString harmlessLine(QStringView text, qsizetype most = 1000);
 QString isolatedAddress(const QString &text);
 QString isolatedName(const QString &text);
 
-/// @p text without those marks where all of it runs from left to right: for a text that stands by itself.
+/// @p text without those marks where all of it runs from left to right: for a text that stands by itself in a
+/// window that does, too.
 /// Many fonts lack them, and a line with another font in it has another height.
 QString withoutIdleMarks(QString text);
 
