@@ -153,9 +153,10 @@ void GroupCommands::remove(Group &group)
                          ? tr("%1 in it will be deleted for good. This cannot be undone.").arg(words)
                          : tr("It holds no messages.");
     if (extent.groups > 1) {
-        const QString below = extent.groups == 2 ? tr("the group below it")
-                                                 : tr("the %1 groups below it").arg(extent.groups - 1);
-        detail = tr("With it goes %1.").arg(below) + u' ' +
+        const QString below = extent.groups == 2
+                                  ? tr("The group below it goes too.")
+                                  : tr("The %1 groups below it go too.").arg(extent.groups - 1);
+        detail = below + u' ' +
                  (extent.messages > 0
                       ? tr("%1 in them will be deleted for good. This cannot be undone.").arg(words)
                       : tr("They hold no messages."));
