@@ -219,6 +219,10 @@ private slots:
         QTest::keyClick(&list, Qt::Key_Home);
         QCOMPARE(list.current(), box.ref(articles[3]));
         QCOMPARE(model.index(0, 0).data(Qt::AccessibleTextRole).toString(), u"Today, 5 messages"_s);
+        const QPoint heading = list.visualRect(model.index(0, 2)).center();
+        QTest::mouseClick(list.viewport(), Qt::RightButton, {}, heading);
+        QCOMPARE(list.currentIndex().row(), 1);
+        QCOMPARE(list.selectedCount(), 1);
     }
 
     void aFoldedHeadingHidesAndComesBack()

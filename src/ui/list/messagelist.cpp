@@ -409,10 +409,6 @@ bool MessageList::clickedSign(const QModelIndex &index, const QPoint &position)
         return false;
     const int place = index.row();
     const auto column = MessageColumn(index.column());
-    if (m_model.isHeading(place)) {
-        m_model.setFolded(place, !m_model.heading(place).isFolded);
-        return true;
-    }
     if (column == MessageColumn::Subject && m_model.hasAnswers(place) &&
         m_delegate.chevronRect(visualRect(index), m_model.depthAt(place), layoutDirection())
             .contains(position)) {
@@ -428,8 +424,21 @@ bool MessageList::clickedSign(const QModelIndex &index, const QPoint &position)
     return column == MessageColumn::Flag || column == MessageColumn::State;
 }
 
+/// A click on a heading folds it, whatever else is held down.
+bool MessageList::clickedHeading(const QMouseEvent &event)
+{
+    const QModelIndex index = indexAt(event.pos());
+    if (!index.isValid() || !m_model.isHeading(index.row()))
+        return false;
+    if (event.button() == Qt::LeftButton)
+        m_model.setFolded(index.row(), !m_model.heading(index.row()).isFolded);
+    return true;
+}
+
 void MessageList::mousePressEvent(QMouseEvent *event)
 {
+    if (clickedHeading(*event))
+        return;
     if (event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier &&
         clickedSign(indexAt(event->pos()), event->pos()))
         return;
@@ -438,6 +447,8 @@ void MessageList::mousePressEvent(QMouseEvent *event)
 
 void MessageList::mouseDoubleClickEvent(QMouseEvent *event)
 {
+    if (clickedHeading(*event))
+        return;
     const QModelIndex index = indexAt(event->pos());
     if (event->button() != Qt::LeftButton || !index.isValid() || clickedSign(index, event->pos()) ||
         boolSetting(Setting::IgnoreDoubleClicks))

@@ -103,6 +103,7 @@ private:
     void rememberTop();
     void restoreTop();
     void keepCurrent();
+    bool clickedHeading(const QMouseEvent &event);
     bool clickedSign(const QModelIndex &index, const QPoint &position);
     bool fold(bool open);
     bool foldHidden(bool open);

@@ -541,7 +541,7 @@ Qt::ItemFlags MessageListModel::flags(const QModelIndex &index) const
     if (!index.isValid())
         return {};
     if (isHeading(index.row()))
-        return Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
+        return Qt::ItemNeverHasChildren; // never current, never selected
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
 }
 

@@ -31,6 +31,7 @@ void TextRanks::start(const MessageRows &rows, MessageColumn column)
     m_column = column;
     m_rows = std::size_t(rows.rowCount());
     m_next.assign(m_rows, 0);
+    m_entries.reserve(m_rows); // to move the keys takes long
     m_timer.start();
 }
 
