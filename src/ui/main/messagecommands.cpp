@@ -138,24 +138,29 @@ void MessageCommands::moveTo(const MessageRefs &messages, Group &target)
     if (!any)
         return;
     m_lastTarget = target.number();
+    m_recent.note(m_lastTarget);
     takeAway(messages, [&] { m_operations.move(messages, target); });
     emit undoChanged();
 }
 
 void MessageCommands::copyTo(const MessageRefs &messages, Group &target)
 {
-    if (!messages.empty())
-        m_operations.copy(messages, target);
+    if (messages.empty())
+        return;
+    m_recent.note(target.number());
+    m_operations.copy(messages, target);
 }
 
 void MessageCommands::pick(const QString &verb, const QString &title, std::function<void(Group &)> then)
 {
     const Group *shown = m_list.messages().group();
-    askGroup(m_list.window(), groups(), {title, verb, shown ? shown->number() : 0},
-             [this, then = std::move(then)](int number) {
-                 if (Group *target = groups().group(number))
-                     then(*target);
-             });
+    GroupRequest request = {title, verb, shown ? shown->number() : 0};
+    request.recent = m_recent.numbers();
+    request.offers = takesMessages;
+    askGroup(m_list.window(), groups(), request, [this, then = std::move(then)](int number) {
+        if (Group *target = groups().group(number))
+            then(*target);
+    });
 }
 
 void MessageCommands::moveSelected()
@@ -221,37 +226,42 @@ void MessageCommands::toggleFlag()
 
 void MessageCommands::markThreadRead()
 {
-    if (m_list.currentIndex().isValid())
-        mark(m_list.messages().threadOf(m_list.currentIndex().row()), Mark::Read, true);
+    if (const int place = currentPlace(); place >= 0)
+        mark(m_list.messages().threadOf(place), Mark::Read, true);
 }
 
 void MessageCommands::toggleThread(Mark mark, Mark other)
 {
-    if (!m_list.currentIndex().isValid())
-        return;
-    const int place = m_list.currentIndex().row();
-    const bool on = !m_list.messages().overviewAt(place).has(mark);
-    m_operations.mark(m_list.messages().threadOf(place), on ? mark : Marks(), on ? other : mark);
+    if (const int place = currentPlace(); place >= 0)
+        toggle(m_list.messages().threadOf(place), mark, other);
 }
 
 void MessageCommands::toggleIgnoreSubthread()
 {
-    const MessageRefs messages = subthread();
-    if (messages.empty())
-        return;
-    const bool on = !m_list.messages().overviewAt(m_list.currentIndex().row()).has(Mark::Ignored);
-    m_operations.mark(messages, on ? Mark::Ignored : Marks(), on ? Mark::Watched : Mark::Ignored);
+    if (const int place = currentPlace(); place >= 0)
+        toggle(subthread(place), Mark::Ignored, Mark::Watched);
 }
 
-/// The current message with the answers below it.
-MessageRefs MessageCommands::subthread() const
+/// Sets @p mark in all of them when the current message lacks it, else clears it.
+void MessageCommands::toggle(const MessageRefs &messages, Mark mark, Mark other)
 {
-    if (!m_list.currentIndex().isValid())
-        return {};
+    const bool on = !m_list.messages().overviewAt(currentPlace()).has(mark);
+    m_operations.mark(messages, on ? mark : Marks(), on ? other : mark);
+}
+
+/// -1 when no message is current.
+int MessageCommands::currentPlace() const
+{
+    return m_list.current().isNull() ? -1 : m_list.messages().placeOf(m_list.current());
+}
+
+/// The message at @p first with the answers below it.
+MessageRefs MessageCommands::subthread(int first) const
+{
     const MessageListModel &model = m_list.messages();
-    const int first = m_list.currentIndex().row();
     std::vector<int> places = {first};
-    for (int place = first + 1; place < model.rowCount() && model.depthAt(place) > model.depthAt(first);
+    for (int place = first + 1;
+         place < model.rowCount() && !model.isHeading(place) && model.depthAt(place) > model.depthAt(first);
          ++place)
         places.push_back(place);
     return model.refsAt(places);
@@ -326,22 +336,20 @@ void MessageCommands::tell(const OperationResult &result)
 {
     if (result.count <= qint64(MessageOperations::kAtOnce))
         m_list.messages().settle();
-    if (result.way != OperationResult::Way::Done) {
+    const bool isNew = result.way == OperationResult::Way::Done;
+    if (!isNew && movesMessages(result.deed))
         select(result.messages);
-        if (result.way == OperationResult::Way::Undone && result.count > 0)
-            return offer(result.text, tr("Redo"), &MessageCommands::redo);
-        if (result.count == 0)
-            return m_bar.tell(MessageBar::Kind::Information, result.text);
-    }
     if (result.text.isEmpty())
         return;
-    if (!result.canUndo && result.way == OperationResult::Way::Done)
-        return m_bar.tell(result.count > 0 ? MessageBar::Kind::Good : MessageBar::Kind::Warning, result.text);
-    const bool shows =
-        result.count > 1 || result.way != OperationResult::Way::Done || movesMessages(result.deed);
-    if (shows)
-        offer(result.text, tr("Undo"), &MessageCommands::undo);
-    else if (m_bar.isVisible() && m_bar.text() == m_offered)
+    if (result.count == 0)
+        return m_bar.tell(MessageBar::Kind::Information, result.text);
+    if (result.way == OperationResult::Way::Undone)
+        return offer(result.text, tr("Redo"), &MessageCommands::redo);
+    if (isNew && !result.canUndo)
+        return m_bar.tell(MessageBar::Kind::Good, result.text);
+    if (!isNew || result.count > 1 || movesMessages(result.deed))
+        return offer(result.text, tr("Undo"), &MessageCommands::undo);
+    if (m_bar.isVisible() && m_bar.text() == m_offered)
         m_bar.hide(); // its button would take back another deed than it says
 }
 

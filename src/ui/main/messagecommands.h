@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/messageoperations.h"
+#include "ui/main/groupchoices.h"
 
 #include <QObject>
 #include <QPointer>
@@ -89,7 +90,9 @@ private:
     GroupStore &groups() const;
     Group *lastTarget() const;
     bool allHave(const MessageRefs &messages, const std::function<bool(const Overview &)> &has) const;
-    MessageRefs subthread() const;
+    void toggle(const MessageRefs &messages, Mark mark, Mark other);
+    int currentPlace() const;
+    MessageRefs subthread(int first) const;
     void takeAway(const MessageRefs &messages, const std::function<void()> &deed);
     void askBeforeLosing(const MessageRefs &lost, std::function<void()> then);
     void pick(const QString &verb, const QString &title, std::function<void(Group &)> then);
@@ -102,6 +105,7 @@ private:
     MessageList &m_list;
     MessageBoxes &m_boxes;
     AskingBar &m_bar;
-    int m_lastTarget = 0; ///< number of the group that was moved to last
-    QString m_offered;    ///< the text in the bar with which the last deed can be taken back
+    int m_lastTarget = 0;  ///< number of the group that was moved to last
+    RecentGroups m_recent; ///< what was moved or copied to, to be offered first
+    QString m_offered;     ///< the text in the bar with which the last deed can be taken back
 };
