@@ -13,20 +13,15 @@ namespace {
 constexpr int kOldestYear = 1971; ///< what is before it has most likely no date at all
 constexpr int kDaysOfAWeek = 7;
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("DateHeadings", text);
-}
-
 } // namespace
 
 DateHeadings::DateHeadings(const QDateTime &now)
     : m_day(now.date())
 {
     const QLocale locale;
-    add(m_day.addDays(1), translated(QT_TRANSLATE_NOOP("DateHeadings", "Later")));
-    add(m_day, translated(QT_TRANSLATE_NOOP("DateHeadings", "Today")));
-    add(m_day.addDays(-1), translated(QT_TRANSLATE_NOOP("DateHeadings", "Yesterday")));
+    add(m_day.addDays(1), QCoreApplication::translate("DateHeadings", "Later"));
+    add(m_day, QCoreApplication::translate("DateHeadings", "Today"));
+    add(m_day.addDays(-1), QCoreApplication::translate("DateHeadings", "Yesterday"));
     QDate last = m_day;
     for (int ago = 2; ago < kDaysOfAWeek; ++ago) {
         last = m_day.addDays(-ago);
@@ -34,13 +29,13 @@ DateHeadings::DateHeadings(const QDateTime &now)
     }
     const QDate month(m_day.year(), m_day.month(), 1);
     if (month < last)
-        add(month, translated(QT_TRANSLATE_NOOP("DateHeadings", "Earlier this month")));
+        add(month, QCoreApplication::translate("DateHeadings", "Earlier this month"));
     for (int number = m_day.month() - 1; number >= 1; --number)
         add(QDate(m_day.year(), number, 1), locale.standaloneMonthName(number));
     for (int year = m_day.year() - 1; year >= kOldestYear; --year)
         add(QDate(year, 1, 1), QString::number(year));
     m_spans.push_back(
-        {std::numeric_limits<qint64>::min(), translated(QT_TRANSLATE_NOOP("DateHeadings", "Older"))});
+        {std::numeric_limits<qint64>::min(), QCoreApplication::translate("DateHeadings", "Older")});
 }
 
 /// A span that would begin after the one before it is empty: that one holds the days already.

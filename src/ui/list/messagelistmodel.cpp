@@ -244,6 +244,7 @@ void MessageListModel::resetRows()
 {
     m_texts.clear();
     m_ranks.clear();
+    m_matches.stop(); // it knows the rows by other numbers
     m_order = MessageOrder(m_rows.get());
     relay();
     if (!m_filter.isEmpty())

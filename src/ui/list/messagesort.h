@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Qt>
+#include <QCoreApplication>
 
 #include <array>
 
@@ -17,15 +17,15 @@ struct MessageColumnRow
     bool atFirst;     ///< shown until the user chooses
 };
 constexpr std::array kMessageColumns = {
-    MessageColumnRow{"State", "mail", 0, false, true},
-    MessageColumnRow{"Flag", "flag", 0, true, true},
-    MessageColumnRow{"Subject", "", 0, false, true},
-    MessageColumnRow{"Attachments", "attach", 0, true, true},
-    MessageColumnRow{"From", "", 24, false, true},
-    MessageColumnRow{"Score", "", 9, true, true},
-    MessageColumnRow{"Date", "", 14, true, true},
-    MessageColumnRow{"Size", "", 10, true, false},
-    MessageColumnRow{"Thread", "", 9, true, false},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "State"), "mail", 0, false, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Flag"), "flag", 0, true, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Subject"), "", 0, false, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Attachments"), "attach", 0, true, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "From"), "", 24, false, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Score"), "", 9, true, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Date"), "", 14, true, true},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Size"), "", 10, true, false},
+    MessageColumnRow{QT_TRANSLATE_NOOP("MessageListModel", "Thread"), "", 14, true, false},
 };
 static_assert(kMessageColumns.size() == std::size_t(MessageColumn::Thread) + 1);
 constexpr int kMessageColumnCount = int(kMessageColumns.size());

@@ -8,17 +8,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString translated(const char *text, int number = -1)
-{
-    return QCoreApplication::translate("MessageList", text, nullptr, number);
-}
-
 QString threadColumnText(const ShownMessage &message)
 {
     if (!message.hasAnswers)
         return {};
     const QString messages = QString::number(message.thread.messages);
-    return message.thread.unread > 0 ? translated("%1, %2 new").arg(messages).arg(message.thread.unread)
+    return message.thread.unread > 0 ? QCoreApplication::translate("MessageList", "%1, %2 new")
+                                           .arg(messages)
+                                           .arg(message.thread.unread)
                                      : messages;
 }
 
@@ -26,7 +23,9 @@ QString threadColumnText(const ShownMessage &message)
 
 QString threadText(const ThreadCounts &counts)
 {
-    return counts.unread > 0 ? translated("%1 new of %2").arg(counts.unread).arg(counts.messages)
+    return counts.unread > 0 ? QCoreApplication::translate("MessageList", "%1 new of %2")
+                                   .arg(counts.unread)
+                                   .arg(counts.messages)
                              : QString::number(counts.messages);
 }
 
@@ -34,10 +33,15 @@ QString columnText(const ShownMessage &message, MessageColumn column)
 {
     const Overview &overview = message.overview;
     switch (column) {
-    case MessageColumn::State: return overview.has(Mark::Read) ? QString() : translated("Unread");
-    case MessageColumn::Flag: return overview.has(Mark::Flagged) ? translated("Flagged") : QString();
+    case MessageColumn::State:
+        return overview.has(Mark::Read) ? QString() : QCoreApplication::translate("MessageList", "Unread");
+    case MessageColumn::Flag:
+        return overview.has(Mark::Flagged) ? QCoreApplication::translate("MessageList", "Flagged")
+                                           : QString();
     case MessageColumn::Subject: return message.subject;
-    case MessageColumn::Clip: return overview.has(Mark::Attachments) ? translated("Attachments") : QString();
+    case MessageColumn::Clip:
+        return overview.has(Mark::Attachments) ? QCoreApplication::translate("MessageList", "Attachments")
+                                               : QString();
     case MessageColumn::From: return message.people;
     case MessageColumn::Score: return scoreText(overview.score());
     case MessageColumn::Date: return shortDate(overview.date());
@@ -54,13 +58,14 @@ QString spokenMessage(const ShownMessage &message)
         words.append(tag.name);
     const int answers = message.thread.messages - 1;
     if (message.hasAnswers && !message.isExpanded)
-        words.append(answers == 1 ? translated("1 answer hidden")
-                                  : translated("%1 answers hidden").arg(answers));
+        words.append(answers == 1
+                         ? QCoreApplication::translate("MessageList", "1 answer hidden")
+                         : QCoreApplication::translate("MessageList", "%1 answers hidden").arg(answers));
     return words.join(u", "_s);
 }
 
 QString spokenHeading(const ShownHeading &heading)
 {
     const QString words = heading.text + u", "_s + messagesInWords(heading.messages);
-    return heading.isFolded ? words + u", "_s + translated("folded") : words;
+    return heading.isFolded ? words + u", "_s + QCoreApplication::translate("MessageList", "folded") : words;
 }
