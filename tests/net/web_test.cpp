@@ -362,6 +362,9 @@ void WebTest::whatIsSentToAProxy()
     QCOMPARE(proxy.requests, QList<QByteArray>());
     proxy.tunnelPort = 0; // now it answers 404 to CONNECT
     QCOMPARE(fetched(web, u"https://pictures.example/x"_s, here).problem, WebProblem::ProxyRefused);
+    proxy.lay("pictures.example:443", "HTTP/1.1 200 Go on\r\n\r\nbefore anybody greeted",
+              WebServer::Then::Wait);
+    QCOMPARE(fetched(web, u"https://pictures.example/x"_s, here).problem, WebProblem::BadAnswer);
 }
 
 void WebTest::proxies_data()
