@@ -95,8 +95,25 @@ public:
         window = std::make_unique<MainWindow>(engine, looks);
         window->resize(1280, 800);
         window->show();
-        list = window->findChild<MessageList *>();
         until([] { return false; }, 200);
+    }
+
+    /// The one that is seen: there may be others behind it.
+    template <typename Widget>
+    Widget &seen() const
+    {
+        const QList<Widget *> all = window->findChildren<Widget *>();
+        for (Widget *widget : all) {
+            if (widget->isVisible())
+                return *widget;
+        }
+        qFatal("the window does not show what it should");
+    }
+    MessageList &list() const { return seen<MessageList>(); }
+    bool shows(int group) const
+    {
+        const MessageListModel &model = list().messages();
+        return model.group() && model.group()->number() == group && model.totalCount() > 0;
     }
 
     /// Lets the event loop run until @p isDone, @p milliseconds at most. False: it did not come to that.
@@ -119,7 +136,6 @@ public:
     void measure(const QByteArray &name, const std::function<void()> &deed,
                  const std::function<bool()> &isShown)
     {
-        Painted painted(list->viewport());
         QElapsedTimer timer;
         double shown = 0;
         watch.forget();
@@ -127,9 +143,9 @@ public:
         QMetaObject::invokeMethod(window.get(), deed, Qt::QueuedConnection);
         if (!until(isShown))
             qFatal("%s: that takes too long", name.constData());
-        const int before = painted.count;
-        list->viewport()->update();
-        until([&] { return painted.count > before; });
+        const Painted painted(list().viewport());
+        list().viewport()->update();
+        until([&] { return painted.count > 0; });
         shown = millisecondsOf(timer);
         until([this] { return !engine.tasks().isBusy(); });
         until([] { return false; }, 100); // what comes after it is held against it, too
@@ -142,7 +158,6 @@ public:
     StallWatch watch;
     QTimer tick;
     std::unique_ptr<MainWindow> window;
-    MessageList *list = nullptr;
 };
 
 /// The first so many messages of the list.
@@ -159,7 +174,7 @@ void select(MessageList &list, int count)
 /// Text is sorted the first time in slices, while the list stays as it was; all else at once.
 void sortByEachColumn(Program &program)
 {
-    MessageListModel &model = program.list->messages();
+    MessageListModel &model = program.list().messages();
     for (int column = 0; column < kMessageColumnCount; ++column) {
         const bool isText = isTextColumn(MessageColumn(column));
         for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
@@ -171,7 +186,7 @@ void sortByEachColumn(Program &program)
             const QByteArray name = QByteArray("sort-") + kMessageColumns[std::size_t(column)].name +
                                     (order == Qt::AscendingOrder ? "-up" : "-down");
             program.measure(
-                name, [&] { program.list->sortByColumn(column, order); }, [&] { return changed; });
+                name, [&] { program.list().sortByColumn(column, order); }, [&] { return changed; });
         }
     }
 }
@@ -179,10 +194,10 @@ void sortByEachColumn(Program &program)
 /// A key a time, as fast as the list can show what it has found.
 void narrow(Program &program)
 {
-    MessageListModel &model = program.list->messages();
+    MessageListModel &model = program.list().messages();
     auto *field = program.window->findChild<QLineEdit *>(u"quickFilterField"_s);
     if (!field)
-        field = (new QuickFilterBar(*program.list, program.window.get()))
+        field = (new QuickFilterBar(program.list(), program.window.get()))
                     ->findChild<QLineEdit *>(u"quickFilterField"_s);
     const int all = model.totalCount();
     QString typed;
@@ -200,7 +215,7 @@ void narrow(Program &program)
 
 void selectAndDelete(Program &program)
 {
-    MessageList &list = *program.list;
+    MessageList &list = program.list();
     MessageListModel &model = list.messages();
     const int all = model.totalCount();
     const auto press = [&list](Qt::Key key, Qt::KeyboardModifiers modifiers) {
@@ -222,14 +237,12 @@ void selectAndDelete(Program &program)
 
 int folder(Program &program, int group)
 {
-    MessageListModel &model = program.list->messages();
     std::printf("rss-before %.1f\n", residentMegabytes());
     program.measure(
-        "switch", [&] { program.window->selectGroup(group); },
-        [&] { return model.group() && model.group()->number() == group && model.totalCount() > 0; });
-    std::printf("rows %d\nrss %.1f\n", model.totalCount(), residentMegabytes());
+        "switch", [&] { program.window->selectGroup(group); }, [&] { return program.shows(group); });
+    std::printf("rows %d\nrss %.1f\n", program.list().messages().totalCount(), residentMegabytes());
     sortByEachColumn(program);
-    program.list->sortByColumn(int(MessageColumn::Date), Qt::DescendingOrder);
+    program.list().sortByColumn(int(MessageColumn::Date), Qt::DescendingOrder);
     narrow(program);
     selectAndDelete(program);
     std::printf("rss-at-the-end %.1f\n", residentMegabytes());
@@ -246,15 +259,15 @@ void settle()
 /// Messages one after the other from the top of the list, each by a key, until it is drawn.
 int next(Program &program, int group, int count)
 {
-    MessageList &list = *program.list;
-    MessageListModel &model = list.messages();
     program.window->selectGroup(group);
-    program.until([&] { return model.group() && model.group()->number() == group; });
+    program.until([&] { return program.shows(group); });
+    MessageList &list = program.list();
+    MessageListModel &model = list.messages();
     model.setAllExpanded(true);
     list.setCurrent(model.refAt(model.messageNear(0, 1)));
     settle();
-    auto *reader = program.window->findChild<MessageView *>();
-    Painted painted(reader->findChild<QAbstractScrollArea *>(u"body"_s)->viewport());
+    const auto &reader = program.seen<MessageView>();
+    Painted painted(reader.findChild<QAbstractScrollArea *>(u"body"_s)->viewport());
     std::vector<double> taken;
     for (int i = 1; i < std::min(count, model.shownCount()); ++i) {
         painted.count = 0;
@@ -265,7 +278,7 @@ int next(Program &program, int group, int count)
         settle();
         const bool isDrawn = program.until([&] { return painted.count > 0; }, 2000);
         taken.push_back(millisecondsOf(timer));
-        if (!isDrawn || list.current() == before || reader->isEmpty())
+        if (!isDrawn || list.current() == before || reader.isEmpty())
             qFatal("message %d is not shown", i);
     }
     std::sort(taken.begin(), taken.end());
