@@ -44,6 +44,31 @@ private slots:
         QCOMPARE(rowsOf(*tree), (QStringList{u"Mail"_s, u".Old"_s}));
     }
 
+    void whatTheEyeIsOnStaysInPlace()
+    {
+        Groups groups;
+        for (int i = 10; i < 60; ++i)
+            groups.add(groups.make(u"Group %1"_s.arg(i)));
+        groups.make(u"A read one"_s);
+        Group &other = groups.make(u"Another read one"_s);
+        const auto tree = groups.open();
+        tree->setCurrent(groups.role(GroupRole::Inbox).number());
+        tree->scrollToBottom();
+        const QModelIndex top = tree->indexAt({100, 0});
+        QVERIFY(tree->groups().groupAt(top));
+        const int number = tree->groups().groupAt(top)->number();
+        const int height = tree->visualRect(top).top();
+        const auto isThere = [&] {
+            QCoreApplication::processEvents();
+            return tree->visualRect(tree->groups().indexOf(number)).top() == height;
+        };
+        groups.add(other); // comes in above
+        QVERIFY(isThere());
+        click(*tree, kHiddenLine);
+        QVERIFY(tree->groups().showsAll());
+        QVERIFY(isThere());
+    }
+
     void currentSurvivesChanges()
     {
         Groups groups;

@@ -44,6 +44,8 @@ GroupTree::GroupTree(GroupStore &store, QWidget *parent)
 {
     setObjectName(u"groupTree"_s);
     setAccessibleName(tr("Groups"));
+    // Before the view connects itself, which forgets where its rows are.
+    connect(&m_model, &QAbstractItemModel::modelAboutToBeReset, this, &GroupTree::holdStill);
     setModel(&m_model);
     setItemDelegate(&m_delegate);
     setSurface(this, Role::Sidebar);
@@ -70,7 +72,6 @@ GroupTree::GroupTree(GroupStore &store, QWidget *parent)
     connect(&m_scrollTimer, &QTimer::timeout, this, &GroupTree::scrollUnderDrag);
     connect(&m_stillTimer, &QTimer::timeout, this, &GroupTree::standStill);
     connect(m_seek, &GroupSeek::sought, this, [this](const QString &text) { m_seek->setFound(seek(text)); });
-    connect(&m_model, &QAbstractItemModel::modelAboutToBeReset, this, &GroupTree::holdStill);
     connect(&m_model, &QAbstractItemModel::rowsAboutToBeInserted, this, &GroupTree::holdStill);
     connect(&m_model, &QAbstractItemModel::modelReset, this, &GroupTree::restore);
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &GroupTree::rowsCame);
@@ -212,24 +213,24 @@ void GroupTree::remember(const QModelIndex &index, bool collapsed)
     emit collapsedChanged();
 }
 
-/// Groups that come and go above leave what the eye is on where it is.
+/// Rows that come and go above leave what the eye is on where it is.
 void GroupTree::holdStill()
 {
     if (m_stillTimer.isActive() || !isVisible())
         return;
-    const QModelIndex current = m_model.indexOf(m_current);
-    const bool isInView = viewport()->rect().contains(visualRect(current).center());
-    m_still = current.isValid() && isInView ? current : indexAt({space::dialog, 0});
-    m_stillAt = visualRect(m_still).top();
+    QModelIndex index = m_model.indexOf(m_current);
+    if (!visualRect(index).intersects(viewport()->rect()))
+        index = indexAt({space::dialog, 0});
+    m_still = m_model.numberAt(index);
+    m_stillAt = visualRect(index).top();
     m_stillTimer.start(0);
 }
 
 void GroupTree::standStill()
 {
-    if (!m_still.isValid() || !isSeen(m_still))
-        return;
-    const int moved = visualRect(m_still).top() - m_stillAt;
-    verticalScrollBar()->setValue(verticalScrollBar()->value() + moved);
+    const QModelIndex index = m_model.indexOf(m_still);
+    if (isSeen(index))
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + visualRect(index).top() - m_stillAt);
 }
 
 bool GroupTree::isSeen(const QModelIndex &index) const

@@ -119,7 +119,7 @@ private:
     bool m_restoring = false;
     bool m_lost = false; ///< the current group is just being removed
 
-    QPersistentModelIndex m_still; ///< the row that keeps its height while others come and go
+    int m_still = 0; ///< the number of the row that stays where it is while others come and go
     int m_stillAt = 0;
     QTimer m_stillTimer;
 
