@@ -98,22 +98,26 @@ public:
         until([] { return false; }, 200);
     }
 
-    /// The one that is seen: there may be others behind it.
+    /// The one that is seen, for there may be others behind it; null when there is none.
     template <typename Widget>
-    Widget &seen() const
+    Widget *seen() const
     {
         const QList<Widget *> all = window->findChildren<Widget *>();
-        for (Widget *widget : all) {
-            if (widget->isVisible())
-                return *widget;
-        }
-        qFatal("the window does not show what it should");
+        const auto found =
+            std::find_if(all.begin(), all.end(), [](Widget *each) { return each->isVisible(); });
+        return found == all.end() ? nullptr : *found;
     }
-    MessageList &list() const { return seen<MessageList>(); }
+    MessageList &list() const
+    {
+        if (auto *list = seen<MessageList>())
+            return *list;
+        qFatal("the window shows no list");
+    }
     bool shows(int group) const
     {
-        const MessageListModel &model = list().messages();
-        return model.group() && model.group()->number() == group && model.totalCount() > 0;
+        auto *list = seen<MessageList>();
+        const Group *shown = list ? list->messages().group() : nullptr;
+        return shown && shown->number() == group && list->messages().totalCount() > 0;
     }
 
     /// Lets the event loop run until @p isDone, @p milliseconds at most. False: it did not come to that.
@@ -266,8 +270,8 @@ int next(Program &program, int group, int count)
     model.setAllExpanded(true);
     list.setCurrent(model.refAt(model.messageNear(0, 1)));
     settle();
-    const auto &reader = program.seen<MessageView>();
-    Painted painted(reader.findChild<QAbstractScrollArea *>(u"body"_s)->viewport());
+    const auto *reader = program.seen<MessageView>();
+    Painted painted(reader->findChild<QAbstractScrollArea *>(u"body"_s)->viewport());
     std::vector<double> taken;
     for (int i = 1; i < std::min(count, model.shownCount()); ++i) {
         painted.count = 0;
@@ -278,7 +282,7 @@ int next(Program &program, int group, int count)
         settle();
         const bool isDrawn = program.until([&] { return painted.count > 0; }, 2000);
         taken.push_back(millisecondsOf(timer));
-        if (!isDrawn || list.current() == before || reader.isEmpty())
+        if (!isDrawn || list.current() == before || reader->isEmpty())
             qFatal("message %d is not shown", i);
     }
     std::sort(taken.begin(), taken.end());
