@@ -63,6 +63,7 @@ private slots:
     void fetchOfChainedAndLeftOutAccounts();
     void aFullDisk();
     void textForPeople();
+    void rolesOfTheContract();
 
 private:
     bool m_inMemory = (useMemoryForFiles(), true);
@@ -416,6 +417,21 @@ void CliTest::textForPeople()
     QCOMPARE(m_program.run({u"show"_s, u"Hostile"_s, u"1"_s, u"--body"_s}).out.trimmed(),
              "1\t\\x1b[2J2\\x9b3");
     QCOMPARE(m_program.run({u"show"_s, u"Hostile"_s, u"1"_s, u"--raw"_s}).out, m_program.read(u"hostile"_s));
+}
+
+/// Scripts know seven roles; a group that the window made for another is a folder to them.
+void CliTest::rolesOfTheContract()
+{
+    Program program;
+    program.write(u"config/Groups/Index"_s, "next 9\nnumber 8\tname Archive\trole archive\nend\n");
+    QStringList roles;
+    const QList<QJsonObject> rows = program.json({u"groups"_s}).rows();
+    for (const QJsonObject &row : rows)
+        roles += row[u"name"].toString() + u'=' + row[u"role"].toString();
+    QCOMPARE(rows.size(), 8);
+    QVERIFY2(roles.contains(u"Archive="_s), qPrintable(roles.join(u' ')));
+    QVERIFY(roles.contains(u"Junk=junk"_s));
+    QVERIFY(program.read(u"config/Groups/Index"_s).contains("role archive")); // not forgotten by it
 }
 
 QTEST_GUILESS_MAIN(CliTest)
