@@ -78,6 +78,18 @@ QByteArray unlabelledCharset(const MIMEPart &part, QByteArrayView bytes)
     return charset;
 }
 
+/// At most @p most bytes, up to the end of a line or else of a character in UTF-8.
+QByteArrayView beginningOf(QByteArrayView content, qsizetype most)
+{
+    const QByteArrayView piece = content.first(most);
+    if (const qsizetype end = piece.lastIndexOf('\n'); end > most / 2)
+        return piece.first(end + 1);
+    qsizetype end = most;
+    while (end > most - 4 && end > 0 && (uchar(content[end]) & 0xC0) == 0x80)
+        --end;
+    return piece.first(end);
+}
+
 QByteArray decodeYencBlock(const MIMEPart &part, QByteArrayView content)
 {
     YencBlock block = decodeYenc(content);
@@ -183,7 +195,7 @@ QString MIMEContext::decodedText(int index) const
     return toText(part(index), decodedBytes(index));
 }
 
-QString MIMEContext::displayText(int index, const QByteArray &charset) const
+QString MIMEContext::displayText(int index, const QByteArray &charset, qsizetype most) const
 {
     const MIMEPart &text = part(index);
     std::vector<EncPart> blocks;
@@ -193,6 +205,10 @@ QString MIMEContext::displayText(int index, const QByteArray &charset) const
         block.length = part(next).length;
         blocks.push_back(std::move(block));
     }
+    const QByteArrayView raw = rawContent(index);
+    const bool isWide = text.charset.startsWith("utf-16") || text.charset.startsWith("utf-32");
+    if (blocks.empty() && most >= 0 && raw.size() > most && !isWide)
+        return toText(text, decode(text, beginningOf(raw, most)), charset);
     if (!isTextCategory(text.type) || blocks.empty())
         return toText(text, decodedBytes(index), charset);
     return toText(text, withoutBlocks(decodedBytes(index), blocks), charset);

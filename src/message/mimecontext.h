@@ -63,8 +63,9 @@ public:
     QString decodedText(int index) const;
 
     /// The same without the lines of the uuencode and yEnc blocks that are listed as attachments; in
-    /// @p charset, if it has a converter, whatever the part is labelled with.
-    QString displayText(int index, const QByteArray &charset = {}) const;
+    /// @p charset, if it has a converter, whatever the part is labelled with. @p most bounds the bytes that
+    /// are decoded of a long content; -1: all of them.
+    QString displayText(int index, const QByteArray &charset = {}, qsizetype most = -1) const;
 
     /// The bytes of a part after transfer decoding and, for a text, its text.
     struct Content

@@ -26,6 +26,10 @@ namespace {
 
 constexpr int kFirstLines = 3000; ///< written at once
 constexpr int kSliceLines = 200;
+constexpr qsizetype kFirstLetters = 40'000; ///< likewise; more than any window shows
+constexpr qsizetype kSliceLetters = 10'000;
+constexpr qsizetype kTextBytes = 1024 * 1024;     ///< of a text that are decoded for a first look
+constexpr qsizetype kHtmlBytes = 8 * 1024 * 1024; ///< pictures may stand in HTML itself
 constexpr int kMargin = 24;
 constexpr double kUsualText = 14; ///< pixels; who reads larger text reads that of newsletters larger, too
 
@@ -67,6 +71,17 @@ BodyBuilder::BodyBuilder(const Message &message, const BodyOptions &options)
     settleAttachments();
 }
 
+/// What is shown of a text, of a very long one its beginning.
+QString BodyBuilder::textOf(int part, qsizetype most)
+{
+    const MIMEContext &mime = m_message.mime();
+    const bool holdsFiles = part + 1 < mime.count() && mime.part(part + 1).parent == part;
+    if (m_options.everything || holdsFiles || mime.rawContent(part).size() <= most)
+        return mime.displayText(part, m_options.charset);
+    m_facts.truncated = true;
+    return mime.displayText(part, m_options.charset, most);
+}
+
 /// Which pictures the texts show is known only when they have been read.
 void BodyBuilder::sanitizeAll()
 {
@@ -75,7 +90,7 @@ void BodyBuilder::sanitizeAll()
         if (section.kind != BodySection::Html || m_options.plan.preferPlain)
             continue;
         m_facts.isPlain = false;
-        const QString text = m_message.mime().displayText(section.part, m_options.charset);
+        const QString text = textOf(section.part, kHtmlBytes);
         HtmlOptions options;
         options.cap = std::max<qsizetype>(left, 1);
         options.fontSize = QFontInfo(m_style.font).pixelSize();
@@ -180,8 +195,9 @@ void BodyBuilder::separate(BodyWriter &writer, int part, BodySection::Kind kind)
 void BodyBuilder::writeText(BodyWriter &writer, int part)
 {
     const MIMEPart &entry = m_message.mime().part(part);
-    const QString text = m_message.mime().displayText(part, m_options.charset);
-    if (text.trimmed().isEmpty() && m_plan.sections.size() > 1)
+    const QString text = textOf(part, kTextBytes);
+    const bool isEmpty = QStringView(text).trimmed().isEmpty();
+    if (isEmpty && m_plan.sections.size() > 1)
         return;
     separate(writer, part, BodySection::Text);
     if (entry.type == OtherTextPart && m_options.charset.isEmpty() &&
@@ -189,7 +205,7 @@ void BodyBuilder::writeText(BodyWriter &writer, int part)
         writer.note(
             translated("The character set \u201c%1\u201d is not known here. Some letters may be wrong.")
                 .arg(harmlessLine(QString::fromLatin1(entry.charset), 60)));
-    if (text.trimmed().isEmpty())
+    if (isEmpty)
         writer.note(translated("This message has no text."));
     else
         addText(writer, text, {entry.flowed, entry.delsp, entry.needsstrip});
@@ -210,7 +226,7 @@ void BodyBuilder::addText(BodyWriter &writer, QStringView text, const PlainTextO
     entry.folds = foldsOf(entry.lines);
     m_folds += int(entry.folds.size());
     m_texts.append(std::move(entry));
-    const int next = writeLines(writer, m_texts.last(), 0, kFirstLines);
+    const int next = writeLines(writer, m_texts.last(), 0, {kFirstLines, kFirstLetters});
     if (next >= m_texts.last().lines.size())
         return;
     // a cursor of its own, which what is written behind it does not move
@@ -219,14 +235,15 @@ void BodyBuilder::addText(BodyWriter &writer, QStringView text, const PlainTextO
     m_pending.append({at, int(m_texts.size()) - 1, next});
 }
 
-/// Writes about @p most lines; returns the first one that is left.
-int BodyBuilder::writeLines(BodyWriter &writer, const Text &text, int from, int most)
+/// Writes about @p most; returns the first one that is left.
+int BodyBuilder::writeLines(BodyWriter &writer, const Text &text, int from, Amount most)
 {
     auto fold = std::find_if(text.folds.begin(), text.folds.end(),
                              [from](const QuoteFold &one) { return one.first >= from; });
     int at = from;
-    for (; at < text.lines.size() && most > 0; --most) {
+    for (; at < text.lines.size() && most.lines > 0 && most.letters > 0; --most.lines) {
         if (fold == text.folds.end() || at != fold->first) {
+            most.letters -= text.lines[at].text.size();
             writer.line(text.lines[at++]);
             continue;
         }
@@ -249,7 +266,7 @@ bool BodyBuilder::writeMore()
     cursor.setKeepPositionOnInsert(false);
     cursor.beginEditBlock();
     BodyWriter writer(cursor, m_style, false);
-    pending.next = writeLines(writer, text, pending.next, kSliceLines);
+    pending.next = writeLines(writer, text, pending.next, {kSliceLines, kSliceLetters});
     cursor.endEditBlock();
     pending.at.setPosition(writer.cursor().position());
     if (pending.next >= text.lines.size())
@@ -261,7 +278,7 @@ void BodyBuilder::writeHtml(BodyWriter &writer, int part)
 {
     separate(writer, part, BodySection::Html);
     if (m_options.plan.preferPlain)
-        return addText(writer, htmlToText(m_message.mime().displayText(part, m_options.charset)), {});
+        return addText(writer, htmlToText(textOf(part, kHtmlBytes)), {});
     const SafeHtml &html = m_html[part];
     if (html.html.isEmpty())
         writer.note(translated("This message has no text."));

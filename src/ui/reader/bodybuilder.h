@@ -93,7 +93,13 @@ private:
     bool writeCards(BodyWriter &writer, int part);
     void writeEnclosed(BodyWriter &writer, int part);
     void addText(BodyWriter &writer, QStringView text, const PlainTextOptions &options);
-    int writeLines(BodyWriter &writer, const Text &text, int from, int most);
+    struct Amount
+    {
+        int lines;
+        qsizetype letters;
+    };
+    int writeLines(BodyWriter &writer, const Text &text, int from, Amount most);
+    QString textOf(int part, qsizetype most);
     void separate(BodyWriter &writer, int part, BodySection::Kind kind);
     void sanitizeAll();
     void settleAttachments();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kMostParts = 50;                 ///< that are looked at
 constexpr qsizetype kTail = 1024 * 1024;       ///< of a multipart, where its last boundary is looked for
-constexpr qsizetype kReadThrough = 256 * 1024; ///< of a text
+constexpr qsizetype kReadThrough = 256 * 1024; ///< of all texts
 constexpr qsizetype kLongestCharset = 60;
 constexpr qsizetype kLongestName = 80;
 
@@ -47,7 +47,7 @@ public:
 
     QStringList run()
     {
-        if (m_message.text().trimmed().isEmpty())
+        if (QByteArrayView(m_message.text()).trimmed().isEmpty())
             return {translated("The message is empty.")};
         structure();
         const int parts = std::min(m_mime.count(), kMostParts);
@@ -125,8 +125,9 @@ private:
         if (entry.type == OtherTextPart && isText && !hasConverter(entry.charset))
             return add(translated("Its character set “%1” is not known.").arg(quoted(entry.charset)));
         const QByteArrayView raw = m_mime.rawContent(part);
-        if (raw.size() > kReadThrough)
+        if (raw.size() > m_left)
             return;
+        m_left -= raw.size();
         const QByteArray bytes = m_mime.decodedBytes(part);
         const bool isAscii = std::all_of(bytes.begin(), bytes.end(), [](char c) { return uchar(c) < 0x80; });
         if (entry.labelled) {
@@ -161,6 +162,7 @@ private:
     const MIMEContext &m_mime;
     const QByteArray &m_charset;
     QStringList m_faults;
+    qsizetype m_left = kReadThrough;
 };
 
 } // namespace
