@@ -376,6 +376,8 @@ void ReaderPartsTest::commands_data()
     QTest::newRow("an address") << u"view --new %U"_s
                                 << QStringList{u"view"_s, u"--new"_s,
                                                u"file:///tmp/a%20b;rm%20%22x%22.txt"_s};
+    QTest::newRow("a file within a word")
+        << u"view --open=%f"_s << QStringList{u"view"_s, u"--open="_s + path};
     QTest::newRow("no code") << u"view"_s << QStringList{u"view"_s, path};
     QTest::newRow("quotes and codes of other kinds")
         << u"\"my \\\"view\\$\" %i %c -x%% %k %F"_s << QStringList{u"my \"view$"_s, u"V"_s, u"-x%"_s, path};

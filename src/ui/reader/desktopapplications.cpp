@@ -177,6 +177,10 @@ QStringList commandFor(const DesktopApplication &application, const QString &pat
         } else if (word == u"%u" || word == u"%U") {
             command.append(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded));
             given = true;
+        } else if (word.contains(u"=%f") || word.contains(u"=%u")) { // "--open=%f"
+            const QString url = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+            command.append(word.first(word.indexOf(u"=%") + 1) + (word.contains(u"=%f") ? path : url));
+            given = true;
         } else if (word == u"%c") {
             command.append(application.name);
         } else if (word.size() != 2 || word[0] != u'%') { // the other codes are for what we do not have
