@@ -29,7 +29,7 @@ constexpr int kSliceLines = 200;
 constexpr qsizetype kFirstLetters = 40'000; ///< likewise; more than any window shows
 constexpr qsizetype kSliceLetters = 10'000;
 constexpr qsizetype kTextBytes = 1024 * 1024;     ///< of a text that are decoded for a first look
-constexpr qsizetype kHtmlBytes = 8 * 1024 * 1024; ///< pictures may stand in HTML itself
+constexpr qsizetype kHtmlBytes = 3 * 1024 * 1024; ///< pictures may stand in HTML itself
 constexpr int kMargin = 24;
 constexpr double kUsualText = 14; ///< pixels; who reads larger text reads that of newsletters larger, too
 
