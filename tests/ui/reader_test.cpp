@@ -107,8 +107,6 @@ private slots:
     void boundedWork();
     void showAll();
     void actions();
-    void actionsOfAWindow();
-    void choosesACharset();
     void source();
     void looksChange();
 
@@ -521,53 +519,6 @@ void ReaderTest::actions()
     m_view->perform(ReaderAction::ZoomReset);
     QCOMPARE(body()->document()->defaultFont().pointSizeF(), before);
     QVERIFY(!m_view->pageDown()); // it is all in view
-}
-
-void ReaderTest::actionsOfAWindow()
-{
-    QWidget window;
-    ActionRegistry registry(&window);
-    ReaderActions actions(registry);
-    MessageView other;
-    QVERIFY(!actions[ReaderAction::Find]->isEnabled());
-    actions.setReader(m_view.get());
-    m_view->showMessage(Message(mail("multipart/mixed; boundary=b", "--b\n\nplain\n--b--\n")));
-    QVERIFY(actions[ReaderAction::Find]->isEnabled());
-    QVERIFY(!actions[ReaderAction::SaveAttachments]->isEnabled());
-    QVERIFY(!actions[ReaderAction::PlainText]->isEnabled());
-    registry.find(u"reader.all-headers")->trigger();
-    QVERIFY(text().contains(u"MIME-Version"_s));
-    QVERIFY(m_view->isChecked(ReaderAction::AllHeaders));
-    actions.setReader(&other); // shows nothing
-    QVERIFY(!actions[ReaderAction::AllHeaders]->isEnabled() &&
-            !actions[ReaderAction::AllHeaders]->isChecked());
-    actions.setReader(m_view.get());
-    QVERIFY(actions[ReaderAction::AllHeaders]->isChecked());
-    m_view->showMessage(
-        Message(mail("multipart/mixed; boundary=b", "--b\n\nx\n" + attached("a.bin", "x") + "--b--\n")));
-    QVERIFY(actions[ReaderAction::SaveAttachments]->isEnabled());
-    QVERIFY(!actions[ReaderAction::ShowRemote]->isEnabled());
-    m_view.reset();
-    QCOMPARE(actions.have(), 0U);
-}
-
-void ReaderTest::choosesACharset()
-{
-    QWidget window;
-    ActionRegistry registry(&window);
-    ReaderActions actions(registry);
-    actions.setReader(m_view.get());
-    const Message message(mail("text/plain; charset=iso-8859-1", "\xD0\xD2\xC9\xD7\xC5\xD4\n"));
-    m_view->showMessage(message);
-    emit actions.charsetMenu()->aboutToShow();
-    const QList<QAction *> sets = actions.charsetMenu()->actions();
-    const auto set = std::find_if(sets.begin(), sets.end(),
-                                  [](const QAction *each) { return each->text().contains(u"KOI8-R"); });
-    QVERIFY(set != sets.end());
-    (*set)->trigger();
-    QCOMPARE(text(), u"привет"_s);
-    m_view->showMessage(message); // chosen for that once
-    QCOMPARE(text(), u"\u00D0\u00D2\u00C9\u00D7\u00C5\u00D4"_s);
 }
 
 void ReaderTest::source()

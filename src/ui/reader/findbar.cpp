@@ -134,6 +134,7 @@ void FindBar::find(QTextDocument::FindFlags flags)
     }
     if (!found.isNull())
         m_target.setCursor(found);
+    showCount();
 }
 
 void FindBar::markAll()
@@ -149,16 +150,31 @@ void FindBar::markAll()
             places.append(place);
         }
     }
-    const int count = int(places.size());
-    if (text.isEmpty())
+    m_starts.clear();
+    for (const QTextCursor &place : std::as_const(places))
+        m_starts.append(place.selectionStart());
+    m_target.mark(places);
+    showCount();
+}
+
+/// Which place of how many has the cursor.
+void FindBar::showCount()
+{
+    const int count = int(m_starts.size());
+    const QTextCursor cursor = m_target.cursor();
+    const auto at = std::lower_bound(m_starts.cbegin(), m_starts.cend(), cursor.selectionStart());
+    const bool isThere = cursor.hasSelection() && at != m_starts.cend() && *at == cursor.selectionStart();
+    if (m_field->text().isEmpty())
         m_count->clear();
     else if (count == 0)
         m_count->setText(tr("Not found"));
     else if (count > kMostMarks)
         m_count->setText(tr("More than %1 places").arg(QLocale().toString(kMostMarks)));
+    else if (isThere)
+        m_count->setText(
+            tr("%1 of %2").arg(QLocale().toString(at - m_starts.cbegin() + 1), QLocale().toString(count)));
     else
         m_count->setText(count == 1 ? tr("1 place") : tr("%1 places").arg(QLocale().toString(count)));
-    m_target.mark(places);
 }
 
 void FindBar::keyPressEvent(QKeyEvent *event)

@@ -55,8 +55,10 @@ private:
     void find(QTextDocument::FindFlags flags);
     void changed(const QString &text);
     void markAll();
+    void showCount();
 
     Target m_target;
     SearchField *m_field;
     QLabel *m_count;
+    QList<int> m_starts; ///< of the places that were found, in order
 };
