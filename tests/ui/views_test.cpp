@@ -27,9 +27,8 @@ private slots:
             Views views;
             views.setGroup(12, view);
             views.setLayout(PaneLayout::Wide);
-            views.setShowsReader(false);
+            views.setSingleKeysAct(false);
             views.setCollapsed({3, 4});
-            views.setLastGroup(12);
             QVERIFY(views.save());
         }
         Views views;
@@ -37,17 +36,16 @@ private slots:
         QCOMPARE(views.group(12), view);
         QCOMPARE(views.group(13), GroupView());
         QCOMPARE(views.layout(), PaneLayout::Wide);
-        QVERIFY(!views.showsReader());
+        QVERIFY(!views.singleKeysAct());
         QCOMPARE(views.collapsed(), (QList<int>{3, 4}));
-        QCOMPARE(views.lastGroup(), 12);
     }
 
     void nonsenseInTheViewsFileHidesNothing()
     {
         Scratch scratch;
-        const QByteArray file =
-            "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 0 0 0\norder 6 6 -1 99 0\n"
-            "end\n";
+        const QByteArray file = "layout sideways\ngroup 5\nsort 99 1 1\nwidths -5 999999 x\nshown 0 0 0 0 0 "
+                                "0 0 0\norder 6 6 -1 99 0\n"
+                                "end\n";
         QDir().mkpath(configDirectory());
         QFile out(configPathOf(u"Views"_s));
         QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size());

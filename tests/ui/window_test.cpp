@@ -1,18 +1,19 @@
-#include "engine/engine.h"
+#include "windowprogram.h"
+
 #include "message/message.h"
 #include "support/mail.h"
 #include "support/scratch.h"
+#include "ui/list/messagelist.h"
+#include "ui/look/askingbar.h"
 #include "ui/look/looks.h"
-#include "ui/tree/grouptree.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messageboxes.h"
-#include "ui/list/messagelist.h"
 #include "ui/main/panes.h"
 #include "ui/main/statusline.h"
 #include "ui/main/welcome.h"
-#include "ui/look/askingbar.h"
 #include "ui/reader/messageview.h"
+#include "ui/tree/grouptree.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -30,92 +31,6 @@
 #include <set>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// A program with three unread messages in its inbox, newest first "Third", "Second", "First".
-class Program
-{
-public:
-    explicit Program(bool withMail = true)
-    {
-        if (!engine.load())
-            qFatal("the engine does not load");
-        looks.start();
-        for (const char *subject : {"First", "Second", "Third"}) {
-            if (withMail)
-                articles.push_back(add(inbox(), subject));
-        }
-        if (!inbox().flush())
-            qFatal("the inbox cannot be written");
-    }
-
-    quint32 add(Group &group, const QByteArray &subject)
-    {
-        const QByteArray hour = QByteArray::number(int(10 + articles.size()));
-        QByteArray text = mailText(subject + "@example.org", subject);
-        text.replace("10:00:00", hour + ":00:00");
-        return engine.groups().add(group, Message(text), {}, 0, 1795176000);
-    }
-
-    Group &inbox() { return *group(GroupRole::Inbox); }
-    Group *group(GroupRole role) { return engine.groups().group(role); }
-
-    void open()
-    {
-        window.reset();
-        window = std::make_unique<MainWindow>(engine, looks);
-        window->show();
-        list = window->findChild<MessageList *>();
-        readTimer = window->findChild<QTimer *>(u"readTimer"_s);
-        QVERIFY(QTest::qWaitForWindowActive(window.get()));
-    }
-
-    void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        QWidget *focus = QApplication::focusWidget();
-        QTest::keyClick(focus ? focus : window.get(), Qt::Key(key), modifiers);
-    }
-
-    bool has(quint32 article, Mark mark) { return inbox().overview(article)->has(mark); }
-
-    /// The box that is open, when there is one within a moment.
-    QMessageBox *box()
-    {
-        return QTest::qWaitFor([this] { return window->boxes().openBox() != nullptr; })
-                   ? window->boxes().openBox()
-                   : nullptr;
-    }
-    void answer(const QString &button)
-    {
-        QMessageBox *open = box();
-        QVERIFY(open);
-        for (QAbstractButton *candidate : open->buttons()) {
-            if (candidate->text().remove(u'&') == button) {
-                candidate->click();
-                window->activateWindow(); // no window manager does it here
-                return;
-            }
-        }
-        QFAIL(qPrintable(u"there is no button “%1”"_s.arg(button)));
-    }
-
-    QString bar() const
-    {
-        const MessageBar &bar = window->findChild<ListPane *>()->bar();
-        return bar.isVisibleTo(window.get()) ? bar.text() : QString();
-    }
-
-    Scratch scratch;
-    Engine engine;
-    Looks looks;
-    Articles articles;
-    std::unique_ptr<MainWindow> window;
-    MessageList *list = nullptr;
-    QTimer *readTimer = nullptr;
-};
-
-} // namespace
 
 class WindowTest : public QObject
 {
@@ -246,6 +161,7 @@ private slots:
         QVERIFY(program.engine.tasks().isBusy());
         QTRY_COMPARE(program.group(GroupRole::WasteBasket)->counts().total, 63U);
         QTRY_COMPARE(program.list->messages().totalCount(), 0);
+        QTRY_VERIFY(program.window->actions().find(u"edit.undo")->isEnabled());
         program.key(Qt::Key_Z, Qt::ControlModifier);
         QTRY_COMPARE(program.inbox().counts().total, 63U);
     }
@@ -455,7 +371,8 @@ private slots:
         Program program;
         program.open();
         QSet<QKeySequence> keys;
-        for (const QAction *action : program.window->actions()) {
+        for (const ActionRegistry::Entry &entry : program.window->actions().entries()) {
+            const QAction *action = entry.action;
             for (const QKeySequence &key : action->shortcuts()) {
                 QVERIFY2(!keys.contains(key), qPrintable(key.toString()));
                 keys.insert(key);
@@ -486,7 +403,7 @@ private slots:
                 opened = widget;
         }
         QVERIFY(opened);
-        QCOMPARE(opened->windowTitle(), u"Out of a file"_s);
+        QCOMPARE(opened->windowTitle(), u"Out of a file - Velmar"_s);
         QVERIFY(!program.window->openMessageFile(program.scratch.path(u"none.eml"_s)));
         program.answer(u"OK"_s);
         QVERIFY(!program.window->openMessageFile(u"/dev/zero"_s));

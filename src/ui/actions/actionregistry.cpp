@@ -26,7 +26,10 @@ QAction *ActionRegistry::add(const ActionRow &row, const char *context)
     action->setMenuRole(QAction::NoRole);
     m_entries.push_back({action, &row});
     setKeys(m_entries.back());
-    m_window->addAction(action);
+    if (row.traits & ActionRow::Local)
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    else
+        m_window->addAction(action);
     return action;
 }
 

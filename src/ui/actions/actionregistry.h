@@ -16,6 +16,7 @@ struct ActionRow
         Checks = 1,    ///< is on or off
         Separates = 2, ///< a line stands before it in its menu
         Hidden = 4,    ///< works by its keys and is in no list for people: a twin of something that is
+        Local = 8,     ///< its keys work only in the widgets that the window adds it to
     };
 
     const char *name;    ///< "message.archive": unique in its window and never changed, keys are kept by it

@@ -7,12 +7,13 @@
 #include <QPainter>
 #include <QToolBar>
 
-LinedBar::LinedBar(QToolBar *bar, QWidget *parent)
-    : QWidget(parent)
+LinedBar::LinedBar(QToolBar *bar, QWidget *end)
 {
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(space::between, space::inner, space::between, space::inner + 1);
     layout->addWidget(bar);
+    if (end)
+        layout->addWidget(end, 1);
 }
 
 void LinedBar::paintEvent(QPaintEvent *)

@@ -10,8 +10,8 @@ class LinedBar : public QWidget
     Q_OBJECT
 
 public:
-    /// Takes @p bar over.
-    explicit LinedBar(QToolBar *bar, QWidget *parent = nullptr);
+    /// Takes @p bar over, and what stands at its far end, which has all the room that the bar leaves.
+    explicit LinedBar(QToolBar *bar, QWidget *end = nullptr);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -1,6 +1,10 @@
 #include "ui/main/listpane.h"
 
 #include "config/settings.h"
+#include "store/messagerows.h"
+#include "ui/list/messagelist.h"
+#include "ui/list/quickfilterbar.h"
+#include "ui/look/askingbar.h"
 #include "ui/look/colours.h"
 #include "ui/look/emptystate.h"
 #include "ui/look/icons.h"
@@ -10,9 +14,6 @@
 #include "ui/main/lettersbar.h"
 #include "ui/main/linedbar.h"
 #include "ui/main/mainactions.h"
-#include "ui/list/messagelist.h"
-#include "ui/main/welcome.h"
-#include "ui/look/askingbar.h"
 
 #include <QMenu>
 #include <QStackedLayout>
@@ -29,11 +30,10 @@ constexpr int kTwoLinesBelow = 60; ///< characters
 ListPane::ListPane(const MainActions &actions, QMenu *viewMenu, QWidget *parent)
     : QWidget(parent)
     , m_tools(newToolBar(this))
-    , m_toolBox(new LinedBar(m_tools))
     , m_bar(new AskingBar)
     , m_list(new MessageList)
+    , m_filter(new QuickFilterBar(*m_list))
     , m_empty(new EmptyState)
-    , m_welcome(new Welcome)
     , m_stack(new QStackedLayout)
 {
     setObjectName(u"listPane"_s);
@@ -46,13 +46,19 @@ ListPane::ListPane(const MainActions &actions, QMenu *viewMenu, QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(m_toolBox);
+    layout->addWidget(new LinedBar(m_tools, m_filter));
     layout->addLayout(barBox);
     layout->addLayout(m_stack, 1);
     m_stack->addWidget(m_list);
     m_stack->addWidget(m_empty);
-    m_stack->addWidget(m_welcome);
-    connect(m_empty, &EmptyState::buttonClicked, this, &ListPane::emptyButtonClicked);
+    connect(m_empty, &EmptyState::buttonClicked, this, [this] {
+        if (isFilteredAway())
+            m_filter->clear();
+        else
+            emit emptyButtonClicked();
+    });
+    for (const auto signal : {&MessageListModel::filterChanged, &MessageListModel::filterEnded})
+        connect(&m_list->messages(), signal, this, &ListPane::updateEmptyState);
     connect(&m_list->messages(), &MessageListModel::relaid, this, &ListPane::updateEmptyState);
     updateEmptyState();
 }
@@ -68,9 +74,9 @@ void ListPane::createBar(const MainActions &actions, QMenu *viewMenu)
             }
             return false;
         }
-        QToolButton *view = newToolButton(u"view"_s, u"View"_s, m_tools);
+        QToolButton *view = newToolButton(u"view"_s, tr("View"), m_tools);
         view->setIconSize({iconSize(IconUse::Bar), iconSize(IconUse::Bar)});
-        view->setToolTip(u"Layout, threads, look"_s);
+        view->setToolTip(tr("Layout, threads, look"));
         view->setMenu(viewMenu);
         view->setPopupMode(QToolButton::InstantPopup);
         m_tools->addWidget(view);
@@ -78,49 +84,72 @@ void ListPane::createBar(const MainActions &actions, QMenu *viewMenu)
     });
 }
 
-void ListPane::setGroup(Group *group, const GroupView &view)
+void ListPane::setSource(std::unique_ptr<MessageRows> rows, const QString &title, const GroupView &view)
 {
+    m_title = title;
     m_bar->hide();
-    m_list->setGroup(group, view);
+    m_list->setAccessibleName(tr("Messages in %1").arg(title));
+    m_list->setSource(std::move(rows), view);
     updateEmptyState();
-}
-
-void ListPane::showWelcome(bool shows)
-{
-    m_toolBox->setVisible(!shows);
-    if (shows)
-        show(m_welcome);
-    else if (showsWelcome())
-        show(m_list);
-    updateEmptyState();
-}
-
-bool ListPane::showsWelcome() const
-{
-    return m_stack->currentWidget() == m_welcome;
 }
 
 void ListPane::updateEmptyState()
 {
-    if (showsWelcome())
-        return;
     const MessageListModel &model = m_list->messages();
-    const Group *group = model.group();
-    if (model.rowCount() > 0) {
+    if (model.rowCount() > 0 || model.isFiltering()) {
         show(m_list);
         return;
     }
-    if (!group)
-        m_empty->setTexts(u"No group chosen"_s, u"Choose one in the tree on the left."_s);
-    else if (group->needsRepair())
-        m_empty->setTexts(u"This group is damaged"_s,
-                          u"Its messages are safe; the list of them is built anew."_s, u"Repair group"_s);
-    else if (group->role() != GroupRole::None && group->role() != GroupRole::Inbox)
-        m_empty->setTexts(u"No messages here"_s, u"What belongs here comes by itself."_s);
+    if (isFilteredAway())
+        m_empty->setTexts(tr("Nothing matches"), filterInWords(), tr("Clear filter"));
+    else if (!model.source())
+        m_empty->setTexts(tr("No group chosen"), tr("Choose one in the tree on the left."));
+    else if (model.group())
+        describeEmptyGroup();
     else
-        m_empty->setTexts(u"No messages here"_s, u"Drag messages to this group or import some."_s,
-                          u"Import files…"_s);
+        m_empty->setTexts(tr("Nothing is flagged"),
+                          tr("Press S to flag a message; all of them are listed here."));
     show(m_empty);
+}
+
+/// Whether there are messages, but none that the filter lets through.
+bool ListPane::isFilteredAway() const
+{
+    const MessageListModel &model = m_list->messages();
+    return !model.filter().isEmpty() && model.totalCount() > 0 && model.rowCount() == 0;
+}
+
+QString ListPane::filterInWords() const
+{
+    const ListFilter &filter = m_list->messages().filter();
+    QStringList words;
+    if (filter.unread)
+        words.append(tr("is unread"));
+    if (filter.flagged)
+        words.append(tr("is flagged"));
+    if (filter.attachments)
+        words.append(tr("has attachments"));
+    if (const QString text = filter.text.trimmed(); !text.isEmpty())
+        words.append(tr("has “%1” in its subject or among its people").arg(text));
+    return tr("No message in %1 %2.").arg(m_title, words.join(tr(" and ")));
+}
+
+void ListPane::openFilter()
+{
+    m_filter->focusField();
+}
+
+void ListPane::describeEmptyGroup()
+{
+    const Group *group = m_list->messages().group();
+    if (group->needsRepair())
+        m_empty->setTexts(tr("This group is damaged"),
+                          tr("Its messages are safe; the list of them is built anew."), tr("Repair group"));
+    else if (group->role() != GroupRole::None && group->role() != GroupRole::Inbox)
+        m_empty->setTexts(tr("No messages here"), tr("What belongs here comes by itself."));
+    else
+        m_empty->setTexts(tr("No messages here"), tr("Drag messages to this group or import some."),
+                          tr("Import files…"));
 }
 
 /// The focus goes with what is shown, and is the list's again afterwards.

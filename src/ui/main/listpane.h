@@ -2,15 +2,17 @@
 
 #include <QWidget>
 
-class EmptyState;
-class Group;
-class MainActions;
+#include <memory>
+
 class AskingBar;
+class EmptyState;
+class MainActions;
 class MessageList;
+class MessageRows;
+class QuickFilterBar;
 class QMenu;
 class QStackedLayout;
 class QToolBar;
-class Welcome;
 struct GroupView;
 
 /// The list of a group with its bar above it, and what stands there when there is nothing to list.
@@ -23,13 +25,14 @@ public:
 
     MessageList &list() const { return *m_list; }
     AskingBar &bar() const { return *m_bar; }
-    Welcome &welcome() const { return *m_welcome; }
 
-    void setGroup(Group *group, const GroupView &view);
+    /// Shows @p rows, null for nothing, in the manner of @p view; @p title is what they are called.
+    void setSource(std::unique_ptr<MessageRows> rows, const QString &title, const GroupView &view);
 
-    /// In the place of everything else in the window's right half.
-    void showWelcome(bool shows);
-    bool showsWelcome() const;
+    /// The keyboard goes where the list is narrowed by typing.
+    void openFilter();
+
+    QuickFilterBar &filter() const { return *m_filter; }
 
 signals:
     void emptyButtonClicked();
@@ -44,12 +47,15 @@ private:
     void show(QWidget *page);
     using QWidget::show;
     void updateEmptyState();
+    void describeEmptyGroup();
+    bool isFilteredAway() const;
+    QString filterInWords() const;
 
+    QString m_title;
     QToolBar *m_tools;
-    QWidget *m_toolBox;
     AskingBar *m_bar;
     MessageList *m_list;
+    QuickFilterBar *m_filter;
     EmptyState *m_empty;
-    Welcome *m_welcome;
     QStackedLayout *m_stack;
 };

@@ -1,86 +1,142 @@
 #include "ui/main/mainactions.h"
 
-#include "ui/look/icons.h"
-
+#include <QAction>
 #include <QActionGroup>
+#include <QCoreApplication>
 #include <QMenu>
 #include <QWidget>
 
 #include <algorithm>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
-enum Trait : unsigned {
-    Plain = 0,
-    Checks = 1,
-    Separates = 2, ///< a line stands before it in its menu
-};
+constexpr char kContext[] = "MainActions";
+constexpr unsigned kChecks = ActionRow::Checks;
+constexpr unsigned kSeparates = ActionRow::Separates;
 
 struct ActRow
 {
     Act act;
-    const char *text;
-    const char *icon;
-    const char *keys; ///< several separated by blanks
-    unsigned traits = Plain;
+    ActionRow row;
 };
 
+#define TEXT(words) QT_TRANSLATE_NOOP("MainActions", words)
+
 constexpr std::array kActs = {
-    ActRow{Act::NewGroup, "&New group…", "folder", ""},
-    ActRow{Act::RenameGroup, "&Rename group…", "", "F2"},
-    ActRow{Act::RemoveGroup, "Remo&ve group…", "", ""},
-    ActRow{Act::ImportFiles, "&Import files…", "import", "", Separates},
-    ActRow{Act::ImportFolder, "Import &folder…", "", ""},
-    ActRow{Act::ExportGroup, "&Export group…", "", ""},
-    ActRow{Act::SaveAs, "Save &message as…", "save", "Ctrl+S", Separates},
-    ActRow{Act::Quit, "&Quit", "", "Ctrl+Q", Separates},
-    ActRow{Act::Undo, "&Undo", "undo", "Ctrl+Z"},
-    ActRow{Act::Delete, "&Delete", "delete", "Del", Separates},
-    ActRow{Act::DeleteForGood, "Delete for &good…", "", "Shift+Del"},
-    ActRow{Act::SelectAllMessages, "Select &all messages", "", "Ctrl+Shift+A", Separates},
-    ActRow{Act::SelectThread, "Select &thread", "", "Ctrl+Shift+X"},
-    ActRow{Act::Classic, "&Classic layout", "", "", Checks},
-    ActRow{Act::Vertical, "&Vertical layout", "", "", Checks},
-    ActRow{Act::Wide, "&Wide layout", "", "", Checks},
-    ActRow{Act::ReaderPane, "&Message pane", "", "F8", Checks | Separates},
-    ActRow{Act::Threads, "&Threads", "thread", "Ctrl+T", Checks | Separates},
-    ActRow{Act::ExpandAll, "&Expand all threads", "", "*"},
-    ActRow{Act::CollapseAll, "C&ollapse all threads", "", "\\"},
-    ActRow{Act::LookDesktop, "As the deskto&p", "", "", Checks | Separates},
-    ActRow{Act::LookLight, "&Light", "", "", Checks},
-    ActRow{Act::LookDark, "&Dark", "", "", Checks},
-    ActRow{Act::LookHighContrast, "&High contrast", "", "", Checks},
-    ActRow{Act::Compact, "Close &rows", "", "", Checks | Separates},
-    ActRow{Act::Next, "&Next message", "next", "F"},
-    ActRow{Act::Previous, "&Previous message", "previous", "B"},
-    ActRow{Act::NextUnread, "Next &unread", "next-unread", "N", Separates},
-    ActRow{Act::PreviousUnread, "P&revious unread", "previous-unread", "P"},
-    ActRow{Act::NextUnreadThread, "Next unread &thread", "", "T"},
-    ActRow{Act::GoToGroup, "&Go to group…", "", "Ctrl+G", Separates},
-    ActRow{Act::NextPane, "Next p&ane", "", "F6"},
-    ActRow{Act::PreviousPane, "Previous pan&e", "", "Shift+F6"},
-    ActRow{Act::Open, "&Open in a window", "mail-open", "Ctrl+O"},
-    ActRow{Act::MarkUnread, "Mark as &unread", "mark-unread", "M", Separates},
-    ActRow{Act::Flag, "&Flagged", "flag", "S", Checks},
-    ActRow{Act::MarkThreadRead, "Mark &thread as read", "", "R"},
-    ActRow{Act::MarkGroupRead, "Mark &all as read", "catch-up", "Shift+C"},
-    ActRow{Act::Junk, "&Junk", "junk", "J", Separates},
-    ActRow{Act::NotJunk, "&Not junk", "", "Shift+J"},
-    ActRow{Act::Watch, "&Watch thread", "watched", "W", Checks | Separates},
-    ActRow{Act::Ignore, "&Ignore thread", "ignored", "K", Checks},
-    ActRow{Act::MoveTo, "&Move to…", "folder", "Ctrl+Alt+M", Separates},
-    ActRow{Act::CopyTo, "&Copy to…", "copy", "Ctrl+Alt+C"},
-    ActRow{Act::GetMail, "&Get mail", "get-mail", "F5 Shift+F5"},
-    ActRow{Act::Online, "Work &offline", "online", ""},
-    ActRow{Act::AddBatchAccount, "&Add a mailbox file…", "", "", Separates},
-    ActRow{Act::RemoveAccount, "&Remove a mailbox file…", "", ""},
-    ActRow{Act::EmptyWasteBasket, "&Empty waste basket…", "waste", "", Separates},
-    ActRow{Act::CompactGroup, "&Compact group", "", ""},
-    ActRow{Act::RepairGroup, "Re&pair group", "", ""},
-    ActRow{Act::Keys, "&Keys", "keyboard", "F1"},
-    ActRow{Act::About, "&About Velmar", "info", "", Separates},
+    ActRow{Act::NewGroup, {"file.newGroup", TEXT("&New group…"), "folder", ""}},
+    ActRow{Act::RenameGroup, {"file.renameGroup", TEXT("&Rename group…"), "", "F2", NeedsGroup}},
+    ActRow{Act::MoveGroup, {"file.moveGroup", TEXT("&Move group…"), "", "", NeedsOwnGroup}},
+    ActRow{Act::RemoveGroup, {"file.removeGroup", TEXT("Remo&ve group…"), "", "", NeedsOwnGroup}},
+    ActRow{Act::ImportFiles,
+           {"file.importFiles", TEXT("&Import files…"), "import", "", NeedsGroup, kSeparates}},
+    ActRow{Act::ImportFolder, {"file.importFolder", TEXT("Import &folder…"), "", "", NeedsGroup}},
+    ActRow{Act::ExportGroup, {"file.exportGroup", TEXT("&Export group…"), "", "", NeedsGroup | NeedsMail}},
+    ActRow{Act::SaveAs,
+           {"file.saveAs", TEXT("&Save message as…"), "save", "Ctrl+S", NeedsCurrent, kSeparates}},
+    ActRow{Act::CloseTab, {"file.closeTab", TEXT("&Close tab"), "close", "Ctrl+W", NeedsTabs, kSeparates}},
+    ActRow{Act::ReopenTab,
+           {"file.reopenTab", TEXT("Re&open closed tab"), "", "Ctrl+Shift+T", NeedsClosedTab}},
+    ActRow{Act::CloseWindow, {"file.closeWindow", TEXT("Close &window"), "", "Alt+F4", 0, kSeparates}},
+    ActRow{Act::Quit, {"file.quit", TEXT("&Quit"), "", "Ctrl+Q"}},
+
+    ActRow{Act::Undo, {"edit.undo", TEXT("&Undo"), "undo", "Ctrl+Z", NeedsUndo}},
+    ActRow{Act::Redo, {"edit.redo", TEXT("&Redo"), "redo", "Ctrl+Shift+Z Ctrl+Y", NeedsRedo}},
+    ActRow{Act::Delete,
+           {"edit.delete", TEXT("&Delete"), "delete", "Del", NeedsSelection, kSeparates | ActionRow::Local}},
+    ActRow{
+        Act::DeleteForGood,
+        {"edit.deleteForGood", TEXT("Delete for &good…"), "", "Shift+Del", NeedsSelection, ActionRow::Local}},
+    ActRow{Act::SelectAllMessages,
+           {"edit.selectAll", TEXT("Select &all messages"), "", "Ctrl+Shift+A", NeedsMail, kSeparates}},
+    ActRow{Act::SelectThread,
+           {"edit.selectThread", TEXT("Select &thread"), "", "Ctrl+Shift+X", NeedsCurrent}},
+    ActRow{Act::FilterText,
+           {"edit.filter", TEXT("Fi&lter this group"), "filter", "Ctrl+Shift+K /", 0, kSeparates}},
+
+    ActRow{Act::Classic, {"view.classic", TEXT("&Classic layout"), "", "", 0, kChecks}},
+    ActRow{Act::Vertical, {"view.vertical", TEXT("&Vertical layout"), "", "", 0, kChecks}},
+    ActRow{Act::Wide, {"view.wide", TEXT("&Wide layout"), "", "", 0, kChecks}},
+    ActRow{Act::ReaderPane, {"view.readerPane", TEXT("&Message pane"), "", "F8", 0, kChecks | kSeparates}},
+    ActRow{Act::GroupTreePane, {"view.groupTree", TEXT("&Tree of groups"), "", "F9", 0, kChecks}},
+    ActRow{Act::Threads, {"view.threads", TEXT("Th&reads"), "thread", "Ctrl+T", 0, kChecks | kSeparates}},
+    ActRow{Act::DateHeadings, {"view.dateHeadings", TEXT("&Dates as headings"), "", "", 0, kChecks}},
+    ActRow{Act::SortDescending, {"view.sortDescending", TEXT("&Greatest first"), "", "", 0, kChecks}},
+    ActRow{Act::ExpandAll, {"view.expandAll", TEXT("&Expand all threads"), "", "*", NeedsMail}},
+    ActRow{Act::CollapseAll, {"view.collapseAll", TEXT("C&ollapse all threads"), "", "\\", NeedsMail}},
+    ActRow{Act::FilterUnread,
+           {"view.onlyUnread", TEXT("Only &unread"), "unread", "", 0, kChecks | kSeparates}},
+    ActRow{Act::FilterFlagged, {"view.onlyFlagged", TEXT("Only &flagged"), "flag", "", 0, kChecks}},
+    ActRow{Act::FilterAttachments,
+           {"view.onlyAttachments", TEXT("Only with &attachments"), "attach", "", 0, kChecks}},
+    ActRow{Act::ClearFilter, {"view.clearFilter", TEXT("Clear f&ilter"), "", "", NeedsFilter}},
+    ActRow{Act::HideReadGroups,
+           {"view.hideReadGroups", TEXT("&Hide read groups"), "", "", 0, kChecks | kSeparates}},
+    ActRow{Act::FullFolderNames,
+           {"view.fullNames", TEXT("&Groups with their whole path"), "", "", 0, kChecks}},
+    ActRow{Act::LookDesktop, {"view.lookDesktop", TEXT("As the deskto&p"), "", "", 0, kChecks | kSeparates}},
+    ActRow{Act::LookLight, {"view.lookLight", TEXT("&Light"), "", "", 0, kChecks}},
+    ActRow{Act::LookDark, {"view.lookDark", TEXT("&Dark"), "", "", 0, kChecks}},
+    ActRow{Act::LookHighContrast, {"view.lookHighContrast", TEXT("&High contrast"), "", "", 0, kChecks}},
+    ActRow{Act::Compact, {"view.compact", TEXT("Close &rows"), "", "", 0, kChecks | kSeparates}},
+    ActRow{Act::SingleKeys,
+           {"view.singleKeys", TEXT("Single &letters act"), "", "", 0, kChecks | kSeparates}},
+    ActRow{Act::SeparateWindows,
+           {"view.separateWindows", TEXT("Open in se&parate windows"), "", "", 0, kChecks}},
+
+    ActRow{Act::ReadOn, {"go.readOn", TEXT("Read &on"), "", "Space", 0, ActionRow::Local}},
+    ActRow{Act::Next, {"go.next", TEXT("&Next message"), "next", "F", 0, kSeparates}},
+    ActRow{Act::Previous, {"go.previous", TEXT("&Previous message"), "previous", "B"}},
+    ActRow{Act::NextUnread, {"go.nextUnread", TEXT("Next &unread"), "next-unread", "N", 0, kSeparates}},
+    ActRow{Act::PreviousUnread, {"go.previousUnread", TEXT("P&revious unread"), "previous-unread", "P"}},
+    ActRow{Act::NextUnreadThread, {"go.nextUnreadThread", TEXT("Next unread &thread"), "", "T"}},
+    ActRow{Act::GoToGroup, {"go.group", TEXT("&Go to group…"), "", "Ctrl+G", 0, kSeparates}},
+    ActRow{Act::GroupInNewTab, {"go.newTab", TEXT("Group in a new ta&b…"), "", "Ctrl+Shift+G"}},
+    ActRow{Act::NextTab,
+           {"go.nextTab", TEXT("Ne&xt tab"), "", "Ctrl+PgDown Ctrl+Tab", NeedsTabs, kSeparates}},
+    ActRow{Act::PreviousTab,
+           {"go.previousTab", TEXT("Previou&s tab"), "", "Ctrl+PgUp Ctrl+Shift+Tab", NeedsTabs}},
+    ActRow{Act::NextPane, {"go.nextPane", TEXT("Next p&ane"), "", "F6", 0, kSeparates}},
+    ActRow{Act::PreviousPane, {"go.previousPane", TEXT("Previous pan&e"), "", "Shift+F6"}},
+
+    ActRow{Act::Open, {"message.open", TEXT("&Open in a window"), "mail-open", "Ctrl+O", NeedsCurrent}},
+    ActRow{Act::Archive, {"message.archive", TEXT("Archi&ve"), "archive", "A", NeedsSelection, kSeparates}},
+    ActRow{Act::MarkUnread,
+           {"message.unread", TEXT("Mark as &unread"), "mark-unread", "M", NeedsSelection, kSeparates}},
+    ActRow{Act::Flag, {"message.flag", TEXT("&Flagged"), "flag", "S", NeedsSelection, kChecks}},
+    ActRow{Act::MarkThreadRead,
+           {"message.threadRead", TEXT("Mark &thread as read"), "thread", "R", NeedsCurrent}},
+    ActRow{Act::MarkGroupRead,
+           {"message.allRead", TEXT("Mark &all as read"), "catch-up", "Shift+C", NeedsUnread}},
+    ActRow{Act::MarkReadByDate,
+           {"message.readByDate", TEXT("Mark read b&y date…"), "calendar", "C", NeedsGroup | NeedsUnread}},
+    ActRow{Act::Junk, {"message.junk", TEXT("&Junk"), "junk", "J", NeedsSelection, kSeparates}},
+    ActRow{Act::NotJunk, {"message.notJunk", TEXT("&Not junk"), "ok", "Shift+J", NeedsSelection}},
+    ActRow{Act::Watch,
+           {"message.watch", TEXT("&Watch thread"), "watched", "W", NeedsCurrent, kChecks | kSeparates}},
+    ActRow{Act::Ignore, {"message.ignore", TEXT("&Ignore thread"), "ignored", "K", NeedsCurrent, kChecks}},
+    ActRow{Act::IgnoreSubthread,
+           {"message.ignoreSubthread", TEXT("Ignore &subthread"), "", "Shift+K", NeedsCurrent}},
+    ActRow{Act::MoveTo,
+           {"message.move", TEXT("&Move to…"), "folder", "Ctrl+Alt+M", NeedsSelection, kSeparates}},
+    ActRow{Act::MoveAgain,
+           {"message.moveAgain", TEXT("Mov&e again"), "", "Ctrl+Shift+M", NeedsSelection | NeedsTarget}},
+    ActRow{Act::CopyTo, {"message.copy", TEXT("&Copy to…"), "copy", "Ctrl+Alt+C", NeedsSelection}},
+
+    ActRow{Act::GetMail, {"tools.getMail", TEXT("&Get mail"), "get-mail", "F5 Shift+F5"}},
+    ActRow{Act::Online, {"tools.online", TEXT("Work &offline"), "online", ""}},
+    ActRow{Act::Transfers, {"tools.errors", TEXT("Errors and &notices…"), "transfers", ""}},
+    ActRow{Act::AddBatchAccount, {"tools.addMailbox", TEXT("&Add a mailbox file…"), "", "", 0, kSeparates}},
+    ActRow{Act::RemoveAccount,
+           {"tools.removeMailbox", TEXT("&Remove a mailbox file…"), "", "", NeedsBatches}},
+    ActRow{Act::EmptyWasteBasket,
+           {"tools.emptyWaste", TEXT("&Empty waste basket…"), "waste", "", NeedsWaste, kSeparates}},
+    ActRow{Act::EmptyJunk, {"tools.emptyJunk", TEXT("Empty &junk…"), "", "", NeedsJunk}},
+    ActRow{Act::CompactGroup, {"tools.compact", TEXT("&Compact group"), "", "", NeedsGroup}},
+    ActRow{Act::RepairGroup, {"tools.repair", TEXT("Re&pair group"), "", "", NeedsGroup}},
+
+    ActRow{Act::Palette, {"help.palette", TEXT("&Find an action…"), "search", "Ctrl+Shift+P"}},
+    ActRow{Act::Keys, {"help.keys", TEXT("&Keys"), "keyboard", "F1 ?"}},
+    ActRow{Act::About, {"help.about", TEXT("&About Velmar"), "info", "", 0, kSeparates}},
 };
 static_assert(kActs.size() == kActCount);
 
@@ -94,49 +150,77 @@ constexpr bool isInOrder()
 }
 static_assert(isInOrder(), "a row's place is its action");
 
+constexpr std::array<ActionRow, kTabKeys> kTabs = {{
+    {"go.tab1", TEXT("Tab 1"), "", "Alt+1", NeedsTabs, ActionRow::Hidden},
+    {"go.tab2", TEXT("Tab 2"), "", "Alt+2", NeedsTabs, ActionRow::Hidden},
+    {"go.tab3", TEXT("Tab 3"), "", "Alt+3", NeedsTabs, ActionRow::Hidden},
+    {"go.tab4", TEXT("Tab 4"), "", "Alt+4", NeedsTabs, ActionRow::Hidden},
+    {"go.tab5", TEXT("Tab 5"), "", "Alt+5", NeedsTabs, ActionRow::Hidden},
+    {"go.tab6", TEXT("Tab 6"), "", "Alt+6", NeedsTabs, ActionRow::Hidden},
+    {"go.tab7", TEXT("Tab 7"), "", "Alt+7", NeedsTabs, ActionRow::Hidden},
+    {"go.tab8", TEXT("Tab 8"), "", "Alt+8", NeedsTabs, ActionRow::Hidden},
+    {"go.tab9", TEXT("Tab 9"), "", "Alt+9", NeedsTabs, ActionRow::Hidden},
+}};
+
+constexpr std::array<ActionRow, kTagKeys> kTags = {{
+    {"tag.1", TEXT("Tag 1"), "tag", "1", NeedsSelection, ActionRow::Checks},
+    {"tag.2", TEXT("Tag 2"), "tag", "2", NeedsSelection, ActionRow::Checks},
+    {"tag.3", TEXT("Tag 3"), "tag", "3", NeedsSelection, ActionRow::Checks},
+    {"tag.4", TEXT("Tag 4"), "tag", "4", NeedsSelection, ActionRow::Checks},
+    {"tag.5", TEXT("Tag 5"), "tag", "5", NeedsSelection, ActionRow::Checks},
+    {"tag.6", TEXT("Tag 6"), "tag", "6", NeedsSelection, ActionRow::Checks},
+    {"tag.7", TEXT("Tag 7"), "tag", "7", NeedsSelection, ActionRow::Checks},
+    {"tag.8", TEXT("Tag 8"), "tag", "8", NeedsSelection, ActionRow::Checks},
+    {"tag.9", TEXT("Tag 9"), "tag", "9", NeedsSelection, ActionRow::Checks},
+}};
+constexpr std::array<ActionRow, kMessageColumnCount> kSorts = {{
+    {"view.sortState", TEXT("Sort by s&tate"), "mail", "", 0, kChecks},
+    {"view.sortFlag", TEXT("Sort by &flag"), "flag", "", 0, kChecks},
+    {"view.sortSubject", TEXT("Sort by &subject"), "", "", 0, kChecks},
+    {"view.sortAttachments", TEXT("Sort by &attachments"), "attach", "", 0, kChecks},
+    {"view.sortPerson", TEXT("Sort by &person"), "person", "", 0, kChecks},
+    {"view.sortScore", TEXT("Sort by s&core"), "", "", 0, kChecks},
+    {"view.sortDate", TEXT("Sort by &date"), "calendar", "", 0, kChecks},
+    {"view.sortSize", TEXT("Sort by si&ze"), "", "", 0, kChecks},
+    {"view.sortThread", TEXT("Sort by t&hread"), "thread", "", 0, kChecks},
+}};
+
+constexpr ActionRow kNoTags = {"tag.none", TEXT("&No tags"), "", "0", NeedsSelection};
+
+#undef TEXT
+
 struct LetterRow
 {
     char16_t letter;
     Act act;
 };
-constexpr LetterRow kMainBar[] = {{u'M', Act::GetMail}, {u'L', Act::Online}};
+constexpr LetterRow kMainBar[] = {{u'M', Act::GetMail}, {u'L', Act::Online}, {u't', Act::Transfers}};
 constexpr LetterRow kGroupBar[] = {
     {u'C', Act::MarkGroupRead}, {u'D', Act::Delete}, {u'U', Act::MarkUnread}, {u'g', Act::Flag}};
 
-QList<QKeySequence> keysIn(const char *keys)
+void makeExclusive(const MainActions &actions, Act first, Act last)
 {
-    QList<QKeySequence> sequences;
-    for (const QString &key : QString::fromLatin1(keys).split(u' ', Qt::SkipEmptyParts))
-        sequences.append(QKeySequence(key));
-    return sequences;
-}
-
-QString nameOf(const QAction *action)
-{
-    return action->text().remove(u'&').remove(u'…');
+    auto *group = new QActionGroup(actions[first]);
+    for (int i = int(first); i <= int(last); ++i)
+        group->addAction(actions[Act(i)]);
 }
 
 } // namespace
 
-MainActions::MainActions(QWidget *window)
-    : QObject(window)
+MainActions::MainActions(ActionRegistry &registry)
 {
-    for (const ActRow &row : kActs) {
-        auto *action = new QAction(QString::fromUtf8(row.text), this);
-        if (*row.icon)
-            action->setIcon(icon(QString::fromLatin1(row.icon)));
-        action->setShortcuts(keysIn(row.keys));
-        action->setCheckable(row.traits & Checks);
-        action->setMenuRole(QAction::NoRole);
-        m_actions[std::size_t(row.act)] = action;
-        window->addAction(action);
-    }
-    for (const auto &[first, last] :
-         {std::pair(Act::Classic, Act::Wide), std::pair(Act::LookDesktop, Act::LookHighContrast)}) {
-        auto *group = new QActionGroup(this);
-        for (int i = int(first); i <= int(last); ++i)
-            group->addAction(m_actions[std::size_t(i)]);
-    }
+    for (const ActRow &row : kActs)
+        m_actions[std::size_t(row.act)] = registry.add(row.row, kContext);
+    for (std::size_t i = 0; i < kTags.size(); ++i)
+        m_tags[i] = registry.add(kTags[i], kContext);
+    m_noTags = registry.add(kNoTags, kContext);
+    auto *sorts = new QActionGroup(m_noTags);
+    for (std::size_t i = 0; i < kSorts.size(); ++i)
+        sorts->addAction(m_sorts[i] = registry.add(kSorts[i], kContext));
+    for (std::size_t i = 0; i < kTabs.size(); ++i)
+        m_tabs[i] = registry.add(kTabs[i], kContext);
+    makeExclusive(*this, Act::Classic, Act::Wide);
+    makeExclusive(*this, Act::LookDesktop, Act::LookHighContrast);
 }
 
 QAction *MainActions::forLetter(char16_t letter, bool mainBar) const
@@ -153,19 +237,8 @@ QAction *MainActions::forLetter(char16_t letter, bool mainBar) const
 void MainActions::addTo(QMenu *menu, Act first, Act last) const
 {
     for (int i = int(first); i <= int(last); ++i) {
-        if (kActs[std::size_t(i)].traits & Separates && !menu->isEmpty())
+        if (kActs[std::size_t(i)].row.traits & kSeparates && !menu->isEmpty())
             menu->addSeparator();
         menu->addAction(m_actions[std::size_t(i)]);
     }
-}
-
-QList<std::pair<QString, QString>> MainActions::keys() const
-{
-    QList<std::pair<QString, QString>> list;
-    for (const QAction *action : m_actions) {
-        if (!action->shortcuts().isEmpty())
-            list.append(
-                {nameOf(action), QKeySequence::listToString(action->shortcuts(), QKeySequence::NativeText)});
-    }
-    return list;
 }

@@ -1,88 +1,144 @@
 #pragma once
 
-#include <QAction>
-#include <QObject>
+#include "ui/actions/actionregistry.h"
+#include "ui/list/messagesort.h"
 
 #include <array>
 
-/// Everything that the main window does on its own account, as far as it exists; the reader has its own
-/// actions. Menus, bars and keys are made out of one table.
+class QMenu;
+
+/// Everything that the main window does, as far as it exists; what concerns the message on the screen alone
+/// is the reader's (readeractions.h). The order is that of the menus.
 enum class Act {
     // File
     NewGroup,
     RenameGroup,
+    MoveGroup,
     RemoveGroup,
     ImportFiles,
     ImportFolder,
     ExportGroup,
     SaveAs,
+    CloseTab,
+    ReopenTab,
+    CloseWindow,
     Quit,
     // Edit
     Undo,
+    Redo,
     Delete,
     DeleteForGood,
     SelectAllMessages,
     SelectThread,
+    FilterText,
     // View
     Classic,
     Vertical,
     Wide,
     ReaderPane,
+    GroupTreePane,
     Threads,
+    DateHeadings,
+    SortDescending,
     ExpandAll,
     CollapseAll,
+    FilterUnread,
+    FilterFlagged,
+    FilterAttachments,
+    ClearFilter,
+    HideReadGroups,
+    FullFolderNames,
     LookDesktop,
     LookLight,
     LookDark,
     LookHighContrast,
     Compact,
+    SingleKeys,
+    SeparateWindows,
     // Go
+    ReadOn,
     Next,
     Previous,
     NextUnread,
     PreviousUnread,
     NextUnreadThread,
     GoToGroup,
+    GroupInNewTab,
+    NextTab,
+    PreviousTab,
     NextPane,
     PreviousPane,
     // Message
     Open,
+    Archive,
     MarkUnread,
     Flag,
     MarkThreadRead,
     MarkGroupRead,
+    MarkReadByDate,
     Junk,
     NotJunk,
     Watch,
     Ignore,
+    IgnoreSubthread,
     MoveTo,
+    MoveAgain,
     CopyTo,
     // Tools
     GetMail,
     Online,
+    Transfers,
     AddBatchAccount,
     RemoveAccount,
     EmptyWasteBasket,
+    EmptyJunk,
     CompactGroup,
     RepairGroup,
     // Help
+    Palette,
     Keys,
     About,
 };
 constexpr int kActCount = int(Act::About) + 1;
 
-class QMenu;
-class QMenuBar;
+constexpr int kTabKeys = 9; ///< Alt+1 to Alt+9
+constexpr int kTagKeys = 9; ///< 1 to 9
 
-class MainActions : public QObject
+/// What an action may need, see ActionRow::needs.
+enum Need : unsigned {
+    NeedsGroup = 1u << 0,     ///< one group is shown
+    NeedsOwnGroup = 1u << 1,  ///< one that the user made
+    NeedsMail = 1u << 2,      ///< it holds something
+    NeedsUnread = 1u << 3,    ///< something unread
+    NeedsSelection = 1u << 4, ///< messages are selected
+    NeedsCurrent = 1u << 5,   ///< one is current
+    NeedsUndo = 1u << 6,
+    NeedsRedo = 1u << 7,
+    NeedsClosedTab = 1u << 8, ///< one that can be opened again
+    NeedsTabs = 1u << 9,      ///< more than one is open
+    NeedsTarget = 1u << 10,   ///< messages were moved somewhere before
+    NeedsFilter = 1u << 11,   ///< the list is filtered
+    NeedsWaste = 1u << 12,    ///< there is something in the waste basket
+    NeedsJunk = 1u << 13,     ///< in the junk group
+    NeedsBatches = 1u << 14,  ///< there is an account to remove
+    NeedsTask = 1u << 15,     ///< one group whose files no task holds
+};
+
+/// The main window's actions, made in its registry.
+class MainActions
 {
-    Q_OBJECT
-
 public:
-    /// The actions work wherever in @p window the focus is.
-    explicit MainActions(QWidget *window);
+    explicit MainActions(ActionRegistry &registry);
 
     QAction *operator[](Act act) const { return m_actions[std::size_t(act)]; }
+
+    /// Of the tab, or the tag, with this place, from 0.
+    QAction *tab(int place) const { return m_tabs[std::size_t(place)]; }
+    QAction *tag(int place) const { return m_tags[std::size_t(place)]; }
+    QAction *noTags() const { return m_noTags; }
+
+    /// Sorts by that column (messagesort.h).
+    QAction *sort(MessageColumn column) const { return m_sorts[std::size_t(column)]; }
 
     /// The action that @p letter of a bar means; null for one that does not exist (yet).
     QAction *forLetter(char16_t letter, bool mainBar) const;
@@ -90,9 +146,10 @@ public:
     /// Adds those between the two, in the order of the enum, with separators where the table has them.
     void addTo(QMenu *menu, Act first, Act last) const;
 
-    /// Name and keys of every action that has keys, for the list of keys.
-    QList<std::pair<QString, QString>> keys() const;
-
 private:
     std::array<QAction *, kActCount> m_actions = {};
+    std::array<QAction *, kTabKeys> m_tabs = {};
+    std::array<QAction *, kTagKeys> m_tags = {};
+    std::array<QAction *, kMessageColumnCount> m_sorts = {};
+    QAction *m_noTags;
 };

@@ -1,33 +1,28 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "message/useragent.h"
+#include "ui/actions/commandpalette.h"
 #include "ui/list/messagelist.h"
+#include "ui/look/icons.h"
 #include "ui/look/looks.h"
-#include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/main/dialogs.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/lettersbar.h"
-#include "ui/main/listpane.h"
-#include "ui/main/mainactions.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messageboxes.h"
 #include "ui/main/messagecommands.h"
-#include "ui/main/panes.h"
-#include "ui/reader/messageview.h"
-#include "ui/reader/readeractions.h"
-#include "ui/tree/grouptree.h"
+#include "ui/main/viewers.h"
+#include "ui/tree/grouptreemodel.h"
 
-#include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QToolBar>
 
-#include <functional>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-// The menus, bars and keys of the main window, and what each of them does.
+// The menus and bars of the main window, and when their actions make sense.
 
 void MainWindow::createMainBar()
 {
@@ -35,232 +30,250 @@ void MainWindow::createMainBar()
     m_mainBar->setObjectName(u"mainBar"_s);
     fillFromLetters(m_mainBar, toolBarLayout(ToolBarWindow::Main, ToolBarKind::Main),
                     [this](char16_t letter) {
-                        QAction *action = m_actions->forLetter(letter, true);
+                        QAction *action = m_actions.forLetter(letter, true);
                         if (action)
                             addToToolBar(m_mainBar, action, letter == u'M');
                         return action != nullptr;
                     });
 }
 
+void MainWindow::createPalette()
+{
+    m_palette = new CommandPalette(m_registry);
+    m_palette->addSource({u'#', tr("groups"), [this] {
+                              QList<PaletteItem> items;
+                              for (const Group *each : m_engine.groups().groups()) {
+                                  const int number = each->number();
+                                  items.append({m_engine.groups().pathOf(*each),
+                                                {},
+                                                icon(GroupTreeModel::iconOf(*each)),
+                                                {},
+                                                true,
+                                                [this, number] { selectGroup(number); }});
+                              }
+                              return items;
+                          }});
+}
+
 void MainWindow::createMenus()
 {
     createFileMenu();
-    QMenu *edit = menuBar()->addMenu(u"&Edit"_s);
-    m_actions->addTo(edit, Act::Undo, Act::DeleteForGood);
-    edit->addSeparator();
-    edit->addAction((*m_readerActions)[ReaderAction::Copy]);
-    m_actions->addTo(edit, Act::SelectAllMessages, Act::SelectThread);
-    edit->addSeparator();
-    for (const ReaderAction action : {ReaderAction::Find, ReaderAction::FindNext, ReaderAction::FindPrevious})
-        edit->addAction((*m_readerActions)[action]);
+    createEditMenu();
     createViewMenu();
-    QMenu *go = menuBar()->addMenu(u"&Go"_s);
-    m_actions->addTo(go, Act::Next, Act::PreviousPane);
+    QMenu *go = menuBar()->addMenu(tr("&Go"));
+    m_actions.addTo(go, Act::ReadOn, Act::PreviousPane);
     createMessageMenu();
     createToolsMenu();
-    QMenu *help = menuBar()->addMenu(u"&Help"_s);
-    m_actions->addTo(help, Act::Keys, Act::About);
+    QMenu *help = menuBar()->addMenu(tr("&Help"));
+    m_actions.addTo(help, Act::Palette, Act::About);
 }
 
 void MainWindow::createFileMenu()
 {
-    QMenu *file = menuBar()->addMenu(u"&File"_s);
-    m_actions->addTo(file, Act::NewGroup, Act::SaveAs);
-    file->addAction((*m_readerActions)[ReaderAction::SaveAttachments]);
-    m_actions->addTo(file, Act::Quit, Act::Quit);
+    QMenu *file = menuBar()->addMenu(tr("&File"));
+    m_actions.addTo(file, Act::NewGroup, Act::SaveAs);
+    file->addAction(m_readerActions[ReaderAction::SaveAttachments]);
+    m_actions.addTo(file, Act::CloseTab, Act::Quit);
+}
+
+void MainWindow::createEditMenu()
+{
+    QMenu *edit = menuBar()->addMenu(tr("&Edit"));
+    m_actions.addTo(edit, Act::Undo, Act::DeleteForGood);
+    edit->addSeparator();
+    edit->addAction(m_readerActions[ReaderAction::Copy]);
+    edit->addAction(m_readerActions[ReaderAction::SelectAll]);
+    m_actions.addTo(edit, Act::SelectAllMessages, Act::FilterText);
+    edit->addSeparator();
+    for (const ReaderAction action : {ReaderAction::Find, ReaderAction::FindNext, ReaderAction::FindPrevious})
+        edit->addAction(m_readerActions[action]);
 }
 
 void MainWindow::createViewMenu()
 {
-    m_viewMenu->setTitle(u"&View"_s);
+    m_viewMenu->setTitle(tr("&View"));
     menuBar()->addMenu(m_viewMenu);
-    m_actions->addTo(m_viewMenu, Act::Classic, Act::CollapseAll);
+    m_actions.addTo(m_viewMenu, Act::Classic, Act::GroupTreePane);
     m_viewMenu->addSeparator();
-    for (const ReaderAction action : {ReaderAction::AllHeaders, ReaderAction::PlainText,
-                                      ReaderAction::CharacterSet, ReaderAction::Source})
-        m_viewMenu->addAction((*m_readerActions)[action]);
+    QMenu *sort = m_viewMenu->addMenu(tr("&Sort by"));
+    for (int column = 0; column < kMessageColumnCount; ++column)
+        sort->addAction(m_actions.sort(MessageColumn(column)));
+    sort->addSeparator();
+    sort->addAction(m_actions[Act::SortDescending]);
+    m_actions.addTo(m_viewMenu, Act::Threads, Act::DateHeadings);
+    m_actions.addTo(m_viewMenu, Act::ExpandAll, Act::FullFolderNames);
     m_viewMenu->addSeparator();
-    QMenu *zoom = m_viewMenu->addMenu(u"&Zoom"_s);
+    QMenu *reader = m_viewMenu->addMenu(tr("Message te&xt"));
+    for (const ReaderAction action :
+         {ReaderAction::AllHeaders, ReaderAction::PlainText, ReaderAction::CharacterSet,
+          ReaderAction::ShowRemote, ReaderAction::TrustSender, ReaderAction::PartsTree, ReaderAction::Source})
+        reader->addAction(m_readerActions[action]);
+    QMenu *zoom = m_viewMenu->addMenu(tr("&Zoom"));
     for (const ReaderAction action : {ReaderAction::ZoomIn, ReaderAction::ZoomOut, ReaderAction::ZoomReset})
-        zoom->addAction((*m_readerActions)[action]);
-    QMenu *look = m_viewMenu->addMenu(u"Loo&k"_s);
-    m_actions->addTo(look, Act::LookDesktop, Act::Compact);
+        zoom->addAction(m_readerActions[action]);
+    QMenu *look = m_viewMenu->addMenu(tr("Loo&k"));
+    m_actions.addTo(look, Act::LookDesktop, Act::Compact);
+    m_actions.addTo(m_viewMenu, Act::SingleKeys, Act::SeparateWindows);
 }
 
 void MainWindow::createMessageMenu()
 {
-    QMenu *message = menuBar()->addMenu(u"&Message"_s);
+    QMenu *message = menuBar()->addMenu(tr("&Message"));
     message->setObjectName(u"messageMenu"_s);
-    m_actions->addTo(message, Act::Open, Act::CopyTo);
+    createTagMenu();
+    m_actions.addTo(message, Act::Open, Act::Flag);
+    message->addMenu(m_tagMenu);
+    m_actions.addTo(message, Act::MarkThreadRead, Act::CopyTo);
     message->addSeparator();
-    message->addAction((*m_actions)[Act::Delete]);
+    message->addAction(m_actions[Act::Delete]);
+}
+
+void MainWindow::createTagMenu()
+{
+    m_tagMenu->setTitle(tr("Ta&gs"));
+    m_tagMenu->setIcon(icon(u"tag"_s));
+    for (int i = 0; i < kTagKeys; ++i)
+        m_tagMenu->addAction(m_actions.tag(i));
+    m_tagMenu->addSeparator();
+    m_tagMenu->addAction(m_actions.noTags());
 }
 
 void MainWindow::createToolsMenu()
 {
-    QMenu *tools = menuBar()->addMenu(u"&Tools"_s);
-    m_actions->addTo(tools, Act::GetMail, Act::RepairGroup);
+    QMenu *tools = menuBar()->addMenu(tr("&Tools"));
+    m_actions.addTo(tools, Act::GetMail, Act::RepairGroup);
 }
 
-void MainWindow::connectActions()
+/// The tags have other names, or there are others.
+void MainWindow::updateTags()
 {
-    const auto on = [this](Act act, auto handler) {
-        connect((*m_actions)[act], &QAction::triggered, this, handler);
-    };
-    MessageCommands *commands = m_messageCommands.get();
-    on(Act::SaveAs, [commands] { commands->saveCurrent(); });
-    on(Act::Quit, [] { QApplication::closeAllWindows(); });
-    on(Act::Undo, [commands] { commands->undo(); });
-    on(Act::Delete, [commands] { commands->removeSelected(false); });
-    on(Act::DeleteForGood, [commands] { commands->removeSelected(true); });
-    on(Act::SelectAllMessages, [this] { m_list->selectAll(); });
-    on(Act::SelectThread, [this] { m_list->selectThread(); });
-    on(Act::Next, [this] { m_list->step(MessageList::Step::Next); });
-    on(Act::Previous, [this] { m_list->step(MessageList::Step::Previous); });
-    on(Act::NextUnread, [this] { goToUnread(false); });
-    on(Act::PreviousUnread, [this] { m_list->step(MessageList::Step::PreviousUnread); });
-    on(Act::NextUnreadThread, [this] { goToUnread(true); });
-    on(Act::GoToGroup, [this] { goToGroup(); });
-    on(Act::NextPane, [this] { m_panes->focusNext(1); });
-    on(Act::PreviousPane, [this] { m_panes->focusNext(-1); });
-    on(Act::Open, [this] { openInWindow(m_list->current()); });
-    on(Act::MarkUnread, [commands] { commands->toggleRead(); });
-    on(Act::Flag, [commands] { commands->toggleFlag(); });
-    on(Act::MarkThreadRead, [commands] { commands->markThreadRead(); });
-    on(Act::MarkGroupRead, [this, commands] {
-        if (group())
-            commands->markGroupRead(*group());
-    });
-    on(Act::Junk, [commands] { commands->junkSelected(true); });
-    on(Act::NotJunk, [commands] { commands->junkSelected(false); });
-    on(Act::Watch, [commands] { commands->toggleThread(Mark::Watched, Mark::Ignored); });
-    on(Act::Ignore, [commands] { commands->toggleThread(Mark::Ignored, Mark::Watched); });
-    on(Act::MoveTo, [commands] { commands->moveSelected(); });
-    on(Act::CopyTo, [commands] { commands->copySelected(); });
+    const std::vector<Tag> &tags = m_engine.tags().all();
+    for (int i = 0; i < kTagKeys; ++i) {
+        QAction *action = m_actions.tag(i);
+        const bool exists = i < int(tags.size());
+        action->setVisible(exists);
+        if (!exists)
+            continue;
+        QString name = tags[std::size_t(i)].name;
+        action->setText(name.replace(u'&', u"&&"_s));
+    }
+    for (const auto &each : m_viewers->all())
+        each->showTags();
 }
 
-void MainWindow::connectGroupActions()
-{
-    const auto on = [this](Act act, auto handler) {
-        connect((*m_actions)[act], &QAction::triggered, this, handler);
-    };
-    const auto onGroup = [this, on](Act act, void (GroupCommands::*command)(Group &)) {
-        on(act, [this, command] {
-            if (Group *shown = group())
-                std::invoke(command, m_groupCommands, *shown);
-        });
-    };
-    on(Act::NewGroup, [this] { m_groupCommands->newGroup(group()); });
-    onGroup(Act::RenameGroup, &GroupCommands::rename);
-    onGroup(Act::RemoveGroup, &GroupCommands::remove);
-    onGroup(Act::ImportFiles, &GroupCommands::importFiles);
-    onGroup(Act::ImportFolder, &GroupCommands::importFolder);
-    onGroup(Act::ExportGroup, &GroupCommands::exportGroup);
-    onGroup(Act::CompactGroup, &GroupCommands::compact);
-    onGroup(Act::RepairGroup, &GroupCommands::repair);
-    on(Act::GetMail, [this] { getMail(); });
-    on(Act::Online, [this] { setOnlineWish(!isOnline()); });
-    on(Act::AddBatchAccount, [this] { m_groupCommands->addMailboxFile(); });
-    on(Act::RemoveAccount, [this] { m_groupCommands->removeMailboxFile(); });
-    on(Act::EmptyWasteBasket, [this] { m_groupCommands->emptyWasteBasket(); });
-}
+// --- What there is to act on ----------------------------------------------------------------------------
 
-void MainWindow::connectViewActions()
+unsigned MainWindow::have() const
 {
-    const auto on = [this](Act act, auto handler) {
-        connect((*m_actions)[act], &QAction::triggered, this, handler);
+    Group *shown = group();
+    const MessageList &list = viewer().list();
+    const OverviewFile::Counts counts = shown ? shown->counts() : OverviewFile::Counts();
+    Group *waste = m_engine.groups().group(GroupRole::WasteBasket);
+    Group *junk = m_engine.groups().group(GroupRole::Junk);
+    const struct
+    {
+        Need need;
+        bool there;
+    } needs[] = {
+        {NeedsGroup, shown != nullptr},
+        {NeedsOwnGroup, shown && shown->role() == GroupRole::None},
+        {NeedsMail, viewer().list().messages().rowCount() > 0},
+        {NeedsUnread, counts.unread > 0},
+        {NeedsSelection, list.selectedCount() > 0},
+        {NeedsCurrent, !list.current().isNull()},
+        {NeedsUndo, commands().canUndo()},
+        {NeedsRedo, commands().canRedo()},
+        {NeedsClosedTab, m_viewers->canReopen()},
+        {NeedsTabs, m_viewers->count() > 1},
+        {NeedsTarget, commands().canMoveAgain()},
+        {NeedsFilter, viewer().isFiltered()},
+        {NeedsWaste, waste && waste->counts().total > 0},
+        {NeedsJunk, junk && junk->counts().total > 0},
+        {NeedsBatches, !m_engine.accounts().accounts().empty()},
     };
-    for (const auto &[act, layout] :
-         {std::pair(Act::Classic, PaneLayout::Classic), std::pair(Act::Vertical, PaneLayout::Vertical),
-          std::pair(Act::Wide, PaneLayout::Wide)})
-        on(act, [this, layout = layout] { setArrangement(layout); });
-    on(Act::ReaderPane, [this](bool shown) {
-        m_views.setShowsReader(shown);
-        m_panes->setReaderShown(shown);
-        showCurrent(m_list->current());
-    });
-    on(Act::Threads, [this](bool threads) {
-        MessageSort sort = m_list->messages().sortOrder();
-        sort.threads = threads;
-        m_list->messages().setSortOrder(sort);
-    });
-    on(Act::ExpandAll, [this] { m_list->messages().setAllExpanded(true); });
-    on(Act::CollapseAll, [this] { m_list->messages().setAllExpanded(false); });
-    for (const auto &[act, look] :
-         {std::pair(Act::LookDesktop, Look::Desktop), std::pair(Act::LookLight, Look::Light),
-          std::pair(Act::LookDark, Look::Dark), std::pair(Act::LookHighContrast, Look::HighContrast)})
-        on(act, [this, look = look] { m_looks.setLook(look); });
-    on(Act::Compact,
-       [this](bool compact) { m_looks.setDensity(compact ? Density::Compact : Density::Comfortable); });
-    on(Act::Keys, [this] {
-        QList<std::pair<QString, QString>> keys = m_actions->keys();
-        keys.append({u"A page further, then the next unread message"_s, u"Space"_s});
-        showKeys(this, keys);
-    });
-    on(Act::About, [this] { showAbout(); });
-}
-
-void MainWindow::setArrangement(PaneLayout layout)
-{
-    m_views.setLayout(layout);
-    m_panes->setArrangement(layout);
-    updateWelcome();
+    unsigned have = m_readerActions.have();
+    for (const auto &each : needs)
+        have |= each.there ? unsigned(each.need) : 0U;
+    return have;
 }
 
 /// Names, checks and whether there is anything to act on.
 void MainWindow::updateActions()
 {
-    const MainActions &actions = *m_actions;
-    const bool any = group() && m_list->selectedCount() > 0;
-    const bool current = !m_list->current().isNull();
-    for (const Act act : {Act::Delete, Act::DeleteForGood, Act::MarkUnread, Act::Flag, Act::Junk,
-                          Act::NotJunk, Act::MoveTo, Act::CopyTo})
-        actions[act]->setEnabled(any);
-    for (const Act act :
-         {Act::SaveAs, Act::Open, Act::SelectThread, Act::MarkThreadRead, Act::Watch, Act::Ignore})
-        actions[act]->setEnabled(current);
-    for (const Act act : {Act::ImportFiles, Act::ImportFolder, Act::CompactGroup, Act::RepairGroup})
-        actions[act]->setEnabled(group());
-    const bool isOwn = group() && group()->role() == GroupRole::None;
-    actions[Act::RemoveGroup]->setEnabled(isOwn);
-    actions[Act::RenameGroup]->setEnabled(group());
-    actions[Act::ExportGroup]->setEnabled(group() && group()->counts().total > 0);
-    actions[Act::MarkGroupRead]->setEnabled(group() && group()->counts().unread > 0);
-    actions[Act::Undo]->setEnabled(m_messageCommands && m_messageCommands->canUndo());
-    const std::optional<Overview> overview = overviewOf(m_list->current());
-    const Marks marks = overview ? overview->marks() : Marks();
-    actions[Act::Flag]->setChecked(marks.testFlag(Mark::Flagged));
-    actions[Act::MarkUnread]->setText(marks.testFlag(Mark::Read) ? u"Mark as &unread"_s : u"Mark as &read"_s);
-    actions[Act::Watch]->setChecked(marks.testFlag(Mark::Watched));
-    actions[Act::Ignore]->setChecked(marks.testFlag(Mark::Ignored));
-    if (overview && !m_reader->isEmpty())
-        m_reader->setMarks({marks.testFlag(Mark::Flagged), marks.testFlag(Mark::Junk),
-                            marks.testFlag(Mark::Replied), marks.testFlag(Mark::Forwarded)});
-    actions[Act::Threads]->setChecked(m_list->messages().sortOrder().threads);
-    actions[Act::ReaderPane]->setChecked(m_views.showsReader());
-    actions[Act(int(Act::Classic) + int(m_views.layout()))]->setChecked(true);
-    actions[Act(int(Act::LookDesktop) + int(m_looks.look()))]->setChecked(true);
-    actions[Act::Compact]->setChecked(m_looks.density() == Density::Compact);
+    m_registry.setHave(have());
+    const QString undo = commands().undoText();
+    const QString redo = commands().redoText();
+    m_actions[Act::Undo]->setText(undo.isEmpty() ? tr("&Undo") : undo);
+    m_actions[Act::Redo]->setText(redo.isEmpty() ? tr("&Redo") : redo);
+    const QString target = commands().lastTargetName();
+    m_actions[Act::MoveAgain]->setText(target.isEmpty() ? tr("Mov&e again")
+                                                        : tr("Mov&e again to %1").arg(target));
+    updateChecks();
 }
+
+void MainWindow::updateChecks()
+{
+    const std::optional<Overview> overview = viewer().currentOverview();
+    const Marks marks = overview ? overview->marks() : Marks();
+    const std::vector<Tag> &tags = m_engine.tags().all();
+    for (int i = 0; i < kTagKeys && i < int(tags.size()); ++i)
+        m_actions.tag(i)->setChecked(overview && (overview->tags() >> tags[std::size_t(i)].bit & 1) != 0);
+    m_actions[Act::MarkUnread]->setText(marks.testFlag(Mark::Read) ? tr("Mark as &unread")
+                                                                   : tr("Mark as &read"));
+    const ListFilter &filter = viewer().filter();
+    const MessageSort sort = viewer().list().view().sort;
+    m_actions.sort(sort.column)->setChecked(true);
+    const struct
+    {
+        Act act;
+        bool on;
+    } checks[] = {
+        {Act::Flag, marks.testFlag(Mark::Flagged)},
+        {Act::Watch, marks.testFlag(Mark::Watched)},
+        {Act::Ignore, marks.testFlag(Mark::Ignored)},
+        {Act::Threads, sort.threads},
+        {Act::SortDescending, sort.order == Qt::DescendingOrder},
+        {Act::DateHeadings, sort.headings},
+        {Act::FilterUnread, filter.unread},
+        {Act::FilterFlagged, filter.flagged},
+        {Act::FilterAttachments, filter.attachments},
+        {Act::ReaderPane, !boolSetting(Setting::DisableMessagePane)},
+        {Act(int(Act::Classic) + int(m_views.layout())), true},
+        {Act(int(Act::LookDesktop) + int(m_looks.look())), true},
+        {Act::Compact, m_looks.density() == Density::Compact},
+        {Act::HideReadGroups, boolSetting(Setting::HideReadGroups)},
+        {Act::FullFolderNames, boolSetting(Setting::FullFolderNames)},
+        {Act::SingleKeys, m_registry.singleKeysAct()},
+        {Act::SeparateWindows, boolSetting(Setting::SeparateWindows)},
+    };
+    for (const auto &check : checks)
+        m_actions[check.act]->setChecked(check.on);
+}
+
+// --- Menus for the moment -------------------------------------------------------------------------------
 
 void MainWindow::groupMenu(Group *group, const QPoint &position)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     if (!group) {
-        connect(menu->addAction(u"&New group…"_s), &QAction::triggered, this,
+        connect(menu->addAction(tr("&New group…")), &QAction::triggered, this,
                 [this] { m_groupCommands->newGroup(nullptr); });
         return menu->popup(position);
     }
     const int number = group->number();
-    QAction *read = menu->addAction((*m_actions)[Act::MarkGroupRead]->icon(), u"Mark &all as read"_s);
+    connect(menu->addAction(tr("Open in a new ta&b")), &QAction::triggered, this,
+            [this, number] { m_viewers->openTab(number); });
+    QAction *read = menu->addAction(m_actions[Act::MarkGroupRead]->icon(), tr("Mark &all as read"));
     read->setEnabled(group->counts().unread > 0);
     connect(read, &QAction::triggered, this, [this, number] {
         if (Group *group = m_engine.groups().group(number))
-            m_messageCommands->markGroupRead(*group);
+            commands().markGroupRead(*group);
     });
     if (group->role() == GroupRole::WasteBasket)
-        menu->addAction((*m_actions)[Act::EmptyWasteBasket]);
+        menu->addAction(m_actions[Act::EmptyWasteBasket]);
+    if (group->role() == GroupRole::Junk)
+        menu->addAction(m_actions[Act::EmptyJunk]);
     menu->addSeparator();
     m_groupCommands->fillMenu(menu, *group);
     menu->popup(position);
@@ -268,35 +281,29 @@ void MainWindow::groupMenu(Group *group, const QPoint &position)
 
 void MainWindow::messageMenu(const QPoint &position)
 {
-    if (m_list->selectedCount() == 0)
+    if (viewer().list().selectedCount() == 0)
         return;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_actions->addTo(menu, Act::Open, Act::MarkThreadRead);
-    m_actions->addTo(menu, Act::Junk, Act::CopyTo);
+    m_actions.addTo(menu, Act::Open, Act::Flag);
+    menu->addMenu(m_tagMenu);
+    m_actions.addTo(menu, Act::MarkThreadRead, Act::MarkThreadRead);
+    m_actions.addTo(menu, Act::Junk, Act::CopyTo);
     menu->addSeparator();
-    menu->addAction((*m_actions)[Act::SaveAs]);
-    menu->addAction((*m_readerActions)[ReaderAction::Source]);
+    menu->addAction(m_actions[Act::SaveAs]);
+    menu->addAction(m_readerActions[ReaderAction::Source]);
     menu->addSeparator();
-    menu->addAction((*m_actions)[Act::Delete]);
+    menu->addAction(m_actions[Act::Delete]);
     menu->popup(position);
-}
-
-void MainWindow::goToGroup()
-{
-    askGroup(this, m_engine.groups(), {u"Go to group"_s, u"Go there"_s, 0}, [this](int number) {
-        selectGroup(number);
-        m_list->setFocus();
-    });
 }
 
 void MainWindow::showAbout()
 {
-    m_boxes->ask(
-        {u"Velmar "_s + QString::fromLatin1(versionText()),
-         u"Mail, news and feeds in plain files on this computer.\n%1"_s.arg(QString::fromLatin1(userAgent())),
-         {u"OK"_s},
-         false,
-         ReportLevel::Information},
-        this, [](int) {});
+    m_boxes->ask({tr("Velmar %1").arg(QString::fromLatin1(versionText())),
+                  tr("Mail, news and feeds in plain files on this computer.\n%1")
+                      .arg(QString::fromLatin1(userAgent())),
+                  {tr("OK")},
+                  false,
+                  ReportLevel::Information},
+                 this, [](int) {});
 }

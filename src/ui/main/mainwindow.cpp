@@ -4,22 +4,25 @@
 #include "engine/engine.h"
 #include "engine/storetasks.h"
 #include "store/mailbox/messagefile.h"
+#include "ui/actions/commandpalette.h"
 #include "ui/list/messagelist.h"
+#include "ui/list/quickfilterbar.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
+#include "ui/look/toolbuttons.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/linedbar.h"
 #include "ui/main/listpane.h"
-#include "ui/main/mainactions.h"
 #include "ui/main/messageboxes.h"
 #include "ui/main/messagecommands.h"
 #include "ui/main/messagewindow.h"
 #include "ui/main/panes.h"
 #include "ui/main/statusline.h"
+#include "ui/main/viewers.h"
+#include "ui/main/webpictures.h"
 #include "ui/main/welcome.h"
 #include "ui/reader/messageview.h"
-#include "ui/reader/readeractions.h"
 #include "ui/texts/messagetexts.h"
 #include "ui/tree/grouptree.h"
 
@@ -39,17 +42,7 @@ namespace {
 
 constexpr QSize kMinimumSize(720, 480);
 constexpr QSize kFirstSize(1280, 800);
-constexpr int kReadDelay = 800; ///< milliseconds that a message is looked at before it counts as read
-
-ReaderMarks marksOf(const Overview &overview)
-{
-    ReaderMarks marks;
-    marks.flagged = overview.has(Mark::Flagged);
-    marks.junk = overview.has(Mark::Junk);
-    marks.replied = overview.has(Mark::Replied);
-    marks.forwarded = overview.has(Mark::Forwarded);
-    return marks;
-}
+constexpr int kNoBarTexts = 900; ///< pixels; a narrower window has icons only in its main bar
 
 /// @p place as it was, but within @p room: the screen may have been greater then, or its dots smaller.
 QRect fitted(const QRect &place, const QRect &room)
@@ -62,7 +55,7 @@ QRect fitted(const QRect &place, const QRect &room)
 
 QString counted(qint64 count)
 {
-    return QLocale(QLocale::English).toString(count);
+    return QLocale().toString(count);
 }
 
 } // namespace
@@ -70,54 +63,59 @@ QString counted(qint64 count)
 MainWindow::MainWindow(Engine &engine, Looks &looks)
     : m_engine(engine)
     , m_looks(looks)
-    , m_actions(new MainActions(this))
-    , m_readerActions(new ReaderActions(*new ActionRegistry(this)))
+    , m_registry(this)
+    , m_actions(m_registry)
+    , m_readerActions(m_registry)
     , m_boxes(new MessageBoxes(this))
+    , m_remote(std::make_unique<WebPictures>(engine))
     , m_viewMenu(new QMenu(this))
+    , m_tagMenu(new QMenu(this))
 {
     setObjectName(u"mainWindow"_s);
     setWindowTitle(u"Velmar"_s);
     setMinimumSize(kMinimumSize);
     setContextMenuPolicy(Qt::NoContextMenu);
     m_views.load();
-    m_readTimer.setParent(this);
-    m_readTimer.setObjectName(u"readTimer"_s);
-    m_readTimer.setSingleShot(true);
-    m_readTimer.setInterval(kReadDelay);
     createPanes();
-    m_messageCommands = std::make_unique<MessageCommands>(engine, *m_list, *m_boxes, m_listPane->bar());
     m_groupCommands = new GroupCommands(engine, *m_boxes, this);
     createMenus();
+    createPalette();
     connectActions();
-    connectGroupActions();
-    connectViewActions();
     connectPanes();
     connectEngine();
     restore();
 }
 
+/// Nothing that goes now may call back into what has gone already.
 MainWindow::~MainWindow()
 {
-    m_engine.disconnect(this);
-    m_tree->disconnect(this);
-    m_list->disconnect(this);
+    m_readerActions.setReader(nullptr);
+    const std::initializer_list<QObject *> speakers = {
+        &m_engine,
+        &m_engine.tasks(),
+        &m_engine.groups(),
+        &m_engine.accounts(),
+        &m_engine.journal(),
+        &m_engine.tags(),
+        &m_looks,
+        &m_readerActions,
+        m_tree,
+        m_viewers,
+    };
+    for (QObject *speaker : speakers)
+        speaker->disconnect(this);
+    delete m_viewers; // while the widgets it holds are there
 }
 
 void MainWindow::createPanes()
 {
     createMainBar();
     m_tree = new GroupTree(m_engine.groups());
-    m_listPane = new ListPane(*m_actions, m_viewMenu);
-    m_list = &m_listPane->list();
-    m_reader = new MessageView;
-    m_reader->setObjectName(u"reader"_s);
-    m_reader->setHeaderActions({(*m_actions)[Act::Previous], (*m_actions)[Act::PreviousUnread],
-                                (*m_actions)[Act::NextUnread], (*m_actions)[Act::Next], nullptr,
-                                (*m_actions)[Act::Junk]},
-                               m_readerActions->moreActions());
-    m_readerActions->setReader(m_reader);
-    m_panes = new Panes(m_tree, m_listPane, m_reader);
-    m_status = new StatusLine(m_engine.tasks());
+    m_viewers =
+        new Viewers({m_engine, m_views, m_actions, m_readerActions, *m_boxes, *m_remote, m_viewMenu}, this);
+    m_welcome = new Welcome;
+    m_panes = new Panes(m_tree, m_viewers->tabs(), m_viewers->lists(), m_viewers->readers(), m_welcome);
+    m_status = new StatusLine(m_engine.tasks(), m_notices);
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -126,56 +124,77 @@ void MainWindow::createPanes()
     layout->addWidget(m_panes, 1);
     layout->addWidget(m_status);
     setCentralWidget(page);
+    for (const auto &each : m_viewers->all())
+        addViewer(each.get());
 }
 
-void MainWindow::connectPanes()
+/// What a new tab's widgets have to do with the rest of the window.
+void MainWindow::addViewer(GroupViewer *viewer)
 {
-    connect(m_tree, &GroupTree::currentGroupChanged, this, &MainWindow::showGroup);
-    connect(m_tree, &GroupTree::menuWanted, this, &MainWindow::groupMenu);
-    connect(m_tree, &GroupTree::messagesDropped, this, &MainWindow::dropped);
-    connect(m_tree, &GroupTree::collapsedChanged, this,
-            [this] { m_views.setCollapsed(m_tree->collapsed()); });
-    connect(m_list, &MessageList::currentChangedTo, this, &MainWindow::showCurrent);
-    connect(m_list, &MessageList::selectionCountChanged, this, &MainWindow::showSelection);
-    connect(m_list, &MessageList::activatedMessage, this, &MainWindow::openInWindow);
-    connect(m_list, &MessageList::spacePressed, this, &MainWindow::readOn);
-    connect(m_list, &MessageList::menuWanted, this, &MainWindow::messageMenu);
-    connect(m_list, &MessageList::flagClicked, this, [this](MessageRef message) {
-        if (const auto overview = overviewOf(message))
-            m_messageCommands->mark({message}, Mark::Flagged, !overview->has(Mark::Flagged));
+    for (const Act act : {Act::Delete, Act::DeleteForGood, Act::ReadOn}) {
+        viewer->list().addAction(m_actions[act]);
+        viewer->reader()->focusProxy()->addAction(m_actions[act]);
+    }
+    connect(viewer->reader(), &MessageView::linkActivated, this, &MainWindow::followLink);
+    connect(viewer->reader(), &MessageView::linkHovered, m_status, &StatusLine::setHint);
+    connect(viewer->reader(), &MessageView::messageWanted, this, &MainWindow::openMessage);
+    connect(viewer->reader(), &MessageView::composeWanted, this, &MainWindow::followLink);
+    connect(viewer->reader(), &MessageView::findFromWanted, this, [this](const QString &address) {
+        ListFilter filter;
+        filter.text = address;
+        this->viewer().setFilter(filter);
     });
-    connect(m_list, &MessageList::stateClicked, this, [this](MessageRef message) {
-        if (const auto overview = overviewOf(message))
-            m_messageCommands->mark({message}, Mark::Read, !overview->has(Mark::Read));
-    });
-    connect(m_list, &MessageList::viewChanged, this, [this] {
-        if (group())
-            m_views.setGroup(group()->number(), m_list->view());
-        updateActions();
-    });
-    const MessageListModel &model = m_list->messages();
+    const MessageListModel &model = viewer->list().messages();
     connect(&model, &MessageListModel::sortingProgressed, m_status, &StatusLine::showSorting);
     connect(&model, &MessageListModel::sortingEnded, m_status, &StatusLine::endSorting);
-    connect(m_status, &StatusLine::sortingStopped, &m_list->messages(), &MessageListModel::stopSorting);
-    connect(m_status, &StatusLine::onlineClicked, (*m_actions)[Act::Online], &QAction::trigger);
-    connect(&model, &QAbstractItemModel::dataChanged, this, &MainWindow::updateActions);
-    connect(&model, &MessageListModel::relaid, this, [this] {
-        if (m_list->current().isNull())
-            showCurrent({}); // the first mail has come, or the last has gone
-    });
-    connect(m_reader, &MessageView::linkActivated, this, &MainWindow::followLink);
-    connect(m_reader, &MessageView::linkHovered, m_status, &StatusLine::setHint);
-    connect(&m_readTimer, &QTimer::timeout, this, &MainWindow::markShownAsRead);
-    connect(m_listPane, &ListPane::emptyButtonClicked, this, [this] {
+    connect(m_status, &StatusLine::sortingStopped, &viewer->list().messages(),
+            &MessageListModel::stopSorting);
+    connect(viewer->pane(), &ListPane::emptyButtonClicked, this, [this] {
         if (group())
             group()->needsRepair() ? m_groupCommands->repair(*group())
                                    : m_groupCommands->importFiles(*group());
     });
-    Welcome &welcome = m_listPane->welcome();
-    connect(&welcome, &Welcome::importWanted, this,
+}
+
+void MainWindow::connectPanes()
+{
+    connect(m_tree, &GroupTree::currentGroupChanged, this, [this](Group *chosen) {
+        if (!m_updatingTree)
+            m_viewers->show(chosen ? chosen->number() : m_engine.groups().group(GroupRole::Inbox)->number());
+    });
+    connect(m_tree, &GroupTree::flaggedChosen, this, [this] {
+        if (!m_updatingTree)
+            m_viewers->show(kFlaggedList);
+    });
+    connect(m_tree, &GroupTree::listWanted, m_viewers->lists(), qOverload<>(&QWidget::setFocus));
+    connect(m_tree, &GroupTree::newTabWanted, m_viewers, &Viewers::openTab);
+    connect(m_tree, &GroupTree::removeWanted, this,
+            [this](Group *unwanted) { m_groupCommands->remove(*unwanted); });
+    connect(m_tree, &GroupTree::groupDropped, this,
+            [this](Group *moved, Group *target) { m_groupCommands->move(*moved, target); });
+    connect(m_tree, &GroupTree::filesDropped, this,
+            [this](const QStringList &paths, Group *target) { m_engine.importMail(paths, *target); });
+    connect(m_tree, &GroupTree::menuWanted, this, &MainWindow::groupMenu);
+    connect(m_tree, &GroupTree::messagesDropped, this, &MainWindow::dropped);
+    connect(m_tree, &GroupTree::collapsedChanged, this,
+            [this] { m_views.setCollapsed(m_tree->collapsed()); });
+    connect(m_viewers, &Viewers::added, this, &MainWindow::addViewer);
+    connect(m_viewers, &Viewers::currentChanged, this, &MainWindow::showPlace);
+    connect(m_viewers, &Viewers::changed, this, [this] {
+        updateStatus();
+        updateActions();
+    });
+    connect(m_viewers, &Viewers::openWanted, this, &MainWindow::openInWindow);
+    connect(m_viewers, &Viewers::spacePressed, this, &MainWindow::readOn);
+    connect(m_viewers, &Viewers::messageMenuWanted, this, &MainWindow::messageMenu);
+    connect(&m_readerActions, &ReaderActions::haveChanged, this, &MainWindow::updateActions);
+    connect(m_boxes, &MessageBoxes::told, &m_notices, &Notices::add);
+    connect(m_status, &StatusLine::noticesClicked, m_actions[Act::Transfers], &QAction::trigger);
+    connect(m_status, &StatusLine::onlineClicked, m_actions[Act::Online], &QAction::trigger);
+    connect(m_welcome, &Welcome::importWanted, this,
             [this] { m_groupCommands->importFiles(*m_engine.groups().group(GroupRole::Inbox)); });
-    connect(&welcome, &Welcome::batchAccountWanted, m_groupCommands, &GroupCommands::addMailboxFile);
-    connect(&welcome, &Welcome::lookAroundWanted, this, &MainWindow::demoWanted);
+    connect(m_welcome, &Welcome::batchAccountWanted, m_groupCommands, &GroupCommands::addMailboxFile);
+    connect(m_welcome, &Welcome::lookAroundWanted, this, &MainWindow::demoWanted);
 }
 
 void MainWindow::connectEngine()
@@ -183,11 +202,14 @@ void MainWindow::connectEngine()
     connect(&m_engine, &Engine::refreshed, this, &MainWindow::refresh);
     connect(&m_engine, &Engine::errorsWaiting, m_boxes, &MessageBoxes::showTogether);
     connect(&m_engine.tasks(), &TaskRunner::ended, this, &MainWindow::taskEnded);
-    connect(&m_engine.groups(), &GroupStore::groupRemoved, this,
-            [this](int number) { m_views.forget(number); });
+    connect(&m_engine.groups(), &GroupStore::groupRemoved, this, [this](int number) {
+        m_views.forget(number);
+        m_viewers->forget(number, m_engine.groups().group(GroupRole::Inbox)->number());
+    });
     connect(m_groupCommands, &GroupCommands::groupMade, this,
             [this](Group *made) { selectGroup(made->number()); });
-    connect(m_messageCommands.get(), &MessageCommands::undoChanged, this, &MainWindow::updateActions);
+    connect(&m_engine.journal(), &UndoJournal::changed, this, &MainWindow::updateActions);
+    connect(&m_engine.tags(), &Tags::changed, this, &MainWindow::updateTags);
     connect(&m_engine.accounts(), &AccountManager::accountAdded, this, &MainWindow::updateWelcome);
     connect(&m_looks, &Looks::lookChanged, this, &MainWindow::updateActions);
 }
@@ -198,20 +220,24 @@ void MainWindow::restore()
 {
     const QRect stored = windowGeometry(Setting::WindowSizeMain);
     const QScreen *there = stored.isValid() ? QGuiApplication::screenAt(stored.center()) : nullptr;
-    if (there)
+    if (stored.isValid() && boolSetting(Setting::DontCorrectWindowPositions))
+        setGeometry(stored);
+    else if (there)
         setGeometry(fitted(stored, there->availableGeometry()));
     else
         resize(kFirstSize.boundedTo(screen()->availableSize()));
+    m_registry.setSingleKeys(m_views.singleKeysAct());
     m_tree->setCollapsed(m_views.collapsed());
     m_panes->setArrangement(m_views.layout());
     m_panes->restoreSizes();
-    m_panes->setReaderShown(m_views.showsReader());
-    if (!selectGroup(m_views.lastGroup()))
-        selectGroup(m_engine.groups().group(GroupRole::Inbox)->number());
+    setReading(!boolSetting(Setting::DisableMessagePane));
+    m_viewers->restore(TabsText::fromText(stringSetting(Setting::GroupTabs)));
+    selectGroup(GroupTree::groupAtStart(m_engine.groups(), viewer().place()));
+    updateTags();
     updateWelcome();
     updateActions();
     refresh();
-    m_listPane->setFocus();
+    m_viewers->lists()->setFocus();
 }
 
 void MainWindow::remember()
@@ -219,8 +245,11 @@ void MainWindow::remember()
     const QRect place = normalGeometry();
     if (isVisible() && place.isValid() && place != windowGeometry(Setting::WindowSizeMain))
         setWindowGeometry(Setting::WindowSizeMain, place);
-    if (isVisible() && !m_listPane->showsWelcome())
+    if (isVisible() && !m_panes->showsWelcome())
         m_panes->rememberSizes();
+    const QString tabs = m_viewers->text().toText();
+    if (tabs != stringSetting(Setting::GroupTabs))
+        setStringSetting(Setting::GroupTabs, tabs);
     m_views.save();
 }
 
@@ -228,6 +257,12 @@ void MainWindow::closeEvent(QCloseEvent *event)
 {
     remember();
     QMainWindow::closeEvent(event);
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    setBarTextsShown(m_mainBar, width() >= kNoBarTexts);
 }
 
 void MainWindow::refresh()
@@ -239,101 +274,87 @@ void MainWindow::refresh()
 
 // --- Groups and messages --------------------------------------------------------------------------------
 
+GroupViewer &MainWindow::viewer() const
+{
+    return m_viewers->current();
+}
+
 Group *MainWindow::group() const
 {
-    return m_list->messages().group();
+    return viewer().group();
+}
+
+MessageCommands &MainWindow::commands() const
+{
+    return viewer().commands();
 }
 
 bool MainWindow::selectGroup(int number)
 {
-    if (!m_engine.groups().group(number))
+    if (number != kFlaggedList && !m_engine.groups().group(number))
         return false;
-    m_tree->setCurrent(number);
+    m_viewers->show(number);
     return true;
 }
 
 bool MainWindow::selectMessage(quint32 article)
 {
-    return m_list->setCurrent({m_shownGroup, article});
+    return viewer().select({viewer().place(), article});
 }
 
-/// Empty when it is gone.
-std::optional<Overview> MainWindow::overviewOf(MessageRef message) const
+/// Another group stands in front: the rest of the window follows.
+void MainWindow::showPlace()
 {
-    Group *group = m_engine.groups().group(message.group);
-    return group ? group->overview(message.article) : std::nullopt;
-}
-
-void MainWindow::showGroup(Group *group)
-{
-    m_shownGroup = group ? group->number() : 0;
     m_offeredNextGroup = false;
-    m_listPane->setGroup(group, m_views.group(m_shownGroup));
-    if (group) {
-        if (group->needsRepair() && boolSetting(Setting::AutoRepairs))
-            m_engine.repair(*group); // its list comes when that is done
-        m_views.setLastGroup(group->number());
-        connect(group, &Group::countsChanged, this, &MainWindow::updateStatus, Qt::UniqueConnection);
-        if (m_listPane->showsWelcome() && group->role() != GroupRole::Inbox)
-            m_lookedAround = true;
-    } else {
-        selectGroup(m_engine.groups().group(GroupRole::Inbox)->number());
-    }
+    m_readerActions.setReader(viewer().reader());
+    m_updatingTree = true;
+    m_tree->setCurrent(viewer().place());
+    m_updatingTree = false;
+    if (m_panes->showsWelcome() && group() && group()->role() != GroupRole::Inbox)
+        m_lookedAround = true;
     updateWelcome();
     updateStatus();
     updateActions();
 }
 
-void MainWindow::showCurrent(MessageRef message)
+void MainWindow::setReading(bool shown)
 {
-    m_readTimer.stop();
-    m_offeredNextGroup = false;
-    Group *home = m_engine.groups().group(message.group);
-    const std::optional<Overview> overview = overviewOf(message);
-    if (!overview) {
-        const bool empty = m_list->messages().rowCount() == 0;
-        m_reader->clear(empty ? u" "_s : u"No message chosen"_s, // the list says what there is to say
-                        empty ? u" "_s : u"Choose one in the list, or press N for the next unread one."_s);
-    } else if (m_reader->isVisibleTo(this)) {
-        const QByteArray text = home->readMessage(*overview);
-        if (text.isNull())
-            m_reader->clear(u"This message cannot be read"_s,
-                            u"Repair the group to find out what is left of it."_s);
-        else
-            m_reader->showMessage(Message(text), marksOf(*overview));
-        if (!text.isNull() && !overview->has(Mark::Read) && !home->has(GroupKeepsUnread))
-            m_readTimer.start();
-    }
-    updateActions();
+    m_panes->setReaderShown(shown);
+    m_viewers->setReading(shown);
 }
 
-/// Several messages are told by their number; the reader goes on showing the current one.
-void MainWindow::showSelection()
+/// Where messages are opened: always the same window, or, with `SeparateWindows`, one for each.
+MessageWindow *MainWindow::windowFor()
 {
-    updateStatus();
-    updateActions();
+    if (m_messageWindow && !boolSetting(Setting::SeparateWindows))
+        return m_messageWindow;
+    auto *window = new MessageWindow(*m_remote);
+    connect(this, &QObject::destroyed, window, &QWidget::close);
+    connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
+    connect(window, &MessageWindow::messageWanted, this, &MainWindow::openMessage);
+    m_messageWindow = window;
+    return window;
 }
 
-void MainWindow::markShownAsRead()
+void MainWindow::openMessage(const Message &message)
 {
-    m_messageCommands->noteRead(m_list->current());
+    MessageWindow *window = windowFor();
+    window->showMessage(message);
+    window->comeForward();
 }
 
 void MainWindow::openInWindow(MessageRef message)
 {
     Group *home = m_engine.groups().group(message.group);
-    const std::optional<Overview> overview = overviewOf(message);
+    const std::optional<Overview> overview = home ? home->overview(message.article) : std::nullopt;
     if (!overview)
         return;
     const QByteArray text = home->readMessage(*overview);
     if (text.isNull())
         return;
-    auto *window = new MessageWindow(Message(text), nullptr);
-    connect(this, &QObject::destroyed, window, &QWidget::close);
-    connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
-    window->show();
+    openMessage(Message(text));
     if (!home->has(GroupKeepsUnread))
-        m_messageCommands->noteRead(message);
+        home->setMarks({message.article}, Mark::Read, {});
 }
 
 bool MainWindow::openMessageFile(const QString &path)
@@ -343,10 +364,7 @@ bool MainWindow::openMessageFile(const QString &path)
         report(this, ReportLevel::Warning, "Unable to read file '%s'", qUtf8Printable(path));
         return false;
     }
-    auto *window = new MessageWindow(Message(*text), nullptr);
-    connect(this, &QObject::destroyed, window, &QWidget::close);
-    connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
-    window->show();
+    openMessage(Message(*text));
     return true;
 }
 
@@ -358,86 +376,73 @@ void MainWindow::followLink(const QString &target)
 /// A page further; at the end of the message, to the next that is unread.
 void MainWindow::readOn()
 {
-    if (m_reader->isVisibleTo(this) && !m_reader->isEmpty() && m_reader->pageDown())
-        return;
-    goToUnread(false);
+    if (!viewer().pageDown())
+        goToUnread(false);
 }
 
 void MainWindow::goToUnread(bool inNewThread)
 {
-    if (m_readTimer.isActive()) { // who goes on has read it
-        m_readTimer.stop();
-        markShownAsRead();
-    }
-    if (m_list->step(inNewThread ? MessageList::Step::NextUnreadThread : MessageList::Step::NextUnread))
+    if (viewer().goToUnread(inNewThread)) {
+        m_offeredNextGroup = false;
         return;
-    Group *next = nextUnreadGroup();
+    }
+    AskingBar &bar = viewer().pane()->bar();
+    Group *next = m_tree->nextUnread(group());
     if (!next) {
-        m_listPane->bar().tell(MessageBar::Kind::Information, u"All read"_s);
+        bar.tell(MessageBar::Kind::Information, tr("All read"));
         return;
     }
     const int number = next->number();
     if (m_offeredNextGroup)
         return goToFirstUnread(number);
+    if (boolSetting(Setting::CloseAtGroupEnd) && m_viewers->count() > 1)
+        m_viewers->closeTab(m_viewers->tabs()->currentIndex());
     const QString where = u"%1, %2"_s.arg(next->name(), counted(next->counts().unread));
-    m_listPane->bar().ask(MessageBar::Kind::Information,
-                          u"Nothing unread below. Next unread: %1"_s.arg(where),
-                          {u"Go there"_s, [this, number] { goToFirstUnread(number); }});
+    viewer().pane()->bar().ask(MessageBar::Kind::Information,
+                               tr("Nothing unread below. Next unread: %1").arg(where),
+                               {tr("Go there"), [this, number] { goToFirstUnread(number); }});
     m_offeredNextGroup = true;
 }
 
 void MainWindow::goToFirstUnread(int number)
 {
-    m_listPane->bar().hide();
-    selectGroup(number);
-    m_list->clearSelection();
-    m_list->setCurrentIndex({});
-    m_list->step(MessageList::Step::NextUnread);
-    m_list->setFocus();
-}
-
-/// The next group with unread messages, the current one last; what is junk or thrown away calls nobody.
-Group *MainWindow::nextUnreadGroup() const
-{
-    const std::vector<Group *> groups = m_engine.groups().groups();
-    const auto at = std::find_if(groups.begin(), groups.end(),
-                                 [this](const Group *group) { return group->number() == m_shownGroup; });
-    const std::size_t start = at == groups.end() ? 0 : std::size_t(at - groups.begin());
-    for (std::size_t i = 1; i <= groups.size(); ++i) {
-        Group *group = groups[(start + i) % groups.size()];
-        const bool calls = group->role() != GroupRole::Junk && group->role() != GroupRole::WasteBasket &&
-                           group->role() != GroupRole::Drafts;
-        if (calls && group->counts().unread > 0)
-            return group;
-    }
-    return nullptr;
+    viewer().pane()->bar().hide();
+    if (!selectGroup(number))
+        return;
+    viewer().goToFirstUnread();
+    m_viewers->lists()->setFocus();
 }
 
 void MainWindow::dropped(const MessageRefs &messages, Group *target, bool copy)
 {
-    if (target && copy)
-        m_messageCommands->copyTo(messages, *target);
-    else if (target)
-        m_messageCommands->moveTo(messages, *target);
+    if (!target)
+        return;
+    copy ? commands().copyTo(messages, *target) : commands().moveTo(messages, *target);
 }
 
 // --- The edges ------------------------------------------------------------------------------------------
 
 void MainWindow::updateStatus()
 {
-    if (!group()) {
-        m_status->setText({});
-        return;
+    const MessageList &list = viewer().list();
+    const MessageListModel &model = viewer().list().messages();
+    QStringList words;
+    if (Group *shown = group()) {
+        const OverviewFile::Counts counts = shown->counts();
+        words.append(messagesInWords(counts.total));
+        if (counts.unread > 0)
+            words.append(tr("%1 unread").arg(counted(counts.unread)));
+        const QString unread = counts.unread > 0 ? u" (%1)"_s.arg(counted(counts.unread)) : QString();
+        setWindowTitle(shown->name() + unread + u" - Velmar"_s);
+    } else {
+        words.append(messagesInWords(model.totalCount()));
+        setWindowTitle(viewer().title() + u" - Velmar"_s);
     }
-    const OverviewFile::Counts counts = group()->counts();
-    QString text = u"%1: %2"_s.arg(group()->name(), messagesInWords(counts.total));
-    if (counts.unread > 0)
-        text += u", %1 unread"_s.arg(counted(counts.unread));
-    if (m_list->selectedCount() > 1)
-        text += u", %1 selected"_s.arg(counted(m_list->selectedCount()));
-    m_status->setText(text);
-    const QString unread = counts.unread > 0 ? u" (%1)"_s.arg(counted(counts.unread)) : QString();
-    setWindowTitle(group()->name() + unread + u" - Velmar"_s);
+    if (const QString filtered = viewer().pane()->filter().words(); !filtered.isEmpty())
+        words = QStringList{filtered};
+    if (list.selectedCount() > 1)
+        words.append(tr("%1 selected").arg(counted(list.selectedCount())));
+    m_status->setText(u"%1: %2"_s.arg(viewer().title(), words.join(u", "_s)));
 }
 
 /// The welcome stands where there is neither mail nor an account to bring any.
@@ -447,8 +452,8 @@ void MainWindow::updateWelcome()
     const bool anyMail =
         std::any_of(groups.begin(), groups.end(), [](Group *group) { return group->counts().total > 0; });
     const bool welcomes = !m_lookedAround && !anyMail && m_engine.accounts().accounts().empty();
-    m_listPane->showWelcome(welcomes);
-    m_panes->setReaderShown(!welcomes && m_views.showsReader());
+    if (welcomes != m_panes->showsWelcome())
+        m_panes->showWelcome(welcomes);
 }
 
 void MainWindow::taskEnded(Task *task)
@@ -459,15 +464,15 @@ void MainWindow::taskEnded(Task *task)
     if (task->state() == Task::State::Failed || qobject_cast<TransferTask *>(task) ||
         task->result().isEmpty())
         return;
-    m_listPane->bar().tell(MessageBar::Kind::Good, task->result());
+    viewer().pane()->bar().tell(MessageBar::Kind::Good, task->result());
 }
 
 void MainWindow::getMail()
 {
     if (m_groupCommands->getMail())
         return;
-    m_listPane->bar().ask(MessageBar::Kind::Information, u"There is no account yet to get mail from."_s,
-                          {u"Add a mailbox file…"_s, [this] { m_groupCommands->addMailboxFile(); }});
+    viewer().pane()->bar().ask(MessageBar::Kind::Information, tr("There is no account yet to get mail from."),
+                               {tr("Add a mailbox file…"), [this] { m_groupCommands->addMailboxFile(); }});
 }
 
 void MainWindow::setOnlineWish(bool online)
@@ -480,8 +485,8 @@ void MainWindow::showOnline()
 {
     const bool online = isOnline();
     m_status->setOnline(online);
-    QAction *action = (*m_actions)[Act::Online];
-    action->setText(online ? u"Work &offline"_s : u"Go &online"_s);
+    QAction *action = m_actions[Act::Online];
+    action->setText(online ? tr("Work &offline") : tr("Go &online"));
     action->setIcon(icon(online ? u"online"_s : u"offline"_s));
 }
 

@@ -3,34 +3,39 @@
 #include "config/reporter.h"
 #include "store/group.h"
 #include "store/messageref.h"
+#include "ui/actions/actionregistry.h"
+#include "ui/main/mainactions.h"
+#include "ui/main/notices.h"
 #include "ui/main/views.h"
+#include "ui/reader/readeractions.h"
 
 #include <QMainWindow>
 #include <QPointer>
-#include <QTimer>
 
 #include <memory>
 
+class CommandPalette;
 class Engine;
 class GroupCommands;
 class GroupTree;
-class ListPane;
+class GroupViewer;
 class Looks;
-class MainActions;
 class MessageBoxes;
+class Message;
 class MessageCommands;
-class MessageList;
-class MessageView;
+class MessageWindow;
 class Panes;
 class ReaderActions;
 class QMenu;
 class QToolBar;
+class WebPictures;
 class StatusLine;
 class Task;
-enum class Act;
+class Viewers;
+class Welcome;
 
-/// The window of the program: the tree of groups, the list of one group's messages, the reader. It asks the
-/// engine for everything and listens; while it lives, reports are shown in its boxes.
+/// The window of the program: the tree of groups, tabs of groups, the list of one group's messages, the
+/// reader. It asks the engine for everything and listens; while it lives, reports are shown in its boxes.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -44,7 +49,7 @@ public:
     MessageBoxes &boxes() const { return *m_boxes; }
     void showReport(const Report &report);
 
-    /// Shows a group; false: there is none of that number.
+    /// Shows a group, or a list over many (grouptreemodel.h); false: there is none of that number.
     bool selectGroup(int number);
 
     /// Shows a message of the current group; false: it is not there.
@@ -59,6 +64,8 @@ public:
     /// Status line, state of the network, what is to be remembered. The engine's tick calls it.
     void refresh();
 
+    const ActionRegistry &actions() const { return m_registry; }
+
 signals:
     /// A link that was followed in a message and is not for this window.
     void urlWanted(const QString &url);
@@ -68,67 +75,80 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void createPanes();
     void createMainBar();
+    void createPalette();
     void createMenus();
     void createFileMenu();
+    void createEditMenu();
     void createViewMenu();
     void createMessageMenu();
+    void createTagMenu();
     void createToolsMenu();
     void connectActions();
+    void connectMessageActions();
     void connectGroupActions();
     void connectViewActions();
+    void connectTabActions();
     void connectPanes();
     void connectEngine();
+    void addViewer(GroupViewer *viewer);
     void restore();
     void remember();
 
+    GroupViewer &viewer() const;
     Group *group() const;
-    void showGroup(Group *group);
-    void showCurrent(MessageRef message);
-    void showSelection();
-    void markShownAsRead();
+    MessageCommands &commands() const;
+    void showPlace();
     void updateActions();
+    void updateChecks();
+    unsigned have() const;
     void updateStatus();
+    void updateTags();
     void updateWelcome();
     void readOn();
     void goToUnread(bool inNewThread);
     void goToFirstUnread(int group);
-    Group *nextUnreadGroup() const;
-    void goToGroup();
+    void goToGroup(bool inNewTab);
+    void openMessage(const Message &message);
     void openInWindow(MessageRef message);
+    MessageWindow *windowFor();
     void followLink(const QString &target);
     void groupMenu(Group *group, const QPoint &position);
     void messageMenu(const QPoint &position);
-    std::optional<Overview> overviewOf(MessageRef message) const;
     void dropped(const MessageRefs &messages, Group *target, bool copy);
     void taskEnded(Task *task);
     void getMail();
     void setOnlineWish(bool online);
     void showOnline();
     void setArrangement(PaneLayout layout);
+    void setReading(bool shown);
     void showAbout();
 
     Engine &m_engine;
     Looks &m_looks;
     Views m_views;
-    MainActions *m_actions;
-    ReaderActions *m_readerActions;
+    ActionRegistry m_registry;
+    MainActions m_actions;
+    ReaderActions m_readerActions;
+    Notices m_notices;
     MessageBoxes *m_boxes;
+    std::unique_ptr<WebPictures> m_remote;
     QMenu *m_viewMenu;
+    QMenu *m_tagMenu;
     QToolBar *m_mainBar;
     GroupTree *m_tree;
-    ListPane *m_listPane;
-    MessageList *m_list;
-    MessageView *m_reader;
+    Viewers *m_viewers;
+    Welcome *m_welcome;
     Panes *m_panes;
     StatusLine *m_status;
-    std::unique_ptr<MessageCommands> m_messageCommands;
     GroupCommands *m_groupCommands;
-    QTimer m_readTimer;
-    int m_shownGroup = 0;
-    bool m_lookedAround = false; ///< the user sent the welcome away
+    CommandPalette *m_palette;
+    QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
+    bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;
+    bool m_updatingTree = false;
 };

@@ -54,6 +54,7 @@ MessageBoxes::~MessageBoxes()
 
 void MessageBoxes::show(ReportLevel level, const QString &text, QObject *parent)
 {
+    emit told(level, text);
     for (Entry &waiting : m_waiting) {
         if (!waiting.answer && waiting.question.text == text) {
             ++waiting.times;
@@ -61,7 +62,7 @@ void MessageBoxes::show(ReportLevel level, const QString &text, QObject *parent)
         }
     }
     Entry entry;
-    entry.question = {text, {}, {u"OK"_s}, false, level};
+    entry.question = {text, {}, {tr("OK")}, false, level};
     entry.parent = parent;
     add(std::move(entry));
 }
@@ -108,7 +109,7 @@ void MessageBoxes::openEntry(const Entry &entry)
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowTitle(u"Velmar"_s);
     box->setTextFormat(Qt::PlainText); // what it says may come out of a message
-    box->setText(entry.times > 1 ? u"%1 (%2 times)"_s.arg(question.text).arg(entry.times) : question.text);
+    box->setText(entry.times > 1 ? tr("%1 (%2 times)").arg(question.text).arg(entry.times) : question.text);
     box->setInformativeText(question.detail);
     box->setIconPixmap(icon(QString::fromLatin1(sign.icon), sign.role).pixmap(size));
     QList<QPushButton *> buttons;

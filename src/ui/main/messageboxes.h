@@ -48,6 +48,10 @@ public:
     /// The open box; null when there is none.
     QMessageBox *openBox() const { return m_open; }
 
+signals:
+    /// Something was reported; questions are not.
+    void told(ReportLevel level, const QString &text);
+
 private:
     struct Entry
     {

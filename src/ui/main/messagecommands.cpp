@@ -334,6 +334,8 @@ bool MessageCommands::selectedHaveTag(int key) const
 /// Says it where the list alone does not show it: when messages went elsewhere, or many changed.
 void MessageCommands::tell(const OperationResult &result)
 {
+    if (!m_isActive)
+        return;
     if (result.count <= qint64(MessageOperations::kAtOnce))
         m_list.messages().settle();
     const bool isNew = result.way == OperationResult::Way::Done;

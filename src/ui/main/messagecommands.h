@@ -22,6 +22,9 @@ public:
     /// Everything must outlive this; @p bar is where done deeds are told.
     MessageCommands(Engine &engine, MessageList &list, MessageBoxes &boxes, AskingBar &bar);
 
+    /// Only the commands of the tab in front say what was done, wherever it was asked for.
+    void setActive(bool active) { m_isActive = active; }
+
     bool canUndo() const { return m_operations.journal().nextUndo() != nullptr; }
     bool canRedo() const { return m_operations.journal().nextRedo() != nullptr; }
 
@@ -105,6 +108,7 @@ private:
     MessageList &m_list;
     MessageBoxes &m_boxes;
     AskingBar &m_bar;
+    bool m_isActive = true;
     int m_lastTarget = 0;  ///< number of the group that was moved to last
     RecentGroups m_recent; ///< what was moved or copied to, to be offered first
     QString m_offered;     ///< the text in the bar with which the last deed can be taken back

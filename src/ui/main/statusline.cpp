@@ -8,6 +8,7 @@
 #include "ui/look/progressline.h"
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
+#include "ui/main/notices.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -15,34 +16,57 @@
 
 using namespace Qt::StringLiterals;
 
-StatusLine::StatusLine(TaskRunner &tasks, QWidget *parent)
+StatusLine::StatusLine(TaskRunner &tasks, const Notices &notices, QWidget *parent)
     : QWidget(parent)
+    , m_notices(notices)
     , m_tasks(tasks)
     , m_text(new ElidedLabel)
     , m_progress(new ProgressLine)
-    , m_online(newToolButton(u"online"_s, u"Online"_s, this))
+    , m_mark(newToolButton(u"error"_s, tr("Errors and notices"), this))
+    , m_online(newToolButton(u"online"_s, tr("Online"), this))
 {
     setObjectName(u"statusLine"_s);
     setSurface(this, Role::Chrome);
     setTextRole(m_text, Role::Text2);
     setFontScale(m_text, scale::small);
-    setFontScale(m_online, scale::small);
-    setTextRole(m_online, Role::Text2);
-    m_online->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_online->setIconSize({iconSize(IconUse::Row), iconSize(IconUse::Row)});
+    for (QToolButton *button : {m_mark, m_online}) {
+        setFontScale(button, scale::small);
+        setTextRole(button, Role::Text2);
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        button->setIconSize({iconSize(IconUse::Row), iconSize(IconUse::Row)});
+    }
+    m_mark->setObjectName(u"noticesButton"_s);
     m_online->setObjectName(u"onlineButton"_s);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(14, 1, space::inner, 0);
     layout->setSpacing(space::between);
     layout->addWidget(m_text, 1);
     layout->addWidget(m_progress);
+    layout->addWidget(m_mark);
     layout->addWidget(m_online);
+    connect(m_mark, &QToolButton::clicked, this, &StatusLine::noticesClicked);
+    connect(&notices, &Notices::unseenChanged, this, &StatusLine::showNotices);
     connect(m_online, &QToolButton::clicked, this, &StatusLine::onlineClicked);
     connect(m_progress, &ProgressLine::stopClicked, this, &StatusLine::stop);
     connect(&tasks, &TaskRunner::started, this, &StatusLine::showTask);
     connect(&tasks, &TaskRunner::progressed, this, &StatusLine::showTask);
     connect(&tasks, &TaskRunner::ended, this, &StatusLine::endTask);
     setOnline(true);
+    showNotices();
+}
+
+/// A quiet mark for what a box told, or for what had no box.
+void StatusLine::showNotices()
+{
+    const int count = m_notices.unseen();
+    const bool grave = m_notices.gravest() != ReportLevel::Information;
+    m_mark->setVisible(count > 0);
+    m_mark->setIcon(grave ? icon(u"error"_s, Role::Error) : icon(u"info"_s));
+    m_mark->setText(QString::number(count));
+    const QString words =
+        grave ? tr("%n error(s): show", nullptr, count) : tr("%n notice(s): show", nullptr, count);
+    m_mark->setToolTip(words);
+    m_mark->setAccessibleName(words);
 }
 
 void StatusLine::setText(const QString &text)
@@ -66,9 +90,9 @@ void StatusLine::setHint(const QString &hint)
 void StatusLine::setOnline(bool online)
 {
     m_online->setIcon(icon(online ? u"online"_s : u"offline"_s));
-    m_online->setText(online ? u"Online"_s : u"Offline"_s);
+    m_online->setText(online ? tr("Online") : tr("Offline"));
     m_online->setAccessibleName(m_online->text());
-    m_online->setToolTip(online ? u"Online: click to work offline"_s : u"Offline: click to go online"_s);
+    m_online->setToolTip(online ? tr("Online: click to work offline") : tr("Offline: click to go online"));
 }
 
 void StatusLine::showTask(Task *task)
@@ -86,7 +110,7 @@ void StatusLine::showSorting(int done, int total)
 {
     m_sorting = true;
     if (!m_tasks.isBusy())
-        m_progress->setProgress(u"Sorting"_s, done, total);
+        m_progress->setProgress(tr("Sorting"), done, total);
 }
 
 void StatusLine::endSorting()

@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class ElidedLabel;
+class Notices;
 class ProgressLine;
 class QToolButton;
 class Task;
@@ -14,8 +15,8 @@ class StatusLine : public QWidget
     Q_OBJECT
 
 public:
-    /// @p tasks must outlive this.
-    explicit StatusLine(TaskRunner &tasks, QWidget *parent = nullptr);
+    /// Both must outlive this.
+    StatusLine(TaskRunner &tasks, const Notices &notices, QWidget *parent = nullptr);
 
     void setText(const QString &text);
     QString text() const;
@@ -30,6 +31,7 @@ public:
 
 signals:
     void onlineClicked();
+    void noticesClicked();
     void sortingStopped();
 
 protected:
@@ -39,10 +41,13 @@ private:
     void showTask(Task *task);
     void endTask();
     void stop();
+    void showNotices();
 
+    const Notices &m_notices;
     TaskRunner &m_tasks;
     ElidedLabel *m_text;
     ProgressLine *m_progress;
+    QToolButton *m_mark; ///< there is something in the list of errors
     QToolButton *m_online;
     QString m_plain;
     QString m_hint;

@@ -90,10 +90,8 @@ void Views::readWindowLine(QStringView key, QStringView value)
         const auto name = std::find(kPaneLayoutNames.begin(), kPaneLayoutNames.end(), value.toLatin1());
         if (name != kPaneLayoutNames.end())
             m_layout = PaneLayout(name - kPaneLayoutNames.begin());
-    } else if (key == u"reader") {
-        m_showsReader = value != u"0";
-    } else if (key == u"last") {
-        m_lastGroup = value.toInt();
+    } else if (key == u"letters") {
+        m_singleKeysAct = value != u"0";
     } else if (key == u"collapsed") {
         m_collapsed = numbersIn(value);
     }
@@ -120,7 +118,7 @@ void Views::readGroupLine(GroupView &view, QStringView key, QStringView value)
 QStringList Views::lines() const
 {
     QStringList lines = {u"layout %1"_s.arg(QLatin1StringView(kPaneLayoutNames[std::size_t(m_layout)])),
-                         u"reader %1"_s.arg(m_showsReader ? 1 : 0), u"last %1"_s.arg(m_lastGroup),
+                         u"letters %1"_s.arg(m_singleKeysAct ? 1 : 0),
                          u"collapsed %1"_s.arg(joined(m_collapsed))};
     QList<int> numbers = m_groups.keys();
     std::sort(numbers.begin(), numbers.end());
@@ -168,16 +166,10 @@ void Views::setLayout(PaneLayout layout)
     m_layout = layout;
 }
 
-void Views::setShowsReader(bool shows)
+void Views::setSingleKeysAct(bool act)
 {
-    m_changed = m_changed || shows != m_showsReader;
-    m_showsReader = shows;
-}
-
-void Views::setLastGroup(int number)
-{
-    m_changed = m_changed || number != m_lastGroup;
-    m_lastGroup = number;
+    m_changed = m_changed || act != m_singleKeysAct;
+    m_singleKeysAct = act;
 }
 
 void Views::setCollapsed(const QList<int> &groups)

@@ -32,10 +32,8 @@ public:
 
     PaneLayout layout() const { return m_layout; }
     void setLayout(PaneLayout layout);
-    bool showsReader() const { return m_showsReader; }
-    void setShowsReader(bool shows);
-    int lastGroup() const { return m_lastGroup; } ///< 0: none
-    void setLastGroup(int number);
+    bool singleKeysAct() const { return m_singleKeysAct; }
+    void setSingleKeysAct(bool act);
     const QList<int> &collapsed() const { return m_collapsed; } ///< groups folded in the tree
     void setCollapsed(const QList<int> &groups);
 
@@ -48,8 +46,7 @@ private:
     ListFile m_file;
     QHash<int, GroupView> m_groups;
     PaneLayout m_layout = PaneLayout::Classic;
-    bool m_showsReader = true;
-    int m_lastGroup = 0;
+    bool m_singleKeysAct = true;
     QList<int> m_collapsed;
     bool m_changed = false;
 };

@@ -1,0 +1,119 @@
+#include "ui/main/notices.h"
+
+#include "config/clock.h"
+#include "ui/look/dialogfooter.h"
+#include "ui/look/icons.h"
+#include "ui/look/metrics.h"
+#include "ui/texts/messagetexts.h"
+
+#include <QClipboard>
+#include <QDialog>
+#include <QGuiApplication>
+#include <QListView>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::size_t kMost = 200;
+constexpr int kWidth = 80; ///< characters
+constexpr int kRows = 14;
+
+QIcon signOf(ReportLevel level)
+{
+    switch (level) {
+    case ReportLevel::Critical: return icon(u"error"_s, Role::Error);
+    case ReportLevel::Warning: return icon(u"warning"_s, Role::Warning);
+    case ReportLevel::Information: break;
+    }
+    return icon(u"info"_s, Role::Information);
+}
+
+} // namespace
+
+void Notices::add(ReportLevel level, const QString &text)
+{
+    beginInsertRows({}, 0, 0);
+    m_notices.push_front({level, text, clockNow()});
+    endInsertRows();
+    if (m_notices.size() > kMost) {
+        beginRemoveRows({}, int(kMost), int(kMost));
+        m_notices.pop_back();
+        endRemoveRows();
+    }
+    m_gravest = m_unseen > 0 ? std::max(m_gravest, level) : level;
+    ++m_unseen;
+    emit unseenChanged();
+}
+
+int Notices::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_notices.size());
+}
+
+QVariant Notices::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= rowCount())
+        return {};
+    const Notice &notice = m_notices[std::size_t(index.row())];
+    switch (role) {
+    case Qt::DisplayRole:
+        return u"%1   %2"_s.arg(shortDate(notice.time.toSecsSinceEpoch()), notice.text.simplified());
+    case Qt::ToolTipRole: return notice.text;
+    case Qt::DecorationRole: return signOf(notice.level);
+    default: return {};
+    }
+}
+
+QString Notices::asText() const
+{
+    QStringList lines;
+    for (const Notice &notice : m_notices)
+        lines.append(u"%1  %2"_s.arg(notice.time.toString(Qt::ISODate), notice.text));
+    return lines.join(u'\n') + u'\n';
+}
+
+void Notices::clear()
+{
+    beginResetModel();
+    m_notices.clear();
+    endResetModel();
+}
+
+QDialog *Notices::showList(QWidget *window)
+{
+    m_unseen = 0;
+    emit unseenChanged();
+    auto *dialog = new QDialog(window);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setObjectName(u"notices"_s);
+    dialog->setWindowTitle(tr("Errors and notices"));
+    auto *list = new QListView;
+    list->setAccessibleName(tr("Errors and notices"));
+    list->setModel(this);
+    list->setWordWrap(true);
+    list->setTextElideMode(Qt::ElideNone);
+    list->setMinimumSize(columnWidth(kWidth), kRows * rowHeight(RowKind::List));
+    auto *footer = new DialogFooter(tr("Close"));
+    footer->cancelButton()->hide();
+    QPushButton *copy = footer->addSecondary(tr("Copy all"));
+    QPushButton *clear = footer->addButton(tr("Clear"));
+    auto *page = new QVBoxLayout;
+    page->setContentsMargins(space::dialog, space::dialog, space::dialog, space::card);
+    page->addWidget(list);
+    auto *all = new QVBoxLayout(dialog);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+    all->addLayout(page, 1);
+    all->addWidget(footer);
+    connect(copy, &QPushButton::clicked, this, [this] { QGuiApplication::clipboard()->setText(asText()); });
+    connect(clear, &QPushButton::clicked, this, &Notices::clear);
+    connect(footer, &DialogFooter::accepted, dialog, &QDialog::accept);
+    dialog->open();
+    list->setFocus();
+    return dialog;
+}
