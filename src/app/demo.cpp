@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QFile>
 
+#include <algorithm>
 #include <map>
 
 using namespace Qt::StringLiterals;
@@ -25,13 +26,30 @@ constexpr Rule kRules[] = {
     {"From", "security-check.example", "Junk", GroupKind::Folder},
     {"From", "instant-diploma.example", "Junk", GroupKind::Folder},
     {"From", "royal-tides.example", "Junk", GroupKind::Folder},
-    {"List-Id", "authors-list.", "authors-list", GroupKind::List},
+    {"List-Id", "authors-list.", "Tidewater Press/authors-list", GroupKind::List},
     {"List-Id", "harbourletter.", "Newsletters", GroupKind::Folder},
-    {"Subject", "Winter lay-up", "Sailing club", GroupKind::Folder},
-    {"Subject", "Second Wind", "Sailing club", GroupKind::Folder},
-    {"Subject", "Kittiwake", "Sailing club", GroupKind::Folder},
-    {"Subject", "Invoice", "Bills and tax", GroupKind::Folder},
+    {"Subject", "Winter lay-up", "Home/Sailing club", GroupKind::Folder},
+    {"Subject", "Second Wind", "Home/Sailing club", GroupKind::Folder},
+    {"Subject", "Kittiwake", "Home/Sailing club", GroupKind::Folder},
+    {"Subject", "Approval: pages", "Tidewater Press/Almanac 2026", GroupKind::Folder},
+    {"Subject", "Printer needs", "Tidewater Press/Almanac 2026", GroupKind::Folder},
+    {"Subject", "Page 112", "Tidewater Press/Proofs", GroupKind::Folder},
+    {"Subject", "Commas before", "Tidewater Press/Proofs", GroupKind::Folder},
+    {"Subject", "Invoice", "Home/Bills and tax", GroupKind::Folder},
 };
+
+/// The tags of the owner, and whose subjects have them.
+struct TagRule
+{
+    const char *subject;
+    const char *tag;
+    int hue;
+};
+constexpr TagRule kTagRules[] = {
+    {"Tide tables", "Almanac", 200}, {"Cover sketches", "Almanac", 200}, {"Harbour walk", "Club", 140},
+    {"Winter lay-up", "Club", 140},  {"Invoice", "To pay", 28},
+};
+constexpr char kWatched[] = "Tide tables, second reading";
 
 constexpr char kOwner[] = "clara@tidewater.example";
 
@@ -102,5 +120,28 @@ void Demo::sortMail()
     store.copy(inbox, own, *store.group(GroupRole::SentMail));
     for (const auto &[name, articles] : moves)
         store.move(inbox, articles, *store.make(name, kinds[name]));
+    for (Group *group : store.groups())
+        tagMail(*group);
     emit ready();
+}
+
+void Demo::tagMail(Group &group)
+{
+    for (int row = 0; row < group.rowCount(); ++row) {
+        const Overview overview = group.row(row);
+        const QString subject = overview.isDead() ? QString() : group.texts(overview).subject;
+        const auto rule = std::find_if(std::begin(kTagRules), std::end(kTagRules), [&](const TagRule &each) {
+            return subject.contains(QLatin1StringView(each.subject));
+        });
+        if (rule != std::end(kTagRules))
+            group.setTags({overview.article()}, 1u << tagBit(QString::fromLatin1(rule->tag), rule->hue), 0);
+        if (subject == QLatin1StringView(kWatched))
+            group.setMarks({overview.article()}, Mark::Watched, {});
+    }
+}
+
+int Demo::tagBit(const QString &name, int hue)
+{
+    const Tag *tag = m_engine->tags().find(name);
+    return tag ? tag->bit : m_engine->tags().add(name, hue);
 }

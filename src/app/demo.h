@@ -28,6 +28,8 @@ signals:
 
 private:
     void sortMail();
+    void tagMail(Group &group);
+    int tagBit(const QString &name, int hue);
 
     QTemporaryDir m_directory;
     std::optional<ClockOverride> m_clock;

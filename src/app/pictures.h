@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QFont>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -10,8 +12,8 @@ class Engine;
 class Looks;
 class MainWindow;
 
-/// Shows what the program can do without anybody at the screen: a few scenes of the window, saved as
-/// pictures, each told on standard output. Ends the program afterwards.
+/// Pictures of the windows with the invented mailbox in them: sets one scene after the other, saves each, and
+/// ends the program.
 class Pictures : public QObject
 {
     Q_OBJECT
@@ -29,14 +31,21 @@ private:
         std::function<void()> set;
     };
 
+    void addMainScenes();
+    void addOtherScenes();
     void next();
     void save(const Scene &scene);
     void showMessage(const QString &subject);
+    void act(const char *action);
+    void press(int key, const QString &text = {});
+    void type(const char *text);
+    void closeFront();
 
     MainWindow &m_window;
     Engine &m_engine;
     Looks &m_looks;
     QString m_directory;
+    QFont m_font;
     std::vector<Scene> m_scenes;
     std::size_t m_at = 0;
     bool m_failed = false;

@@ -192,6 +192,7 @@ bool Velmar::startUp()
     m_engine.groups().setRepairsItself(false); // repairs take their time, and a window shows how far they are
     if (!m_engine.load())
         return false;
+    m_stalls = std::make_unique<StallWatch>();
     m_looks.start();
     const QString chosenFont = applicationFontText();
     if (QFont font; !chosenFont.isEmpty() && font.fromString(chosenFont))

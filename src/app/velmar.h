@@ -9,6 +9,7 @@
 #include "config/reporter.h"
 #include "config/terminationsignals.h"
 #include "engine/engine.h"
+#include "engine/stallwatch.h"
 #include "ui/look/looks.h"
 #include "ui/main/mainwindow.h"
 
@@ -66,6 +67,7 @@ private:
     std::unique_ptr<Demo> m_demo;
     Engine m_engine;
     QPointer<MainWindow> m_window;
+    std::unique_ptr<StallWatch> m_stalls; ///< what keeps the window waiting is noted in the log
     std::unique_ptr<DefaultClient> m_defaultClient;
     QTimer m_timer;
     ProgramOptions m_options;
