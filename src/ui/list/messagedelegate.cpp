@@ -68,10 +68,12 @@ struct MessageDelegate::Row
         painter->setFont(font);
         painter->setPen(ink);
         const QString shown = QFontMetrics(font).elidedText(words, Qt::ElideRight, rect.width());
+        painter->setLayoutDirection(Qt::LayoutDirectionAuto); // the words have their own, the window the side
         painter->drawText(rect,
-                          int(QStyle::visualAlignment(option.direction, side)) | Qt::AlignVCenter |
-                              Qt::TextSingleLine,
+                          int(QStyle::visualAlignment(option.direction, side)) | Qt::AlignAbsolute |
+                              Qt::AlignVCenter | Qt::TextSingleLine,
                           shown);
+        painter->setLayoutDirection(option.direction);
     }
     void icon(const QRect &rect, const QString &name, const QColor &ink) const
     {

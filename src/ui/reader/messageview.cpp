@@ -132,9 +132,12 @@ void MessageView::setHeaderActions(const QList<QAction *> &buttons, const QList<
             m_more->addSeparator();
     }
     m_header->setActions(more.isEmpty() ? buttons : buttons + QList<QAction *>{m_moreAction});
-    for (QToolButton *button : m_header->findChildren<QToolButton *>())
-        if (button->defaultAction() == m_moreAction)
-            button->setPopupMode(QToolButton::InstantPopup);
+    for (QToolButton *button : m_header->findChildren<QToolButton *>()) {
+        if (button->defaultAction() != m_moreAction)
+            continue;
+        button->setPopupMode(QToolButton::InstantPopup);
+        button->updateGeometry(); // no arrow to open it apart any more
+    }
 }
 
 void MessageView::connectPanes()
@@ -235,8 +238,9 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_header->setTags({});
     m_header->showMessage(m_message, m_marks);
     showFaults();
-    build();
     m_stack->setCurrentWidget(m_page);
+    m_page->layout()->activate(); // the text is written for the width that it will have
+    build();
     m_body->verticalScrollBar()->setValue(0);
     tellWhatIsBlocked();
     m_pieces->showMessage(m_message);
