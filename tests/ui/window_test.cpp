@@ -261,6 +261,31 @@ private slots:
         QCOMPARE(program.window->findChild<StatusLine *>()->text(), u"Inbox: 3 messages, 3 unread"_s);
     }
 
+    void thePiecesOfAMessageAreFoundAndJoined()
+    {
+        Program program;
+        quint32 last = 0;
+        for (const char *number : {"1", "2"}) {
+            const QByteArray text = "From: ada@example.org\nSubject: Log, part " + QByteArray(number) +
+                                    "\nMIME-Version: 1.0\nContent-Type: message/partial; id=\"log@x\"; number=" +
+                                    number + "; total=2\n\n" +
+                                    (*number == '1' ? "Subject: The whole log\n\nfirst\n" : "second\n");
+            last = program.engine.groups().add(program.inbox(), Message(text), {}, 0, 1795176000);
+        }
+        program.open();
+        QVERIFY(program.window->selectMessage(last));
+        const MessageView *reader = program.viewers()->current().reader();
+        const auto *bar = reader->findChild<AskingBar *>();
+        QTRY_VERIFY2(bar->isVisible() && bar->text().contains(u"2"_s), qPrintable(bar->text()));
+        QSignalSpy wanted(reader, &MessageView::messageWanted);
+        for (QPushButton *button : bar->findChildren<QPushButton *>()) {
+            if (button->isVisible() && button->text().contains(u"Join"_s))
+                button->click();
+        }
+        QCOMPARE(wanted.count(), 1);
+        QCOMPARE(wanted.first().first().value<Message>().subject(), u"The whole log"_s);
+    }
+
     void reportsWaitForEachOther()
     {
         Program program;

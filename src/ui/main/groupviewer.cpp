@@ -2,6 +2,7 @@
 
 #include "config/settings.h"
 #include "engine/engine.h"
+#include "engine/piecesearch.h"
 #include "store/messagerows.h"
 #include "ui/list/messagelist.h"
 #include "ui/main/listpane.h"
@@ -46,6 +47,13 @@ GroupViewer::GroupViewer(const ViewerSurroundings &surroundings, QObject *parent
                                 actions[Act::NextUnread], actions[Act::Next], nullptr, actions[Act::Archive],
                                 actions[Act::Junk]},
                                surroundings.readerActions.moreActions());
+    m_reader->setPartFinder([this](const QByteArray &id, PieceSearch::Found found) {
+        Group *home = m_engine.groups().group(m_shown.group);
+        const std::optional<Overview> overview = home ? home->overview(m_shown.article) : std::nullopt;
+        if (overview)
+            m_pieces =
+                std::make_unique<PieceSearch>(*home, id, home->texts(*overview).from, std::move(found));
+    });
     m_readTimer.setParent(this);
     m_readTimer.setObjectName(u"readTimer"_s);
     m_readTimer.setSingleShot(true);
@@ -244,6 +252,7 @@ void GroupViewer::showCurrent()
         if (current != m_shown) {
             const QByteArray text = home->readMessage(*overview);
             m_shown = text.isNull() ? MessageRef() : current;
+            m_pieces.reset();
             if (text.isNull())
                 m_reader->clear(tr("This message cannot be read"),
                                 tr("Repair the group to find out what is left of it."));

@@ -19,6 +19,7 @@ class MessageBoxes;
 class MessageCommands;
 class MessageList;
 class MessageView;
+class PieceSearch;
 class QMenu;
 class ReaderActions;
 class RemoteContent;
@@ -111,6 +112,7 @@ private:
     MessageList *m_list;
     QPointer<MessageView> m_reader;
     std::unique_ptr<MessageCommands> m_commands;
+    std::unique_ptr<PieceSearch> m_pieces; ///< those of the message that is shown
     QTimer m_readTimer;
     int m_place = 0;
     bool m_isOpen = false;

@@ -60,6 +60,7 @@ constexpr std::array kActs = {
     ActRow{Act::GroupTreePane, {"view.groupTree", TEXT("&Tree of groups"), "", "F9", 0, kChecks}},
     ActRow{Act::Threads, {"view.threads", TEXT("Th&reads"), "thread", "Ctrl+T", 0, kChecks | kSeparates}},
     ActRow{Act::DateHeadings, {"view.dateHeadings", TEXT("&Dates as headings"), "", "", 0, kChecks}},
+    ActRow{Act::Columns, {"view.columns", TEXT("Colum&ns…"), "", ""}},
     ActRow{Act::SortDescending, {"view.sortDescending", TEXT("&Greatest first"), "", "", 0, kChecks}},
     ActRow{Act::ExpandAll, {"view.expandAll", TEXT("&Expand all threads"), "", "*", NeedsMail}},
     ActRow{Act::CollapseAll, {"view.collapseAll", TEXT("C&ollapse all threads"), "", "\\", NeedsMail}},

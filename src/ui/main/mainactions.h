@@ -39,6 +39,7 @@ enum class Act {
     GroupTreePane,
     Threads,
     DateHeadings,
+    Columns,
     SortDescending,
     ExpandAll,
     CollapseAll,

@@ -152,6 +152,7 @@ void MainWindow::connectViewActions()
        [sortAs](bool threads) { sortAs([threads](MessageSort &sort) { sort.threads = threads; }); });
     on(Act::DateHeadings,
        [sortAs](bool headings) { sortAs([headings](MessageSort &sort) { sort.headings = headings; }); });
+    on(Act::Columns, [this] { viewer().list().showColumnsMenu(); });
     on(Act::ExpandAll, [this] { viewer().list().messages().setAllExpanded(true); });
     on(Act::CollapseAll, [this] { viewer().list().messages().setAllExpanded(false); });
     on(Act::FilterText, [this] { viewer().pane()->openFilter(); });

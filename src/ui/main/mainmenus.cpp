@@ -100,7 +100,7 @@ void MainWindow::createViewMenu()
         sort->addAction(m_actions.sort(MessageColumn(column)));
     sort->addSeparator();
     sort->addAction(m_actions[Act::SortDescending]);
-    m_actions.addTo(m_viewMenu, Act::Threads, Act::DateHeadings);
+    m_actions.addTo(m_viewMenu, Act::Threads, Act::Columns);
     m_actions.addTo(m_viewMenu, Act::ExpandAll, Act::FullFolderNames);
     m_viewMenu->addSeparator();
     QMenu *reader = m_viewMenu->addMenu(tr("Message te&xt"));
