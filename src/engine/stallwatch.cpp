@@ -7,6 +7,9 @@
 #include <QElapsedTimer>
 #include <QMetaEnum>
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 /// Between two signals of the dispatcher lies a pass over what there is to do. Which signal comes first
@@ -31,8 +34,41 @@ StallWatch::Clock StallWatch::monotonicClock()
     return [timer] { return timer.nsecsElapsed(); };
 }
 
+/// What only tells an object of a change in the middle of something else: the time that follows is not its
+/// own.
+bool StallWatch::isNotice(QEvent::Type type)
+{
+    constexpr std::array kNotices = {
+        QEvent::ActionAdded,
+        QEvent::ActionChanged,
+        QEvent::ActionRemoved,
+        QEvent::ChildAdded,
+        QEvent::ChildPolished,
+        QEvent::ChildRemoved,
+        QEvent::ContentsRectChange,
+        QEvent::CursorChange,
+        QEvent::DynamicPropertyChange,
+        QEvent::EnabledChange,
+        QEvent::FontChange,
+        QEvent::IconTextChange,
+        QEvent::LayoutDirectionChange,
+        QEvent::ModifiedChange,
+        QEvent::PaletteChange,
+        QEvent::ParentAboutToChange,
+        QEvent::ParentChange,
+        QEvent::ReadOnlyChange,
+        QEvent::StyleChange,
+        QEvent::ToolTipChange,
+        QEvent::WindowIconChange,
+        QEvent::WindowTitleChange,
+    };
+    return std::find(kNotices.begin(), kNotices.end(), type) != kNotices.end();
+}
+
 bool StallWatch::eventFilter(QObject *receiver, QEvent *event)
 {
+    if (isNotice(event->type()))
+        return false;
     const qint64 now = m_clock();
     if (m_passBegan < 0)
         m_passBegan = now;

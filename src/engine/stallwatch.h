@@ -51,6 +51,7 @@ private:
         const char *parent = nullptr;
         QString parentName;
     };
+    static bool isNotice(QEvent::Type type);
     static Label labelOf(const QObject *receiver, const QEvent *event);
     static QString textOf(const Label &label);
 

@@ -36,6 +36,7 @@ private slots:
     void aCalmLoop();
     void anEventThatHolds();
     void theHeaviestIsNamed();
+    void noticesTakeNothingOver();
     void manySmallOnes();
     void whatWaitsInside();
     void aReceiverThatDies();
@@ -125,6 +126,20 @@ void StallWatchTest::theHeaviestIsNamed()
     });
     QCOMPARE(m_watch->longest().milliseconds, 60);
     QCOMPARE(m_watch->longest().event, u"Paint for QObject 'inner'"_s);
+}
+
+/// A change that is told in between is not what the time after it goes into.
+void StallWatchTest::noticesTakeNothingOver()
+{
+    QObject outer;
+    outer.setObjectName(u"outer"_s);
+    QObject told;
+    run(outer, [&] {
+        QEvent changed(QEvent::ToolTipChange);
+        QCoreApplication::sendEvent(&told, &changed);
+        hold(60);
+    });
+    QCOMPARE(m_watch->longest().event, u"MetaCall for QObject 'outer'"_s);
 }
 
 /// Each by itself is short, but nothing else comes between them.
