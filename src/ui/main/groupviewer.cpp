@@ -135,8 +135,6 @@ void GroupViewer::open()
         rows = std::make_unique<FlaggedRows>(m_engine.groups());
     else if (group)
         rows = std::make_unique<GroupRows>(*group);
-    if (!boolSetting(Setting::ClearPanes) && !m_shown.isNull())
-        m_reader->setEnabled(true); // what was read stays on the screen until another is chosen
     m_pane->setSource(std::move(rows), title(), m_views.group(m_place));
     if (group) {
         if (group->needsRepair() && boolSetting(Setting::AutoRepairs))
