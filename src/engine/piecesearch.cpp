@@ -15,32 +15,16 @@ constexpr qint64 kMostBytes = 256LL * 1024 * 1024; ///< of pieces: no message is
 
 } // namespace
 
-PieceSearch::PieceSearch(QObject *parent)
+PieceSearch::PieceSearch(Group &group, QByteArray id, QString sender, Found found, QObject *parent)
     : QObject(parent)
     , m_timer(this)
+    , m_group(&group)
+    , m_id(std::move(id))
+    , m_sender(std::move(sender))
+    , m_found(std::move(found))
 {
-    m_timer.setInterval(0);
     connect(&m_timer, &QTimer::timeout, this, &PieceSearch::slice);
-}
-
-void PieceSearch::start(Group &group, quint32 article, const QByteArray &id, Found found)
-{
-    stop();
-    const std::optional<Overview> known = group.overview(article);
-    m_group = &group;
-    m_id = id;
-    m_sender = known ? group.texts(*known).from : QString();
-    m_found = std::move(found);
-    m_timer.start();
-}
-
-void PieceSearch::stop()
-{
-    m_timer.stop();
-    m_found = {};
-    m_texts.clear();
-    m_bytes = 0;
-    m_next = m_read = 0;
+    m_timer.start(0);
 }
 
 /// The newest first: the others of a message came with it most likely.
@@ -56,7 +40,9 @@ void PieceSearch::slice()
         if ((m_read > before || m_next % kBetweenLooks == 0) && clock.hasExpired(kSlice))
             return;
     }
-    end();
+    m_timer.stop();
+    const Found found = std::exchange(m_found, {}); // who is told may send this away
+    found(std::exchange(m_texts, {}));
 }
 
 void PieceSearch::look(const Overview &overview)
@@ -68,13 +54,4 @@ void PieceSearch::look(const Overview &overview)
         return;
     m_bytes += text.size();
     m_texts.append(text);
-}
-
-void PieceSearch::end()
-{
-    const Found found = std::move(m_found);
-    const QList<QByteArray> texts = m_texts;
-    stop();
-    if (found)
-        found(texts);
 }
