@@ -66,11 +66,22 @@ void SearchField::paintEvent(QPaintEvent *event)
                      m_key.toString(QKeySequence::NativeText));
 }
 
+/// Esc is the field's, also in a window that it closes.
+bool SearchField::event(QEvent *event)
+{
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+        event->accept();
+        return true;
+    }
+    return QLineEdit::event(event);
+}
+
 void SearchField::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() != Qt::Key_Escape)
         return QLineEdit::keyPressEvent(event);
-    if (text().isEmpty())
+    if (m_escapeLeaves || text().isEmpty())
         emit left();
     else
         clear();

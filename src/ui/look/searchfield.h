@@ -4,7 +4,7 @@
 #include <QLineEdit>
 
 /// A field to search or filter with: an icon at its beginning, at its end the key that leads to it while it
-/// is empty, else a cross. Esc empties it.
+/// is empty, else a cross. Esc empties it, where it does not leave at once.
 class SearchField : public QLineEdit
 {
     Q_OBJECT
@@ -16,11 +16,15 @@ public:
     /// The key shown at the end; the window makes it work.
     void setKeyHint(const QKeySequence &key);
 
+    /// For dialogs and bars, which Esc closes whatever is typed.
+    void setEscapeLeaves(bool leaves) { m_escapeLeaves = leaves; }
+
 signals:
-    /// Esc in an empty field: the user wants to be where they were.
+    /// Esc in an empty field, or in one that it leaves: the user wants to be where they were.
     void left();
 
 protected:
+    bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
@@ -32,4 +36,5 @@ private:
 
     QString m_icon;
     QKeySequence m_key;
+    bool m_escapeLeaves = false;
 };

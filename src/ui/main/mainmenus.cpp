@@ -11,6 +11,7 @@
 #include "ui/main/mainwindow.h"
 #include "ui/main/messageboxes.h"
 #include "ui/main/messagecommands.h"
+#include "ui/main/panes.h"
 #include "ui/main/viewers.h"
 #include "ui/tree/grouptreemodel.h"
 
@@ -238,6 +239,7 @@ void MainWindow::updateChecks()
         {Act::FilterFlagged, filter.flagged},
         {Act::FilterAttachments, filter.attachments},
         {Act::ReaderPane, !boolSetting(Setting::DisableMessagePane)},
+        {Act::GroupTreePane, m_panes->treeIsShown()},
         {Act(int(Act::Classic) + int(m_views.layout())), true},
         {Act(int(Act::LookDesktop) + int(m_looks.look())), true},
         {Act::Compact, m_looks.density() == Density::Compact},

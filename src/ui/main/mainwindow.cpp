@@ -139,11 +139,7 @@ void MainWindow::addViewer(GroupViewer *viewer)
     connect(viewer->reader(), &MessageView::linkHovered, m_status, &StatusLine::setHint);
     connect(viewer->reader(), &MessageView::messageWanted, this, &MainWindow::openMessage);
     connect(viewer->reader(), &MessageView::composeWanted, this, &MainWindow::followLink);
-    connect(viewer->reader(), &MessageView::findFromWanted, this, [this](const QString &address) {
-        ListFilter filter;
-        filter.text = address;
-        this->viewer().setFilter(filter);
-    });
+    connect(viewer->reader(), &MessageView::findFromWanted, this, &MainWindow::findFrom);
     const MessageListModel &model = viewer->list().messages();
     connect(&model, &MessageListModel::sortingProgressed, m_status, &StatusLine::showSorting);
     connect(&model, &MessageListModel::sortingEnded, m_status, &StatusLine::endSorting);
@@ -188,6 +184,7 @@ void MainWindow::connectPanes()
     connect(m_viewers, &Viewers::spacePressed, this, &MainWindow::readOn);
     connect(m_viewers, &Viewers::messageMenuWanted, this, &MainWindow::messageMenu);
     connect(&m_readerActions, &ReaderActions::haveChanged, this, &MainWindow::updateActions);
+    connect(m_panes, &Panes::treeShownChanged, this, &MainWindow::updateActions);
     connect(m_boxes, &MessageBoxes::told, &m_notices, &Notices::add);
     connect(m_status, &StatusLine::noticesClicked, m_actions[Act::Transfers], &QAction::trigger);
     connect(m_status, &StatusLine::onlineClicked, m_actions[Act::Online], &QAction::trigger);
@@ -332,6 +329,10 @@ MessageWindow *MainWindow::windowFor()
     connect(this, &QObject::destroyed, window, &QWidget::close);
     connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
     connect(window, &MessageWindow::messageWanted, this, &MainWindow::openMessage);
+    connect(window, &MessageWindow::findFromWanted, this, [this](const QString &address) {
+        findFrom(address);
+        comeForward();
+    });
     m_messageWindow = window;
     return window;
 }
@@ -366,6 +367,13 @@ bool MainWindow::openMessageFile(const QString &path)
     }
     openMessage(Message(*text));
     return true;
+}
+
+void MainWindow::findFrom(const QString &address)
+{
+    ListFilter filter;
+    filter.text = address;
+    viewer().setFilter(filter);
 }
 
 void MainWindow::followLink(const QString &target)

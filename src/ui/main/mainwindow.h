@@ -116,6 +116,7 @@ private:
     void openMessage(const Message &message);
     void openInWindow(MessageRef message);
     MessageWindow *windowFor();
+    void findFrom(const QString &address);
     void followLink(const QString &target);
     void groupMenu(Group *group, const QPoint &position);
     void messageMenu(const QPoint &position);

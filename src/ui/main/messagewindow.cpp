@@ -4,6 +4,7 @@
 #include "ui/actions/commandpalette.h"
 #include "ui/actions/keyhelp.h"
 #include "ui/reader/messageview.h"
+#include "ui/reader/targethint.h"
 #include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
 
@@ -34,6 +35,7 @@ MessageWindow::MessageWindow(RemoteContent &remote)
     setObjectName(u"messageWindow"_s);
     m_view->setRemoteContent(&remote);
     setCentralWidget(m_view);
+    new TargetHint(m_view);
     connect(m_registry.add(kClose, kContext), &QAction::triggered, this, &QWidget::close);
     auto *palette = new CommandPalette(m_registry);
     connect(m_registry.add(kPalette, kContext), &QAction::triggered, palette, [palette] { palette->open(); });
@@ -41,6 +43,7 @@ MessageWindow::MessageWindow(RemoteContent &remote)
     connect(m_view, &MessageView::linkActivated, this, &MessageWindow::linkActivated);
     connect(m_view, &MessageView::composeWanted, this, &MessageWindow::linkActivated);
     connect(m_view, &MessageView::messageWanted, this, &MessageWindow::messageWanted);
+    connect(m_view, &MessageView::findFromWanted, this, &MessageWindow::findFromWanted);
     connect(&m_actions, &ReaderActions::haveChanged, this, [this] { m_registry.setHave(m_actions.have()); });
     m_actions.setReader(m_view);
     m_view->setHeaderActions({}, m_actions.moreActions());

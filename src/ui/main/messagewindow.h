@@ -24,6 +24,7 @@ public:
 signals:
     void linkActivated(const QString &target);
     void messageWanted(const Message &message);
+    void findFromWanted(const QString &address);
 
 protected:
     void closeEvent(QCloseEvent *event) override;

@@ -353,7 +353,9 @@ void MessageView::tellWhatIsBlocked()
         return m_bar->ask(MessageBar::Kind::Information, blocked, once,
                           m_remote->sender().isEmpty() ? AskingBar::Answer() : always);
     case RemoteContent::Availability::Disabled:
-        return m_bar->tell(MessageBar::Kind::Information, blocked + u' ' + tr("The settings say never."));
+        return m_bar->tell(MessageBar::Kind::Information, boolSetting(Setting::DisableImageFetches)
+                                                              ? blocked + u' ' + tr("The settings say never.")
+                                                              : blocked);
     case RemoteContent::Availability::Offline:
         return m_bar->tell(MessageBar::Kind::Information, blocked + u' ' + tr("You are offline."));
     }

@@ -15,6 +15,7 @@
 #include "ui/reader/previewcontent.h"
 #include "ui/reader/readeractions.h"
 #include "ui/reader/sourcetext.h"
+#include "ui/reader/targethint.h"
 
 #include <QAction>
 #include <QApplication>
@@ -122,10 +123,12 @@ void PreviewWindow::connectContent()
     const auto *picture = qobject_cast<PicturePane *>(m_content);
     m_copy->setEnabled(picture && !picture->image().isNull());
     m_copy->setVisible(picture);
-    const auto *message = qobject_cast<MessageView *>(m_content);
+    auto *message = qobject_cast<MessageView *>(m_content);
     m_ownWindow->setVisible(message);
     if (message) {
+        new TargetHint(message);
         connect(message, &MessageView::linkActivated, this, &PreviewWindow::linkActivated);
+        connect(message, &MessageView::composeWanted, this, &PreviewWindow::linkActivated);
         connect(message, &MessageView::messageWanted, this, &PreviewWindow::messageWanted);
     }
     if (const auto *cards = qobject_cast<CardPane *>(m_content))
