@@ -80,5 +80,5 @@ bool isSingleKey(int keyCombined)
     const QKeyCombination key = QKeyCombination::fromCombined(keyCombined);
     const bool modified =
         key.keyboardModifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
-    return !modified && key.key() >= Qt::Key_Space && key.key() < Qt::Key_Escape;
+    return !modified && key.key() > Qt::Key_Space && key.key() < Qt::Key_Escape;
 }
