@@ -36,11 +36,12 @@ class List
 {
 public:
     explicit List(Group &group) { m_model.setGroup(&group); }
-    int count() { return m_model.rowCount(); }
+    int count() { return m_model.totalCount(); } ///< without the headings
     bool isReady()
     {
-        const int rows = count();
-        return rows > 0 && !m_model.refAt(0).isNull() && !m_model.refAt(rows - 1).isNull();
+        const int first = m_model.messageNear(0, 1);
+        const int last = m_model.messageNear(m_model.rowCount() - 1, -1);
+        return first >= 0 && !m_model.refAt(first).isNull() && !m_model.refAt(last).isNull();
     }
 
 private:
