@@ -15,6 +15,7 @@
 #include "ui/main/linedbar.h"
 #include "ui/main/mainactions.h"
 
+#include <QFocusEvent>
 #include <QMenu>
 #include <QStackedLayout>
 #include <QToolBar>
@@ -157,12 +158,16 @@ void ListPane::show(QWidget *page)
 {
     const QWidget *focus = window()->focusWidget();
     const bool hadFocus = focus && (focus == this || isAncestorOf(focus));
-    setFocusProxy(page);
     if (m_stack->currentWidget() == page)
         return;
     m_stack->setCurrentWidget(page);
     if (hadFocus)
         page->setFocus();
+}
+
+void ListPane::focusInEvent(QFocusEvent *event)
+{
+    m_stack->currentWidget()->setFocus(event->reason());
 }
 
 void ListPane::arrange()

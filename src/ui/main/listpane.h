@@ -38,6 +38,7 @@ signals:
     void emptyButtonClicked();
 
 protected:
+    void focusInEvent(QFocusEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
 

@@ -133,7 +133,7 @@ void MainWindow::addViewer(GroupViewer *viewer)
 {
     for (const Act act : {Act::Delete, Act::DeleteForGood, Act::ReadOn}) {
         viewer->list().addAction(m_actions[act]);
-        viewer->reader()->focusProxy()->addAction(m_actions[act]);
+        viewer->reader()->addTextAction(m_actions[act]);
     }
     connect(viewer->reader(), &MessageView::linkActivated, this, &MainWindow::followLink);
     connect(viewer->reader(), &MessageView::linkHovered, m_status, &StatusLine::setHint);

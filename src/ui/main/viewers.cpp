@@ -6,6 +6,7 @@
 #include "ui/reader/messageview.h"
 #include "ui/tree/grouptreemodel.h"
 
+#include <QFocusEvent>
 #include <QMenu>
 
 #include <algorithm>
@@ -26,10 +27,16 @@ void PaneStack::bringUp(QWidget *widget)
     if (indexOf(widget) < 0)
         addWidget(widget);
     const bool hadFocus = hasFocus() || isAncestorOf(window()->focusWidget());
-    setFocusProxy(widget);
     setCurrentWidget(widget);
     if (hadFocus)
         widget->setFocus();
+}
+
+/// A focus proxy would do as well, but Tab goes to one past all that stands before it.
+void PaneStack::focusInEvent(QFocusEvent *event)
+{
+    if (currentWidget())
+        currentWidget()->setFocus(event->reason());
 }
 
 Viewers::Viewers(const ViewerSurroundings &surroundings, QObject *parent)

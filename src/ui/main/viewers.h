@@ -18,6 +18,9 @@ public:
     explicit PaneStack(const QString &name);
 
     void bringUp(QWidget *widget);
+
+protected:
+    void focusInEvent(QFocusEvent *event) override;
 };
 
 /// The tabs of a window and what each of them shows. There is always at least one.

@@ -21,6 +21,7 @@
 #include <QPainter>
 #include <QScrollArea>
 #include <QToolBar>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -246,11 +247,16 @@ void HeaderCard::setVerdict(const QString &icon, const QString &words)
 void HeaderCard::setActions(const QList<QAction *> &actions)
 {
     m_actions->clear();
+    QWidget *before = m_sender;
     for (QAction *action : actions) {
-        if (action)
-            addToToolBar(m_actions, action);
-        else
+        if (!action) {
             m_actions->addSeparator();
+            continue;
+        }
+        if (QToolButton *button = addToToolBar(m_actions, action)) {
+            setTabOrder(before, button);
+            before = button;
+        }
     }
     fit();
 }

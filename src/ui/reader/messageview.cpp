@@ -32,6 +32,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QFileDialog>
+#include <QFocusEvent>
 #include <QMenu>
 #include <QResizeEvent>
 #include <QScrollBar>
@@ -119,7 +120,6 @@ void MessageView::createPanes()
     layout->addWidget(m_strip);
     m_stack->addWidget(m_empty);
     m_stack->addWidget(m_page);
-    setFocusProxy(m_body);
 }
 
 void MessageView::setHeaderActions(const QList<QAction *> &buttons, const QList<QAction *> &more)
@@ -138,6 +138,11 @@ void MessageView::setHeaderActions(const QList<QAction *> &buttons, const QList<
         button->setPopupMode(QToolButton::InstantPopup);
         button->updateGeometry(); // no arrow to open it apart any more
     }
+}
+
+void MessageView::addTextAction(QAction *action)
+{
+    m_body->addAction(action);
 }
 
 void MessageView::connectPanes()
@@ -239,6 +244,8 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_header->showMessage(m_message, m_marks);
     showFaults();
     m_stack->setCurrentWidget(m_page);
+    if (hasFocus())
+        m_body->setFocus();
     m_page->layout()->activate(); // the text is written for the width that it will have
     build();
     m_body->verticalScrollBar()->setValue(0);
@@ -487,6 +494,13 @@ QString MessageView::selectedText() const
 {
     const QTextCursor cursor = m_body->textCursor();
     return m_hasMessage ? m_body->plainText(cursor.selectionStart(), cursor.selectionEnd()) : QString();
+}
+
+/// The text's, where there is one.
+void MessageView::focusInEvent(QFocusEvent *event)
+{
+    if (m_hasMessage)
+        m_body->setFocus(event->reason());
 }
 
 void MessageView::changeEvent(QEvent *event)

@@ -66,6 +66,9 @@ public:
     /// separators.
     void setHeaderActions(const QList<QAction *> &buttons, const QList<QAction *> &more);
 
+    /// One whose key acts in the text alone, and that stands in the text's menu.
+    void addTextAction(QAction *action);
+
     /// The character set that the texts of this message are read in, whatever they are labelled with; empty:
     /// as labelled. The next message begins with none.
     QByteArray charset() const { return m_charset; }
@@ -97,6 +100,7 @@ signals:
     void deceptiveLinkClicked(const QString &shownHost, const QString &targetHost);
 
 protected:
+    void focusInEvent(QFocusEvent *event) override;
     void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
