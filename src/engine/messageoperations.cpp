@@ -27,6 +27,14 @@ Deed deedOf(Marks set, Marks clear)
         return Deed::Flag;
     if (clear == Mark::Flagged && !set)
         return Deed::Unflag;
+    if (set == Mark::Watched)
+        return Deed::Watch;
+    if (set == Mark::Ignored)
+        return Deed::Ignore;
+    if (!set && clear == Mark::Watched)
+        return Deed::Unwatch;
+    if (!set && clear == Mark::Ignored)
+        return Deed::Unignore;
     return Deed::Mark;
 }
 

@@ -22,6 +22,10 @@ enum class Deed {
     MarkUnread,
     Flag,
     Unflag,
+    Watch,
+    Unwatch,
+    Ignore,
+    Unignore,
     Mark, ///< any other marks
     Tag,
     Untag,

@@ -122,6 +122,7 @@ private slots:
     void theArchiveIsMade();
     void severalGroupsAtOnce();
     void goneMessagesAreSkipped();
+    void marksAreNamed();
     void forGoodIsNoStep();
     void unreadableOnesStay();
     void aRemovedGroup();
@@ -321,6 +322,30 @@ void UndoTest::goneMessagesAreSkipped()
     QCOMPARE(f.results.back().count, 2);
     QCOMPARE(f.results.back().text, u"Undone: 2 messages moved to To (not 1 message)"_s);
     QCOMPARE(a.counts().total, 2u);
+}
+
+void UndoTest::marksAreNamed()
+{
+    Fixture f;
+    Group &a = f.make(u"A"_s, 1);
+    const struct
+    {
+        Marks set;
+        Marks clear;
+        QString undo;
+    } deeds[] = {
+        {Mark::Watched, Mark::Ignored, u"Undo watching 1 message"_s},
+        {Mark::Ignored, Mark::Watched, u"Undo ignoring 1 message"_s},
+        {{}, Mark::Ignored, u"Undo no longer ignoring 1 message"_s},
+        {Mark::Flagged, {}, u"Undo flagging 1 message"_s},
+        {{}, Mark::Flagged, u"Undo unflagging 1 message"_s},
+        {Mark::Read | Mark::Watched, {}, u"Undo marking 1 message"_s},
+        {{}, Mark::Watched, u"Undo no longer watching 1 message"_s},
+    };
+    for (const auto &deed : deeds) {
+        f.ops().mark(f.all(a), deed.set, deed.clear);
+        QCOMPARE(f.engine->journal().nextText(), deed.undo);
+    }
 }
 
 void UndoTest::forGoodIsNoStep()
