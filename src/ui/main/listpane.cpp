@@ -77,7 +77,7 @@ void ListPane::createBar(const MainActions &actions, QMenu *viewMenu)
         }
         QToolButton *view = newToolButton(u"view"_s, tr("View"), m_tools);
         view->setIconSize({iconSize(IconUse::Bar), iconSize(IconUse::Bar)});
-        view->setToolTip(tr("Layout, threads, look"));
+        view->setToolTip(tr("Layout, threads, columns"));
         view->setMenu(viewMenu);
         view->setPopupMode(QToolButton::InstantPopup);
         m_tools->addWidget(view);
