@@ -117,8 +117,6 @@ private slots:
 
         asked.ask({u"Go to group"_s, u"Go there"_s});
         QTest::keyClicks(asked.field, u"zoo"_s);
-        QTest::keyClick(asked.field, Qt::Key_Escape); // empties the field
-        QVERIFY(asked.dialog->isVisible());
         QTest::keyClick(asked.field, Qt::Key_Escape);
         QTRY_VERIFY(!asked.dialog);
         QCOMPARE(asked.answers.size(), 2);

@@ -136,7 +136,6 @@ void ReaderActionsTest::countsPlaces()
     bar->findChild<QLineEdit *>()->setText(u"nowhere"_s);
     QVERIFY(says(u"Not found"_s));
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
-    QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QVERIFY(!bar->isVisible());
 }
 

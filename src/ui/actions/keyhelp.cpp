@@ -73,6 +73,7 @@ QDialog *showKeyHelp(const ActionRegistry &registry)
     dialog->setObjectName(u"keyHelp"_s);
     dialog->setWindowTitle(text("Keys"));
     auto *field = new SearchField(u"search"_s, text("Find an action or a key"));
+    field->setEscapeLeaves(true);
     auto *list = new QTreeWidget;
     list->setObjectName(u"keyList"_s);
     list->setAccessibleName(text("Keys"));

@@ -82,6 +82,7 @@ QDialog *askGroup(QWidget *parent, const GroupStore &store, const GroupRequest &
     auto *field = new SearchField(u"search"_s, tr("Words of the name"));
     field->setObjectName(u"filter"_s);
     field->setAccessibleName(tr("Find a group"));
+    field->setEscapeLeaves(true);
     const auto offers = [&request](const Group &group) {
         return group.number() != request.except && (!request.offers || request.offers(group));
     };

@@ -64,6 +64,7 @@ FindBar::FindBar(Target target, QWidget *parent)
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(space::card, space::inner + 1, space::between, space::inner);
     layout->setSpacing(space::inner);
+    m_field->setEscapeLeaves(true);
     m_field->setMaximumWidth(columnWidth(48));
     layout->addWidget(m_field, 1);
     layout->addWidget(previous);
@@ -96,9 +97,9 @@ void FindBar::close()
 {
     if (isHidden())
         return;
+    m_target.widget->setFocus(); // before a hidden field hands it on to what comes next
     hide();
     m_target.mark({});
-    m_target.widget->setFocus();
     emit closed();
 }
 
