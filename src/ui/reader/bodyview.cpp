@@ -275,8 +275,6 @@ void BodyView::contextMenuEvent(QContextMenuEvent *event)
     QAction *copying = menu->addAction(tr("&Copy"), this, &QTextEdit::copy);
     copying->setEnabled(textCursor().hasSelection());
     menu->addAction(tr("Select &all"), this, &QTextEdit::selectAll);
-    for (QAction *extra : actions())
-        menu->addAction(extra);
     menu->popup(event->globalPos());
 }
 
