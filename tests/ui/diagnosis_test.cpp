@@ -73,13 +73,14 @@ void DiagnosisTest::faults_data()
         {u"It does not say where its parts begin."_s});
     row("another boundary", typed("multipart/mixed; boundary=c", "--b\n\nx\n--b--\n"),
         {u"It has no parts where it announces some."_s});
-    row("cut", typed("multipart/mixed; boundary=b", "--b\n\nx\n--b\n\ny"), {u"Its end is missing."_s});
+    row("cut", typed("multipart/mixed; boundary=b", "--b\n\nx\n--b\n\ny"),
+        {u"The end of the message is missing."_s});
     row("cut in a picture", typed("multipart/mixed; boundary=b", "--b\n\nx\n" + base64 + "QUJDQU"),
-        {u"Its end is missing."_s, u"“a.png” breaks off."_s});
+        {u"The end of the message is missing."_s, u"“a.png” breaks off."_s});
     row("an inner multipart that is cut",
         typed("multipart/mixed; boundary=b",
               "--b\nContent-Type: multipart/alternative; boundary=c\n\n--c\n\nx\n--b--\n"),
-        {u"Its end is missing."_s});
+        {u"The end of the message is missing."_s});
     row("too many parts",
         typed("multipart/mixed; boundary=b", QByteArray("--b\n\nx\n").repeated(10'500) + "--b--\n"),
         {u"It has too many parts to list them all."_s});
@@ -103,7 +104,8 @@ void DiagnosisTest::oneLine()
 {
     QCOMPARE(faultsInWords({}), QString());
     QCOMPARE(faultsInWords({u"A."_s}), u"A."_s);
-    QCOMPARE(faultsInWords({u"A."_s, u"B."_s, u"C."_s}), u"A. And 2 more."_s);
+    QCOMPARE(faultsInWords({u"A."_s, u"B."_s, u"C."_s}), u"A. There are 2 more faults."_s);
+    QCOMPARE(faultsInWords({u"A."_s, u"B."_s}), u"A. There is 1 more fault."_s);
 }
 
 /// Their end is looked at, not all of them.

@@ -82,7 +82,7 @@ private:
         else if (!content.last(std::min(content.size(), kTail)).contains(QByteArrayView("--" + boundary)))
             add(translated("It has no parts where it announces some."));
         else if (!isClosed(content, boundary))
-            add(translated("Its end is missing."));
+            add(translated("The end of the message is missing."));
     }
 
     void encoding(int part)
@@ -177,5 +177,6 @@ QString faultsInWords(const QStringList &faults)
     if (faults.size() < 2)
         return faults.value(0);
     const int more = int(faults.size()) - 1;
-    return translated("%1 And %2 more.").arg(faults.first()).arg(more);
+    return more == 1 ? translated("%1 There is 1 more fault.").arg(faults.first())
+                     : translated("%1 There are %2 more faults.").arg(faults.first()).arg(more);
 }
