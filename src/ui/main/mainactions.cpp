@@ -78,7 +78,7 @@ constexpr std::array kActs = {
     ActRow{Act::LookLight, {"view.lookLight", TEXT("&Light"), "", "", 0, kChecks}},
     ActRow{Act::LookDark, {"view.lookDark", TEXT("&Dark"), "", "", 0, kChecks}},
     ActRow{Act::LookHighContrast, {"view.lookHighContrast", TEXT("&High contrast"), "", "", 0, kChecks}},
-    ActRow{Act::Compact, {"view.compact", TEXT("Close &rows"), "", "", 0, kChecks | kSeparates}},
+    ActRow{Act::Compact, {"view.compact", TEXT("Compact &rows"), "", "", 0, kChecks | kSeparates}},
     ActRow{Act::SingleKeys,
            {"view.singleKeys", TEXT("Single &letters act"), "", "", 0, kChecks | kSeparates}},
     ActRow{Act::SeparateWindows,
