@@ -2,6 +2,7 @@
 
 #include "config/settings.h"
 #include "ui/main/grouptabs.h"
+#include "ui/main/messagewindow.h"
 #include "ui/main/viewers.h"
 #include "ui/reader/messageview.h"
 #include "ui/tree/grouptree.h"
@@ -141,6 +142,37 @@ private slots:
         for (const QWidget *widget : QApplication::topLevelWidgets())
             count += widget->objectName() == u"messageWindow" && widget->isVisible() ? 1 : 0;
         QCOMPARE(count, windows);
+    }
+
+    void deedsInAMessagesOwnWindow()
+    {
+        Program program;
+        program.open();
+        QVERIFY(program.window->selectMessage(program.articles[2]));
+        program.act("message.open");
+        QPointer<MessageWindow> window;
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (auto *found = qobject_cast<MessageWindow *>(widget); found && found->isVisible())
+                window = found;
+        }
+        QVERIFY(window);
+        window->activateWindow();
+        QTRY_VERIFY(window->isActiveWindow());
+        const auto subject = [&window] { return window->findChild<MessageView *>()->message().subject(); };
+        program.key(Qt::Key_F);
+        QCOMPARE(subject(), u"Second"_s);
+        program.key(Qt::Key_S);
+        QVERIFY(program.has(program.articles[1], Mark::Flagged));
+        program.key(Qt::Key_Delete);
+        QCOMPARE(program.inbox().counts().total, 2U);
+        QCOMPARE(subject(), u"First"_s);
+        program.key(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(program.inbox().counts().total, 3U);
+        program.key(Qt::Key_Delete);
+        program.key(Qt::Key_Delete);
+        program.key(Qt::Key_Delete);
+        QCOMPARE(program.inbox().counts().total, 0U);
+        QTRY_VERIFY(!window || !window->isVisible());
     }
 
     void closeAtGroupEndClosesTheTab()

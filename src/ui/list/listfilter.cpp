@@ -123,7 +123,9 @@ bool FilterRun::passes(int row) const
     if (m_words.isEmpty())
         return true;
     const HeaderTexts texts = m_rows->texts(row);
-    const QString folded = foldedText(texts.subject + u'\n' + texts.from + u'\n' + texts.to);
+    // the people that the list shows: the reader's own address stands in nearly every message they were sent
+    const QString &people = m_rows->showsRecipients(row) ? texts.to : texts.from;
+    const QString folded = foldedText(texts.subject + u'\n' + people);
     return std::all_of(m_words.begin(), m_words.end(),
                        [&folded](const QString &word) { return folded.contains(word); });
 }

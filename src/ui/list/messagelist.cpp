@@ -267,8 +267,8 @@ void MessageList::rememberTop()
     m_top = {};
     m_currentWasVisible =
         currentIndex().isValid() && viewport()->rect().intersects(visualRect(currentIndex()));
-    if (verticalScrollBar()->value() == 0)
-        return;
+    if (verticalScrollBar()->value() == 0 && !m_currentWasVisible)
+        return; // nobody reads here: new mail shows itself
     const QModelIndex top = indexAt(QPoint(1, 1));
     const int place = top.isValid() ? nextMessage(top.row(), 1) : -1;
     if (place < 0)

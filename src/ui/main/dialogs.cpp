@@ -11,13 +11,11 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QToolButton>
-#include <QTreeWidget>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -137,26 +135,6 @@ QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, c
     QObject::connect(list, &QListWidget::itemDoubleClicked, dialog, &QDialog::accept);
     QObject::connect(dialog, &QDialog::accepted, parent,
                      [list, done = std::move(done)] { done(list->currentRow()); });
-    dialog->open();
-    list->setFocus();
-    return dialog;
-}
-
-QDialog *showKeys(QWidget *parent, const QList<std::pair<QString, QString>> &keys)
-{
-    auto *dialog = new SmallDialog(parent, tr("Keys"), tr("Close"));
-    dialog->footer()->cancelButton()->hide();
-    auto *list = new QTreeWidget;
-    list->setAccessibleName(tr("Keys"));
-    list->setHeaderLabels({tr("What it does"), tr("Key")});
-    list->setRootIsDecorated(false);
-    list->setMinimumSize(columnWidth(kListWidth), 2 * kListRows * rowHeight(RowKind::List));
-    for (const auto &[name, key] : keys)
-        new QTreeWidgetItem(list, {name, key});
-    list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    list->header()->setStretchLastSection(false);
-    list->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-    dialog->contents()->addWidget(list, 1);
     dialog->open();
     list->setFocus();
     return dialog;

@@ -30,6 +30,3 @@ QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &na
 /// A list of texts to choose one from.
 QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, const QStringList &choices,
                    std::function<void(int)> done);
-
-/// Two columns to read: what there is, and its key.
-QDialog *showKeys(QWidget *parent, const QList<std::pair<QString, QString>> &keys);

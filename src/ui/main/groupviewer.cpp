@@ -19,7 +19,9 @@ namespace {
 
 constexpr int kReadDelay = 800; ///< milliseconds that a message is looked at before it counts as read
 
-ReaderMarks marksOf(const Overview &overview)
+} // namespace
+
+ReaderMarks readerMarksOf(const Overview &overview)
 {
     ReaderMarks marks;
     marks.flagged = overview.has(Mark::Flagged);
@@ -28,8 +30,6 @@ ReaderMarks marksOf(const Overview &overview)
     marks.forwarded = overview.has(Mark::Forwarded);
     return marks;
 }
-
-} // namespace
 
 GroupViewer::GroupViewer(const ViewerSurroundings &surroundings, QObject *parent)
     : QObject(parent)
@@ -213,7 +213,7 @@ void GroupViewer::showMarks()
     const std::optional<Overview> overview = currentOverview();
     if (!overview || m_shown != m_list->current())
         return;
-    m_reader->setMarks(marksOf(*overview));
+    m_reader->setMarks(readerMarksOf(*overview));
     QList<HeaderTag> shown;
     for (const Tag &tag : m_engine.tags().of(overview->tags()))
         shown.append({tag.name, tag.hue});
@@ -255,7 +255,7 @@ void GroupViewer::showCurrent()
                 m_reader->clear(tr("This message cannot be read"),
                                 tr("Repair the group to find out what is left of it."));
             else
-                m_reader->showMessage(Message(text), marksOf(*overview));
+                m_reader->showMessage(Message(text), readerMarksOf(*overview));
         }
         showMarks();
         if (!m_shown.isNull() && !overview->has(Mark::Read) && !home->has(GroupKeepsUnread))

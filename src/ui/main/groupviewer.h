@@ -24,6 +24,7 @@ class QMenu;
 class ReaderActions;
 class RemoteContent;
 class Views;
+struct ReaderMarks;
 
 /// What all tabs of one window share.
 struct ViewerSurroundings
@@ -36,6 +37,9 @@ struct ViewerSurroundings
     RemoteContent &remote;
     QMenu *viewMenu;
 };
+
+/// What the reader shows of a message's marks.
+ReaderMarks readerMarksOf(const Overview &overview);
 
 /// One tab: the messages of a group, or of a list over many groups, and the reader that shows the current
 /// one. It reads and marks as read what somebody looks at.

@@ -329,6 +329,8 @@ MessageWindow *MainWindow::windowFor()
     connect(this, &QObject::destroyed, window, &QWidget::close);
     connect(window, &MessageWindow::linkActivated, this, &MainWindow::followLink);
     connect(window, &MessageWindow::messageWanted, this, &MainWindow::openMessage);
+    connect(window, &MessageWindow::deedWanted, this,
+            [this, window](const QString &action) { doFor(*window, action); });
     connect(window, &MessageWindow::findFromWanted, this, [this](const QString &address) {
         findFrom(address);
         comeForward();
@@ -340,22 +342,57 @@ MessageWindow *MainWindow::windowFor()
 void MainWindow::openMessage(const Message &message)
 {
     MessageWindow *window = windowFor();
-    window->showMessage(message);
+    window->showMessage(message, {}, {});
     window->comeForward();
+}
+
+/// False: it cannot be read.
+bool MainWindow::showIn(MessageWindow &window, MessageRef message)
+{
+    Group *home = m_engine.groups().group(message.group);
+    const std::optional<Overview> overview = home ? home->overview(message.article) : std::nullopt;
+    const QByteArray text = overview ? home->readMessage(*overview) : QByteArray();
+    if (text.isNull())
+        return false;
+    window.showMessage(Message(text), message, readerMarksOf(*overview));
+    if (!home->has(GroupKeepsUnread))
+        home->setMarks({message.article}, Mark::Read, {});
+    return true;
 }
 
 void MainWindow::openInWindow(MessageRef message)
 {
-    Group *home = m_engine.groups().group(message.group);
-    const std::optional<Overview> overview = home ? home->overview(message.article) : std::nullopt;
+    MessageWindow *window = windowFor();
+    if (showIn(*window, message))
+        window->comeForward();
+    else if (!window->isVisible())
+        window->deleteLater();
+}
+
+/// What is asked for in a message's own window is done in the list that has the message; the window goes on
+/// to what is current there then, and closes when nothing is.
+void MainWindow::doFor(MessageWindow &window, const QString &action)
+{
+    const auto &viewers = m_viewers->all();
+    const auto has = [&window](const auto &each) { return each->select(window.ref()); };
+    const auto found = has(m_viewers->all()[std::size_t(m_viewers->tabs()->currentIndex())])
+                           ? viewers.begin() + m_viewers->tabs()->currentIndex()
+                           : std::find_if(viewers.begin(), viewers.end(), has);
+    if (found == viewers.end())
+        return (void)window.close(); // it went elsewhere
+    m_viewers->select(int(found - viewers.begin()));
+    QAction *deed = m_registry.find(action);
+    if (!deed || !deed->isEnabled())
+        return;
+    deed->trigger();
+    const MessageRef now = viewer().list().current();
+    const std::optional<Overview> overview = viewer().currentOverview();
     if (!overview)
-        return;
-    const QByteArray text = home->readMessage(*overview);
-    if (text.isNull())
-        return;
-    openMessage(Message(text));
-    if (!home->has(GroupKeepsUnread))
-        home->setMarks({message.article}, Mark::Read, {});
+        window.close();
+    else if (now != window.ref())
+        showIn(window, now);
+    else
+        window.setMarks(readerMarksOf(*overview));
 }
 
 bool MainWindow::openMessageFile(const QString &path)

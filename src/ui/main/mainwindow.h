@@ -114,6 +114,8 @@ private:
     void goToFirstUnread(int group);
     void goToGroup(bool inNewTab);
     void openMessage(const Message &message);
+    bool showIn(MessageWindow &window, MessageRef message);
+    void doFor(MessageWindow &window, const QString &action);
     void openInWindow(MessageRef message);
     MessageWindow *windowFor();
     void findFrom(const QString &address);

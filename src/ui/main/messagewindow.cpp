@@ -24,6 +24,24 @@ constexpr ActionRow kPalette = {"help.palette", QT_TRANSLATE_NOOP("MessageWindow
                                 "search", "Ctrl+Shift+P"};
 constexpr ActionRow kKeys = {"help.keys", QT_TRANSLATE_NOOP("MessageWindow", "&Keys"), "keyboard", "F1 ?"};
 
+/// What is done to a message here is the main window's deed of the same name, on the message of this window.
+constexpr unsigned kNeedsGroup = 1;
+#define TEXT(words) QT_TRANSLATE_NOOP("MessageWindow", words)
+constexpr ActionRow kDeeds[] = {
+    {"go.previous", TEXT("&Previous message"), "previous", "B", kNeedsGroup},
+    {"go.previousUnread", TEXT("P&revious unread"), "previous-unread", "P", kNeedsGroup},
+    {"go.nextUnread", TEXT("Next &unread"), "next-unread", "N", kNeedsGroup},
+    {"go.next", TEXT("&Next message"), "next", "F", kNeedsGroup},
+    {"message.archive", TEXT("Archi&ve"), "archive", "A", kNeedsGroup},
+    {"message.junk", TEXT("&Junk"), "junk", "J", kNeedsGroup},
+    {"message.flag", TEXT("&Flagged"), "flag", "S", kNeedsGroup},
+    {"message.unread", TEXT("Mark as read or &unread"), "mark-unread", "M", kNeedsGroup},
+    {"edit.delete", TEXT("&Delete"), "delete", "Del", kNeedsGroup},
+    {"edit.undo", TEXT("Und&o"), "undo", "Ctrl+Z", kNeedsGroup},
+    {"file.saveAs", TEXT("&Save message as…"), "save", "Ctrl+S", kNeedsGroup},
+};
+#undef TEXT
+
 } // namespace
 
 MessageWindow::MessageWindow(RemoteContent &remote)
@@ -44,19 +62,44 @@ MessageWindow::MessageWindow(RemoteContent &remote)
     connect(m_view, &MessageView::composeWanted, this, &MessageWindow::linkActivated);
     connect(m_view, &MessageView::messageWanted, this, &MessageWindow::messageWanted);
     connect(m_view, &MessageView::findFromWanted, this, &MessageWindow::findFromWanted);
-    connect(&m_actions, &ReaderActions::haveChanged, this, [this] { m_registry.setHave(m_actions.have()); });
+    connect(&m_actions, &ReaderActions::haveChanged, this, &MessageWindow::updateHave);
     m_actions.setReader(m_view);
-    m_view->setHeaderActions({}, m_actions.moreActions());
+    addDeeds();
     const QRect stored = windowGeometry(Setting::WindowSizeMsgViewer);
     resize(stored.isValid() ? stored.size() : kFirstSize);
     m_view->setFocus();
 }
 
-void MessageWindow::showMessage(const Message &message)
+void MessageWindow::addDeeds()
 {
+    for (const ActionRow &row : kDeeds) {
+        const QString name = QString::fromLatin1(row.name);
+        connect(m_registry.add(row, kContext), &QAction::triggered, this,
+                [this, name] { emit deedWanted(name); });
+    }
+    const auto deed = [this](QStringView name) { return m_registry.find(name); };
+    m_view->setHeaderActions({deed(u"go.previous"), deed(u"go.previousUnread"), deed(u"go.nextUnread"),
+                              deed(u"go.next"), nullptr, deed(u"message.archive"), deed(u"message.junk"),
+                              deed(u"edit.delete")},
+                             m_actions.moreActions());
+}
+
+void MessageWindow::updateHave()
+{
+    m_registry.setHave(m_actions.have() | (m_ref.isNull() ? 0 : kNeedsGroup));
+}
+
+void MessageWindow::showMessage(const Message &message, MessageRef ref, const ReaderMarks &marks)
+{
+    m_ref = ref;
     setWindowTitle(harmlessLine(subjectOrNone(message.subject()), kLongestTitle) + u" - Velmar"_s);
-    m_view->showMessage(message);
-    m_registry.setHave(m_actions.have());
+    m_view->showMessage(message, marks);
+    updateHave();
+}
+
+void MessageWindow::setMarks(const ReaderMarks &marks)
+{
+    m_view->setMarks(marks);
 }
 
 void MessageWindow::comeForward()
