@@ -29,6 +29,7 @@
 #include <QTcpServer>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextList>
 
 using namespace Qt::StringLiterals;
 
@@ -92,6 +93,7 @@ private slots:
     void shows();
     void colours();
     void quotationsInHtml();
+    void firstBlockOfHtml();
     void foldsAndUnfolds();
     void findsFoldedWords();
     void copiesWhatWasWritten();
@@ -223,6 +225,23 @@ void ReaderTest::quotationsInHtml()
             levels += block.text() +
                       QString::number(block.blockFormat().intProperty(bodyformat::QuoteLevel)) + u' ';
     QCOMPARE(levels, u"mine0 one1 still one1 two2 one again1 end0 indented0 "_s);
+}
+
+void ReaderTest::firstBlockOfHtml()
+{
+    const auto show = [this](const char *html) {
+        m_view->showMessage(Message(mail("text/html", html)));
+        return body()->document()->find(u"first"_s).block();
+    };
+    const QTextBlock centred = show("<h1 align=center>first</h1><p align=center>second");
+    QCOMPARE(centred.blockFormat().alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+    QCOMPARE(centred.blockFormat().topMargin(), 0);
+    const QTextBlock item = show("<ul><li>first<li>second</ul>");
+    QVERIFY(item.textList());
+    show("<table><tr><td>first</table>second");
+    QVERIFY(text().contains(u"second"_s) && !text().contains(u'.'));
+    show("first");
+    QCOMPARE(text().trimmed(), u"first"_s);
 }
 
 void ReaderTest::foldsAndUnfolds()

@@ -47,6 +47,26 @@ QTextBlockFormat tinyBlock()
     return format;
 }
 
+/// Inserted HTML gives its first block to the one it is inserted into, with nothing left of its alignment.
+/// So a paragraph goes in front that may lose what it has, and is taken out again.
+void insertWhole(QTextCursor &cursor, QString html)
+{
+    html.insert(html.indexOf(u'>', html.indexOf("<body"_L1)) + 1, "<p>.</p>"_L1);
+    const int begin = cursor.position();
+    cursor.insertHtml(html);
+    QTextCursor front(cursor.document());
+    front.setPosition(begin);
+    front.deleteChar();
+    const QTextBlock first = front.block().next();
+    QTextCursor next(first);
+    if (next.currentFrame() != front.currentFrame() || first.position() != front.position() + 1)
+        return; // a table
+    front.deleteChar();
+    QTextBlockFormat edge;
+    edge.setTopMargin(0);
+    next.mergeBlockFormat(edge);
+}
+
 } // namespace
 
 QColor paperOf(const SafeHtml &html)
@@ -216,7 +236,7 @@ void BodyWriter::html(const SafeHtml &html, int &nextFold)
     const QColor link = html.hasOwnColours ? m_style.paperLink : m_style.link;
     m_cursor.document()->setDefaultStyleSheet(
         u"body { color: %1 } a { color: %2; text-decoration: underline }"_s.arg(text.name(), link.name()));
-    m_cursor.insertHtml(html.html);
+    insertWhole(m_cursor, html.html);
     finishHtml(m_frames.last(), nextFold);
     leaveFrame();
 }
