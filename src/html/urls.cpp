@@ -81,6 +81,12 @@ bool isDomainName(QStringView domain)
            std::any_of(last.begin(), last.end(), [](QChar c) { return c.isLetter(); });
 }
 
+qsizetype hostLength(QStringView text)
+{
+    const auto limit = text.begin() + std::min(text.size(), kLongestDomain + 1);
+    return std::find_if_not(text.begin(), limit, isDomain) - text.begin();
+}
+
 class Finder
 {
 public:
@@ -129,12 +135,6 @@ private:
             return at + length; // "news:" is a word, too
         m_found.append({at, length, prefix.toString() + m_text.sliced(at, length).toString()});
         return at + length;
-    }
-
-    static qsizetype hostLength(QStringView text)
-    {
-        const auto limit = text.begin() + std::min(text.size(), kLongestDomain + 1);
-        return std::find_if_not(text.begin(), limit, isDomain) - text.begin();
     }
 
     /// The end of the mail address around the "@" at @p at; -1: there is none.
@@ -271,7 +271,53 @@ QStringView schemeOf(QStringView target)
 
 bool isWithin(const QString &inner, const QString &outer)
 {
+    if (inner.isEmpty() || outer.isEmpty())
+        return false;
     return inner == outer || (inner.endsWith(outer) && inner[inner.size() - outer.size() - 1] == u'.');
+}
+
+/// Without what is not seen: marks of direction, joiners, places to break a word. The first words tell
+/// enough.
+QString asItLooks(QStringView text)
+{
+    constexpr qsizetype kMostRead = 300;
+    QString seen;
+    for (const QChar c : text) {
+        if (c.category() != QChar::Other_Format)
+            seen += c;
+        if (seen.size() == kMostRead)
+            break;
+    }
+    return seen.trimmed();
+}
+
+/// The hosts that the words of a link promise: those of web addresses wherever they stand, and what it begins
+/// with when that is an address of mail or the bare name of a host.
+QStringList hostsNamedIn(const QString &text)
+{
+    QStringList hosts;
+    for (const UrlRange &url : findUrls(text)) {
+        if (url.start <= 1 || !url.target.startsWith(u"mailto:", Qt::CaseInsensitive))
+            hosts.append(hostOf(url.target));
+    }
+    hosts.removeAll(QString());
+    const qsizetype length = hostLength(text);
+    const QStringView rest = QStringView(text).sliced(length);
+    const bool isWhole = rest.isEmpty() || u"/?#"_s.contains(rest[0]) ||
+                         (rest[0] == u':' && rest.size() > 1 && rest[1].isDigit());
+    if (hosts.isEmpty() && isWhole && isDomainName(QStringView(text).first(length)))
+        hosts.append(hostOf(u"http://"_s + text.first(length)));
+    return hosts;
+}
+
+/// Browsers go to "http:host", "https:/host" and "https:\\host" as if two slashes stood there.
+void putSlashes(QString &target)
+{
+    const qsizetype begin = target.indexOf(u':') + 1;
+    qsizetype end = begin;
+    while (end < target.size() && (target[end] == u'/' || target[end] == u'\\'))
+        ++end;
+    target.replace(begin, end - begin, u"//"_s);
 }
 
 } // namespace
@@ -296,6 +342,8 @@ QString safeTarget(QStringView target)
     const auto same = [&](QStringView safe) { return scheme.compare(safe, Qt::CaseInsensitive) == 0; };
     if (std::none_of(kSafeSchemes.begin(), kSafeSchemes.end(), same))
         return {};
+    if (same(u"http") || same(u"https") || same(u"ftp"))
+        putSlashes(clean);
     return clean.replace(u' ', u"%20"_s);
 }
 
@@ -384,16 +432,11 @@ QString hostOf(QStringView target)
 
 bool isDeceptive(QStringView text, QStringView target)
 {
-    constexpr qsizetype kLongestShown = 300;
-    text = text.trimmed();
-    if (text.isEmpty() || text.size() > kLongestShown || target.startsWith(u'#'))
-        return false;
-    QString shown;
-    if (const QList<UrlRange> urls = findUrls(text); !urls.isEmpty() && urls.first().start <= 1)
-        shown = hostOf(urls.first().target);
-    else if (const auto end = std::find_if_not(text.begin(), text.end(), isDomain);
-             (end == text.end() || *end == u'/') && isDomainName(text.first(end - text.begin())))
-        shown = hostOf(u"http://"_s + text.toString());
     const QString actual = hostOf(target);
-    return !shown.isEmpty() && !actual.isEmpty() && !isWithin(shown, actual) && !isWithin(actual, shown);
+    if (actual.isEmpty() && !target.startsWith(u"mailto:", Qt::CaseInsensitive))
+        return false;
+    const QStringList named = hostsNamedIn(asItLooks(text));
+    return std::any_of(named.begin(), named.end(), [&actual](const QString &host) {
+        return !isWithin(host, actual) && !isWithin(actual, host);
+    });
 }

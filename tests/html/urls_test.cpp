@@ -13,6 +13,8 @@ private slots:
     void finding();
     void hosts_data();
     void hosts();
+    void targets_data();
+    void targets();
     void deceiving_data();
     void deceiving();
     void longLines();
@@ -85,6 +87,25 @@ void UrlsTest::hosts()
     QTEST(hostOf(target), "host");
 }
 
+void UrlsTest::targets_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("safe");
+    QTest::newRow("as it should be") << u"https://a.example//b"_s << u"https://a.example//b"_s;
+    QTest::newRow("without slashes") << u"http:evil.example"_s << u"http://evil.example"_s;
+    QTest::newRow("one slash") << u"HTTPS:/evil.example"_s << u"HTTPS://evil.example"_s;
+    QTest::newRow("many slashes") << u"https:///evil.example"_s << u"https://evil.example"_s;
+    QTest::newRow("backslashes") << u"https:\\\\evil.example"_s << u"https://evil.example"_s;
+    QTest::newRow("mail has none") << u"mailto:a@b.example"_s << u"mailto:a@b.example"_s;
+    QTest::newRow("a script") << u"javascript:x"_s << QString();
+}
+
+void UrlsTest::targets()
+{
+    QFETCH(QString, target);
+    QTEST(safeTarget(target), "safe");
+}
+
 void UrlsTest::deceiving_data()
 {
     QTest::addColumn<QString>("text");
@@ -97,6 +118,19 @@ void UrlsTest::deceiving_data()
     QTest::newRow("an ending alike") << u"bank.example"_s << u"http://evilbank.example/"_s << true;
     QTest::newRow("within") << u"bank.example"_s << u"http://mail.bank.example/"_s << false;
     QTest::newRow("an address") << u"me@bank.example"_s << u"mailto:me@evil.example"_s << true;
+    QTest::newRow("marks that are not seen")
+        << u"www.ba\u200Bnk.exa\u00ADmple"_s << u"http://evil.example/"_s << true;
+    QTest::newRow("in the midst") << u"Log in: https://bank.example now"_s << u"http://evil.example"_s
+                                  << true;
+    QTest::newRow("a name and its port") << u"bank.example:443"_s << u"http://evil.example"_s << true;
+    QTest::newRow("a name and words") << u"Node.js in short"_s << u"http://a.example"_s << false;
+    QTest::newRow("a newsgroup") << u"news.answers.example"_s << u"news:news.answers.example"_s << false;
+    QTest::newRow("long words behind it")
+        << u"https://bank.example "_s + QString(400, u'x') << u"http://evil.example"_s << true;
+    QTest::newRow("to no host") << u"me@bank.example"_s << u"mailto:?to=me@evil.example"_s << true;
+    QTest::newRow("somebody of another house")
+        << u"Ask me@bank.example"_s << u"http://help.example"_s << false;
+    QTest::newRow("the end of a sentence") << u"Read on.Then sleep"_s << u"http://a.example"_s << false;
     QTest::newRow("a version") << u"Version 1.2"_s << u"http://a.example"_s << false;
 }
 
