@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr double kLeastRoom = 40; ///< pixels
+constexpr double kLeastRoom = 40;                   ///< pixels
+constexpr qsizetype kMostScaled = 48 * 1024 * 1024; ///< bytes
 
 /// What the margins, borders and paddings around @p position leave of the width. Cells of tables do not say
 /// how wide they are before they are laid out.
@@ -47,6 +48,7 @@ QSizeF sizeBy(const QTextImageFormat &format, const QSizeF &natural)
 BodyPicture::BodyPicture(BodyDocument *document)
     : QObject(document)
     , m_document(document)
+    , m_scaled(kMostScaled)
 {}
 
 QSizeF BodyPicture::intrinsicSize(QTextDocument *document, int position, const QTextFormat &format)
@@ -81,8 +83,10 @@ QImage BodyPicture::scaled(const QString &name, const QImage &image, const QSize
 {
     if (size.isEmpty() || size.width() >= image.width())
         return image;
-    QImage &kept = m_scaled[name];
-    if (kept.size() != size)
-        kept = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return kept;
+    const auto key = std::pair(name, std::pair(size.width(), size.height()));
+    if (const QImage *kept = m_scaled.object(key))
+        return *kept;
+    const QImage made = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    m_scaled.insert(key, new QImage(made), made.sizeInBytes());
+    return made;
 }

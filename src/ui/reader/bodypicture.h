@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QHash>
+#include <QCache>
 #include <QImage>
 #include <QObject>
 #include <QTextObjectInterface>
@@ -25,5 +25,5 @@ private:
     QImage scaled(const QString &name, const QImage &image, const QSize &size);
 
     BodyDocument *m_document;
-    QHash<QString, QImage> m_scaled; ///< as they were drawn last
+    QCache<std::pair<QString, std::pair<int, int>>, QImage> m_scaled; ///< by name, width and height
 };
