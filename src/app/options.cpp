@@ -9,6 +9,20 @@ bool takesValue(const QString &word)
     return word == u"-url" || word == u"-email" || word == u"-file" || word == u"-attach";
 }
 
+/// What the toolkit takes for itself, with one hyphen or two.
+bool isForToolkit(const QString &word)
+{
+    static const QStringList kOptions = {u"platform"_s,        u"platformpluginpath"_s,
+                                         u"platformtheme"_s,   u"plugin"_s,
+                                         u"qmljsdebugger"_s,   u"display"_s,
+                                         u"qwindowgeometry"_s, u"qwindowicon"_s,
+                                         u"qwindowtitle"_s,    u"reverse"_s,
+                                         u"session"_s,         u"style"_s,
+                                         u"stylesheet"_s,      u"widgetcount"_s,
+                                         u"geometry"_s};
+    return kOptions.contains(word.sliced(2).section(u'=', 0, 0));
+}
+
 } // namespace
 
 ProgramOptions takeProgramOptions(QStringList &arguments)
@@ -36,6 +50,8 @@ ProgramOptions takeProgramOptions(QStringList &arguments)
             if (options.pictures.isEmpty())
                 options.problem = u"--pictures wants a directory"_s;
         } else {
+            if (word.startsWith(u"--") && word.size() > 2 && !isForToolkit(word) && options.problem.isEmpty())
+                options.problem = u"unknown option %1; --help lists them"_s.arg(word);
             rest += word;
         }
     }

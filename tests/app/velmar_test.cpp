@@ -72,6 +72,7 @@ private slots:
     void startsWithAnything_data();
     void startsWithAnything();
     void anUnusableDirectory();
+    void anUnknownOptionIsRefused();
     void demoShowsItself();
 };
 
@@ -226,6 +227,15 @@ void VelmarTest::anUnusableDirectory()
     Program program(scratch, with(scratch.path(u"file/mail"_s)));
     QCOMPARE(program.status(), 1);
     QVERIFY(program.process.readAllStandardError().contains("Unable to create configuration directory - "));
+}
+
+/// Else it would open another mailbox than the one that was meant.
+void VelmarTest::anUnknownOptionIsRefused()
+{
+    Scratch scratch;
+    Program program(scratch, {u"--config-dir"_s, scratch.path(u"mine"_s)});
+    QCOMPARE(program.status(), 2);
+    QVERIFY(program.process.readAllStandardError().contains("unknown option --config-dir"));
 }
 
 void VelmarTest::demoShowsItself()

@@ -263,20 +263,6 @@ void MainWindow::groupMenu(Group *group, const QPoint &position)
                 [this] { m_groupCommands->newGroup(nullptr); });
         return menu->popup(position);
     }
-    const int number = group->number();
-    connect(menu->addAction(tr("Open in a new ta&b")), &QAction::triggered, this,
-            [this, number] { m_viewers->openTab(number); });
-    QAction *read = menu->addAction(m_actions[Act::MarkGroupRead]->icon(), tr("Mark &all as read"));
-    read->setEnabled(group->counts().unread > 0);
-    connect(read, &QAction::triggered, this, [this, number] {
-        if (Group *group = m_engine.groups().group(number))
-            commands().markGroupRead(*group);
-    });
-    if (group->role() == GroupRole::WasteBasket)
-        menu->addAction(m_actions[Act::EmptyWasteBasket]);
-    if (group->role() == GroupRole::Junk)
-        menu->addAction(m_actions[Act::EmptyJunk]);
-    menu->addSeparator();
     m_groupCommands->fillMenu(menu, *group);
     menu->popup(position);
 }

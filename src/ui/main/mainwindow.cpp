@@ -203,6 +203,7 @@ void MainWindow::connectEngine()
         m_views.forget(number);
         m_viewers->forget(number, m_engine.groups().group(GroupRole::Inbox)->number());
     });
+    connect(m_groupCommands, &GroupCommands::newTabWanted, m_viewers, &Viewers::openTab);
     connect(m_groupCommands, &GroupCommands::groupMade, this,
             [this](Group *made) { selectGroup(made->number()); });
     connect(&m_engine.journal(), &UndoJournal::changed, this, &MainWindow::updateActions);

@@ -107,7 +107,7 @@ void MessageView::createPanes()
     faultMargins->setContentsMargins(space::dialog, space::between, space::dialog, 0);
     faultMargins->addWidget(m_faults);
     auto *barMargins = new QVBoxLayout;
-    barMargins->setContentsMargins(space::card, space::between, space::card, 0);
+    barMargins->setContentsMargins(space::dialog, space::between, space::dialog, 0);
     barMargins->addWidget(m_bar);
     auto *layout = new QVBoxLayout(m_page);
     layout->setContentsMargins(0, 0, 0, 0);
