@@ -134,7 +134,7 @@ void ReaderLinksTest::opens_data()
                              << QString();
     QTest::newRow("names another site")
         << QByteArray("<a href='https://evil.example/x'>go www.bank.example</a>")
-        << u"https://evil.example/x"_s << QString();
+        << u"https://evil.example/x"_s << u"evil.example"_s;
     QTest::newRow("is another site") << QByteArray(
                                             "<a href='https://evil.example/x?utm_id=1'>bank.example/go</a>")
                                      << u"https://evil.example/x"_s << u"evil.example"_s;
