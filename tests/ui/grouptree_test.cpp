@@ -63,6 +63,22 @@ private slots:
         QCOMPARE(rowsOf(*tree)[2], u"..Aunts"_s);
     }
 
+    void goingElsewhereDoesNotBringBackWhatIsRemoved()
+    {
+        Groups groups;
+        setBoolSetting(Setting::HideReadGroups, false);
+        Group &folder = groups.make(u"Folder"_s);
+        groups.make(u"Other"_s);
+        const auto tree = groups.open();
+        tree->setCurrent(folder.number());
+        const int inbox = groups.role(GroupRole::Inbox).number();
+        connect(tree.get(), &GroupTree::currentGroupChanged, tree.get(),
+                [&tree, inbox] { tree->setCurrent(inbox); });
+        QVERIFY(groups.store.remove(folder));
+        groups.make(u"Later"_s);
+        QCOMPARE(rowsOf(*tree), (QStringList{u"Mail"_s, u".Later"_s, u".Other"_s}));
+    }
+
     void flaggedCountsAllButJunkAndWaste()
     {
         Groups groups;

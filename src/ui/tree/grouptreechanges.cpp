@@ -175,8 +175,8 @@ void GroupTreeModel::groupRemoved(int number)
         --parent.essentialChildren;
     if (!node->essential && node->isHidable())
         --m_hidable;
+    m_nodes.remove(number); // before the views hear of it: who goes elsewhere then must not bring it back
     unshow(*node);
-    m_nodes.remove(number);
     std::erase_if(parent.children, [node](const auto &child) { return child.get() == node; });
     settle(parent);
 }
