@@ -11,7 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 kMostPixels = 40'000'000; ///< of one picture: 160 MB while it is decoded
+constexpr qint64 kMostPixels = 16'000'000;      ///< of one picture, decoded whole: a fifth of a second
+constexpr qint64 kMostPhotoPixels = 64'000'000; ///< of a JPEG, which is decoded in the size it is shown in
 constexpr qint64 kMostInAll = 120'000'000; //
 constexpr int kGreatestSide = 4096;        ///< of what is kept
 constexpr int kAllocationLimit = 192;      ///< MB
@@ -37,7 +38,8 @@ void prepare(QImageReader &reader, QBuffer &buffer)
 QSize storedSize(const QImageReader &reader)
 {
     const QSize size = reader.size();
-    const bool reasonable = !size.isEmpty() && qint64(size.width()) * size.height() <= kMostPixels;
+    const qint64 most = reader.format() == "jpeg" ? kMostPhotoPixels : kMostPixels;
+    const bool reasonable = !size.isEmpty() && qint64(size.width()) * size.height() <= most;
     return reasonable ? size : QSize();
 }
 
