@@ -48,6 +48,7 @@ private slots:
         program.engine.importMail({program.scratch.write(u"mail"_s, mailText("x@y", "Two"))},
                                   program.inbox());
         QTRY_VERIFY(!welcome->isVisible());
+        QVERIFY(program.list->hasFocus());
         QTRY_COMPARE(program.list->messages().totalCount(), 2);
         QTRY_VERIFY2(program.bar().contains(u"1 message"_s), qPrintable(program.bar()));
     }

@@ -498,8 +498,11 @@ void MainWindow::updateWelcome()
     const bool anyMail =
         std::any_of(groups.begin(), groups.end(), [](Group *group) { return group->counts().total > 0; });
     const bool welcomes = !m_lookedAround && !anyMail && m_engine.accounts().accounts().empty();
-    if (welcomes != m_panes->showsWelcome())
-        m_panes->showWelcome(welcomes);
+    if (welcomes == m_panes->showsWelcome())
+        return;
+    m_panes->showWelcome(welcomes);
+    if (!welcomes)
+        m_viewers->lists()->setFocus(); // now there is something to read
 }
 
 void MainWindow::taskEnded(Task *task)

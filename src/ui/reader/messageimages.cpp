@@ -13,9 +13,9 @@ namespace {
 
 constexpr qint64 kMostPixels = 16'000'000;      ///< of one picture, decoded whole: a fifth of a second
 constexpr qint64 kMostPhotoPixels = 64'000'000; ///< of a JPEG, which is decoded in the size it is shown in
-constexpr qint64 kMostInAll = 120'000'000; //
-constexpr int kGreatestSide = 4096;        ///< of what is kept
-constexpr int kAllocationLimit = 192;      ///< MB
+constexpr qint64 kMostInAll = 120'000'000;      //
+constexpr int kGreatestSide = 4096;             ///< of what is kept
+constexpr int kAllocationLimit = 192;           ///< MB
 
 /// The bitmap formats that stand alone; SVG and its like can refer to files.
 bool isBitmap(const QByteArray &format)
