@@ -45,7 +45,7 @@ MessageList::MessageList(QWidget *parent)
     , m_seek(m_model)
 {
     setObjectName(u"messageList"_s);
-    setAccessibleName(u"Messages"_s);
+    setAccessibleName(tr("Messages"));
     setModel(&m_model);
     setItemDelegate(&m_delegate);
     setRootIsDecorated(false);
