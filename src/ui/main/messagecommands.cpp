@@ -402,10 +402,10 @@ void MessageCommands::saveCurrent()
     if (text.isNull())
         return;
     const Message message(text);
-    auto *files = new QFileDialog(m_list.window(), u"Save message as"_s);
+    auto *files = new QFileDialog(m_list.window(), tr("Save message as"));
     files->setAttribute(Qt::WA_DeleteOnClose);
     files->setAcceptMode(QFileDialog::AcceptSave);
-    files->setNameFilters({u"Message (*.eml)"_s, u"Readable text (*.txt)"_s});
+    files->setNameFilters({tr("Message (*.eml)"), tr("Readable text (*.txt)")});
     files->selectFile(safeFileName(subjectOrNone(message.subject())) + u".eml"_s);
     connect(files, &QFileDialog::fileSelected, this, [files, message](const QString &path) {
         const bool readable = files->selectedNameFilter().contains(u"*.txt"_s);

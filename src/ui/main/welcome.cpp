@@ -20,20 +20,20 @@ Welcome::Welcome(QWidget *parent)
 {
     setObjectName(u"welcome"_s);
     setSurface(this, Role::Base);
-    auto *title = new QLabel(u"Welcome to Velmar"_s);
+    auto *title = new QLabel(tr("Welcome to Velmar"));
     setFontScale(title, scale::welcome, QFont::DemiBold);
     auto *sentence =
-        new QLabel(u"Your mail in one calm place. Everything stays in plain files on this computer."_s);
+        new QLabel(tr("Your mail in one calm place. Everything stays in plain files on this computer."));
     sentence->setWordWrap(true);
     setFontScale(sentence, scale::title);
     setTextRole(sentence, Role::Text2);
 
-    auto *import = new Card(u"import"_s, u"Bring your mail over"_s,
-                            u"Mailboxes (mbox), Maildir folders or single message files."_s);
-    auto *batch = new Card(u"inbox"_s, u"Read a mailbox on this computer"_s,
-                           u"Velmar takes new mail from a file that another program fills."_s);
-    auto *look = new Card(u"play"_s, u"Just look around"_s,
-                          u"An invented mailbox in a window of its own; nothing of yours is touched."_s);
+    auto *import = new Card(u"import"_s, tr("Bring your mail over"),
+                            tr("Mailboxes (mbox), Maildir folders or single message files."));
+    auto *batch = new Card(u"inbox"_s, tr("Read a mailbox on this computer"),
+                           tr("Velmar takes new mail from a file that another program fills."));
+    auto *look = new Card(u"play"_s, tr("Just look around"),
+                          tr("An invented mailbox in a window of its own; nothing of yours is touched."));
     import->setFirst(true);
     import->setObjectName(u"welcomeImport"_s);
     auto *hint = new QLabel(u"All of this is in the menus File and Tools, too."_s);
