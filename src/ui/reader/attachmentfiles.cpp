@@ -14,6 +14,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -133,7 +135,7 @@ QStringList baseDirectories()
 bool isAbandoned(const QFileInfo &directory)
 {
     const QString lockPath = directory.filePath() + u'/' + kLockName;
-    if (directory.ownerId() != QFileInfo(QDir::homePath()).ownerId() || !QFileInfo::exists(lockPath))
+    if (directory.ownerId() != ::geteuid() || !QFileInfo::exists(lockPath))
         return false;
     QLockFile lock(lockPath);
     lock.setStaleLockTime(0);
