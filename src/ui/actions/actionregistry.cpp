@@ -65,11 +65,6 @@ void ActionRegistry::setKeys(const Entry &entry) const
     entry.action->setShortcuts(keys);
 }
 
-QString plainName(const QAction *action)
-{
-    return action->text().remove(u'&').remove(u'…');
-}
-
 QString keysInWords(const QAction *action)
 {
     return QKeySequence::listToString(action->shortcuts(), QKeySequence::NativeText);

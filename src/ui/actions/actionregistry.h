@@ -67,9 +67,6 @@ private:
     bool m_singleKeys = true;
 };
 
-/// The name of an action as people read it: without the mark of its mnemonic and without "…".
-QString plainName(const QAction *action);
-
 /// Its keys in the words of the desktop, "Ctrl+N, Ctrl+M"; empty without any.
 QString keysInWords(const QAction *action);
 

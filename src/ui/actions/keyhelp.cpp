@@ -5,6 +5,7 @@
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
 #include "ui/look/searchfield.h"
+#include "ui/look/toolbuttons.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -44,7 +45,7 @@ void fill(QTreeWidget *list, const ActionRegistry &registry)
         if (entry.action->shortcuts().isEmpty())
             continue;
         new QTreeWidgetItem(sectionFor(list, placeOf(entry.row->name)),
-                            {plainName(entry.action), keysInWords(entry.action)});
+                            {plainName(entry.action->text()), keysInWords(entry.action)});
     }
     list->expandAll();
 }

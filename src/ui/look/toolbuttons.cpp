@@ -14,14 +14,6 @@ namespace {
 
 constexpr char kShowsText[] = "velmarShowsText";
 
-QString plainName(QString text)
-{
-    text.remove(u'&');
-    while (text.endsWith(u'…') || text.endsWith(u'.'))
-        text.chop(1);
-    return text;
-}
-
 void refreshToolTip(QAction *action)
 {
     action->setToolTip(toolTipWithKey(plainName(action->text()), action->shortcut()));
@@ -35,6 +27,14 @@ void prepare(QToolButton *button, const QString &name)
 }
 
 } // namespace
+
+QString plainName(QString text)
+{
+    text.remove(u'&');
+    while (text.endsWith(u'…') || text.endsWith(u'.'))
+        text.chop(1);
+    return text;
+}
 
 QString toolTipWithKey(const QString &name, const QKeySequence &key)
 {

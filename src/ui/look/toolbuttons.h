@@ -8,6 +8,9 @@ class QToolBar;
 class QToolButton;
 class QWidget;
 
+/// The text of an action as people read it: without the mark of its mnemonic and without "…".
+QString plainName(QString text);
+
 /// "Reply to all (Ctrl+Shift+R)": what a button without text says of itself, its key included.
 QString toolTipWithKey(const QString &name, const QKeySequence &key);
 

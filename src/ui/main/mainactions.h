@@ -122,7 +122,6 @@ enum Need : unsigned {
     NeedsWaste = 1u << 12,    ///< there is something in the waste basket
     NeedsJunk = 1u << 13,     ///< in the junk group
     NeedsBatches = 1u << 14,  ///< there is an account to remove
-    NeedsTask = 1u << 15,     ///< one group whose files no task holds
 };
 
 /// The main window's actions, made in its registry.

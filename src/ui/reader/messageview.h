@@ -87,7 +87,6 @@ signals:
     void actionsChanged();
     /// A link was clicked and may be followed: its scheme is http, https, mailto, ftp, news or nntp.
     void linkActivated(const QString &target);
-    /// The tree of the message's parts is to be shown.
     /// A message in a window of its own: an enclosed one, or one put together out of its pieces.
     void messageWanted(const Message &message);
     /// A mail to this person is to be written: "mailto:" with an address.
