@@ -89,16 +89,16 @@ bool writePosition(const QString &batch, qint64 position)
     return writeReplacing(positionPath(batch), QByteArray::number(position) + '\n');
 }
 
-/// Positions whose batch is gone: the program died between the two.
-void removeStrayPositions(int account)
+/// What a run that was killed left beside a batch that is gone: its position, the lock held while it was
+/// deleted, or a copy that did not come to its end.
+void removeStrays(int account)
 {
-    const QString suffix = positionPath(kPendingSuffix);
     const QDir directory(configPathOf(u"Batches"_s));
-    const QStringList names = directory.entryList({u'*' + suffix}, QDir::Files);
+    const QStringList names = directory.entryList({u'*' + kPendingSuffix + u".*"_s}, QDir::Files);
     for (const QString &name : names) {
-        const QString batch = directory.filePath(name.chopped(suffix.size()) + kPendingSuffix);
+        const QString batch = directory.filePath(name.first(name.indexOf(kPendingSuffix)) + kPendingSuffix);
         if (batchNumber(name, account) > 0 && !QFile::exists(batch) && !isHalfTaken(batch))
-            QFile::remove(positionPath(batch));
+            QFile::remove(directory.filePath(name));
     }
 }
 
@@ -143,7 +143,7 @@ QString BatchFetch::result() const
 
 bool BatchFetch::recover(GroupStore &store, int account)
 {
-    removeStrayPositions(account);
+    removeStrays(account);
     ArrivalJournal journal(account);
     const auto found = journal.read([&store](int number) { return store.group(number); });
     if (!found)

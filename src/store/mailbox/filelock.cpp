@@ -50,6 +50,38 @@ bool isStale(const QByteArray &path, const struct stat &status)
            errno == ESRCH;
 }
 
+struct Descriptor
+{
+    int handle = -1;
+    explicit Descriptor(int opened)
+        : handle(opened)
+    {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (handle >= 0)
+            ::close(handle);
+    }
+};
+
+/// A lock file that appears only when its owner stands in it: one killed before would leave an empty file,
+/// which nobody could know to be stale for a while. Not every file system can do it; the handle is -1 then.
+Descriptor namelessFileBeside(const QByteArray &path)
+{
+    const QByteArray directory = path.first(path.lastIndexOf('/') + 1);
+    return Descriptor(::open(directory.constData(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0644));
+}
+
+/// 0, or the error number; EEXIST when the name is taken.
+int giveName(int handle, const QByteArray &path)
+{
+    const QByteArray process = "/proc/self/fd/" + QByteArray::number(handle);
+    return ::linkat(AT_FDCWD, process.constData(), AT_FDCWD, path.constData(), AT_SYMLINK_FOLLOW) == 0
+               ? 0
+               : errno;
+}
+
 } // namespace
 
 MailboxLock::~MailboxLock()
@@ -57,12 +89,12 @@ MailboxLock::~MailboxLock()
     unlock();
 }
 
-MailboxLock::Outcome MailboxLock::tryLock(const QString &path)
+MailboxLock::Outcome MailboxLock::tryLock(const QString &path, Ways ways)
 {
     unlock();
     const QByteArray real = QFile::encodeName(QFileInfo(path).canonicalFilePath());
     Outcome outcome = lockFile(real);
-    if (outcome != Outcome::Held)
+    if (outcome != Outcome::Held || ways == Ways::FileOnly)
         return outcome;
     m_dotLock = real + ".lock";
     outcome = makeDotLock();
@@ -145,19 +177,22 @@ MailboxLock::Outcome MailboxLock::makeDotLock()
 /// 0, or the error number.
 int MailboxLock::claimDotLock()
 {
-    const int lock = ::open(m_dotLock.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-    if (lock < 0)
-        return errno;
     const QByteArray owner = QByteArray::number(::getpid()) + ' ' + hostName() + '\n';
-    const bool written = ::write(lock, owner.constData(), std::size_t(owner.size())) == owner.size();
-    const int error = errno;
+    Descriptor lock = namelessFileBeside(m_dotLock);
+    const bool nameless = lock.handle >= 0;
+    if (!nameless)
+        lock.handle = ::open(m_dotLock.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     struct stat status = {};
-    const bool known = ::fstat(lock, &status) == 0;
-    m_dotInode = known ? status.st_ino : 0;
-    ::close(lock);
-    if (written && known)
-        return 0;
-    ::unlink(m_dotLock.constData());
+    if (lock.handle < 0)
+        return errno;
+    const bool written = ::write(lock.handle, owner.constData(), std::size_t(owner.size())) == owner.size() &&
+                         ::fstat(lock.handle, &status) == 0;
+    int error = written ? 0 : errno;
+    if (written && nameless)
+        error = giveName(lock.handle, m_dotLock);
+    m_dotInode = status.st_ino;
+    if (!written && !nameless)
+        ::unlink(m_dotLock.constData());
     return error;
 }
 

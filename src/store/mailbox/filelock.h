@@ -24,8 +24,13 @@ public:
         Failed, ///< the file is missing or cannot be opened for writing
     };
 
+    enum class Ways {
+        Both,
+        FileOnly, ///< for a file that was moved: who waits for NAME.lock waits at the old name
+    };
+
     /// Tries once, without waiting. A symbolic link is followed.
-    Outcome tryLock(const QString &path);
+    Outcome tryLock(const QString &path, Ways ways = Ways::Both);
 
     /// Tries for @p milliseconds, blocking: not for a program with a window.
     Outcome lock(const QString &path, int milliseconds);

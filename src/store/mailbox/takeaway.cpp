@@ -180,6 +180,6 @@ bool isHalfTaken(const QString &target)
 bool removeTaken(const QString &path, qint64 size)
 {
     MailboxLock lock;
-    return lock.tryLock(path) == MailboxLock::Outcome::Held && QFileInfo(path).size() == size &&
-           QFile::remove(path);
+    return lock.tryLock(path, MailboxLock::Ways::FileOnly) == MailboxLock::Outcome::Held &&
+           QFileInfo(path).size() == size && QFile::remove(path);
 }
