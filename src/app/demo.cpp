@@ -87,7 +87,7 @@ bool Demo::prepare()
 void Demo::fill(Engine &engine)
 {
     m_engine = &engine;
-    Account account;
+    AccountData account;
     account.name = u"Tidewater Press"_s;
     account.host = m_directory.path() + u"/demo.mbox"_s;
     account.kind = AccountKind::BatchFile;

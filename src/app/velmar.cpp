@@ -235,8 +235,8 @@ void Velmar::offerAsDefaultClient()
 {
     if (m_options.exitWhenShown)
         return;
-    const auto isNews = [](const Account &account) { return account.kind == AccountKind::Nntp; };
-    const std::vector<Account> &accounts = m_engine.accounts().accounts();
+    const auto isNews = [](const AccountData &account) { return account.kind == AccountKind::Nntp; };
+    const std::vector<AccountData> accounts = m_engine.accounts().all();
     m_defaultClient = std::make_unique<DefaultClient>(m_platform);
     connect(m_defaultClient.get(), &DefaultClient::questionRaised, m_window, [this](const QString &text) {
         MessageBoxes::Question question;

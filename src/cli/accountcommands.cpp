@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kDefaultInterval = 10; ///< minutes
 
-Row describeAccount(const Account &account)
+Row describeAccount(const AccountData &account)
 {
     Row row;
     row.add("number", account.number)
@@ -26,7 +26,7 @@ Row describeAccount(const Account &account)
 
 ExitStatus addAccount(Session &session, const Arguments &arguments)
 {
-    Account account;
+    AccountData account;
     account.name = arguments.value("--name");
     account.host = arguments.value("--host");
     account.kind = accountKindOf(arguments.value("--kind"));
@@ -56,7 +56,7 @@ ExitStatus addAccount(Session &session, const Arguments &arguments)
     }
     if (!accounts.save())
         return ExitStatus::Failed;
-    session.output().row(describeAccount(*accounts.account(number)));
+    session.output().row(describeAccount(accounts.account(number)->data()));
     session.output().endTable();
     return ExitStatus::Done;
 }
@@ -65,7 +65,7 @@ ExitStatus listAccounts(Session &session)
 {
     if (!session.open(Session::Purpose::Read))
         return ExitStatus::Failed;
-    for (const Account &account : session.engine().accounts().accounts())
+    for (const AccountData &account : session.engine().accounts().all())
         session.output().row(describeAccount(account));
     session.output().endTable();
     return ExitStatus::Done;
@@ -81,8 +81,8 @@ ExitStatus removeAccount(Session &session, const QString &name)
         session.output().complain(u"There is no account '%1'"_s.arg(name));
         return ExitStatus::Failed;
     }
-    const Row row = describeAccount(*account);
-    accounts.remove(account->number);
+    const Row row = describeAccount(account->data());
+    accounts.remove(account->number());
     if (!accounts.save())
         return ExitStatus::Failed;
     session.output().row(row);
@@ -92,35 +92,37 @@ ExitStatus removeAccount(Session &session, const QString &name)
 
 /// The named accounts, or all that take part, and behind them those that are chained to them. Empty after a
 /// complaint.
-std::optional<std::vector<Account>> accountsToFetch(Session &session, const QStringList &names)
+std::optional<std::vector<AccountData>> accountsToFetch(Session &session, const QStringList &names)
 {
     const AccountManager &manager = session.engine().accounts();
-    std::vector<Account> accounts;
+    std::vector<AccountData> accounts;
     for (const QString &name : names) {
         const Account *account = manager.find(name);
         if (!account) {
             session.output().complain(u"There is no account '%1'"_s.arg(name));
             return {};
         }
-        accounts.push_back(*account);
+        accounts.push_back(account->data());
     }
-    const auto takesPart = [](const Account &account) {
+    const auto takesPart = [](const AccountData &account) {
         return account.isIncoming() && (account.flags & AccountLeftOut) == 0;
     };
     if (names.isEmpty())
-        std::copy_if(manager.accounts().begin(), manager.accounts().end(), std::back_inserter(accounts),
-                     takesPart);
+        std::ranges::copy_if(manager.all(), std::back_inserter(accounts), takesPart);
     for (std::size_t i = 0; i < accounts.size(); ++i) {
         const Account *chained = manager.account(accounts[i].chained);
-        const auto isChained = [&](const Account &account) { return account.number == chained->number; };
-        if (chained && takesPart(*chained) && std::none_of(accounts.begin(), accounts.end(), isChained))
-            accounts.push_back(*chained);
+        const auto isChained = [&](const AccountData &account) {
+            return account.number == chained->number();
+        };
+        if (chained && takesPart(chained->data()) &&
+            std::none_of(accounts.begin(), accounts.end(), isChained))
+            accounts.push_back(chained->data());
     }
     return accounts;
 }
 
 /// What keeps an account from being fetched; empty when nothing does.
-QString fetchProblem(const Account &account)
+QString fetchProblem(const AccountData &account)
 {
     if (account.kind != AccountKind::BatchFile)
         return u"Account '%1' is of a kind that cannot be fetched yet"_s.arg(account.name);
@@ -129,7 +131,7 @@ QString fetchProblem(const Account &account)
     return {};
 }
 
-bool fetchAccount(Session &session, const Account &account)
+bool fetchAccount(Session &session, const AccountData &account)
 {
     if (const QString problem = fetchProblem(account); !problem.isEmpty()) {
         session.output().complain(problem);
@@ -182,7 +184,7 @@ ExitStatus runFetch(Session &session, const QStringList &words)
     if (!accounts)
         return ExitStatus::Failed;
     ExitStatus status = ExitStatus::Done;
-    for (const Account &account : *accounts) {
+    for (const AccountData &account : *accounts) {
         if (TerminationSignals::isRequested())
             break;
         if (!fetchAccount(session, account))

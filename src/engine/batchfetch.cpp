@@ -111,7 +111,7 @@ QByteArray identifierOf(const QString &batch, int account, qint64 end)
 
 } // namespace
 
-BatchFetch::BatchFetch(GroupStore &store, const Account &account, QObject *parent)
+BatchFetch::BatchFetch(GroupStore &store, const AccountData &account, QObject *parent)
     : Task(parent)
     , m_store(store)
     , m_account(account)

@@ -2,7 +2,7 @@
 
 #include "engine/arrivaljournal.h"
 #include "engine/task.h"
-#include "net/account.h"
+#include "net/accountdata.h"
 #include "store/groupstore.h"
 #include "store/mailbox/mboxreader.h"
 #include "store/mailbox/takeaway.h"
@@ -22,7 +22,7 @@ class BatchFetch : public Task
     Q_OBJECT
 
 public:
-    BatchFetch(GroupStore &store, const Account &account, QObject *parent = nullptr);
+    BatchFetch(GroupStore &store, const AccountData &account, QObject *parent = nullptr);
     ~BatchFetch() override;
 
     QString title() const override;
@@ -57,7 +57,7 @@ private:
     State fail(const QString &problem);
 
     GroupStore &m_store;
-    const Account m_account;
+    const AccountData m_account;
     ArrivalJournal m_journal;
     std::unique_ptr<MailboxMove> m_move;
     bool m_moved = false;

@@ -45,7 +45,7 @@ bool Engine::load()
     if (storeAccess() == StoreAccess::ReadWrite) {
         if (m_tags.resting() != 0)
             m_operations.dropTags(m_tags.resting());
-        for (const Account &account : m_accounts.accounts()) {
+        for (const AccountData &account : m_accounts.all()) {
             if (account.kind == AccountKind::BatchFile)
                 BatchFetch::recover(m_groups, account.number);
         }
@@ -115,7 +115,7 @@ void Engine::tidyUp()
 void Engine::fetchWhatIsDue()
 {
     const qint64 now = clockSeconds();
-    for (const Account &account : m_accounts.accounts()) {
+    for (const AccountData &account : m_accounts.all()) {
         const qint64 last = m_lastFetch.value(account.number, 0);
         if (account.fetchInterval > 0 && now - last >= account.fetchInterval * 60LL)
             fetch(account.number);
@@ -156,7 +156,7 @@ void Engine::deleteMessages(Group &source, const Articles &articles, bool forGoo
 
 void Engine::fetchAll()
 {
-    for (const Account &account : m_accounts.accounts()) {
+    for (const AccountData &account : m_accounts.all()) {
         if (account.isIncoming())
             fetch(account.number);
     }
@@ -165,12 +165,12 @@ void Engine::fetchAll()
 void Engine::fetch(int number)
 {
     const Account *account = m_accounts.account(number);
-    if (!account || account->kind != AccountKind::BatchFile || (account->flags & AccountLeftOut) != 0 ||
+    if (!account || account->kind() != AccountKind::BatchFile || account->data().has(AccountLeftOut) ||
         m_fetching.contains(number))
         return;
     m_lastFetch.insert(number, clockSeconds());
     m_fetching.insert(number);
-    m_tasks.add(std::make_unique<BatchFetch>(m_groups, *account));
-    if (account->chained != 0)
-        fetch(account->chained);
+    m_tasks.add(std::make_unique<BatchFetch>(m_groups, account->data()));
+    if (account->data().chained != 0)
+        fetch(account->data().chained);
 }

@@ -1,56 +1,75 @@
 #pragma once
 
-#include <QHash>
-#include <QString>
+#include "net/accountdata.h"
+#include "net/fetchreason.h"
 
-#include <array>
+#include <QObject>
+#include <QStringList>
 
-/// The kinds of accounts by the number that the accounts file stores.
-enum class AccountKind { None, OfflineImap, Pop3, Nntp, OnlineImap, Smtp, BatchFile };
+#include <vector>
 
-struct AccountKindRow
+class AccountManager;
+class Fetcher;
+
+/// One failure of a transfer, as the list of errors shows it.
+struct TransferError
 {
-    const char *shown; ///< the name for people
-    const char *word;  ///< on the command line
-};
-constexpr std::array kAccountKinds = {
-    AccountKindRow{"None", ""},
-    AccountKindRow{"Mail (Offline IMAP)", "imap-offline"},
-    AccountKindRow{"Mail (POP3)", "pop3"},
-    AccountKindRow{"News (NNTP)", "nntp"},
-    AccountKindRow{"Mail (Online IMAP)", "imap"},
-    AccountKindRow{"Outgoing mail (SMTP)", "smtp"},
-    AccountKindRow{"Mail (Batch File)", "batch"},
-};
-static_assert(kAccountKinds.size() == std::size_t(AccountKind::BatchFile) + 1);
-
-/// Bits of an account's flags.
-enum AccountFlag : quint32 {
-    AccountLeftOut = 1u << 3, ///< a request to fetch does nothing
-    AccountTls = 1u << 8,     ///< the connection uses TLS from its start
+    int account = 0;
+    QString accountName;
+    qint64 time = 0; ///< seconds since 1970 UTC
+    AccountFetchReason reason = AccountFetchReason::None;
+    QString detail; ///< the server's line, or the socket's text
+    QString text;   ///< what a person is told, white space simplified
 };
 
-/// One server, or one batch file, that mail comes from or goes to, as the accounts file keeps it.
-struct Account
+/// One configured server and what goes on with it now. Owned by the AccountManager; what holds one for long
+/// holds it by QPointer.
+class Account : public QObject
 {
-    QString name; ///< as shown in lists and messages; unique
-    QString host; ///< the server; of a batch-file account the path of the file
-    QString user;
-    QString password;
-    int number = 0; ///< fixed for its life; names its directory "Accounts/<number>"
-    AccountKind kind = AccountKind::None;
-    int port = 0;
-    quint32 flags = 0;
-    int connections = 0;   ///< fetchers side by side (NNTP); 0 is 1
-    int chained = 0;       ///< number of the account that fetches along; 0: none
-    int fetchInterval = 0; ///< minutes between two fetches by itself; 0: never
+    Q_OBJECT
 
-    /// The further fields of the file by their letters, kept as they are.
-    QHash<char, QString> others;
+public:
+    Account(AccountManager &manager, const AccountData &data);
+    ~Account() override;
 
-    /// Whether mail comes from it by itself or by a fetch.
-    bool isIncoming() const { return kind != AccountKind::None && kind != AccountKind::Smtp; }
+    const AccountData &data() const { return m_data; }
+    int number() const { return m_data.number; }
+    QString name() const { return m_data.name; }
+    AccountKind kind() const { return m_data.kind; }
+
+    /// Starts a fetch (a sender: a send). @p manual: the user asked for it; @p allConnections: not only one.
+    void fetch(bool manual, bool allConnections);
+
+    /// Ends what runs, at the next safe point.
+    void stop();
+
+    int runningFetchers() const { return int(m_fetchers.size()); }
+    bool isFetching() const { return !m_fetchers.empty(); }
+    const std::vector<Fetcher *> &fetchers() const { return m_fetchers; }
+    QString status() const { return m_status; }
+
+    /// Of the last fetch.
+    const std::vector<TransferError> &errors() const { return m_errors; }
+
+    /// Adds a line to the account's log, where logs are kept.
+    void log(const QString &text);
+
+signals:
+    void statusChanged(const QString &text);
+    void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);
+    void fetchStarted();
+    void fetchEnded(AccountFetchReason reason, const QString &detail);
+
+public slots:
+    void slotFetchComplete(Fetcher *fetcher, bool received);
+    void slotFetchError(Fetcher *fetcher, AccountFetchReason reason, const QString &detail, bool received);
+
+private:
+    friend class AccountManager;
+
+    AccountManager &m_manager;
+    AccountData m_data;
+    std::vector<Fetcher *> m_fetchers;
+    std::vector<TransferError> m_errors;
+    QString m_status;
 };
-
-/// The kind that the command line calls @p word; None when there is none.
-AccountKind accountKindOf(const QString &word);

@@ -11,49 +11,59 @@ constexpr ListFileTexts kTexts = {"Unable to read accounts file", "Unable to wri
 struct LetterField
 {
     char letter;
-    QString (*text)(const Account &);
-    void (*take)(Account &, const QString &);
+    QString (*text)(const AccountData &);
+    void (*take)(AccountData &, const QString &);
 };
 
 template <auto Member>
-QString numberText(const Account &account)
+QString numberText(const AccountData &account)
 {
     return QString::number(qint64(account.*Member));
 }
 
 template <auto Member>
-void takeNumber(Account &account, const QString &text)
+void takeNumber(AccountData &account, const QString &text)
 {
     using Number = std::remove_reference_t<decltype(account.*Member)>;
     account.*Member = Number(text.toLongLong());
 }
 
 template <char Letter>
-QString otherText(const Account &account)
+QString otherText(const AccountData &account)
 {
     return account.others.value(Letter);
 }
 
 /// The same for a field that holds a number, so that nobody meets an empty one.
 template <char Letter>
-QString otherNumber(const Account &account)
+QString otherNumber(const AccountData &account)
 {
     const QString text = account.others.value(Letter);
     return text.isEmpty() ? u"0"_s : text;
 }
 
 template <char Letter>
-void takeOther(Account &account, const QString &text)
+void takeOther(AccountData &account, const QString &text)
 {
     account.others.insert(Letter, text);
 }
 
-QString kindText(const Account &account)
+QString addressText(const AccountData &account)
+{
+    return account.address;
+}
+
+void takeAddress(AccountData &account, const QString &text)
+{
+    account.address = text;
+}
+
+QString kindText(const AccountData &account)
 {
     return QString::number(int(account.kind));
 }
 
-void takeKind(Account &account, const QString &text)
+void takeKind(AccountData &account, const QString &text)
 {
     const int kind = text.toInt();
     account.kind = kind > 0 && kind < int(kAccountKinds.size()) ? AccountKind(kind) : AccountKind::None;
@@ -61,26 +71,26 @@ void takeKind(Account &account, const QString &text)
 
 constexpr LetterField kFields[] = {
     // the order of the line; the reader takes any order
-    {'A', &numberText<&Account::number>, &takeNumber<&Account::number>},
+    {'A', &numberText<&AccountData::number>, &takeNumber<&AccountData::number>},
     {'T', &kindText, &takeKind},
-    {'P', &numberText<&Account::port>, &takeNumber<&Account::port>},
-    {'L', &numberText<&Account::fetchInterval>, &takeNumber<&Account::fetchInterval>},
-    {'F', &numberText<&Account::flags>, &takeNumber<&Account::flags>},
-    {'H', &otherText<'H'>, &takeOther<'H'>},
-    {'E', &otherNumber<'E'>, &takeOther<'E'>},
-    {'C', &numberText<&Account::connections>, &takeNumber<&Account::connections>},
-    {'G', &otherNumber<'G'>, &takeOther<'G'>},
+    {'P', &numberText<&AccountData::port>, &takeNumber<&AccountData::port>},
+    {'L', &numberText<&AccountData::fetchInterval>, &takeNumber<&AccountData::fetchInterval>},
+    {'F', &numberText<&AccountData::flags>, &takeNumber<&AccountData::flags>},
+    {'H', &addressText, &takeAddress},
+    {'E', &numberText<&AccountData::sizeLimit>, &takeNumber<&AccountData::sizeLimit>},
+    {'C', &numberText<&AccountData::connections>, &takeNumber<&AccountData::connections>},
+    {'G', &numberText<&AccountData::group>, &takeNumber<&AccountData::group>},
     {'N', &otherNumber<'N'>, &takeOther<'N'>},
-    {'I', &otherNumber<'I'>, &takeOther<'I'>},
+    {'I', &numberText<&AccountData::identity>, &takeNumber<&AccountData::identity>},
     {'V', &otherNumber<'V'>, &takeOther<'V'>},
     {'S', &otherText<'S'>, &takeOther<'S'>},
-    {'W', &numberText<&Account::chained>, &takeNumber<&Account::chained>},
-    {'D', &otherNumber<'D'>, &takeOther<'D'>},
+    {'W', &numberText<&AccountData::chained>, &takeNumber<&AccountData::chained>},
+    {'D', &numberText<&AccountData::daysOnServer>, &takeNumber<&AccountData::daysOnServer>},
     {'R', &otherNumber<'R'>, &takeOther<'R'>},
 };
 
-constexpr QString Account::*kLeadingFields[] = {&Account::name, &Account::host, &Account::user,
-                                                &Account::password};
+constexpr QString AccountData::*kLeadingFields[] = {&AccountData::name, &AccountData::host,
+                                                    &AccountData::user, &AccountData::password};
 
 /// A leading field is bare: a backslash stands for itself, and what would end the field becomes a blank.
 QString bareText(QString text)
@@ -90,22 +100,22 @@ QString bareText(QString text)
     return text;
 }
 
-QString lineOf(const Account &account)
+QString lineOf(const AccountData &account)
 {
     QStringList fields;
-    for (QString Account::*field : kLeadingFields)
+    for (QString AccountData::*field : kLeadingFields)
         fields += bareText(account.*field);
     for (const LetterField &field : kFields)
         fields += QLatin1Char(field.letter) + field.text(account);
     return fields.join(u'\t');
 }
 
-Account accountOf(const QString &line)
+AccountData accountOf(const QString &line)
 {
-    Account account;
+    AccountData account;
     const QStringList pieces = line.split(u'\t');
     qsizetype next = 0;
-    for (QString Account::*field : kLeadingFields)
+    for (QString AccountData::*field : kLeadingFields)
         account.*field = next < pieces.size() ? pieces[next++] : QString();
     for (; next < pieces.size(); ++next) {
         const QString &piece = pieces[next];
@@ -149,7 +159,7 @@ AccountsFile::Contents AccountsFile::read()
 bool AccountsFile::write(const Contents &contents)
 {
     QStringList lines = {QString::number(contents.counter)};
-    for (const Account &account : contents.accounts)
+    for (const AccountData &account : contents.accounts)
         lines += lineOf(account);
     return m_file.write(lines);
 }

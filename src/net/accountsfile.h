@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/listfile.h"
-#include "net/account.h"
+#include "net/accountdata.h"
 
 #include <vector>
 
@@ -15,7 +15,7 @@ public:
     struct Contents
     {
         int counter = 0; ///< the highest number given so far
-        std::vector<Account> accounts;
+        std::vector<AccountData> accounts;
     };
     Contents read();
 

@@ -41,7 +41,7 @@ struct Fixture
     }
     int addAccount(const QString &name, const QString &path)
     {
-        Account account;
+        AccountData account;
         account.name = name;
         account.host = path;
         account.kind = AccountKind::BatchFile;
@@ -49,7 +49,7 @@ struct Fixture
     }
     Task::State fetch(QString *problem = nullptr)
     {
-        BatchFetch task(engine.groups(), *engine.accounts().account(number));
+        BatchFetch task(engine.groups(), engine.accounts().account(number)->data());
         const Task::State state = task.run();
         received = task.received();
         if (problem)
@@ -201,7 +201,7 @@ void BatchTest::anotherFileSystem()
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(mbox("a", 4)) > 0);
     file.close();
-    Account account = *f.engine.accounts().account(f.number);
+    AccountData account = f.engine.accounts().account(f.number)->data();
     account.host = path;
     f.engine.accounts().update(account);
     QCOMPARE(f.fetch(), Task::State::Done);
@@ -231,7 +231,7 @@ void BatchTest::appendedMeanwhile()
 {
     Fixture f;
     f.scratch.write(u"spool"_s, mbox("a", 2));
-    BatchFetch task(f.engine.groups(), *f.engine.accounts().account(f.number));
+    BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
     while (batchFiles().isEmpty())
         QCOMPARE(task.step(0), Task::State::Working);
     while (task.total() == 0) // open: its size is known now
@@ -249,7 +249,7 @@ void BatchTest::stopped()
     Fixture f;
     f.scratch.write(u"spool"_s, mbox("a", 5));
     {
-        BatchFetch task(f.engine.groups(), *f.engine.accounts().account(f.number));
+        BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
         while (f.inbox().rowCount() < 2)
             QCOMPARE(task.step(0), Task::State::Working);
         task.stop();
@@ -266,7 +266,7 @@ void BatchTest::theStoreIsFull()
     f.scratch.write(u"spool"_s, mbox("a", 1000));
     QCOMPARE(f.inbox().rowCount(), 0);
     {
-        BatchFetch task(f.engine.groups(), *f.engine.accounts().account(f.number));
+        BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
         while (f.inbox().rowCount() < 2)
             QCOMPARE(task.step(0), Task::State::Working);
         // From here on the bin is on a full disk; what is in it stays readable.
@@ -353,7 +353,7 @@ void BatchTest::theEngineFetches()
 {
     Fixture f;
     f.scratch.write(u"spool"_s, mbox("a", 2));
-    Account left = *f.engine.accounts().account(f.number);
+    AccountData left = f.engine.accounts().account(f.number)->data();
     left.flags = AccountLeftOut;
     f.engine.accounts().update(left);
     f.engine.fetch(f.number);

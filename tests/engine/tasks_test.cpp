@@ -215,7 +215,7 @@ void TasksTest::ticks()
 void TasksTest::theOrderOfATick()
 {
     Fixture f;
-    Account account;
+    AccountData account;
     account.name = u"due"_s;
     account.host = f.scratch.path(u"none"_s);
     account.kind = AccountKind::BatchFile;

@@ -23,9 +23,9 @@ void writeIndex(const QByteArray &bytes)
         qFatal("the test cannot write its accounts");
 }
 
-Account batch(const QString &name)
+AccountData batch(const QString &name)
 {
-    Account account;
+    AccountData account;
     account.name = name;
     account.host = u"/var/spool/"_s + name;
     account.kind = AccountKind::BatchFile;
@@ -52,7 +52,7 @@ void AccountsTest::theLine()
 {
     Scratch scratch;
     QVERIFY(createStoreDirectories());
-    Account account = batch(u"Caf\u00e9 C:\\new \\\\ more"_s);
+    AccountData account = batch(u"Caf\u00e9 C:\\new \\\\ more"_s);
     account.password = u"tab\tand\nline"_s;
     account.port = 110;
     account.flags = 0x80000108;
@@ -70,7 +70,7 @@ void AccountsTest::theLine()
     AccountManager again;
     again.load();
     QCOMPARE(again.accounts().size(), 1u);
-    const Account &read = again.accounts().front();
+    const AccountData &read = again.accounts().front()->data();
     QCOMPARE(read.name, account.name);
     QCOMPARE(read.host, account.host);
     QCOMPARE(read.flags, account.flags);
@@ -105,7 +105,7 @@ void AccountsTest::aLine()
     AccountManager manager;
     manager.load();
     QCOMPARE(manager.accounts().size(), 1u);
-    const Account &account = manager.accounts().front();
+    const AccountData &account = manager.accounts().front()->data();
     QTEST(account.name, "name");
     QTEST(account.password, "password");
     QTEST(int(account.kind), "kind");

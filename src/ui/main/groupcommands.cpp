@@ -268,7 +268,7 @@ void GroupCommands::addMailboxFile()
                                                   : QString();
         },
         [this](const QString &name, const QString &path) {
-            Account account;
+            AccountData account;
             account.name = name;
             account.host = path;
             account.kind = AccountKind::BatchFile;
@@ -281,7 +281,7 @@ void GroupCommands::removeMailboxFile()
 {
     QStringList names;
     QList<int> numbers;
-    for (const Account &account : m_engine.accounts().accounts()) {
+    for (const AccountData &account : m_engine.accounts().all()) {
         if (account.kind == AccountKind::BatchFile) {
             names.append(u"%1 (%2)"_s.arg(account.name, account.host));
             numbers.append(account.number);
@@ -297,9 +297,9 @@ void GroupCommands::removeMailboxFile()
 
 bool GroupCommands::getMail()
 {
-    const std::vector<Account> &accounts = m_engine.accounts().accounts();
+    const std::vector<AccountData> accounts = m_engine.accounts().all();
     if (std::none_of(accounts.begin(), accounts.end(),
-                     [](const Account &account) { return account.isIncoming(); }))
+                     [](const AccountData &account) { return account.isIncoming(); }))
         return false;
     m_engine.fetchAll();
     return true;

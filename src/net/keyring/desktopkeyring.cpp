@@ -1,0 +1,1 @@
+#include "net/keyring/desktopkeyring.h"

@@ -1,0 +1,1 @@
+#include "net/pop3/popfetcher.h"

@@ -1,0 +1,1 @@
+#include "ui/accounts/accountwizard.h"
