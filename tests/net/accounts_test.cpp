@@ -130,7 +130,7 @@ void AccountsTest::backup()
         AccountManager manager;
         manager.load();
         QCOMPARE(manager.accounts().size(), 1u);
-        QCOMPARE(manager.find(u"a"_s)->number, 3);
+        QCOMPARE(manager.find(u"a"_s)->number(), 3);
         QCOMPARE(scratch.notes.size(), 1);
         scratch.notes.clear();
     }
@@ -171,8 +171,8 @@ void AccountsTest::numbers()
     writeIndex("2\na\th\tu\tp\tA5\tT6\nb\th\tu\tp\tA5\tT6\nend\n"); // a line that somebody copied
     AccountManager manager;
     manager.load();
-    QCOMPARE(manager.find(u"a"_s)->number, 5);
-    QCOMPARE(manager.find(u"b"_s)->number, 6);
+    QCOMPARE(manager.find(u"a"_s)->number(), 5);
+    QCOMPARE(manager.find(u"b"_s)->number(), 6);
     QSignalSpy deleted(&manager, &AccountManager::accountDeleted);
     manager.remove(6);
     manager.remove(77);
