@@ -4,8 +4,8 @@
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
+#include "ui/look/smalldialog.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/main/smalldialog.h"
 
 #include <QCoreApplication>
 #include <QFileDialog>

@@ -4,8 +4,8 @@
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
 #include "ui/look/searchfield.h"
+#include "ui/look/smalldialog.h"
 #include "ui/main/groupchoices.h"
-#include "ui/main/smalldialog.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>

@@ -1,9 +1,9 @@
 #include "ui/main/welcome.h"
 
+#include "ui/look/card.h"
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/main/card.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,4 +1,4 @@
-#include "ui/main/card.h"
+#include "ui/look/card.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"

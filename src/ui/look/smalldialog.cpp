@@ -1,4 +1,4 @@
-#include "ui/main/smalldialog.h"
+#include "ui/look/smalldialog.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/dialogfooter.h"
