@@ -14,8 +14,10 @@ namespace {
 constexpr qsizetype kLongestLine = 4096;
 }
 
-LogFile::LogFile(QString name)
+LogFile::LogFile(QString name, Setting bound, std::function<void()> tell)
     : m_name(std::move(name))
+    , m_bound(bound)
+    , m_tell(std::move(tell))
 {}
 
 LogFile::~LogFile()
@@ -51,7 +53,7 @@ bool LogFile::isReady(qint64 coming)
 {
     if (!m_file.isOpen() && !open())
         return false;
-    const qint64 bound = qint64(intSetting(Setting::MainLogSize)) * 1024 / 2;
+    const qint64 bound = qint64(intSetting(m_bound)) * 1024 / 2;
     // pos() counts what is still in memory, size() would not
     if (bound <= 0 || m_file.pos() == 0 || m_file.pos() + coming <= bound)
         return true;
@@ -93,6 +95,10 @@ void LogFile::moveAside()
 void LogFile::giveUp()
 {
     m_file.close(); // the next line tries anew: a full disk may have been cleared
-    if (!std::exchange(m_toldOfFailure, true))
+    if (std::exchange(m_toldOfFailure, true))
+        return;
+    if (m_tell)
+        m_tell();
+    else
         std::fprintf(stderr, "Unable to open log file\n");
 }

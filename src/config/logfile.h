@@ -1,22 +1,27 @@
 #pragma once
 
+#include "config/settingids.h"
+
 #include <QFile>
 #include <QString>
 
-/// The program's log: a text file in the configuration directory that only its owner may read, one line per
-/// note behind the local date and time. A line longer than 4,096 characters is cut.
+#include <functional>
+
+/// The program's log, or an account's: a text file in the configuration directory that only its owner may
+/// read, one line per note behind the local date and time. A line longer than 4,096 characters is cut.
 ///
-/// When it has grown to half of `MainLogSize` (KB, 0 or less: without bound) it becomes NAME.old and a new
-/// one is begun, so that both together stay within that size. Under `FlushLogs` every line is in the file
-/// before write() returns, otherwise by the next flush().
+/// When it has grown to half of its bound (a setting in KB, `MainLogSize` for the program's; 0 or less:
+/// without bound) it becomes NAME.old and a new one is begun, so that both together stay within that size.
+/// Under `FlushLogs` every line is in the file before write() returns, otherwise by the next flush().
 ///
-/// A log that cannot be written is said once on standard error; the program goes on without those lines.
+/// A log that cannot be written is said once; the program goes on without those lines.
 /// With read-only access (config/directory.h) nothing is written.
 class LogFile
 {
 public:
-    /// @p name is relative to the configuration directory. Nothing is opened before the first line.
-    explicit LogFile(QString name);
+    /// @p name is relative to the configuration directory. Nothing is opened before the first line. @p tell
+    /// says that it cannot be written; without it standard error does.
+    explicit LogFile(QString name, Setting bound = Setting::MainLogSize, std::function<void()> tell = {});
     ~LogFile();
     LogFile(const LogFile &) = delete;
     LogFile &operator=(const LogFile &) = delete;
@@ -37,6 +42,8 @@ private:
     void giveUp();
 
     QString m_name;
+    Setting m_bound;
+    std::function<void()> m_tell;
     QFile m_file;
     bool m_toldOfFailure = false;
 };

@@ -1,14 +1,149 @@
 #include "net/account.h"
 
+#include "config/clock.h"
+#include "config/directory.h"
+#include "config/logfile.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "net/accountdesk.h"
+#include "net/accountfiles.h"
+#include "net/accountlog.h"
 #include "net/accountmanager.h"
+#include "net/fetcher.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+constexpr qsizetype kShortestMasked = 4; ///< a shorter password would tear holes into every text
+}
 
 Account::Account(AccountManager &manager, const AccountData &data)
     : m_manager(manager)
     , m_data(data)
+    , m_desk(std::make_unique<AccountDesk>(*this))
 {}
 
-Account::~Account() = default;
+Account::~Account()
+{
+    leave();
+}
 
-void Account::slotFetchComplete(Fetcher *, bool) {}
+const AccountOptions &Account::options() const
+{
+    if (!m_options)
+        m_options = readAccountOptions(number());
+    return *m_options;
+}
 
-void Account::slotFetchError(Fetcher *, AccountFetchReason, const QString &, bool) {}
+bool Account::setOptions(const AccountOptions &options)
+{
+    if (!writeAccountOptions(number(), options))
+        return false;
+    m_options = options;
+    return true;
+}
+
+/// The editor's word, or an answer of the user: what was refused may be tried again.
+void Account::setData(const AccountData &data)
+{
+    const bool isAnotherLogin =
+        data.user != m_data.user || data.host != m_data.host || data.password != m_data.password;
+    m_data = data;
+    if (isAnotherLogin) {
+        if (data.password != m_desk->password())
+            m_desk->forgetPassword();
+        m_desk->forgetRefusal();
+    }
+    clearMark();
+}
+
+QString Account::password() const
+{
+    return m_desk->password().isEmpty() ? m_data.password : m_desk->password();
+}
+
+void Account::keepPassword(const QString &password, PasswordKeeping keeping)
+{
+    m_desk->keep(password, keeping);
+}
+
+void Account::judge(const CertificateReport &report, bool attended, QObject *context,
+                    std::function<void(bool)> answer)
+{
+    m_desk->judge(report, attended, context, std::move(answer));
+}
+
+void Account::loginRefused(const QString &reply)
+{
+    const QString said = withoutSecrets(reply.simplified());
+    m_desk->refused(said.isEmpty() ? tr("The server refused it") : said);
+    setMark(AccountMark::LoginRefused, tr("'%1' refused the login: %2").arg(name(), said));
+}
+
+void Account::setMark(AccountMark mark, const QString &text)
+{
+    if (mark < m_mark) // what only a person can mend is not hidden by what may pass by itself
+        return;
+    m_mark = mark;
+    m_markText = text;
+    emit markChanged();
+}
+
+void Account::clearMark()
+{
+    if (m_mark == AccountMark::None)
+        return;
+    m_mark = AccountMark::None;
+    m_markText.clear();
+    emit markChanged();
+}
+
+QString Account::withoutSecrets(const QString &text) const
+{
+    const QString secret = password();
+    return secret.size() < kShortestMasked ? text : QString(text).replace(secret, u"****"_s);
+}
+
+bool Account::isLogged() const
+{
+    return boolSetting(Setting::EnableLogging) || boolSetting(Setting::GlobalLogIncludesFetchers);
+}
+
+void Account::log(const QString &text)
+{
+    if (!isLogged())
+        return;
+    const QString line = onOneLine(withoutCredentials(withoutSecrets(text)));
+    if (boolSetting(Setting::GlobalLogIncludesFetchers))
+        note(name() + u": "_s + line);
+    if (!boolSetting(Setting::EnableLogging))
+        return;
+    if (!m_log) {
+        QString path = accountFileName(number(), u"Log"_s);
+        configFile(path, false);
+        m_log = std::make_unique<LogFile>(accountFileName(number(), u"Log"_s), Setting::TrimLogs,
+                                          [] { report(ReportLevel::Warning, "Unable to open log file"); });
+    }
+    m_log->write(line);
+}
+
+void Account::flushLog()
+{
+    if (m_log)
+        m_log->flush();
+}
+
+/// Nothing of it goes on, and nothing more comes from it.
+void Account::leave()
+{
+    ++m_busy;
+    m_next.reset();
+    m_session = nullptr;
+    for (Fetcher *fetcher : std::exchange(m_fetchers, {})) {
+        disconnect(fetcher, nullptr, this, nullptr);
+        fetcher->stop(); // what has arrived whole is stored
+        fetcher->abandon();
+    }
+    m_desk->withdraw();
+    m_log.reset();
+}

@@ -1,14 +1,29 @@
 #include "net/accountmanager.h"
 
+#include "config/clock.h"
+#include "config/settings.h"
+#include "net/accountdesk.h"
+#include "net/accountfiles.h"
+#include "net/fetcher.h"
+#include "net/passwordkeeper.h"
+
 #include <QSet>
 
 #include <algorithm>
+
+using namespace Qt::StringLiterals;
 
 AccountManager::AccountManager(QObject *parent)
     : QObject(parent)
 {}
 
-AccountManager::~AccountManager() = default;
+AccountManager::~AccountManager()
+{
+    m_blocked = true;
+    m_queue.clear();
+    for (const auto &account : m_accounts)
+        account->leave();
+}
 
 void AccountManager::load()
 {
@@ -23,20 +38,26 @@ void AccountManager::load()
             m_changed = true;
         }
         numbers.insert(data.number);
-        m_accounts.push_back(std::make_unique<Account>(*this, data));
+        enter(data);
     }
+    m_errors.load();
+    deleteOldAccountDirectories();
 }
 
 bool AccountManager::save()
 {
+    const bool savedErrors = m_errors.save();
     if (!m_changed)
-        return true;
+        return savedErrors;
     AccountsFile::Contents contents;
     contents.counter = m_counter;
-    for (const auto &account : m_accounts)
-        contents.accounts.push_back(account->data());
-    m_changed = !m_file.write(contents);
-    return !m_changed;
+    contents.accounts = all();
+    const auto backup =
+        m_secretChanged ? AccountsFile::Backup::WrittenToo : AccountsFile::Backup::LeftToReading;
+    m_changed = !m_file.write(contents, backup);
+    if (!m_changed)
+        m_secretChanged = false;
+    return !m_changed && savedErrors;
 }
 
 std::vector<AccountData> AccountManager::all() const
@@ -61,32 +82,98 @@ Account *AccountManager::find(const QString &name) const
     return found == m_accounts.end() ? nullptr : found->get();
 }
 
+AccountFault AccountManager::faultOf(const AccountData &data) const
+{
+    if (data.name.trimmed().isEmpty())
+        return AccountFault::NoName;
+    if (!AccountsFile::canHold(data))
+        return AccountFault::Separator;
+    const Account *namesake = find(data.name);
+    return namesake && namesake->number() != data.number ? AccountFault::NameTaken : AccountFault::None;
+}
+
+Account *AccountManager::enter(const AccountData &data)
+{
+    m_accounts.push_back(std::make_unique<Account>(*this, data));
+    Account *account = m_accounts.back().get();
+    connect(account, &Account::fetchStarted, this, [this, account] { emit fetchStarted(account); });
+    connect(account, &Account::fetchEnded, this,
+            [this, account](AccountFetchReason reason, const QString &detail) {
+                emit fetchEnded(account, reason, detail);
+            });
+    connect(account, &Account::markChanged, this, [this, account] { emit markChanged(account); });
+    return account;
+}
+
 int AccountManager::add(AccountData data)
 {
-    if (data.name.trimmed().isEmpty() || find(data.name))
+    data.number = 0;
+    if (faultOf(data) != AccountFault::None)
         return 0;
     data.number = ++m_counter;
-    m_accounts.push_back(std::make_unique<Account>(*this, data));
+    Account *account = enter(data);
     m_changed = true;
-    emit accountAdded(data.number);
+    emit accountAdded(account);
     return data.number;
 }
 
-void AccountManager::update(const AccountData &data)
+bool AccountManager::update(const AccountData &data)
 {
-    if (Account *old = account(data.number)) {
-        old->m_data = data;
-        m_changed = true;
-        emit accountUpdated(data.number);
-    }
+    Account *old = account(data.number);
+    if (!old || faultOf(data) != AccountFault::None)
+        return false;
+    m_secretChanged =
+        m_secretChanged || (data.password != old->m_data.password && !old->m_data.password.isEmpty());
+    m_changed = true;
+    old->setData(data);
+    emit accountUpdated(old);
+    return true;
 }
 
 void AccountManager::remove(int number)
 {
-    const auto left =
-        std::erase_if(m_accounts, [number](const auto &account) { return account->number() == number; });
-    if (left == 0)
+    const auto found = std::find_if(m_accounts.begin(), m_accounts.end(),
+                                    [number](const auto &account) { return account->number() == number; });
+    if (found == m_accounts.end())
         return;
+    std::unique_ptr<Account> account = std::move(*found);
+    m_accounts.erase(found);
     m_changed = true;
-    emit accountDeleted(number);
+    m_secretChanged = m_secretChanged || !account->m_data.password.isEmpty();
+    dropRequests(number);
+    account->leave();
+    emit accountDeleted(account.get());
+    setAccountDirectoryAside(number);
+    forgetChainsTo(number);
+    if (account->m_data.has(AccountKeyring) && m_keeper)
+        removeFromKeyring(account->m_data);
+    account->setParent(this); // it may be the one that called
+    account.release()->deleteLater();
+}
+
+/// Unless another account logs in with the same entry.
+void AccountManager::removeFromKeyring(const AccountData &data)
+{
+    const QString key = keyringKeyOf(data);
+    const bool isShared = std::any_of(m_accounts.begin(), m_accounts.end(), [&key](const auto &other) {
+        return other->data().has(AccountKeyring) && keyringKeyOf(other->data()) == key;
+    });
+    if (!isShared)
+        m_keeper->remove(key, [](bool) {});
+}
+
+void AccountManager::forgetChainsTo(int number)
+{
+    for (const auto &account : m_accounts) {
+        if (account->m_data.chained != number)
+            continue;
+        account->m_data.chained = 0;
+        emit accountUpdated(account.get());
+    }
+}
+
+void AccountManager::flushLogs()
+{
+    for (const auto &account : m_accounts)
+        account->flushLog();
 }

@@ -1,5 +1,13 @@
 #include "net/accountsfile.h"
 
+#include "config/directory.h"
+#include "config/files.h"
+#include "config/reporter.h"
+
+#include <QFile>
+
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -92,22 +100,24 @@ constexpr LetterField kFields[] = {
 constexpr QString AccountData::*kLeadingFields[] = {&AccountData::name, &AccountData::host,
                                                     &AccountData::user, &AccountData::password};
 
-/// A leading field is bare: a backslash stands for itself, and what would end the field becomes a blank.
-QString bareText(QString text)
-{
-    for (const QChar separator : {u'\t', u'\n', u'\r'})
-        text.replace(separator, u' ');
-    return text;
-}
-
 QString lineOf(const AccountData &account)
 {
     QStringList fields;
     for (QString AccountData::*field : kLeadingFields)
-        fields += bareText(account.*field);
+        fields += account.*field;
     for (const LetterField &field : kFields)
         fields += QLatin1Char(field.letter) + field.text(account);
     return fields.join(u'\t');
+}
+
+/// Passwords lie in it. An earlier file may have been open to others, and keeps its permissions when copied.
+void makePrivate(const QString &path)
+{
+    const QFile::Permissions own = QFile::ReadOwner | QFile::WriteOwner;
+    const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup |
+                                      QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    if (storeAccess() == StoreAccess::ReadWrite && (QFile::permissions(path) & others) != 0)
+        QFile::setPermissions(path, own);
 }
 
 AccountData accountOf(const QString &line)
@@ -146,6 +156,8 @@ AccountsFile::Contents AccountsFile::read()
 {
     Contents contents;
     const ListFile::Contents file = m_file.read();
+    makePrivate(m_file.path());
+    makePrivate(backupPath());
     if (file.lines.isEmpty())
         return contents;
     contents.counter = file.lines.first().toInt();
@@ -156,10 +168,32 @@ AccountsFile::Contents AccountsFile::read()
     return contents;
 }
 
-bool AccountsFile::write(const Contents &contents)
+bool AccountsFile::write(const Contents &contents, Backup backup)
 {
     QStringList lines = {QString::number(contents.counter)};
     for (const AccountData &account : contents.accounts)
         lines += lineOf(account);
-    return m_file.write(lines);
+    if (!m_file.write(lines))
+        return false;
+    if (backup == Backup::LeftToReading || storeAccess() == StoreAccess::ReadOnly)
+        return true;
+    if (!copyFile(m_file.path(), backupPath(), false))
+        report(ReportLevel::Warning, "%s", kTexts.unableToBackUp);
+    makePrivate(backupPath());
+    return true;
+}
+
+bool AccountsFile::canHold(const AccountData &account)
+{
+    const auto endsField = [](QChar c) { return c == u'\t' || c == u'\n' || c == u'\r'; };
+    return std::none_of(std::begin(kLeadingFields), std::end(kLeadingFields),
+                        [&](QString AccountData::*field) {
+                            const QString &text = account.*field;
+                            return std::any_of(text.begin(), text.end(), endsField);
+                        });
+}
+
+QString AccountsFile::backupPath() const
+{
+    return m_file.path() + u".backup"_s;
 }

@@ -19,9 +19,19 @@ public:
     };
     Contents read();
 
-    /// False after "Unable to write accounts file".
-    [[nodiscard]] bool write(const Contents &contents);
+    enum class Backup {
+        LeftToReading, ///< the next good reading makes it
+        WrittenToo,    ///< nothing that was taken out may stay in it
+    };
+
+    /// False after "Unable to write accounts file". Only its owner may read what is written, and the backup.
+    [[nodiscard]] bool write(const Contents &contents, Backup backup = Backup::LeftToReading);
+
+    /// Whether the leading fields are free of tabs and line ends, which would end them.
+    static bool canHold(const AccountData &account);
 
 private:
+    QString backupPath() const;
+
     ListFile m_file;
 };

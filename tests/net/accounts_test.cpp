@@ -53,7 +53,7 @@ void AccountsTest::theLine()
     Scratch scratch;
     QVERIFY(createStoreDirectories());
     AccountData account = batch(u"Caf\u00e9 C:\\new \\\\ more"_s);
-    account.password = u"tab\tand\nline"_s;
+    account.password = u"C:\\secret"_s;
     account.port = 110;
     account.flags = 0x80000108;
     account.chained = 3;
@@ -63,7 +63,7 @@ void AccountsTest::theLine()
     QCOMPARE(manager.add(account), 1);
     QVERIFY(manager.save());
     const QByteArray expected =
-        u"1\nCaf\u00e9 C:\\new \\\\ more\t%1\t\ttab and line\tA1\tT6\tP110\tL0\tF2147483912\tH\tE0\tC0\tG0"
+        u"1\nCaf\u00e9 C:\\new \\\\ more\t%1\t\tC:\\secret\tA1\tT6\tP110\tL0\tF2147483912\tH\tE0\tC0\tG0"
         "\tN0\tI0\tV0\tStext\tW3\tD0\tR0\nend\n"_s.arg(u"/var/spool/Caf\u00e9 C:\\new \\\\ more"_s)
             .toUtf8();
     QCOMPARE(Scratch::read(indexPath()), expected);

@@ -1,0 +1,260 @@
+#include "net/account.h"
+
+#include "config/clock.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "net/accountdesk.h"
+#include "net/accountmanager.h"
+#include "net/fetcher.h"
+
+#include <QPointer>
+
+#include <algorithm>
+
+// How an account fetches: from the request to the end of its last client.
+
+using namespace Qt::StringLiterals;
+
+FetchAnswer Account::fetch(bool manual, bool allConnections)
+{
+    if (manual)
+        clearMark(); // the user acts
+    return dispatch({number(), manual, allConnections, manual, {}});
+}
+
+FetchAnswer Account::dispatch(const AccountFetchRequest &request)
+{
+    const bool waitsForUser = m_mark == AccountMark::PasswordWanted || m_mark == AccountMark::LoginRefused;
+    if (m_busy > 0 || m_manager.areFetchesBlocked() || m_data.has(AccountLeftOut) ||
+        (waitsForUser && !request.attended))
+        return FetchAnswer::Nothing;
+    if (m_data.isNetwork() ? !isOnline() : !request.allConnections)
+        return FetchAnswer::Nothing;
+    if (m_manager.isFull()) {
+        m_manager.queue(request);
+        return FetchAnswer::Waiting;
+    }
+    if (!m_fetchers.empty())
+        return besideOthers(request);
+    begin(request);
+    return FetchAnswer::Begun;
+}
+
+/// An idle session winds up first: it may hold the mailbox's lock.
+FetchAnswer Account::besideOthers(const AccountFetchRequest &request)
+{
+    if (kind() == AccountKind::OnlineImap && m_fetchers.size() == 1) {
+        begin(request);
+        return FetchAnswer::Begun;
+    }
+    const bool allIdle = std::all_of(m_fetchers.begin(), m_fetchers.end(),
+                                     [](const Fetcher *fetcher) { return fetcher->isIdle(); });
+    if (!allIdle || (kind() != AccountKind::Pop3 && kind() != AccountKind::Nntp))
+        return FetchAnswer::Nothing;
+    m_next = request;
+    for (Fetcher *fetcher : std::vector(m_fetchers)) // one that ends at once leaves the list
+        fetcher->stop();
+    return FetchAnswer::Waiting;
+}
+
+void Account::begin(const AccountFetchRequest &request)
+{
+    m_lastFetch = clockSeconds();
+    m_errors.clear();
+    m_reason = AccountFetchReason::None;
+    m_detail.clear();
+    ++m_busy;
+    if (!std::exchange(m_fetching, true))
+        emit fetchStarted();
+    m_desk->login(request.attended, [this, request](AccountFetchReason failure, const QString &detail) {
+        loggedIn(request, failure, detail);
+    });
+}
+
+void Account::loggedIn(const AccountFetchRequest &request, AccountFetchReason failure, const QString &detail)
+{
+    --m_busy;
+    if (failure != AccountFetchReason::None) {
+        recordFailure(failure, detail, request.attended);
+        return endFetch();
+    }
+    startClients(request);
+}
+
+void Account::startClients(const AccountFetchRequest &request)
+{
+    const bool isNews = kind() == AccountKind::Nntp;
+    const int wanted = isNews && request.allConnections ? qMax(1, m_data.connections) : 1;
+    const QPointer<Account> guard(this);
+    ++m_busy; // a client that ends at once does not end the fetch before the others have begun
+    for (int i = 0; i < wanted && guard; ++i) {
+        FetcherWish wish;
+        wish.manual = request.manual;
+        wish.outgoing = kind() == AccountKind::Smtp || (isNews && request.manual && i == 0);
+        wish.connection = i;
+        FetcherFactory *factory = m_manager.factory();
+        launch(factory ? factory->make(*this, wish) : nullptr, request.attended);
+    }
+    if (!guard)
+        return;
+    --m_busy;
+    fetchAlong(request);
+    if (guard && m_fetchers.empty())
+        endFetch();
+}
+
+/// Each account of a chain once: chains may form a ring.
+void Account::fetchAlong(const AccountFetchRequest &request)
+{
+    QSet<int> visited = request.visited;
+    visited.insert(number());
+    Account *next = m_manager.account(m_data.chained);
+    if (next && !visited.contains(next->number()))
+        next->dispatch({next->number(), true, true, request.attended, visited});
+}
+
+bool Account::openSession(bool attended)
+{
+    if (m_session)
+        return true;
+    if (m_busy > 0 || !m_fetchers.empty() || m_manager.areFetchesBlocked() || !isOnline())
+        return false;
+    ++m_busy;
+    m_desk->login(attended, [this, attended](AccountFetchReason failure, const QString &detail) {
+        startSession(attended, failure, detail);
+    });
+    return true;
+}
+
+void Account::startSession(bool attended, AccountFetchReason failure, const QString &detail)
+{
+    --m_busy;
+    if (failure != AccountFetchReason::None) {
+        recordFailure(failure, detail, attended);
+        emit sessionEnded(failure, detail);
+        return;
+    }
+    FetcherFactory *factory = m_manager.factory();
+    std::unique_ptr<Fetcher> session = factory ? factory->makeSession(*this) : nullptr;
+    m_session = session.get();
+    launch(std::move(session), attended);
+}
+
+/// Counts @p fetcher as running, wires and starts it; what cannot start has ended at once.
+void Account::launch(std::unique_ptr<Fetcher> fetcher, bool attended)
+{
+    if (!fetcher) {
+        const QString kindName = QLatin1String(kAccountKinds[std::size_t(kind())].shown);
+        return recordFailure(AccountFetchReason::Unavailable,
+                             tr("Accounts of the kind '%1' cannot be served yet").arg(kindName), attended);
+    }
+    Fetcher *client = fetcher.release(); // deletes itself after its end
+    client->setAttended(attended);
+    m_fetchers.push_back(client);
+    connect(client, &Fetcher::fetchComplete, this, &Account::slotFetchComplete);
+    connect(client, &Fetcher::fetchError, this, &Account::slotFetchError);
+    connect(client, &Fetcher::progressed, this, &Account::progressed);
+    connect(client, &Fetcher::statusChanged, this, [this](const QString &text) {
+        m_status = text;
+        emit statusChanged(text);
+    });
+    const QPointer<Account> guard(this);
+    const QPointer<Fetcher> started(client);
+    emit fetchersChanged();
+    if (!guard || !started || client->start() || !guard || !started || client->hasEnded())
+        return;
+    const QString detail = client->lastError();
+    client->abandon();
+    recordFailure(AccountFetchReason::Unreachable, detail, attended);
+    ended(client, AccountFetchReason::Unreachable, detail);
+}
+
+void Account::slotFetchComplete(Fetcher *fetcher, bool)
+{
+    ended(fetcher, AccountFetchReason::None, {});
+}
+
+void Account::slotFetchError(Fetcher *fetcher, AccountFetchReason reason, const QString &detail, bool)
+{
+    recordFailure(reason, detail, fetcher->isAttended());
+    ended(fetcher, reason, detail);
+}
+
+void Account::recordFailure(AccountFetchReason reason, const QString &detail, bool attended)
+{
+    const QString said = withoutSecrets(onOneLine(detail.trimmed()));
+    if (m_reason == AccountFetchReason::None) {
+        m_reason = reason;
+        m_detail = said;
+    }
+    const QString message = fetchMessage(reason, name(), said);
+    if (message.isEmpty())
+        return;
+    log(message.simplified());
+    const bool isServersWord = reason == AccountFetchReason::ServerError;
+    const bool isShown = isServersWord || (attended && !boolSetting(Setting::SilentTransferErrors));
+    if (isShown)
+        report(ReportLevel::Warning, "%s", qUtf8Printable(message));
+    if (isServersWord)
+        return;
+    m_errors.push_back({number(), name(), clockSeconds(), reason, said, message.simplified()});
+    m_manager.errors().add(m_errors.back());
+    if (!isShown)
+        setMark(AccountMark::Failed, message.simplified());
+}
+
+void Account::ended(Fetcher *fetcher, AccountFetchReason reason, const QString &detail)
+{
+    if (std::erase(m_fetchers, fetcher) == 0)
+        return;
+    const bool wasSession = fetcher == m_session;
+    if (wasSession)
+        m_session = nullptr;
+    const QPointer<Account> guard(this);
+    emit fetchersChanged();
+    if (guard && wasSession)
+        emit sessionEnded(reason, detail);
+    if (!guard)
+        return;
+    if (m_fetchers.empty() && m_next) {
+        const AccountFetchRequest next = *std::exchange(m_next, {});
+        if (dispatch(next) == FetchAnswer::Nothing)
+            requestDropped();
+    } else if (m_fetchers.empty() && m_fetching && m_busy == 0) {
+        endFetch();
+    }
+    QMetaObject::invokeMethod(&m_manager, &AccountManager::startWaiting, Qt::QueuedConnection);
+}
+
+void Account::endFetch()
+{
+    m_fetching = false;
+    m_status.clear();
+    if (m_reason == AccountFetchReason::None)
+        clearMark();
+    emit fetchEnded(m_reason, QString(m_detail));
+}
+
+/// Who waits for the end of a request that will not begin hears of it, but for the end of another fetch
+/// that is still to come.
+void Account::requestDropped()
+{
+    if (!m_fetching && !m_next && !m_manager.isQueued(number()))
+        emit fetchEnded(AccountFetchReason::Stopped, {});
+}
+
+void Account::stop()
+{
+    const bool waited = m_next.has_value() || m_manager.isQueued(number());
+    m_next.reset();
+    m_manager.dropRequests(number());
+    const QPointer<Account> guard(this);
+    if (waited)
+        requestDropped();
+    for (Fetcher *fetcher : guard ? std::vector(m_fetchers) : std::vector<Fetcher *>()) {
+        if (guard && std::find(m_fetchers.begin(), m_fetchers.end(), fetcher) != m_fetchers.end())
+            fetcher->stop();
+    }
+    if (guard)
+        m_desk->withdraw();
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+class Account;
+
+/// One line of an account's log, as the viewer shows it.
+struct AccountLogLine
+{
+    enum class Direction { None, Sent, Received };
+    QString time; ///< "yyyy-MM-dd hh:mm:ss.zzz"; empty where the line has none
+    Direction direction = Direction::None;
+    QString text; ///< without the marks of its direction
+};
+
+/// The newest lines of the log of account @p number, the oldest first, from the earlier log as well where the
+/// present one is shorter than @p bytes. Empty: there is no log.
+QList<AccountLogLine> readAccountLog(int number, qint64 bytes = 512 * 1024);
+
+/// @p line of a log without what nobody may read there: of a command that carries a password or an answer to
+/// a challenge only its name stays.
+QString withoutCredentials(const QString &line);
