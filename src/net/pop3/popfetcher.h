@@ -49,6 +49,6 @@ signals:
     void bodyFailed(const POPFetcherBodyRequest &request, const QString &reason);
 
     /// The message named @p identifier is larger than `PreviewDeleteSize`, of it only the header was stored,
-    /// and the user may want it deleted on the server (PopWishes::remove()).
+    /// and the user may want it deleted on the server (IdentifierList).
     void deletionProposed(const QByteArray &identifier, qint64 size);
 };
