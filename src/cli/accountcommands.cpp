@@ -139,7 +139,7 @@ bool fetchAccount(Session &session, const AccountData &account)
     }
     QElapsedTimer timer;
     timer.start();
-    BatchFetch fetch(session.groups(), account);
+    BatchFetch fetch(session.engine().delivery(), account);
     const bool ok = session.run(fetch) == Task::State::Done;
     Row row;
     row.add("account", account.name)

@@ -2,11 +2,38 @@
 
 #include "config/directory.h"
 #include "config/files.h"
+#include "config/reporter.h"
 #include "store/compression.h"
 
 #include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <map>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The articles by the length and the CRC-32 of their text.
+using Texts = std::map<std::pair<quint32, quint32>, Articles>;
+
+/// What came into @p group from @p account as article @p first or later. A message that was taken away again
+/// has a dead row; it has arrived all the same. One that was moved here from elsewhere has not.
+Texts textsOf(Group &group, quint32 first, int account)
+{
+    Texts texts;
+    for (int row = group.rowCount() - 1; row >= 0 && group.row(row).article() >= first; --row) {
+        const Overview &overview = group.row(row);
+        if (overview.account() == (account & 0xffff) && overview.originGroup() == 0)
+            texts[{overview.unpackedLength(), overview.textCrc()}].push_back(overview.article());
+    }
+    for (auto &[text, articles] : texts)
+        std::reverse(articles.begin(), articles.end());
+    return texts;
+}
+
+} // namespace
 
 ArrivalJournal::ArrivalJournal(int account)
     : m_path(u"Accounts/%1/Arriving"_s.arg(account))
@@ -15,15 +42,20 @@ ArrivalJournal::ArrivalJournal(int account)
 
 bool ArrivalJournal::begin(Group &group)
 {
-    QString path = m_path;
-    if (!configFile(path, false))
-        return false;
     group.rowCount(); // opens it
     const QByteArray head = "group " + QByteArray::number(group.number()) + ' ' +
                             QByteArray::number(group.files().overviews().nextArticle()) + '\n';
-    m_file = FileHandle(path, FileHandle::Mode::Truncate);
+    if (!m_file.isOpen()) {
+        QString path = m_path;
+        if (!configFile(path, false))
+            return false;
+        const bool isNew = !QFile::exists(path);
+        m_file = FileHandle(path, FileHandle::Mode::Truncate);
+        if (!m_file.isOpen() || (isNew && !syncDirectoryOf(path)))
+            return false;
+    }
     m_end = head.size();
-    return m_file.isOpen() && m_file.writeAt(0, head) && m_file.sync() && syncDirectoryOf(path);
+    return m_file.writeAt(0, head);
 }
 
 bool ArrivalJournal::announce(const QByteArray &identifier, QByteArrayView text)
@@ -41,16 +73,17 @@ bool ArrivalJournal::sync()
     return m_file.sync();
 }
 
+/// Emptied, not removed: the next batch needs no new name on the disk.
 void ArrivalJournal::done()
 {
-    m_file.close();
-    QFile::remove(configPathOf(m_path));
+    if (!m_file.cut(0))
+        QFile::remove(configPathOf(m_path));
 }
 
 std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Group *(int)> &groupOf) const
 {
     QFile file(configPathOf(m_path));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly) || file.size() == 0)
         return {};
     Found found;
     const QList<QByteArray> lines = file.readAll().split('\n');
@@ -59,24 +92,62 @@ std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Gr
     if (!group)
         return found;
     found.group = group->number();
-    const quint32 first = head[2].toUInt();
-    int row = 0;
-    const int rows = group->rowCount();
+    const Texts texts = textsOf(*group, head[2].toUInt(), m_account);
+    std::map<std::pair<quint32, quint32>, std::size_t> taken;
     for (const QByteArray &line : lines.sliced(1)) {
         const QList<QByteArray> fields = line.split(' ');
-        if (fields.size() != 3)
+        const auto known =
+            fields.size() == 3 ? texts.find({fields[0].toUInt(), fields[1].toUInt()}) : texts.end();
+        if (known == texts.end())
             continue;
-        // A message that was taken away again has a dead row; it has arrived all the same.
-        while (row < rows &&
-               (group->row(row).article() < first || group->row(row).account() != (m_account & 0xffff)))
-            ++row;
-        if (row == rows)
-            break;
-        const Overview &overview = group->row(row);
-        if (overview.unpackedLength() != fields[0].toUInt() || overview.textCrc() != fields[1].toUInt())
-            break;
-        found.arrived.push_back(fields[2]);
-        ++row;
+        if (std::size_t &count = taken[known->first]; count < known->second.size())
+            found.arrived.push_back({fields[2], known->second[count++]});
     }
     return found;
+}
+
+bool ArrivalJournal::isLeft() const
+{
+    return QFileInfo(configPathOf(m_path)).size() > 0;
+}
+
+bool ArrivalJournal::settle(const std::function<Group *(int)> &groupOf)
+{
+    if (!isLeft())
+        return true;
+    const std::optional<Found> found = read(groupOf);
+    if (found && !found->arrived.empty()) {
+        Group *group = groupOf(found->group);
+        QByteArray lines;
+        for (const QByteArray &identifier : arrived())
+            lines += identifier + '\n';
+        for (const Found::Arrived &message : found->arrived)
+            lines += message.identifier + '\n';
+        if (!group->flush() || !writeReplacing(arrivedPath(), lines))
+            return false;
+        note(u"%1 messages of an interrupted fetch had arrived already"_s.arg(found->arrived.size()));
+    }
+    done();
+    return true;
+}
+
+QList<QByteArray> ArrivalJournal::arrived() const
+{
+    QFile file(arrivedPath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QList<QByteArray> identifiers = file.readAll().split('\n');
+    identifiers.removeAll(QByteArray());
+    return identifiers;
+}
+
+void ArrivalJournal::forgetArrived()
+{
+    if (QFile::remove(arrivedPath()))
+        syncDirectoryOf(arrivedPath());
+}
+
+QString ArrivalJournal::arrivedPath() const
+{
+    return configPathOf(u"Accounts/%1/Arrived"_s.arg(m_account));
 }

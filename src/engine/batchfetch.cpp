@@ -111,11 +111,11 @@ QByteArray identifierOf(const QString &batch, int account, qint64 end)
 
 } // namespace
 
-BatchFetch::BatchFetch(GroupStore &store, const AccountData &account, QObject *parent)
+BatchFetch::BatchFetch(Delivery &delivery, const AccountData &account, QObject *parent)
     : Task(parent)
-    , m_store(store)
+    , m_delivery(delivery)
     , m_account(account)
-    , m_journal(account.number)
+    , m_batch(delivery, account)
 {}
 
 BatchFetch::~BatchFetch() = default;
@@ -149,7 +149,7 @@ bool BatchFetch::recover(GroupStore &store, int account)
     if (!found)
         return true;
     if (!found->arrived.empty()) {
-        const QList<QByteArray> last = found->arrived.back().split(':');
+        const QList<QByteArray> last = found->arrived.back().identifier.split(':');
         const QString batch = batchPath(account, last.first().toInt());
         Group *group = store.group(found->group);
         if ((group && !group->flush()) ||
@@ -170,7 +170,9 @@ Task::State BatchFetch::work(int milliseconds)
 
 Task::State BatchFetch::halt()
 {
-    return endBatch() ? State::Stopped : State::Failed;
+    const bool isSafe = endBatch();
+    m_delivery.announce();
+    return isSafe ? State::Stopped : State::Failed;
 }
 
 /// Moves the account's file into "Batches", a slice at a time, after what an earlier move left half done.
@@ -180,8 +182,8 @@ Task::State BatchFetch::moveAway()
         QString directory = u"Batches"_s;
         if (!configFile(directory, true))
             return fail({});
-        if (!recover(m_store,
-                     m_account.number)) // what an earlier fetch of this run could not bring to its end
+        // What an earlier fetch of this run could not bring to its end.
+        if (!recover(m_delivery.store(), m_account.number))
             return fail(u"The messages could not be stored"_s);
         QString target = halfTakenBatch(m_account.number);
         if (target.isEmpty() && QFileInfo(m_account.host).size() == 0) {
@@ -213,8 +215,10 @@ Task::State BatchFetch::moveAway()
 
 Task::State BatchFetch::nextFile()
 {
-    if (m_pending.isEmpty())
+    if (m_pending.isEmpty()) {
+        m_delivery.announce();
         return m_problem.isEmpty() ? State::Done : State::Failed;
+    }
     m_file.setFileName(m_pending.takeFirst());
     if (!m_file.open(QIODevice::ReadOnly)) { // the others do not wait for it
         m_problem = u"The batch file '%1' cannot be read"_s.arg(m_file.fileName());
@@ -250,17 +254,11 @@ Task::State BatchFetch::import(int milliseconds)
 
 bool BatchFetch::storeMessage(const MboxMessage &message)
 {
-    Group &inbox = *m_store.group(GroupRole::Inbox);
-    if (!m_inBatch) {
-        if (!m_journal.begin(inbox))
-            return false;
-        m_inBatch = true;
+    if (!m_batch.isOpen())
         m_batchStart = m_stored = message.start;
-    }
     const Message text(message.text);
     const QByteArray identifier = identifierOf(m_file.fileName(), m_account.number, message.end);
-    if (!m_journal.announce(identifier, text.text()) ||
-        m_store.add(inbox, text, marksOf(message.flags), m_account.number, clockSeconds()) == 0)
+    if (!m_batch.store(identifier, text, {.marks = marksOf(message.flags)}))
         return false;
     m_stored = message.end;
     ++m_waiting;
@@ -271,13 +269,11 @@ bool BatchFetch::storeMessage(const MboxMessage &message)
 /// Makes safe what was stored: first the journal, then the group, then how far the file is done.
 bool BatchFetch::endBatch()
 {
-    if (!m_inBatch)
+    if (!m_batch.isOpen())
         return true;
-    if (!m_journal.sync() || !m_store.group(GroupRole::Inbox)->flush() ||
-        !writePosition(m_file.fileName(), m_stored))
+    if (!m_batch.flush() || !writePosition(m_file.fileName(), m_stored))
         return false;
-    m_journal.done();
-    m_inBatch = false;
+    m_batch.done();
     m_received += m_waiting;
     m_waiting = 0;
     return true;
@@ -315,5 +311,6 @@ Task::State BatchFetch::fail(const QString &problem)
         m_problem = problem;
     m_reader.reset();
     m_file.close();
+    m_delivery.announce();
     return State::Failed;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/arrivaljournal.h"
+#include "engine/arrivalbatch.h"
 #include "engine/task.h"
 #include "net/accountdata.h"
 #include "store/groupstore.h"
@@ -22,7 +22,7 @@ class BatchFetch : public Task
     Q_OBJECT
 
 public:
-    BatchFetch(GroupStore &store, const AccountData &account, QObject *parent = nullptr);
+    BatchFetch(Delivery &delivery, const AccountData &account, QObject *parent = nullptr);
     ~BatchFetch() override;
 
     QString title() const override;
@@ -56,15 +56,14 @@ private:
     bool finishFile();
     State fail(const QString &problem);
 
-    GroupStore &m_store;
+    Delivery &m_delivery;
     const AccountData m_account;
-    ArrivalJournal m_journal;
+    ArrivalBatch m_batch;
     std::unique_ptr<MailboxMove> m_move;
     bool m_moved = false;
     QStringList m_pending; ///< paths still to be imported
     QFile m_file;
     std::optional<MboxReader> m_reader;
-    bool m_inBatch = false;
     qint64 m_batchStart = 0;
     qint64 m_stored = 0; ///< position in the file behind the last message that is in the group
     int m_waiting = 0;

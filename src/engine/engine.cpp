@@ -45,12 +45,21 @@ bool Engine::load()
     if (storeAccess() == StoreAccess::ReadWrite) {
         if (m_tags.resting() != 0)
             m_operations.dropTags(m_tags.resting());
-        for (const AccountData &account : m_accounts.all()) {
-            if (account.kind == AccountKind::BatchFile)
-                BatchFetch::recover(m_groups, account.number);
-        }
+        settleArrivals();
     }
     return true;
+}
+
+/// What an interrupted fetch stored is looked up before anything else changes the groups.
+void Engine::settleArrivals()
+{
+    const auto groupOf = [this](int number) { return m_groups.group(number); };
+    for (const AccountData &account : m_accounts.all()) {
+        if (account.kind == AccountKind::BatchFile)
+            BatchFetch::recover(m_groups, account.number);
+        else if (!ArrivalJournal(account.number).settle(groupOf))
+            note(u"What account '%1' received last could not be looked up yet"_s.arg(account.name));
+    }
 }
 
 bool Engine::save(bool force)
@@ -67,6 +76,7 @@ bool Engine::shutDown()
     if (std::exchange(m_down, true))
         return true;
     m_tasks.stopAll();
+    m_delivery.finish();
     bool saved = m_groups.close();
     saved = m_accounts.save() && saved;
     saved = m_tags.save() && saved;
@@ -170,7 +180,7 @@ void Engine::fetch(int number)
         return;
     m_lastFetch.insert(number, clockSeconds());
     m_fetching.insert(number);
-    m_tasks.add(std::make_unique<BatchFetch>(m_groups, account->data()));
+    m_tasks.add(std::make_unique<BatchFetch>(m_delivery, account->data()));
     if (account->data().chained != 0)
         fetch(account->data().chained);
 }

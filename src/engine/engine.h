@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/delivery.h"
 #include "engine/imagesenders.h"
 #include "engine/messageoperations.h"
 #include "engine/remoteimages.h"
@@ -36,6 +37,9 @@ public:
 
     GroupStore &groups() { return m_groups; }
     AccountManager &accounts() { return m_accounts; }
+
+    /// Where everything goes that is received, and who tells of new mail.
+    Delivery &delivery() { return m_delivery; }
     ImageSenders &imageSenders() { return m_imageSenders; }
     RemoteImages &remoteImages() { return m_remoteImages; }
     TaskRunner &tasks() { return m_tasks; }
@@ -70,10 +74,12 @@ signals:
     void refreshed();
 
 private:
+    void settleArrivals();
     void tidyUp();
     void fetchWhatIsDue();
 
     GroupStore m_groups;
+    Delivery m_delivery{m_groups};
     AccountManager m_accounts;
     ImageSenders m_imageSenders;
     RemoteImages m_remoteImages;

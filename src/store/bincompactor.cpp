@@ -179,11 +179,14 @@ bool BinCompactor::copyRecord(const BinScanner::Record &record)
     return true;
 }
 
-/// Leaves out what is no message of this group: a dead one whose row is gone, or bytes that only look like a
-/// record. A message that the overviews have lost is neither, and must not go: false.
+/// Leaves out what is no message of this group: a dead one whose row is gone, one that a power cut left
+/// beside the message that took its place, or bytes that only look like a record. A message that the
+/// overviews have lost is neither, and must not go: false.
 bool BinCompactor::passOver(const BinScanner::Record &record)
 {
     if (record.isWhole && record.header.isDead() && m_scanner->endsWell())
+        return true;
+    if (record.isWhole && m_files.isSuperseded(record.header))
         return true;
     const bool isLost =
         record.isWhole && !record.header.isDead() && qint64(record.header.position()) == record.position &&
@@ -198,7 +201,8 @@ bool BinCompactor::passOver(const BinScanner::Record &record)
     return true;
 }
 
-/// Puts the new bin in place. What was deleted since its record was copied is marked dead in there first.
+/// Puts the new bin in place. What was deleted, or replaced, since its record was copied is marked dead in
+/// there first.
 bool BinCompactor::finish()
 {
     if (m_files.liveSize(m_bin) > m_after) { // a record is not where its overview says
@@ -207,10 +211,13 @@ bool BinCompactor::finish()
         return false;
     }
     m_problem = "Unable to write new bin file";
+    // A message that was completed lies behind younger ones.
+    std::sort(m_moves.begin(), m_moves.end(),
+              [](const GroupFiles::Move &a, const GroupFiles::Move &b) { return a.article < b.article; });
     const quint32_le dead(quint32(Mark::Dead));
     for (const GroupFiles::Move &move : m_moves) {
         const int row = m_files.overviews().rowOf(move.article);
-        if (row >= 0 && !m_files.overviews().row(row).isDead())
+        if (row >= 0 && !m_files.overviews().row(row).isDead() && m_files.overviews().row(row).bin() == m_bin)
             continue;
         if (!m_new.writeAt(move.position + kFlagsOffset,
                            {reinterpret_cast<const char *>(&dead), sizeof dead}))

@@ -8,6 +8,8 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -174,12 +176,15 @@ quint64 Group::generation()
 
 quint32 Group::add(QByteArrayView text, const Summary &summary)
 {
-    const quint32 article = readyToTake() ? m_files.append(text, summary) : 0;
-    if (article != 0) {
-        emit messagesAdded({article});
-        emit countsChanged();
-    }
+    const quint32 article = addQuietly(text, summary);
+    if (article != 0)
+        tellOfAdded({article});
     return article;
+}
+
+quint32 Group::addQuietly(QByteArrayView text, const Summary &summary)
+{
+    return readyToTake() ? m_files.append(text, summary) : 0;
 }
 
 quint32 Group::addCopy(Group &source, const Overview &original)
@@ -199,6 +204,27 @@ void Group::recount()
 {
     if (ready())
         m_files.recount();
+}
+
+bool Group::complete(const std::vector<Whole> &messages, Articles &completed)
+{
+    std::vector<GroupFiles::Whole> wanted;
+    for (const Whole &message : messages) {
+        const std::optional<Overview> overview = this->overview(message.article);
+        const bool isTwice =
+            std::find(completed.begin(), completed.end(), message.article) != completed.end();
+        if (!overview || !overview->has(Mark::HeaderOnly) || isTwice)
+            continue;
+        wanted.push_back({rowOf(message.article), message.text, message.summary});
+        completed.push_back(message.article);
+    }
+    if (!wanted.empty() && !m_files.complete(wanted)) {
+        completed.clear();
+        return false;
+    }
+    if (!wanted.empty())
+        emit messagesChanged(completed);
+    return true;
 }
 
 bool Group::setMarks(const Articles &articles, Marks set, Marks clear)

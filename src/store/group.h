@@ -2,6 +2,7 @@
 
 #include "store/groupfiles.h"
 #include "store/grouprecord.h"
+#include "store/summary.h"
 
 #include <QObject>
 
@@ -83,10 +84,24 @@ public:
     /// Stores @p text and returns its article number; 0 after a report.
     quint32 add(QByteArrayView text, const Summary &summary);
 
+    /// The same for one of many: it is told of by tellOfAdded(), with the others at once.
+    quint32 addQuietly(QByteArrayView text, const Summary &summary);
+
     /// Stores a copy of a message of @p source, which remembers where it came from; 0 after a report. It is
     /// told of by tellOfAdded(), so that many are told of at once.
     quint32 addCopy(Group &source, const Overview &original);
     void tellOfAdded(const Articles &articles);
+
+    /// Puts whole messages into the places of those of which only the header is here: number, marks of use,
+    /// tags and the like stay. Safe when it returns. Articles that are dead or whole are passed over; what
+    /// was completed is in @p completed. False after a report.
+    struct Whole
+    {
+        quint32 article;
+        QByteArrayView text;
+        Summary summary;
+    };
+    [[nodiscard]] bool complete(const std::vector<Whole> &messages, Articles &completed);
 
     /// Sets and clears marks; unknown and dead articles are passed over. False after a report.
     bool setMarks(const Articles &articles, Marks set, Marks clear);

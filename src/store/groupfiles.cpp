@@ -16,6 +16,26 @@
 using namespace Qt::StringLiterals;
 using namespace BinFormat;
 
+namespace {
+
+/// The overview of a message whose body has come: what people did with it stays, and its number, arrival and
+/// origin; all else follows from the whole text.
+Overview completed(const Overview &before, const Overview &whole)
+{
+    Overview overview = before;
+    overview.setMarks((before.marks() & kMarksOfUse) | (whole.marks() & ~kMarksOfUse));
+    if (!whole.has(Mark::DateUnreadable))
+        overview.setDate(whole.date());
+    overview.setIdHash(whole.idHash());
+    overview.setParentHash(whole.parentHash());
+    overview.setRootHash(whole.rootHash());
+    overview.setSubjectHash(whole.subjectHash());
+    overview.setServerHash(whole.serverHash());
+    return overview;
+}
+
+} // namespace
+
 GroupFiles::GroupFiles(const QString &directory)
     : m_directory(directory)
     , m_overviews(directory)
@@ -65,7 +85,7 @@ GroupFiles::State GroupFiles::recover(OverviewFile::State state)
         return State::Damaged;
     if (state == OverviewFile::State::Settled)
         return syncBins() ? State::Good : State::Unreadable;
-    buryDeadRows();
+    matchRecordsToRows();
     m_overviews.recount();
     note(u"%1: the last run ended before its changes were safe; what was whole is kept"_s.arg(m_directory));
     return sync() ? State::Recovered : State::Unreadable;
@@ -116,6 +136,48 @@ quint32 GroupFiles::enter(Overview overview, const HeaderTexts &texts)
     return 0;
 }
 
+bool GroupFiles::complete(const std::vector<Whole> &messages)
+{
+    std::vector<Overview> done;
+    done.reserve(messages.size());
+    for (const Whole &message : messages) {
+        Overview overview = completed(m_overviews.row(message.row), message.summary.overview);
+        overview.setTextCrc(crc32Of(message.text));
+        if (!bin(binForAppending()).appendMessage(message.text, overview)) {
+            takeBack(done);
+            return false;
+        }
+        const HeaderCache::Place place =
+            cacheTexts(overview.bin(), message.summary.texts, overview.textCrc());
+        overview.setCachePlace(place.position, place.length);
+        done.push_back(overview);
+    }
+    // The header's record goes before its row points elsewhere: nothing would know of it afterwards. Until
+    // then the row is what counts.
+    for (const Whole &message : messages)
+        bury(m_overviews.row(message.row));
+    if (!syncBins()) {
+        takeBack(done);
+        return false;
+    }
+    for (const Overview &overview : done) {
+        if (!m_overviews.change(m_overviews.rowOf(overview.article()), overview)) {
+            report(ReportLevel::Warning, "Unable to write group overview file");
+            return false;
+        }
+    }
+    return sync();
+}
+
+/// What was appended for messages that stay as they are.
+void GroupFiles::takeBack(const std::vector<Overview> &appended)
+{
+    for (const Overview &overview : appended) {
+        bin(overview.bin()).markDead(overview.position());
+        bringBack(m_overviews.row(m_overviews.rowOf(overview.article())));
+    }
+}
+
 bool GroupFiles::kill(int row)
 {
     Overview overview = m_overviews.row(row);
@@ -137,13 +199,27 @@ void GroupFiles::bury(const Overview &overview)
         file.markDead(overview.position());
 }
 
-void GroupFiles::buryDeadRows()
+/// The overviews are right: a dead row has a dead record, and a header that was to be replaced when the
+/// program died is in use again.
+void GroupFiles::matchRecordsToRows()
 {
     for (int row = 0; row < m_overviews.rowCount(); ++row) {
         const Overview &overview = m_overviews.row(row);
-        if (overview.isDead() && !overview.isGone())
+        if (overview.isGone())
+            continue;
+        if (overview.isDead())
             bury(overview);
+        else if (overview.has(Mark::HeaderOnly))
+            bringBack(overview);
     }
+}
+
+void GroupFiles::bringBack(const Overview &overview)
+{
+    BinFile &file = bin(overview.bin());
+    const std::optional<Overview> header = file.headerAt(overview.position());
+    if (header && header->isDead() && header->article() == overview.article())
+        file.rewriteHeader(overview);
 }
 
 QByteArray GroupFiles::readMessage(const Overview &overview)
@@ -320,6 +396,12 @@ bool GroupFiles::rewriteOverviews(const std::vector<Overview> &overviews, quint3
     m_needsRepair = m_needsRepair && !m_isOpen;
     m_overviewState = m_isOpen ? OverviewFile::State::Settled : m_overviewState;
     return m_isOpen;
+}
+
+bool GroupFiles::isSuperseded(const Overview &record) const
+{
+    const int row = m_overviews.rowOf(record.article());
+    return row >= 0 && areStagesOfOne(m_overviews.row(row), record);
 }
 
 std::vector<int> GroupFiles::damagedRows() const

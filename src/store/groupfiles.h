@@ -52,6 +52,16 @@ public:
     /// Appends a copy of a message of another group, with its marks and where it came from; 0 after a report.
     quint32 appendCopy(GroupFiles &source, int sourceGroup, const Overview &original);
 
+    /// Puts whole messages into the places of those of which only the header is here. Safe when it returns; a
+    /// crash on the way leaves each message either as it was or whole. False after a report.
+    struct Whole
+    {
+        int row;
+        QByteArrayView text;
+        const Summary &summary; ///< without what the use of a message adds, which stays
+    };
+    [[nodiscard]] bool complete(const std::vector<Whole> &messages);
+
     /// Writes @p overview over @p row.
     bool change(int row, const Overview &overview) { return m_overviews.change(row, overview); }
 
@@ -117,6 +127,10 @@ public:
 
     void recount() { m_overviews.recount(); }
 
+    /// Whether a record that no row points to is the header of a message that is here whole, or a whole one
+    /// that a power cut kept from taking its header's place.
+    bool isSuperseded(const Overview &record) const;
+
     /// Rows whose check word does not fit.
     std::vector<int> damagedRows() const;
 
@@ -133,7 +147,9 @@ private:
     std::optional<quint32> newPlaceOf(const Overview &overview);
     quint32 enter(Overview overview, const HeaderTexts &texts);
     void bury(const Overview &overview);
-    void buryDeadRows();
+    void bringBack(const Overview &overview);
+    void takeBack(const std::vector<Overview> &appended);
+    void matchRecordsToRows();
     int binForAppending();
     HeaderCache &cache(int bin);
 

@@ -4,6 +4,7 @@
 #include "message/message.h"
 #include "store/binformat.h"
 #include "store/compression.h"
+#include "store/serverplace.h"
 #include "store/summary.h"
 
 #include <QSet>
@@ -108,6 +109,10 @@ void GroupRepair::take(const BinScanner::Record &record)
         return takeKnown(*place, record);
     if (takeMoved(record))
         return;
+    if (record.isWhole && isSuperseded(record.header)) {
+        m_files.bin(m_bin).markDead(quint32(record.position));
+        return;
+    }
     if (record.header.isDead()) {
         // Its own length may be torn or damaged; then it must not hide what lies behind its beginning.
         if (!record.isWhole || !m_scanner->endsWell())
@@ -117,9 +122,24 @@ void GroupRepair::take(const BinScanner::Record &record)
         return;
     }
     if (std::optional<Overview> overview = recovered(record))
-        m_found.push_back(*overview);
+        found(*overview);
     else
         m_scanner->notARecord();
+}
+
+/// The header of a message that is here whole, or a whole one that a power cut kept from its header's place.
+bool GroupRepair::isSuperseded(const Overview &record) const
+{
+    const auto known = findKnown(record.article());
+    return !record.isDead() && known != m_known.end() && areStagesOfOne(*known, record);
+}
+
+std::vector<Overview>::const_iterator GroupRepair::findKnown(quint32 article) const
+{
+    const auto known = std::lower_bound(
+        m_known.begin(), m_known.end(), article,
+        [](const Overview &overview, quint32 wanted) { return overview.article() < wanted; });
+    return known != m_known.end() && known->article() == article ? known : m_known.end();
 }
 
 /// An intact overview is right where its record's header is not: the overview alone has a check word.
@@ -138,15 +158,27 @@ void GroupRepair::takeKnown(std::size_t index, const BinScanner::Record &record)
 /// A record that a compaction put elsewhere before the overviews could tell.
 bool GroupRepair::takeMoved(const BinScanner::Record &record)
 {
-    const auto known = std::lower_bound(
-        m_known.begin(), m_known.end(), record.header.article(),
-        [](const Overview &overview, quint32 article) { return overview.article() < article; });
-    if (known == m_known.end() || known->article() != record.header.article() || known->bin() != m_bin ||
-        !record.isWhole || !isSameText(*known, record.header) ||
-        known->storedLength() != record.header.storedLength())
+    const auto known = findKnown(record.header.article());
+    if (known == m_known.end() || known->bin() != m_bin || !record.isWhole ||
+        !isSameText(*known, record.header) || known->storedLength() != record.header.storedLength())
         return false;
     m_moved.insert(std::size_t(known - m_known.begin()), quint32(record.position));
     return true;
+}
+
+/// Of a message that is found with its header alone and whole, the whole stays.
+void GroupRepair::found(const Overview &overview)
+{
+    const auto [first, isFirst] = m_foundArticles.try_emplace(overview.article(), m_found.size());
+    if (isFirst || !areStagesOfOne(m_found[first->second], overview)) {
+        m_found.push_back(overview);
+        return;
+    }
+    Overview &kept = m_found[first->second];
+    Overview dropped = overview;
+    if (kept.has(Mark::HeaderOnly))
+        std::swap(kept, dropped);
+    m_files.bin(dropped.bin()).markDead(dropped.position());
 }
 
 /// The overview of a live record that none of the intact ones speaks of; empty when its bytes only look like
@@ -170,12 +202,14 @@ std::optional<Overview> GroupRepair::recovered(const BinScanner::Record &record)
         overview = summary.overview;
         overview.setMarks(
             (header.marks() & Marks(Mark::Read | Mark::Replied | Mark::Forwarded | Mark::Flagged)) |
-            (header.marks() & Mark::Compressed) | overview.marks());
+            (header.marks() & Marks(Mark::Compressed | Mark::HeaderOnly)) | overview.marks());
         overview.setStoredLength(header.storedLength());
         overview.setUnpackedLength(header.unpackedLength());
         overview.setArrival(header.arrival());
         overview.setArticle(header.article());
     }
+    if (const auto place = overview.has(Mark::HeaderOnly) ? serverPlaceOf(text) : std::nullopt)
+        overview.setServerSize(place->size);
     overview.setBin(m_bin);
     overview.setPosition(quint32(record.position));
     overview.setTextCrc(crc32Of(text));

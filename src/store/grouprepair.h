@@ -6,6 +6,7 @@
 #include <QHash>
 
 #include <memory>
+#include <unordered_map>
 
 /// Builds the overviews of a group anew from its bins, in slices. Overview records that are intact keep their
 /// flags and everything else; only what they lack comes from the bins. Dead records stay dead.
@@ -29,6 +30,9 @@ public:
 private:
     void take(const BinScanner::Record &record);
     void takeKnown(std::size_t index, const BinScanner::Record &record);
+    bool isSuperseded(const Overview &record) const;
+    void found(const Overview &overview);
+    std::vector<Overview>::const_iterator findKnown(quint32 article) const;
     bool takeMoved(const BinScanner::Record &record);
     bool findText(std::size_t index);
     void keepKnown(std::vector<Overview> &all);
@@ -48,6 +52,7 @@ private:
     std::vector<bool> m_seen;
     QHash<std::size_t, quint32> m_moved; ///< index in m_known to the position where it was met instead
     std::vector<Overview> m_found;
+    std::unordered_map<quint32, std::size_t> m_foundArticles; ///< index in m_found of the first with a number
     quint32 m_nextArticle = 1;
     int m_kept = 0;
     int m_recovered = 0;

@@ -5,12 +5,14 @@
 #include "config/files.h"
 #include "config/reporter.h"
 #include "config/settings.h"
-#include "message/message.h"
 #include "store/bincompactor.h"
 #include "store/summary.h"
 #include "store/transfer.h"
 
 #include <QFile>
+
+#include <map>
+#include <set>
 
 using namespace Qt::StringLiterals;
 
@@ -101,13 +103,48 @@ bool GroupStore::close()
 
 quint32 GroupStore::add(Group &group, const Message &message, Marks marks, int account, qint64 arrival)
 {
-    Summary summary = summaryOf(message, arrival);
-    summary.overview.setMarks(summary.overview.marks() | marks);
-    summary.overview.setAccount(account);
-    const quint32 article = group.add(message.text(), summary);
+    const quint32 article = addQuietly(group, message, {.account = account, .time = arrival, .marks = marks});
     if (article != 0)
-        m_index.add(summary.overview.idHash(), {group.number(), article});
+        group.tellOfAdded({article});
     return article;
+}
+
+quint32 GroupStore::addQuietly(Group &group, const Message &message, const Arrival &arrival)
+{
+    Summary summary = summaryOf(message, arrival.time);
+    Overview &overview = summary.overview;
+    overview.setMarks(overview.marks() | arrival.marks);
+    overview.setAccount(arrival.account);
+    if (overview.has(Mark::HeaderOnly))
+        overview.setServerSize(arrival.serverSize);
+    else
+        overview.setServerHash(arrival.serverHash);
+    const quint32 article = group.addQuietly(message.text(), summary);
+    if (article != 0)
+        m_index.add(overview.idHash(), {group.number(), article});
+    return article;
+}
+
+bool GroupStore::complete(std::vector<WholeMessage> &messages)
+{
+    settleTransfer();
+    std::map<int, std::vector<Group::Whole>> byGroup;
+    for (const WholeMessage &message : messages) {
+        Summary summary = summaryOf(message.text, clockSeconds());
+        summary.overview.setServerHash(message.serverHash);
+        byGroup[message.place.group].push_back({message.place.article, message.text.text(), summary});
+    }
+    std::set<MessageRef> completed;
+    bool good = true;
+    for (const auto &[number, wanted] : byGroup) {
+        Articles done;
+        Group *group = this->group(number);
+        good = (!group || group->complete(wanted, done)) && good;
+        for (const quint32 article : done)
+            completed.insert({number, article});
+    }
+    std::erase_if(messages, [&](const WholeMessage &message) { return completed.erase(message.place) == 0; });
+    return good;
 }
 
 Articles GroupStore::copy(Group &source, const Articles &articles, Group &target)
@@ -203,7 +240,6 @@ void GroupStore::indexGroup(Group &group)
     }
 }
 
-/// Whatever is on its way arrives, before something happens that it must not meet.
 void GroupStore::settleTransfer()
 {
     if (m_transfer)

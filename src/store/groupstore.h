@@ -1,16 +1,27 @@
 #pragma once
 
+#include "message/message.h"
 #include "store/group.h"
 #include "store/groupsfile.h"
 #include "store/messageindex.h"
+#include "store/messageref.h"
 
 #include <QObject>
 
 #include <memory>
 #include <vector>
 
-class Message;
 class Transfer;
+
+/// What is known of a message besides its text when it comes into the store.
+struct Arrival
+{
+    int account = 0;        ///< that it comes from; 0: none
+    qint64 time = 0;        ///< seconds since 1970 UTC
+    Marks marks = {};       ///< besides those that the text asks for
+    quint64 serverHash = 0; ///< as in the overview
+    qint64 serverSize = 0;  ///< the same, with the mark HeaderOnly
+};
 
 /// Every group of the program and what crosses them: the tree and its file, the index of Message-IDs, moving
 /// between groups. Owns the groups; pointers to them hold until groupRemoved().
@@ -79,6 +90,23 @@ public:
     /// since 1970 UTC. The article's number, or 0 after a report. Safe after the group's flush().
     quint32 add(Group &group, const Message &message, Marks marks, int account, qint64 arrival);
 
+    /// The same for one of many: its group is told of it by Group::tellOfAdded(), with the others at once.
+    quint32 addQuietly(Group &group, const Message &message, const Arrival &arrival);
+
+    /// Puts whole messages into the places of those of which only the header is here. Safe when it returns;
+    /// those that are gone or whole are passed over. Afterwards @p messages has those that were completed.
+    /// False after a report.
+    struct WholeMessage
+    {
+        MessageRef place;
+        Message text;
+        quint64 serverHash = 0;
+    };
+    [[nodiscard]] bool complete(std::vector<WholeMessage> &messages);
+
+    /// What is on its way between groups arrives now, before something happens that it must not meet.
+    void settleTransfer();
+
     /// Copies or moves the messages at once and returns the articles they have in @p target; what cannot be
     /// read stays where it is, after a report. A move is safe when this returns; of a crash on the way
     /// nothing is lost or doubled. Many of them take a Transfer, in slices.
@@ -125,7 +153,6 @@ private:
     void updateIndex();
     void indexGroup(Group &group);
     void dropFromIndex(Group &group, const Articles &articles);
-    void settleTransfer();
     std::vector<GroupRecord> records() const;
 
     GroupsFile m_file;

@@ -88,6 +88,12 @@ quint32 Overview::check() const
     return libdeflate_crc32(0, m_words.data(), Check * sizeof(quint32));
 }
 
+bool areStagesOfOne(const Overview &a, const Overview &b)
+{
+    return a.article() == b.article() && a.has(Mark::HeaderOnly) != b.has(Mark::HeaderOnly) &&
+           a.idHash() == b.idHash() && a.arrival() == b.arrival();
+}
+
 quint64 identifierHash(QByteArrayView identifier)
 {
     if (identifier.isEmpty())

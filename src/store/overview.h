@@ -28,11 +28,18 @@ enum class Mark : quint32 {
     List = 1u << 15, ///< came through a mailing list
     ReceiptWanted = 1u << 16,
     DateUnreadable = 1u << 17, ///< no date could be read; the date is that of the arrival
+    HeaderOnly = 1u << 18,     ///< only the header is here; the text begins with a line of ServerPlace
     OldDead = 1u << 24,        ///< only read: means Dead in bins of an older form
     Compressed = 1u << 30,     ///< of the bin record: its data are compressed
 };
 Q_DECLARE_FLAGS(Marks, Mark)
 Q_DECLARE_OPERATORS_FOR_FLAGS(Marks)
+
+/// The marks that say what people, or the program for them, did with a message; the others follow from its
+/// text or from how it is stored.
+constexpr Marks kMarksOfUse = Marks(Mark::Read) | Mark::Replied | Mark::Forwarded | Mark::Flagged |
+                              Mark::Junk | Mark::LearntJunk | Mark::LearntGood | Mark::Watched |
+                              Mark::Ignored;
 
 /// The summary of one message: a row of a group's overview file, and in its first twenty words the header of
 /// the message's record in the bin. Everything that listing, sorting, counting and threading need is in here;
@@ -53,7 +60,7 @@ public:
     int bin() const { return int(word(Bin)); }
     quint32 position() const { return word(Position); }
     quint32 storedLength() const { return word(StoredLength); }
-    quint32 unpackedLength() const { return word(UnpackedLength); } ///< the message's size in bytes
+    quint32 unpackedLength() const { return word(UnpackedLength); } ///< bytes of the text that is here
     quint32 article() const { return word(Article); }               ///< its number in the group, from 1
     qint64 date() const { return qint64(longWord(Date)); }          ///< seconds since 1970 UTC
     qint64 arrival() const { return qint64(word(Arrival)); }        ///< the same, when it came into the store
@@ -74,6 +81,20 @@ public:
     quint32 tags() const { return word(Tags); }
     quint32 originGroup() const { return word(OriginGroup); } ///< the group it was moved from; 0 is none
     quint32 originArticle() const { return word(OriginArticle); }
+
+    /// The message's size in bytes, for people: where only the header is here, that of the whole on the
+    /// server.
+    quint32 size() const
+    {
+        return serverSize() > 0 ? quint32(qMin<qint64>(serverSize(), 0xffffffff)) : unpackedLength();
+    }
+
+    /// Of a message of which only the header is here: the bytes that the whole has on its server; else 0.
+    qint64 serverSize() const { return has(Mark::HeaderOnly) ? qint64(longWord(OnServer)) : 0; }
+
+    /// Of a message that is here whole: identifierHash() of the name that its server has for it; 0 when it
+    /// has none, or when nobody knows any more.
+    quint64 serverHash() const { return has(Mark::HeaderOnly) ? 0 : longWord(OnServer); }
 
     void setMark(Mark mark, bool on);
     void setMarks(Marks marks) { setWord(Flags, quint32(int(marks))); }
@@ -96,6 +117,10 @@ public:
     void setCachePlace(quint32 position, quint32 length);
     void setTags(quint32 tags) { setWord(Tags, tags); }
     void setOrigin(quint32 group, quint32 article);
+
+    /// The one of serverSize() and serverHash() that the mark HeaderOnly asks for; set that first.
+    void setServerSize(qint64 bytes) { setLongWord(OnServer, quint64(qMax<qint64>(0, bytes))); }
+    void setServerHash(quint64 hash) { setLongWord(OnServer, hash); }
 
     /// A dead row whose record is no longer in any bin.
     bool isGone() const { return position() == kNowhere; }
@@ -140,12 +165,13 @@ private:
         Tags,
         OriginGroup,
         OriginArticle,
+        OnServer, // two words
         Check = kWords - 1,
     };
     static_assert(TextCrc == kBinWords - 1);
     static constexpr quint32 kNowhere = 0xffffffff;
 
-    static_assert(OriginArticle < Check);
+    static_assert(OnServer + 2 == Check);
 
     quint32 word(int index) const { return m_words[std::size_t(index)]; }
     void setWord(int index, quint32 value) { m_words[std::size_t(index)] = value; }
@@ -158,6 +184,9 @@ private:
 
 static_assert(sizeof(Overview) == Overview::kWords * 4);
 static_assert(std::is_trivially_copyable_v<Overview>);
+
+/// Whether two records of one group are the header of a message and the whole of it.
+bool areStagesOfOne(const Overview &a, const Overview &b);
 
 /// The 64-bit hash by which identifiers are known in overviews and in the index of Message-IDs (FNV-1a, never
 /// 0 for a non-empty text). It lies on disk, so it never changes.

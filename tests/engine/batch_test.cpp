@@ -49,7 +49,7 @@ struct Fixture
     }
     Task::State fetch(QString *problem = nullptr)
     {
-        BatchFetch task(engine.groups(), engine.accounts().account(number)->data());
+        BatchFetch task(engine.delivery(), engine.accounts().account(number)->data());
         const Task::State state = task.run();
         received = task.received();
         if (problem)
@@ -231,7 +231,7 @@ void BatchTest::appendedMeanwhile()
 {
     Fixture f;
     f.scratch.write(u"spool"_s, mbox("a", 2));
-    BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
+    BatchFetch task(f.engine.delivery(), f.engine.accounts().account(f.number)->data());
     while (batchFiles().isEmpty())
         QCOMPARE(task.step(0), Task::State::Working);
     while (task.total() == 0) // open: its size is known now
@@ -249,7 +249,7 @@ void BatchTest::stopped()
     Fixture f;
     f.scratch.write(u"spool"_s, mbox("a", 5));
     {
-        BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
+        BatchFetch task(f.engine.delivery(), f.engine.accounts().account(f.number)->data());
         while (f.inbox().rowCount() < 2)
             QCOMPARE(task.step(0), Task::State::Working);
         task.stop();
@@ -266,7 +266,7 @@ void BatchTest::theStoreIsFull()
     f.scratch.write(u"spool"_s, mbox("a", 1000));
     QCOMPARE(f.inbox().rowCount(), 0);
     {
-        BatchFetch task(f.engine.groups(), f.engine.accounts().account(f.number)->data());
+        BatchFetch task(f.engine.delivery(), f.engine.accounts().account(f.number)->data());
         while (f.inbox().rowCount() < 2)
             QCOMPARE(task.step(0), Task::State::Working);
         // From here on the bin is on a full disk; what is in it stays readable.

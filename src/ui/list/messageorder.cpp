@@ -43,7 +43,7 @@ quint32 numericKey(const Overview &overview, MessageColumn column)
     case MessageColumn::Flag: return overview.has(Mark::Flagged) ? 1 : 0;
     case MessageColumn::Clip: return overview.has(Mark::Attachments) ? 1 : 0;
     case MessageColumn::Score: return quint32(overview.score() + 0x8000);
-    case MessageColumn::Size: return overview.unpackedLength();
+    case MessageColumn::Size: return overview.size();
     case MessageColumn::Subject:
     case MessageColumn::From:
     case MessageColumn::Date:

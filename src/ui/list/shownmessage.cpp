@@ -45,7 +45,7 @@ QString columnText(const ShownMessage &message, MessageColumn column)
     case MessageColumn::From: return message.people;
     case MessageColumn::Score: return scoreText(overview.score());
     case MessageColumn::Date: return shortDate(overview.date());
-    case MessageColumn::Size: return shortSize(overview.unpackedLength());
+    case MessageColumn::Size: return shortSize(overview.size());
     case MessageColumn::Thread: return threadColumnText(message);
     }
     return {};
