@@ -93,18 +93,11 @@ TransferCause byWords(const std::array<Sign, Size> &signs, const QString &text)
     return found == signs.end() ? None : found->cause;
 }
 
-/// Whether @p detail is a reply: "-ERR ...", "535 ...", "NO ...".
-bool isOfServer(const QString &detail)
-{
-    return detail.startsWith(u'-') || (!detail.isEmpty() && detail.front().isDigit()) ||
-           detail.startsWith("NO "_L1) || detail.startsWith("BAD "_L1);
-}
-
 TransferCause loginCause(const QString &detail)
 {
     if (detail.contains("tls"_L1, Qt::CaseInsensitive) || detail.contains("encrypt"_L1, Qt::CaseInsensitive))
         return NoTlsOffered;
-    if (isOfServer(detail))
+    if (isServerReply(detail))
         return LoginRefused;
     return NoPassword;
 }
@@ -298,6 +291,12 @@ QString lossOf(TransferCause cause, const AccountData &account)
 
 } // namespace
 
+bool isServerReply(const QString &detail)
+{
+    return detail.startsWith(u'-') || (!detail.isEmpty() && detail.front().isDigit()) ||
+           detail.startsWith("NO "_L1) || detail.startsWith("BAD "_L1);
+}
+
 TransferCause causeOf(const TransferError &error)
 {
     if (byReason(error.reason, error.detail) == None)
@@ -305,7 +304,7 @@ TransferCause causeOf(const TransferError &error)
     if (error.reason == AccountFetchReason::ServerError)
         return ServerSays;
     TransferCause cause = byWords(kServerSigns, error.detail);
-    if (cause == None && !isOfServer(error.detail))
+    if (cause == None && !isServerReply(error.detail))
         cause = byWords(kOwnSigns, error.detail);
     if (cause == None && error.detail.startsWith("unable to "_L1, Qt::CaseInsensitive))
         cause = NotStored;

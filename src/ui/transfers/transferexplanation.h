@@ -57,6 +57,9 @@ struct TransferExplanation
     QString button; ///< the text of the button for it
 };
 
+/// Whether @p detail is a reply of a server ("-ERR ...", "535 ...", "NO ..."), not a text of ours.
+bool isServerReply(const QString &detail);
+
 TransferCause causeOf(const TransferError &error);
 
 /// Pure: the same for the same error and account. What the server says is never taken for more than text.

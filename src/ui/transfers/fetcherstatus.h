@@ -1,0 +1,75 @@
+#pragma once
+
+#include "net/fetchreason.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QWidget>
+
+class Account;
+class ElidedLabel;
+class QProgressBar;
+class QTimer;
+class QToolButton;
+class SignLabel;
+
+/// The row of one account in the window of transfers: what it does, how far it is, how it ended, and a button
+/// that stops it. It listens to the account and keeps no other state than what it shows.
+class FetcherStatus : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// @p title stands in the column of types; empty: the account's kind.
+    FetcherStatus(Account &account, const QString &title, QWidget *parent = nullptr);
+
+    Account *account() const { return m_account; } ///< null once it is gone
+    bool isRunning() const { return m_running; }
+
+    QString status() const;
+    QString title() const;
+
+    /// Widths of the first two columns, the same for all rows.
+    void setColumns(int account, int type);
+
+signals:
+    /// The account does not exist any more: the row is to go.
+    void gone();
+
+public slots:
+    void slotStop();
+    void slotAccountDeleted(Account *account);
+    void slotAccountUpdated(Account *account);
+
+private:
+    void build();
+    void started();
+    void ended(AccountFetchReason reason, const QString &detail);
+    void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);
+    void showProgress();
+    void showStatus(const QString &text);
+    void showSign(const QString &icon, int role);
+    QString speed() const;
+
+    struct Progress
+    {
+        qint64 bytesDone = 0;
+        qint64 bytesTotal = 0;
+        int done = 0;
+        int total = 0;
+    };
+
+    QPointer<Account> m_account;
+    QString m_title;
+    SignLabel *m_sign;
+    ElidedLabel *m_name;
+    ElidedLabel *m_type;
+    ElidedLabel *m_status;
+    ElidedLabel *m_amount;
+    QProgressBar *m_bar;
+    QToolButton *m_stop;
+    QTimer *m_refresh;
+    QElapsedTimer m_since;
+    Progress m_progress;
+    bool m_running = false;
+};
