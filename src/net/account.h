@@ -135,7 +135,8 @@ private:
     friend class AccountDesk;
 
     FetchAnswer dispatch(const AccountFetchRequest &request);
-    FetchAnswer besideOthers(const AccountFetchRequest &request);
+    bool mayFetchBesideOthers() const;
+    void windUpFor(const AccountFetchRequest &request);
     void begin(const AccountFetchRequest &request);
     void loggedIn(const AccountFetchRequest &request, AccountFetchReason failure, const QString &detail);
     void startClients(const AccountFetchRequest &request);

@@ -99,11 +99,11 @@ void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
 {
     m_refusal.clear();
     m_password = password;
-    AccountData data = m_account.data();
-    PasswordKeeper *keeper = m_account.manager().passwordKeeper();
     if (keeping == PasswordKeeping::ThisRun)
         return;
-    const bool wasInKeyring = data.has(AccountKeyring);
+    AccountManager &manager = m_account.manager();
+    PasswordKeeper *keeper = manager.passwordKeeper();
+    AccountData data = m_account.data();
     data.set(AccountAsksForPassword, false);
     data.set(AccountKeyring, keeping == PasswordKeeping::Keyring && keeper);
     data.password = keeping == PasswordKeeping::AccountsFile ? password : QString();
@@ -113,11 +113,12 @@ void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
                 report(ReportLevel::Warning, "Unable to store the password of '%s' in the keyring",
                        qUtf8Printable(name));
         });
-    } else if (wasInKeyring && keeper) {
-        keeper->remove(keyringKeyOf(data), [](bool) {});
     }
-    m_account.manager().update(data);
-    m_account.manager().save();
+    if (!manager.update(data))
+        report(ReportLevel::Warning, "Unable to keep the password of '%s' in the accounts file",
+               qUtf8Printable(data.name));
+    m_password = password;
+    manager.save();
 }
 
 void AccountDesk::endLogin(AccountFetchReason failure, const QString &detail)

@@ -15,6 +15,10 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+constexpr int kMostConnections = 32; ///< side by side, whatever the accounts file says
+}
+
 FetchAnswer Account::fetch(bool manual, bool allConnections)
 {
     if (manual)
@@ -30,31 +34,39 @@ FetchAnswer Account::dispatch(const AccountFetchRequest &request)
         return FetchAnswer::Nothing;
     if (m_data.isNetwork() ? !isOnline() : !request.allConnections)
         return FetchAnswer::Nothing;
+    if (!mayFetchBesideOthers())
+        return FetchAnswer::Nothing; // rather than once more as soon as there is room
     if (m_manager.isFull()) {
         m_manager.queue(request);
         return FetchAnswer::Waiting;
     }
-    if (!m_fetchers.empty())
-        return besideOthers(request);
-    begin(request);
-    return FetchAnswer::Begun;
-}
-
-/// An idle session winds up first: it may hold the mailbox's lock.
-FetchAnswer Account::besideOthers(const AccountFetchRequest &request)
-{
-    if (kind() == AccountKind::OnlineImap && m_fetchers.size() == 1) {
+    if (m_fetchers.empty() || kind() == AccountKind::OnlineImap) {
         begin(request);
         return FetchAnswer::Begun;
     }
-    const bool allIdle = std::all_of(m_fetchers.begin(), m_fetchers.end(),
-                                     [](const Fetcher *fetcher) { return fetcher->isIdle(); });
-    if (!allIdle || (kind() != AccountKind::Pop3 && kind() != AccountKind::Nntp))
-        return FetchAnswer::Nothing;
+    windUpFor(request);
+    return FetchAnswer::Waiting;
+}
+
+/// Whether a fetch may begin, for what runs already: nothing, the online session, or sessions that are idle.
+bool Account::mayFetchBesideOthers() const
+{
+    switch (kind()) {
+    case AccountKind::OnlineImap: return m_fetchers.size() <= 1;
+    case AccountKind::Pop3:
+    case AccountKind::Nntp:
+        return std::all_of(m_fetchers.begin(), m_fetchers.end(),
+                           [](const Fetcher *fetcher) { return fetcher->isIdle(); });
+    default: return m_fetchers.empty();
+    }
+}
+
+/// An idle session ends first: it may hold the mailbox's lock.
+void Account::windUpFor(const AccountFetchRequest &request)
+{
     m_next = request;
     for (Fetcher *fetcher : std::vector(m_fetchers)) // one that ends at once leaves the list
         fetcher->stop();
-    return FetchAnswer::Waiting;
 }
 
 void Account::begin(const AccountFetchRequest &request)
@@ -84,7 +96,8 @@ void Account::loggedIn(const AccountFetchRequest &request, AccountFetchReason fa
 void Account::startClients(const AccountFetchRequest &request)
 {
     const bool isNews = kind() == AccountKind::Nntp;
-    const int wanted = isNews && request.allConnections ? qMax(1, m_data.connections) : 1;
+    const int wanted =
+        isNews && request.allConnections ? qBound(1, m_data.connections, kMostConnections) : 1;
     const QPointer<Account> guard(this);
     ++m_busy; // a client that ends at once does not end the fetch before the others have begun
     for (int i = 0; i < wanted && guard; ++i) {
@@ -197,8 +210,9 @@ void Account::recordFailure(AccountFetchReason reason, const QString &detail, bo
         report(ReportLevel::Warning, "%s", qUtf8Printable(message));
     if (isServersWord)
         return;
-    m_errors.push_back({number(), name(), clockSeconds(), reason, said, message.simplified()});
-    m_manager.errors().add(m_errors.back());
+    const TransferError error{number(), name(), clockSeconds(), reason, said, message.simplified()};
+    m_errors.push_back(error);
+    m_manager.errors().add(error);
     if (!isShown)
         setMark(AccountMark::Failed, message.simplified());
 }

@@ -70,7 +70,7 @@ QString withoutCredentials(const QString &line)
         return line;
     // A command may stand behind a tag (IMAP); the name of a SASL mechanism (RFC 4422) is no secret.
     static const QRegularExpression secret(
-        u"^(>>>> (?:\\S+ )?(?:PASS|APOP|AUTHINFO PASS|LOGIN|AUTH(?:ENTICATE)?(?: [A-Z0-9_-]{1,20}(?= |$))?))(?= ).*$"_s,
+        uR"(^(>>>> (?:\S+ )?(?:PASS|APOP|AUTHINFO PASS|LOGIN|AUTH(?:ENTICATE)?(?>(?: [A-Z0-9_-]{1,20}(?= |$))?))) .*$)"_s,
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     return QString(line).replace(secret, u"\\1 ****"_s);
 }

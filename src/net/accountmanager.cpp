@@ -7,6 +7,7 @@
 #include "net/fetcher.h"
 #include "net/passwordkeeper.h"
 
+#include <QPointer>
 #include <QSet>
 
 #include <algorithm>
@@ -125,6 +126,7 @@ bool AccountManager::update(const AccountData &data)
     m_secretChanged =
         m_secretChanged || (data.password != old->m_data.password && !old->m_data.password.isEmpty());
     m_changed = true;
+    moveInKeyring(old->m_data, data);
     old->setData(data);
     emit accountUpdated(old);
     return true;
@@ -146,20 +148,39 @@ void AccountManager::remove(int number)
     setAccountDirectoryAside(number);
     forgetChainsTo(number);
     if (account->m_data.has(AccountKeyring) && m_keeper)
-        removeFromKeyring(account->m_data);
+        removeFromKeyring(account->m_data, number);
     account->setParent(this); // it may be the one that called
     account.release()->deleteLater();
 }
 
 /// Unless another account logs in with the same entry.
-void AccountManager::removeFromKeyring(const AccountData &data)
+void AccountManager::removeFromKeyring(const AccountData &data, int number)
 {
     const QString key = keyringKeyOf(data);
-    const bool isShared = std::any_of(m_accounts.begin(), m_accounts.end(), [&key](const auto &other) {
-        return other->data().has(AccountKeyring) && keyringKeyOf(other->data()) == key;
+    const bool isShared = std::any_of(m_accounts.begin(), m_accounts.end(), [&](const auto &other) {
+        return other->number() != number && other->data().has(AccountKeyring) && keyringKeyOf(other->data()) == key;
     });
     if (!isShared)
         m_keeper->remove(key, [](bool) {});
+}
+
+/// The entry follows its user and host, and goes when the keyring is not wanted any more.
+void AccountManager::moveInKeyring(const AccountData &from, const AccountData &to)
+{
+    const QString newKey = keyringKeyOf(to);
+    if (!m_keeper || !from.has(AccountKeyring) || (to.has(AccountKeyring) && newKey == keyringKeyOf(from)))
+        return;
+    if (!to.has(AccountKeyring))
+        return removeFromKeyring(from, to.number);
+    const QPointer<AccountManager> guard(this);
+    m_keeper->read(keyringKeyOf(from), [this, guard, from, newKey](bool ok, const QString &password) {
+        if (!guard || !m_keeper || !ok)
+            return;
+        m_keeper->write(newKey, password, [this, guard, from](bool written) {
+            if (guard && m_keeper && written)
+                removeFromKeyring(from, from.number);
+        });
+    });
 }
 
 void AccountManager::forgetChainsTo(int number)

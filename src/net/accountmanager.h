@@ -114,7 +114,8 @@ private:
     bool isQueued(int account) const;
     void startWaiting();
     void forgetChainsTo(int number);
-    void removeFromKeyring(const AccountData &data);
+    void moveInKeyring(const AccountData &from, const AccountData &to);
+    void removeFromKeyring(const AccountData &data, int number);
 
     FetcherFactory *m_factory = nullptr;
     UserQuestions *m_questions = nullptr;

@@ -5,8 +5,10 @@
 #include "config/reporter.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -33,7 +35,9 @@ template <auto Member>
 void takeNumber(AccountData &account, const QString &text)
 {
     using Number = std::remove_reference_t<decltype(account.*Member)>;
-    account.*Member = Number(text.toLongLong());
+    const qint64 least = std::numeric_limits<Number>::min();
+    const qint64 most = std::numeric_limits<Number>::max();
+    account.*Member = Number(std::clamp(qint64(text.toLongLong()), least, most));
 }
 
 template <char Letter>
@@ -137,6 +141,14 @@ AccountData accountOf(const QString &line)
     return account;
 }
 
+/// A half-written file of an earlier run would lend its permissions to the next one.
+void removeLeftOver(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.isFile() && !info.isSymLink())
+        QFile::remove(path);
+}
+
 } // namespace
 
 AccountKind accountKindOf(const QString &word)
@@ -173,6 +185,7 @@ bool AccountsFile::write(const Contents &contents, Backup backup)
     QStringList lines = {QString::number(contents.counter)};
     for (const AccountData &account : contents.accounts)
         lines += lineOf(account);
+    removeLeftOver(m_file.path() + u'~');
     if (!m_file.write(lines))
         return false;
     if (backup == Backup::LeftToReading || storeAccess() == StoreAccess::ReadOnly)

@@ -135,6 +135,7 @@ QByteArray Fetcher::terminateBody(const QByteArray &text)
 void Fetcher::setTimeLimit(int milliseconds)
 {
     m_timeLimit = milliseconds;
+    m_timer.stop();
     restartTimeLimit();
 }
 
