@@ -1,0 +1,202 @@
+#include "net/pop3/popfetcher.h"
+
+#include "config/clock.h"
+#include "net/pop3/popbatch.h"
+#include "net/pop3/popheader.h"
+#include "net/pop3/popmemory.h"
+
+#include <utility>
+
+// Requests for single messages, on a connection that stays.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kMostRefusals = 3;
+
+bool isPositive(const QByteArray &line)
+{
+    return line.startsWith("+OK");
+}
+
+} // namespace
+
+bool POPFetcher::request(const POPFetcherBodyRequest &request)
+{
+    if (m_task != PopTask::Bodies || m_state == State::Quit || m_state == State::Ended || hasEnded())
+        return false;
+    m_requests.push_back(request);
+    if (m_state == State::Idle)
+        serveNext();
+    return true;
+}
+
+void POPFetcher::serveNext()
+{
+    if (m_requests.empty() || m_batch->isFull()) {
+        if (!finishBodies())
+            return;
+    }
+    m_isServing = !m_requests.empty();
+    if (!m_isServing) {
+        m_state = State::Idle;
+        setTimeLimit(0);
+        m_idleTime.start();
+        return setStatus(tr("Idle"), true); // perhaps somebody has a request then
+    }
+    m_idleTime.stop();
+    setTimeLimit(m_patience);
+    m_request = m_requests.front();
+    m_requests.pop_front();
+    m_candidates.clear();
+    setStatus(tr("Listing mailbox contents..."), true);
+    if (sizeInMadeIdentifier(m_request.identifier) >= 0)
+        return say("LIST", State::BodySizes); // the server has no name for it
+    say("UIDL", State::BodyUidl);
+}
+
+void POPFetcher::slotIdleForLong()
+{
+    if (m_state == State::Idle)
+        quit();
+}
+
+void POPFetcher::bodyUidlReply(const QByteArray &line)
+{
+    if (!isPositive(line))
+        return tryCandidate(); // there is none: the server has no identifiers any more
+    m_state = State::BodyUidlList;
+}
+
+void POPFetcher::bodyUidlLine(const QByteArray &line)
+{
+    if (line == ".")
+        return tryCandidate();
+    const auto entry = PopListing::numbered(line);
+    if (entry && popIdentifier(entry->second) == m_request.identifier)
+        m_candidates.push_back(entry->first);
+}
+
+void POPFetcher::bodySizesReply(const QByteArray &line)
+{
+    if (!isPositive(line))
+        return endWithReply(line);
+    m_state = State::BodySizeList;
+}
+
+void POPFetcher::bodySizesLine(const QByteArray &line)
+{
+    if (line == ".")
+        return tryCandidate();
+    const auto entry = PopListing::numbered(line);
+    if (entry && entry->second.toByteArray().toLongLong() == sizeInMadeIdentifier(m_request.identifier))
+        m_candidates.push_back(entry->first);
+}
+
+/// Takes the next message that may be the one.
+void POPFetcher::tryCandidate()
+{
+    if (m_candidates.empty())
+        return failRequest(tr("Message no longer exists"));
+    const QByteArray number = QByteArray::number(m_candidates.front());
+    setStatus(tr("Fetching message %1...").arg(m_candidates.front()), true);
+    say("LIST " + number, State::BodySize);
+}
+
+/// The size is asked for so that a message of another size is not fetched, nor one that is too large.
+void POPFetcher::bodySizeReply(const QByteArray &line)
+{
+    bool isNumber = false;
+    m_bodySize = line.split(' ').value(2).toLongLong(&isNumber);
+    if (!isPositive(line) || !isNumber)
+        m_bodySize = -1;
+    const PopRecord *record = m_memory->find(m_request.identifier);
+    const bool isAnother =
+        record && record->isKnownInDetail() && m_bodySize >= 0 && m_bodySize != record->size;
+    if (isAnother) {
+        m_candidates.pop_front();
+        return tryCandidate();
+    }
+    if (m_bodySize > DotText::kMostBytes)
+        return failRequest(tr("The message is larger than 1 GB and stays on the server"));
+    socket()->setBlockMode(true);
+    say("RETR " + QByteArray::number(m_candidates.front()), State::BodyText);
+}
+
+void POPFetcher::bodyReply(const QByteArray &line)
+{
+    if (isPositive(line)) {
+        beginText(m_bodySize);
+        return;
+    }
+    const PopRecord *known = m_memory->find(m_request.identifier);
+    PopRecord record = known ? *known : PopRecord();
+    record.identifier = m_request.identifier;
+    ++record.refusals;
+    m_memory->remember(record);
+    if (record.refusals < kMostRefusals || !line.startsWith("-ERR"))
+        return endWithReply(line);
+    failRequest(QString::fromUtf8(line.left(1000)));
+}
+
+void POPFetcher::bodyText(const QByteArray &text)
+{
+    const QByteArray header = headerDigest(text);
+    const PopRecord *known = m_memory->find(m_request.identifier);
+    const QByteArray awaited =
+        known && known->isKnownInDetail() ? known->header : headerInMadeIdentifier(m_request.identifier);
+    if (!awaited.isEmpty() && awaited != header) {
+        m_candidates.pop_front();
+        return tryCandidate();
+    }
+    PopRecord record = known ? *known : PopRecord();
+    record.identifier = m_request.identifier;
+    record.size = m_bodySize >= 0 ? m_bodySize : record.size;
+    record.header = header;
+    record.isFetched = true;
+    record.isHeaderOnly = false;
+    if (record.taken == 0)
+        record.taken = clockSeconds();
+    const ReceivedMessage message{text, m_request.identifier, false, std::max<qint64>(record.size, 0)};
+    if (!m_batch->complete(int(m_inBatch.size()), m_request.place, message, record))
+        return end(AccountFetchReason::WithErrors, tr("The mail could not be stored"));
+    m_inBatch.push_back(m_request);
+    m_isServing = false;
+    serveNext();
+}
+
+void POPFetcher::failRequest(const QString &reason)
+{
+    m_isServing = false;
+    emit bodyFailed(m_request, reason);
+    if (m_state != State::Ended)
+        serveNext();
+}
+
+/// False: the session has ended, or has to.
+bool POPFetcher::finishBodies()
+{
+    std::vector<int> safe;
+    const bool finished = m_batch->isEmpty() || m_batch->finish(safe);
+    const std::vector<POPFetcherBodyRequest> requests = std::exchange(m_inBatch, {});
+    for (const POPFetcherBodyRequest &request : requests) {
+        if (finished)
+            emit bodyFetched(request);
+        else
+            m_requests.push_back(request); // it fails with those that wait
+    }
+    m_received |= finished && !requests.empty();
+    if (!finished)
+        end(AccountFetchReason::WithErrors, tr("The mail could not be stored"));
+    return finished;
+}
+
+void POPFetcher::failAll(const QString &reason)
+{
+    if (m_isServing)
+        m_requests.push_front(m_request);
+    m_isServing = false;
+    for (const POPFetcherBodyRequest &request : std::exchange(m_requests, {}))
+        emit bodyFailed(request, reason);
+}

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "net/pop3/poprecord.h"
+#include "net/pop3/uidlsfile.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QMultiHash>
+#include <QSet>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+/// What an account remembers of the messages on its server, so that none is fetched twice and none deleted
+/// that is not here.
+///
+/// It lies in "Accounts/<number>/Fetched", to which lines are added while a session runs and which is written
+/// anew at its end; cut and damaged lines are skipped. UIDLs is the form that others read, too: what it alone
+/// names counts as fetched, and is never deleted on the server, because nothing tells that it is the same.
+///
+/// All of it belongs to one user at one host. For another one it is set aside ("Fetched-<digest>") and comes
+/// back with the first.
+class PopMemory
+{
+public:
+    static constexpr qint64 kDaysOfAbsence = 30;
+
+    PopMemory(int account, const QString &user, const QString &host);
+
+    /// False after a report: nothing may be fetched, because nobody knows what is here.
+    [[nodiscard]] bool load();
+
+    /// What an interrupted session left in the store is remembered, with what was announced about it.
+    void addRecovered(const QList<QByteArray> &identifiers);
+
+    /// Null: nothing is remembered.
+    const PopRecord *find(const QByteArray &identifier) const;
+
+    /// @name The server's listing
+    /// @{
+
+    /// To be told before any question: the identifiers that the server lists.
+    void setListed(const QSet<QByteArray> &identifiers);
+
+    /// Whether the server seems to have given its messages new identifiers: most of the remembered ones are
+    /// gone, though nobody here deleted them.
+    bool isRenumbered() const { return m_renumbered; }
+
+    /// Whether one of the gone ones has @p size; then its header has to be looked at.
+    bool hasGone(qint64 size) const { return m_renumbered && m_gone.contains(size); }
+
+    /// Gives the gone message with that size and header the new @p identifier. False: there is none.
+    bool exchange(qint64 size, const QByteArray &header, const QByteArray &identifier);
+
+    /// To be told after a listing that was complete: all others are absent, and are forgotten after 30 days.
+    void setPresent(const QSet<QByteArray> &identifiers);
+    /// @}
+
+    /// Replaces what is remembered about the message.
+    void remember(const PopRecord &record);
+
+    /// Puts aside, not yet on the disk, what is about to be stored.
+    void announce(const std::vector<PopRecord> &records);
+
+    /// Makes safe on the disk what was remembered since the last time. False after "Unable to write UIDLs
+    /// file".
+    [[nodiscard]] bool commit();
+
+    /// Writes both files anew, if something changed. False as above.
+    bool save();
+
+private:
+    bool readFetched(const QString &path);
+    void addLine(const PopLine &line);
+    void addFromUidls(const QList<UidlsEntry> &entries);
+    bool setAside();
+    bool bringBack();
+    bool writeFetched(const QString &path);
+    bool append(const QByteArray &lines, bool synced);
+    QString asideOf(const QByteArray &mailbox) const;
+
+    QString m_path;
+    UidlsFile m_uidls;
+    QByteArray m_mailbox; ///< user@host that is wanted now
+    QByteArray m_owner;   ///< the one that the file belongs to; empty: it does not say
+    QHash<QByteArray, PopRecord> m_records;
+    QHash<QByteArray, PopRecord> m_announced;
+    QMultiHash<qint64, QByteArray> m_gone; ///< identifiers by size
+    QByteArray m_pending;                  ///< lines that are not on the disk yet
+    bool m_endsInLine = false;             ///< the file was cut within a line
+    bool m_isNew = true;                   ///< there is no file yet
+    bool m_changed = false;
+    bool m_renumbered = false;
+};
