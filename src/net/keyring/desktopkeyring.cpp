@@ -32,7 +32,7 @@ bool hasSessionBus()
     if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
         return true;
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return !runtime.isEmpty() && QFileInfo::exists(runtime + u"/bus");
+    return !runtime.isEmpty() && QFileInfo::exists(runtime + u"/bus"_s);
 }
 
 /// Asks the bus for the names that it calls @p list; an empty list where it does not answer.
