@@ -22,6 +22,8 @@ AccountManager::~AccountManager()
 {
     m_blocked = true;
     m_queue.clear();
+    m_questions = nullptr; // who answered may be gone already
+    m_keeper = nullptr;
     for (const auto &account : m_accounts)
         account->leave();
 }

@@ -1,0 +1,770 @@
+#include "net/accountmanager.h"
+#include "net/fakes.h"
+
+#include "config/clock.h"
+#include "config/settings.h"
+#include "support/memory.h"
+#include "support/scratch.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+Q_DECLARE_METATYPE(AccountKind)
+
+namespace {
+
+/// Accounts of a user, with clients that the test moves.
+struct Rig
+{
+    Rig()
+    {
+        manager.setFactory(&factory);
+        manager.setQuestions(&user);
+        manager.setPasswordKeeper(&keyring);
+        manager.load();
+    }
+
+    Account *add(const AccountData &data)
+    {
+        const int number = manager.add(data);
+        if (number == 0)
+            qFatal("the test's account has a fault");
+        return manager.account(number);
+    }
+
+    Account *addWithoutPassword(quint32 flags = 0)
+    {
+        AccountData data = accountData(u"a"_s);
+        data.password.clear();
+        data.flags = flags;
+        return add(data);
+    }
+
+    Scratch scratch;
+    FakeFactory factory;
+    FakeUser user;
+    FakeKeyring keyring;
+    AccountManager manager;
+};
+
+CertificateReport selfSigned(const QByteArray &digit)
+{
+    CertificateReport report;
+    report.host = u"pop.example"_s;
+    report.certificate.sha256 = digit.repeated(64);
+    report.certificate.commonName = u"pop.example"_s;
+    report.problems = {{CertificateProblemCode::SelfSigned, u"Self signed certificate"_s}};
+    return report;
+}
+
+} // namespace
+
+class DispatchTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { useMemoryForFiles(); }
+
+    // which requests begin
+    void kinds_data();
+    void kinds();
+    void whatIsDropped_data();
+    void whatIsDropped();
+    void theLimit();
+    void anEqualRequestWaitsOnce();
+    void idleSessions();
+    void sessions();
+    void aClientThatCannotStart();
+    void aKindThatCannotBeServed();
+
+    // chains and intervals
+    void chains_data();
+    void chains();
+    void intervals();
+    void aRefusedLogin();
+
+    // the end
+    void reasons_data();
+    void reasons();
+    void unattendedFailuresLeaveAMark();
+    void stopping();
+    void removedWhileFetching();
+    void theListOfErrors();
+
+    // what the user is asked
+    void askedForThePassword_data();
+    void askedForThePassword();
+    void nobodyIsAsked();
+    void noPasswordGiven();
+    void thePasswordInTheKeyring();
+    void aPasswordAfterARefusal();
+    void certificates_data();
+    void certificates();
+    void oneQuestionServesAll();
+    void aChangedCertificate();
+    void questionsAreWithdrawn();
+};
+
+void DispatchTest::kinds_data()
+{
+    QTest::addColumn<AccountKind>("kind");
+    QTest::addColumn<int>("connections");
+    QTest::addColumn<bool>("manual");
+    QTest::addColumn<bool>("all");
+    QTest::addColumn<int>("clients");
+    QTest::addColumn<bool>("firstIsOutgoing");
+    QTest::newRow("POP3 has one client") << AccountKind::Pop3 << 4 << true << true << 1 << false;
+    QTest::newRow("offline IMAP") << AccountKind::OfflineImap << 4 << true << true << 1 << false;
+    QTest::newRow("online IMAP") << AccountKind::OnlineImap << 0 << false << true << 1 << false;
+    QTest::newRow("news, all of its connections") << AccountKind::Nntp << 3 << true << true << 3 << true;
+    QTest::newRow("news, no number of connections") << AccountKind::Nntp << 0 << true << true << 1 << true;
+    QTest::newRow("news, one connection") << AccountKind::Nntp << 3 << true << false << 1 << true;
+    QTest::newRow("news by itself does not send") << AccountKind::Nntp << 2 << false << true << 2 << false;
+    QTest::newRow("news, garbage in its file") << AccountKind::Nntp << -7 << true << true << 1 << true;
+    QTest::newRow("a sender has the outgoing mail") << AccountKind::Smtp << 1 << false << false << 1 << true;
+    QTest::newRow("a batch file") << AccountKind::BatchFile << 0 << false << true << 1 << false;
+    QTest::newRow("a batch file, not all") << AccountKind::BatchFile << 0 << true << false << 0 << false;
+}
+
+void DispatchTest::kinds()
+{
+    QFETCH(AccountKind, kind);
+    QFETCH(int, connections);
+    QFETCH(int, clients);
+    Rig rig;
+    AccountData data = accountData(u"a"_s, kind);
+    data.connections = connections;
+    Account *account = rig.add(data);
+    const ClockOverride clock([] { return qint64(7000'000); });
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    QFETCH(bool, manual);
+    QFETCH(bool, all);
+    QCOMPARE(account->fetch(manual, all), clients > 0 ? FetchAnswer::Begun : FetchAnswer::Nothing);
+    QCOMPARE(account->runningFetchers(), clients);
+    QCOMPARE(rig.factory.made.size(), std::size_t(clients));
+    for (int i = 0; i < clients; ++i) {
+        FakeFetcher &client = *rig.factory.made[std::size_t(i)];
+        QVERIFY(client.started);
+        QCOMPARE(client.wish.manual, manual);
+        QCOMPARE(client.wish.connection, i);
+        QFETCH(bool, firstIsOutgoing);
+        QCOMPARE(client.wish.outgoing, i == 0 && firstIsOutgoing);
+        QCOMPARE(ended.size(), 0); // not before the last one
+        client.complete(true);
+        client.complete(true);                                       // heard once
+        client.fail(AccountFetchReason::TimedOut, u"late"_s, false); // not at all
+    }
+    QCOMPARE(account->runningFetchers(), 0);
+    QCOMPARE(ended.size(), clients > 0 ? 1 : 0);
+    QCOMPARE(account->lastFetch(), clients > 0 ? 7000 : 0);
+    QCOMPARE(Fetcher::busyCount(), 0);
+    QTRY_COMPARE(Fetcher::live().size(), 0u); // they delete themselves
+}
+
+void DispatchTest::whatIsDropped_data()
+{
+    QTest::addColumn<AccountKind>("kind");
+    QTest::addColumn<quint32>("flags");
+    QTest::addColumn<bool>("online");
+    QTest::addColumn<bool>("blocked");
+    QTest::addColumn<FetchAnswer>("answer");
+    QTest::newRow("nothing in the way") << AccountKind::Pop3 << 0u << true << false << FetchAnswer::Begun;
+    QTest::newRow("left out") << AccountKind::Pop3 << quint32(AccountLeftOut) << true << false
+                              << FetchAnswer::Nothing;
+    QTest::newRow("the program closes") << AccountKind::Pop3 << 0u << true << true << FetchAnswer::Nothing;
+    QTest::newRow("offline") << AccountKind::Pop3 << 0u << false << false << FetchAnswer::Nothing;
+    QTest::newRow("a batch file needs no network")
+        << AccountKind::BatchFile << 0u << false << false << FetchAnswer::Begun;
+    QTest::newRow("a batch file is left out")
+        << AccountKind::BatchFile << quint32(AccountLeftOut) << true << false << FetchAnswer::Nothing;
+}
+
+void DispatchTest::whatIsDropped()
+{
+    QFETCH(AccountKind, kind);
+    QFETCH(quint32, flags);
+    QFETCH(bool, online);
+    QFETCH(bool, blocked);
+    Rig rig;
+    AccountData data = accountData(u"a"_s, kind);
+    data.flags = flags;
+    Account *account = rig.add(data);
+    setBoolSetting(Setting::Online, online);
+    rig.manager.setFetchesBlocked(blocked);
+    QTEST(account->fetch(true, true), "answer");
+}
+
+void DispatchTest::theLimit()
+{
+    Rig rig;
+    setIntSetting(Setting::FetchConcurrency, 2);
+    std::vector<Account *> accounts;
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
+        accounts.push_back(rig.add(accountData(name)));
+    const QSignalSpy ended(accounts[3], &Account::fetchEnded);
+    QCOMPARE(accounts[0]->fetch(true, true), FetchAnswer::Begun);
+    QCOMPARE(accounts[1]->fetch(true, true), FetchAnswer::Begun);
+    QCOMPARE(accounts[1]->fetch(true, true), FetchAnswer::Nothing); // it fetches already
+    QCOMPARE(accounts[2]->fetch(true, true), FetchAnswer::Waiting);
+    QCOMPARE(accounts[3]->fetch(true, true), FetchAnswer::Waiting);
+    QVERIFY(!accounts[2]->isFetching());
+    QVERIFY(rig.manager.isBusy());
+    rig.factory.made[1]->fail(AccountFetchReason::TimedOut, {}, false);
+    QTRY_COMPARE(accounts[2]->runningFetchers(), 1); // the oldest first
+    QCOMPARE(accounts[3]->runningFetchers(), 0);
+    setBoolSetting(Setting::Online, false);
+    rig.factory.made[0]->complete(false);
+    QTRY_COMPARE(ended.size(), 1); // who waits hears that it will not begin
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    QCOMPARE(accounts[3]->fetch(true, true), FetchAnswer::Nothing);
+    setBoolSetting(Setting::Online, true);
+    setIntSetting(Setting::FetchConcurrency, 0); // no limit
+    for (Account *account : {accounts[0], accounts[1], accounts[3]})
+        QCOMPARE(account->fetch(true, true), FetchAnswer::Begun);
+    QCOMPARE(rig.manager.runningFetchers(), 4);
+}
+
+void DispatchTest::anEqualRequestWaitsOnce()
+{
+    Rig rig;
+    setIntSetting(Setting::FetchConcurrency, 1);
+    Account *first = rig.add(accountData(u"a"_s));
+    Account *second = rig.add(accountData(u"b"_s));
+    first->fetch(true, true);
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(second->fetch(true, true), FetchAnswer::Waiting);
+    rig.factory.endAtOnce = true;
+    const QSignalSpy ended(second, &Account::fetchEnded);
+    rig.factory.last()->complete(false);
+    QTRY_VERIFY(!rig.manager.isBusy());
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(rig.factory.order, QStringList({u"a"_s, u"b"_s}));
+}
+
+void DispatchTest::idleSessions()
+{
+    Rig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    QVERIFY(account->openSession(true));
+    const QPointer<FakeFetcher> session = rig.factory.last();
+    QCOMPARE(account->session(), session.get());
+    QCOMPARE(account->fetch(true, true), FetchAnswer::Nothing); // it serves a request
+    session->idle = true;
+    QCOMPARE(rig.manager.runningFetchers(), 0); // room for others
+    session->endsWhenStopped = false;
+    QCOMPARE(account->fetch(true, true), FetchAnswer::Waiting);
+    QCOMPARE(session->stops, 1);
+    QCOMPARE(rig.factory.made.size(), 1u); // the mailbox is locked until it is gone
+    session->complete(false);
+    QCOMPARE(rig.factory.made.size(), 2u);
+    QVERIFY(account->isFetching());
+    QVERIFY(!account->session());
+
+    AccountData online = accountData(u"b"_s, AccountKind::OnlineImap);
+    Account *imap = rig.add(online);
+    QCOMPARE(imap->fetch(true, true), FetchAnswer::Begun);
+    QCOMPARE(imap->fetch(true, true), FetchAnswer::Begun); // beside the one session
+    QCOMPARE(imap->fetch(true, true), FetchAnswer::Nothing);
+}
+
+void DispatchTest::sessions()
+{
+    Rig rig;
+    Account *account = rig.addWithoutPassword();
+    const QSignalSpy ended(account, &Account::sessionEnded);
+    const QSignalSpy fetches(account, &Account::fetchEnded);
+    QVERIFY(account->openSession(false));
+    QCOMPARE(ended.size(), 1); // no password, and nobody to ask
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
+    AccountData data = account->data();
+    data.password = u"lovelace"_s;
+    QVERIFY(rig.manager.update(data));
+    QVERIFY(account->openSession(false));
+    QVERIFY(account->openSession(false)); // the same
+    QCOMPARE(rig.factory.made.size(), 1u);
+    rig.factory.last()->fail(AccountFetchReason::ConnectionClosed, {}, false);
+    QCOMPARE(ended.size(), 2);
+    QCOMPARE(fetches.size(), 0);
+    setBoolSetting(Setting::Online, false);
+    QVERIFY(!account->openSession(true));
+}
+
+void DispatchTest::aClientThatCannotStart()
+{
+    Rig rig;
+    rig.factory.startsWell = false;
+    Account *account = rig.add(accountData(u"a"_s));
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    account->fetch(true, true);
+    QCOMPARE(account->runningFetchers(), 0);
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][1].toString(), u"no socket"_s);
+    QTRY_COMPARE(Fetcher::live().size(), 0u);
+}
+
+void DispatchTest::aKindThatCannotBeServed()
+{
+    Rig rig;
+    rig.factory.refused = {AccountKind::Nntp};
+    Account *account = rig.add(accountData(u"news"_s, AccountKind::Nntp));
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    QCOMPARE(account->fetch(true, true), FetchAnswer::Begun);
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(account->errors().size(), 1u);
+    QCOMPARE(
+        account->errors()[0].text,
+        u"Service unavailable for account 'news': Accounts of the kind 'News (NNTP)' cannot be served yet"_s);
+    QCOMPARE(rig.scratch.reports, QStringList()); // silent by default
+}
+
+void DispatchTest::chains_data()
+{
+    QTest::addColumn<QList<int>>("chained"); // of the accounts 1, 2, 3
+    QTest::addColumn<QStringList>("order");
+    QTest::newRow("a chain") << QList<int>{2, 3, 0} << QStringList{u"1"_s, u"2"_s, u"3"_s};
+    QTest::newRow("a ring") << QList<int>{2, 3, 1} << QStringList{u"1"_s, u"2"_s, u"3"_s};
+    QTest::newRow("a ring further on") << QList<int>{2, 3, 2} << QStringList{u"1"_s, u"2"_s, u"3"_s};
+    QTest::newRow("to itself") << QList<int>{1, 0, 0} << QStringList{u"1"_s};
+    QTest::newRow("to nobody") << QList<int>{77, 0, 0} << QStringList{u"1"_s};
+}
+
+void DispatchTest::chains()
+{
+    QFETCH(QList<int>, chained);
+    for (const bool manual : {true, false}) {
+        Rig rig;
+        rig.factory.endAtOnce = true;
+        setIntSetting(Setting::FetchConcurrency,
+                      1); // in a ring the first one is free again when its turn comes
+        for (int i = 0; i < chained.size(); ++i) {
+            AccountData data = accountData(QString::number(i + 1));
+            data.chained = chained[i];
+            rig.add(data);
+        }
+        rig.manager.account(1)->fetch(manual, true);
+        QTRY_VERIFY(!rig.manager.isBusy());
+        QTEST(rig.factory.order, "order");
+    }
+}
+
+void DispatchTest::intervals()
+{
+    Rig rig;
+    qint64 minute = 100;
+    const ClockOverride clock([&minute] { return minute * 60'000; });
+    AccountData data = accountData(u"a"_s);
+    data.fetchInterval = 10;
+    Account *account = rig.add(data);
+    rig.add(accountData(u"never by itself"_s));
+    rig.factory.endAtOnce = true;
+    const auto fetchesAfter = [&](qint64 at) {
+        minute = at;
+        rig.manager.fetchWhatIsDue();
+        rig.manager.fetchWhatIsDue();
+        const bool ended = QTest::qWaitFor([&] { return !rig.manager.isBusy(); });
+        return ended ? int(rig.factory.order.size()) : -1;
+    };
+    QCOMPARE(fetchesAfter(100), 1);
+    QCOMPARE(fetchesAfter(109), 1);
+    QCOMPARE(fetchesAfter(110), 2);
+    QCOMPARE(fetchesAfter(50), 3); // the clock was set back
+    QCOMPARE(fetchesAfter(59), 3);
+    data = account->data();
+    data.set(AccountLeftOut, true);
+    QVERIFY(rig.manager.update(data));
+    QCOMPARE(fetchesAfter(500), 3);
+}
+
+void DispatchTest::aRefusedLogin()
+{
+    Rig rig;
+    qint64 minute = 100;
+    const ClockOverride clock([&minute] { return minute * 60'000; });
+    AccountData data = accountData(u"a"_s);
+    data.fetchInterval = 10;
+    Account *account = rig.add(data);
+    rig.manager.fetchWhatIsDue();
+    rig.factory.last()->noteLoginRefused(u"-ERR lovelace is wrong"_s);
+    rig.factory.last()->fail(AccountFetchReason::Unexpected, u"-ERR lovelace is wrong\r\n"_s, false);
+    QCOMPARE(account->mark(), AccountMark::LoginRefused);
+    QCOMPARE(account->errors().front().detail, u"-ERR **** is wrong"_s);
+    minute = 200;
+    rig.manager.fetchWhatIsDue();
+    QCOMPARE(rig.factory.made.size(), 1u); // a wrong password is not tried again and again
+    data = account->data();
+    data.password = u"better"_s;
+    QVERIFY(rig.manager.update(data)); // the user acts
+    QCOMPARE(account->mark(), AccountMark::None);
+    rig.manager.fetchWhatIsDue();
+    QCOMPARE(rig.factory.made.size(), 2u);
+    QCOMPARE(rig.factory.last()->passwordAtStart, u"better"_s);
+}
+
+void DispatchTest::reasons_data()
+{
+    QTest::addColumn<int>("reason");
+    QTest::addColumn<QString>("message"); // with the detail "why" for account "a"
+    QTest::newRow("0") << 0 << QString();
+    QTest::newRow("1") << 1 << QString();
+    QTest::newRow("2") << 2 << QString();
+    QTest::newRow("3") << 3 << u"Unable to connect to account 'a':\n\nwhy"_s;
+    QTest::newRow("4") << 4 << u"Service unavailable for account 'a':\n\nwhy"_s;
+    QTest::newRow("5") << 5 << u"Unexpected response received from account 'a':\n\nwhy"_s;
+    QTest::newRow("6") << 6 << u"Account 'a' completed transfer with errors:\n\nwhy"_s;
+    QTest::newRow("7") << 7 << u"Unable to login to account 'a':\n\nwhy"_s;
+    QTest::newRow("8") << 8 << u"Unexpected response received from account 'a':\n\nwhy"_s;
+    QTest::newRow("9") << 9 << u"Unexpected response received from account 'a':\n\nwhy"_s;
+    QTest::newRow("10") << 10 << u"Account 'a' has timed out"_s;
+    QTest::newRow("11") << 11 << u"Error received from account 'a':\n\nwhy"_s;
+    QTest::newRow("12") << 12 << u"Account 'a' closed connection unexpectedly"_s;
+}
+
+void DispatchTest::reasons()
+{
+    QFETCH(int, reason);
+    QFETCH(QString, message);
+    for (const bool silent : {true, false}) {
+        Rig rig;
+        setBoolSetting(Setting::SilentTransferErrors, silent);
+        const ClockOverride clock([] { return qint64(7000'000); });
+        Account *account = rig.add(accountData(u"a"_s));
+        account->fetch(true, true);
+        const QSignalSpy ended(account, &Account::fetchEnded);
+        rig.factory.last()->fail(AccountFetchReason(reason), u"why"_s, false);
+        QCOMPARE(ended.size(), 1);
+        QCOMPARE(int(ended[0][0].value<AccountFetchReason>()), reason);
+        const bool isServersWord = reason == 11;
+        const bool isShown = !message.isEmpty() && (!silent || isServersWord);
+        QCOMPARE(rig.scratch.reports, isShown ? QStringList{message} : QStringList());
+        const bool isListed = !message.isEmpty() && !isServersWord;
+        QCOMPARE(account->errors().size(), isListed ? 1u : 0u);
+        QCOMPARE(rig.manager.errors().all().size(), account->errors().size());
+        if (isListed) {
+            QCOMPARE(account->errors()[0].text, message.simplified());
+            QCOMPARE(account->errors()[0].time, 7000);
+            QCOMPARE(account->errors()[0].accountName, u"a"_s);
+        }
+        account->fetch(true, true);
+        QVERIFY(account->errors().empty()); // of the last fetch only
+    }
+}
+
+void DispatchTest::unattendedFailuresLeaveAMark()
+{
+    Rig rig;
+    setBoolSetting(Setting::SilentTransferErrors, false);
+    Account *account = rig.add(accountData(u"a"_s));
+    const QSignalSpy marks(&rig.manager, &AccountManager::markChanged);
+    account->fetch(false, true);
+    QVERIFY(!rig.factory.last()->isAttended());
+    rig.factory.last()->fail(AccountFetchReason::TimedOut, {}, false);
+    QCOMPARE(rig.scratch.reports, QStringList());
+    QCOMPARE(account->mark(), AccountMark::Failed);
+    QCOMPARE(account->markText(), u"Account 'a' has timed out"_s);
+    QCOMPARE(marks.size(), 1);
+    account->fetch(false, true);
+    QCOMPARE(account->mark(), AccountMark::Failed);
+    rig.factory.last()->complete(false);
+    QCOMPARE(account->mark(), AccountMark::None); // it mended itself
+}
+
+void DispatchTest::stopping()
+{
+    Rig rig;
+    setIntSetting(Setting::FetchConcurrency, 2);
+    Account *news = rig.add([] {
+        AccountData data = accountData(u"news"_s, AccountKind::Nntp);
+        data.connections = 2;
+        return data;
+    }());
+    Account *waiting = rig.add(accountData(u"waiting"_s));
+    const QSignalSpy newsEnded(news, &Account::fetchEnded);
+    const QSignalSpy waitingEnded(waiting, &Account::fetchEnded);
+    news->fetch(true, true);
+    QCOMPARE(waiting->fetch(true, true), FetchAnswer::Waiting);
+    rig.manager.setFetchesBlocked(true);
+    rig.manager.stopAll();
+    QCOMPARE(newsEnded.size(), 1);
+    QCOMPARE(newsEnded[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    QCOMPARE(waitingEnded.size(), 1);
+    QVERIFY(!rig.manager.isBusy());
+    QTRY_COMPARE(Fetcher::live().size(), 0u);
+    QCOMPARE(rig.scratch.reports, QStringList());
+    QVERIFY(rig.manager.errors().all().empty());
+}
+
+void DispatchTest::removedWhileFetching()
+{
+    Rig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    const QPointer<Account> guard(account);
+    account->fetch(true, true);
+    const QPointer<FakeFetcher> client = rig.factory.last();
+    client->endsWhenStopped = false;
+    const QSignalSpy deleted(&rig.manager, &AccountManager::accountDeleted);
+    rig.manager.remove(account->number());
+    QCOMPARE(deleted.size(), 1);
+    QCOMPARE(client->stops, 1); // what has arrived whole is stored
+    QVERIFY(!client->account());
+    client->setStatus(u"still there"_s, true); // writes nowhere
+    QTRY_VERIFY(!guard);
+    QTRY_COMPARE(Fetcher::live().size(), 0u);
+
+    // from within its own end
+    Account *second = rig.add(accountData(u"b"_s));
+    connect(second, &Account::fetchEnded, &rig.manager,
+            [&rig, second] { rig.manager.remove(second->number()); });
+    second->fetch(true, true);
+    rig.factory.last()->complete(false);
+    QTRY_COMPARE(Fetcher::live().size(), 0u);
+    QVERIFY(rig.manager.accounts().empty());
+}
+
+void DispatchTest::theListOfErrors()
+{
+    Rig rig;
+    for (int i = 0; i < int(TransferErrors::kMost) + 3; ++i)
+        rig.manager.errors().add({1, u"a\tb"_s, 7000 + i, AccountFetchReason::TimedOut, u"x\ny"_s, u"end"_s});
+    QCOMPARE(rig.manager.errors().all().size(), TransferErrors::kMost);
+    QCOMPARE(rig.manager.errors().all().front().time, 7003);
+    QVERIFY(rig.manager.save());
+    TransferErrors again;
+    again.load();
+    QCOMPARE(again.all().size(), TransferErrors::kMost);
+    QCOMPARE(again.all().back().accountName, u"a\tb"_s);
+    QCOMPARE(again.all().back().detail, u"x\ny"_s);
+    QCOMPARE(again.all().back().reason, AccountFetchReason::TimedOut);
+    again.clear();
+    QVERIFY(again.save());
+    TransferErrors empty;
+    empty.load();
+    QVERIFY(empty.all().empty());
+}
+
+void DispatchTest::askedForThePassword_data()
+{
+    QTest::addColumn<PasswordKeeping>("keeping");
+    QTest::addColumn<QString>("inFile");
+    QTest::addColumn<int>("inKeyring");
+    QTest::newRow("for this run") << PasswordKeeping::ThisRun << QString() << 0;
+    QTest::newRow("in the accounts file") << PasswordKeeping::AccountsFile << u"s3cret"_s << 0;
+    QTest::newRow("in the keyring") << PasswordKeeping::Keyring << QString() << 1;
+}
+
+void DispatchTest::askedForThePassword()
+{
+    QFETCH(PasswordKeeping, keeping);
+    Rig rig;
+    Account *account = rig.addWithoutPassword();
+    QCOMPARE(account->fetch(true, true), FetchAnswer::Begun);
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    QCOMPARE(rig.user.passwords[0].user, u"ada"_s);
+    QVERIFY(rig.user.passwords[0].hasKeyring);
+    QVERIFY(rig.user.passwords[0].refusal.isEmpty());
+    QVERIFY(account->isFetching());
+    QCOMPARE(account->fetch(true, true), FetchAnswer::Nothing); // one question is enough
+    QVERIFY(rig.factory.made.empty());
+    rig.user.passwordAnswer(u"s3cret"_s, keeping);
+    QCOMPARE(rig.factory.last()->passwordAtStart, u"s3cret"_s);
+    rig.factory.last()->complete(false);
+    QCOMPARE(account->fetch(false, true), FetchAnswer::Begun); // it is known for the run
+    QCOMPARE(rig.user.passwords.size(), 1u);
+    QTEST(account->data().password, "inFile");
+    QTEST(int(rig.keyring.entries.size()), "inKeyring");
+
+    AccountManager later;
+    later.load();
+    QTEST(later.accounts().empty() ? QString() : later.accounts().front()->data().password, "inFile");
+}
+
+void DispatchTest::nobodyIsAsked()
+{
+    Rig rig;
+    AccountData data = accountData(u"a"_s);
+    data.password.clear();
+    data.fetchInterval = 10;
+    Account *account = rig.add(data);
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    rig.manager.fetchWhatIsDue();
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
+    QVERIFY(rig.user.passwords.empty());
+    QCOMPARE(account->mark(), AccountMark::PasswordWanted);
+    rig.manager.fetchWhatIsDue();
+    QCOMPARE(account->fetch(false, true), FetchAnswer::Nothing); // once is enough
+    QCOMPARE(ended.size(), 1);
+    account->fetch(true, true);
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    QCOMPARE(account->mark(), AccountMark::None);
+
+    AccountData open = accountData(u"relay"_s, AccountKind::Smtp);
+    open.user.clear();
+    open.password.clear();
+    QCOMPARE(rig.add(open)->fetch(false, false), FetchAnswer::Begun); // who has no name logs in nowhere
+    QCOMPARE(rig.factory.made.size(), 1u);
+}
+
+void DispatchTest::noPasswordGiven()
+{
+    Rig rig;
+    Account *account = rig.addWithoutPassword();
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    account->fetch(true, true);
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    rig.user.passwordAnswer({}, PasswordKeeping::AccountsFile);
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
+    QVERIFY(rig.factory.made.empty());
+    QVERIFY(!account->isFetching());
+}
+
+void DispatchTest::thePasswordInTheKeyring()
+{
+    Rig rig;
+    Account *account = rig.addWithoutPassword(AccountKeyring);
+    rig.keyring.entries.insert(u"pop3://ada@pop.example"_s, u"from the ring"_s);
+    account->fetch(false, true);
+    QTRY_COMPARE(rig.factory.made.size(), 1u);
+    QCOMPARE(rig.factory.last()->passwordAtStart, u"from the ring"_s);
+    QVERIFY(rig.user.passwords.empty());
+    rig.factory.last()->complete(false);
+
+    AccountData data = account->data();
+    data.host = u"Mail.Example"_s;
+    QVERIFY(rig.manager.update(data)); // the entry follows
+    QTRY_COMPARE(rig.keyring.entries.keys(), QStringList{u"pop3://ada@mail.example"_s});
+    data.name = u"twin"_s;
+    Account *twin = rig.add(data);
+    rig.manager.remove(twin->number());
+    QCOMPARE(rig.keyring.entries.size(), 1); // the other one still needs it
+    rig.manager.remove(account->number());
+    QVERIFY(rig.keyring.entries.isEmpty());
+}
+
+void DispatchTest::aPasswordAfterARefusal()
+{
+    Rig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    account->fetch(true, true);
+    rig.factory.last()->noteLoginRefused(u"-ERR go away"_s);
+    rig.factory.last()->fail(AccountFetchReason::Unexpected, u"-ERR go away"_s, false);
+    QVERIFY(rig.user.passwords.empty());
+    account->fetch(true, true); // asked anew, though one is stored
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    QCOMPARE(rig.user.passwords[0].refusal, u"-ERR go away"_s);
+    rig.user.passwordAnswer(u"right"_s, PasswordKeeping::AccountsFile);
+    QCOMPARE(rig.factory.last()->passwordAtStart, u"right"_s);
+    const QString index = configPathOf(u"Accounts/Index"_s);
+    QVERIFY(Scratch::read(index).contains("\tright\t"));
+    QVERIFY(!Scratch::read(index + u".backup"_s).contains("lovelace"));
+}
+
+void DispatchTest::certificates_data()
+{
+    QTest::addColumn<CertificateAnswer>("answer");
+    QTest::addColumn<bool>("goesOn");
+    QTest::addColumn<bool>("asksAgainInThisRun");
+    QTest::addColumn<bool>("asksAgainInTheNext");
+    QTest::newRow("refused") << CertificateAnswer::Refuse << false << true << true;
+    QTest::newRow("accepted once") << CertificateAnswer::AcceptOnce << true << false << true;
+    QTest::newRow("accepted for good") << CertificateAnswer::AcceptAlways << true << false << false;
+}
+
+void DispatchTest::certificates()
+{
+    QFETCH(CertificateAnswer, answer);
+    Rig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    QObject context;
+    std::optional<bool> accepted;
+    const auto take = [&accepted](bool accept) { accepted = accept; };
+    account->judge(selfSigned("a"), true, &context, take);
+    QVERIFY(!accepted);
+    QCOMPARE(rig.user.certificates.size(), 1u);
+    QVERIFY(!rig.user.certificates[0].known);
+    rig.user.certificateAnswer(answer);
+    QVERIFY(accepted);
+    QTEST(*accepted, "goesOn");
+    account->judge(selfSigned("a"), true, &context, take);
+    QTEST(rig.user.certificates.size() == 2, "asksAgainInThisRun");
+    account->judge(selfSigned("b"), true, &context, take); // another one is another question
+    QVERIFY(rig.user.certificates.size() >= 2);
+
+    QVERIFY(rig.manager.save());
+    FakeUser asked;
+    AccountManager later;
+    later.setQuestions(&asked);
+    later.load();
+    later.accounts().front()->judge(selfSigned("a"), true, &context, take);
+    QTEST(!asked.certificates.empty(), "asksAgainInTheNext");
+
+    CertificateReport fine = selfSigned("c");
+    fine.problems.clear();
+    accepted.reset();
+    account->judge(fine, false, &context, take);
+    QCOMPARE(accepted, std::optional(true));
+}
+
+void DispatchTest::oneQuestionServesAll()
+{
+    Rig rig;
+    setBoolSetting(Setting::AlwaysTrust, true); // has nothing to do with it
+    Account *account = rig.add(accountData(u"a"_s));
+    QObject first;
+    auto second = std::make_unique<QObject>();
+    int accepted = 0;
+    const auto count = [&accepted](bool accept) { accepted += accept ? 1 : 100; };
+    account->judge(selfSigned("a"), true, &first, count);
+    account->judge(selfSigned("a"), true, second.get(), count);
+    QCOMPARE(rig.user.certificates.size(), 1u);
+    second.reset(); // who is gone is not answered
+    rig.user.certificateAnswer(CertificateAnswer::AcceptOnce);
+    QCOMPARE(accepted, 1);
+    account->judge(selfSigned("d"), false, &first, count); // unattended: refused, with a mark
+    QCOMPARE(accepted, 101);
+    QCOMPARE(account->mark(), AccountMark::CertificateRefused);
+    QCOMPARE(rig.user.certificates.size(), 1u);
+}
+
+void DispatchTest::aChangedCertificate()
+{
+    Rig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    QObject context;
+    account->judge(selfSigned("a"), true, &context, [](bool) {});
+    rig.user.certificateAnswer(CertificateAnswer::AcceptAlways);
+    account->judge(selfSigned("b"), true, &context, [](bool) {});
+    QCOMPARE(rig.user.certificates.size(), 2u);
+    QVERIFY(rig.user.certificates[1].known);
+    QCOMPARE(rig.user.certificates[1].known->sha256, QByteArray("a").repeated(64));
+    QCOMPARE(rig.user.certificates[1].known->commonName, u"pop.example"_s);
+}
+
+void DispatchTest::questionsAreWithdrawn()
+{
+    Rig rig;
+    Account *account = rig.addWithoutPassword();
+    const QSignalSpy ended(account, &Account::fetchEnded);
+    account->fetch(true, true);
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    account->stop();
+    QCOMPARE(rig.user.withdrawn, QList<int>{account->number()});
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    rig.user.passwordAnswer(u"too late"_s, PasswordKeeping::AccountsFile);
+    QVERIFY(account->password().isEmpty());
+    QVERIFY(rig.factory.made.empty());
+
+    auto context = std::make_unique<QObject>();
+    account->judge(selfSigned("a"), true, context.get(), [](bool) { QFAIL("nobody is there"); });
+    context.reset();
+    QCOMPARE(rig.user.withdrawn.size(), 2);
+    rig.user.certificateAnswer(CertificateAnswer::AcceptAlways);
+    QVERIFY(account->options().accepted.empty());
+}
+
+QTEST_GUILESS_MAIN(DispatchTest)
+#include "dispatch_test.moc"
