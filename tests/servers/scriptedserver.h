@@ -1,6 +1,7 @@
 #pragma once
 
 #include "servers/certificates.h"
+#include "servers/patience.h"
 #include "servers/script.h"
 
 #include <QFile>
@@ -9,7 +10,6 @@
 #include <QSslKey>
 #include <QSslSocket>
 #include <QTcpServer>
-#include <QTest>
 #include <QTimer>
 
 #include <sys/socket.h>
@@ -160,7 +160,8 @@ private:
     bool fail(const char *text, const QByteArray &said)
     {
         m_problem =
-            at(text) + (said.isNull() ? QByteArray() : "; the client said: " + said.toPercentEncoding(" "));
+            at(text) +
+            (said.isNull() ? QByteArray() : "; the client said: " + said.left(200).toPercentEncoding(" "));
         m_socket.abort();
         return false;
     }
@@ -288,7 +289,7 @@ public:
     bool finished()
     {
         const auto isOver = [this] { return isPlayed() || findProblem(); };
-        return QTest::qWaitFor(isOver, kPatienceMilliseconds) && !findProblem();
+        return comesTrue(isOver, kPatienceMilliseconds) && !findProblem();
     }
 
     /// Why finished() was false.
