@@ -32,7 +32,9 @@ bool isTime(QStringView text)
     return text.size() == kTimeLength && text[4] == u'-' && text[10] == u' ' && text[13] == u':';
 }
 
-AccountLogLine lineOf(const QString &text)
+} // namespace
+
+AccountLogLine accountLogLine(const QString &text)
 {
     AccountLogLine line;
     line.text = text;
@@ -49,8 +51,6 @@ AccountLogLine lineOf(const QString &text)
     return line;
 }
 
-} // namespace
-
 QList<AccountLogLine> readAccountLog(int number, qint64 bytes)
 {
     const QString path = accountFilePath(number, u"Log"_s);
@@ -59,7 +59,7 @@ QList<AccountLogLine> readAccountLog(int number, qint64 bytes)
     QList<AccountLogLine> lines;
     for (const QByteArray &line : text.split('\n')) {
         if (!line.isEmpty())
-            lines += lineOf(QString::fromUtf8(line));
+            lines += accountLogLine(QString::fromUtf8(line));
     }
     return lines;
 }

@@ -14,6 +14,9 @@ struct AccountLogLine
     QString text; ///< without the marks of its direction
 };
 
+/// @p text, a line of the file, in its parts.
+AccountLogLine accountLogLine(const QString &text);
+
 /// The newest lines of the log of account @p number, the oldest first, from the earlier log as well where the
 /// present one is shorter than @p bytes. Empty: there is no log.
 QList<AccountLogLine> readAccountLog(int number, qint64 bytes = 512 * 1024);
