@@ -349,9 +349,7 @@ void POPFetcher::showTransfer(const PopCommand &command)
 
 void POPFetcher::showProgress(bool now)
 {
-    if (m_state != State::Transfer || !m_transfer || m_transfer->isLooking())
-        return;
-    if (!now && !isTime(m_sinceProgress))
+    if (!m_transfer || m_transfer->isLooking() || (!now && !isTime(m_sinceProgress)))
         return;
     const qint64 bytes = m_doneBytes + (m_inText ? m_text.octets() : 0);
     emit progressed(std::min(bytes, m_transfer->totalBytes()), m_transfer->totalBytes(),

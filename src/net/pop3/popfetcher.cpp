@@ -206,6 +206,7 @@ void POPFetcher::end(AccountFetchReason reason, const QString &detail)
         return;
     m_slice.stop();
     m_idleTime.stop();
+    showProgress(true);
     if (m_batch && !m_batch->isBroken()) {
         if (m_task == PopTask::Bodies)
             finishBodies();

@@ -68,7 +68,7 @@ void POPFetcher::capaLine(const QByteArray &line)
     if (line == ".")
         return lookAtEncryption();
     if (m_capabilities.size() < 100)
-        m_capabilities.insert(line.left(line.indexOf(' ')).toUpper());
+        m_capabilities.insert(line.split(' ').first().toUpper());
 }
 
 void POPFetcher::lookAtEncryption()
