@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QHostAddress>
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -65,7 +66,7 @@ protected:
     /// @{
 
     /// Makes the socket, wires it to the slots below, and connects to the account's server: by the addresses
-    /// that the cache of names holds, one after the other, else by name.
+    /// that the cache of names holds; without them, or when they fail, by name.
     void openConnection();
     GSocket *socket() const { return m_socket.get(); }
 
@@ -74,6 +75,7 @@ protected:
 
     /// Whether credentials may be sent now: over TLS, to this machine itself, or where the account allows it.
     bool mayLogIn() const;
+    static bool mayLogIn(bool isEncrypted, bool needsEncryption, const QHostAddress &peer);
     /// @}
 
     /// @name The end, once: whatever is said later is not heard
@@ -94,6 +96,7 @@ protected:
     void restartTimeLimit();
     void holdTimeLimit(); ///< these two nest
     void releaseTimeLimit();
+    bool isTimeLimitHeld() const { return m_holds > 0; }
     /// @}
 
     /// Shows @p text as what it does now; with @p log into the account's log as well.
@@ -122,7 +125,7 @@ protected slots:
     virtual void slotTimeout(); ///< ends the session with reason 10
 
 private:
-    void connectNext();
+    void connectTo(const QList<QHostAddress> &known);
     void makeSocket();
     void wireSocket();
     TlsChoice tlsChoice();
@@ -134,9 +137,8 @@ private:
 
     QPointer<Account> m_account;
     std::unique_ptr<GSocket> m_socket;
-    QList<QHostAddress> m_addresses; ///< that are still to be tried
-    bool m_byName = false;           ///< the connection is made by name, not by an address of the cache
-    bool m_connected = false;        ///< it was
+    bool m_byName = false;    ///< the connection is made by name, not by an address of the cache
+    bool m_connected = false; ///< it was
     bool m_ended = false;
     bool m_attended = false;
     QString m_lastError;

@@ -4,8 +4,6 @@
 #include "net/account.h"
 #include "net/accountmanager.h"
 
-#include <QHostInfo>
-
 // How a client comes to its connection.
 
 using namespace Qt::StringLiterals;
@@ -14,27 +12,21 @@ void Fetcher::openConnection()
 {
     if (!m_account)
         return;
-    const QString host = m_account->data().host;
+    QList<QHostAddress> known;
     if (boolSetting(Setting::CacheDNS))
-        m_addresses = m_account->manager().names().find(host);
-    if (!m_addresses.isEmpty())
-        setStatus(u"Connecting to "_s + host + u"..."_s, true);
-    restartTimeLimit();
-    connectNext();
+        known = m_account->manager().names().find(m_account->data().host);
+    connectTo(known);
 }
 
-/// By the next address that the cache knows, else by name.
-void Fetcher::connectNext()
+/// To the addresses that the cache knows, or by name.
+void Fetcher::connectTo(const QList<QHostAddress> &known)
 {
     const QString host = m_account->data().host;
+    m_byName = known.isEmpty();
+    setStatus((m_byName ? u"Resolving host "_s : u"Connecting to "_s) + host + u"..."_s, true);
+    restartTimeLimit();
     makeSocket();
-    m_byName = m_addresses.isEmpty();
-    QString target = host;
-    if (m_byName)
-        setStatus(u"Resolving host "_s + host + u"..."_s, true);
-    else
-        target = m_addresses.takeFirst().toString();
-    m_socket->connectToHost(target, quint16(m_account->data().port));
+    m_socket->connectToHost(host, quint16(m_account->data().port), known);
 }
 
 void Fetcher::makeSocket()
@@ -94,17 +86,8 @@ void Fetcher::hostFound()
     restartTimeLimit();
     if (!m_byName)
         return;
-    const QString host = m_account ? m_account->data().host : QString();
-    if (!host.isEmpty() && boolSetting(Setting::CacheDNS) && QHostAddress(host).isNull()) {
-        // asked a second time for the sake of all addresses: the toolkit still knows them
-        QHostInfo::lookupHost(host, this, [this, host](const QHostInfo &found) {
-            if (!m_account || found.error() != QHostInfo::NoError)
-                return;
-            m_account->manager().names().store(host, found.addresses());
-            if (m_connected && m_socket)
-                m_account->manager().names().prefer(host, QHostAddress(m_socket->peerAddress()));
-        });
-    }
+    if (m_account && boolSetting(Setting::CacheDNS))
+        m_account->manager().names().store(m_account->data().host, m_socket->addresses());
     slotHostFound();
 }
 
@@ -112,22 +95,22 @@ void Fetcher::connected()
 {
     restartTimeLimit();
     m_connected = true;
-    m_addresses.clear();
     if (m_account)
         m_account->manager().names().prefer(m_account->data().host, QHostAddress(m_socket->peerAddress()));
     slotConnected();
 }
 
+/// What the cache knew may be of yesterday's network: after it the name is tried.
 void Fetcher::connectionFailed(int code)
 {
     restartTimeLimit();
-    const bool isTls = code == int(SocketError::Tls);
     if (m_account && !m_socket->errorText().isEmpty())
         m_account->log(m_socket->errorText());
-    if (m_account && !m_connected && !isTls) {
+    const bool isReached = m_connected || code == int(SocketError::Tls);
+    if (m_account && !isReached) {
         m_account->manager().names().forget(m_account->data().host);
         if (!m_byName && !m_ended)
-            return connectNext();
+            return connectTo({});
     }
     slotConnectionError(code);
 }
@@ -142,8 +125,13 @@ bool Fetcher::mayLogIn() const
 {
     if (!m_socket || !m_account)
         return false;
-    return m_socket->isEncrypted() || !m_account->data().has(AccountNeedsEncryption) ||
-           QHostAddress(m_socket->peerAddress()).isLoopback();
+    return mayLogIn(m_socket->isEncrypted(), m_account->data().has(AccountNeedsEncryption),
+                    QHostAddress(m_socket->peerAddress()));
+}
+
+bool Fetcher::mayLogIn(bool isEncrypted, bool needsEncryption, const QHostAddress &peer)
+{
+    return isEncrypted || !needsEncryption || peer.isLoopback();
 }
 
 void Fetcher::slotHostFound()

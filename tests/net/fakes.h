@@ -45,6 +45,7 @@ public:
     using Fetcher::connectionErrorText;
     using Fetcher::fail;
     using Fetcher::holdTimeLimit;
+    using Fetcher::isTimeLimitHeld;
     using Fetcher::logLine;
     using Fetcher::mayLogIn;
     using Fetcher::noteLoginRefused;
