@@ -116,6 +116,8 @@ public:
         return *m_fetcher;
     }
 
+    POPFetcher &fetcher() { return *m_fetcher; }
+
     /// Without the pauses of QTest::qWaitFor(), which would make byte by byte last for ever.
     bool waitForEnd()
     {

@@ -51,6 +51,9 @@ public:
     /// Whether one of the gone ones has @p size; then its header has to be looked at.
     bool hasGone(qint64 size) const { return m_renumbered && m_gone.contains(size); }
 
+    /// That message is in the listing, by a name that the server did not give.
+    void claim(const PopRecord &record) { m_gone.remove(record.size, record.identifier); }
+
     /// Gives the gone message with that size and header the new @p identifier. False: there is none.
     bool exchange(qint64 size, const QByteArray &header, const QByteArray &identifier);
 

@@ -103,6 +103,8 @@ const PopRecord *PopPlan::known(PopItem &item, const QByteArray &header)
 {
     const qint64 size = item.message.size;
     const PopRecord *record = m_memory.find(item.name);
+    if (record)
+        m_memory.claim(*record);
     if (record || header.isEmpty())
         return record;
     if (m_memory.exchange(size, header, item.name))
@@ -136,8 +138,13 @@ PopAction PopPlan::whole(PopItem &item)
     const IdentifierList::Entry wish = m_toFetch.find(item.name);
     if (wish.place.group != 0)
         item.place = wish.place;
-    item.deletesAfter = !m_rules.leavesOnServer || m_toDelete.contains(item.name);
+    item.deletesAfter = deletesWhole(item);
     return PopAction::Whole;
+}
+
+bool PopPlan::deletesWhole(const PopItem &item) const
+{
+    return !m_rules.leavesOnServer || m_toDelete.contains(item.name);
 }
 
 PopAction PopPlan::look(PopItem &item)

@@ -76,6 +76,9 @@ public:
     /// The server has no TOP: what was to be looked at, or fetched as a header, is decided anew.
     void setCannotLook();
 
+    /// Whether @p item is to be deleted on the server once it is here whole.
+    bool deletesWhole(const PopItem &item) const;
+
     /// What is to be remembered of @p item when it is here.
     PopRecord recordOf(const PopItem &item, const QByteArray &header) const;
 

@@ -31,9 +31,9 @@ void PopTransfer::finishCurrent()
 
 bool PopTransfer::isDone()
 {
-    if (!m_waiting)
+    if (m_underWay.empty() && !m_waiting)
         m_waiting = waiting();
-    return !m_waiting && m_underWay.empty();
+    return m_underWay.empty() && !m_waiting;
 }
 
 /// What to say next. Fetching begins when every header that was looked at has been decided on.
