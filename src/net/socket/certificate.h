@@ -10,15 +10,15 @@
 /// direction marks shown as escapes.
 struct CertificateInfo
 {
-    QByteArray sha256;      ///< of its DER form: 64 lower-case hexadecimal digits
-    QString commonName;     ///< of the subject
-    QString subject;        ///< in one line
-    QString issuer;         ///< in one line
-    QStringList names;      ///< of the hosts and addresses that it is for
-    qint64 validFrom = 0;   ///< seconds since 1970 UTC
-    qint64 validUntil = 0;  ///< the same
-    int version = 0;        ///< of the format: 3, as a rule
-    QByteArray serial = {}; ///< hexadecimal
+    QByteArray sha256;     ///< of its DER form: 64 lower-case hexadecimal digits
+    QString commonName;    ///< of the subject
+    QString subject;       ///< in one line
+    QString issuer;        ///< in one line
+    QStringList names;     ///< of the hosts and addresses that it is for
+    qint64 validFrom = 0;  ///< seconds since 1970 UTC
+    qint64 validUntil = 0; ///< the same
+    int version = 0;       ///< of the format: 3, as a rule
+    QByteArray serial;     ///< hexadecimal
 };
 
 enum class CertificateTextForm { Short, Long };

@@ -283,7 +283,7 @@ QByteArray GSocket::takeReceived()
 /// Reads and hands out in turn, so that only what is not yet a line waits here.
 void GSocket::slotReadyRead()
 {
-    if (m_handingOut || m_over)
+    if (m_handingOut || m_over || m_later.isActive()) // its turn comes
         return;
     m_handingOut = true;
     const quint64 serial = m_serial;
