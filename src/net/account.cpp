@@ -145,5 +145,7 @@ void Account::leave()
         fetcher->abandon();
     }
     m_desk->withdraw();
+    if (std::exchange(m_fetching, false))
+        emit fetchEnded(AccountFetchReason::Stopped, {});
     m_log.reset();
 }

@@ -46,6 +46,14 @@ private slots:
     void backup();
     void cannotBeWritten();
     void numbers();
+    void everyField();
+    void whatIsStillFree();
+    void separators_data();
+    void separators();
+    void forItsOwnersEyesOnly();
+    void aPasswordThatGoes_data();
+    void aPasswordThatGoes();
+    void chains();
 };
 
 void AccountsTest::theLine()
@@ -180,6 +188,166 @@ void AccountsTest::numbers()
     QCOMPARE(manager.add(batch(u"c"_s)), 7); // never one that was given before
     QCOMPARE(manager.add(batch(u"c"_s)), 0);
     QCOMPARE(manager.add(batch(u" "_s)), 0);
+}
+
+void AccountsTest::everyField()
+{
+    Scratch scratch;
+    AccountData account = batch(u"a"_s);
+    account.kind = AccountKind::Pop3;
+    account.user = u"ada"_s;
+    account.password = u"love lace"_s;
+    account.port = 995;
+    account.flags = AccountTls | AccountApop | AccountLeaveOnServer | AccountNeedsEncryption | AccountKeyring;
+    account.address = u"ada@example.org"_s;
+    account.sizeLimit = 512;
+    account.connections = 4;
+    account.group = 12;
+    account.identity = 3;
+    account.chained = 9;
+    account.daysOnServer = 14;
+    account.fetchInterval = 10;
+    AccountManager manager;
+    manager.load();
+    QCOMPARE(manager.add(account), 1);
+    QVERIFY(manager.save());
+    AccountManager again;
+    again.load();
+    const AccountData read = again.account(1)->data();
+    QCOMPARE(read.user, account.user);
+    QCOMPARE(read.password, account.password);
+    QCOMPARE(read.port, account.port);
+    QCOMPARE(read.flags, account.flags);
+    QCOMPARE(read.address, account.address);
+    QCOMPARE(read.sizeLimit, account.sizeLimit);
+    QCOMPARE(read.connections, account.connections);
+    QCOMPARE(read.group, account.group);
+    QCOMPARE(read.identity, account.identity);
+    QCOMPARE(read.chained, account.chained);
+    QCOMPARE(read.daysOnServer, account.daysOnServer);
+    QCOMPARE(read.fetchInterval, account.fetchInterval);
+}
+
+void AccountsTest::whatIsStillFree()
+{
+    Scratch scratch;
+    writeIndex("1\na\th\tu\tp\tA1\tT2\tF163\tN5\tV6\tSseven\tR8\tP99999999999\tC-1\nend\n");
+    AccountManager manager;
+    manager.load();
+    AccountData data = manager.account(1)->data();
+    QCOMPARE(data.port, std::numeric_limits<int>::max()); // and not what is left of it
+    data.set(AccountTls, true);
+    QVERIFY(manager.update(data));
+    QVERIFY(manager.save());
+    const QByteArray line = Scratch::read(indexPath());
+    for (const char *field : {"\tN5\t", "\tV6\t", "\tSseven\t", "\tR8\n", "\tF419\t"})
+        QVERIFY2(line.contains(field), field); // bits 0, 1, 5 and 7, too
+}
+
+void AccountsTest::separators_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("fits");
+    QTest::newRow("a tab") << u"a\tb"_s << false;
+    QTest::newRow("a line feed") << u"a\nend"_s << false;
+    QTest::newRow("a return") << u"a\r"_s << false;
+    QTest::newRow("blanks and a backslash") << u" a \\t b "_s << true;
+}
+
+void AccountsTest::separators()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, fits);
+    for (QString AccountData::*field :
+         {&AccountData::name, &AccountData::host, &AccountData::user, &AccountData::password}) {
+        Scratch scratch;
+        AccountManager manager;
+        manager.load();
+        AccountData account = batch(u"b"_s);
+        account.number = manager.add(account);
+        account.*field = text;
+        QCOMPARE(manager.faultOf(account), fits ? AccountFault::None : AccountFault::Separator);
+        QCOMPARE(manager.update(account), fits);
+        QCOMPARE(manager.account(account.number)->data().*field == text, fits);
+        account.name = field == &AccountData::name ? text : u"c"_s;
+        manager.remove(account.number);
+        QCOMPARE(manager.add(account) > 0, fits);
+        QVERIFY(manager.save());
+        AccountManager again;
+        again.load();
+        QCOMPARE(again.accounts().size(), fits ? 1u : 0u);
+    }
+}
+
+void AccountsTest::forItsOwnersEyesOnly()
+{
+    Scratch scratch;
+    const auto mode = [](const QString &path) { return int(QFile::permissions(path)) & 0x077; };
+    const auto open = [](const QString &path) {
+        return QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup |
+                                               QFile::ReadOther);
+    };
+    writeIndex("3\na\th\tu\tp\tA3\tT6\nend\n");
+    QVERIFY(open(indexPath()));
+    AccountManager manager;
+    manager.load();
+    QCOMPARE(mode(indexPath()), 0);
+    QCOMPARE(mode(indexPath() + u".backup"_s), 0);
+
+    QFile leftOver(indexPath() + u'~');
+    QVERIFY(leftOver.open(QIODevice::WriteOnly) && open(leftOver.fileName()));
+    leftOver.close();
+    QVERIFY(manager.add(batch(u"b"_s)) > 0);
+    QVERIFY(manager.save());
+    QCOMPARE(mode(indexPath()), 0);
+}
+
+void AccountsTest::aPasswordThatGoes_data()
+{
+    QTest::addColumn<int>("way");
+    QTest::newRow("changed") << 0;
+    QTest::newRow("taken away") << 1;
+    QTest::newRow("with its account") << 2;
+    QTest::newRow("into the keyring") << 3;
+}
+
+void AccountsTest::aPasswordThatGoes()
+{
+    QFETCH(int, way);
+    Scratch scratch;
+    writeIndex("3\na\th\tu\ts3cret\tA3\tT2\nend\n");
+    AccountManager manager;
+    manager.load();
+    QVERIFY(Scratch::read(indexPath() + u".backup"_s).contains("s3cret"));
+    AccountData data = manager.account(3)->data();
+    if (way == 0)
+        data.password = u"other"_s;
+    else
+        data.password.clear();
+    data.set(AccountKeyring, way == 3);
+    if (way == 2)
+        manager.remove(3);
+    else
+        QVERIFY(manager.update(data));
+    QVERIFY(manager.save());
+    QVERIFY(!Scratch::read(indexPath()).contains("s3cret"));
+    QVERIFY(!Scratch::read(indexPath() + u".backup"_s).contains("s3cret"));
+    QCOMPARE(Scratch::read(indexPath() + u".backup"_s), Scratch::read(indexPath()));
+}
+
+void AccountsTest::chains()
+{
+    Scratch scratch;
+    AccountManager manager;
+    manager.load();
+    const int first = manager.add(batch(u"a"_s));
+    AccountData second = batch(u"b"_s);
+    second.chained = first;
+    second.number = manager.add(second);
+    const QSignalSpy updated(&manager, &AccountManager::accountUpdated);
+    manager.remove(first);
+    QCOMPARE(manager.account(second.number)->data().chained, 0);
+    QCOMPARE(updated.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(AccountsTest)
