@@ -155,12 +155,28 @@ void AccountManager::remove(int number)
     account.release()->deleteLater();
 }
 
+void AccountManager::move(int number, int place)
+{
+    const auto found = std::find_if(m_accounts.begin(), m_accounts.end(),
+                                    [number](const auto &account) { return account->number() == number; });
+    if (found == m_accounts.end() || place < 0 || place >= int(m_accounts.size()))
+        return;
+    const auto target = m_accounts.begin() + place;
+    if (found < target)
+        std::rotate(found, found + 1, target + 1);
+    else
+        std::rotate(target, found, found + 1);
+    m_changed = true;
+    emit accountUpdated(m_accounts[std::size_t(place)].get());
+}
+
 /// Unless another account logs in with the same entry.
 void AccountManager::removeFromKeyring(const AccountData &data, int number)
 {
     const QString key = keyringKeyOf(data);
     const bool isShared = std::any_of(m_accounts.begin(), m_accounts.end(), [&](const auto &other) {
-        return other->number() != number && other->data().has(AccountKeyring) && keyringKeyOf(other->data()) == key;
+        return other->number() != number && other->data().has(AccountKeyring) &&
+               keyringKeyOf(other->data()) == key;
     });
     if (!isShared)
         m_keeper->remove(key, [](bool) {});

@@ -67,6 +67,9 @@ public:
     /// after 30 days; no password of it stays.
     void remove(int number);
 
+    /// Puts the account of that number at @p place of the list, from 0; accountUpdated() tells of it.
+    void move(int number, int place);
+
     /// @name Fetching
     /// @{
 
@@ -81,6 +84,10 @@ public:
 
     /// While on, no fetch begins: the program is closing.
     void setFetchesBlocked(bool blocked);
+
+    /// The end of the program: no fetch begins any more, and what runs ends here and now, with what has
+    /// arrived whole in the store.
+    void shutDown();
     bool areFetchesBlocked() const { return m_blocked; }
 
     /// Clients that run; those that only hold an idle connection do not count.
