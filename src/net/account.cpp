@@ -14,8 +14,10 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-constexpr qsizetype kShortestMasked = 4; ///< a shorter password would tear holes into every text
-}
+constexpr qsizetype kShortestMasked = 4;  ///< a shorter password would tear holes into every text
+constexpr qsizetype kLongestReply = 1000; ///< characters
+constexpr qsizetype kLongestLine = 8192;  ///< more than the file takes: what is masked may be long
+} // namespace
 
 Account::Account(AccountManager &manager, const AccountData &data)
     : m_manager(manager)
@@ -75,7 +77,7 @@ void Account::judge(const CertificateReport &report, bool attended, QObject *con
 
 void Account::loginRefused(const QString &reply)
 {
-    const QString said = withoutSecrets(reply.simplified());
+    const QString said = presentable(reply).simplified();
     m_desk->refused(said.isEmpty() ? tr("The server refused it") : said);
     setMark(AccountMark::LoginRefused, tr("'%1' refused the login: %2").arg(name(), said));
 }
@@ -104,6 +106,11 @@ QString Account::withoutSecrets(const QString &text) const
     return secret.size() < kShortestMasked ? text : QString(text).replace(secret, u"****"_s);
 }
 
+QString Account::presentable(const QString &reply) const
+{
+    return withoutSecrets(reply).left(kLongestReply).trimmed();
+}
+
 bool Account::isLogged() const
 {
     return boolSetting(Setting::EnableLogging) || boolSetting(Setting::GlobalLogIncludesFetchers);
@@ -113,7 +120,7 @@ void Account::log(const QString &text)
 {
     if (!isLogged())
         return;
-    const QString line = onOneLine(withoutCredentials(withoutSecrets(text)));
+    const QString line = onOneLine(withoutCredentials(withoutSecrets(text.left(kLongestLine))));
     if (boolSetting(Setting::GlobalLogIncludesFetchers))
         note(name() + u": "_s + line);
     if (!boolSetting(Setting::EnableLogging))

@@ -115,6 +115,9 @@ public:
     /// @p text without this account's password, should a server repeat it.
     QString withoutSecrets(const QString &text) const;
 
+    /// The same of what a server said, short enough for people.
+    QString presentable(const QString &reply) const;
+
 signals:
     void statusChanged(const QString &text);
     void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);

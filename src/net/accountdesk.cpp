@@ -180,18 +180,22 @@ void AccountDesk::certificateAnswered(const CertificateInfo &certificate, Certif
     const Judgement judgement = std::move(*asked);
     m_judgements.erase(asked);
     m_open = !m_judgements.empty() || !m_logins.empty();
-    if (answer != CertificateAnswer::Refuse)
+    if (answer == CertificateAnswer::AcceptOnce ||
+        (answer == CertificateAnswer::AcceptAlways && !acceptForGood(certificate)))
         m_acceptedOnce.insert(certificate.sha256);
-    if (answer == CertificateAnswer::AcceptAlways) {
-        AccountOptions options = m_account.options();
-        options.accept(certificate);
-        m_account.setOptions(options); // where that fails, it holds for this run
-    }
     const QPointer<AccountDesk> guard(this);
     for (const Judgement::Waiting &waiting : judgement.waiting) {
         if (waiting.context && guard)
             waiting.answer(answer != CertificateAnswer::Refuse);
     }
+}
+
+/// False: it cannot be written down, and holds for this run only.
+bool AccountDesk::acceptForGood(const CertificateInfo &certificate)
+{
+    AccountOptions options = m_account.options();
+    options.accept(certificate);
+    return m_account.setOptions(options);
 }
 
 void AccountDesk::contextGone()

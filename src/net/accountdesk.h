@@ -12,6 +12,7 @@
 #include <vector>
 
 class Account;
+struct AccountData;
 
 /// Where one account gets what its connections need from the keyring and from the user: the password and the
 /// word on a certificate. One question serves all who wait for its answer; whoever is gone by then is not
@@ -67,6 +68,7 @@ private:
     void endLogin(AccountFetchReason failure, const QString &detail);
     void askCertificate(const CertificateReport &report);
     void certificateAnswered(const CertificateInfo &certificate, CertificateAnswer answer);
+    bool acceptForGood(const CertificateInfo &certificate);
     void contextGone();
     void withdrawIfNobodyWaits();
 
@@ -81,5 +83,4 @@ private:
 };
 
 /// The name of an account's password in the keyring. Accounts of one user at one server share it.
-struct AccountData;
 QString keyringKeyOf(const AccountData &account);

@@ -96,8 +96,7 @@ void Account::loggedIn(const AccountFetchRequest &request, AccountFetchReason fa
 void Account::startClients(const AccountFetchRequest &request)
 {
     const bool isNews = kind() == AccountKind::Nntp;
-    const int wanted =
-        isNews && request.allConnections ? qBound(1, m_data.connections, kMostConnections) : 1;
+    const int wanted = isNews && request.allConnections ? qBound(1, m_data.connections, kMostConnections) : 1;
     const QPointer<Account> guard(this);
     ++m_busy; // a client that ends at once does not end the fetch before the others have begun
     for (int i = 0; i < wanted && guard; ++i) {
@@ -195,7 +194,7 @@ void Account::slotFetchError(Fetcher *fetcher, AccountFetchReason reason, const 
 
 void Account::recordFailure(AccountFetchReason reason, const QString &detail, bool attended)
 {
-    const QString said = withoutSecrets(onOneLine(detail.trimmed()));
+    const QString said = onOneLine(presentable(detail));
     if (m_reason == AccountFetchReason::None) {
         m_reason = reason;
         m_detail = said;

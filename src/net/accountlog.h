@@ -18,7 +18,8 @@ struct AccountLogLine
 AccountLogLine accountLogLine(const QString &text);
 
 /// The newest lines of the log of account @p number, the oldest first, from the earlier log as well where the
-/// present one is shorter than @p bytes. Empty: there is no log.
+/// present one is shorter than @p bytes. What Account::flushLog() has not brought to the disk is not among
+/// them. Empty: there is no log.
 QList<AccountLogLine> readAccountLog(int number, qint64 bytes = 512 * 1024);
 
 /// @p line of a log without what nobody may read there: of a command that carries a password or an answer to

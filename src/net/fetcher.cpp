@@ -9,6 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype kMostLogged = 8192; ///< bytes of a line, which may have millions
+
 std::vector<Fetcher *> &liveFetchers()
 {
     static std::vector<Fetcher *> fetchers;
@@ -97,7 +99,8 @@ void Fetcher::setStatus(const QString &text, bool log)
 void Fetcher::logLine(const char *direction, const QByteArray &line)
 {
     if (m_account && m_account->isLogged())
-        m_account->log(QLatin1String(direction) + QString::fromLatin1(line));
+        m_account->log(QLatin1String(direction) +
+                       QString::fromLatin1(line.first(qMin(line.size(), kMostLogged))));
 }
 
 QString Fetcher::connectionErrorText(int code)

@@ -13,54 +13,6 @@ using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(AccountKind)
 
-namespace {
-
-/// Accounts of a user, with clients that the test moves.
-struct Rig
-{
-    Rig()
-    {
-        manager.setFactory(&factory);
-        manager.setQuestions(&user);
-        manager.setPasswordKeeper(&keyring);
-        manager.load();
-    }
-
-    Account *add(const AccountData &data)
-    {
-        const int number = manager.add(data);
-        if (number == 0)
-            qFatal("the test's account has a fault");
-        return manager.account(number);
-    }
-
-    Account *addWithoutPassword(quint32 flags = 0)
-    {
-        AccountData data = accountData(u"a"_s);
-        data.password.clear();
-        data.flags = flags;
-        return add(data);
-    }
-
-    Scratch scratch;
-    FakeFactory factory;
-    FakeUser user;
-    FakeKeyring keyring;
-    AccountManager manager;
-};
-
-CertificateReport selfSigned(const QByteArray &digit)
-{
-    CertificateReport report;
-    report.host = u"pop.example"_s;
-    report.certificate.sha256 = digit.repeated(64);
-    report.certificate.commonName = u"pop.example"_s;
-    report.problems = {{CertificateProblemCode::SelfSigned, u"Self signed certificate"_s}};
-    return report;
-}
-
-} // namespace
-
 class DispatchTest : public QObject
 {
     Q_OBJECT
@@ -93,19 +45,6 @@ private slots:
     void stopping();
     void removedWhileFetching();
     void theListOfErrors();
-
-    // what the user is asked
-    void askedForThePassword_data();
-    void askedForThePassword();
-    void nobodyIsAsked();
-    void noPasswordGiven();
-    void thePasswordInTheKeyring();
-    void aPasswordAfterARefusal();
-    void certificates_data();
-    void certificates();
-    void oneQuestionServesAll();
-    void aChangedCertificate();
-    void questionsAreWithdrawn();
 };
 
 void DispatchTest::kinds_data()
@@ -134,7 +73,7 @@ void DispatchTest::kinds()
     QFETCH(AccountKind, kind);
     QFETCH(int, connections);
     QFETCH(int, clients);
-    Rig rig;
+    AccountRig rig;
     AccountData data = accountData(u"a"_s, kind);
     data.connections = connections;
     Account *account = rig.add(data);
@@ -188,7 +127,7 @@ void DispatchTest::whatIsDropped()
     QFETCH(quint32, flags);
     QFETCH(bool, online);
     QFETCH(bool, blocked);
-    Rig rig;
+    AccountRig rig;
     AccountData data = accountData(u"a"_s, kind);
     data.flags = flags;
     Account *account = rig.add(data);
@@ -199,7 +138,7 @@ void DispatchTest::whatIsDropped()
 
 void DispatchTest::theLimit()
 {
-    Rig rig;
+    AccountRig rig;
     setIntSetting(Setting::FetchConcurrency, 2);
     std::vector<Account *> accounts;
     for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
@@ -229,7 +168,7 @@ void DispatchTest::theLimit()
 
 void DispatchTest::anEqualRequestWaitsOnce()
 {
-    Rig rig;
+    AccountRig rig;
     setIntSetting(Setting::FetchConcurrency, 1);
     Account *first = rig.add(accountData(u"a"_s));
     Account *second = rig.add(accountData(u"b"_s));
@@ -246,7 +185,7 @@ void DispatchTest::anEqualRequestWaitsOnce()
 
 void DispatchTest::idleSessions()
 {
-    Rig rig;
+    AccountRig rig;
     Account *account = rig.add(accountData(u"a"_s));
     QVERIFY(account->openSession(true));
     const QPointer<FakeFetcher> session = rig.factory.last();
@@ -272,7 +211,7 @@ void DispatchTest::idleSessions()
 
 void DispatchTest::sessions()
 {
-    Rig rig;
+    AccountRig rig;
     Account *account = rig.addWithoutPassword();
     const QSignalSpy ended(account, &Account::sessionEnded);
     const QSignalSpy fetches(account, &Account::fetchEnded);
@@ -294,7 +233,7 @@ void DispatchTest::sessions()
 
 void DispatchTest::aClientThatCannotStart()
 {
-    Rig rig;
+    AccountRig rig;
     rig.factory.startsWell = false;
     Account *account = rig.add(accountData(u"a"_s));
     const QSignalSpy ended(account, &Account::fetchEnded);
@@ -307,7 +246,7 @@ void DispatchTest::aClientThatCannotStart()
 
 void DispatchTest::aKindThatCannotBeServed()
 {
-    Rig rig;
+    AccountRig rig;
     rig.factory.refused = {AccountKind::Nntp};
     Account *account = rig.add(accountData(u"news"_s, AccountKind::Nntp));
     const QSignalSpy ended(account, &Account::fetchEnded);
@@ -335,7 +274,7 @@ void DispatchTest::chains()
 {
     QFETCH(QList<int>, chained);
     for (const bool manual : {true, false}) {
-        Rig rig;
+        AccountRig rig;
         rig.factory.endAtOnce = true;
         setIntSetting(Setting::FetchConcurrency,
                       1); // in a ring the first one is free again when its turn comes
@@ -352,7 +291,7 @@ void DispatchTest::chains()
 
 void DispatchTest::intervals()
 {
-    Rig rig;
+    AccountRig rig;
     qint64 minute = 100;
     const ClockOverride clock([&minute] { return minute * 60'000; });
     AccountData data = accountData(u"a"_s);
@@ -380,7 +319,7 @@ void DispatchTest::intervals()
 
 void DispatchTest::aRefusedLogin()
 {
-    Rig rig;
+    AccountRig rig;
     qint64 minute = 100;
     const ClockOverride clock([&minute] { return minute * 60'000; });
     AccountData data = accountData(u"a"_s);
@@ -427,7 +366,7 @@ void DispatchTest::reasons()
     QFETCH(int, reason);
     QFETCH(QString, message);
     for (const bool silent : {true, false}) {
-        Rig rig;
+        AccountRig rig;
         setBoolSetting(Setting::SilentTransferErrors, silent);
         const ClockOverride clock([] { return qint64(7000'000); });
         Account *account = rig.add(accountData(u"a"_s));
@@ -454,7 +393,7 @@ void DispatchTest::reasons()
 
 void DispatchTest::unattendedFailuresLeaveAMark()
 {
-    Rig rig;
+    AccountRig rig;
     setBoolSetting(Setting::SilentTransferErrors, false);
     Account *account = rig.add(accountData(u"a"_s));
     const QSignalSpy marks(&rig.manager, &AccountManager::markChanged);
@@ -473,7 +412,7 @@ void DispatchTest::unattendedFailuresLeaveAMark()
 
 void DispatchTest::stopping()
 {
-    Rig rig;
+    AccountRig rig;
     setIntSetting(Setting::FetchConcurrency, 2);
     Account *news = rig.add([] {
         AccountData data = accountData(u"news"_s, AccountKind::Nntp);
@@ -498,7 +437,7 @@ void DispatchTest::stopping()
 
 void DispatchTest::removedWhileFetching()
 {
-    Rig rig;
+    AccountRig rig;
     Account *account = rig.add(accountData(u"a"_s));
     const QPointer<Account> guard(account);
     account->fetch(true, true);
@@ -525,7 +464,7 @@ void DispatchTest::removedWhileFetching()
 
 void DispatchTest::theListOfErrors()
 {
-    Rig rig;
+    AccountRig rig;
     for (int i = 0; i < int(TransferErrors::kMost) + 3; ++i)
         rig.manager.errors().add({1, u"a\tb"_s, 7000 + i, AccountFetchReason::TimedOut, u"x\ny"_s, u"end"_s});
     QCOMPARE(rig.manager.errors().all().size(), TransferErrors::kMost);
@@ -542,228 +481,6 @@ void DispatchTest::theListOfErrors()
     TransferErrors empty;
     empty.load();
     QVERIFY(empty.all().empty());
-}
-
-void DispatchTest::askedForThePassword_data()
-{
-    QTest::addColumn<PasswordKeeping>("keeping");
-    QTest::addColumn<QString>("inFile");
-    QTest::addColumn<int>("inKeyring");
-    QTest::newRow("for this run") << PasswordKeeping::ThisRun << QString() << 0;
-    QTest::newRow("in the accounts file") << PasswordKeeping::AccountsFile << u"s3cret"_s << 0;
-    QTest::newRow("in the keyring") << PasswordKeeping::Keyring << QString() << 1;
-}
-
-void DispatchTest::askedForThePassword()
-{
-    QFETCH(PasswordKeeping, keeping);
-    Rig rig;
-    Account *account = rig.addWithoutPassword();
-    QCOMPARE(account->fetch(true, true), FetchAnswer::Begun);
-    QTRY_COMPARE(rig.user.passwords.size(), 1u);
-    QCOMPARE(rig.user.passwords[0].user, u"ada"_s);
-    QVERIFY(rig.user.passwords[0].hasKeyring);
-    QVERIFY(rig.user.passwords[0].refusal.isEmpty());
-    QVERIFY(account->isFetching());
-    QCOMPARE(account->fetch(true, true), FetchAnswer::Nothing); // one question is enough
-    QVERIFY(rig.factory.made.empty());
-    rig.user.passwordAnswer(u"s3cret"_s, keeping);
-    QCOMPARE(rig.factory.last()->passwordAtStart, u"s3cret"_s);
-    rig.factory.last()->complete(false);
-    QCOMPARE(account->fetch(false, true), FetchAnswer::Begun); // it is known for the run
-    QCOMPARE(rig.user.passwords.size(), 1u);
-    QTEST(account->data().password, "inFile");
-    QTEST(int(rig.keyring.entries.size()), "inKeyring");
-
-    AccountManager later;
-    later.load();
-    QTEST(later.accounts().empty() ? QString() : later.accounts().front()->data().password, "inFile");
-}
-
-void DispatchTest::nobodyIsAsked()
-{
-    Rig rig;
-    AccountData data = accountData(u"a"_s);
-    data.password.clear();
-    data.fetchInterval = 10;
-    Account *account = rig.add(data);
-    const QSignalSpy ended(account, &Account::fetchEnded);
-    rig.manager.fetchWhatIsDue();
-    QCOMPARE(ended.size(), 1);
-    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
-    QVERIFY(rig.user.passwords.empty());
-    QCOMPARE(account->mark(), AccountMark::PasswordWanted);
-    rig.manager.fetchWhatIsDue();
-    QCOMPARE(account->fetch(false, true), FetchAnswer::Nothing); // once is enough
-    QCOMPARE(ended.size(), 1);
-    account->fetch(true, true);
-    QTRY_COMPARE(rig.user.passwords.size(), 1u);
-    QCOMPARE(account->mark(), AccountMark::None);
-
-    AccountData open = accountData(u"relay"_s, AccountKind::Smtp);
-    open.user.clear();
-    open.password.clear();
-    QCOMPARE(rig.add(open)->fetch(false, false), FetchAnswer::Begun); // who has no name logs in nowhere
-    QCOMPARE(rig.factory.made.size(), 1u);
-}
-
-void DispatchTest::noPasswordGiven()
-{
-    Rig rig;
-    Account *account = rig.addWithoutPassword();
-    const QSignalSpy ended(account, &Account::fetchEnded);
-    account->fetch(true, true);
-    QTRY_COMPARE(rig.user.passwords.size(), 1u);
-    rig.user.passwordAnswer({}, PasswordKeeping::AccountsFile);
-    QCOMPARE(ended.size(), 1);
-    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
-    QVERIFY(rig.factory.made.empty());
-    QVERIFY(!account->isFetching());
-}
-
-void DispatchTest::thePasswordInTheKeyring()
-{
-    Rig rig;
-    Account *account = rig.addWithoutPassword(AccountKeyring);
-    rig.keyring.entries.insert(u"pop3://ada@pop.example"_s, u"from the ring"_s);
-    account->fetch(false, true);
-    QTRY_COMPARE(rig.factory.made.size(), 1u);
-    QCOMPARE(rig.factory.last()->passwordAtStart, u"from the ring"_s);
-    QVERIFY(rig.user.passwords.empty());
-    rig.factory.last()->complete(false);
-
-    AccountData data = account->data();
-    data.host = u"Mail.Example"_s;
-    QVERIFY(rig.manager.update(data)); // the entry follows
-    QTRY_COMPARE(rig.keyring.entries.keys(), QStringList{u"pop3://ada@mail.example"_s});
-    data.name = u"twin"_s;
-    Account *twin = rig.add(data);
-    rig.manager.remove(twin->number());
-    QCOMPARE(rig.keyring.entries.size(), 1); // the other one still needs it
-    rig.manager.remove(account->number());
-    QVERIFY(rig.keyring.entries.isEmpty());
-}
-
-void DispatchTest::aPasswordAfterARefusal()
-{
-    Rig rig;
-    Account *account = rig.add(accountData(u"a"_s));
-    account->fetch(true, true);
-    rig.factory.last()->noteLoginRefused(u"-ERR go away"_s);
-    rig.factory.last()->fail(AccountFetchReason::Unexpected, u"-ERR go away"_s, false);
-    QVERIFY(rig.user.passwords.empty());
-    account->fetch(true, true); // asked anew, though one is stored
-    QTRY_COMPARE(rig.user.passwords.size(), 1u);
-    QCOMPARE(rig.user.passwords[0].refusal, u"-ERR go away"_s);
-    rig.user.passwordAnswer(u"right"_s, PasswordKeeping::AccountsFile);
-    QCOMPARE(rig.factory.last()->passwordAtStart, u"right"_s);
-    const QString index = configPathOf(u"Accounts/Index"_s);
-    QVERIFY(Scratch::read(index).contains("\tright\t"));
-    QVERIFY(!Scratch::read(index + u".backup"_s).contains("lovelace"));
-}
-
-void DispatchTest::certificates_data()
-{
-    QTest::addColumn<CertificateAnswer>("answer");
-    QTest::addColumn<bool>("goesOn");
-    QTest::addColumn<bool>("asksAgainInThisRun");
-    QTest::addColumn<bool>("asksAgainInTheNext");
-    QTest::newRow("refused") << CertificateAnswer::Refuse << false << true << true;
-    QTest::newRow("accepted once") << CertificateAnswer::AcceptOnce << true << false << true;
-    QTest::newRow("accepted for good") << CertificateAnswer::AcceptAlways << true << false << false;
-}
-
-void DispatchTest::certificates()
-{
-    QFETCH(CertificateAnswer, answer);
-    Rig rig;
-    Account *account = rig.add(accountData(u"a"_s));
-    QObject context;
-    std::optional<bool> accepted;
-    const auto take = [&accepted](bool accept) { accepted = accept; };
-    account->judge(selfSigned("a"), true, &context, take);
-    QVERIFY(!accepted);
-    QCOMPARE(rig.user.certificates.size(), 1u);
-    QVERIFY(!rig.user.certificates[0].known);
-    rig.user.certificateAnswer(answer);
-    QVERIFY(accepted);
-    QTEST(*accepted, "goesOn");
-    account->judge(selfSigned("a"), true, &context, take);
-    QTEST(rig.user.certificates.size() == 2, "asksAgainInThisRun");
-    account->judge(selfSigned("b"), true, &context, take); // another one is another question
-    QVERIFY(rig.user.certificates.size() >= 2);
-
-    QVERIFY(rig.manager.save());
-    FakeUser asked;
-    AccountManager later;
-    later.setQuestions(&asked);
-    later.load();
-    later.accounts().front()->judge(selfSigned("a"), true, &context, take);
-    QTEST(!asked.certificates.empty(), "asksAgainInTheNext");
-
-    CertificateReport fine = selfSigned("c");
-    fine.problems.clear();
-    accepted.reset();
-    account->judge(fine, false, &context, take);
-    QCOMPARE(accepted, std::optional(true));
-}
-
-void DispatchTest::oneQuestionServesAll()
-{
-    Rig rig;
-    setBoolSetting(Setting::AlwaysTrust, true); // has nothing to do with it
-    Account *account = rig.add(accountData(u"a"_s));
-    QObject first;
-    auto second = std::make_unique<QObject>();
-    int accepted = 0;
-    const auto count = [&accepted](bool accept) { accepted += accept ? 1 : 100; };
-    account->judge(selfSigned("a"), true, &first, count);
-    account->judge(selfSigned("a"), true, second.get(), count);
-    QCOMPARE(rig.user.certificates.size(), 1u);
-    second.reset(); // who is gone is not answered
-    rig.user.certificateAnswer(CertificateAnswer::AcceptOnce);
-    QCOMPARE(accepted, 1);
-    account->judge(selfSigned("d"), false, &first, count); // unattended: refused, with a mark
-    QCOMPARE(accepted, 101);
-    QCOMPARE(account->mark(), AccountMark::CertificateRefused);
-    QCOMPARE(rig.user.certificates.size(), 1u);
-}
-
-void DispatchTest::aChangedCertificate()
-{
-    Rig rig;
-    Account *account = rig.add(accountData(u"a"_s));
-    QObject context;
-    account->judge(selfSigned("a"), true, &context, [](bool) {});
-    rig.user.certificateAnswer(CertificateAnswer::AcceptAlways);
-    account->judge(selfSigned("b"), true, &context, [](bool) {});
-    QCOMPARE(rig.user.certificates.size(), 2u);
-    QVERIFY(rig.user.certificates[1].known);
-    QCOMPARE(rig.user.certificates[1].known->sha256, QByteArray("a").repeated(64));
-    QCOMPARE(rig.user.certificates[1].known->commonName, u"pop.example"_s);
-}
-
-void DispatchTest::questionsAreWithdrawn()
-{
-    Rig rig;
-    Account *account = rig.addWithoutPassword();
-    const QSignalSpy ended(account, &Account::fetchEnded);
-    account->fetch(true, true);
-    QTRY_COMPARE(rig.user.passwords.size(), 1u);
-    account->stop();
-    QCOMPARE(rig.user.withdrawn, QList<int>{account->number()});
-    QCOMPARE(ended.size(), 1);
-    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
-    rig.user.passwordAnswer(u"too late"_s, PasswordKeeping::AccountsFile);
-    QVERIFY(account->password().isEmpty());
-    QVERIFY(rig.factory.made.empty());
-
-    auto context = std::make_unique<QObject>();
-    account->judge(selfSigned("a"), true, context.get(), [](bool) { QFAIL("nobody is there"); });
-    context.reset();
-    QCOMPARE(rig.user.withdrawn.size(), 2);
-    rig.user.certificateAnswer(CertificateAnswer::AcceptAlways);
-    QVERIFY(account->options().accepted.empty());
 }
 
 QTEST_GUILESS_MAIN(DispatchTest)

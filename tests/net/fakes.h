@@ -6,6 +6,8 @@
 #include "net/passwordkeeper.h"
 #include "net/questions.h"
 
+#include "support/scratch.h"
+
 #include <QHash>
 #include <QPointer>
 #include <QTimer>
@@ -157,3 +159,37 @@ inline AccountData accountData(const QString &name, AccountKind kind = AccountKi
     account.port = 110;
     return account;
 }
+
+/// Accounts of a user, with clients that the test moves.
+struct AccountRig
+{
+    AccountRig()
+    {
+        manager.setFactory(&factory);
+        manager.setQuestions(&user);
+        manager.setPasswordKeeper(&keyring);
+        manager.load();
+    }
+
+    Account *add(const AccountData &data)
+    {
+        const int number = manager.add(data);
+        if (number == 0)
+            qFatal("the test's account has a fault");
+        return manager.account(number);
+    }
+
+    Account *addWithoutPassword(quint32 flags = 0)
+    {
+        AccountData data = accountData(QStringLiteral("a"));
+        data.password.clear();
+        data.flags = flags;
+        return add(data);
+    }
+
+    Scratch scratch;
+    FakeFactory factory;
+    FakeUser user;
+    FakeKeyring keyring;
+    AccountManager manager;
+};
