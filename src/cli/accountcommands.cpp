@@ -1,16 +1,47 @@
 #include "cli/arguments.h"
 #include "cli/command.h"
-#include "config/terminationsignals.h"
-#include "engine/batchfetch.h"
+#include "cli/passwordfile.h"
+#include "net/accountoptions.h"
 
 #include <QDir>
-#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int kDefaultInterval = 10; ///< minutes
+constexpr int kMostPort = 65535;
+
+struct TlsRow
+{
+    const char *word;
+    quint32 flags;
+    int popPort;
+};
+constexpr std::array kTls = {
+    TlsRow{"none", 0, 110},
+    TlsRow{"starttls", AccountStartTls | AccountNeedsEncryption, 110},
+    TlsRow{"tls", AccountTls | AccountNeedsEncryption, 995},
+};
+constexpr const TlsRow &kDefaultTls = kTls.back();
+
+const TlsRow *tlsOf(const QString &word)
+{
+    const auto found = std::find_if(kTls.begin(), kTls.end(),
+                                    [&](const TlsRow &row) { return word == QLatin1String(row.word); });
+    return word.isEmpty() ? &kDefaultTls : found == kTls.end() ? nullptr : found;
+}
+
+QString tlsWord(const AccountData &account)
+{
+    if (account.has(AccountTls))
+        return u"tls"_s;
+    return account.has(AccountStartTls) ? u"starttls"_s : u"none"_s;
+}
 
 Row describeAccount(const AccountData &account)
 {
@@ -20,43 +51,145 @@ Row describeAccount(const AccountData &account)
         .add("kind", QString::fromLatin1(kAccountKinds[std::size_t(account.kind)].word))
         .add("host", account.host)
         .add("port", account.port)
-        .add("tls", (account.flags & AccountTls) != 0 ? u"tls"_s : u"none"_s);
+        .add("tls", tlsWord(account));
     return row;
+}
+
+/// An account as the words want it, besides its number and its password.
+struct NewAccount
+{
+    AccountData data;
+    AccountOptions options;
+    QString problem; ///< of the usage; empty when there is none
+};
+
+/// What is said of the connection.
+void takeConnection(NewAccount &account, const Arguments &arguments)
+{
+    const TlsRow *tls = tlsOf(arguments.value("--tls"));
+    if (!tls) {
+        account.problem = u"--tls is none, starttls or tls"_s;
+        return;
+    }
+    account.data.flags |= tls->flags;
+    account.data.port = tls->popPort;
+    if (arguments.has("--port")) {
+        const QString port = arguments.value("--port");
+        account.data.port = Session::isNumber(port) ? port.toInt() : 0;
+        if (account.data.port < 1 || account.data.port > kMostPort)
+            account.problem = u"--port is a number from 1 to %1"_s.arg(kMostPort);
+    }
+    if (arguments.has("--ca-file")) {
+        account.options.caFile = QDir::current().absoluteFilePath(arguments.value("--ca-file"));
+        if (!QFileInfo(account.options.caFile).isReadable())
+            account.problem = u"--ca-file '%1' cannot be read"_s.arg(arguments.value("--ca-file"));
+    }
+    if (arguments.has("--fingerprint")) {
+        CertificateInfo certificate;
+        certificate.sha256 = fingerprintOf(arguments.value("--fingerprint"));
+        account.options.accept(certificate);
+        if (certificate.sha256.isEmpty())
+            account.problem = u"--fingerprint is a SHA-256, 64 hexadecimal digits"_s;
+    }
+}
+
+void takeServer(NewAccount &account, const Arguments &arguments)
+{
+    AccountData &data = account.data;
+    data.user = arguments.value("--user");
+    if (data.user.isEmpty()) {
+        account.problem = u"an account of this kind wants --user"_s;
+        return;
+    }
+    if (data.user.contains(u'@'))
+        data.address = data.user;
+    data.set(AccountApop, arguments.has("--apop"));
+    data.set(AccountLeaveOnServer, arguments.has("--leave-on-server"));
+    takeConnection(account, arguments);
+}
+
+/// A batch file is a path and nothing else.
+void takeBatchFile(NewAccount &account, const Arguments &arguments)
+{
+    account.data.host = QDir::current().absoluteFilePath(account.data.host);
+    for (const char *option : {"--port", "--user", "--password-file", "--tls", "--ca-file", "--apop",
+                               "--leave-on-server", "--fingerprint"}) {
+        if (arguments.has(option))
+            account.problem = u"a batch file takes no %1"_s.arg(QLatin1String(option));
+    }
+}
+
+NewAccount newAccount(const Arguments &arguments)
+{
+    NewAccount account;
+    AccountData &data = account.data;
+    data.name = arguments.value("--name");
+    data.host = arguments.value("--host");
+    data.kind = accountKindOf(arguments.value("--kind"));
+    data.fetchInterval = kDefaultInterval;
+    if (data.kind == AccountKind::None)
+        account.problem = u"--kind '%1' is not known"_s.arg(arguments.value("--kind"));
+    else if (data.name.trimmed().isEmpty() || data.host.isEmpty())
+        account.problem = u"account add wants --kind, --name and --host"_s;
+    else if (data.kind == AccountKind::BatchFile)
+        takeBatchFile(account, arguments);
+    else
+        takeServer(account, arguments);
+    return account;
+}
+
+QString textOf(AccountFault fault, const AccountData &account)
+{
+    switch (fault) {
+    case AccountFault::None: break;
+    case AccountFault::NoName: return u"account add wants --kind, --name and --host"_s;
+    case AccountFault::NameTaken: return u"There is an account '%1' already"_s.arg(account.name);
+    case AccountFault::Separator:
+        return u"--name, --host, --user and the password are on one line and have no tabs"_s;
+    }
+    return {};
+}
+
+/// Enters it and writes everything, or leaves nothing of it behind.
+bool enter(Session &session, const NewAccount &account, int &number)
+{
+    AccountManager &accounts = session.engine().accounts();
+    number = accounts.add(account.data);
+    if (number == 0)
+        return false;
+    const bool hasOptions = !account.options.caFile.isEmpty() || !account.options.accepted.empty();
+    if ((!hasOptions || accounts.account(number)->setOptions(account.options)) && accounts.save())
+        return true;
+    accounts.remove(number);
+    return false;
 }
 
 ExitStatus addAccount(Session &session, const Arguments &arguments)
 {
-    AccountData account;
-    account.name = arguments.value("--name");
-    account.host = arguments.value("--host");
-    account.kind = accountKindOf(arguments.value("--kind"));
-    account.fetchInterval = kDefaultInterval;
-    if (account.kind == AccountKind::None)
-        return wrongUsage(session, u"--kind '%1' is not known"_s.arg(arguments.value("--kind")));
-    if (account.name.trimmed().isEmpty() || account.host.isEmpty())
-        return wrongUsage(session, u"account add wants --kind, --name and --host"_s);
-    const auto endsField = [](QChar c) { return c == u'\t' || c == u'\n' || c == u'\r'; };
-    for (const QString &text : {account.name, account.host}) {
-        if (std::any_of(text.begin(), text.end(), endsField))
-            return wrongUsage(session, u"--name and --host are on one line and have no tabs"_s);
-    }
-    if (account.kind != AccountKind::BatchFile) {
-        session.output().complain(
-            u"Accounts of kind '%1' cannot be set up yet; batch files can"_s.arg(arguments.value("--kind")));
+    NewAccount account = newAccount(arguments);
+    if (!account.problem.isEmpty())
+        return wrongUsage(session, account.problem);
+    if (account.data.kind != AccountKind::BatchFile && account.data.kind != AccountKind::Pop3) {
+        session.output().complain(u"Accounts of kind '%1' cannot be set up yet; pop3 and batch can"_s.arg(
+            arguments.value("--kind")));
         return ExitStatus::Failed;
     }
-    account.host = QDir::current().absoluteFilePath(account.host);
+    if (arguments.has("--password-file") &&
+        !readPasswordFile(session.output(), arguments.value("--password-file"), account.data.password))
+        return ExitStatus::Failed;
     if (!session.open(Session::Purpose::Write))
         return ExitStatus::Failed;
-    AccountManager &accounts = session.engine().accounts();
-    const int number = accounts.add(account);
-    if (number == 0) {
-        session.output().complain(u"There is an account '%1' already"_s.arg(account.name));
+    const AccountFault fault = session.engine().accounts().faultOf(account.data);
+    if (fault == AccountFault::Separator)
+        return wrongUsage(session, textOf(fault, account.data));
+    if (fault != AccountFault::None) {
+        session.output().complain(textOf(fault, account.data));
         return ExitStatus::Failed;
     }
-    if (!accounts.save())
+    int number = 0;
+    if (!enter(session, account, number))
         return ExitStatus::Failed;
-    session.output().row(describeAccount(accounts.account(number)->data()));
+    session.output().row(describeAccount(session.engine().accounts().account(number)->data()));
     session.output().endTable();
     return ExitStatus::Done;
 }
@@ -90,70 +223,6 @@ ExitStatus removeAccount(Session &session, const QString &name)
     return ExitStatus::Done;
 }
 
-/// The named accounts, or all that take part, and behind them those that are chained to them. Empty after a
-/// complaint.
-std::optional<std::vector<AccountData>> accountsToFetch(Session &session, const QStringList &names)
-{
-    const AccountManager &manager = session.engine().accounts();
-    std::vector<AccountData> accounts;
-    for (const QString &name : names) {
-        const Account *account = manager.find(name);
-        if (!account) {
-            session.output().complain(u"There is no account '%1'"_s.arg(name));
-            return {};
-        }
-        accounts.push_back(account->data());
-    }
-    const auto takesPart = [](const AccountData &account) {
-        return account.isIncoming() && (account.flags & AccountLeftOut) == 0;
-    };
-    if (names.isEmpty())
-        std::ranges::copy_if(manager.all(), std::back_inserter(accounts), takesPart);
-    for (std::size_t i = 0; i < accounts.size(); ++i) {
-        const Account *chained = manager.account(accounts[i].chained);
-        const auto isChained = [&](const AccountData &account) {
-            return account.number == chained->number();
-        };
-        if (chained && takesPart(chained->data()) &&
-            std::none_of(accounts.begin(), accounts.end(), isChained))
-            accounts.push_back(chained->data());
-    }
-    return accounts;
-}
-
-/// What keeps an account from being fetched; empty when nothing does.
-QString fetchProblem(const AccountData &account)
-{
-    if (account.kind != AccountKind::BatchFile)
-        return u"Account '%1' is of a kind that cannot be fetched yet"_s.arg(account.name);
-    if ((account.flags & AccountLeftOut) != 0)
-        return u"Account '%1' is left out of fetches"_s.arg(account.name);
-    return {};
-}
-
-bool fetchAccount(Session &session, const AccountData &account)
-{
-    if (const QString problem = fetchProblem(account); !problem.isEmpty()) {
-        session.output().complain(problem);
-        return false;
-    }
-    QElapsedTimer timer;
-    timer.start();
-    BatchFetch fetch(session.engine().delivery(), account);
-    const bool ok = session.run(fetch) == Task::State::Done;
-    Row row;
-    row.add("account", account.name)
-        .add("ok", ok)
-        .add("reason", ok ? 0 : BatchFetch::kReason)
-        .add("detail", fetch.problem())
-        .add("received", fetch.received())
-        .add("bytes", fetch.bytes())
-        .add("seconds", double(timer.elapsed()) / 1000);
-    session.output().row(row);
-    session.output().endRows();
-    return ok;
-}
-
 } // namespace
 
 ExitStatus runAccount(Session &session, const QStringList &words)
@@ -171,25 +240,4 @@ ExitStatus runAccount(Session &session, const QStringList &words)
     if (verb == u"remove" && arguments.plain().size() == 1)
         return removeAccount(session, arguments.plain().first());
     return wrongUsage(session, u"account wants add, list or remove NAME"_s);
-}
-
-ExitStatus runFetch(Session &session, const QStringList &words)
-{
-    const Arguments arguments(words, {}, {});
-    if (!arguments.problem().isEmpty())
-        return wrongUsage(session, arguments.problem());
-    if (!session.open(Session::Purpose::Write))
-        return ExitStatus::Failed;
-    const auto accounts = accountsToFetch(session, arguments.plain());
-    if (!accounts)
-        return ExitStatus::Failed;
-    ExitStatus status = ExitStatus::Done;
-    for (const AccountData &account : *accounts) {
-        if (TerminationSignals::isRequested())
-            break;
-        if (!fetchAccount(session, account))
-            status = ExitStatus::Failed;
-    }
-    session.output().endTable();
-    return status;
 }

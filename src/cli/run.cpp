@@ -13,7 +13,11 @@ namespace {
 
 constexpr Command kCommands[] = {
     {"parse", "[FILE...]", "describe message files, or standard input", &runParse},
-    {"account", "add --kind batch --name N --host PATH | list | remove NAME", "set up accounts", &runAccount},
+    {"account",
+     "add --kind pop3|batch --name N --host H [--port P] [--user U] [--password-file F] [--tls "
+     "none|starttls|tls] "
+     "[--ca-file F] [--apop] [--leave-on-server] [--fingerprint HEX] | list | remove NAME",
+     "set up accounts", &runAccount},
     {"fetch", "[NAME...]", "fetch the mail of the named accounts, or of all", &runFetch},
     {"groups", "", "list the groups", &runGroups},
     {"list", "GROUP [--threads]", "list the messages of a group", &runList},

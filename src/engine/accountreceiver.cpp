@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 AccountReceiver::AccountReceiver(Delivery &delivery, const AccountData &account)
-    : m_delivery(delivery)
+    : m_delivery(&delivery)
     , m_account(account.number)
     , m_batch(delivery, account)
 {}
@@ -16,15 +16,17 @@ AccountReceiver::AccountReceiver(Delivery &delivery, const AccountData &account)
 /// What is stored is made safe; the journal tells the next session of it.
 AccountReceiver::~AccountReceiver()
 {
+    if (!m_delivery)
+        return;
     if (!flush())
         note(u"The last messages for account %1 may have to be fetched again"_s.arg(m_account));
-    m_delivery.announce();
+    m_delivery->announce();
 }
 
 std::optional<QList<QByteArray>> AccountReceiver::recover()
 {
     ArrivalJournal journal(m_account);
-    if (!journal.settle([this](int number) { return m_delivery.store().group(number); }))
+    if (!m_delivery || !journal.settle([this](int number) { return m_delivery->store().group(number); }))
         return {};
     m_hasArrived = true;
     return journal.arrived();
@@ -58,7 +60,9 @@ void AccountReceiver::remembered()
 
 bool AccountReceiver::completeWhatWaits()
 {
-    GroupStore &store = m_delivery.store();
+    if (m_completions.empty() || !m_delivery)
+        return m_completions.empty();
+    GroupStore &store = m_delivery->store();
     store.settleTransfer(); // they are looked up where they stay
     std::vector<GroupStore::WholeMessage> whole;
     for (const Completion &completion : std::exchange(m_completions, {})) {
@@ -72,7 +76,7 @@ bool AccountReceiver::completeWhatWaits()
     std::vector<DeliveredMessage> delivered;
     for (GroupStore::WholeMessage &message : whole)
         delivered.push_back({message.place, std::move(message.text), m_account, false, true});
-    m_delivery.handOn(std::move(delivered));
+    m_delivery->handOn(std::move(delivered));
     return completed;
 }
 
@@ -82,7 +86,7 @@ MessageRef AccountReceiver::find(const Completion &completion) const
     const MessageRef place{completion.place.group, completion.place.article};
     if (waits(place, completion.identifier))
         return place;
-    for (const MessageIndex::Place &known : m_delivery.store().findMessage(completion.text.messageId())) {
+    for (const MessageIndex::Place &known : m_delivery->store().findMessage(completion.text.messageId())) {
         const MessageRef other{known.group, known.article};
         if (waits(other, completion.identifier))
             return other;
@@ -93,7 +97,7 @@ MessageRef AccountReceiver::find(const Completion &completion) const
 /// For a message without a Message-ID, which no index knows.
 MessageRef AccountReceiver::findEverywhere(const QByteArray &identifier) const
 {
-    for (Group *group : m_delivery.store().groups()) {
+    for (Group *group : m_delivery->store().groups()) {
         for (int row = group->rowCount() - 1; row >= 0; --row) {
             if (!group->row(row).has(Mark::HeaderOnly) || group->row(row).idHash() != 0)
                 continue;
@@ -107,7 +111,7 @@ MessageRef AccountReceiver::findEverywhere(const QByteArray &identifier) const
 
 bool AccountReceiver::waits(MessageRef place, const QByteArray &identifier) const
 {
-    Group *group = m_delivery.store().group(place.group);
+    Group *group = m_delivery->store().group(place.group);
     const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
     if (!overview || !overview->has(Mark::HeaderOnly))
         return false;

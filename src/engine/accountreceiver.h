@@ -32,7 +32,7 @@ private:
     MessageRef findEverywhere(const QByteArray &identifier) const;
     bool waits(MessageRef place, const QByteArray &identifier) const;
 
-    Delivery &m_delivery;
+    const QPointer<Delivery> m_delivery;
     const int m_account;
     ArrivalBatch m_batch;
     std::vector<Completion> m_completions;

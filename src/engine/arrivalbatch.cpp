@@ -7,11 +7,19 @@
 #include <utility>
 
 ArrivalBatch::ArrivalBatch(Delivery &delivery, const AccountData &account)
-    : m_delivery(delivery)
+    : m_delivery(&delivery)
     , m_account(account.number)
     , m_groupNumber(account.group)
     , m_journal(account.number)
-{}
+{
+    delivery.enter(this);
+}
+
+ArrivalBatch::~ArrivalBatch()
+{
+    if (m_delivery)
+        m_delivery->leave(this);
+}
 
 bool ArrivalBatch::store(const QByteArray &identifier, const Message &message, Arrival arrival)
 {
@@ -27,7 +35,7 @@ bool ArrivalBatch::storeHeader(const QByteArray &identifier, QByteArrayView head
         .account = m_account, .time = clockSeconds(), .marks = Mark::HeaderOnly, .serverSize = serverSize};
     if (text.isNull())
         return false;
-    const Message shown = m_delivery.hasHooks() ? Message(header.toByteArray()) : Message();
+    const Message shown = m_delivery && m_delivery->hasHooks() ? Message(header.toByteArray()) : Message();
     return put(identifier, Message(text), shown, arrival);
 }
 
@@ -38,14 +46,14 @@ bool ArrivalBatch::put(const QByteArray &identifier, const Message &message, Mes
         report(ReportLevel::Warning, "Unable to write file '%s'", qUtf8Printable(m_journal.path()));
         return false;
     }
-    const quint32 article = m_delivery.add(*m_group, message, arrival);
+    const quint32 article = m_delivery->add(*m_group, message, arrival);
     if (article == 0)
         return false;
     DeliveredMessage delivered;
     delivered.place = {m_group->number(), article};
     delivered.account = m_account;
     delivered.headerOnly = arrival.marks.testFlag(Mark::HeaderOnly);
-    if (m_delivery.hasHooks())
+    if (m_delivery->hasHooks())
         delivered.text = std::move(shown);
     m_stored.push_back(std::move(delivered));
     return true;
@@ -54,9 +62,9 @@ bool ArrivalBatch::put(const QByteArray &identifier, const Message &message, Mes
 /// A batch goes into one group: when that vanishes on the way, what was stored there has gone with it.
 bool ArrivalBatch::begin()
 {
-    if (m_isOpen)
-        return !m_group.isNull();
-    Group &group = m_delivery.groupFor(m_groupNumber);
+    if (m_isOpen || !m_delivery)
+        return m_delivery && !m_group.isNull();
+    Group &group = m_delivery->groupFor(m_groupNumber);
     m_group = &group;
     m_isOpen = m_journal.begin(group);
     return m_isOpen;
@@ -64,11 +72,11 @@ bool ArrivalBatch::begin()
 
 bool ArrivalBatch::flush()
 {
-    if (!m_isOpen)
+    if (!m_isOpen || m_stored.empty())
         return true;
-    if (!m_group || !m_journal.sync() || !m_group->flush())
+    if (!m_delivery || !m_group || !m_journal.sync() || !m_group->flush())
         return false;
-    m_delivery.handOn(std::exchange(m_stored, {}));
+    m_delivery->handOn(std::exchange(m_stored, {}));
     return true;
 }
 

@@ -15,6 +15,9 @@ class ArrivalBatch
 {
 public:
     ArrivalBatch(Delivery &delivery, const AccountData &account);
+    ~ArrivalBatch();
+    ArrivalBatch(const ArrivalBatch &) = delete;
+    ArrivalBatch &operator=(const ArrivalBatch &) = delete;
 
     /// Stores @p message, which the source calls @p identifier (one word). False after a report: nothing may
     /// follow.
@@ -37,7 +40,7 @@ private:
     bool begin();
     bool put(const QByteArray &identifier, const Message &message, Message shown, const Arrival &arrival);
 
-    Delivery &m_delivery;
+    const QPointer<Delivery> m_delivery; ///< whoever is later than it stores nothing
     const int m_account;
     const int m_groupNumber;
     ArrivalJournal m_journal;

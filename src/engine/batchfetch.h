@@ -31,12 +31,9 @@ public:
     QString result() const override;
     QString problem() const override { return m_problem; }
 
-    /// The reason of a failed fetch by its number, when it is no matter of a connection.
-    static constexpr int kReason = 1;
-
     const QString &accountName() const { return m_account.name; }
-    int accountNumber() const { return m_account.number; }
     int received() const { return m_received; } ///< messages that are safe in the store
+    int arrived() const { return m_received + m_waiting; }
     qint64 bytes() const { return m_bytes; }
 
     /// Completes what a crash left of an earlier fetch of @p account; before anything else changes the store.

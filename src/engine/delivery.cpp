@@ -1,9 +1,14 @@
 #include "engine/delivery.h"
 
+#include "config/reporter.h"
+#include "engine/arrivalbatch.h"
+
 #include <QElapsedTimer>
 
 #include <map>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -111,6 +116,10 @@ void Delivery::announce()
 
 void Delivery::finish()
 {
+    for (ArrivalBatch *batch : m_batches) {
+        if (!batch->flush())
+            note(u"The last messages that arrived may have to be fetched again"_s);
+    }
     while (!m_waiting.empty())
         takeOne();
     m_working.stop();

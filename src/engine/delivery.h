@@ -11,6 +11,8 @@
 #include <deque>
 #include <vector>
 
+class ArrivalBatch;
+
 /// A message that was received and is safe in the store.
 struct DeliveredMessage
 {
@@ -73,6 +75,12 @@ public:
     /// Whether nothing waits, for a hook or to be announced.
     bool isIdle() const { return m_waiting.empty() && m_unannounced.empty() && m_untold.isEmpty(); }
 
+    /// @name Batches on their way; finish() makes them safe
+    /// @{
+    void enter(ArrivalBatch *batch) { m_batches.push_back(batch); }
+    void leave(ArrivalBatch *batch) { std::erase(m_batches, batch); }
+    /// @}
+
     /// All that waits goes through the hooks and is announced, now. For the end of the program.
     void finish();
 
@@ -86,6 +94,7 @@ private:
 
     GroupStore &m_store;
     std::vector<DeliveryHook *> m_hooks;
+    std::vector<ArrivalBatch *> m_batches;
     QHash<int, Articles> m_untold;          ///< by group
     std::deque<DeliveredMessage> m_waiting; ///< for the hooks
     std::vector<MessageRef> m_unannounced;

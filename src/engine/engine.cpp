@@ -20,13 +20,13 @@ Engine::Engine(QObject *parent)
     : QObject(parent)
 {
     connect(&m_tasks, &TaskRunner::ended, this, [this](Task *task) {
-        if (const auto *fetch = qobject_cast<BatchFetch *>(task))
-            m_fetching.remove(fetch->accountNumber());
         if (task == m_tidying && task->state() == Task::State::Done)
             m_lastTidying = 0; // on to the next group
         if (task->state() == Task::State::Failed && !task->problem().isEmpty())
             queueError(task->problem());
     });
+    m_accounts.setFactory(&m_clients);
+    connect(&m_serverWishes, &ServerWishes::failed, this, &Engine::queueError);
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
     connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
 }
@@ -75,6 +75,7 @@ bool Engine::shutDown()
 {
     if (std::exchange(m_down, true))
         return true;
+    m_accounts.shutDown();
     m_tasks.stopAll();
     m_delivery.finish();
     bool saved = m_groups.close();
@@ -98,7 +99,7 @@ void Engine::tick()
         tidyUp();
     }
     if (boolSetting(Setting::AutoFetch))
-        fetchWhatIsDue();
+        m_accounts.fetchWhatIsDue();
     emit refreshed();
     ++m_ticks;
 }
@@ -119,16 +120,6 @@ void Engine::tidyUp()
         m_tidying = task.get();
         m_tasks.add(std::move(task));
         return;
-    }
-}
-
-void Engine::fetchWhatIsDue()
-{
-    const qint64 now = clockSeconds();
-    for (const AccountData &account : m_accounts.all()) {
-        const qint64 last = m_lastFetch.value(account.number, 0);
-        if (account.fetchInterval > 0 && now - last >= account.fetchInterval * 60LL)
-            fetch(account.number);
     }
 }
 
@@ -166,21 +157,11 @@ void Engine::deleteMessages(Group &source, const Articles &articles, bool forGoo
 
 void Engine::fetchAll()
 {
-    for (const AccountData &account : m_accounts.all()) {
-        if (account.isIncoming())
-            fetch(account.number);
-    }
+    m_accounts.fetchAll(true);
 }
 
 void Engine::fetch(int number)
 {
-    const Account *account = m_accounts.account(number);
-    if (!account || account->kind() != AccountKind::BatchFile || account->data().has(AccountLeftOut) ||
-        m_fetching.contains(number))
-        return;
-    m_lastFetch.insert(number, clockSeconds());
-    m_fetching.insert(number);
-    m_tasks.add(std::make_unique<BatchFetch>(m_delivery, account->data()));
-    if (account->data().chained != 0)
-        fetch(account->data().chained);
+    if (Account *account = m_accounts.account(number))
+        account->fetch(true, true);
 }

@@ -1,15 +1,17 @@
 #pragma once
 
+#include "engine/clients.h"
 #include "engine/delivery.h"
 #include "engine/imagesenders.h"
 #include "engine/messageoperations.h"
 #include "engine/remoteimages.h"
+#include "engine/serverwishes.h"
 #include "engine/tags.h"
 #include "engine/taskrunner.h"
+#include "engine/transfers.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
 
-#include <QHash>
 #include <QObject>
 #include <QPointer>
 #include <QSet>
@@ -32,7 +34,9 @@ public:
     /// Saves everything in its order; without @p force only what changed and is due. False after a report.
     bool save(bool force);
 
-    /// The end of a run, once: stops what is under way and saves everything with force.
+    /// The end of a run, once: stops what is under way, as soon as what has arrived is safe and without
+    /// waiting for any server, and saves everything with force. Fetcher::busyCount() says beforehand what
+    /// would be cut short.
     bool shutDown();
 
     GroupStore &groups() { return m_groups; }
@@ -40,6 +44,17 @@ public:
 
     /// Where everything goes that is received, and who tells of new mail.
     Delivery &delivery() { return m_delivery; }
+
+    /// What goes on between accounts and their servers now.
+    Transfers &transfers() { return m_transfers; }
+
+    /// The deeds on messages that lie on a server.
+    ServerWishes &serverWishes() { return m_serverWishes; }
+
+    /// Who puts questions to the user, and who keeps passwords; each outlives this or is taken away. Null:
+    /// nobody is asked, and passwords are kept in the accounts file alone.
+    void setQuestions(UserQuestions *questions) { m_accounts.setQuestions(questions); }
+    void setPasswordKeeper(PasswordKeeper *keeper) { m_accounts.setPasswordKeeper(keeper); }
     ImageSenders &imageSenders() { return m_imageSenders; }
     RemoteImages &remoteImages() { return m_remoteImages; }
     TaskRunner &tasks() { return m_tasks; }
@@ -59,6 +74,10 @@ public:
     void compact(Group &group); ///< all of its bins, whether it is worth while or not
     void repair(Group &group);  ///< once, however often it is asked for
     void deleteMessages(Group &source, const Articles &articles, bool forGood);
+    /// @}
+
+    /// @name Fetching, because the user asks for it; the accounts tell of its end
+    /// @{
     void fetchAll();
     void fetch(int account);
     /// @}
@@ -76,11 +95,13 @@ signals:
 private:
     void settleArrivals();
     void tidyUp();
-    void fetchWhatIsDue();
 
     GroupStore m_groups;
     Delivery m_delivery{m_groups};
+    Clients m_clients{m_delivery};
     AccountManager m_accounts;
+    Transfers m_transfers{m_accounts};
+    ServerWishes m_serverWishes{m_groups, m_accounts, m_clients};
     ImageSenders m_imageSenders;
     RemoteImages m_remoteImages;
     QSet<int> m_repairing; ///< groups whose repair waits or works
@@ -89,8 +110,6 @@ private:
     TaskRunner m_tasks;
     MessageOperations m_operations{m_groups, m_tags, m_journal, m_tasks};
     QStringList m_errors;
-    QHash<int, qint64> m_lastFetch; ///< by account number, seconds since 1970
-    QSet<int> m_fetching;           ///< numbers of the accounts whose fetch waits or runs
     QPointer<Task> m_tidying;
     qint64 m_lastTidying = 0;
     int m_ticks = 0;

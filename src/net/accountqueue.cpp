@@ -50,6 +50,14 @@ void AccountManager::setFetchesBlocked(bool blocked)
     m_blocked = blocked;
 }
 
+void AccountManager::shutDown()
+{
+    m_blocked = true;
+    m_queue.clear();
+    for (const auto &account : m_accounts)
+        account->leave();
+}
+
 int AccountManager::runningFetchers() const
 {
     qsizetype running = 0;

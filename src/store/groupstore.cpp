@@ -166,6 +166,7 @@ bool GroupStore::deleteMessages(Group &source, const Articles &articles, bool fo
             basket.setMarks(arrived, Mark::Read, {});
         return arrived.size() == articles.size();
     }
+    emit messagesDeleting(&source, articles);
     dropFromIndex(source, articles);
     return source.remove(articles) && source.flush();
 }

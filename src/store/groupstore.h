@@ -137,6 +137,9 @@ signals:
     void groupRemoved(int number);   ///< it is gone already
     void groupChanged(Group *group); ///< its name, place or options
 
+    /// Messages are about to be deleted for good, but for those whose group goes with them.
+    void messagesDeleting(Group *group, const Articles &articles);
+
     /// Messages have gone to another group; the articles are side by side.
     void messagesMoved(int source, const Articles &gone, int target, const Articles &arrived);
 

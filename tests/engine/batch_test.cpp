@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 #include "message/message.h"
+#include "net/fetcher.h"
 #include "support/mail.h"
 #include "support/memory.h"
 #include "support/scratch.h"
@@ -357,22 +358,28 @@ void BatchTest::theEngineFetches()
     left.flags = AccountLeftOut;
     f.engine.accounts().update(left);
     f.engine.fetch(f.number);
-    QVERIFY(!f.engine.tasks().isBusy());
+    QVERIFY(!f.engine.accounts().isBusy());
     left.flags = 0;
     const int second = f.addAccount(u"C"_s, f.scratch.write(u"other"_s, mbox("b", 1)));
     left.chained = second;
     f.engine.accounts().update(left);
-    QSignalSpy ended(&f.engine.tasks(), &TaskRunner::ended);
+    QSignalSpy ended(&f.engine.accounts(), &AccountManager::fetchEnded);
     f.engine.fetch(f.number);
     f.engine.fetch(f.number); // is fetching already
-    QTRY_VERIFY(!f.engine.tasks().isBusy());
+    QTRY_VERIFY(!f.engine.accounts().isBusy());
     QCOMPARE(ended.size(), 2); // and the one that goes along
     QCOMPARE(f.subjects().size(), 3);
+    QCOMPARE(f.engine.transfers().result(f.number).received, 2);
     f.scratch.write(u"spool"_s, mbox("c", 1));
     f.engine.fetch(f.number);
-    QTRY_VERIFY(!f.engine.tasks().isBusy());
+    QVERIFY(f.engine.accounts().isBusy());
+    QCOMPARE(f.engine.transfers().progress().accounts, 2);
+    QTRY_VERIFY(!f.engine.accounts().isBusy());
     QCOMPARE(f.subjects().size(), 4);
-    QVERIFY(f.engine.shutDown());
+    f.scratch.write(u"spool"_s, mbox("d", 1));
+    f.engine.fetch(f.number);
+    QVERIFY(f.engine.shutDown()); // it comes to its safe point
+    QCOMPARE(Fetcher::busyCount(), 0);
 }
 
 QTEST_GUILESS_MAIN(BatchTest)

@@ -1,0 +1,37 @@
+#include "engine/clients.h"
+
+#include "engine/accountreceiver.h"
+#include "engine/batchfetcher.h"
+#include "net/account.h"
+#include "net/pop3/popfetcher.h"
+
+Clients::Clients(Delivery &delivery)
+    : m_delivery(delivery)
+{}
+
+std::unique_ptr<Fetcher> Clients::make(Account &account, const FetcherWish &)
+{
+    switch (account.kind()) {
+    case AccountKind::Pop3:
+        return std::make_unique<POPFetcher>(account, PopTask::Fetch,
+                                            std::make_unique<AccountReceiver>(m_delivery, account.data()));
+    case AccountKind::BatchFile: return std::make_unique<BatchFetcher>(account, m_delivery);
+    case AccountKind::None:
+    case AccountKind::OfflineImap:
+    case AccountKind::Nntp:
+    case AccountKind::OnlineImap:
+    case AccountKind::Smtp: break;
+    }
+    return nullptr;
+}
+
+std::unique_ptr<Fetcher> Clients::makeSession(Account &account)
+{
+    if (account.kind() != AccountKind::Pop3)
+        return nullptr;
+    auto session = std::make_unique<POPFetcher>(
+        account, PopTask::Bodies, std::make_unique<AccountReceiver>(m_delivery, account.data()));
+    if (m_sessionMade)
+        m_sessionMade(account, *session);
+    return session;
+}

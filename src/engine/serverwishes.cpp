@@ -1,0 +1,266 @@
+#include "engine/serverwishes.h"
+
+#include "config/reporter.h"
+#include "engine/clients.h"
+#include "net/identifierlist.h"
+#include "net/pop3/popfetcher.h"
+#include "net/pop3/uidlsfile.h"
+
+#include <algorithm>
+#include <map>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The names that the account's server has for its messages, by their hash.
+QHash<quint64, QByteArray> identifiersByHash(int account)
+{
+    QHash<quint64, QByteArray> identifiers;
+    for (const UidlsEntry &entry : UidlsFile(account).read().value_or(QList<UidlsEntry>()))
+        identifiers.insert(identifierHash(entry.identifier), entry.identifier);
+    return identifiers;
+}
+
+} // namespace
+
+ServerWishes::ServerWishes(GroupStore &store, AccountManager &accounts, Clients &clients, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+    , m_accounts(accounts)
+{
+    clients.setSessionMade([this](Account &account, POPFetcher &session) { handOver(account, session); });
+    connect(&accounts, &AccountManager::fetchEnded, this, [this](Account *account) { tryAgain(*account); });
+    connect(&accounts, &AccountManager::accountDeleted, this,
+            [this](Account *account) { drop(account->number()); });
+    connect(&store, &GroupStore::messagesDeleting, this, &ServerWishes::deleteAlong);
+}
+
+ServerWishes::~ServerWishes() = default;
+
+void ServerWishes::fetchRest(const MessageRefs &messages)
+{
+    std::map<int, std::vector<Request>> wanted;
+    for (const MessageRef &message : messages) {
+        const std::optional<ServerPlace> place = placeOf(message);
+        const Account *account = place ? m_accounts.account(place->account) : nullptr;
+        if (account && account->kind() == AccountKind::Pop3)
+            wanted[place->account].push_back(
+                {place->account, {place->identifier, {message.group, message.article}}, nameOf(message)});
+        else if (place)
+            emit failed(tr("Message %1 could not be retrieved").arg(nameOf(message)));
+    }
+    bool isLater = false;
+    for (const auto &[number, requests] : wanted)
+        isLater = !enter(*m_accounts.account(number), requests) || isLater;
+    if (isLater)
+        emit told(tr("The message(s) will be retrieved on the account's next fetch"));
+    emit changed();
+}
+
+/// The wishes go to the disk, then to a session. False: they have to wait for the next fetch.
+bool ServerWishes::enter(Account &account, const std::vector<Request> &requests)
+{
+    QList<IdentifierList::Entry> entries;
+    for (const Request &request : requests)
+        entries.append({request.body.identifier, request.body.place});
+    if (!IdentifierList(account.number(), IdentifierList::Purpose::Fetch).add(entries))
+        return true; // told already
+    for (const Request &request : requests) {
+        const auto isSame = [&](const Request &other) {
+            return other.account == request.account && other.body.identifier == request.body.identifier;
+        };
+        if (std::none_of(m_requests.begin(), m_requests.end(), isSame))
+            m_requests.push_back(request);
+    }
+    return fetchNow(account);
+}
+
+/// Whether what is wanted of @p account is under way, or will be when the fetch that runs has ended.
+bool ServerWishes::fetchNow(Account &account)
+{
+    if (auto *session = qobject_cast<POPFetcher *>(account.session())) {
+        request(account.number(), *session);
+        return true;
+    }
+    if (account.openSession(true) || account.isFetching())
+        return true;
+    drop(account.number());
+    return false;
+}
+
+void ServerWishes::handOver(Account &account, POPFetcher &session)
+{
+    const int number = account.number();
+    connect(&session, &POPFetcher::bodyFetched, this,
+            [this, number](const POPFetcherBodyRequest &body) { ended(number, body, {}); });
+    connect(&session, &POPFetcher::bodyFailed, this,
+            [this, number](const POPFetcherBodyRequest &body, const QString &why) {
+                ended(number, body, why.isEmpty() ? u" "_s : why);
+            });
+    connect(&account, &Account::sessionEnded, this, &ServerWishes::sessionEnded, Qt::UniqueConnection);
+    request(number, session);
+}
+
+/// What the session does not take any more waits for its end.
+void ServerWishes::request(int account, POPFetcher &session)
+{
+    for (Request &request : m_requests) {
+        if (request.account == account && !request.isTaken)
+            request.isTaken = session.request(request.body);
+    }
+}
+
+void ServerWishes::ended(int account, const POPFetcherBodyRequest &body, const QString &failure)
+{
+    const auto found = std::find_if(m_requests.begin(), m_requests.end(), [&](const Request &request) {
+        return request.account == account && request.body.identifier == body.identifier;
+    });
+    if (found == m_requests.end())
+        return;
+    const Request request = *found;
+    m_requests.erase(found);
+    if (!failure.isEmpty())
+        emit failed(tr("Message %1 could not be retrieved").arg(request.name) + u'\n' + failure.trimmed());
+    emit restEnded({body.place.group, body.place.article}, failure.isEmpty());
+    emit changed();
+}
+
+/// A session that wound up while it was given something: there is another one.
+void ServerWishes::sessionEnded(AccountFetchReason reason)
+{
+    auto *account = qobject_cast<Account *>(sender());
+    if (!account)
+        return;
+    if (reason == AccountFetchReason::None || reason == AccountFetchReason::Quiet)
+        return tryAgain(*account);
+    if (drop(account->number()))
+        emit told(tr("The message(s) will be retrieved on the account's next fetch"));
+}
+
+void ServerWishes::tryAgain(Account &account)
+{
+    const int number = account.number();
+    // A fetch has brought some of them meanwhile.
+    const IdentifierList list(number, IdentifierList::Purpose::Fetch);
+    const std::size_t before = m_requests.size();
+    std::erase_if(m_requests, [&](const Request &request) {
+        return request.account == number && !list.contains(request.body.identifier);
+    });
+    bool isWaiting = false;
+    for (Request &request : m_requests) {
+        if (request.account == number)
+            isWaiting = !(request.isTaken = false) || isWaiting;
+    }
+    if (isWaiting && !fetchNow(account))
+        emit told(tr("The message(s) will be retrieved on the account's next fetch"));
+    if (isWaiting || m_requests.size() != before)
+        emit changed();
+}
+
+/// No more is waited for; the wishes stay on the disk. Whether there were any.
+bool ServerWishes::drop(int account)
+{
+    const auto dropped =
+        std::erase_if(m_requests, [account](const Request &request) { return request.account == account; });
+    if (dropped > 0)
+        emit changed();
+    return dropped > 0;
+}
+
+bool ServerWishes::isRestWanted(MessageRef message) const
+{
+    const std::optional<ServerPlace> place = placeOf(message);
+    return place &&
+           IdentifierList(place->account, IdentifierList::Purpose::Fetch).contains(place->identifier);
+}
+
+void ServerWishes::deleteOnServer(const MessageRefs &messages)
+{
+    std::map<int, QList<QByteArray>> known;
+    for (const MessageRef &message : messages) {
+        const auto [account, identifier] = onServer(message);
+        if (identifier.isEmpty())
+            emit failed(tr("Message %1 is not known on any server").arg(nameOf(message)));
+        else
+            known[account].append(identifier);
+    }
+    m_hashes.clear();
+    bool isWritten = false;
+    for (const auto &[account, identifiers] : known)
+        isWritten = wishDeletion(account, identifiers) || isWritten;
+    if (isWritten)
+        emit told(tr("The message(s) will be deleted on the server on the account's next fetch"));
+    emit changed();
+}
+
+/// A message that goes for good goes from its server, too, where its account wants that.
+void ServerWishes::deleteAlong(Group *group, const Articles &articles)
+{
+    std::map<int, QList<QByteArray>> known;
+    int unknown = 0;
+    for (const quint32 article : articles) {
+        const std::optional<Overview> overview = group->overview(article);
+        const Account *account = overview ? m_accounts.account(overview->account()) : nullptr;
+        if (!account || !account->data().has(AccountDeletesAlong) || account->kind() != AccountKind::Pop3)
+            continue;
+        const auto [number, identifier] = onServer({group->number(), article});
+        if (identifier.isEmpty())
+            ++unknown;
+        else
+            known[number].append(identifier);
+    }
+    m_hashes.clear();
+    for (const auto &[account, identifiers] : known)
+        wishDeletion(account, identifiers);
+    if (unknown > 0)
+        note(u"%1 messages were deleted here that are not, or no longer, known on their server"_s.arg(
+            unknown));
+}
+
+bool ServerWishes::wishDeletion(int account, const QList<QByteArray> &identifiers)
+{
+    QList<IdentifierList::Entry> entries;
+    for (const QByteArray &identifier : identifiers)
+        entries.append({identifier, {}});
+    return IdentifierList(account, IdentifierList::Purpose::Delete).add(entries);
+}
+
+std::optional<ServerPlace> ServerWishes::placeOf(MessageRef message) const
+{
+    Group *group = m_store.group(message.group);
+    const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
+    if (!overview || !overview->has(Mark::HeaderOnly))
+        return {};
+    return serverPlaceOf(group->readMessage(*overview));
+}
+
+/// The account of @p message and the name that its server has for it; an empty name when nobody knows one.
+/// What is read for it stays in m_hashes.
+std::pair<int, QByteArray> ServerWishes::onServer(MessageRef message)
+{
+    Group *group = m_store.group(message.group);
+    const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
+    if (!overview)
+        return {};
+    if (overview->has(Mark::HeaderOnly)) {
+        const std::optional<ServerPlace> place = placeOf(message);
+        return place && m_accounts.account(place->account) ? std::pair(place->account, place->identifier)
+                                                           : std::pair(0, QByteArray());
+    }
+    const int account = overview->account();
+    if (overview->serverHash() == 0 || !m_accounts.account(account))
+        return {};
+    auto known = m_hashes.find(account);
+    if (known == m_hashes.end())
+        known = m_hashes.insert(account, identifiersByHash(account));
+    return {account, known->value(overview->serverHash())};
+}
+
+QString ServerWishes::nameOf(MessageRef message) const
+{
+    Group *group = m_store.group(message.group);
+    const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
+    const HeaderTexts texts = overview ? group->texts(*overview) : HeaderTexts();
+    return texts.subject.isEmpty() ? texts.messageId : u'"' + texts.subject + u'"';
+}
