@@ -11,8 +11,10 @@ import sys
 import time
 
 import clients
+import tlsserver
 
 MESSAGES = 10_000
+DOWNLOAD = 400_000_000
 LARGE_GROUP = 100_000
 READ = 1_000
 NEXT = 1_000
@@ -225,6 +227,30 @@ def starting_among_others(table):
     table.row('memory of Velmar then', f'{memory:.0f} MB', '', 'under 150 MB', memory < 150)
 
 
+def download_by_us(port, trusted):
+    found = bench('download', str(port), trusted, '/large')
+    if int(found['bytes']) < DOWNLOAD:
+        raise Failure(f'not all was downloaded: {found}')
+    return float(found['seconds'])
+
+
+def download_by_curl(port, trusted):
+    size, taken = run('curl', '--silent', '--cacert', trusted, '--output', '/dev/null', '--write-out',
+                      '%{size_download} %{time_total}', f'https://127.0.0.1:{port}/large').split()
+    if int(size) != DOWNLOAD:
+        raise Failure(f'curl did not download everything: {size}')
+    return float(taken)
+
+
+def downloading(table):
+    with tlsserver.running(DATA, DOWNLOAD) as server:
+        ours, theirs = best(7, lambda: download_by_us(*server), lambda: download_by_curl(*server))
+    table.head(f'Downloading {DOWNLOAD / 1e6:.0f} MB over TLS from this machine, read in blocks')
+    table.row('Velmar', f'{DOWNLOAD / ours / 1e6:,.0f} MB/s')
+    table.row('curl', f'{DOWNLOAD / theirs / 1e6:,.0f} MB/s', f'{theirs / ours:.2f} times',
+              'at least 0.9 times', theirs >= 0.9 * ours)
+
+
 def main():
     for path, count, kind in ((MAIL, MESSAGES, []), (SMALL, LARGE_GROUP, ['--small'])):
         subprocess.run([f'{BUILD}/bench/bench-generate', *kind, path, str(count)], check=True,
@@ -233,7 +259,7 @@ def main():
     table = Table()
     try:
         for measure in (parsing, importing, reading, opening, starting, deeds, next_message,
-                        starting_among_others):
+                        starting_among_others, downloading):
             measure(table)
     except (Failure, RuntimeError) as failure:
         sys.exit(str(failure))
