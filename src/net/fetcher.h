@@ -107,6 +107,9 @@ protected:
 
     static QString connectionErrorText(int code);
 
+    /// The same, and of TLS what was wrong: "SSL error: Self signed certificate".
+    QString connectionFailure(int code) const;
+
     /// @p text as the bytes that a protocol with a final dot sends (RFC 5321 4.5.2): line ends "\r\n",
     /// leading dots doubled, "\r\n.\r\n" behind it. A line end at the end of the text opens no further line.
     static QByteArray terminateBody(const QByteArray &text);

@@ -140,9 +140,16 @@ void Fetcher::slotHostFound()
         setStatus(u"Connecting to "_s + m_account->data().host + u"..."_s, true);
 }
 
+QString Fetcher::connectionFailure(int code) const
+{
+    const QString text = connectionErrorText(code);
+    const QString said = m_socket && code == int(SocketError::Tls) ? m_socket->errorText() : QString();
+    return said.startsWith(text) ? said : text;
+}
+
 void Fetcher::slotConnectionError(int code)
 {
-    setLastError(connectionErrorText(code));
+    setLastError(connectionFailure(code));
     fail(AccountFetchReason::Unreachable, lastError(), false);
 }
 

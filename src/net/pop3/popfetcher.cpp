@@ -271,7 +271,7 @@ void POPFetcher::stop()
 
 void POPFetcher::slotConnectionError(int code)
 {
-    end(AccountFetchReason::Unreachable, connectionErrorText(code));
+    end(AccountFetchReason::Unreachable, connectionFailure(code));
 }
 
 void POPFetcher::slotLineTooLong()
