@@ -49,7 +49,7 @@ QString urlAt(const WebServer &server, const char *rest, const char *scheme = "h
 QByteArray headOf(const QByteArray &line, const QByteArray &host)
 {
     return "GET " + line + " HTTP/1.1\r\nHost: " + host +
-           "\r\nUser-Agent: Mozilla/5.0\r\nAccept: image/*\r\nAccept-Encoding: identity\r\n"
+           "\r\nAccept: image/*\r\nUser-Agent: Mozilla/5.0\r\nAccept-Encoding: identity\r\n"
            "Connection: close\r\n\r\n";
 }
 

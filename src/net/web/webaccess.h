@@ -69,6 +69,7 @@ struct WebAccess
     std::shared_ptr<const AddressPolicy> policy;
     QSslConfiguration tls;
     WebLimits limits;
+    QByteArray accept = "image/*"; ///< the types that are asked for
 
     /// The system's resolver and certificates, and the policy of the public net.
     static WebAccess toTheWorld();

@@ -12,7 +12,6 @@ constexpr qsizetype kMostAddresses = 4; // that are tried, one after the other
 /// The same for every user. Without a user agent some servers give nothing; this one is what all of them
 /// begin with.
 constexpr char kFields[] = "User-Agent: Mozilla/5.0\r\n"
-                           "Accept: image/*\r\n"
                            "Accept-Encoding: identity\r\n"
                            "Connection: close\r\n"
                            "\r\n";
@@ -175,7 +174,7 @@ void WebExchange::ask()
 {
     const bool toProxy = m_proxy.isSet() && !m_url.isEncrypted;
     say("GET " + (toProxy ? m_url.whole() : m_url.target) + " HTTP/1.1\r\nHost: " + m_url.hostField() +
-            "\r\n" + kFields,
+            "\r\nAccept: " + m_access.accept + "\r\n" + kFields,
         State::Answering);
 }
 
