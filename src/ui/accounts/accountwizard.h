@@ -1,1 +1,68 @@
 #pragma once
+
+#include "ui/accounts/accountdraft.h"
+
+#include <QDialog>
+
+class DialogFooter;
+class DiscoveryNetwork;
+class Engine;
+class FilePage;
+class LoginTester;
+class PersonPage;
+class QPushButton;
+class QStackedWidget;
+class ReadyPage;
+class ServerPage;
+class WizardSteps;
+
+/// Sets an account up: what kind, whose, where the mail is, ready. One window that is opened with show() or
+/// open() and deletes itself; nothing is saved before its last button.
+class AccountWizard : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// Begins with the question for the kind. All three must outlive this.
+    AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTester &tester, QWidget *parent = nullptr);
+    ~AccountWizard() override;
+
+    /// Passes the question by: Pop3 or BatchFile.
+    void beginWith(AccountKind kind);
+
+    void reject() override;
+
+signals:
+    void accountMade(int number); ///< it is saved, and fetches by now if that was wanted
+
+private:
+    enum class Page { Kind, Person, Server, File, Ready };
+
+    QWidget *newKindPage();
+    void wirePages();
+    void arrange();
+    void choose(AccountKind kind);
+    void show(Page page);
+    void goOn();
+    void goBack();
+    void finishServer();
+    void make();
+    void refreshFooter();
+    bool canGoOn() const;
+    QList<Page> path() const;
+    using QDialog::show;
+
+    Engine &m_engine;
+    AccountDraft m_draft;
+    bool m_asksForKind = true;
+    Page m_page = Page::Kind;
+    WizardSteps *m_steps;
+    QStackedWidget *m_pages;
+    PersonPage *m_person;
+    ServerPage *m_server;
+    FilePage *m_file;
+    ReadyPage *m_ready;
+    DialogFooter *m_footer;
+    QPushButton *m_back;
+    QPushButton *m_secondary;
+};

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "net/accountdata.h"
+#include "net/discovery/mailsettings.h"
+#include "net/questions.h"
+
+#include <optional>
+
+class AccountManager;
+
+/// An account that is being set up and not saved yet.
+struct AccountDraft
+{
+    AccountKind kind = AccountKind::Pop3;
+    QString name;    ///< as shown in lists
+    QString address; ///< the mail address
+    QString password;
+    PasswordKeeping keeping = PasswordKeeping::AccountsFile; ///< ThisRun: asked for each time
+    MailServer server;
+    bool leaves = true;                      ///< what is fetched stays on the server
+    int daysOnServer = 0;                    ///< and for how many days; 0: for good
+    int interval = 10;                       ///< minutes between two fetches; 0: only by hand
+    QString file;                            ///< of a batch-file account
+    std::optional<CertificateInfo> accepted; ///< whatever its problems
+};
+
+/// What the accounts file will hold, but for number and password.
+AccountData accountDataOf(const AccountDraft &draft);
+
+/// @p wanted, or "wanted 2" and so on where that name is taken.
+QString freeAccountName(const QString &wanted, const AccountManager &accounts);
+
+/// What is wrong with the draft's name or its other texts, in a sentence; empty: nothing.
+QString draftProblem(const AccountDraft &draft, const AccountManager &accounts);
+
+/// Enters the account and saves it, its password and the certificate that was accepted. Its number; 0 after
+/// a report: it was not made.
+int makeAccount(const AccountDraft &draft, AccountManager &accounts);
+
+/// Whether the user may be asked to send the password there: over TLS, or to this machine itself.
+bool mayTryLogin(const MailServer &server);

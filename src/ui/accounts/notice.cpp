@@ -1,0 +1,72 @@
+#include "ui/accounts/notice.h"
+
+#include "ui/look/metrics.h"
+#include "ui/look/signlabel.h"
+#include "ui/look/velmarstyle.h"
+
+#include <QAccessible>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct KindRow
+{
+    const char *sign;
+    Role colour;
+    Role ground;
+};
+constexpr std::array kKinds = {
+    KindRow{"info", Role::Information, Role::InformationBar},
+    KindRow{"ok", Role::Good, Role::GoodBar},
+    KindRow{"warning", Role::Warning, Role::WarningBar},
+    KindRow{"error", Role::Error, Role::ErrorBar},
+};
+static_assert(kKinds.size() == std::size_t(MessageBar::Kind::Error) + 1);
+
+} // namespace
+
+Notice::Notice(QWidget *parent)
+    : Panel(Role::InformationBar, parent)
+    , m_sign(new SignLabel({}, Role::Text2, IconUse::Row))
+    , m_text(new QLabel)
+    , m_button(new QPushButton)
+{
+    m_text->setTextFormat(Qt::PlainText);
+    m_text->setWordWrap(true);
+    m_button->setObjectName(u"noticeButton"_s);
+    m_button->setAutoDefault(false);
+    setButtonKind(m_button, ButtonKind::Ghost);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(space::group, space::between, space::between, space::between);
+    layout->setSpacing(space::between);
+    layout->addWidget(m_sign);
+    layout->addWidget(m_text, 1);
+    layout->addWidget(m_button);
+    connect(m_button, &QPushButton::clicked, this, &Notice::clicked);
+    hide();
+}
+
+void Notice::say(MessageBar::Kind kind, const QString &text, const QString &button)
+{
+    const KindRow &row = kKinds[std::size_t(kind)];
+    setGround(row.ground);
+    m_sign->setSign(QLatin1String(row.sign), row.colour);
+    m_text->setText(text);
+    m_button->setText(button);
+    m_button->setVisible(!button.isEmpty());
+    setAccessibleName(text);
+    setVisible(!text.isEmpty());
+    if (text.isEmpty())
+        return;
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+QString Notice::text() const
+{
+    return m_text->text();
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "ui/accounts/accountdraft.h"
+
+#include <QWidget>
+
+class AccountManager;
+class Notice;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+
+/// The last look at an account before it is made: its name, how often it fetches, and whether at once.
+class ReadyPage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// @p accounts must outlive this.
+    explicit ReadyPage(const AccountManager &accounts, QWidget *parent = nullptr);
+
+    /// @p works: signing in has been tried and went well.
+    void begin(const AccountDraft &draft, bool works);
+
+    void putInto(AccountDraft &draft) const;
+    bool isComplete() const;
+    bool fetchesAtOnce() const;
+    void focusFirst();
+
+signals:
+    void changed();
+
+private:
+    void check();
+    QString sentence(bool works) const;
+
+    const AccountManager &m_accounts;
+    AccountDraft m_draft;
+    QString m_proposed; ///< the name that was put into the field
+    Notice *m_summary;
+    QLineEdit *m_name;
+    QLabel *m_problem;
+    QComboBox *m_interval;
+    QCheckBox *m_atOnce;
+};

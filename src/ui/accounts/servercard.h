@@ -1,0 +1,72 @@
+#pragma once
+
+#include "net/discovery/mailsettings.h"
+#include "ui/look/panel.h"
+
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QSpinBox;
+class QStackedWidget;
+class SignLabel;
+
+/// One server on a card: what it is, how it is reached and what came of trying it; the same card changes it
+/// by hand.
+class ServerCard : public Panel
+{
+    Q_OBJECT
+
+public:
+    explicit ServerCard(QWidget *parent = nullptr);
+
+    void setServer(const MailServer &server);
+
+    /// As it is shown, or as it was entered.
+    MailServer server() const;
+
+    /// Whether it can be tried as it stands.
+    bool isWhole() const;
+
+    /// Fields in the place of words.
+    void setEditing(bool editing);
+    bool isEditing() const;
+
+    enum class Trying { NotYet, Now, Works, Fails };
+
+    /// Beside a sign: what was done, and what came of it.
+    void setResult(Trying trying, const QString &word = {}, const QString &text = {});
+
+    void focusFirst();
+
+signals:
+    void edited(); ///< a field was changed by the user
+    void changeWanted();
+
+private:
+    QWidget *newFacts();
+    QWidget *newFields();
+    void addField(QGridLayout *grid, const QString &label, QWidget *field);
+    void showFacts();
+    void encryptionChosen();
+    void fieldEdited();
+
+    MailServer m_server;
+    QLabel *m_title;
+    QPushButton *m_change;
+    QStackedWidget *m_pages;
+    QLabel *m_where;
+    QLabel *m_encryption;
+    QLabel *m_user;
+    QLineEdit *m_hostField;
+    QSpinBox *m_portField;
+    QComboBox *m_encryptionField;
+    QLineEdit *m_userField;
+    QLabel *m_warning;
+    QWidget *m_result;
+    SignLabel *m_resultSign;
+    QLabel *m_resultWord;
+    QLabel *m_resultText;
+    bool m_isFilling = false;
+};

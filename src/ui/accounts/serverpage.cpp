@@ -1,0 +1,346 @@
+#include "ui/accounts/serverpage.h"
+
+#include "ui/accounts/certificatedialog.h"
+#include "ui/accounts/discoveryview.h"
+#include "ui/accounts/keeponserver.h"
+#include "ui/accounts/notice.h"
+#include "ui/accounts/servercard.h"
+#include "ui/look/metrics.h"
+#include "ui/texts/harmless.h"
+#include "ui/transfers/transferexplanation.h"
+
+#include <QDesktopServices>
+#include <QLabel>
+#include <QPushButton>
+#include <QUrl>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *parent)
+    : QWidget(parent)
+    , m_tester(tester)
+    , m_discovery(network)
+    , m_source(new Notice)
+    , m_stranger(new Notice)
+    , m_needs(new Notice)
+    , m_searching(new QLabel)
+    , m_view(new DiscoveryView(m_discovery))
+    , m_card(new ServerCard)
+    , m_outcome(new Notice)
+    , m_keep(new KeepOnServer)
+{
+    m_source->setObjectName(u"source"_s);
+    m_stranger->setObjectName(u"stranger"_s);
+    m_needs->setObjectName(u"needs"_s);
+    m_outcome->setObjectName(u"outcome"_s);
+    m_card->setObjectName(u"card"_s);
+    m_searching->setTextFormat(Qt::PlainText);
+    m_searching->setWordWrap(true);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(space::group);
+    for (QWidget *widget : {static_cast<QWidget *>(m_source), static_cast<QWidget *>(m_stranger),
+                            static_cast<QWidget *>(m_needs), static_cast<QWidget *>(m_searching),
+                            static_cast<QWidget *>(m_view), static_cast<QWidget *>(m_card),
+                            static_cast<QWidget *>(m_outcome), static_cast<QWidget *>(m_keep)})
+        column->addWidget(widget);
+    column->addStretch(1);
+    connect(&m_discovery, &ServerDiscovery::finished, this, &ServerPage::found);
+    connect(m_card, &ServerCard::edited, this, &ServerPage::edited);
+    connect(m_card, &ServerCard::changeWanted, this, &ServerPage::enterByHand);
+    connect(m_needs, &Notice::clicked, this, [this] { QDesktopServices::openUrl(QUrl(m_page)); });
+    connect(m_outcome, &Notice::clicked, this, &ServerPage::passwordWanted);
+}
+
+ServerPage::~ServerPage()
+{
+    m_discovery.disconnect(this);
+}
+
+void ServerPage::begin(const AccountDraft &draft)
+{
+    const bool isOtherPassword = draft.password != m_draft.password;
+    m_draft = draft;
+    if (draft.address != m_searched)
+        search();
+    else if (isOtherPassword && !m_discovery.isRunning())
+        edited(); // what was tried was tried with another one
+    arrange();
+    focusFirst();
+}
+
+void ServerPage::search()
+{
+    endTrying();
+    m_searched = m_draft.address;
+    m_isBlocked = false;
+    for (Notice *notice : {m_source, m_stranger, m_needs, m_outcome})
+        notice->say(MessageBar::Kind::Information, {});
+    MailServer empty;
+    empty.port = usualPort(MailProtocol::Pop3, MailEncryption::Tls);
+    empty.user = m_draft.address;
+    m_card->setServer(empty);
+    m_card->setResult(ServerCard::Trying::NotYet);
+    m_card->setEditing(false);
+    if (m_discovery.start(m_draft.address, {MailProtocol::Pop3})) {
+        m_searching->setText(tr("Looking for the server of %1. This takes ten seconds at most.")
+                                 .arg(harmlessLine(m_discovery.identity().domain)));
+        m_view->refresh();
+        return setState(State::Searching);
+    }
+    say(m_source, {MessageBar::Kind::Information,
+                   tr("Nothing can be looked up for this address. Enter the server below.")});
+    enterByHand();
+}
+
+void ServerPage::found()
+{
+    if (m_state != State::Searching)
+        return;
+    const auto best = m_discovery.best();
+    setState(State::Shown);
+    if (best)
+        return showFound(*best);
+    say(m_source, nothingWords(m_discovery, MailProtocol::Pop3));
+    enterByHand();
+}
+
+void ServerPage::showFound(const MailSettings &settings)
+{
+    const QString domain = m_discovery.identity().domain;
+    const DiscoveryWords needs = needWords(settings, MailProtocol::Pop3);
+    m_isBlocked = needs.ends;
+    m_page = needs.page;
+    say(m_needs, needs, needs.page.isEmpty() ? QString() : tr("Open &web page"));
+    if (const MailServer *server = settings.server(MailProtocol::Pop3)) {
+        say(m_source, sourceWords(settings, domain));
+        say(m_stranger, strangerWords(settings, domain));
+        m_card->setServer(*server);
+    }
+    m_card->setEditing(false);
+    arrange();
+    focusFirst();
+}
+
+void ServerPage::enterByHand()
+{
+    m_isBlocked = false;
+    m_discovery.stop();
+    m_card->setEditing(true);
+    setState(State::Shown);
+    m_card->focusFirst();
+}
+
+/// What was found out about another server says nothing about this one.
+void ServerPage::edited()
+{
+    endTrying();
+    m_card->setResult(ServerCard::Trying::NotYet);
+    m_outcome->say(MessageBar::Kind::Information, {});
+    setState(State::Shown);
+}
+
+void ServerPage::say(Notice *notice, const DiscoveryWords &words, const QString &button)
+{
+    notice->say(words.kind, words.text, button);
+}
+
+void ServerPage::setState(State state)
+{
+    m_state = state;
+    arrange();
+}
+
+/// The lines of a search that brought nothing stay, because they say why.
+void ServerPage::arrange()
+{
+    const bool isSearching = m_state == State::Searching;
+    const bool hasResult = m_discovery.best().has_value();
+    m_searching->setVisible(isSearching);
+    m_view->setVisible(isSearching ||
+                       (!hasResult && !m_searched.isEmpty() && m_discovery.identity().isValid()));
+    m_card->setVisible(!isSearching && !m_isBlocked);
+    m_keep->setVisible(!isSearching && !m_isBlocked);
+    m_card->setEnabled(m_state != State::Trying);
+    m_keep->setEnabled(m_state != State::Trying);
+    emit changed();
+}
+
+void ServerPage::focusFirst()
+{
+    if (m_state == State::Searching)
+        m_view->stopButton()->setFocus();
+    else if (m_card->isEditing())
+        m_card->focusFirst();
+    else
+        window()->setFocus(); // Enter means the default button
+}
+
+void ServerPage::putInto(AccountDraft &draft) const
+{
+    draft.server = m_card->server();
+    draft.accepted = m_accepted;
+    m_keep->putInto(draft);
+}
+
+QString ServerPage::verb() const
+{
+    if (m_state == State::Failed)
+        return tr("T&ry again");
+    return m_state != State::Works && canTry() ? tr("Si&gn in") : tr("&Continue");
+}
+
+bool ServerPage::canGoOn() const
+{
+    return !isBusy() && !m_isBlocked && m_card->isWhole();
+}
+
+QString ServerPage::secondary() const
+{
+    if (m_state == State::Trying)
+        return tr("S&top");
+    if (m_state == State::Failed)
+        return tr("Continue &untried");
+    return m_card->isEditing() ? QString() : tr("&Enter server by hand…");
+}
+
+void ServerPage::useSecondary()
+{
+    if (m_state == State::Trying)
+        stop();
+    else if (m_state == State::Failed)
+        emit done();
+    else
+        enterByHand();
+}
+
+bool ServerPage::canTry() const
+{
+    return !m_draft.password.isEmpty() && mayTryLogin(m_card->server());
+}
+
+void ServerPage::goOn()
+{
+    if (!canGoOn())
+        return;
+    if (m_state != State::Works && canTry())
+        tryLogin();
+    else
+        emit done();
+}
+
+bool ServerPage::isBusy() const
+{
+    return m_state == State::Searching || m_state == State::Trying;
+}
+
+void ServerPage::stop()
+{
+    if (m_state == State::Searching)
+        return m_discovery.stop();
+    if (m_state == State::Trying)
+        edited();
+}
+
+void ServerPage::tryLogin()
+{
+    const MailServer server = m_card->server();
+    AccountDraft draft = m_draft;
+    putInto(draft);
+    AccountData account = accountDataOf(draft);
+    account.name = draft.address;
+    account.password = draft.password;
+    m_outcome->say(MessageBar::Kind::Information, {});
+    m_card->setResult(ServerCard::Trying::Now, tr("Signing in"), harmlessLine(server.host));
+    setState(State::Trying);
+    m_trying = std::make_unique<QObject>();
+    const auto isMine = [this, trying = m_trying.get()] { return m_trying.get() == trying; };
+    m_tester.test(
+        account,
+        [this, isMine](const CertificateReport &report, const std::function<void(bool)> &answer) {
+            if (isMine())
+                judge(report, answer);
+            else
+                answer(false);
+        },
+        m_trying.get(),
+        [this, isMine](const LoginResult &result) {
+            if (isMine())
+                tried(result);
+        });
+}
+
+void ServerPage::judge(const CertificateReport &report, const std::function<void(bool)> &answer)
+{
+    const QByteArray sha256 = report.certificate.sha256;
+    if (m_acceptedOnce.contains(sha256))
+        return answer(true);
+    closeQuestion();
+    m_question = new CertificateDialog({0, m_draft.address, report, std::nullopt}, this);
+    m_question->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_question, &QDialog::finished, m_trying.get(), [this, report, answer] {
+        const CertificateAnswer word = m_question->answer();
+        if (word != CertificateAnswer::Refuse)
+            m_acceptedOnce.insert(report.certificate.sha256);
+        if (word == CertificateAnswer::AcceptAlways)
+            m_accepted = report.certificate;
+        answer(word != CertificateAnswer::Refuse);
+    });
+    m_question->open();
+}
+
+void ServerPage::tried(const LoginResult &result)
+{
+    endTrying();
+    if (result.reason != AccountFetchReason::None) {
+        explain(result);
+        setState(State::Failed);
+    } else {
+        m_card->setResult(ServerCard::Trying::Works, tr("Works"),
+                          result.messages < 0 ? tr("signed in")
+                                              : tr("signed in, %n message(s)", nullptr, result.messages));
+        m_card->setEditing(false);
+        setState(State::Works);
+    }
+    window()->setFocus();
+}
+
+/// Here nothing was set up before, so that nothing can have been changed elsewhere.
+void ServerPage::explain(const LoginResult &result)
+{
+    TransferError error;
+    error.reason = result.isRefused ? AccountFetchReason::Unexpected : result.reason;
+    error.detail = result.detail;
+    AccountDraft draft = m_draft;
+    putInto(draft);
+    const TransferExplanation words = explainTransferError(error, accountDataOf(draft));
+    const bool isRefusal = result.isRefused && words.cause != TransferCause::AppPassword;
+    m_passwordHelps = result.isRefused || words.action == MendAction::EnterPassword;
+    const QString what = isRefusal ? tr("the server refused the name or the password") : words.what;
+    QString text = isRefusal
+                       ? tr("The server answered and is the right one. Most likely the password is mistyped; "
+                            "some servers also want only the part of the address before the @ as the name.")
+                       : words.whose + u' ' + words.advice;
+    if (!result.detail.isEmpty())
+        text += u"\n\n"_s + harmlessLine(result.detail, 300);
+    m_card->setResult(ServerCard::Trying::Fails, tr("Not signed in"), what);
+    m_outcome->say(MessageBar::Kind::Error, text, m_passwordHelps ? tr("Change &password…") : QString());
+}
+
+void ServerPage::endTrying()
+{
+    if (m_trying)
+        m_trying.release()->deleteLater(); // it may be what calls
+    closeQuestion();
+}
+
+void ServerPage::closeQuestion()
+{
+    if (!m_question)
+        return;
+    m_question->disconnect();
+    m_question->hide();
+    m_question->deleteLater();
+    m_question = nullptr;
+}
