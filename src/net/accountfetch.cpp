@@ -21,8 +21,6 @@ constexpr int kMostConnections = 32; ///< side by side, whatever the accounts fi
 
 FetchAnswer Account::fetch(bool manual, bool allConnections)
 {
-    if (manual)
-        clearMark(); // the user acts
     return dispatch({number(), manual, allConnections, manual, {}});
 }
 
@@ -36,6 +34,8 @@ FetchAnswer Account::dispatch(const AccountFetchRequest &request)
         return FetchAnswer::Nothing;
     if (!mayFetchBesideOthers())
         return FetchAnswer::Nothing; // rather than once more as soon as there is room
+    if (request.attended)
+        clearMark(); // the user acts
     if (m_manager.isFull()) {
         m_manager.queue(request);
         return FetchAnswer::Waiting;

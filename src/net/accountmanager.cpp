@@ -20,12 +20,9 @@ AccountManager::AccountManager(QObject *parent)
 
 AccountManager::~AccountManager()
 {
-    m_blocked = true;
-    m_queue.clear();
     m_questions = nullptr; // who answered may be gone already
     m_keeper = nullptr;
-    for (const auto &account : m_accounts)
-        account->leave();
+    shutDown();
 }
 
 void AccountManager::load()
@@ -49,6 +46,7 @@ void AccountManager::load()
 
 bool AccountManager::save()
 {
+    flushLogs();
     const bool savedErrors = m_errors.save();
     if (!m_changed)
         return savedErrors;

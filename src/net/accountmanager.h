@@ -43,7 +43,7 @@ public:
 
     void load();
 
-    /// Writes what changed. False after a report.
+    /// Writes what changed, and what the logs still have in memory. False after a report.
     bool save();
 
     const std::vector<std::unique_ptr<Account>> &accounts() const { return m_accounts; }
@@ -84,11 +84,11 @@ public:
 
     /// While on, no fetch begins: the program is closing.
     void setFetchesBlocked(bool blocked);
+    bool areFetchesBlocked() const { return m_blocked; }
 
     /// The end of the program: no fetch begins any more, and what runs ends here and now, with what has
     /// arrived whole in the store.
     void shutDown();
-    bool areFetchesBlocked() const { return m_blocked; }
 
     /// Clients that run; those that only hold an idle connection do not count.
     int runningFetchers() const;

@@ -10,6 +10,8 @@
 /// Messages that the user asked to be fetched ("FetchIDs") or deleted on the server ("DeleteIDs") at the next
 /// fetch of an account. Every change is on the disk when the function returns.
 ///
+/// An object is read once, when it is made: make one, change it, let it go.
+///
 /// One line each, the identifier and, where something waits for the message, the numbers of its group and
 /// article behind blanks; a last line " end", which no identifier can be. What lacks its end is damaged: from
 /// a list of messages to fetch its whole lines count, from one of messages to delete nothing does.

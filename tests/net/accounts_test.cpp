@@ -54,6 +54,7 @@ private slots:
     void aPasswordThatGoes_data();
     void aPasswordThatGoes();
     void chains();
+    void order();
 };
 
 void AccountsTest::theLine()
@@ -348,6 +349,33 @@ void AccountsTest::chains()
     manager.remove(first);
     QCOMPARE(manager.account(second.number)->data().chained, 0);
     QCOMPARE(updated.size(), 1);
+}
+
+void AccountsTest::order()
+{
+    Scratch scratch;
+    AccountManager manager;
+    manager.load();
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
+        manager.add(batch(name));
+    const auto names = [](const AccountManager &accounts) {
+        QString all;
+        for (const AccountData &account : accounts.all())
+            all += account.name;
+        return all;
+    };
+    manager.move(1, 2);
+    QCOMPARE(names(manager), u"bcad"_s);
+    manager.move(4, 0);
+    QCOMPARE(names(manager), u"dbca"_s);
+    manager.move(4, 4); // no such places
+    manager.move(4, -1);
+    manager.move(9, 1);
+    QCOMPARE(names(manager), u"dbca"_s);
+    QVERIFY(manager.save());
+    AccountManager again;
+    again.load();
+    QCOMPARE(names(again), u"dbca"_s);
 }
 
 QTEST_GUILESS_MAIN(AccountsTest)

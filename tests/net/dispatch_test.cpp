@@ -44,6 +44,7 @@ private slots:
     void unattendedFailuresLeaveAMark();
     void stopping();
     void removedWhileFetching();
+    void theEndOfTheProgram();
     void theListOfErrors();
 };
 
@@ -460,6 +461,25 @@ void DispatchTest::removedWhileFetching()
     rig.factory.last()->complete(false);
     QTRY_COMPARE(Fetcher::live().size(), 0u);
     QVERIFY(rig.manager.accounts().empty());
+}
+
+void DispatchTest::theEndOfTheProgram()
+{
+    AccountRig rig;
+    setIntSetting(Setting::FetchConcurrency, 1);
+    Account *running = rig.add(accountData(u"a"_s));
+    Account *waiting = rig.add(accountData(u"b"_s));
+    const QSignalSpy ended(running, &Account::fetchEnded);
+    running->fetch(true, true);
+    waiting->fetch(true, true);
+    rig.factory.last()->endsWhenStopped = false;
+    rig.manager.shutDown();
+    QCOMPARE(rig.factory.last()->stops, 1);
+    QCOMPARE(Fetcher::busyCount(), 0);
+    QCOMPARE(ended.size(), 1);
+    QVERIFY(!rig.manager.isBusy());
+    QCOMPARE(waiting->fetch(true, true), FetchAnswer::Nothing);
+    QTRY_COMPARE(Fetcher::live().size(), 0u);
 }
 
 void DispatchTest::theListOfErrors()
