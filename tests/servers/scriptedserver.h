@@ -44,6 +44,8 @@ public:
         m_next.start(0); // not before the server has taken note of this
     }
 
+    ~ScriptedDialogue() override { m_socket.disconnect(this); } // it would go on playing as it closes
+
     void release()
     {
         m_isReleased = true;
