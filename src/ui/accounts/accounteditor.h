@@ -1,0 +1,53 @@
+#pragma once
+
+#include "net/accountdata.h"
+
+#include <QDialog>
+#include <QPointer>
+
+class AccountForm;
+class AskingBar;
+class Engine;
+class LoginCheck;
+class LoginTester;
+class QLabel;
+class QPushButton;
+
+/// All that can be set of one account. OK and Apply change it at once; what is wrong is said at its field.
+class AccountEditor : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// @p account is one of the engine's, or with number 0 one that OK enters. @p tester tries logins; both
+    /// must outlive this. Deletes itself when it is closed.
+    AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent = nullptr);
+
+    int account() const { return m_number; }
+    AccountForm &form() const { return *m_form; }
+
+signals:
+    void saved(int account);
+
+private:
+    void build(const AccountData &account);
+    QWidget *newHead();
+    QWidget *newFooter();
+    void showHead(const AccountData &account);
+    bool apply();
+    bool enter(const AccountData &data);
+    bool keepPassword(const AccountData &before, const QString &entered);
+    void testLogin();
+    void showChanged();
+
+    Engine &m_engine;
+    LoginTester &m_tester;
+    int m_number;
+    AccountForm *m_form = nullptr;
+    QLabel *m_title = nullptr;
+    QLabel *m_kind = nullptr;
+    AskingBar *m_notice = nullptr;
+    QPushButton *m_apply = nullptr;
+    QPushButton *m_test = nullptr;
+    QPointer<LoginCheck> m_check;
+};
