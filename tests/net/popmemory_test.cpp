@@ -303,7 +303,8 @@ void PopMemoryTest::addedTo()
     remember(true);
     PopMemory taken = memory();
     QVERIFY(taken.load());
-    taken.announce({record("arriving", 5), record("lost", 6)});
+    taken.announce(record("arriving", 5));
+    taken.announce(record("lost", 6));
     taken.remember(record("pending"));
     PopMemory again = memory();
     QVERIFY(again.load());

@@ -9,13 +9,21 @@ PopBatch::PopBatch(MailReceiver &receiver, PopMemory &memory)
 
 bool PopBatch::store(int number, const ReceivedMessage &message, const PopRecord &record)
 {
-    return !m_broken && add(number, message, record, m_receiver.store(message));
+    return announce(record) && add(number, message, record, m_receiver.store(message));
 }
 
 bool PopBatch::complete(int number, const WaitingMessage &place, const ReceivedMessage &message,
                         const PopRecord &record)
 {
-    return !m_broken && add(number, message, record, m_receiver.complete(place, message));
+    return announce(record) && add(number, message, record, m_receiver.complete(place, message));
+}
+
+/// Before it is stored, so that a message found in the store after a crash is known in all detail.
+bool PopBatch::announce(const PopRecord &record)
+{
+    if (!m_broken)
+        m_memory.announce(record);
+    return !m_broken;
 }
 
 bool PopBatch::add(int number, const ReceivedMessage &message, const PopRecord &record, bool stored)
@@ -29,8 +37,6 @@ bool PopBatch::add(int number, const ReceivedMessage &message, const PopRecord &
     return true;
 }
 
-/// What is about to be stored is announced first, so that a message found in the store after a crash is known
-/// in all detail.
 bool PopBatch::finish(std::vector<int> &numbers)
 {
     if (m_broken)
@@ -38,10 +44,7 @@ bool PopBatch::finish(std::vector<int> &numbers)
     numbers = std::exchange(m_numbers, {});
     const std::vector<PopRecord> records = std::exchange(m_records, {});
     m_bytes = 0;
-    if (!records.empty()) {
-        m_memory.announce(records);
-        m_broken = !m_receiver.flush();
-    }
+    m_broken = !records.empty() && !m_receiver.flush();
     if (m_broken)
         return false;
     for (const PopRecord &record : records)

@@ -34,6 +34,7 @@ public:
     [[nodiscard]] bool finish(std::vector<int> &numbers);
 
 private:
+    bool announce(const PopRecord &record);
     bool add(int number, const ReceivedMessage &message, const PopRecord &record, bool stored);
 
     MailReceiver &m_receiver;

@@ -166,7 +166,7 @@ void POPFetcher::readBlocks()
         const bool complete = m_text.take(rest);
         m_input.setRest(rest);
         if (m_text.isTooLong())
-            return end(AccountFetchReason::Unexpected, tr("The server sent a message of more than 1 GB"));
+            return textTooLong();
         if (complete)
             textComplete();
     }
@@ -197,6 +197,14 @@ void POPFetcher::textComplete()
     else
         bodyText(text);
     m_text.giveBack(std::move(text));
+}
+
+/// It counts as a refusal, so that a message without an end does not end every session to come.
+void POPFetcher::textTooLong()
+{
+    if (m_state == State::Transfer)
+        m_plan->noteRefusal(m_plan->items()[std::size_t(m_transfer->current().item)]);
+    end(AccountFetchReason::Unexpected, tr("The server sent a message of more than 1 GB"));
 }
 
 /// The one place that ends: what has arrived is made safe first.
@@ -271,6 +279,8 @@ void POPFetcher::stop()
 
 void POPFetcher::slotConnectionError(int code)
 {
+    if (m_state == State::Quit)
+        return end(m_reason, m_detail); // some servers do not close, they break off
     end(AccountFetchReason::Unreachable, connectionFailure(code));
 }
 

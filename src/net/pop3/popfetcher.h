@@ -192,6 +192,7 @@ private:
     bool loadMemory();
     void beginText(qint64 size);
     void textComplete();
+    void textTooLong();
     void addTrouble(const QString &text);
 
     const PopTask m_task;

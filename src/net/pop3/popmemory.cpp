@@ -122,6 +122,7 @@ bool PopMemory::setAside()
     if (!writeFetched(asideOf(m_owner)))
         return unableToWrite();
     m_uidls.remove();
+    m_file.close();
     QFile::remove(m_path);
     m_records.clear();
     m_announced.clear();
@@ -224,12 +225,10 @@ void PopMemory::remember(const PopRecord &record)
     m_changed = true;
 }
 
-void PopMemory::announce(const std::vector<PopRecord> &records)
+void PopMemory::announce(const PopRecord &record)
 {
-    QByteArray lines;
-    for (const PopRecord &record : records)
-        lines += popLine(PopLineKind::Arriving, record);
-    append(lines, false); // without it the messages are still recognised, only never deleted by themselves
+    // without it the message is still recognised, only never deleted by itself
+    append(popLine(PopLineKind::Arriving, record), false);
 }
 
 bool PopMemory::commit()
@@ -242,17 +241,23 @@ bool PopMemory::commit()
     return true;
 }
 
+bool PopMemory::openFile()
+{
+    m_file.setFileName(m_path);
+    return m_file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered,
+                       QFile::ReadOwner | QFile::WriteOwner);
+}
+
 bool PopMemory::append(const QByteArray &lines, bool synced)
 {
-    QFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append, QFile::ReadOwner | QFile::WriteOwner))
+    if (!m_file.isOpen() && !openFile())
         return false;
     QByteArray bytes = m_endsInLine ? QByteArray("\n") : QByteArray();
     if (m_isNew)
         bytes += mailboxLine(m_mailbox);
     bytes += lines;
     m_endsInLine = true; // until it is known to be whole
-    if (file.write(bytes) != bytes.size() || !file.flush() || (synced && !syncFile(file)))
+    if (m_file.write(bytes) != bytes.size() || (synced && !syncFile(m_file)))
         return false;
     if (m_isNew)
         syncDirectoryOf(m_path);
@@ -274,6 +279,7 @@ bool PopMemory::save()
         return std::tie(one.taken, one.identifier) < std::tie(other.taken, other.identifier);
     });
     m_owner = m_mailbox;
+    m_file.close();
     if (!writeFetched(m_path))
         return unableToWrite();
     m_pending.clear();

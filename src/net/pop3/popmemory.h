@@ -4,6 +4,7 @@
 #include "net/pop3/uidlsfile.h"
 
 #include <QByteArray>
+#include <QFile>
 #include <QHash>
 #include <QList>
 #include <QMultiHash>
@@ -64,8 +65,8 @@ public:
     /// Replaces what is remembered about the message.
     void remember(const PopRecord &record);
 
-    /// Puts aside, not yet on the disk, what is about to be stored.
-    void announce(const std::vector<PopRecord> &records);
+    /// Writes down, not yet for the disk, what is about to be stored.
+    void announce(const PopRecord &record);
 
     /// Makes safe on the disk what was remembered since the last time. False after "Unable to write UIDLs
     /// file".
@@ -81,11 +82,13 @@ private:
     bool setAside();
     bool bringBack();
     bool writeFetched(const QString &path);
+    bool openFile();
     bool append(const QByteArray &lines, bool synced);
     QString asideOf(const QByteArray &mailbox) const;
 
     QString m_path;
     UidlsFile m_uidls;
+    QFile m_file;         ///< while lines are added to it
     QByteArray m_mailbox; ///< user@host that is wanted now
     QByteArray m_owner;   ///< the one that the file belongs to; empty: it does not say
     QHash<QByteArray, PopRecord> m_records;
