@@ -202,8 +202,10 @@ bool Velmar::startUp()
     m_timer.start();
     if (m_demo)
         beginDemo();
-    else
+    else if (!m_options.exitWhenShown) {
+        m_window->offerFirstAccount();
         offerAsDefaultClient();
+    }
     connect(&m_instance, &SingleInstance::messageReceived, this, &Velmar::processMessage);
     if (!m_message.isEmpty())
         processMessage(m_message);
@@ -233,8 +235,6 @@ void Velmar::createWindow()
 
 void Velmar::offerAsDefaultClient()
 {
-    if (m_options.exitWhenShown)
-        return;
     const auto isNews = [](const AccountData &account) { return account.kind == AccountKind::Nntp; };
     const std::vector<AccountData> accounts = m_engine.accounts().all();
     m_defaultClient = std::make_unique<DefaultClient>(m_platform);

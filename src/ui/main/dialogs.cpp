@@ -1,21 +1,14 @@
 #include "ui/main/dialogs.h"
 
-#include "ui/look/colours.h"
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
-#include "ui/look/recolour.h"
 #include "ui/look/smalldialog.h"
-#include "ui/look/toolbuttons.h"
 
-#include <QCoreApplication>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -24,11 +17,6 @@ namespace {
 
 constexpr int kListWidth = 56; ///< characters
 constexpr int kListRows = 12;  //
-
-QString tr(const char *text)
-{
-    return QCoreApplication::translate("Dialogs", text);
-}
 
 QListWidget *newList(const QString &name)
 {
@@ -71,56 +59,6 @@ QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void
                      [field, done = std::move(done)] { done(field->text().trimmed()); });
     dialog->open();
     field->setFocus();
-    return dialog;
-}
-
-QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &)> check,
-                        std::function<void(const QString &, const QString &)> done)
-{
-    auto *dialog = new SmallDialog(parent, tr("Add a mailbox file"), tr("Add"));
-    dialog->setObjectName(u"mailboxDialog"_s);
-    auto *words = new QLabel(tr("Velmar takes the mail out of this file each time it looks for new mail."));
-    words->setWordWrap(true);
-    setTextRole(words, Role::Text2);
-    auto *form = new QFormLayout;
-    QLineEdit *name = addField(form, tr("&Name"), u"name"_s);
-    auto *line = new QHBoxLayout;
-    auto *path = new QLineEdit;
-    path->setObjectName(u"path"_s);
-    path->setMinimumWidth(columnWidth(kListWidth) / 2);
-    auto *choose = newToolButton(u"folder"_s, tr("Choose a file"), dialog);
-    line->addWidget(path, 1);
-    line->addWidget(choose);
-    form->addRow(tr("&File"), line);
-    if (auto *label = qobject_cast<QLabel *>(form->labelForField(line)))
-        label->setBuddy(path);
-    dialog->contents()->addWidget(words);
-    dialog->contents()->addLayout(form);
-    const auto refresh = [dialog, name, path, check = std::move(check)] {
-        const QString text = name->text().trimmed();
-        dialog->setProblem(text.isEmpty() ? QString() : check(text));
-        if (text.isEmpty() || path->text().trimmed().isEmpty())
-            dialog->footer()->defaultButton()->setEnabled(false);
-    };
-    QObject::connect(name, &QLineEdit::textChanged, dialog, refresh);
-    QObject::connect(path, &QLineEdit::textChanged, dialog, refresh);
-    QObject::connect(choose, &QToolButton::clicked, dialog, [dialog, path, name] {
-        auto *files = new QFileDialog(dialog, tr("Mailbox file"));
-        files->setAttribute(Qt::WA_DeleteOnClose);
-        files->setFileMode(QFileDialog::AnyFile);
-        QObject::connect(files, &QFileDialog::fileSelected, path, [path, name](const QString &file) {
-            path->setText(file);
-            if (name->text().isEmpty())
-                name->setText(QFileInfo(file).fileName());
-        });
-        files->open();
-    });
-    refresh();
-    QObject::connect(dialog, &QDialog::accepted, parent, [name, path, done = std::move(done)] {
-        done(name->text().trimmed(), path->text().trimmed());
-    });
-    dialog->open();
-    name->setFocus();
     return dialog;
 }
 

@@ -23,10 +23,6 @@ struct NameRequest
 };
 QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void(const QString &)> done);
 
-/// Asks for the name and the file of a mailbox that another program fills.
-QDialog *askMailboxFile(QWidget *parent, std::function<QString(const QString &name)> check,
-                        std::function<void(const QString &name, const QString &path)> done);
-
 /// A list of texts to choose one from.
 QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, const QStringList &choices,
                    std::function<void(int)> done);

@@ -259,52 +259,6 @@ void GroupCommands::exportGroup(Group &group)
     dialog->open();
 }
 
-void GroupCommands::addMailboxFile()
-{
-    askMailboxFile(
-        m_window,
-        [this](const QString &name) {
-            return m_engine.accounts().find(name) ? tr("There is an account of that name already.")
-                                                  : QString();
-        },
-        [this](const QString &name, const QString &path) {
-            AccountData account;
-            account.name = name;
-            account.host = path;
-            account.kind = AccountKind::BatchFile;
-            if (const int number = m_engine.accounts().add(account))
-                m_engine.fetch(number);
-        });
-}
-
-void GroupCommands::removeMailboxFile()
-{
-    QStringList names;
-    QList<int> numbers;
-    for (const AccountData &account : m_engine.accounts().all()) {
-        if (account.kind == AccountKind::BatchFile) {
-            names.append(u"%1 (%2)"_s.arg(account.name, account.host));
-            numbers.append(account.number);
-        }
-    }
-    if (names.isEmpty())
-        return m_boxes.show(ReportLevel::Information, tr("There is no mailbox file to remove."));
-    askChoice(m_window, tr("Remove a mailbox file"), tr("Remove"), names, [this, numbers](int row) {
-        if (row >= 0 && row < numbers.size())
-            m_engine.accounts().remove(numbers[row]);
-    });
-}
-
-bool GroupCommands::getMail()
-{
-    const std::vector<AccountData> accounts = m_engine.accounts().all();
-    if (std::none_of(accounts.begin(), accounts.end(),
-                     [](const AccountData &account) { return account.isIncoming(); }))
-        return false;
-    m_engine.fetchAll();
-    return true;
-}
-
 QAction *GroupCommands::add(QMenu *menu, Group &group, const QString &text, Command command,
                             const QString &iconName)
 {

@@ -47,12 +47,6 @@ public:
     /// Brings the mail of these files and directories into @p target.
     void importPaths(const QStringList &paths, Group &target);
 
-    void addMailboxFile();
-    void removeMailboxFile();
-
-    /// False: there is no account to fetch from.
-    bool getMail();
-
     /// The entries that are about @p group, for its context menu.
     void fillMenu(QMenu *menu, Group &group);
 

@@ -28,6 +28,7 @@ ReaderMarks readerMarksOf(const Overview &overview)
     marks.junk = overview.has(Mark::Junk);
     marks.replied = overview.has(Mark::Replied);
     marks.forwarded = overview.has(Mark::Forwarded);
+    marks.onServer = overview.serverSize();
     return marks;
 }
 

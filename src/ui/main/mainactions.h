@@ -85,12 +85,18 @@ enum class Act {
     MoveTo,
     MoveAgain,
     CopyTo,
+    FetchRest,
+    DeleteOnServer,
     // Tools
     GetMail,
+    GetAllMail,
+    StopTransfers,
     Online,
     Transfers,
+    Errors,
+    NewAccount,
+    Accounts,
     AddBatchAccount,
-    RemoveAccount,
     EmptyWasteBasket,
     EmptyJunk,
     CompactGroup,
@@ -115,13 +121,15 @@ enum Need : unsigned {
     NeedsCurrent = 1u << 5,   ///< one is current
     NeedsUndo = 1u << 6,
     NeedsRedo = 1u << 7,
-    NeedsClosedTab = 1u << 8, ///< one that can be opened again
-    NeedsTabs = 1u << 9,      ///< more than one is open
-    NeedsTarget = 1u << 10,   ///< messages were moved somewhere before
-    NeedsFilter = 1u << 11,   ///< the list is filtered
-    NeedsWaste = 1u << 12,    ///< there is something in the waste basket
-    NeedsJunk = 1u << 13,     ///< in the junk group
-    NeedsBatches = 1u << 14,  ///< there is an account to remove
+    NeedsClosedTab = 1u << 8,   ///< one that can be opened again
+    NeedsTabs = 1u << 9,        ///< more than one is open
+    NeedsTarget = 1u << 10,     ///< messages were moved somewhere before
+    NeedsFilter = 1u << 11,     ///< the list is filtered
+    NeedsWaste = 1u << 12,      ///< there is something in the waste basket
+    NeedsJunk = 1u << 13,       ///< in the junk group
+    NeedsTransfers = 1u << 14,  ///< something is being transferred
+    NeedsHeaderOnly = 1u << 15, ///< of the current message only the header is here
+    NeedsServer = 1u << 16,     ///< the current message came from an account that may delete it on the server
 };
 
 /// The main window's actions, made in its registry.

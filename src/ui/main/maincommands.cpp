@@ -4,6 +4,7 @@
 #include "ui/actions/keyhelp.h"
 #include "ui/list/messagelist.h"
 #include "ui/look/looks.h"
+#include "ui/main/accountcommands.h"
 #include "ui/main/dialogs.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/listpane.h"
@@ -72,6 +73,8 @@ void MainWindow::connectMessageActions()
     on(Act::MoveTo, [](Commands its) { its.moveSelected(); });
     on(Act::MoveAgain, [](Commands its) { its.moveSelectedAgain(); });
     on(Act::CopyTo, [](Commands its) { its.copySelected(); });
+    on(Act::FetchRest, [](Commands its) { its.fetchRest(); });
+    on(Act::DeleteOnServer, [](Commands its) { its.deleteOnServer(); });
     on(Act::MarkGroupRead, [this](Commands its) {
         if (group())
             its.markGroupRead(*group());
@@ -105,11 +108,15 @@ void MainWindow::connectGroupActions()
     onGroup(Act::ExportGroup, &GroupCommands::exportGroup);
     onGroup(Act::CompactGroup, &GroupCommands::compact);
     onGroup(Act::RepairGroup, &GroupCommands::repair);
-    on(Act::GetMail, [this] { getMail(); });
+    on(Act::GetMail, [this] { getMail(m_accountCommands->getMail(viewer().place())); });
+    on(Act::GetAllMail, [this] { getMail(m_accountCommands->getAllMail()); });
+    on(Act::StopTransfers, [this] { m_accountCommands->stopTransfers(); });
     on(Act::Online, [this] { setOnlineWish(!isOnline()); });
-    on(Act::Transfers, [this] { m_notices.showList(this); });
-    on(Act::AddBatchAccount, [this] { m_groupCommands->addMailboxFile(); });
-    on(Act::RemoveAccount, [this] { m_groupCommands->removeMailboxFile(); });
+    on(Act::Errors, [this] { m_notices.showList(this); });
+    on(Act::Transfers, [this] { m_accountCommands->showTransfers(); });
+    on(Act::NewAccount, [this] { m_accountCommands->newAccount(); });
+    on(Act::Accounts, [this] { m_accountCommands->manageAccounts(); });
+    on(Act::AddBatchAccount, [this] { m_accountCommands->newAccount(AccountKind::BatchFile); });
     on(Act::EmptyWasteBasket, [this] { m_groupCommands->emptyWasteBasket(); });
     on(Act::EmptyJunk, [this] { m_groupCommands->emptyJunk(); });
 }

@@ -6,6 +6,7 @@
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/look/toolbuttons.h"
+#include "ui/main/accountcommands.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/lettersbar.h"
 #include "ui/main/mainwindow.h"
@@ -142,7 +143,10 @@ void MainWindow::createTagMenu()
 void MainWindow::createToolsMenu()
 {
     QMenu *tools = menuBar()->addMenu(tr("&Tools"));
-    m_actions.addTo(tools, Act::GetMail, Act::RepairGroup);
+    m_actions.addTo(tools, Act::GetMail, Act::GetAllMail);
+    QMenu *from = tools->addMenu(icon(u"get-mail"_s), tr("Get mail &from"));
+    m_accountCommands->keepGetMailMenu(from);
+    m_actions.addTo(tools, Act::StopTransfers, Act::RepairGroup);
 }
 
 /// The tags have other names, or there are others.
@@ -169,6 +173,7 @@ unsigned MainWindow::have() const
     Group *shown = group();
     const MessageList &list = viewer().list();
     const OverviewFile::Counts counts = shown ? shown->counts() : OverviewFile::Counts();
+    const std::optional<Overview> current = viewer().currentOverview();
     Group *waste = m_engine.groups().group(GroupRole::WasteBasket);
     Group *junk = m_engine.groups().group(GroupRole::Junk);
     const struct
@@ -190,7 +195,9 @@ unsigned MainWindow::have() const
         {NeedsFilter, viewer().isFiltered()},
         {NeedsWaste, waste && waste->counts().total > 0},
         {NeedsJunk, junk && junk->counts().total > 0},
-        {NeedsBatches, !m_engine.accounts().accounts().empty()},
+        {NeedsTransfers, m_accountCommands->isTransferring()},
+        {NeedsHeaderOnly, current && current->has(Mark::HeaderOnly)},
+        {NeedsServer, current && m_accountCommands->canDeleteOnServer(*current)},
     };
     unsigned have = m_readerActions.have();
     for (const auto &each : needs)

@@ -3,6 +3,7 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "engine/storetasks.h"
+#include "net/fetcher.h"
 #include "store/mailbox/messagefile.h"
 #include "ui/actions/commandpalette.h"
 #include "ui/list/messagelist.h"
@@ -11,6 +12,7 @@
 #include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/look/toolbuttons.h"
+#include "ui/main/accountcommands.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/linedbar.h"
 #include "ui/main/listpane.h"
@@ -78,6 +80,7 @@ MainWindow::MainWindow(Engine &engine, Looks &looks)
     m_views.load();
     createPanes();
     m_groupCommands = new GroupCommands(engine, *m_boxes, this);
+    m_accountCommands = new AccountCommands(engine, *m_boxes, this);
     createMenus();
     createPalette();
     connectActions();
@@ -95,6 +98,7 @@ MainWindow::~MainWindow()
         &m_engine.tasks(),
         &m_engine.groups(),
         &m_engine.accounts(),
+        &m_engine.serverWishes(),
         &m_engine.journal(),
         &m_engine.tags(),
         &m_looks,
@@ -140,6 +144,9 @@ void MainWindow::addViewer(GroupViewer *viewer)
     connect(viewer->reader(), &MessageView::messageWanted, this, &MainWindow::openMessage);
     connect(viewer->reader(), &MessageView::composeWanted, this, &MainWindow::followLink);
     connect(viewer->reader(), &MessageView::findFromWanted, this, &MainWindow::findFrom);
+    connect(viewer->reader(), &MessageView::restWanted, m_actions[Act::FetchRest], &QAction::trigger);
+    connect(viewer->reader(), &MessageView::deleteOnServerWanted, m_actions[Act::DeleteOnServer],
+            &QAction::trigger);
     const MessageListModel &model = viewer->list().messages();
     connect(&model, &MessageListModel::sortingProgressed, m_status, &StatusLine::showSorting);
     connect(&model, &MessageListModel::sortingEnded, m_status, &StatusLine::endSorting);
@@ -186,11 +193,12 @@ void MainWindow::connectPanes()
     connect(&m_readerActions, &ReaderActions::haveChanged, this, &MainWindow::updateActions);
     connect(m_panes, &Panes::treeShownChanged, this, &MainWindow::updateActions);
     connect(m_boxes, &MessageBoxes::told, &m_notices, &Notices::add);
-    connect(m_status, &StatusLine::noticesClicked, m_actions[Act::Transfers], &QAction::trigger);
+    connect(m_status, &StatusLine::noticesClicked, m_actions[Act::Errors], &QAction::trigger);
     connect(m_status, &StatusLine::onlineClicked, m_actions[Act::Online], &QAction::trigger);
     connect(m_welcome, &Welcome::importWanted, this,
             [this] { m_groupCommands->importFiles(*m_engine.groups().group(GroupRole::Inbox)); });
-    connect(m_welcome, &Welcome::batchAccountWanted, m_groupCommands, &GroupCommands::addMailboxFile);
+    connect(m_welcome, &Welcome::batchAccountWanted, m_actions[Act::AddBatchAccount], &QAction::trigger);
+    connect(m_welcome, &Welcome::accountWanted, m_actions[Act::NewAccount], &QAction::trigger);
     connect(m_welcome, &Welcome::lookAroundWanted, this, &MainWindow::demoWanted);
 }
 
@@ -210,6 +218,7 @@ void MainWindow::connectEngine()
     connect(&m_engine.tags(), &Tags::changed, this, &MainWindow::updateTags);
     connect(&m_engine.accounts(), &AccountManager::accountAdded, this, &MainWindow::updateWelcome);
     connect(&m_looks, &Looks::lookChanged, this, &MainWindow::updateActions);
+    connectTransfers();
 }
 
 // --- What is remembered ---------------------------------------------------------------------------------
@@ -253,6 +262,10 @@ void MainWindow::remember()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    if (m_accountCommands->isTransferring() && Fetcher::busyCount() > 0 && isVisible()) {
+        event->ignore();
+        return askBeforeClosing();
+    }
     remember();
     QMainWindow::closeEvent(event);
 }
@@ -514,29 +527,6 @@ void MainWindow::taskEnded(Task *task)
         task->result().isEmpty())
         return;
     viewer().pane()->bar().tell(MessageBar::Kind::Good, task->result());
-}
-
-void MainWindow::getMail()
-{
-    if (m_groupCommands->getMail())
-        return;
-    viewer().pane()->bar().ask(MessageBar::Kind::Information, tr("There is no account yet to get mail from."),
-                               {tr("Add a mailbox file…"), [this] { m_groupCommands->addMailboxFile(); }});
-}
-
-void MainWindow::setOnlineWish(bool online)
-{
-    setOnline(online);
-    showOnline();
-}
-
-void MainWindow::showOnline()
-{
-    const bool online = isOnline();
-    m_status->setOnline(online);
-    QAction *action = m_actions[Act::Online];
-    action->setText(online ? tr("Work &offline") : tr("Go &online"));
-    action->setIcon(icon(online ? u"online"_s : u"offline"_s));
 }
 
 void MainWindow::showReport(const Report &report)

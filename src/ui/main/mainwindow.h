@@ -14,6 +14,7 @@
 
 #include <memory>
 
+class AccountCommands;
 class CommandPalette;
 class Engine;
 class GroupCommands;
@@ -48,6 +49,9 @@ public:
     /// The modal boxes, for the questions that the start asks.
     MessageBoxes &boxes() const { return *m_boxes; }
     void showReport(const Report &report);
+
+    /// Asks whether to set an account up, where there is none that mail comes from.
+    void offerFirstAccount();
 
     /// Shows a group, or a list over many (grouptreemodel.h); false: there is none of that number.
     bool selectGroup(int number);
@@ -95,7 +99,9 @@ private:
     void connectTabActions();
     void connectPanes();
     void connectEngine();
+    void connectTransfers();
     void addViewer(GroupViewer *viewer);
+    void askBeforeClosing();
     void restore();
     void remember();
 
@@ -124,7 +130,7 @@ private:
     void messageMenu(const QPoint &position);
     void dropped(const MessageRefs &messages, Group *target, bool copy);
     void taskEnded(Task *task);
-    void getMail();
+    void getMail(bool thereIsAnAccount);
     void setOnlineWish(bool online);
     void showOnline();
     void setArrangement(PaneLayout layout);
@@ -149,6 +155,7 @@ private:
     Panes *m_panes;
     StatusLine *m_status;
     GroupCommands *m_groupCommands;
+    AccountCommands *m_accountCommands;
     CommandPalette *m_palette;
     QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
     bool m_lookedAround = false;             ///< the user sent the welcome away

@@ -392,6 +392,16 @@ void MessageCommands::select(const MessageRefs &messages)
 
 // --- Files ----------------------------------------------------------------------------------------------
 
+void MessageCommands::fetchRest()
+{
+    m_engine.serverWishes().fetchRest(m_list.selected());
+}
+
+void MessageCommands::deleteOnServer()
+{
+    m_engine.serverWishes().deleteOnServer(m_list.selected());
+}
+
 void MessageCommands::saveCurrent()
 {
     Group *home = groups().group(m_list.current().group);

@@ -79,6 +79,10 @@ public slots:
     /// The message was shown to the user, who did nothing: that is no deed to be undone.
     void noteRead(MessageRef message);
 
+    /// Of the selected messages whose header alone is here, the rest; and their deletion on their server.
+    void fetchRest();
+    void deleteOnServer();
+
     /// Writes the current message to a file that the user names.
     void saveCurrent();
 

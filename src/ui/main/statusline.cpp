@@ -16,6 +16,10 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+constexpr int kNewsStay = 8'000; ///< milliseconds
+}
+
 StatusLine::StatusLine(TaskRunner &tasks, const Notices &notices, QWidget *parent)
     : QWidget(parent)
     , m_notices(notices)
@@ -51,6 +55,11 @@ StatusLine::StatusLine(TaskRunner &tasks, const Notices &notices, QWidget *paren
     connect(&tasks, &TaskRunner::started, this, &StatusLine::showTask);
     connect(&tasks, &TaskRunner::progressed, this, &StatusLine::showTask);
     connect(&tasks, &TaskRunner::ended, this, &StatusLine::endTask);
+    m_newsTimer.setSingleShot(true);
+    connect(&m_newsTimer, &QTimer::timeout, this, [this] {
+        m_news.clear();
+        showText();
+    });
     setOnline(true);
     showNotices();
 }
@@ -72,8 +81,20 @@ void StatusLine::showNotices()
 void StatusLine::setText(const QString &text)
 {
     m_plain = text;
-    if (m_hint.isEmpty())
-        m_text->setText(text);
+    showText();
+}
+
+void StatusLine::showText()
+{
+    const QString &text = m_news.isEmpty() ? m_plain : m_news;
+    m_text->setText(m_hint.isEmpty() ? text : m_hint);
+}
+
+void StatusLine::announce(const QString &news)
+{
+    m_news = news;
+    m_newsTimer.start(kNewsStay);
+    showText();
 }
 
 QString StatusLine::text() const
@@ -84,7 +105,7 @@ QString StatusLine::text() const
 void StatusLine::setHint(const QString &hint)
 {
     m_hint = hint;
-    m_text->setText(hint.isEmpty() ? m_plain : hint);
+    showText();
 }
 
 void StatusLine::setOnline(bool online)
@@ -102,7 +123,7 @@ void StatusLine::showTask(Task *task)
 
 void StatusLine::endTask()
 {
-    if (!m_sorting && !m_tasks.isBusy())
+    if (!m_sorting && !m_transfers && !m_tasks.isBusy())
         m_progress->finish();
 }
 
@@ -119,12 +140,27 @@ void StatusLine::endSorting()
     endTask();
 }
 
+void StatusLine::showTransfer(const QString &text, qint64 done, qint64 total)
+{
+    m_transfers = true;
+    if (!m_tasks.isBusy() && !m_sorting)
+        m_progress->setProgress(text, done, total);
+}
+
+void StatusLine::endTransfer()
+{
+    m_transfers = false;
+    endTask();
+}
+
 void StatusLine::stop()
 {
     if (Task *task = m_tasks.current())
         task->stop();
     else if (m_sorting)
         emit sortingStopped();
+    else if (m_transfers)
+        emit transfersStopped();
 }
 
 void StatusLine::paintEvent(QPaintEvent *)

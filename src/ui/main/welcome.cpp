@@ -28,15 +28,18 @@ Welcome::Welcome(QWidget *parent)
     setFontScale(sentence, scale::title);
     setTextRole(sentence, Role::Text2);
 
+    auto *account = new Card(u"mail"_s, tr("Set up a mail account"),
+                             tr("Name, address and password; the servers are found for you."));
     auto *import = new Card(u"import"_s, tr("Bring your mail over"),
                             tr("Mailboxes (mbox), Maildir folders or single message files."));
     auto *batch = new Card(u"inbox"_s, tr("Read a mailbox on this computer"),
                            tr("Velmar takes new mail from a file that another program fills."));
     auto *look = new Card(u"play"_s, tr("Just look around"),
                           tr("An invented mailbox in a window of its own; nothing of yours is touched."));
-    import->setFirst(true);
+    account->setFirst(true);
+    account->setObjectName(u"welcomeAccount"_s);
     import->setObjectName(u"welcomeImport"_s);
-    auto *hint = new QLabel(u"All of this is in the menus File and Tools, too."_s);
+    auto *hint = new QLabel(tr("All of this is in the menus File and Tools, too."));
     setFontScale(hint, scale::small);
     setTextRole(hint, Role::Text2);
 
@@ -46,6 +49,7 @@ Welcome::Welcome(QWidget *parent)
     column->addWidget(title);
     column->addWidget(sentence);
     column->addSpacing(space::group);
+    column->addWidget(account);
     column->addWidget(import);
     column->addWidget(batch);
     column->addWidget(look);
@@ -60,8 +64,9 @@ Welcome::Welcome(QWidget *parent)
     across->addWidget(page, 20);
     across->addStretch(1);
 
+    connect(account, &QAbstractButton::clicked, this, &Welcome::accountWanted);
     connect(import, &QAbstractButton::clicked, this, &Welcome::importWanted);
     connect(batch, &QAbstractButton::clicked, this, &Welcome::batchAccountWanted);
     connect(look, &QAbstractButton::clicked, this, &Welcome::lookAroundWanted);
-    setFocusProxy(import);
+    setFocusProxy(account);
 }

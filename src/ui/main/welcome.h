@@ -11,6 +11,7 @@ public:
     explicit Welcome(QWidget *parent = nullptr);
 
 signals:
+    void accountWanted();
     void importWanted();
     void batchAccountWanted();
     void lookAroundWanted();

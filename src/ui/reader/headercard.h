@@ -24,7 +24,9 @@ struct ReaderMarks
     bool junk = false;
     bool replied = false;
     bool forwarded = false;
-    qint64 repliedOn = 0; ///< seconds since 1970 UTC; 0 where it is not known
+    qint64 repliedOn = 0;      ///< seconds since 1970 UTC; 0 where it is not known
+    qint64 onServer = 0;       ///< only the header is here: bytes of the whole on its server; else 0
+    bool restIsComing = false; ///< the whole was asked for
 };
 
 /// A word that the user gave a message, in a colour made of @p hue (colours.h).

@@ -28,6 +28,7 @@
 #include "ui/reader/remotepictures.h"
 #include "ui/reader/sourcewindow.h"
 #include "ui/texts/harmless.h"
+#include "ui/texts/sizetext.h"
 
 #include <QAction>
 #include <QEvent>
@@ -251,13 +252,30 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_body->verticalScrollBar()->setValue(0);
     tellWhatIsBlocked();
     m_pieces->showMessage(m_message);
+    tellWhatIsOnServer();
     emit linkHovered({});
 }
 
 void MessageView::setMarks(const ReaderMarks &marks)
 {
+    const bool isAskedFor = marks.restIsComing && !m_marks.restIsComing;
     m_marks = marks;
     m_header->setMarks(marks);
+    if (isAskedFor)
+        tellWhatIsOnServer();
+}
+
+/// Only the header was fetched, as the account's limits say.
+void MessageView::tellWhatIsOnServer()
+{
+    if (m_marks.onServer <= 0)
+        return;
+    if (m_marks.restIsComing)
+        return m_bar->tell(MessageBar::Kind::Information, tr("The rest of this message is being fetched."));
+    m_bar->ask(MessageBar::Kind::Information,
+               tr("Only the header was fetched. The message has %1.").arg(sizeText(m_marks.onServer)),
+               {tr("Fetch the rest"), [this] { emit restWanted(); }},
+               {tr("Delete on the server"), [this] { emit deleteOnServerWanted(); }});
 }
 
 void MessageView::clear(const QString &title, const QString &sentence)

@@ -91,6 +91,9 @@ signals:
     void messageWanted(const Message &message);
     /// A mail to this person is to be written: "mailto:" with an address.
     void composeWanted(const QString &target);
+    /// Of a message of which only the header is here: the whole of it, or that the server may delete it.
+    void restWanted();
+    void deleteOnServerWanted();
     /// Mail from this address is to be found.
     void findFromWanted(const QString &address);
     /// The link under the mouse, for the status line; empty when there is none any more.
@@ -111,6 +114,7 @@ private:
     void showFacts();
     void showFaults();
     void tellWhatIsBlocked();
+    void tellWhatIsOnServer();
     void showRemoteImages(bool always);
     void showArrivals(const QStringList &urls);
     void followLink(const QString &target);

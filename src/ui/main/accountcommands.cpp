@@ -1,0 +1,250 @@
+#include "ui/main/accountcommands.h"
+
+#include "config/settings.h"
+#include "engine/engine.h"
+#include "ui/accounts/accountsdialog.h"
+#include "ui/accounts/accountwindows.h"
+#include "ui/accounts/accountwizard.h"
+#include "ui/main/messageboxes.h"
+#include "ui/transfers/fetchercontrol.h"
+
+#include <QMenu>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+AccountCommands::AccountCommands(Engine &engine, MessageBoxes &boxes, QWidget *window)
+    : QObject(window)
+    , m_engine(engine)
+    , m_boxes(boxes)
+    , m_window(window)
+    , m_questions(window)
+    , m_transfers(new FetcherControl(engine.accounts(), window))
+{
+    engine.setQuestions(&m_questions);
+    engine.setPasswordKeeper(&m_keyring);
+    connect(&accounts().errors(), &TransferErrors::added, this, &AccountCommands::tellFailure);
+    connect(&m_engine.delivery(), &Delivery::newMail, this, [this](const std::vector<NewMail> &mail) {
+        for (const NewMail &each : mail)
+            m_arrived += int(each.articles.size());
+    });
+    connect(&m_engine.transfers(), &Transfers::changed, this, &AccountCommands::follow);
+    connect(m_transfers, &FetcherControl::mendWanted, this, &AccountCommands::mend);
+    connect(m_transfers, &FetcherControl::getAllWanted, this, &AccountCommands::getAllMail);
+}
+
+AccountCommands::~AccountCommands()
+{
+    m_engine.setQuestions(nullptr);
+    m_engine.setPasswordKeeper(nullptr);
+}
+
+AccountManager &AccountCommands::accounts() const
+{
+    return m_engine.accounts();
+}
+
+// --- Getting mail ---------------------------------------------------------------------------------------
+
+bool AccountCommands::anyReceives() const
+{
+    const auto &all = accounts().accounts();
+    return std::any_of(all.begin(), all.end(),
+                       [](const auto &account) { return account->data().isIncoming(); });
+}
+
+bool AccountCommands::getMail(int group)
+{
+    if (!anyReceives())
+        return false;
+    std::vector<int> here;
+    for (const AccountData &account : accounts().all()) {
+        if (account.isIncoming() && !account.has(AccountLeftOut) &&
+            m_engine.delivery().groupFor(account.group).number() == group)
+            here.push_back(account.number);
+    }
+    if (here.empty())
+        return getAllMail();
+    for (const int number : here)
+        getMailOf(number);
+    return true;
+}
+
+bool AccountCommands::getAllMail()
+{
+    if (!anyReceives())
+        return false;
+    for (const AccountData &account : accounts().all()) {
+        if (account.isIncoming() && !account.has(AccountLeftOut))
+            getMailOf(account.number);
+    }
+    return true;
+}
+
+void AccountCommands::getMailOf(int number)
+{
+    Account *account = accounts().account(number);
+    if (!account)
+        return;
+    if (account->data().isNetwork() && !isOnline())
+        return emit onlineWanted();
+    account->clearMark();
+    m_asked.insert(number);
+    account->fetch(true, true);
+}
+
+bool AccountCommands::canDeleteOnServer(const Overview &message) const
+{
+    const Account *account = accounts().account(message.account());
+    return account && account->kind() == AccountKind::Pop3 &&
+           (message.serverSize() > 0 || message.serverHash() != 0);
+}
+
+void AccountCommands::stopTransfers()
+{
+    accounts().stopAll();
+}
+
+void AccountCommands::follow()
+{
+    const TransferProgress now = m_engine.transfers().progress();
+    const bool wasTransferring = std::exchange(m_isTransferring, now.accounts > 0);
+    if (m_isTransferring && !wasTransferring) {
+        m_arrived = 0;
+        m_failed = false;
+        emit transfersBegan();
+    }
+    if (m_isTransferring) {
+        const QString text =
+            now.accounts == 1 ? now.status : tr("Getting mail from %n account(s)", nullptr, now.accounts);
+        return emit progressed(text, now.bytes, now.totalBytes);
+    }
+    if (!wasTransferring)
+        return;
+    emit transfersEnded();
+    tellOutcome();
+}
+
+void AccountCommands::tellOutcome()
+{
+    const bool wasAsked = !m_asked.isEmpty();
+    m_asked.clear();
+    if (m_arrived > 0)
+        emit settled(tr("%n new message(s)", nullptr, m_arrived));
+    else if (wasAsked && !m_failed)
+        emit settled(tr("No new mail"));
+}
+
+void AccountCommands::tellFailure(const TransferError &error)
+{
+    m_failed = true;
+    const Account *account = accounts().account(error.account);
+    const AccountData data = account ? account->data() : AccountData();
+    const QString text = transferNotice(error, data);
+    emit noticed(text);
+    if (!account || !m_asked.contains(error.account))
+        return;
+    const TransferExplanation words = explainTransferError(error, data);
+    emit failed(text, words.button,
+                [this, action = words.action, number = error.account] { mend(action, number); });
+}
+
+void AccountCommands::mend(MendAction action, int account)
+{
+    switch (action) {
+    case MendAction::Nothing: break;
+    case MendAction::TryAgain:
+    case MendAction::EnterPassword:
+    case MendAction::SeeCertificate: return getMailOf(account); // which asks
+    case MendAction::GoOnline: return emit onlineWanted();
+    case MendAction::EditAccount: return editAccount(account);
+    case MendAction::ShowLog: return showLog(account);
+    }
+}
+
+void AccountCommands::keepGetMailMenu(QMenu *menu)
+{
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] { fillGetMailMenu(menu); });
+}
+
+void AccountCommands::fillGetMailMenu(QMenu *menu)
+{
+    menu->clear();
+    for (const AccountData &account : accounts().all()) {
+        if (!account.isIncoming())
+            continue;
+        QString name = account.name;
+        QAction *action = menu->addAction(name.replace(u'&', u"&&"_s));
+        action->setEnabled(!account.has(AccountLeftOut));
+        connect(action, &QAction::triggered, this, [this, number = account.number] { getMailOf(number); });
+    }
+    if (menu->isEmpty())
+        menu->addAction(tr("No account yet"))->setEnabled(false);
+}
+
+// --- Windows --------------------------------------------------------------------------------------------
+
+namespace {
+
+void bringForward(QWidget *window)
+{
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+} // namespace
+
+void AccountCommands::newAccount(AccountKind kind)
+{
+    if (m_wizard)
+        return bringForward(m_wizard);
+    m_wizard = new AccountWizard(m_engine, m_discovery, m_tester, m_window);
+    m_wizard->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_wizard, &AccountWizard::accountMade, this, [this](int number) { m_asked.insert(number); });
+    if (kind != AccountKind::None)
+        m_wizard->beginWith(kind);
+    m_wizard->open();
+}
+
+void AccountCommands::manageAccounts()
+{
+    if (m_dialog)
+        return bringForward(m_dialog);
+    m_dialog = new AccountsDialog(m_engine, m_window);
+    m_dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_dialog, &AccountsDialog::newAccountWanted, this, [this] { newAccount(); });
+    m_dialog->show();
+}
+
+void AccountCommands::editAccount(int account)
+{
+    ::editAccount(m_engine, account, m_tester, m_window);
+}
+
+void AccountCommands::showLog(int number)
+{
+    if (Account *account = accounts().account(number))
+        showAccountLog(*account, m_window);
+}
+
+void AccountCommands::showTransfers()
+{
+    bringForward(m_transfers);
+}
+
+void AccountCommands::offerFirstAccount()
+{
+    if (anyReceives())
+        return;
+    m_boxes.ask({tr("You have not set up any incoming mail accounts.\nWould you like to set one up now?"),
+                 {},
+                 {tr("&Yes"), tr("&No")},
+                 false,
+                 ReportLevel::Information},
+                this, [this](int button) {
+                    if (button == 0)
+                        newAccount();
+                });
+}

@@ -1,0 +1,92 @@
+#include "config/settings.h"
+#include "engine/engine.h"
+#include "ui/look/askingbar.h"
+#include "ui/look/icons.h"
+#include "ui/main/accountcommands.h"
+#include "ui/main/listpane.h"
+#include "ui/main/mainwindow.h"
+#include "ui/main/messageboxes.h"
+#include "ui/main/statusline.h"
+#include "ui/main/viewers.h"
+
+using namespace Qt::StringLiterals;
+
+// What the main window has to do with the network.
+
+void MainWindow::connectTransfers()
+{
+    connect(m_accountCommands, &AccountCommands::progressed, m_status, &StatusLine::showTransfer);
+    connect(m_accountCommands, &AccountCommands::transfersEnded, m_status, &StatusLine::endTransfer);
+    connect(m_accountCommands, &AccountCommands::transfersBegan, this, &MainWindow::updateActions);
+    connect(m_accountCommands, &AccountCommands::transfersEnded, this, &MainWindow::updateActions);
+    connect(m_status, &StatusLine::transfersStopped, m_accountCommands, &AccountCommands::stopTransfers);
+    connect(&m_engine.serverWishes(), &ServerWishes::told, this, [this](const QString &text) {
+        viewer().pane()->bar().tell(MessageBar::Kind::Information, text);
+    });
+    connect(&m_engine.serverWishes(), &ServerWishes::failed, this,
+            [this](const QString &text) { viewer().pane()->bar().tell(MessageBar::Kind::Warning, text); });
+    connect(m_accountCommands, &AccountCommands::settled, m_status, &StatusLine::announce);
+    connect(m_accountCommands, &AccountCommands::noticed, this,
+            [this](const QString &text) { m_notices.add(ReportLevel::Warning, text); });
+    connect(m_accountCommands, &AccountCommands::failed, this,
+            [this](const QString &text, const QString &button, const std::function<void()> &mend) {
+                viewer().pane()->bar().ask(
+                    MessageBar::Kind::Warning, text, {button, mend},
+                    {tr("Show transfers"), [this] { m_accountCommands->showTransfers(); }});
+            });
+    connect(m_accountCommands, &AccountCommands::onlineWanted, this, [this] {
+        viewer().pane()->bar().ask(MessageBar::Kind::Information, tr("Velmar works offline."),
+                                   {tr("Go online"), [this] {
+                                        setOnlineWish(true);
+                                        m_actions[Act::GetMail]->trigger();
+                                    }});
+    });
+}
+
+/// What has arrived is safe; the window closes when the transfers have come to a safe point.
+void MainWindow::askBeforeClosing()
+{
+    const auto close = [this](int button) {
+        if (button != 0)
+            return;
+        if (!m_accountCommands->isTransferring())
+            return (void)QWidget::close();
+        connect(m_accountCommands, &AccountCommands::transfersEnded, this, &QWidget::close,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+        m_accountCommands->stopTransfers();
+    };
+    m_boxes->ask({tr("Mail is being transferred."),
+                  tr("What has arrived is safe; the rest comes the next time."),
+                  {tr("&Stop and close"), tr("&Wait")},
+                  false,
+                  ReportLevel::Information},
+                 this, close);
+}
+
+void MainWindow::offerFirstAccount()
+{
+    m_accountCommands->offerFirstAccount();
+}
+
+void MainWindow::getMail(bool thereIsAnAccount)
+{
+    if (!thereIsAnAccount)
+        viewer().pane()->bar().ask(
+            MessageBar::Kind::Information, tr("There is no account yet to get mail from."),
+            {tr("Set up an account…"), [this] { m_actions[Act::NewAccount]->trigger(); }});
+}
+
+void MainWindow::setOnlineWish(bool online)
+{
+    setOnline(online);
+    showOnline();
+}
+
+void MainWindow::showOnline()
+{
+    const bool online = isOnline();
+    m_status->setOnline(online);
+    QAction *action = m_actions[Act::Online];
+    action->setText(online ? tr("Work &offline") : tr("Go &online"));
+    action->setIcon(icon(online ? u"online"_s : u"offline"_s));
+}
