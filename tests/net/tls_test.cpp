@@ -63,6 +63,7 @@ private slots:
     void promotion_data();
     void promotion();
     void promotionWithGarbage();
+    void promotionWithoutServer();
     void promotionTwice();
     void serverName_data();
     void serverName();
@@ -517,6 +518,19 @@ void TlsTest::promotionWithGarbage()
     QVERIFY(socket.socket->errorText().startsWith("SSL error: "_L1));
 }
 
+void TlsTest::promotionWithoutServer()
+{
+    for (const char *end : {"X", "XR"}) {
+        ScriptedServer server("S: go\n"_ba + end);
+        RecordingSocket socket(false, trusting());
+        socket.onLine = [&](const QString &) { socket.socket->startTLS(); };
+        socket.connectTo(server.port());
+        QVERIFY(socket.ends());
+        QCOMPARE(socket.events.last(), u"closed"_s);
+        QCOMPARE(socket.events.count(u"connected"_s), 1);
+    }
+}
+
 void TlsTest::promotionTwice()
 {
     ScriptedServer server("S: go\nT\nS: up\nC: bye\nX", m_certificates.good);
@@ -576,7 +590,7 @@ void TlsTest::ends()
     QCOMPARE(socket.events, (QStringList{u"host"_s, u"connected"_s, u"\"bye\r\n\""_s, u"closed"_s}));
 }
 
-/// The server goes away after every possible number of bytes of its part of the handshake (in steps of 37).
+/// The server goes away after 1, 38, 75 ... bytes of its part of the handshake.
 void TlsTest::brokenHandshake()
 {
     qint64 whole = 0;

@@ -84,6 +84,7 @@ void QtSSLSocket::adopt(TcpPointer connection)
     connect(tcp, &QTcpSocket::readyRead, this, &QtSSLSocket::readFromSocket);
     connect(tcp, &QTcpSocket::bytesWritten, this, &QtSSLSocket::readFromSocket);
     connect(tcp, &QTcpSocket::disconnected, this, &QtSSLSocket::finishClose);
+    connect(tcp, &QTcpSocket::errorOccurred, this, &QtSSLSocket::noteLoss);
     if (tcp->state() == QAbstractSocket::UnconnectedState)
         m_serverGone = true;
 }
@@ -124,6 +125,12 @@ void QtSSLSocket::readFromSocket()
     pump();
 }
 
+/// The end of the connection follows.
+void QtSSLSocket::noteLoss()
+{
+    m_loss = socketErrorCode(m_tcp->error(), SocketPhase::Connected);
+}
+
 void QtSSLSocket::finishClose()
 {
     if (m_state == State::Closing)
@@ -154,10 +161,18 @@ void QtSSLSocket::pump()
         const QScopedValueRollback guard(m_pumping, true);
         while (step()) {
         }
-        if (m_serverGone && m_end == End::None && isDrained())
-            end(End::Closed);
+        if (m_serverGone && m_state != State::Ended && isDrained())
+            endWithoutServer();
     }
     announce();
+}
+
+void QtSSLSocket::endWithoutServer()
+{
+    if (m_loss)
+        fail(*m_loss, socketErrorText(*m_loss));
+    else
+        end(End::Closed);
 }
 
 /// One round. False: nothing moved.

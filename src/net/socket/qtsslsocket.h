@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 
 class Dialler;
 class TlsEngine;
@@ -111,6 +112,8 @@ private:
 
     void failTls(const char *what);
     void fail(int code, const QString &text);
+    void noteLoss();
+    void endWithoutServer();
     void end(End how);
     bool isDrained() const;
     void later() { m_later.start(); }
@@ -138,6 +141,7 @@ private:
     bool m_closesLate = false; ///< something waited at the close()
     End m_end = End::None;     ///< the last signal is due
     int m_code = 0;
+    std::optional<int> m_loss; ///< why the server is gone, when it did not just go
     QString m_peerAddress;
     quint16 m_port = 0;
     CertificateReport m_report;
