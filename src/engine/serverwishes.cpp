@@ -6,6 +6,8 @@
 #include "net/pop3/popfetcher.h"
 #include "net/pop3/uidlsfile.h"
 
+#include <QPointer>
+
 #include <algorithm>
 #include <map>
 
@@ -93,11 +95,15 @@ void ServerWishes::handOver(Account &account, POPFetcher &session)
 {
     const int number = account.number();
     connect(&session, &POPFetcher::bodyFetched, this,
-            [this, number](const POPFetcherBodyRequest &body) { ended(number, body, {}); });
-    connect(&session, &POPFetcher::bodyFailed, this,
-            [this, number](const POPFetcherBodyRequest &body, const QString &why) {
-                ended(number, body, why.isEmpty() ? u" "_s : why);
-            });
+            [this, number](const POPFetcherBodyRequest &body) { ended(number, body, QString()); });
+    // A session that dies fails all it has: those wishes stay, and its end is told of in its own way.
+    connect(
+        &session, &POPFetcher::bodyFailed, this,
+        [this, number, guard = QPointer(&session)](const POPFetcherBodyRequest &body, const QString &why) {
+            if (guard && !guard->hasEnded())
+                ended(number, body, why);
+        },
+        Qt::QueuedConnection);
     connect(&account, &Account::sessionEnded, this, &ServerWishes::sessionEnded, Qt::UniqueConnection);
     request(number, session);
 }
@@ -111,6 +117,7 @@ void ServerWishes::request(int account, POPFetcher &session)
     }
 }
 
+/// The wish is fulfilled, or can never be: @p failure says why, and is null else.
 void ServerWishes::ended(int account, const POPFetcherBodyRequest &body, const QString &failure)
 {
     const auto found = std::find_if(m_requests.begin(), m_requests.end(), [&](const Request &request) {
@@ -120,9 +127,12 @@ void ServerWishes::ended(int account, const POPFetcherBodyRequest &body, const Q
         return;
     const Request request = *found;
     m_requests.erase(found);
-    if (!failure.isEmpty())
-        emit failed(tr("Message %1 could not be retrieved").arg(request.name) + u'\n' + failure.trimmed());
-    emit restEnded({body.place.group, body.place.article}, failure.isEmpty());
+    // Where that cannot be written, the next fetch finds it done.
+    if (!IdentifierList(account, IdentifierList::Purpose::Fetch).remove({body.identifier}))
+        note(u"A message that was fetched is still wanted by account %1"_s.arg(account));
+    if (!failure.isNull())
+        emit failed(tr("Message %1 could not be retrieved").arg(request.name) + u": "_s + failure);
+    emit restEnded({body.place.group, body.place.article}, failure.isNull());
     emit changed();
 }
 
@@ -141,21 +151,31 @@ void ServerWishes::sessionEnded(AccountFetchReason reason)
 void ServerWishes::tryAgain(Account &account)
 {
     const int number = account.number();
-    // A fetch has brought some of them meanwhile.
-    const IdentifierList list(number, IdentifierList::Purpose::Fetch);
-    const std::size_t before = m_requests.size();
-    std::erase_if(m_requests, [&](const Request &request) {
-        return request.account == number && !list.contains(request.body.identifier);
-    });
-    bool isWaiting = false;
-    for (Request &request : m_requests) {
-        if (request.account == number)
-            isWaiting = !(request.isTaken = false) || isWaiting;
-    }
-    if (isWaiting && !fetchNow(account))
+    const auto isOfIt = [number](const Request &request) { return request.account == number; };
+    if (std::none_of(m_requests.begin(), m_requests.end(), isOfIt))
+        return;
+    forgetFulfilled(number);
+    for (Request &request : m_requests)
+        request.isTaken = request.isTaken && !isOfIt(request);
+    const bool isLeft = std::any_of(m_requests.begin(), m_requests.end(), isOfIt);
+    if (isLeft && !fetchNow(account))
         emit told(tr("The message(s) will be retrieved on the account's next fetch"));
-    if (isWaiting || m_requests.size() != before)
-        emit changed();
+    emit changed();
+}
+
+/// A fetch has brought some of what is waited for.
+void ServerWishes::forgetFulfilled(int account)
+{
+    const IdentifierList list(account, IdentifierList::Purpose::Fetch);
+    MessageRefs fulfilled;
+    std::erase_if(m_requests, [&](const Request &request) {
+        const bool isGone = request.account == account && !list.contains(request.body.identifier);
+        if (isGone)
+            fulfilled.push_back({request.body.place.group, request.body.place.article});
+        return isGone;
+    });
+    for (const MessageRef &message : fulfilled)
+        emit restEnded(message, true);
 }
 
 /// No more is waited for; the wishes stay on the disk. Whether there were any.

@@ -66,6 +66,7 @@ private:
     void ended(int account, const POPFetcherBodyRequest &body, const QString &failure);
     void sessionEnded(AccountFetchReason reason);
     void tryAgain(Account &account);
+    void forgetFulfilled(int account);
     bool drop(int account);
     void deleteAlong(Group *group, const Articles &articles);
     bool wishDeletion(int account, const QList<QByteArray> &identifiers);
