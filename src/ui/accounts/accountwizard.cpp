@@ -21,8 +21,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 96;  ///< characters
-constexpr int kHeight = 36; ///< lines of text
+constexpr int kWidth = 112; ///< characters
+constexpr int kHeight = 42; ///< lines of text
 constexpr int kLeastWidth = 64;
 constexpr int kLeastHeight = 20;
 
@@ -52,6 +52,7 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
                           static_cast<QWidget *>(m_file), static_cast<QWidget *>(m_ready)})
         m_pages->addWidget(page);
     arrange();
+    arrangeFooter();
     wirePages();
     show(Page::Kind);
 }
@@ -117,6 +118,16 @@ void AccountWizard::arrange()
     setMinimumSize(columnWidth(kLeastWidth), kLeastHeight * textHeight());
 }
 
+/// Back beside the button that goes the other way.
+void AccountWizard::arrangeFooter()
+{
+    auto *buttons = qobject_cast<QHBoxLayout *>(m_footer->layout());
+    buttons->removeWidget(m_back);
+    buttons->insertWidget(buttons->indexOf(m_footer->defaultButton()), m_back);
+    setTabOrder(m_footer->cancelButton(), m_back);
+    setTabOrder(m_back, m_footer->defaultButton());
+}
+
 void AccountWizard::wirePages()
 {
     connect(m_footer, &DialogFooter::accepted, this, &AccountWizard::goOn);
@@ -165,6 +176,10 @@ void AccountWizard::show(Page page)
         steps += names[int(step)];
     m_steps->setSteps(steps);
     m_steps->setCurrent(int(path().indexOf(page)));
+    for (int i = 0; i < m_pages->count(); ++i) { // those that are hidden ask for no room
+        const auto policy = i == int(page) ? QSizePolicy::Preferred : QSizePolicy::Ignored;
+        m_pages->widget(i)->setSizePolicy(QSizePolicy::Preferred, policy);
+    }
     m_pages->setCurrentIndex(int(page));
     switch (page) {
     case Page::Kind: m_pages->currentWidget()->setFocus(); break;

@@ -41,6 +41,7 @@ private:
     QWidget *newKindPage();
     void wirePages();
     void arrange();
+    void arrangeFooter();
     void choose(AccountKind kind);
     void show(Page page);
     void goOn();

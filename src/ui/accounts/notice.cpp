@@ -5,7 +5,7 @@
 #include "ui/look/velmarstyle.h"
 
 #include <QAccessible>
-#include <QHBoxLayout>
+#include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 
@@ -40,12 +40,14 @@ Notice::Notice(QWidget *parent)
     m_button->setObjectName(u"noticeButton"_s);
     m_button->setAutoDefault(false);
     setButtonKind(m_button, ButtonKind::Ghost);
-    auto *layout = new QHBoxLayout(this);
-    layout->setContentsMargins(space::group, space::between, space::between, space::between);
-    layout->setSpacing(space::between);
-    layout->addWidget(m_sign);
-    layout->addWidget(m_text, 1);
-    layout->addWidget(m_button);
+    auto *layout = new QGridLayout(this);
+    layout->setContentsMargins(space::group, space::between, space::group, space::between);
+    layout->setHorizontalSpacing(space::between);
+    layout->setVerticalSpacing(space::inner);
+    layout->setColumnStretch(1, 1);
+    layout->addWidget(m_sign, 0, 0, Qt::AlignTop);
+    layout->addWidget(m_text, 0, 1);
+    layout->addWidget(m_button, 1, 1, Qt::AlignLeading);
     connect(m_button, &QPushButton::clicked, this, &Notice::clicked);
     hide();
 }

@@ -103,10 +103,15 @@ ServerCard::ServerCard(QWidget *parent)
     m_pages->addWidget(newFacts());
     m_pages->addWidget(newFields());
 
+    auto *sign = new SignLabel(u"inbox"_s, Role::Text2, IconUse::Bar);
     auto *head = new QHBoxLayout;
-    head->setSpacing(space::between);
+    head->setSpacing(space::card);
+    head->addWidget(sign);
     head->addWidget(m_title, 1);
     head->addWidget(m_change);
+    QSizePolicy stays = m_change->sizePolicy();
+    stays.setRetainSizeWhenHidden(true);
+    m_change->setSizePolicy(stays);
     m_result = new QWidget;
     auto *result = new QHBoxLayout(m_result);
     result->setContentsMargins(0, space::inner, 0, 0);
@@ -114,16 +119,16 @@ ServerCard::ServerCard(QWidget *parent)
     result->addWidget(m_resultSign, 0, Qt::AlignTop);
     result->addWidget(m_resultWord, 0, Qt::AlignTop);
     result->addWidget(m_resultText, 1, Qt::AlignTop);
-    auto *column = new QVBoxLayout;
-    column->setSpacing(space::inner);
-    column->addLayout(head);
-    column->addWidget(m_pages);
-    column->addWidget(m_result);
-    auto *all = new QHBoxLayout(this);
-    all->setContentsMargins(space::card, space::group, space::card, space::card);
-    all->setSpacing(space::card);
-    all->addWidget(new SignLabel(u"inbox"_s, Role::Text2, IconUse::Bar), 0, Qt::AlignTop);
-    all->addLayout(column, 1);
+    auto *body = new QVBoxLayout;
+    body->setContentsMargins(sign->sizeHint().width() + space::card, 0, 0, 0);
+    body->setSpacing(space::inner);
+    body->addWidget(m_pages);
+    body->addWidget(m_result);
+    auto *all = new QVBoxLayout(this);
+    all->setContentsMargins(space::card, space::between, space::card, space::card);
+    all->setSpacing(space::inner);
+    all->addLayout(head);
+    all->addLayout(body);
     connect(m_change, &QPushButton::clicked, this, &ServerCard::changeWanted);
     setResult(Trying::NotYet);
 }
@@ -165,7 +170,7 @@ QWidget *ServerCard::newFields()
     m_userField->setMinimumWidth(columnWidth(kUserWidth));
     addField(grid, tr("&Server"), m_hostField);
     addField(grid, tr("&Encryption"), m_encryptionField);
-    addField(grid, tr("&Port"), m_portField);
+    addField(grid, tr("Po&rt"), m_portField);
     addField(grid, tr("Sign in &as"), m_userField);
     m_warning =
         newLabel(Role::Warning, tr("Without encryption everybody on the way can read your password and "
@@ -173,8 +178,8 @@ QWidget *ServerCard::newFields()
     m_warning->setObjectName(u"warning"_s);
     m_warning->setWordWrap(true);
     grid->addWidget(m_warning, grid->rowCount(), 1);
-    connect(m_hostField, &QLineEdit::textEdited, this, &ServerCard::fieldEdited);
-    connect(m_userField, &QLineEdit::textEdited, this, &ServerCard::fieldEdited);
+    connect(m_hostField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
+    connect(m_userField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
     connect(m_portField, &QSpinBox::valueChanged, this, &ServerCard::fieldEdited);
     connect(m_encryptionField, &QComboBox::currentIndexChanged, this, &ServerCard::encryptionChosen);
     return page;

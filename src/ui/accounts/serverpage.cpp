@@ -11,11 +11,24 @@
 
 #include <QDesktopServices>
 #include <QLabel>
+#include <QLocale>
 #include <QPushButton>
 #include <QUrl>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+QString countOf(int messages)
+{
+    if (messages < 0)
+        return ServerPage::tr("signed in");
+    return messages == 1 ? ServerPage::tr("signed in, 1 message")
+                         : ServerPage::tr("signed in, %1 messages").arg(QLocale().toString(messages));
+}
+
+} // namespace
 
 ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *parent)
     : QWidget(parent)
@@ -187,7 +200,7 @@ void ServerPage::putInto(AccountDraft &draft) const
 QString ServerPage::verb() const
 {
     if (m_state == State::Failed)
-        return tr("T&ry again");
+        return tr("&Try again");
     return m_state != State::Works && canTry() ? tr("Si&gn in") : tr("&Continue");
 }
 
@@ -202,7 +215,9 @@ QString ServerPage::secondary() const
         return tr("S&top");
     if (m_state == State::Failed)
         return tr("Continue &untried");
-    return m_card->isEditing() ? QString() : tr("&Enter server by hand…");
+    if (!m_card->isEditing())
+        return tr("&Enter server by hand…");
+    return hasFound() ? tr("&Use what was found") : QString();
 }
 
 void ServerPage::useSecondary()
@@ -211,8 +226,24 @@ void ServerPage::useSecondary()
         stop();
     else if (m_state == State::Failed)
         emit done();
+    else if (m_card->isEditing())
+        useFound();
     else
         enterByHand();
+}
+
+/// Whether there is a server that the fields could be filled with again.
+bool ServerPage::hasFound() const
+{
+    const auto best = m_discovery.best();
+    return best && best->server(MailProtocol::Pop3);
+}
+
+void ServerPage::useFound()
+{
+    edited();
+    if (const auto best = m_discovery.best())
+        showFound(*best);
 }
 
 bool ServerPage::canTry() const
@@ -297,9 +328,7 @@ void ServerPage::tried(const LoginResult &result)
         explain(result);
         setState(State::Failed);
     } else {
-        m_card->setResult(ServerCard::Trying::Works, tr("Works"),
-                          result.messages < 0 ? tr("signed in")
-                                              : tr("signed in, %n message(s)", nullptr, result.messages));
+        m_card->setResult(ServerCard::Trying::Works, tr("Works"), countOf(result.messages));
         m_card->setEditing(false);
         setState(State::Works);
     }

@@ -61,6 +61,8 @@ private:
     void found();
     void showFound(const MailSettings &settings);
     void enterByHand();
+    bool hasFound() const;
+    void useFound();
     void edited();
     void say(Notice *notice, const DiscoveryWords &words, const QString &button = {});
     void arrange();

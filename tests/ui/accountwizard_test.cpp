@@ -1,0 +1,566 @@
+#include "engine/engine.h"
+#include "engine/logintest.h"
+#include "net/passwordkeeper.h"
+#include "ui/accounts/accountwizard.h"
+#include "ui/accounts/certificatedialog.h"
+#include "ui/accounts/notice.h"
+#include "ui/accounts/servercard.h"
+#include "ui/look/looks.h"
+
+#include "support/discoverynetwork.h"
+#include "support/scratch.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QKeySequence>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Signs in as the test has laid out; the password "right" is the right one.
+class TesterForTest : public LoginTester
+{
+public:
+    void test(const AccountData &account, CertificateJudge judge, QObject *context,
+              std::function<void(const LoginResult &)> done) override
+    {
+        tried.push_back(account);
+        const auto end = [this, account, context, done](bool accepted) {
+            LoginResult result{AccountFetchReason::None, {}, false, 14};
+            if (!accepted)
+                result = {AccountFetchReason::Unreachable, u"the certificate was refused"_s};
+            else if (account.password != u"right"_s)
+                result = {AccountFetchReason::Unexpected, u"-ERR [AUTH] no"_s, true};
+            if (!silent)
+                QMetaObject::invokeMethod(
+                    context, [done, result] { done(result); }, Qt::QueuedConnection);
+        };
+        if (problem.problems.empty())
+            return end(true);
+        QMetaObject::invokeMethod(
+            context, [this, judge, end] { judge(problem, end); }, Qt::QueuedConnection);
+    }
+
+    std::vector<AccountData> tried;
+    bool silent = false;
+    CertificateReport problem;
+};
+
+class KeeperForTest : public PasswordKeeper
+{
+public:
+    void isAvailable(std::function<void(bool)> answer) override { answer(true); }
+    void read(const QString &key, std::function<void(bool, const QString &)> answer) override
+    {
+        answer(true, kept.value(key));
+    }
+    void write(const QString &key, const QString &password, std::function<void(bool)> answer) override
+    {
+        kept[key] = password;
+        answer(true);
+    }
+    void remove(const QString &key, std::function<void(bool)> answer) override
+    {
+        kept.remove(key);
+        answer(true);
+    }
+    QHash<QString, QString> kept;
+};
+
+/// The wizard in a program of its own, worked by its keys.
+class Wizard
+{
+public:
+    Wizard()
+    {
+        looks.start();
+        if (!engine.load())
+            qFatal("the test has no engine");
+        engine.accounts().setPasswordKeeper(&keeper);
+        network.files[u"https://autoconfig.tidewater.example/mail/config-v1.1.xml"_s] =
+            publishedSettings("pop.tidewater.example");
+    }
+    ~Wizard()
+    {
+        delete window;
+        engine.accounts().setPasswordKeeper(nullptr);
+        engine.shutDown();
+    }
+
+    void open()
+    {
+        window = new AccountWizard(engine, network, tester);
+        window->setVisible(true);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+    }
+    /// Up to the server's page.
+    void enter(const QString &address, const QString &password)
+    {
+        open();
+        window->beginWith(AccountKind::Pop3);
+        field(u"address")->setText(address);
+        field(u"password")->setText(password);
+        press(Qt::Key_Return);
+    }
+
+    /// Change…, by its mnemonic: that presses the button as a finger would, for a moment.
+    void change() const
+    {
+        press(Qt::Key_H, Qt::AltModifier);
+        QTRY_VERIFY(child<ServerCard>(u"card")->isEditing());
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QWidget *target = QApplication::focusWidget();
+        QTest::keyClick(target ? target : window, key, modifiers);
+    }
+    void type(const char *text) const
+    {
+        for (; *text; ++text)
+            QTest::keyClick(QApplication::focusWidget(), *text);
+    }
+
+    QLineEdit *field(QStringView name) const { return child<QLineEdit>(name); }
+    QPushButton *button(QStringView name) const { return child<QPushButton>(name); }
+    QString notice(QStringView name) const
+    {
+        const auto *notice = child<Notice>(name);
+        return notice->isHidden() ? QString() : notice->text();
+    }
+    QString result() const
+    {
+        const auto *label = child<QLabel>(u"resultText");
+        return label->isVisible() ? label->text() : QString();
+    }
+    QString verb() const
+    {
+        const QPushButton *next = button(u"next");
+        return next->isEnabled() ? next->text().remove(u'&') : QString();
+    }
+    template <typename Type>
+    Type *child(QStringView name) const
+    {
+        return window->findChild<Type *>(name.toString());
+    }
+    Account *only() const
+    {
+        const auto &all = const_cast<Engine &>(engine).accounts().accounts();
+        return all.size() == 1 ? all.front().get() : nullptr;
+    }
+
+    Scratch scratch;
+    Looks looks;
+    Engine engine;
+    NetworkForTest network;
+    TesterForTest tester;
+    KeeperForTest keeper;
+    QPointer<AccountWizard> window;
+};
+
+CertificateReport selfSigned()
+{
+    CertificateReport report;
+    report.host = u"pop.tidewater.example"_s;
+    report.certificate.sha256 = QByteArray(64, 'a');
+    report.certificate.commonName = u"pop.tidewater.example"_s;
+    report.problems = {{CertificateProblemCode::SelfSigned, u"The certificate is self-signed"_s}};
+    return report;
+}
+
+} // namespace
+
+class AccountWizardTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keysFromStartToEnd();
+    void whereThePasswordIsKept_data();
+    void whereThePasswordIsKept();
+    void aWrongPassword();
+    void nothingFound();
+    void byHand();
+    void unencryptedIsAsked();
+    void providersDemands_data();
+    void providersDemands();
+    void strangersArePointedOut();
+    void stopped();
+    void backKeepsWhatWasTyped();
+    void certificate_data();
+    void certificate();
+    void aMailboxFile();
+    void namesAreUnique();
+    void mnemonicsAndNames();
+};
+
+void AccountWizardTest::keysFromStartToEnd()
+{
+    Wizard wizard;
+    wizard.open();
+    QSignalSpy made(wizard.window, &AccountWizard::accountMade);
+    wizard.press(Qt::Key_Space); // the first kind has the focus
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"address"_s);
+    wizard.type("clara@tidewater.example");
+    wizard.press(Qt::Key_Tab);
+    wizard.type("right");
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    QVERIFY(wizard.tester.tried.empty()); // nothing goes out before the server was seen
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.result(), u"signed in, 14 messages"_s);
+    QVERIFY(wizard.engine.accounts().accounts().empty());
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"name"_s);
+    wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(made.count(), 1);
+    QTRY_VERIFY(!wizard.window);
+
+    const Account *account = wizard.only();
+    QVERIFY(account);
+    const AccountData &data = account->data();
+    QCOMPARE(data.kind, AccountKind::Pop3);
+    QCOMPARE(data.name, u"clara@tidewater.example"_s);
+    QCOMPARE(data.address, u"clara@tidewater.example"_s);
+    QCOMPARE(data.host, u"pop.tidewater.example"_s);
+    QCOMPARE(data.port, 995);
+    QCOMPARE(data.user, u"clara"_s);
+    QVERIFY(data.has(AccountTls) && data.has(AccountNeedsEncryption) && data.has(AccountLeaveOnServer));
+    QVERIFY(!data.has(AccountStartTls) && !data.has(AccountAsksForPassword));
+    QCOMPARE(wizard.tester.tried.front().user, u"clara"_s);
+    QVERIFY(QFile::exists(configDirectory() + u"/Accounts/Index"_s));
+}
+
+void AccountWizardTest::whereThePasswordIsKept_data()
+{
+    QTest::addColumn<int>("choice");
+    QTest::addColumn<int>("inKeyring");
+    QTest::addColumn<bool>("inFile");
+    QTest::addColumn<bool>("asks");
+    QTest::newRow("the keyring, when there is one") << 0 << 1 << false << false;
+    QTest::newRow("the accounts file") << 1 << 0 << true << false;
+    QTest::newRow("nowhere") << 2 << 0 << false << true;
+}
+
+void AccountWizardTest::whereThePasswordIsKept()
+{
+    QFETCH(int, choice);
+    Wizard wizard;
+    wizard.open();
+    wizard.window->beginWith(AccountKind::Pop3);
+    auto *keeping = wizard.child<QComboBox>(u"keeping");
+    QCOMPARE(keeping->count(), 3);
+    QCOMPARE(keeping->currentIndex(), 0);
+    keeping->setCurrentIndex(choice);
+    wizard.field(u"address")->setText(u"clara@tidewater.example"_s);
+    wizard.field(u"password")->setText(u"right"_s);
+    wizard.press(Qt::Key_Return);
+    for (const char *verb : {"Sign in", "Continue", "Create account"}) {
+        QTRY_COMPARE(wizard.verb(), QLatin1String(verb));
+        wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+        wizard.press(Qt::Key_Return);
+    }
+    QVERIFY(wizard.only());
+    QTEST(int(wizard.keeper.kept.size()), "inKeyring");
+    QTEST(wizard.only()->data().password == u"right"_s, "inFile");
+    QTEST(wizard.only()->data().has(AccountAsksForPassword), "asks");
+    QCOMPARE(wizard.only()->password(), u"right"_s); // for this run it is known in any case
+}
+
+void AccountWizardTest::aWrongPassword()
+{
+    Wizard wizard;
+    wizard.enter(u"clara@tidewater.example"_s, u"wrong"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Try again"_s);
+    QCOMPARE(wizard.result(), u"the server refused the name or the password"_s);
+    QVERIFY(wizard.notice(u"outcome").contains(u"-ERR [AUTH] no"_s));
+    QVERIFY(wizard.engine.accounts().accounts().empty());
+    auto *other = wizard.child<Notice>(u"outcome")->findChild<QPushButton *>();
+    QVERIFY(other->isVisible());
+    other->click();
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"password"_s);
+    wizard.type("right"); // what was there is selected
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(wizard.verb(), u"Sign in"_s); // the server is known, the refusal belongs to the other password
+    QVERIFY(wizard.notice(u"outcome").isEmpty());
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    QCOMPARE(wizard.tester.tried.size(), std::size_t(2));
+}
+
+void AccountWizardTest::nothingFound()
+{
+    Wizard wizard;
+    wizard.enter(u"clara@nowhere.example"_s, {});
+    QTRY_VERIFY(wizard.notice(u"source").contains(u"No server was found"_s));
+    QVERIFY(wizard.child<ServerCard>(u"card")->isEditing());
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"host"_s);
+    QCOMPARE(wizard.verb(), QString());
+    wizard.type("pop.nowhere.example");
+    QCOMPARE(wizard.verb(), u"Continue"_s); // without a password there is nothing to try
+    wizard.press(Qt::Key_Return);
+    QVERIFY(wizard.notice(u"summary").contains(u"not tried"_s));
+}
+
+void AccountWizardTest::byHand()
+{
+    Wizard wizard;
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.change();
+    auto *card = wizard.child<ServerCard>(u"card");
+    auto *encryption = wizard.child<QComboBox>(u"encryption");
+    auto *port = wizard.child<QSpinBox>(u"port");
+    encryption->setCurrentIndex(1);
+    QCOMPARE(port->value(), 110);
+    port->setValue(2110);
+    encryption->setCurrentIndex(0);
+    QCOMPARE(port->value(), 2110); // a port of the user's own stays
+    wizard.field(u"host")->selectAll();
+    wizard.field(u"host")->setFocus();
+    wizard.type("a b");
+    QCOMPARE(wizard.verb(), QString());
+    wizard.field(u"host")->setText(u"Bücher.example"_s);
+    wizard.field(u"user")->setText(u" clara.k "_s);
+    QCOMPARE(card->server().host, u"xn--bcher-kva.example"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    const AccountData &tried = wizard.tester.tried.back();
+    QCOMPARE(tried.host, u"xn--bcher-kva.example"_s);
+    QCOMPARE(tried.port, 2110);
+    QCOMPARE(tried.user, u"clara.k"_s);
+}
+
+void AccountWizardTest::unencryptedIsAsked()
+{
+    Wizard wizard;
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.change();
+    QVERIFY(!wizard.child<QLabel>(u"warning")->isVisible());
+    wizard.child<QComboBox>(u"encryption")->setCurrentIndex(2);
+    QVERIFY(wizard.child<QLabel>(u"warning")->isVisible());
+    QCOMPARE(wizard.verb(), u"Continue"_s); // no password goes out for a try
+    wizard.field(u"host")->setText(u"127.0.0.1"_s);
+    QCOMPARE(wizard.verb(), u"Sign in"_s); // this machine itself is another matter
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    QVERIFY(!wizard.tester.tried.back().has(AccountTls) && !wizard.tester.tried.back().has(AccountStartTls));
+}
+
+void AccountWizardTest::providersDemands_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("verb");
+    QTest::newRow("app password") << u"c@gmail.com"_s << u"app password"_s << u"Sign in"_s;
+    QTest::newRow("a switch") << u"c@gmx.de"_s << u"switch POP3 on"_s << u"Sign in"_s;
+    QTest::newRow("OAuth2") << u"c@outlook.com"_s << u"OAuth2"_s << QString();
+    QTest::newRow("no POP3") << u"c@icloud.com"_s << u"offers no POP3"_s << QString();
+    QTest::newRow("its own program") << u"c@proton.me"_s << u"a program of Proton's own"_s << QString();
+}
+
+void AccountWizardTest::providersDemands()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, words);
+    Wizard wizard;
+    wizard.enter(address, u"right"_s);
+    QTRY_VERIFY2(wizard.notice(u"needs").contains(words), qPrintable(wizard.notice(u"needs")));
+    QTEST(wizard.verb(), "verb");
+    QVERIFY(wizard.network.asked.isEmpty());
+}
+
+void AccountWizardTest::strangersArePointedOut()
+{
+    Wizard wizard;
+    wizard.network.files[u"https://autoconfig.tidewater.example/mail/config-v1.1.xml"_s] =
+        publishedSettings("pop.elsewhere.example");
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QTRY_VERIFY(wizard.notice(u"stranger").contains(u"elsewhere.example, not to tidewater.example"_s));
+    QCOMPARE(wizard.verb(), u"Sign in"_s);
+}
+
+void AccountWizardTest::stopped()
+{
+    Wizard wizard;
+    wizard.network.silent = {u"https://autoconfig.tidewater.example/mail/config-v1.1.xml"_s};
+    wizard.tester.silent = true;
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"stop"_s);
+    QCOMPARE(wizard.verb(), QString());
+    wizard.press(Qt::Key_Space);
+    QVERIFY(wizard.child<ServerCard>(u"card")->isEditing());
+    wizard.type("pop.tidewater.example");
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.tester.tried.size(), std::size_t(1));
+    QCOMPARE(wizard.verb(), QString());
+    wizard.press(Qt::Key_Escape); // stops, and the window stays
+    QVERIFY(wizard.window->isVisible());
+    QCOMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.press(Qt::Key_Escape);
+    QTRY_VERIFY(!wizard.window);
+    QVERIFY(wizard.engine.accounts().accounts().empty());
+}
+
+void AccountWizardTest::backKeepsWhatWasTyped()
+{
+    Wizard wizard;
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.change();
+    wizard.field(u"user")->setText(u"clara.k"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    wizard.press(Qt::Key_Return);
+    wizard.field(u"name")->setText(u"Tidewater"_s);
+    const qsizetype asked = wizard.network.asked.size();
+    wizard.button(u"back")->click();
+    QCOMPARE(wizard.child<ServerCard>(u"card")->server().user, u"clara.k"_s);
+    QCOMPARE(wizard.verb(), u"Continue"_s); // it works still
+    wizard.button(u"back")->click();
+    QCOMPARE(wizard.field(u"address")->text(), u"clara@tidewater.example"_s);
+    QCOMPARE(wizard.field(u"password")->text(), u"right"_s);
+    QVERIFY(!wizard.button(u"back")->isVisible());
+    wizard.press(Qt::Key_Return);
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(wizard.field(u"name")->text(), u"Tidewater"_s);
+    QCOMPARE(wizard.network.asked.size(), asked); // the same address is not searched for again
+    QCOMPARE(wizard.tester.tried.size(), std::size_t(1));
+    wizard.button(u"back")->click();
+    wizard.button(u"back")->click();
+    wizard.field(u"address")->setText(u"clara@nowhere.example"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_VERIFY(wizard.notice(u"source").contains(u"nowhere.example"_s));
+    QVERIFY(wizard.child<ServerCard>(u"card")->server().host.isEmpty());
+}
+
+void AccountWizardTest::certificate_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("verb");
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("refused") << u"refuse"_s << u"Try again"_s << false;
+    QTest::newRow("accepted once") << u"acceptOnce"_s << u"Continue"_s << false;
+    QTest::newRow("accepted for good") << u"acceptAlways"_s << u"Continue"_s << true;
+}
+
+void AccountWizardTest::certificate()
+{
+    QFETCH(QString, button);
+    QFETCH(QString, verb);
+    QFETCH(bool, kept);
+    Wizard wizard;
+    wizard.tester.problem = selfSigned();
+    wizard.enter(u"clara@tidewater.example"_s, u"right"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_VERIFY(wizard.window->findChild<CertificateDialog *>());
+    wizard.window->findChild<CertificateDialog *>()->findChild<QPushButton *>(button)->click();
+    QTRY_COMPARE(wizard.verb(), verb);
+    if (button == u"refuse"_s)
+        return;
+    wizard.press(Qt::Key_Return);
+    wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+    wizard.press(Qt::Key_Return);
+    QVERIFY(wizard.only());
+    QCOMPARE(wizard.only()->options().accepts(QByteArray(64, 'a')), kept);
+}
+
+void AccountWizardTest::aMailboxFile()
+{
+    Wizard wizard;
+    wizard.open();
+    wizard.press(Qt::Key_Tab);
+    wizard.press(Qt::Key_Space);
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"path"_s);
+    wizard.type("spool");
+    QCOMPARE(wizard.verb(), QString()); // not a whole path
+    wizard.field(u"path")->setText(u"/var/mail/clara.mbox"_s);
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(wizard.field(u"name")->text(), u"clara"_s);
+    wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+    wizard.press(Qt::Key_Return);
+    QVERIFY(wizard.only());
+    QCOMPARE(wizard.only()->kind(), AccountKind::BatchFile);
+    QCOMPARE(wizard.only()->data().host, u"/var/mail/clara.mbox"_s);
+}
+
+void AccountWizardTest::namesAreUnique()
+{
+    Wizard wizard;
+    AccountData other;
+    other.kind = AccountKind::Pop3;
+    other.name = u"clara@tidewater.example"_s;
+    QVERIFY(wizard.engine.accounts().add(other) > 0);
+    wizard.enter(u"clara@tidewater.example"_s, {});
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    wizard.press(Qt::Key_Return);
+    QCOMPARE(wizard.field(u"name")->text(), u"clara@tidewater.example 2"_s);
+    for (const QString &name : {other.name, u" "_s, u"a\tb"_s}) {
+        wizard.field(u"name")->setText(name);
+        QVERIFY(!wizard.child<QLabel>(u"nameProblem")->text().isEmpty());
+        QCOMPARE(wizard.verb(), QString());
+    }
+}
+
+/// On each page: no mnemonic twice, and no control without a name.
+void AccountWizardTest::mnemonicsAndNames()
+{
+    Wizard wizard;
+    const auto check = [&wizard](const char *page) {
+        QStringList keys;
+        for (const QWidget *widget : wizard.window->findChildren<QWidget *>()) {
+            if (!widget->isVisible())
+                continue;
+            QString text;
+            if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
+                text = button->text();
+            if (const auto *label = qobject_cast<const QLabel *>(widget); label && label->buddy())
+                text = label->text();
+            const QString key = QKeySequence::mnemonic(text).toString();
+            QVERIFY2(key.isEmpty() || !keys.contains(key), qPrintable(QLatin1String(page) + u": "_s + text));
+            keys += key;
+            const bool takesFocus =
+                (widget->focusPolicy() & Qt::TabFocus) && // what a spin box is made of is its
+                widget->objectName() != u"qt_spinbox_lineedit"_s;
+            QAccessibleInterface *accessible =
+                QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
+            QVERIFY2(!takesFocus || (accessible && !accessible->text(QAccessible::Name).isEmpty()),
+                     qPrintable(QLatin1String(page) + u": "_s + widget->objectName()));
+        }
+    };
+    wizard.open();
+    check("kind");
+    wizard.window->beginWith(AccountKind::Pop3);
+    check("person");
+    wizard.field(u"address")->setText(u"c@gmail.com"_s);
+    wizard.field(u"password")->setText(u"wrong"_s);
+    wizard.press(Qt::Key_Return);
+    check("search");
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    check("found");
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Try again"_s);
+    check("refused");
+    wizard.change();
+    check("by hand");
+    wizard.button(u"secondary")->click(); // back to what was found
+    QVERIFY(!wizard.child<ServerCard>(u"card")->isEditing());
+    QCOMPARE(wizard.verb(), u"Sign in"_s);
+}
+
+QTEST_MAIN(AccountWizardTest)
+#include "accountwizard_test.moc"
