@@ -33,9 +33,7 @@ void AccountDesk::login(bool attended, LoginDone done)
     const bool asksAnew = !m_refusal.isEmpty() && attended && manager.questions();
     if (!needsPassword() || (!m_account.password().isEmpty() && !asksAnew))
         return done(AccountFetchReason::None, {});
-    m_logins.push_back(std::move(done));
-    if (m_logins.size() > 1)
-        return;
+    m_login = std::move(done);
     if (m_account.data().has(AccountKeyring) && manager.passwordKeeper() && m_refusal.isEmpty())
         readKeyring(attended);
     else
@@ -124,12 +122,8 @@ void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
 void AccountDesk::endLogin(AccountFetchReason failure, const QString &detail)
 {
     ++m_round;
-    const QPointer<AccountDesk> guard(this);
-    const std::vector<LoginDone> logins = std::exchange(m_logins, {});
-    for (const LoginDone &done : logins) {
-        if (guard)
-            done(failure, detail);
-    }
+    if (const LoginDone done = std::exchange(m_login, {}))
+        done(failure, detail);
 }
 
 void AccountDesk::judge(const CertificateReport &report, bool attended, QObject *context,
@@ -179,7 +173,7 @@ void AccountDesk::certificateAnswered(const CertificateInfo &certificate, Certif
         return; // withdrawn
     const Judgement judgement = std::move(*asked);
     m_judgements.erase(asked);
-    m_open = !m_judgements.empty() || !m_logins.empty();
+    m_open = !m_judgements.empty() || m_login;
     if (answer == CertificateAnswer::AcceptOnce ||
         (answer == CertificateAnswer::AcceptAlways && !acceptForGood(certificate)))
         m_acceptedOnce.insert(certificate.sha256);
@@ -209,7 +203,7 @@ void AccountDesk::contextGone()
 
 void AccountDesk::withdrawIfNobodyWaits()
 {
-    if (!m_open || !m_judgements.empty() || !m_logins.empty())
+    if (!m_open || !m_judgements.empty() || m_login)
         return;
     m_open = false;
     ++m_round;

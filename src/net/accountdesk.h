@@ -25,8 +25,8 @@ public:
     explicit AccountDesk(Account &account);
     ~AccountDesk() override;
 
-    /// Makes sure that there is a password where one is needed. @p done is called once, perhaps from within:
-    /// with None, or with why there is none and the words for it.
+    /// Makes sure that there is a password where one is needed; one login at a time. @p done is called once,
+    /// perhaps from within: with None, or with why there is none and the words for it.
     using LoginDone = std::function<void(AccountFetchReason failure, const QString &detail)>;
     void login(bool attended, LoginDone done);
 
@@ -75,7 +75,7 @@ private:
     Account &m_account;
     QString m_password; ///< of this run
     QString m_refusal;  ///< what the server said to the last one
-    std::vector<LoginDone> m_logins;
+    LoginDone m_login;  ///< who waits for the password
     std::vector<Judgement> m_judgements;
     QSet<QByteArray> m_acceptedOnce;
     int m_round = 0;     ///< answers to questions of an earlier one come too late
