@@ -266,6 +266,7 @@ public:
         m_tls.setLocalCertificateChain(QSslCertificate::fromPath(files.certificate));
         m_tls.setPrivateKey(QSslKey(key.readAll(), QSsl::Ec));
         m_tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        m_tls.setCaCertificates({}); // they would be read for every connection
     }
 
     int connections() const { return int(m_dialogues.size()); }
