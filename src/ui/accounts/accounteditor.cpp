@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 84; ///< characters
+constexpr int kWidth = 96; ///< characters
 constexpr int kHeight = 38;
 
 AccountOptions optionsOf(AccountManager &accounts, int number)

@@ -8,7 +8,6 @@
 #include "ui/look/hairline.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
-#include "ui/look/recolour.h"
 #include "ui/look/rows.h"
 #include "ui/look/searchfield.h"
 #include "ui/look/toolbuttons.h"
@@ -123,7 +122,6 @@ AccountLogWindow::AccountLogWindow(Account &account, QWidget *parent)
     setObjectName(u"accountLog"_s);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(tr("Log for account '%1'").arg(account.name()));
-    setSurface(this, Role::Chrome);
     build();
     m_timer->setInterval(kBetweenLooks);
     connect(m_timer, &QTimer::timeout, this, &AccountLogWindow::refresh);

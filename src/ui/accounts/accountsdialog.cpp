@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kListWidth = 64; ///< characters
+constexpr int kListWidth = 76; ///< characters
 constexpr int kRows = 7;
 
 QString lossText(const Account &account)

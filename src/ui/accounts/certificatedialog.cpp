@@ -15,13 +15,14 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 72; ///< characters
+constexpr int kWidth = 96; ///< characters
 constexpr int kGroup = 4;  ///< digits of a fingerprint together
 constexpr int kGroupsInLine = 4;
 constexpr qsizetype kMostNames = 6;
@@ -110,6 +111,15 @@ QLabel *factLabel(const Fact &fact, const CertificateInfo &certificate)
 
 } // namespace
 
+void fitHeight(QDialog &dialog)
+{
+    dialog.ensurePolished();
+    const int width = std::max(dialog.minimumWidth(), dialog.minimumSizeHint().width());
+    const int height = dialog.layout()->totalHeightForWidth(width);
+    dialog.setMinimumHeight(height);
+    dialog.resize(width, height);
+}
+
 QString problemWords(const CertificateProblem &problem)
 {
     for (const ProblemRow &row : kProblems)
@@ -172,6 +182,7 @@ CertificateDialog::CertificateDialog(const CertificateQuestion &question, QWidge
     all->addWidget(newFooter());
     setAccessibleDescription(words->text());
     setMinimumWidth(columnWidth(kWidth));
+    fitHeight(*this);
 }
 
 void CertificateDialog::addProblems(QVBoxLayout *page, const CertificateReport &report)

@@ -29,6 +29,9 @@ private:
     CertificateAnswer m_answer = CertificateAnswer::Refuse;
 };
 
+/// Makes @p dialog as high as its wrapped texts need at its smallest width, which a layout alone does not.
+void fitHeight(QDialog &dialog);
+
 /// What a problem means, in one sentence.
 QString problemWords(const CertificateProblem &problem);
 

@@ -1,5 +1,6 @@
 #include "ui/accounts/passworddialog.h"
 
+#include "ui/accounts/certificatedialog.h"
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
 #include "ui/look/panel.h"
@@ -20,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 60; ///< characters
+constexpr int kWidth = 72; ///< characters
 constexpr qsizetype kMostOfLine = 400;
 
 QLabel *plainLabel(const QString &text)
@@ -87,6 +88,7 @@ PasswordDialog::PasswordDialog(const PasswordQuestion &question, QWidget *parent
     all->addLayout(page, 1);
     all->addWidget(newFooter());
     setMinimumWidth(columnWidth(kWidth));
+    fitHeight(*this);
     m_password->setFocus();
 }
 

@@ -27,8 +27,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 96; ///< characters
-constexpr int kHeight = 30;
+constexpr int kWidth = 118; ///< characters
+constexpr int kHeight = 38;
 constexpr int kAccountWidth = 20;
 constexpr int kTypeWidth = 20;
 

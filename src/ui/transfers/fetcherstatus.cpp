@@ -41,6 +41,7 @@ FetcherStatus::FetcherStatus(Account &account, const QString &title, QWidget *pa
     , m_type(new ElidedLabel)
     , m_status(new ElidedLabel)
     , m_amount(new ElidedLabel)
+    , m_time(new ElidedLabel)
     , m_bar(new QProgressBar)
     , m_stop(newToolButton(u"stop"_s, tr("Stop"), this))
     , m_refresh(new QTimer(this))
@@ -65,9 +66,11 @@ FetcherStatus::FetcherStatus(Account &account, const QString &title, QWidget *pa
 void FetcherStatus::build()
 {
     setFontScale(m_name, 1, QFont::DemiBold);
-    for (ElidedLabel *label : {m_type, m_amount})
+    for (ElidedLabel *label : {m_type, m_amount, m_time})
         setTextRole(label, Role::Text2);
-    m_amount->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    setFontScale(m_amount, scale::small);
+    m_time->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    m_amount->hide();
     m_status->setObjectName(u"status"_s);
     m_amount->setObjectName(u"amount"_s);
     m_stop->setObjectName(u"stop"_s);
@@ -82,16 +85,17 @@ void FetcherStatus::build()
     m_bar->setAccessibleName(tr("Progress"));
     m_bar->hide();
     auto *grid = new QGridLayout(this);
-    grid->setContentsMargins(space::card, space::group, space::between, space::group);
+    grid->setContentsMargins(space::card, space::between, space::between, space::between);
     grid->setHorizontalSpacing(space::group);
-    grid->setVerticalSpacing(space::between);
+    grid->setVerticalSpacing(space::inner);
     grid->addWidget(m_sign, 0, 0);
     grid->addWidget(m_name, 0, 1);
     grid->addWidget(m_type, 0, 2);
     grid->addWidget(m_status, 0, 3);
-    grid->addWidget(m_amount, 0, 4);
-    grid->addWidget(m_stop, 0, 5, 2, 1, Qt::AlignVCenter);
-    grid->addWidget(m_bar, 1, 1, 1, 4);
+    grid->addWidget(m_time, 0, 4);
+    grid->addWidget(m_stop, 0, 5);
+    grid->addWidget(m_bar, 1, 1, 1, 2);
+    grid->addWidget(m_amount, 1, 3, 1, 2);
     grid->setColumnStretch(3, 1);
 }
 
@@ -145,7 +149,7 @@ void FetcherStatus::started()
     m_title.clear();
     slotAccountUpdated(m_account);
     showSign(accountIcon(m_account->kind()), int(Role::Text2));
-    m_amount->setText({});
+    m_time->setText({});
     m_stop->setEnabled(true);
     m_stop->show();
     showStatus(m_account->status());
@@ -157,7 +161,8 @@ void FetcherStatus::ended(AccountFetchReason reason, const QString &detail)
     m_refresh->stop();
     m_bar->hide();
     m_stop->hide();
-    m_amount->setText(timeText(clockNow().time()));
+    m_amount->hide();
+    m_time->setText(timeText(clockNow().time()));
     switch (reason) {
     case AccountFetchReason::None:
     case AccountFetchReason::Quiet:
@@ -189,6 +194,7 @@ void FetcherStatus::showProgress()
     else if (m_progress.total > 0)
         m_bar->setValue(int(qint64(m_progress.done) * kSteps / m_progress.total));
     m_amount->setText(speed());
+    m_amount->setVisible(!m_amount->text().isEmpty());
 }
 
 QString FetcherStatus::speed() const

@@ -65,7 +65,8 @@ private:
     ElidedLabel *m_name;
     ElidedLabel *m_type;
     ElidedLabel *m_status;
-    ElidedLabel *m_amount;
+    ElidedLabel *m_amount; ///< how much of it, while it runs
+    ElidedLabel *m_time;   ///< when it ended
     QProgressBar *m_bar;
     QToolButton *m_stop;
     QTimer *m_refresh;
