@@ -3,6 +3,8 @@
 #include "net/socket/certificate.h"
 #include "net/socket/openssl.h"
 
+#include <optional>
+
 /// What @p certificate says about itself.
 CertificateInfo certificateInfo(X509 *certificate);
 
