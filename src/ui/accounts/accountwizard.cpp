@@ -14,7 +14,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -32,7 +31,6 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
     : QDialog(parent)
     , m_engine(engine)
     , m_steps(new WizardSteps)
-    , m_pages(new QStackedWidget)
     , m_person(new PersonPage(engine.accounts().passwordKeeper()))
     , m_server(new ServerPage(network, tester))
     , m_file(new FilePage)
@@ -48,9 +46,7 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
     m_footer->defaultButton()->setObjectName(u"next"_s);
     m_back->setObjectName(u"back"_s);
     m_secondary->setObjectName(u"secondary"_s);
-    for (QWidget *page : {newKindPage(), static_cast<QWidget *>(m_person), static_cast<QWidget *>(m_server),
-                          static_cast<QWidget *>(m_file), static_cast<QWidget *>(m_ready)})
-        m_pages->addWidget(page);
+    m_pages = {newKindPage(), m_person, m_server, m_file, m_ready};
     arrange();
     arrangeFooter();
     wirePages();
@@ -95,7 +91,8 @@ void AccountWizard::arrange()
     auto *padded = new QWidget;
     auto *pad = new QVBoxLayout(padded);
     pad->setContentsMargins(space::page, space::inner, space::page, space::card);
-    pad->addWidget(m_pages);
+    for (QWidget *page : m_pages)
+        pad->addWidget(page);
     auto *scroll = new QScrollArea; // for large type on small screens
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
@@ -176,13 +173,10 @@ void AccountWizard::show(Page page)
         steps += names[int(step)];
     m_steps->setSteps(steps);
     m_steps->setCurrent(int(path().indexOf(page)));
-    for (int i = 0; i < m_pages->count(); ++i) { // those that are hidden ask for no room
-        const auto policy = i == int(page) ? QSizePolicy::Preferred : QSizePolicy::Ignored;
-        m_pages->widget(i)->setSizePolicy(QSizePolicy::Preferred, policy);
-    }
-    m_pages->setCurrentIndex(int(page));
+    for (int i = 0; i < m_pages.size(); ++i) // those that are hidden ask for no room, unlike in a stack
+        m_pages[i]->setVisible(i == int(page));
     switch (page) {
-    case Page::Kind: m_pages->currentWidget()->setFocus(); break;
+    case Page::Kind: m_pages.first()->setFocus(); break;
     case Page::Person: m_person->focusFirst(); break;
     case Page::Server: m_server->begin(m_draft); break;
     case Page::File: m_file->focusFirst(); break;

@@ -11,7 +11,6 @@ class FilePage;
 class LoginTester;
 class PersonPage;
 class QPushButton;
-class QStackedWidget;
 class ReadyPage;
 class ServerPage;
 class WizardSteps;
@@ -58,7 +57,7 @@ private:
     bool m_asksForKind = true;
     Page m_page = Page::Kind;
     WizardSteps *m_steps;
-    QStackedWidget *m_pages;
+    QList<QWidget *> m_pages; ///< by Page
     PersonPage *m_person;
     ServerPage *m_server;
     FilePage *m_file;

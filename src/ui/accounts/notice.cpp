@@ -2,6 +2,7 @@
 
 #include "ui/look/metrics.h"
 #include "ui/look/signlabel.h"
+#include "ui/look/styleparts.h"
 #include "ui/look/velmarstyle.h"
 
 #include <QAccessible>
@@ -47,7 +48,11 @@ Notice::Notice(QWidget *parent)
     layout->setColumnStretch(1, 1);
     layout->addWidget(m_sign, 0, 0, Qt::AlignTop);
     layout->addWidget(m_text, 0, 1);
-    layout->addWidget(m_button, 1, 1, Qt::AlignLeading);
+    auto *below = new QHBoxLayout; // its words in line with the others
+    below->addSpacing(m_sign->sizeHint().width() + space::between - kGhostPadding);
+    below->addWidget(m_button);
+    below->addStretch(1);
+    layout->addLayout(below, 1, 0, 1, 2);
     connect(m_button, &QPushButton::clicked, this, &Notice::clicked);
     hide();
 }

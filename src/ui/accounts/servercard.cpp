@@ -12,7 +12,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QStackedWidget>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -60,7 +59,6 @@ QLabel *newValue()
 {
     QLabel *label = newLabel(Role::Text);
     label->setWordWrap(true);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
 }
 
@@ -88,7 +86,8 @@ ServerCard::ServerCard(QWidget *parent)
     : Panel(Role::Card, parent)
     , m_title(newLabel(Role::Text))
     , m_change(new QPushButton(tr("C&hange…")))
-    , m_pages(new QStackedWidget)
+    , m_facts(new QWidget)
+    , m_fields(new QWidget)
     , m_resultSign(new SignLabel({}, Role::Text2, IconUse::Row))
     , m_resultWord(newLabel(Role::Text))
     , m_resultText(newLabel(Role::Text2))
@@ -100,8 +99,8 @@ ServerCard::ServerCard(QWidget *parent)
     m_change->setObjectName(u"change"_s);
     m_change->setAutoDefault(false);
     setButtonKind(m_change, ButtonKind::Ghost);
-    m_pages->addWidget(newFacts());
-    m_pages->addWidget(newFields());
+    fillFacts();
+    fillFields();
 
     auto *sign = new SignLabel(u"inbox"_s, Role::Text2, IconUse::Bar);
     auto *head = new QHBoxLayout;
@@ -122,7 +121,8 @@ ServerCard::ServerCard(QWidget *parent)
     auto *body = new QVBoxLayout;
     body->setContentsMargins(sign->sizeHint().width() + space::card, 0, 0, 0);
     body->setSpacing(space::inner);
-    body->addWidget(m_pages);
+    body->addWidget(m_facts);
+    body->addWidget(m_fields);
     body->addWidget(m_result);
     auto *all = new QVBoxLayout(this);
     all->setContentsMargins(space::card, space::between, space::card, space::card);
@@ -130,13 +130,13 @@ ServerCard::ServerCard(QWidget *parent)
     all->addLayout(head);
     all->addLayout(body);
     connect(m_change, &QPushButton::clicked, this, &ServerCard::changeWanted);
+    setEditing(false);
     setResult(Trying::NotYet);
 }
 
-QWidget *ServerCard::newFacts()
+void ServerCard::fillFacts()
 {
-    auto *page = new QWidget;
-    QGridLayout *grid = newGrid(page);
+    QGridLayout *grid = newGrid(m_facts);
     m_where = newValue();
     m_where->setObjectName(u"where"_s);
     m_encryption = newValue();
@@ -148,13 +148,11 @@ QWidget *ServerCard::newFacts()
         grid->addWidget(newLabel(Role::Text2, text), row, 0, Qt::AlignTop);
         grid->addWidget(value, row++, 1);
     }
-    return page;
 }
 
-QWidget *ServerCard::newFields()
+void ServerCard::fillFields()
 {
-    auto *page = new QWidget;
-    QGridLayout *grid = newGrid(page);
+    QGridLayout *grid = newGrid(m_fields);
     grid->setVerticalSpacing(space::between);
     m_hostField = new QLineEdit;
     m_hostField->setObjectName(u"host"_s);
@@ -182,7 +180,6 @@ QWidget *ServerCard::newFields()
     connect(m_userField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
     connect(m_portField, &QSpinBox::valueChanged, this, &ServerCard::fieldEdited);
     connect(m_encryptionField, &QComboBox::currentIndexChanged, this, &ServerCard::encryptionChosen);
-    return page;
 }
 
 void ServerCard::addField(QGridLayout *grid, const QString &label, QWidget *field)
@@ -234,18 +231,10 @@ void ServerCard::setEditing(bool editing)
         m_server = server();
         showFacts();
     }
-    m_pages->setCurrentIndex(editing ? 1 : 0);
-    for (int i = 0; i < m_pages->count(); ++i) // the hidden one asks for no room
-        m_pages->widget(i)->setSizePolicy(QSizePolicy::Preferred, m_pages->currentIndex() == i
-                                                                      ? QSizePolicy::Preferred
-                                                                      : QSizePolicy::Ignored);
+    m_isEditing = editing;
+    m_facts->setVisible(!editing);
+    m_fields->setVisible(editing);
     m_change->setVisible(!editing);
-    m_pages->adjustSize();
-}
-
-bool ServerCard::isEditing() const
-{
-    return m_pages->currentIndex() == 1;
 }
 
 void ServerCard::setResult(Trying trying, const QString &word, const QString &text)

@@ -9,7 +9,6 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSpinBox;
-class QStackedWidget;
 class SignLabel;
 
 /// One server on a card: what it is, how it is reached and what came of trying it; the same card changes it
@@ -31,7 +30,7 @@ public:
 
     /// Fields in the place of words.
     void setEditing(bool editing);
-    bool isEditing() const;
+    bool isEditing() const { return m_isEditing; }
 
     enum class Trying { NotYet, Now, Works, Fails };
 
@@ -45,8 +44,8 @@ signals:
     void changeWanted();
 
 private:
-    QWidget *newFacts();
-    QWidget *newFields();
+    void fillFacts();
+    void fillFields();
     void addField(QGridLayout *grid, const QString &label, QWidget *field);
     void showFacts();
     void encryptionChosen();
@@ -55,7 +54,8 @@ private:
     MailServer m_server;
     QLabel *m_title;
     QPushButton *m_change;
-    QStackedWidget *m_pages;
+    QWidget *m_facts;
+    QWidget *m_fields;
     QLabel *m_where;
     QLabel *m_encryption;
     QLabel *m_user;
@@ -69,4 +69,5 @@ private:
     QLabel *m_resultWord;
     QLabel *m_resultText;
     bool m_isFilling = false;
+    bool m_isEditing = false;
 };
