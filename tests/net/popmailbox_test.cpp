@@ -28,6 +28,7 @@ private slots:
     void deletionBeforeTheDisk();
     void killedBetweenStoreAndMemory();
     void refused();
+    void moreThanOneGigabyte();
     void wishes();
     void uidls_data();
     void uidls();
@@ -375,6 +376,22 @@ void PopMailboxTest::refused()
     QCOMPARE(subjects(user.store), "b");
     QVERIFY(user.play(popLogin() + kTwo + popQuit()));
     QCOMPARE(user.end.reason, Reason::None);
+}
+
+/// Only the header, and that is said; where there is no TOP it is said once.
+void PopMailboxTest::moreThanOneGigabyte()
+{
+    const QByteArray listing = popListing("1 a|2 b", "1 1500000000|2 20");
+    PopUserAtTest user(kDelete);
+    QVERIFY(user.play(popLogin() + listing + top(1, "a") + retr(2, "b") + dele(2) + popQuit()));
+    QCOMPARE(user.end.reason, Reason::WithErrors);
+    QCOMPARE(user.end.detail, u"Message 1 is larger than 1 GB; only its header was fetched"_s);
+    QVERIFY(user.store.stored[0].headerOnly);
+    PopUserAtTest other(kDelete);
+    QVERIFY(other.play(popLogin() + listing + "C: TOP 1 0\nS: -ERR\n" + retr(2, "b") + dele(2) + popQuit()));
+    QCOMPARE(other.end.detail, u"Message 1 is larger than 1 GB and stays on the server"_s);
+    QVERIFY(other.play(popLogin() + popListing("1 a", "1 1500000000") + popQuit()));
+    QCOMPARE(other.end.reason, Reason::None);
 }
 
 void PopMailboxTest::wishes()

@@ -11,17 +11,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr int kMostRefusals = 3;
-
-bool isPositive(const QByteArray &line)
-{
-    return line.startsWith("+OK");
-}
-
-} // namespace
-
 bool POPFetcher::request(const POPFetcherBodyRequest &request)
 {
     if (m_task != PopTask::Bodies || m_state == State::Quit || m_state == State::Ended || hasEnded())
@@ -135,7 +124,7 @@ void POPFetcher::bodyReply(const QByteArray &line)
     record.identifier = m_request.identifier;
     ++record.refusals;
     m_memory->remember(record);
-    if (record.refusals < kMostRefusals || !line.startsWith("-ERR"))
+    if (!record.isSetAside() || !line.startsWith("-ERR"))
         return endWithReply(line);
     failRequest(QString::fromUtf8(line.left(1000)));
 }

@@ -23,11 +23,6 @@ namespace {
 /// A status is not shown anew within this time: nobody can read so fast.
 constexpr int kStatusMilliseconds = 50;
 
-bool isPositive(const QByteArray &line)
-{
-    return line.startsWith("+OK");
-}
-
 /// Whether it is time to show something again.
 bool isTime(QElapsedTimer &since)
 {
@@ -216,6 +211,9 @@ bool POPFetcher::keep(int number, const QByteArray &text, const QByteArray &head
         end(AccountFetchReason::WithErrors, tr("The mail could not be stored"));
         return false;
     }
+    if (isHeader && item.message.size > DotText::kMostBytes)
+        addTrouble(
+            tr("Message %1 is larger than 1 GB; only its header was fetched").arg(item.message.number));
     if (!m_batchTime.isActive())
         m_batchTime.start();
     return !m_batch->isFull() || finishBatch();
@@ -273,9 +271,11 @@ void POPFetcher::settle()
     else
         note(u"The listing of account %1 was not complete; nothing is taken for gone"_s.arg(
             account() ? account()->name() : QString()));
-    for (const PopItem &item : m_plan->items()) {
-        if (item.isTooLarge)
-            addTrouble(tr("Message %1 is larger than 1 GB and stays on the server").arg(item.message.number));
+    for (PopItem &item : m_plan->items()) {
+        if (!item.isTooLarge)
+            continue;
+        m_plan->setAside(item);
+        addTrouble(tr("Message %1 is larger than 1 GB and stays on the server").arg(item.message.number));
     }
     if (!names || !account())
         return;

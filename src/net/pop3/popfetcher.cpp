@@ -254,7 +254,7 @@ void POPFetcher::quit()
 
 void POPFetcher::quitReply(const QByteArray &line)
 {
-    if (line.startsWith("+OK"))
+    if (isPositive(line))
         confirmDeletions();
     end(m_reason, m_detail);
 }

@@ -186,6 +186,7 @@ private:
     /// @}
 
     void quitReply(const QByteArray &line);
+    static bool isPositive(const QByteArray &line) { return line.startsWith("+OK"); }
     void nothingAwaited(const QByteArray &line);
     void ignore(const QByteArray &) {}
 

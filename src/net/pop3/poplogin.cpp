@@ -10,11 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool isPositive(const QByteArray &line)
-{
-    return line.startsWith("+OK");
-}
-
 /// What stands between "<" and the following ">", with both; empty: nothing does.
 QByteArray stampOf(const QByteArray &greeting)
 {

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr int kMostRefusals = 3;
-
 qint64 kilobytes(int number)
 {
     return qint64(std::max(number, 0)) * 1024;
@@ -121,7 +119,7 @@ const PopRecord *PopPlan::known(PopItem &item, const QByteArray &header)
 PopAction PopPlan::fresh(PopItem &item)
 {
     const PopRecord *refused = m_memory.find(nameForRefusals(item));
-    if (refused && refused->refusals >= kMostRefusals)
+    if (refused && refused->isSetAside())
         return PopAction::Leave;
     if (isPreviewed(item) && m_rules.canLook)
         return PopAction::Header;
@@ -222,16 +220,26 @@ QByteArray PopPlan::nameForRefusals(const PopItem &item) const
 
 bool PopPlan::noteRefusal(PopItem &item)
 {
+    const PopRecord *before = m_memory.find(nameForRefusals(item));
+    noteRefusals(item, (before ? before->refusals : 0) + 1);
+    return item.action == PopAction::Leave;
+}
+
+void PopPlan::setAside(PopItem &item)
+{
+    noteRefusals(item, PopRecord::kMostRefusals);
+}
+
+void PopPlan::noteRefusals(PopItem &item, int refusals)
+{
     const QByteArray name = nameForRefusals(item);
     const PopRecord *before = m_memory.find(name);
     PopRecord record = before ? *before : PopRecord();
     record.identifier = name;
-    ++record.refusals;
+    record.refusals = refusals;
     m_memory.remember(record);
-    if (record.refusals < kMostRefusals)
-        return false;
-    item.action = PopAction::Leave;
-    return true;
+    if (record.isSetAside())
+        item.action = PopAction::Leave;
 }
 
 std::optional<QSet<QByteArray>> PopPlan::names() const

@@ -85,6 +85,9 @@ public:
     /// Counts that the server refused to give it. True: that was the last time, it is set aside.
     bool noteRefusal(PopItem &item);
 
+    /// It is not asked for again, in no session.
+    void setAside(PopItem &item);
+
     /// The names of all that the server listed; empty while one of them is not known.
     std::optional<QSet<QByteArray>> names() const;
 
@@ -94,6 +97,7 @@ private:
     PopAction fresh(PopItem &item);
     PopAction whole(PopItem &item);
     PopAction look(PopItem &item);
+    void noteRefusals(PopItem &item, int refusals);
     bool settleName(PopItem &item, const QByteArray &header);
     const PopRecord *known(PopItem &item, const QByteArray &header);
     bool isPreviewed(const PopItem &item) const;

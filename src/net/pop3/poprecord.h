@@ -8,6 +8,8 @@
 /// What is remembered of one message on the server.
 struct PopRecord
 {
+    static constexpr int kMostRefusals = 3;
+
     QByteArray identifier;  ///< as popIdentifier() or madeIdentifier() gives it
     qint64 taken = 0;       ///< when it was first taken: seconds since 1970 UTC
     qint64 size = -1;       ///< bytes by the listing when it was fetched; -1: not known
@@ -17,6 +19,9 @@ struct PopRecord
     bool isFetched = false;
     bool isHeaderOnly = false; ///< the rest is still on the server
     bool isDeleted = false;    ///< on the server, by this program: its absence means nothing
+
+    /// Whether the server is not asked for it any more.
+    bool isSetAside() const { return refusals >= kMostRefusals; }
 
     /// Whether enough is known to tell it from another message of the same name.
     bool isKnownInDetail() const { return isFetched && size >= 0 && !header.isEmpty(); }
