@@ -125,7 +125,7 @@ void MainWindow::createMessageMenu()
     createTagMenu();
     m_actions.addTo(message, Act::Open, Act::Flag);
     message->addMenu(m_tagMenu);
-    m_actions.addTo(message, Act::MarkThreadRead, Act::CopyTo);
+    m_actions.addTo(message, Act::MarkThreadRead, Act::DeleteOnServer);
     message->addSeparator();
     message->addAction(m_actions[Act::Delete]);
 }
@@ -283,7 +283,7 @@ void MainWindow::messageMenu(const QPoint &position)
     m_actions.addTo(menu, Act::Open, Act::Flag);
     menu->addMenu(m_tagMenu);
     m_actions.addTo(menu, Act::MarkThreadRead, Act::MarkThreadRead);
-    m_actions.addTo(menu, Act::Junk, Act::CopyTo);
+    m_actions.addTo(menu, Act::Junk, Act::DeleteOnServer);
     menu->addSeparator();
     menu->addAction(m_actions[Act::SaveAs]);
     menu->addAction(m_readerActions[ReaderAction::Source]);
