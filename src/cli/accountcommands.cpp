@@ -1,10 +1,14 @@
 #include "cli/arguments.h"
 #include "cli/command.h"
 #include "cli/passwordfile.h"
+#include "net/accountdesk.h"
 #include "net/accountoptions.h"
+#include "net/keyring/desktopkeyring.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -204,6 +208,26 @@ ExitStatus listAccounts(Session &session)
     return ExitStatus::Done;
 }
 
+/// Takes the password out of the desktop's keyring, where it is kept there; the keyring gets some seconds.
+void forgetPassword(Session &session, const AccountData &account)
+{
+    if (!account.has(AccountKeyring))
+        return;
+    constexpr int kPatience = 5000; // milliseconds
+    DesktopKeyring keyring;
+    QEventLoop loop;
+    bool isGone = false;
+    keyring.remove(keyringKeyOf(account), [&](bool ok) {
+        isGone = ok;
+        loop.quit();
+    });
+    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+    loop.exec();
+    if (!isGone)
+        session.output().complain(
+            u"The password of '%1' could not be taken out of the keyring"_s.arg(account.name));
+}
+
 ExitStatus removeAccount(Session &session, const QString &name)
 {
     if (!session.open(Session::Purpose::Write))
@@ -215,6 +239,7 @@ ExitStatus removeAccount(Session &session, const QString &name)
         return ExitStatus::Failed;
     }
     const Row row = describeAccount(account->data());
+    forgetPassword(session, account->data());
     accounts.remove(account->number());
     if (!accounts.save())
         return ExitStatus::Failed;

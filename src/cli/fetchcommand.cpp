@@ -2,6 +2,9 @@
 #include "cli/command.h"
 #include "cli/fetchrun.h"
 #include "cli/terminalquestions.h"
+#include "net/keyring/desktopkeyring.h"
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -44,12 +47,18 @@ ExitStatus runFetch(Session &session, const QStringList &words)
     const auto accounts = accountsToFetch(session, arguments.plain());
     if (!accounts)
         return ExitStatus::Failed;
+    // Whoever keeps no password there needs no desktop to talk to.
+    DesktopKeyring keyring;
+    const std::vector<AccountData> all = session.engine().accounts().all();
+    if (std::any_of(all.begin(), all.end(), [](const AccountData &one) { return one.has(AccountKeyring); }))
+        session.engine().setPasswordKeeper(&keyring);
     TerminalQuestions questions(session.output());
     if (TerminalQuestions::isPossible())
         session.engine().setQuestions(&questions);
     const bool good = FetchRun(session).run(*accounts);
     session.engine().accounts().shutDown(); // nobody is asked any more
     session.engine().setQuestions(nullptr);
+    session.engine().setPasswordKeeper(nullptr);
     session.output().endTable();
     return good ? ExitStatus::Done : ExitStatus::Failed;
 }

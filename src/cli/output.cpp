@@ -140,7 +140,7 @@ void Output::complain(const QString &text)
 
 void Output::progress(const QString &title, qint64 done, qint64 total)
 {
-    if (!m_terminal || m_options.quiet || m_options.json)
+    if (!m_terminal || m_progressHeld || m_options.quiet || m_options.json)
         return;
     QString line = u"\r%1 "_s.arg(onOneLine(title));
     if (total > 0) {
@@ -157,6 +157,13 @@ void Output::endProgress()
     if (m_progressShown)
         std::fprintf(stderr, "\r\x1b[K");
     m_progressShown = false;
+}
+
+void Output::holdProgress(bool held)
+{
+    if (held)
+        endProgress();
+    m_progressHeld = held;
 }
 
 bool Output::finish()

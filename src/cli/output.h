@@ -52,6 +52,9 @@ public:
     void progress(const QString &title, qint64 done, qint64 total);
     void endProgress();
 
+    /// While on, there is none: somebody is being asked on the terminal.
+    void holdProgress(bool held);
+
     /// Writes what is left; false when not everything could be written.
     bool finish();
 
@@ -63,6 +66,7 @@ private:
     bool m_hasHead = false;
     bool m_good = true;
     bool m_progressShown = false;
+    bool m_progressHeld = false;
     bool m_terminal;
 };
 

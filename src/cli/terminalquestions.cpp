@@ -59,7 +59,7 @@ void TerminalQuestions::askNext()
     if (m_asked.empty())
         return;
     const PasswordQuestion &question = m_asked.front().question;
-    m_output.endProgress();
+    m_output.holdProgress(true);
     if (!question.refusal.isEmpty())
         m_output.complain(u"The server of '%1' said: %2"_s.arg(question.accountName, question.refusal));
     std::fprintf(stderr, "Password of %s at %s: ", qUtf8Printable(onOneLine(question.user)),
@@ -103,4 +103,5 @@ void TerminalQuestions::showTyping()
         ::tcsetattr(STDIN_FILENO, TCSAFLUSH, m_before.get());
     m_before.reset();
     std::fputc('\n', stderr);
+    m_output.holdProgress(false);
 }
