@@ -5,6 +5,7 @@
 #include "ui/accounts/accountlogmodel.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/emptystate.h"
+#include "ui/look/fixedfont.h"
 #include "ui/look/hairline.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
@@ -15,7 +16,6 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QClipboard>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -147,7 +147,7 @@ void AccountLogWindow::build()
 {
     m_list->setObjectName(u"lines"_s);
     m_list->setAccessibleName(tr("Log"));
-    m_list->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    setFixedFont(m_list);
     m_list->setModel(m_model);
     m_list->setItemDelegate(new LogDelegate(*m_model, m_list));
     m_list->setFrameShape(QFrame::NoFrame);

@@ -1,6 +1,7 @@
 #include "ui/accounts/certificatedialog.h"
 
 #include "ui/look/dialogfooter.h"
+#include "ui/look/fixedfont.h"
 #include "ui/look/metrics.h"
 #include "ui/look/panel.h"
 #include "ui/look/recolour.h"
@@ -9,7 +10,6 @@
 #include "ui/texts/harmless.h"
 
 #include <QDateTime>
-#include <QFontDatabase>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -105,7 +105,7 @@ QLabel *factLabel(const Fact &fact, const CertificateInfo &certificate)
         label->setText(QObject::tr("not known"));
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     if (fact.isFixed)
-        label->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        setFixedFont(label);
     return label;
 }
 

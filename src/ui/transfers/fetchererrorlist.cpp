@@ -24,9 +24,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kAccountWidth = 18; ///< characters
-constexpr int kTimeWidth = 19;
-constexpr int kErrorWidth = 60;
+constexpr int kAccountWidth = 22; ///< characters
+constexpr int kTimeWidth = 28;
+constexpr int kErrorWidth = 72;
 constexpr int kRows = 14;
 
 QTreeView *newList(TransferErrorsModel *model)

@@ -1,5 +1,6 @@
 #include "ui/transfers/transfererrorcard.h"
 
+#include "ui/look/fixedfont.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 #include "ui/look/signlabel.h"
@@ -9,7 +10,6 @@
 
 #include <QAccessible>
 #include <QDateTime>
-#include <QFontDatabase>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -79,7 +79,7 @@ void TransferErrorCard::build()
     setTextRole(m_time, Role::Text2);
     m_words->setWordWrap(true);
     m_line->setWordWrap(true);
-    m_line->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    setFixedFont(m_line);
     m_line->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     auto *line = new QHBoxLayout(m_protocol);
     line->setContentsMargins(space::between, space::inner, space::between, space::inner);
