@@ -151,6 +151,10 @@ void ServerPage::edited()
     endTrying();
     m_card->setResult(ServerCard::Trying::NotYet);
     m_outcome->say(MessageBar::Kind::Information, {});
+    if (m_card->isEditing() && hasFound()) {
+        m_source->say(MessageBar::Kind::Information, {});
+        m_stranger->say(MessageBar::Kind::Information, {});
+    }
     setState(State::Shown);
 }
 
