@@ -3,9 +3,13 @@
 //   folder DIRECTORY GROUP    a large group: to it, sorted by each column, narrowed by typing, all selected,
 //                             10,000 messages deleted and that undone
 //   next DIRECTORY GROUP N    N messages one after the other, each until it is drawn
+//   arrive DIRECTORY GROUP ACCOUNT
+//                             the mail of an account arrives in the group that is shown
 //
 // Of each deed: the milliseconds until its result was to be seen, and the longest that the event loop was
 // held.
+
+#include "syncs.h"
 
 #include "config/directory.h"
 #include "config/reporter.h"
@@ -305,6 +309,50 @@ int next(Program &program, int group, int count)
     return 0;
 }
 
+/// Fetches while the window is open. What the disk takes is told apart: a clock that stands still meanwhile
+/// shows how long the program itself held the loop.
+int arrive(Program &program, int group, const QString &name)
+{
+    Account *account = program.engine.accounts().find(name);
+    if (!account)
+        qFatal("there is no such account");
+    program.window->selectGroup(group);
+    QElapsedTimer timer;
+    timer.start();
+    StallWatch own(nullptr, [timer] { return timer.nsecsElapsed() - syncsSoFar().nanoseconds; });
+    QObject context;
+    bool isOver = false;
+    QObject::connect(account, &Account::fetchEnded, &context,
+                     [&](AccountFetchReason reason, const QString &detail) {
+                         isOver = true;
+                         if (reason != AccountFetchReason::None)
+                             qFatal("the fetch ends with reason %d: %s", int(reason), qPrintable(detail));
+                     });
+    const Syncs before = syncsSoFar();
+    program.watch.forget();
+    own.forget();
+    timer.restart();
+    QMetaObject::invokeMethod(
+        program.window.get(), [&] { account->fetch(true, true); }, Qt::QueuedConnection);
+    const auto isShown = [&] {
+        return isOver && program.shows(group) &&
+               quint32(program.list().messages().totalCount()) ==
+                   program.engine.groups().group(group)->counts().total;
+    };
+    if (!program.until(isShown))
+        qFatal("that takes too long");
+    const double taken = millisecondsOf(timer);
+    program.until([&] { return !program.engine.tasks().isBusy(); });
+    program.until([] { return false; }, 1500); // a tick of the engine included
+    const Syncs after = syncsSoFar();
+    std::printf("messages %d\nmilliseconds %.1f\nheld %.1f %s\nheld-by-itself %.1f %s\nsyncs %ld %.1f\n",
+                program.list().messages().totalCount(), taken, program.watch.longest().milliseconds,
+                qPrintable(program.watch.longest().event), own.longest().milliseconds,
+                qPrintable(own.longest().event), after.count - before.count,
+                double(after.nanoseconds - before.nanoseconds) / 1e6);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -313,7 +361,8 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments().sliced(1);
     if (words.size() < 3) {
-        std::fprintf(stderr, "folder DIRECTORY GROUP or next DIRECTORY GROUP COUNT\n");
+        std::fprintf(stderr, "folder DIRECTORY GROUP, next DIRECTORY GROUP COUNT or "
+                             "arrive DIRECTORY GROUP ACCOUNT\n");
         return 2;
     }
     setReportSink([](const Report &report) { qFatal("%s", qPrintable(report.text)); });
@@ -324,6 +373,9 @@ int main(int argc, char **argv)
         return 1;
     }
     program.open();
-    return words[0] == "folder"_L1 ? folder(program, group->number())
-                                   : next(program, group->number(), words.value(3).toInt());
+    if (words[0] == "folder"_L1)
+        return folder(program, group->number());
+    if (words[0] == "arrive"_L1)
+        return arrive(program, group->number(), words.value(3));
+    return next(program, group->number(), words.value(3).toInt());
 }
