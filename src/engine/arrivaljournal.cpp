@@ -76,8 +76,10 @@ bool ArrivalJournal::sync()
 /// Emptied, not removed: the next batch needs no new name on the disk.
 void ArrivalJournal::done()
 {
-    if (!m_file.cut(0))
-        QFile::remove(configPathOf(m_path));
+    if (m_file.cut(0))
+        return;
+    m_file.close();
+    QFile::remove(configPathOf(m_path));
 }
 
 std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Group *(int)> &groupOf) const
@@ -92,6 +94,10 @@ std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Gr
     if (!group)
         return found;
     found.group = group->number();
+    group->rowCount(); // opens it
+    found.isKnown = group->isOpen();
+    if (!found.isKnown)
+        return found;
     const Texts texts = textsOf(*group, head[2].toUInt(), m_account);
     std::map<std::pair<quint32, quint32>, std::size_t> taken;
     for (const QByteArray &line : lines.sliced(1)) {
@@ -116,6 +122,8 @@ bool ArrivalJournal::settle(const std::function<Group *(int)> &groupOf)
     if (!isLeft())
         return true;
     const std::optional<Found> found = read(groupOf);
+    if (found && !found->isKnown)
+        return false;
     if (found && !found->arrived.empty()) {
         Group *group = groupOf(found->group);
         QByteArray lines;

@@ -44,6 +44,7 @@ public:
     struct Found
     {
         int group = 0;
+        bool isKnown = true; ///< false: the group cannot be looked into now
         struct Arrived
         {
             QByteArray identifier;

@@ -148,6 +148,8 @@ bool BatchFetch::recover(GroupStore &store, int account)
     const auto found = journal.read([&store](int number) { return store.group(number); });
     if (!found)
         return true;
+    if (!found->isKnown)
+        return false;
     if (!found->arrived.empty()) {
         const QList<QByteArray> last = found->arrived.back().identifier.split(':');
         const QString batch = batchPath(account, last.first().toInt());

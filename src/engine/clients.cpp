@@ -12,9 +12,7 @@ Clients::Clients(Delivery &delivery)
 std::unique_ptr<Fetcher> Clients::make(Account &account, const FetcherWish &)
 {
     switch (account.kind()) {
-    case AccountKind::Pop3:
-        return std::make_unique<POPFetcher>(account, PopTask::Fetch,
-                                            std::make_unique<AccountReceiver>(m_delivery, account.data()));
+    case AccountKind::Pop3: return makePop(account);
     case AccountKind::BatchFile: return std::make_unique<BatchFetcher>(account, m_delivery);
     case AccountKind::None:
     case AccountKind::OfflineImap:
@@ -23,6 +21,18 @@ std::unique_ptr<Fetcher> Clients::make(Account &account, const FetcherWish &)
     case AccountKind::Smtp: break;
     }
     return nullptr;
+}
+
+std::unique_ptr<Fetcher> Clients::makePop(Account &account)
+{
+    auto fetcher = std::make_unique<POPFetcher>(
+        account, PopTask::Fetch, std::make_unique<AccountReceiver>(m_delivery, account.data()));
+    if (m_deletionProposed) {
+        QObject::connect(fetcher.get(), &POPFetcher::deletionProposed, fetcher.get(),
+                         [proposed = m_deletionProposed, number = account.number()](
+                             const QByteArray &identifier) { proposed(number, identifier); });
+    }
+    return fetcher;
 }
 
 std::unique_ptr<Fetcher> Clients::makeSession(Account &account)

@@ -20,7 +20,14 @@ public:
     using SessionMade = std::function<void(Account &, POPFetcher &)>;
     void setSessionMade(SessionMade made) { m_sessionMade = std::move(made); }
 
+    /// Who learns of messages that a fetch found too large to keep on the server, by their identifiers.
+    using DeletionProposed = std::function<void(int account, const QByteArray &identifier)>;
+    void setDeletionProposed(DeletionProposed proposed) { m_deletionProposed = std::move(proposed); }
+
 private:
+    std::unique_ptr<Fetcher> makePop(Account &account);
+
     Delivery &m_delivery;
     SessionMade m_sessionMade;
+    DeletionProposed m_deletionProposed;
 };

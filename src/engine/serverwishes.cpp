@@ -32,9 +32,18 @@ ServerWishes::ServerWishes(GroupStore &store, AccountManager &accounts, Clients 
     , m_accounts(accounts)
 {
     clients.setSessionMade([this](Account &account, POPFetcher &session) { handOver(account, session); });
-    connect(&accounts, &AccountManager::fetchEnded, this, [this](Account *account) { tryAgain(*account); });
-    connect(&accounts, &AccountManager::accountDeleted, this,
-            [this](Account *account) { drop(account->number()); });
+    clients.setDeletionProposed(
+        [this](int account, const QByteArray &identifier) { m_proposed[account].append(identifier); });
+    connect(&accounts, &AccountManager::fetchStarted, this,
+            [this](Account *account) { m_proposed.remove(account->number()); });
+    connect(&accounts, &AccountManager::fetchEnded, this, [this](Account *account) {
+        tryAgain(*account);
+        propose(account->number());
+    });
+    connect(&accounts, &AccountManager::accountDeleted, this, [this](Account *account) {
+        m_proposed.remove(account->number());
+        drop(account->number());
+    });
     connect(&store, &GroupStore::messagesDeleting, this, &ServerWishes::deleteAlong);
 }
 
@@ -244,6 +253,19 @@ bool ServerWishes::wishDeletion(int account, const QList<QByteArray> &identifier
     for (const QByteArray &identifier : identifiers)
         entries.append({identifier, {}});
     return IdentifierList(account, IdentifierList::Purpose::Delete).add(entries);
+}
+
+void ServerWishes::propose(int account)
+{
+    if (const auto count = m_proposed.value(account).size(); count > 0)
+        emit deletionProposed(account, int(count));
+}
+
+void ServerWishes::acceptProposal(int account)
+{
+    const QList<QByteArray> identifiers = m_proposed.take(account);
+    if (!identifiers.isEmpty())
+        wishDeletion(account, identifiers);
 }
 
 std::optional<ServerPlace> ServerWishes::placeOf(MessageRef message) const

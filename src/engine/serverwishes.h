@@ -33,6 +33,10 @@ public:
     /// no server, or that are not known there any more, are told of by failed().
     void deleteOnServer(const MessageRefs &messages);
 
+    /// Follows what deletionProposed() told of this account: those messages are deleted on the server at the
+    /// next fetch.
+    void acceptProposal(int account);
+
     /// Whether the rest of the message is wanted, now or at the next fetch.
     bool isRestWanted(MessageRef message) const;
 
@@ -45,6 +49,10 @@ signals:
 
     /// "Message ... could not be retrieved", and why.
     void failed(const QString &text);
+
+    /// The fetch of @p account, which has ended, found @p count messages above `PreviewDeleteSize` and
+    /// brought their headers.
+    void deletionProposed(int account, int count);
 
     /// How the fetch of a rest ended; the message as it was called when it was asked for.
     void restEnded(MessageRef message, bool ok);
@@ -67,6 +75,7 @@ private:
     void sessionEnded(AccountFetchReason reason);
     void tryAgain(Account &account);
     void forgetFulfilled(int account);
+    void propose(int account);
     bool drop(int account);
     void deleteAlong(Group *group, const Articles &articles);
     bool wishDeletion(int account, const QList<QByteArray> &identifiers);
@@ -77,5 +86,6 @@ private:
     GroupStore &m_store;
     AccountManager &m_accounts;
     std::vector<Request> m_requests;                 ///< in the hands of a session, or on their way to one
+    QHash<int, QList<QByteArray>> m_proposed;        ///< by account, until its next fetch ends
     QHash<int, QHash<quint64, QByteArray>> m_hashes; ///< while a deed looks up many messages
 };

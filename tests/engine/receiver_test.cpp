@@ -97,6 +97,7 @@ private slots:
     void intoItsGroup();
     void killed_data();
     void killed();
+    void aGroupToBeRepaired();
     void movedBeforeTheNextSession();
     void aMoveFromTheSameAccountIsNoArrival();
     void anOpenBatchIsMadeSafe();
@@ -197,6 +198,26 @@ void ReceiverTest::killed()
             recovered.clear();
         }
     }
+}
+
+/// Nobody knows what has arrived there until it is repaired, so nothing is fetched for it.
+void ReceiverTest::aGroupToBeRepaired()
+{
+    Scratch scratch;
+    killedAfter([&] {
+        Fixture f(scratch);
+        const auto receiver = f.receiver();
+        if (!receiver->store(whole("a")) || !receiver->flush() ||
+            !QFile::remove(f.inbox().files().directory() + u"/Overview"_s))
+            ::_exit(1);
+        ::kill(::getpid(), SIGKILL);
+    });
+    Engine engine;
+    engine.groups().setRepairsItself(false);
+    QVERIFY(engine.load());
+    QVERIFY(!AccountReceiver(engine.delivery(), accountData()).recover());
+    QVERIFY(engine.groups().group(GroupRole::Inbox)->repair());
+    QCOMPARE(AccountReceiver(engine.delivery(), accountData()).recover(), QList<QByteArray>{"a"});
 }
 
 void ReceiverTest::movedBeforeTheNextSession()

@@ -78,6 +78,7 @@ private slots:
     void theRestLater();
     void noLongerThere();
     void deletedOnTheServer();
+    void proposedForDeletion();
     void deletedAlong_data();
     void deletedAlong();
     void shutDownInTheMiddle();
@@ -157,6 +158,27 @@ void ServerWishesTest::deletedOnTheServer()
     QCOMPARE(f.server.mails.size(), 2u);
     QCOMPARE(f.server.mails[1].identifier, "c");
     QVERIFY(f.isWhole(2)); // it stays here
+}
+
+void ServerWishesTest::proposedForDeletion()
+{
+    Fixture f;
+    setIntSetting(Setting::PreviewDeleteSize, 2);
+    f.server.mails.push_back({"small", mailText("small", "small")});
+    QSignalSpy proposed(&f.engine.serverWishes(), &ServerWishes::deletionProposed);
+    QVERIFY(f.fetch());
+    QCOMPARE(proposed.size(), 1);
+    QCOMPARE(proposed.first(), (QVariantList{f.number, 3}));
+    QVERIFY(f.fetch()); // nothing happens by itself
+    QCOMPARE(f.server.mails.size(), 4u);
+    QCOMPARE(proposed.size(), 1);
+    f.server.mails.push_back({"d", mailText("d", "d", {}, QByteArray(3000, 'x') + '\n')});
+    QVERIFY(f.fetch());
+    QCOMPARE(proposed.size(), 2);
+    f.engine.serverWishes().acceptProposal(f.number);
+    QVERIFY(f.fetch());
+    QCOMPARE(f.server.mails.size(), 4u);
+    QCOMPARE(f.inbox().counts().total, 5u);
 }
 
 void ServerWishesTest::deletedAlong_data()

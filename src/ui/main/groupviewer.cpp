@@ -214,7 +214,13 @@ void GroupViewer::showMarks()
     const std::optional<Overview> overview = currentOverview();
     if (!overview || m_shown != m_list->current())
         return;
-    m_reader->setMarks(readerMarksOf(*overview));
+    if (m_showsHeaderOnly && !overview->has(Mark::HeaderOnly)) { // the rest has come
+        m_shown = {};
+        return showCurrent();
+    }
+    ReaderMarks marks = readerMarksOf(*overview);
+    marks.restIsComing = m_showsHeaderOnly && m_engine.serverWishes().isRestWanted(m_shown);
+    m_reader->setMarks(marks);
     QList<HeaderTag> shown;
     for (const Tag &tag : m_engine.tags().of(overview->tags()))
         shown.append({tag.name, tag.hue});
@@ -251,6 +257,7 @@ void GroupViewer::showCurrent()
         if (current != m_shown) {
             const QByteArray text = home->readMessage(*overview);
             m_shown = text.isNull() ? MessageRef() : current;
+            m_showsHeaderOnly = overview->has(Mark::HeaderOnly);
             m_pieces.reset();
             if (text.isNull())
                 m_reader->clear(tr("This message cannot be read"),

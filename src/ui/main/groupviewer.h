@@ -96,6 +96,9 @@ public:
     /// Shows the current message, if the reader does not yet, and what to say where there is none.
     void showCurrent();
 
+    /// What is to be said of the message that is shown has changed; or the rest of it has come.
+    void showMarks();
+
 signals:
     void changed();      ///< current message, selection, marks
     void placeChanged(); ///< another group, another name
@@ -107,7 +110,6 @@ private:
     void connectList();
     void open();
     void markShownAsRead();
-    void showMarks();
     void toggle(MessageRef message, Mark mark);
 
     Engine &m_engine;
@@ -123,4 +125,5 @@ private:
     bool m_isActive = false;
     bool m_isReading = true;
     MessageRef m_shown; ///< what the reader shows
+    bool m_showsHeaderOnly = false;
 };

@@ -25,6 +25,18 @@ void MainWindow::connectTransfers()
     });
     connect(&m_engine.serverWishes(), &ServerWishes::failed, this,
             [this](const QString &text) { viewer().pane()->bar().tell(MessageBar::Kind::Warning, text); });
+    connect(&m_engine.serverWishes(), &ServerWishes::deletionProposed, this, [this](int number, int count) {
+        const Account *account = m_engine.accounts().account(number);
+        viewer().pane()->bar().ask(
+            MessageBar::Kind::Information,
+            tr("%n large message(s) of %1: only the header was fetched.", nullptr, count)
+                .arg(account ? account->name() : QString()),
+            {tr("Delete on the server"), [this, number] { m_engine.serverWishes().acceptProposal(number); }});
+    });
+    connect(&m_engine.serverWishes(), &ServerWishes::changed, this, [this] {
+        for (const auto &each : m_viewers->all())
+            each->showMarks();
+    });
     connect(m_accountCommands, &AccountCommands::settled, m_status, &StatusLine::announce);
     connect(m_accountCommands, &AccountCommands::noticed, this,
             [this](const QString &text) { m_notices.add(ReportLevel::Warning, text); });
