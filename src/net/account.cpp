@@ -108,7 +108,10 @@ QString Account::withoutSecrets(const QString &text) const
 
 QString Account::presentable(const QString &reply) const
 {
-    return withoutSecrets(reply).left(kLongestReply).trimmed();
+    QStringList lines = withoutSecrets(reply).left(kLongestReply).trimmed().split(u'\n');
+    for (QString &line : lines)
+        line = onOneLine(line.trimmed());
+    return lines.join(u'\n');
 }
 
 bool Account::isLogged() const

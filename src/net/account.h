@@ -115,7 +115,7 @@ public:
     /// @p text without this account's password, should a server repeat it.
     QString withoutSecrets(const QString &text) const;
 
-    /// The same of what a server said, short enough for people.
+    /// The same of what a server said, short enough for people, its lines without controls.
     QString presentable(const QString &reply) const;
 
 signals:
@@ -171,4 +171,5 @@ private:
     qint64 m_lastFetch = 0;
     int m_busy = 0; ///< no fetch begins while above 0
     bool m_fetching = false;
+    bool m_sessionBegins = false; ///< it waits for its password
 };

@@ -90,6 +90,8 @@ void Account::loggedIn(const AccountFetchRequest &request, AccountFetchReason fa
         recordFailure(failure, detail, request.attended);
         return endFetch();
     }
+    if (m_manager.isFull()) // others began while the keyring or the user was asked
+        return m_manager.queue(request);
     startClients(request);
 }
 
@@ -127,11 +129,12 @@ void Account::fetchAlong(const AccountFetchRequest &request)
 
 bool Account::openSession(bool attended)
 {
-    if (m_session)
+    if (m_session || m_sessionBegins)
         return true;
     if (m_busy > 0 || !m_fetchers.empty() || m_manager.areFetchesBlocked() || !isOnline())
         return false;
     ++m_busy;
+    m_sessionBegins = true;
     m_desk->login(attended, [this, attended](AccountFetchReason failure, const QString &detail) {
         startSession(attended, failure, detail);
     });
@@ -141,6 +144,7 @@ bool Account::openSession(bool attended)
 void Account::startSession(bool attended, AccountFetchReason failure, const QString &detail)
 {
     --m_busy;
+    m_sessionBegins = false;
     if (failure != AccountFetchReason::None) {
         recordFailure(failure, detail, attended);
         emit sessionEnded(failure, detail);
@@ -149,7 +153,10 @@ void Account::startSession(bool attended, AccountFetchReason failure, const QStr
     FetcherFactory *factory = m_manager.factory();
     std::unique_ptr<Fetcher> session = factory ? factory->makeSession(*this) : nullptr;
     m_session = session.get();
+    const bool isServed = session != nullptr;
     launch(std::move(session), attended);
+    if (!isServed)
+        emit sessionEnded(AccountFetchReason::Unavailable, {});
 }
 
 /// Counts @p fetcher as running, wires and starts it; what cannot start has ended at once.
@@ -194,12 +201,13 @@ void Account::slotFetchError(Fetcher *fetcher, AccountFetchReason reason, const 
 
 void Account::recordFailure(AccountFetchReason reason, const QString &detail, bool attended)
 {
-    const QString said = onOneLine(presentable(detail));
+    const QString words = presentable(detail);
+    const QString said = words.simplified();
     if (m_reason == AccountFetchReason::None) {
         m_reason = reason;
         m_detail = said;
     }
-    const QString message = fetchMessage(reason, name(), said);
+    const QString message = fetchMessage(reason, name(), words);
     if (message.isEmpty())
         return;
     log(message.simplified());
@@ -252,8 +260,14 @@ void Account::endFetch()
 /// that is still to come.
 void Account::requestDropped()
 {
-    if (!m_fetching && !m_next && !m_manager.isQueued(number()))
+    if (m_next || m_manager.isQueued(number()))
+        return;
+    if (!m_fetching) {
         emit fetchEnded(AccountFetchReason::Stopped, {});
+    } else if (m_busy == 0 && m_fetchers.empty()) { // it had its password and waited for room
+        m_reason = AccountFetchReason::Stopped;
+        endFetch();
+    }
 }
 
 void Account::stop()

@@ -26,9 +26,11 @@ private slots:
     void whatIsDropped_data();
     void whatIsDropped();
     void theLimit();
+    void theLimitBehindTheKeyring();
     void anEqualRequestWaitsOnce();
     void idleSessions();
     void sessions();
+    void aSessionThatIsStillToBegin();
     void aClientThatCannotStart();
     void aKindThatCannotBeServed();
 
@@ -41,6 +43,7 @@ private slots:
     // the end
     void reasons_data();
     void reasons();
+    void wordsOfSeveralLines();
     void unattendedFailuresLeaveAMark();
     void stopping();
     void removedWhileFetching();
@@ -167,6 +170,38 @@ void DispatchTest::theLimit()
     QCOMPARE(rig.manager.runningFetchers(), 4);
 }
 
+/// All get their passwords at the same time, and wait for room all the same.
+void DispatchTest::theLimitBehindTheKeyring()
+{
+    AccountRig rig;
+    setIntSetting(Setting::FetchConcurrency, 1);
+    rig.keyring.entries.insert(u"pop3://ada@pop.example"_s, u"from the ring"_s);
+    std::vector<Account *> accounts;
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s}) {
+        AccountData data = accountData(name);
+        data.password.clear();
+        data.flags = AccountKeyring;
+        accounts.push_back(rig.add(data));
+        QCOMPARE(accounts.back()->fetch(true, true), FetchAnswer::Begun);
+    }
+    QTRY_VERIFY(!accounts[3]->password().isEmpty());
+    QCOMPARE(rig.factory.order, QStringList{u"a"_s});
+    const QSignalSpy begun(accounts[1], &Account::fetchStarted);
+    rig.factory.last()->complete(false);
+    QTRY_COMPARE(rig.factory.order, QStringList({u"a"_s, u"b"_s}));
+    QCOMPARE(begun.size(), 0); // it had begun before
+    const QSignalSpy stopped(accounts[2], &Account::fetchEnded);
+    const QSignalSpy offline(accounts[3], &Account::fetchEnded);
+    accounts[2]->stop();
+    QCOMPARE(stopped.size(), 1);
+    QCOMPARE(stopped[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    setBoolSetting(Setting::Online, false);
+    rig.factory.last()->complete(false);
+    QTRY_COMPARE(offline.size(), 1);
+    QVERIFY(!rig.manager.isBusy());
+    QCOMPARE(rig.factory.made.size(), 2u);
+}
+
 void DispatchTest::anEqualRequestWaitsOnce()
 {
     AccountRig rig;
@@ -230,6 +265,26 @@ void DispatchTest::sessions()
     QCOMPARE(fetches.size(), 0);
     setBoolSetting(Setting::Online, false);
     QVERIFY(!account->openSession(true));
+}
+
+/// Whoever wants something of it meanwhile is served by the same one.
+void DispatchTest::aSessionThatIsStillToBegin()
+{
+    AccountRig rig;
+    Account *account = rig.addWithoutPassword();
+    const QSignalSpy ended(account, &Account::sessionEnded);
+    QVERIFY(account->openSession(true));
+    QVERIFY(account->openSession(true));
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    QVERIFY(account->openSession(true));
+    rig.user.passwordAnswer(u"lovelace"_s, PasswordKeeping::ThisRun);
+    QCOMPARE(rig.factory.made.size(), 1u);
+    rig.factory.last()->complete(false);
+    QCOMPARE(ended.size(), 1);
+    rig.factory.refused = {AccountKind::Pop3};
+    QVERIFY(account->openSession(true));
+    QCOMPARE(ended.size(), 2); // there is none for this kind
+    QVERIFY(!account->session());
 }
 
 void DispatchTest::aClientThatCannotStart()
@@ -390,6 +445,21 @@ void DispatchTest::reasons()
         account->fetch(true, true);
         QVERIFY(account->errors().empty()); // of the last fetch only
     }
+}
+
+/// They stay lines in the box, become one in the lists, and bring no controls along.
+void DispatchTest::wordsOfSeveralLines()
+{
+    AccountRig rig;
+    setBoolSetting(Setting::SilentTransferErrors, false);
+    Account *account = rig.add(accountData(u"a"_s));
+    account->fetch(true, true);
+    rig.factory.last()->fail(AccountFetchReason::WithErrors, u"one\r\n-ERR two\x1b\r\n"_s, true);
+    QCOMPARE(rig.scratch.reports,
+             QStringList{u"Account 'a' completed transfer with errors:\n\none\n-ERR two\\x1b"_s});
+    const TransferError &error = account->errors().front();
+    QCOMPARE(error.detail, u"one -ERR two\\x1b"_s);
+    QCOMPARE(error.text, u"Account 'a' completed transfer with errors: one -ERR two\\x1b"_s);
 }
 
 void DispatchTest::unattendedFailuresLeaveAMark()
