@@ -18,7 +18,7 @@ enum class AccountFault {
     None,
     NoName,
     NameTaken,
-    Separator, ///< name, host, user or password hold a tab or a line end
+    Separator, ///< name, host, user, password or address hold a tab or a line end
 };
 
 /// The accounts of the program: owns the list, loads and saves it, and lets its accounts fetch, not too many

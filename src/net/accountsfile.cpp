@@ -17,6 +17,8 @@ namespace {
 constexpr ListFileTexts kTexts = {"Unable to read accounts file", "Unable to write accounts file",
                                   "Unable to backup accounts file"};
 
+constexpr int kHighestNumber = 1'000'000'000; ///< a greater one is garbage, and could not be counted on from
+
 /// A field that stands behind its letter: how it is written and read.
 struct LetterField
 {
@@ -141,6 +143,14 @@ AccountData accountOf(const QString &line)
     return account;
 }
 
+/// Where a line was cut in its flags, what is left of them may send a password in the clear, or delete mail
+/// on a server that was to keep it. So nothing happens before somebody has looked.
+void leaveOut(AccountData &account)
+{
+    account.set(AccountLeftOut, true);
+    note(u"Account '%1' may be incomplete and is left out of fetches"_s.arg(account.name));
+}
+
 /// A half-written file of an earlier run would lend its permissions to the next one.
 void removeLeftOver(const QString &path)
 {
@@ -172,11 +182,16 @@ AccountsFile::Contents AccountsFile::read()
     makePrivate(backupPath());
     if (file.lines.isEmpty())
         return contents;
-    contents.counter = file.lines.first().toInt();
+    contents.counter = qBound(0, file.lines.first().toInt(), kHighestNumber);
     for (const QString &line : file.lines.sliced(1)) {
-        contents.accounts.push_back(accountOf(line));
-        contents.counter = qMax(contents.counter, contents.accounts.back().number);
+        AccountData account = accountOf(line);
+        if (account.number > kHighestNumber)
+            account.number = 0;
+        contents.counter = qMax(contents.counter, account.number);
+        contents.accounts.push_back(account);
     }
+    if (file.outcome == ListFile::Outcome::Damaged && !contents.accounts.empty())
+        leaveOut(contents.accounts.back());
     return contents;
 }
 
@@ -198,12 +213,13 @@ bool AccountsFile::write(const Contents &contents, Backup backup)
 
 bool AccountsFile::canHold(const AccountData &account)
 {
-    const auto endsField = [](QChar c) { return c == u'\t' || c == u'\n' || c == u'\r'; };
-    return std::none_of(std::begin(kLeadingFields), std::end(kLeadingFields),
-                        [&](QString AccountData::*field) {
-                            const QString &text = account.*field;
-                            return std::any_of(text.begin(), text.end(), endsField);
-                        });
+    const auto isField = [](const QString &text) {
+        return std::none_of(text.begin(), text.end(),
+                            [](QChar c) { return c == u'\t' || c == u'\n' || c == u'\r'; });
+    };
+    return isField(account.address) &&
+           std::all_of(std::begin(kLeadingFields), std::end(kLeadingFields),
+                       [&](QString AccountData::*field) { return isField(account.*field); });
 }
 
 QString AccountsFile::backupPath() const

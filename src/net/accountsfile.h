@@ -27,7 +27,7 @@ public:
     /// False after "Unable to write accounts file". Only its owner may read what is written, and the backup.
     [[nodiscard]] bool write(const Contents &contents, Backup backup = Backup::LeftToReading);
 
-    /// Whether the leading fields are free of tabs and line ends, which would end them.
+    /// Whether the leading fields and the mail address are free of tabs and line ends, which would end them.
     static bool canHold(const AccountData &account);
 
 private:

@@ -44,6 +44,7 @@ private slots:
     void aLine_data();
     void aLine();
     void backup();
+    void aLineThatWasCut();
     void cannotBeWritten();
     void numbers();
     void everyField();
@@ -145,9 +146,32 @@ void AccountsTest::backup()
     }
     QFile::remove(indexPath());
     QFile::remove(indexPath() + u".backup"_s);
+    QCOMPARE(scratch.reports, QStringList());
+    writeIndex("3\na\th\tu\tp\tA3\tT6\nend\n");
+    QVERIFY(QDir().mkdir(indexPath() + u".backup"_s)); // in the way
+    AccountManager().load();
+    QCOMPARE(scratch.reports, QStringList{u"Unable to backup accounts file"_s});
+    QFile::remove(indexPath());
+    QVERIFY(QDir().rmdir(indexPath() + u".backup"_s));
     AccountManager manager;
     manager.load();
     QVERIFY(manager.accounts().empty());
+}
+
+/// In the middle of its flags, with nothing whole beside it: no client works with what is left of them.
+void AccountsTest::aLineThatWasCut()
+{
+    Scratch scratch;
+    const QByteArray whole = "3\na\th\tu\tp\tA1\tT2\tP995\tL0\tF4368\nb\th\tu\tp\tA3\tT2\tP995\tL0\tF4368";
+    for (int cut = 0; cut < 6; ++cut) { // F4368 ... F, and no flags at all
+        writeIndex(whole.chopped(cut));
+        AccountManager manager;
+        manager.load();
+        QCOMPARE(manager.accounts().size(), 2u);
+        QCOMPARE(manager.find(u"a"_s)->data().flags, 4368u);
+        QVERIFY(manager.find(u"b"_s)->data().has(AccountLeftOut));
+        QCOMPARE(manager.find(u"b"_s)->fetch(true, true), FetchAnswer::Nothing);
+    }
 }
 
 void AccountsTest::cannotBeWritten()
@@ -189,6 +213,12 @@ void AccountsTest::numbers()
     QCOMPARE(manager.add(batch(u"c"_s)), 7); // never one that was given before
     QCOMPARE(manager.add(batch(u"c"_s)), 0);
     QCOMPARE(manager.add(batch(u" "_s)), 0);
+
+    writeIndex("2147483647\na\th\tu\tp\tA2147483647\tT6\nend\n"); // garbage: nothing comes behind it
+    AccountManager other;
+    other.load();
+    QVERIFY(other.find(u"a"_s)->number() > 0);
+    QVERIFY(other.add(batch(u"b"_s)) > other.find(u"a"_s)->number());
 }
 
 void AccountsTest::everyField()
@@ -259,8 +289,8 @@ void AccountsTest::separators()
 {
     QFETCH(QString, text);
     QFETCH(bool, fits);
-    for (QString AccountData::*field :
-         {&AccountData::name, &AccountData::host, &AccountData::user, &AccountData::password}) {
+    for (QString AccountData::*field : {&AccountData::name, &AccountData::host, &AccountData::user,
+                                        &AccountData::password, &AccountData::address}) {
         Scratch scratch;
         AccountManager manager;
         manager.load();

@@ -246,6 +246,8 @@ QHash<AccountField, QString> accountProblems(const AccountData &account, const A
         add(F::Name, words(WORDS("The name cannot hold tabs or line ends.")));
     if (!account.address.isEmpty() && !account.address.contains(u'@'))
         add(F::Address, words(WORDS("A mail address has an @ in it.")));
+    if (holdsSeparator(account.address))
+        add(F::Address, words(WORDS("The address cannot hold tabs or line ends.")));
     if (account.kind == BatchFile) {
         if (account.host.isEmpty() || holdsSeparator(account.host))
             add(F::File, words(WORDS("Choose the file that the other program fills.")));
