@@ -78,10 +78,12 @@ class TransfersTest : public QObject
     Q_OBJECT
 
 private slots:
+    void theWords();
     void aRowFollowsItsTransfer();
     void stopEndsIt();
     void rowsFollowTheirAccounts();
     void opensAndHidesByItself();
+    void whoOnlyWaitedDoesNotCount();
     void whatTheUserOpenedStays();
     void aFailureExplainsItself();
     void theSameAgainIsCounted();
@@ -94,6 +96,32 @@ private slots:
     void amounts_data();
     void amounts();
 };
+
+void TransfersTest::theWords()
+{
+    Transfers t;
+    QCOMPARE(t.control->windowTitle(), u"Transfer Status"_s);
+    QCOMPARE(t.find("close")->text(), u"Close"_s);
+    QCOMPARE(t.find("showErrors")->text(), u"Show &Errors"_s);
+    QStringList labels;
+    for (const QLabel *label : t.control->findChildren<QLabel *>())
+        labels += label->text();
+    for (const QString &column : {u"Account"_s, u"Type"_s, u"Status"_s})
+        QVERIFY2(labels.contains(column), qPrintable(column));
+    t.control->slotShowErrors();
+    const FetcherErrorList *list = t.control->errorList();
+    QCOMPARE(list->windowTitle(), u"Transfer Errors"_s);
+    QStringList buttons;
+    for (const QPushButton *button : list->findChildren<QPushButton *>())
+        buttons += button->text();
+    for (const QString &text : {u"Close"_s, u"C&lear All"_s, u"&Copy All"_s})
+        QVERIFY2(buttons.contains(text), qPrintable(text));
+    const auto *model = list->findChild<QTreeView *>()->model();
+    QStringList columns;
+    for (int i = 0; i < model->columnCount(); ++i)
+        columns += model->headerData(i, Qt::Horizontal).toString();
+    QCOMPARE(columns, QStringList({u"Account"_s, u"Time"_s, u"Error"_s}));
+}
 
 void TransfersTest::aRowFollowsItsTransfer()
 {
@@ -163,6 +191,20 @@ void TransfersTest::opensAndHidesByItself()
     two.end();
     QTRY_VERIFY(!t.control->isVisible());
     QCOMPARE(t.control->running(), 0);
+}
+
+/// An account whose turn never came ends, too; the others go on running.
+void TransfersTest::whoOnlyWaitedDoesNotCount()
+{
+    Transfers t;
+    setBoolSetting(Setting::OpenStatusOnFetch, true);
+    setIntSetting(Setting::FetchConcurrency, 1);
+    t.fetch(t.home);
+    QCOMPARE(t.accounts.account(t.club)->fetch(true, true), FetchAnswer::Waiting);
+    t.accounts.account(t.club)->stop();
+    QCOMPARE(t.control->running(), 1);
+    QVERIFY(t.control->isVisible());
+    QVERIFY(t.find("stopAll")->isEnabled());
 }
 
 void TransfersTest::whatTheUserOpenedStays()
@@ -258,7 +300,6 @@ void TransfersTest::errorsAreListedAndCopied()
     QTest::mouseClick(t.find("showErrors"), Qt::LeftButton);
     FetcherErrorList *list = t.control->errorList();
     QVERIFY(isShown(list));
-    QCOMPARE(list->windowTitle(), u"Transfer Errors"_s);
     add(u"Club"_s, 1'700'000'060, u"Second"_s); // while it is open
     const auto *model = list->findChild<QTreeView *>()->model();
     QCOMPARE(model->rowCount(), 2);

@@ -198,7 +198,7 @@ TransferErrorCard *FetcherControl::card(int account) const
 
 void FetcherControl::started(Account *account)
 {
-    ++m_running;
+    m_running.insert(account->number());
     needRow(*account, {});
     arrange();
     if (isVisible() || !boolSetting(Setting::OpenStatusOnFetch))
@@ -209,13 +209,14 @@ void FetcherControl::started(Account *account)
     m_openedItself = true;
 }
 
+/// Also of one that waited for its turn and will not begin: that one did not run.
 void FetcherControl::ended(Account *account, AccountFetchReason reason)
 {
-    m_running = std::max(0, m_running - 1);
+    m_running.remove(account->number());
     if (reason == AccountFetchReason::None)
         dropCard(account->number());
     arrange();
-    if (m_running == 0 && m_openedItself)
+    if (m_running.isEmpty() && m_openedItself)
         hide();
 }
 
@@ -293,7 +294,7 @@ void FetcherControl::arrange()
     m_panel->setVisible(!m_rows.empty());
     m_attentionPart->setVisible(!m_cards.empty());
     m_empty->setVisible(m_rows.empty() && m_cards.empty());
-    m_stopAll->setEnabled(m_running > 0);
+    m_stopAll->setEnabled(!m_running.isEmpty());
     for (std::size_t i = 0; i < m_cards.size(); ++i)
         m_cards[i]->setFirst(i == 0);
 }

@@ -4,6 +4,7 @@
 #include "ui/transfers/transferexplanation.h"
 
 #include <QDialog>
+#include <QSet>
 
 #include <vector>
 
@@ -34,7 +35,7 @@ public:
     explicit FetcherControl(AccountManager &accounts, QWidget *parent = nullptr);
 
     /// Transfers that run now.
-    int running() const { return m_running; }
+    int running() const { return int(m_running.size()); }
 
     FetcherStatus *row(int account) const;      ///< null when it has none
     TransferErrorCard *card(int account) const; ///< likewise
@@ -80,6 +81,6 @@ private:
     QPushButton *m_stopAll = nullptr;
     QCheckBox *m_openItself = nullptr;
     FetcherErrorList *m_errorList = nullptr;
-    int m_running = 0;
+    QSet<int> m_running; ///< numbers of the accounts that fetch
     bool m_openedItself = false;
 };
