@@ -167,10 +167,13 @@ void Fetcher::releaseTimeLimit()
 void Fetcher::lookAtTimeLimit()
 {
     const qint64 left = m_timeLimit - m_quiet.elapsed();
-    if (left > 0)
+    if (left > 0) {
         m_timer.start(int(left));
-    else
-        slotTimeout();
+        return;
+    }
+    if (m_account && !m_connected) // an address that says nothing is as good as one that refuses
+        m_account->manager().names().forget(m_account->data().host);
+    slotTimeout();
 }
 
 void Fetcher::slotTimeout()

@@ -119,6 +119,7 @@ private slots:
     void namesAreRemembered();
     void namesAreNotRemembered();
     void staleAddresses();
+    void silentAddresses();
     void cacheOfNames();
     void refusedConnections();
     void timeLimits();
@@ -231,6 +232,18 @@ void FetcherTest::staleAddresses()
     QCOMPARE(talker->said, QStringList({kConnecting, kResolving, kConnecting}));
     QVERIFY(!rig.manager.names().find(u"localhost"_s).contains(QHostAddress(u"127.0.0.77"_s)));
     talker->complete(false);
+}
+
+/// They go with the time-out: the next fetch asks for the name.
+void FetcherTest::silentAddresses()
+{
+    ScriptedServer server("E"); // no word of the handshake
+    Rig rig(server.port(), AccountTls);
+    rig.manager.names().store(u"localhost"_s, {QHostAddress(QHostAddress::LocalHost)});
+    rig.talk()->setTimeLimit(50);
+    QVERIFY(!rig.manager.names().find(u"localhost"_s).isEmpty());
+    QTRY_COMPARE(rig.reason, AccountFetchReason::TimedOut);
+    QVERIFY(rig.manager.names().find(u"localhost"_s).isEmpty());
 }
 
 void FetcherTest::cacheOfNames()
