@@ -153,7 +153,12 @@ bool GroupFiles::complete(const std::vector<Whole> &messages)
         done.push_back(overview);
     }
     // The header's record goes before its row points elsewhere: nothing would know of it afterwards. Until
-    // then the row is what counts.
+    // then the row is what counts, and who opens these files has to look at both.
+    if (!m_overviews.announceChanges()) {
+        report(ReportLevel::Warning, "Unable to write group overview file");
+        takeBack(done);
+        return false;
+    }
     for (const Whole &message : messages)
         bury(m_overviews.row(message.row));
     if (!syncBins()) {

@@ -142,6 +142,11 @@ bool OverviewFile::change(int row, Overview overview)
     return true;
 }
 
+bool OverviewFile::announceChanges()
+{
+    return unsettle() && m_file.sync();
+}
+
 bool OverviewFile::sync()
 {
     if (m_header.settled || !m_writable)

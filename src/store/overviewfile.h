@@ -73,6 +73,9 @@ public:
     /// Seals and writes @p overview over @p row.
     [[nodiscard]] bool change(int row, Overview overview);
 
+    /// Unsettles the file, on the disk, ahead of something else than a row that is to change.
+    [[nodiscard]] bool announceChanges();
+
     /// Settles the header and forces everything to the disk.
     [[nodiscard]] bool sync();
 
