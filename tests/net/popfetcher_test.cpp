@@ -32,6 +32,7 @@ private slots:
     void bodiesWithoutUidl();
     void idleForLong();
     void bodyRefused();
+    void bodyOfAnotherMailbox();
 };
 
 namespace {
@@ -348,8 +349,11 @@ void PopFetcherTest::idleForLong()
 void PopFetcherTest::bodyRefused()
 {
     PopUserAtTest user;
+    user.data.sizeLimit = 1;
+    QVERIFY(
+        user.play(popLogin() + popListing("1 a", "1 2000") + "C: TOP 1 0\n" + popHeader("a") + popQuit()));
     const QByteArray listing =
-        "C: UIDL\nS: +OK\nS: 1 a\nS: .\nC: LIST 1\nS: +OK 1 9\nC: RETR 1\nS: -ERR no\n";
+        "C: UIDL\nS: +OK\nS: 1 a\nS: .\nC: LIST 1\nS: +OK 1 2000\nC: RETR 1\nS: -ERR no\n";
     for (int time = 1; time <= 3; ++time) {
         ScriptedServer server(popLogin() + listing);
         POPFetcher &fetcher = user.meet(server, PopTask::Bodies);
@@ -365,6 +369,25 @@ void PopFetcherTest::bodyRefused()
             QTRY_VERIFY(fetcher.isIdle()); // the third time only the request fails
         }
     }
+}
+
+/// What has its name there is not the message that waits.
+void PopFetcherTest::bodyOfAnotherMailbox()
+{
+    PopUserAtTest user;
+    user.data.sizeLimit = 1;
+    QVERIFY(
+        user.play(popLogin() + popListing("1 a", "1 2000") + "C: TOP 1 0\n" + popHeader("a") + popQuit()));
+    user.data.user = u"carol"_s;
+    ScriptedServer server(popLogin().replace("mrose", "carol") + "C: UIDL\nS: +OK\nS: 1 a\nS: .\n");
+    POPFetcher &fetcher = user.meet(server, PopTask::Bodies);
+    QSignalSpy failed(&fetcher, &POPFetcher::bodyFailed);
+    QVERIFY(fetcher.request({"a", {1, 1}}));
+    QVERIFY(fetcher.start());
+    QTRY_COMPARE(failed.size(), 1);
+    QCOMPARE(failed[0][1].toString(), u"Message no longer exists"_s);
+    QTRY_VERIFY(fetcher.isIdle());
+    QVERIFY2(server.finished(), server.problem());
 }
 
 QTEST_GUILESS_MAIN(PopFetcherTest)

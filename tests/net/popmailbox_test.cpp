@@ -30,9 +30,12 @@ private slots:
     void refused();
     void moreThanOneGigabyte();
     void wishes();
+    void deletionOfAnother();
+    void namesGivenTwice();
     void uidls_data();
     void uidls();
     void otherMailbox();
+    void recoveredForAnotherMailbox();
     void tenThousand();
 };
 
@@ -408,11 +411,43 @@ void PopMailboxTest::wishes()
     QCOMPARE(user.end.reason, Reason::WithErrors);
     QCOMPARE(user.end.detail, u"Message gone could not be retrieved"_s);
     QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).isEmpty());
-    // another message under that name is no completion
+    // another message under that name is no completion, also where nothing would be previewed
+    user.data.sizeLimit = 0;
     QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).add({{"b", {3, 13}}}));
     QVERIFY(user.play(popLogin() + popListing("1 b", "1 3000") + retr(1, "c") + dele(1) + popQuit()));
     QCOMPARE(user.store.completed.size(), 1u);
     QCOMPARE(user.store.texts().back(), storedText("c"));
+}
+
+/// A wish is for one message, not for whatever has its name.
+void PopMailboxTest::deletionOfAnother()
+{
+    const QByteArray listing = popListing("1 a", "1 10");
+    PopUserAtTest user(kLeave);
+    QVERIFY(user.play(popLogin() + listing + retr(1, "a") + popQuit()));
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).add({{"a", {}}}));
+    QVERIFY(user.play(popLogin() + listing + top(1, "c") + retr(1, "c") + popQuit()));
+    QCOMPARE(subjects(user.store), "ac");
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).isEmpty());
+}
+
+/// What comes back under its old name and size is looked at once: it may be another message.
+void PopMailboxTest::namesGivenTwice()
+{
+    const QByteArray listing = popListing("1 a", "1 10");
+    for (const bool byUs : {true, false}) {
+        PopUserAtTest user(kLeave);
+        QVERIFY(user.play(popLogin() + listing + retr(1, "a") + popQuit()));
+        if (byUs)
+            QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).add({{"a", {}}}));
+        QVERIFY(user.play(popLogin() + (byUs ? listing + top(1, "a") + dele(1) : "C: STAT\nS: +OK 0 0\n") +
+                          popQuit()));
+        QVERIFY(user.play(popLogin() + listing + top(1, "a") + popQuit()));
+        QVERIFY(user.play(popLogin() + listing + popQuit()));
+        QVERIFY(user.play(popLogin() + "C: STAT\nS: +OK 0 0\n" + popQuit()));
+        QVERIFY(user.play(popLogin() + listing + top(1, "c") + retr(1, "c") + popQuit()));
+        QCOMPARE(subjects(user.store), "ac");
+    }
 }
 
 void PopMailboxTest::uidls_data()
@@ -459,6 +494,21 @@ void PopMailboxTest::otherMailbox()
     user.data.user = u"carol"_s;
     QVERIFY(user.play(carol + popListing("1 a", "1 10") + popQuit()));
     QCOMPARE(subjects(user.store), "abc");
+}
+
+/// What a session left in the store belongs to its mailbox, not to that of the next one.
+void PopMailboxTest::recoveredForAnotherMailbox()
+{
+    const QByteArray listing = popListing("1 a", "1 10");
+    PopUserAtTest user(kLeave);
+    user.store.forgets = true;
+    QVERIFY(user.play(popLogin() + listing + retr(1, "a") + "E\nQ\n"));
+    user.store.forgets = false;
+    user.data.user = u"carol"_s;
+    QVERIFY(user.play(popLogin().replace("mrose", "carol") + listing + retr(1, "a") + popQuit()));
+    user.data.user = u"mrose"_s;
+    QVERIFY(user.play(popLogin() + listing + popQuit()));
+    QCOMPARE(subjects(user.store), "aa");
 }
 
 /// A mailbox of some size, and the loop is never held for long.

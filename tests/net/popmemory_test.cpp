@@ -32,6 +32,7 @@ private slots:
     void cannotBeWritten();
     void uidlsFile();
     void addedTo();
+    void broughtBack();
 };
 
 namespace {
@@ -270,8 +271,9 @@ void PopMemoryTest::cannotBeWritten()
     QVERIFY(taken.load());
     taken.remember(record("one"));
     QVERIFY(QDir().mkpath(path(u"Fetched"_s)));
+    QVERIFY(!taken.announce(record("two")));
     QVERIFY(!taken.commit());
-    QCOMPARE(scratch.reports, QStringList(u"Unable to write UIDLs file"_s));
+    QCOMPARE(scratch.reports, QStringList(2, u"Unable to write UIDLs file"_s));
     QVERIFY(QDir().rmdir(path(u"Fetched"_s)));
     QVERIFY(taken.commit()); // nothing of it was forgotten
     PopMemory again = memory();
@@ -303,8 +305,8 @@ void PopMemoryTest::addedTo()
     remember(true);
     PopMemory taken = memory();
     QVERIFY(taken.load());
-    taken.announce(record("arriving", 5));
-    taken.announce(record("lost", 6));
+    QVERIFY(taken.announce(record("arriving", 5)));
+    QVERIFY(taken.announce(record("lost", 6)));
     taken.remember(record("pending"));
     PopMemory again = memory();
     QVERIFY(again.load());
@@ -314,6 +316,24 @@ void PopMemoryTest::addedTo()
     QVERIFY(again.find("arriving")->isKnownInDetail());
     QVERIFY(again.find("unknown")->isFetched && !again.find("unknown")->isKnownInDetail());
     QVERIFY(!again.find("lost"));
+}
+
+/// A session that dies in its first moments does not cost what had been set aside.
+void PopMemoryTest::broughtBack()
+{
+    Scratch scratch;
+    remember(true);
+    PopMemory other(1, u"user"_s, u"elsewhere"_s);
+    QVERIFY(other.load() && other.settleMailbox());
+    QVERIFY(!other.find("one"));
+    other.remember(record("other"));
+    QVERIFY(other.commit());
+    for (int session = 0; session < 2; ++session) {
+        PopMemory taken = memory();
+        QVERIFY(taken.load() && taken.settleMailbox());
+        QVERIFY(taken.find("one") && taken.find("three") && !taken.find("other"));
+        QVERIFY(taken.announce(record("arriving")));
+    }
 }
 
 QTEST_GUILESS_MAIN(PopMemoryTest)

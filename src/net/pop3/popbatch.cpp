@@ -21,8 +21,7 @@ bool PopBatch::complete(int number, const WaitingMessage &place, const ReceivedM
 /// Before it is stored, so that a message found in the store after a crash is known in all detail.
 bool PopBatch::announce(const PopRecord &record)
 {
-    if (!m_broken)
-        m_memory.announce(record);
+    m_broken = m_broken || !m_memory.announce(record);
     return !m_broken;
 }
 

@@ -83,10 +83,14 @@ void POPFetcher::bodySizesLine(const QByteArray &line)
         m_candidates.push_back(entry->first);
 }
 
-/// Takes the next message that may be the one.
+/// Takes the next message that may be the one. What nobody remembers is of another mailbox: whatever has its
+/// name there is not what waits.
 void POPFetcher::tryCandidate()
 {
-    if (m_candidates.empty())
+    const PopRecord *known = m_memory->find(m_request.identifier);
+    const bool isOfThis =
+        (known && known->isFetched) || !headerInMadeIdentifier(m_request.identifier).isEmpty();
+    if (m_candidates.empty() || !isOfThis)
         return failRequest(tr("Message no longer exists"));
     const QByteArray number = QByteArray::number(m_candidates.front());
     setStatus(tr("Fetching message %1...").arg(m_candidates.front()), true);

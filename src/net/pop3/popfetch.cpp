@@ -202,7 +202,7 @@ bool POPFetcher::keep(int number, const QByteArray &text, const QByteArray &head
     if (item.action == PopAction::Leave || item.action == PopAction::Delete)
         return !m_batch->isFull() || finishBatch();
     item.action = isHeader ? PopAction::Header : PopAction::Whole;
-    item.deletesAfter = !isHeader && m_plan->deletesWhole(item);
+    item.deletesAfter = !isHeader && m_plan->deletesWhole(item, header);
     const ReceivedMessage message{text, item.name, isHeader, std::max<qint64>(item.message.size, 0)};
     const PopRecord record = m_plan->recordOf(item, header);
     const bool kept = item.place && !isHeader ? m_batch->complete(number, *item.place, message, record)

@@ -114,6 +114,10 @@ bool POPFetcher::loadMemory()
     }
     if (!recovered->isEmpty())
         m_receiver->remembered();
+    if (!m_memory->settleMailbox()) {
+        setLastError(tr("What was fetched before cannot be read"));
+        return false;
+    }
     m_batch = std::make_unique<PopBatch>(*m_receiver, *m_memory);
     return true;
 }

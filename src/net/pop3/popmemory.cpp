@@ -7,6 +7,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -53,9 +54,14 @@ bool PopMemory::load()
     if (!listed)
         return false;
     addFromUidls(*listed);
+    return true;
+}
+
+bool PopMemory::settleMailbox()
+{
     if (!m_owner.isEmpty() && m_owner != m_mailbox && !setAside())
         return false;
-    return m_owner == m_mailbox || bringBack() || unableToRead();
+    return m_owner == m_mailbox || bringBack();
 }
 
 /// False: it is there and cannot be read.
@@ -64,7 +70,7 @@ bool PopMemory::readFetched(const QString &path)
     QFile file(path);
     if (!file.exists())
         return true;
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
         return false;
     m_isNew = false;
     int damaged = 0;
@@ -126,6 +132,7 @@ bool PopMemory::setAside()
     QFile::remove(m_path);
     m_records.clear();
     m_announced.clear();
+    m_pending.clear();
     m_owner.clear();
     m_isNew = true;
     m_endsInLine = false;
@@ -133,20 +140,25 @@ bool PopMemory::setAside()
     return true;
 }
 
-/// What was set aside of this mailbox, where the file at hand does not say whose it is.
+/// What was set aside of this mailbox, where the file at hand does not say whose it is. It is written at
+/// once: from the first line that is added, that file counts for all there is.
 bool PopMemory::bringBack()
 {
     const QString aside = asideOf(m_mailbox);
     if (!QFile::exists(aside))
         return true;
-    const bool cut = m_endsInLine;
     const QHash<QByteArray, PopRecord> newer = std::exchange(m_records, {});
-    const bool read = readFetched(aside);
+    if (!readFetched(aside))
+        return unableToRead();
     m_records.insert(newer);
-    m_endsInLine = cut;
-    m_isNew = !QFile::exists(m_path);
+    m_owner = m_mailbox;
+    m_file.close();
+    if (!writeFetched(m_path))
+        return unableToWrite();
+    m_isNew = false;
+    m_endsInLine = false;
     m_changed = true;
-    return read;
+    return true;
 }
 
 void PopMemory::addRecovered(const QList<QByteArray> &identifiers)
@@ -190,12 +202,13 @@ bool PopMemory::exchange(qint64 size, const QByteArray &header, const QByteArray
         PopRecord record = m_records.value(gone.value());
         if (record.header != header)
             continue;
-        m_pending += popLine(PopLineKind::Forgotten, record);
+        const QByteArray forgotten = popLine(PopLineKind::Forgotten, record);
         m_records.remove(gone.value());
         m_gone.erase(gone);
         record.identifier = identifier;
         record.absentSince = 0;
         remember(record);
+        m_pending += forgotten; // behind it: a line that is cut off must not be the one that counts
         return true;
     }
     return false;
@@ -225,10 +238,9 @@ void PopMemory::remember(const PopRecord &record)
     m_changed = true;
 }
 
-void PopMemory::announce(const PopRecord &record)
+bool PopMemory::announce(const PopRecord &record)
 {
-    // without it the message is still recognised, only never deleted by itself
-    append(popLine(PopLineKind::Arriving, record), false);
+    return append(popLine(PopLineKind::Arriving, record), false) || unableToWrite();
 }
 
 bool PopMemory::commit()

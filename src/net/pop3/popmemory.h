@@ -33,8 +33,13 @@ public:
     /// False after a report: nothing may be fetched, because nobody knows what is here.
     [[nodiscard]] bool load();
 
-    /// What an interrupted session left in the store is remembered, with what was announced about it.
+    /// What an interrupted session left in the store is remembered, with what was announced about it. It
+    /// belongs to the mailbox of that session.
     void addRecovered(const QList<QByteArray> &identifiers);
+
+    /// To be called when what was recovered is committed, and before anything else: what belongs to another
+    /// mailbox is set aside, and what was set aside of this one comes back. False as load().
+    [[nodiscard]] bool settleMailbox();
 
     /// Null: nothing is remembered.
     const PopRecord *find(const QByteArray &identifier) const;
@@ -65,8 +70,10 @@ public:
     /// Replaces what is remembered about the message.
     void remember(const PopRecord &record);
 
-    /// Writes down, not yet for the disk, what is about to be stored.
-    void announce(const PopRecord &record);
+    /// Writes down, not yet for the disk, what is about to be stored. False after "Unable to write UIDLs
+    /// file": it is not to be stored, for it would be known by its name alone and stay on the server for
+    /// ever.
+    [[nodiscard]] bool announce(const PopRecord &record);
 
     /// Makes safe on the disk what was remembered since the last time. False after "Unable to write UIDLs
     /// file".

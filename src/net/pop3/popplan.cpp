@@ -81,18 +81,20 @@ PopAction PopPlan::actionForKnown(PopItem &item, const PopRecord &record, const 
 {
     const bool toFetch = m_toFetch.contains(item.name);
     if (!record.isKnownInDetail())
-        return toFetch ? whole(item) : PopAction::Leave;
+        return toFetch ? rest(item) : PopAction::Leave;
     const bool sizeAgrees = record.size == item.message.size;
     const bool toDelete = isDue(record) || m_toDelete.contains(item.name);
-    if (sizeAgrees && !toFetch && !toDelete)
+    // what was gone may be another one: there are servers that give a name twice
+    const bool isBack = record.isDeleted || (record.absentSince != 0 && m_rules.canLook);
+    if (sizeAgrees && !toFetch && !toDelete && !isBack)
         return PopAction::Leave;
     if (header.isEmpty() && !toFetch)
         return look(item);
     if (!header.isEmpty() && header != record.header)
         return fresh(item);
     if (toFetch)
-        return whole(item);
-    return sizeAgrees ? PopAction::Delete : PopAction::Leave;
+        return rest(item);
+    return sizeAgrees && toDelete ? PopAction::Delete : PopAction::Leave;
 }
 
 /// What is remembered of the item; with its header also what has been given a new name, or what was taken
@@ -126,23 +128,27 @@ PopAction PopPlan::fresh(PopItem &item)
     return whole(item);
 }
 
-/// A message that the user asked for goes to the place that waits for it.
 PopAction PopPlan::whole(PopItem &item)
 {
-    if (item.message.size > DotText::kMostBytes) {
-        item.isTooLarge = true;
-        return PopAction::Leave;
-    }
-    const IdentifierList::Entry wish = m_toFetch.find(item.name);
-    if (wish.place.group != 0)
-        item.place = wish.place;
-    item.deletesAfter = deletesWhole(item);
-    return PopAction::Whole;
+    item.isTooLarge = item.message.size > DotText::kMostBytes;
+    return item.isTooLarge ? PopAction::Leave : PopAction::Whole;
 }
 
-bool PopPlan::deletesWhole(const PopItem &item) const
+/// A message that the user asked for goes to the place that waits for it.
+PopAction PopPlan::rest(PopItem &item)
 {
-    return !m_rules.leavesOnServer || m_toDelete.contains(item.name);
+    const WaitingMessage place = m_toFetch.find(item.name).place;
+    if (place.group != 0)
+        item.place = place;
+    return whole(item);
+}
+
+bool PopPlan::deletesWhole(const PopItem &item, const QByteArray &header) const
+{
+    if (!m_rules.leavesOnServer)
+        return true;
+    const PopRecord *record = m_memory.find(item.name);
+    return record && record->header == header && m_toDelete.contains(item.name);
 }
 
 PopAction PopPlan::look(PopItem &item)

@@ -76,8 +76,9 @@ public:
     /// The server has no TOP: what was to be looked at, or fetched as a header, is decided anew.
     void setCannotLook();
 
-    /// Whether @p item is to be deleted on the server once it is here whole.
-    bool deletesWhole(const PopItem &item) const;
+    /// Whether @p item is to be deleted on the server once it is here whole. A wish counts only for the
+    /// message that it was made for.
+    bool deletesWhole(const PopItem &item, const QByteArray &header) const;
 
     /// What is to be remembered of @p item when it is here.
     PopRecord recordOf(const PopItem &item, const QByteArray &header) const;
@@ -96,6 +97,7 @@ private:
     PopAction actionForKnown(PopItem &item, const PopRecord &record, const QByteArray &header);
     PopAction fresh(PopItem &item);
     PopAction whole(PopItem &item);
+    PopAction rest(PopItem &item);
     PopAction look(PopItem &item);
     void noteRefusals(PopItem &item, int refusals);
     bool settleName(PopItem &item, const QByteArray &header);
