@@ -1,5 +1,6 @@
 #include "net/pop3/popfetcher.h"
 
+#include "config/reporter.h"
 #include "config/settings.h"
 #include "net/account.h"
 #include "net/identifierlist.h"
@@ -225,8 +226,7 @@ void POPFetcher::end(AccountFetchReason reason, const QString &detail)
         else
             finishBatch();
     }
-    if (m_memory)
-        m_memory->save();
+    keepMemory();
     closeConnection();
     failAll(detail.isEmpty() ? tr("The connection has ended") : detail);
     if (reason == AccountFetchReason::None) {
@@ -235,6 +235,14 @@ void POPFetcher::end(AccountFetchReason reason, const QString &detail)
     }
     setLastError(detail);
     fail(reason, detail, m_received);
+}
+
+/// Of a batch that broke, what was announced is still needed: its messages may be in the store.
+void POPFetcher::keepMemory()
+{
+    const bool isBroken = m_batch && m_batch->isBroken();
+    if (m_memory && !(isBroken ? m_memory->commit() : m_memory->save()))
+        note(u"What is remembered of the server is not up to date"_s);
 }
 
 void POPFetcher::endWithReply(const QByteArray &line)

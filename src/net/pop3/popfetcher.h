@@ -191,6 +191,7 @@ private:
     void ignore(const QByteArray &) {}
 
     bool loadMemory();
+    void keepMemory();
     void beginText(qint64 size);
     void textComplete();
     void textTooLong();
