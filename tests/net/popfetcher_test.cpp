@@ -81,6 +81,8 @@ const Ending kEndings[] = {
      Reason::Unexpected, "-ERR no"},
     {"listing without an end", popLogin() + "C: STAT\nS: +OK 1 9\nC: UIDL\nS: +OK\nG: 1100 1 a\\r\\n\n",
      kLeave, Reason::Unexpected, "The server's listing does not end"},
+    {"capabilities without an end", "S: +OK\nC: CAPA\nS: +OK\nG: 1100 UIDL\\r\\n\n", kLeave,
+     Reason::Unexpected, "The server's list of capabilities does not end"},
     {"reply that is none", popLogin() + popListing("1 a", "1 9") + "C: RETR 1\nS: what?\n", kLeave,
      Reason::Unexpected, "what?"},
     {"DELE refused",

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QTest>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 // What the POP3 client is made of: texts with a final dot, digests of headers, and what is remembered.
@@ -26,6 +28,7 @@ private slots:
     void headers();
     void identifiers();
     void listing();
+    void endlessListing();
     void cutAtEveryByte();
     void flippedBits();
     void cannotBeRead();
@@ -206,6 +209,18 @@ void PopMemoryTest::listing()
         QVERIFY2(!other.hasAllSizes(), line);
         QCOMPARE(other.totalSize(), 60);
     }
+}
+
+void PopMemoryTest::endlessListing()
+{
+    PopListing listing;
+    listing.begin(std::numeric_limits<int>::max());
+    for (int i = 0; i < 2 * PopListing::kMostMessages; ++i)
+        listing.addSize("x");
+    QVERIFY(!listing.isEndless());
+    for (int i = 0; i < 2000; ++i)
+        listing.addSize("x");
+    QVERIFY(listing.isEndless());
 }
 
 /// Every line that is whole counts, and what comes later is not spoilt by the one that is not.

@@ -11,6 +11,10 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+constexpr qsizetype kLongestReply = 512; ///< bytes; what is behind might be millions of words
+}
+
 bool POPFetcher::request(const POPFetcherBodyRequest &request)
 {
     if (m_task != PopTask::Bodies || m_state == State::Quit || m_state == State::Ended || hasEnded())
@@ -55,6 +59,7 @@ void POPFetcher::bodyUidlReply(const QByteArray &line)
 {
     if (!isPositive(line))
         return tryCandidate(); // there is none: the server has no identifiers any more
+    m_listed = 0;
     m_state = State::BodyUidlList;
 }
 
@@ -62,6 +67,8 @@ void POPFetcher::bodyUidlLine(const QByteArray &line)
 {
     if (line == ".")
         return tryCandidate();
+    if (++m_listed > PopListing::kMostMessages)
+        return endOfEndless();
     const auto entry = PopListing::numbered(line);
     if (entry && popIdentifier(entry->second) == m_request.identifier)
         m_candidates.push_back(entry->first);
@@ -71,6 +78,7 @@ void POPFetcher::bodySizesReply(const QByteArray &line)
 {
     if (!isPositive(line))
         return endWithReply(line);
+    m_listed = 0;
     m_state = State::BodySizeList;
 }
 
@@ -78,6 +86,8 @@ void POPFetcher::bodySizesLine(const QByteArray &line)
 {
     if (line == ".")
         return tryCandidate();
+    if (++m_listed > PopListing::kMostMessages)
+        return endOfEndless();
     const auto entry = PopListing::numbered(line);
     if (entry && entry->second.toByteArray().toLongLong() == sizeInMadeIdentifier(m_request.identifier))
         m_candidates.push_back(entry->first);
@@ -101,7 +111,7 @@ void POPFetcher::tryCandidate()
 void POPFetcher::bodySizeReply(const QByteArray &line)
 {
     bool isNumber = false;
-    m_bodySize = line.split(' ').value(2).toLongLong(&isNumber);
+    m_bodySize = line.left(kLongestReply).split(' ').value(2).toLongLong(&isNumber);
     if (!isPositive(line) || !isNumber)
         m_bodySize = -1;
     const PopRecord *record = m_memory->find(m_request.identifier);

@@ -23,6 +23,9 @@ namespace {
 /// A status is not shown anew within this time: nobody can read so fast.
 constexpr int kStatusMilliseconds = 50;
 
+/// A reply with the numbers of a mailbox is not longer; what is behind might be millions of words.
+constexpr qsizetype kLongestReply = 512;
+
 /// Whether it is time to show something again.
 bool isTime(QElapsedTimer &since)
 {
@@ -37,7 +40,7 @@ bool isTime(QElapsedTimer &since)
 void POPFetcher::statReply(const QByteArray &line)
 {
     bool isNumber = false;
-    const int count = line.split(' ').value(1).toInt(&isNumber);
+    const int count = line.left(kLongestReply).split(' ').value(1).toInt(&isNumber);
     if (!isPositive(line) || !isNumber || count < 0)
         return endWithReply(line);
     m_count = count;
@@ -63,7 +66,12 @@ void POPFetcher::uidlLine(const QByteArray &line)
         return say("LIST", State::List);
     m_listing.addIdentifier(line);
     if (m_listing.isEndless())
-        end(AccountFetchReason::Unexpected, tr("The server's listing does not end"));
+        endOfEndless();
+}
+
+void POPFetcher::endOfEndless()
+{
+    end(AccountFetchReason::Unexpected, tr("The server's listing does not end"));
 }
 
 void POPFetcher::listReply(const QByteArray &line)
@@ -79,7 +87,7 @@ void POPFetcher::sizeLine(const QByteArray &line)
         return beginTransfer();
     m_listing.addSize(line);
     if (m_listing.isEndless())
-        end(AccountFetchReason::Unexpected, tr("The server's listing does not end"));
+        endOfEndless();
 }
 
 void POPFetcher::beginTransfer()

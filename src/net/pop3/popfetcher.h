@@ -126,6 +126,7 @@ private:
     void readBlocks();
     void end(AccountFetchReason reason, const QString &detail = {});
     void endWithReply(const QByteArray &line);
+    void endOfEndless();
     void quit();
     /// @}
 
@@ -212,7 +213,8 @@ private:
     QByteArray m_stamp; ///< of the greeting, with its brackets; empty: there is none
     QSet<QByteArray> m_capabilities;
     int m_count = -1;
-    int m_patience = 0; ///< milliseconds
+    qint64 m_listed = 0; ///< lines of a list so far
+    int m_patience = 0;  ///< milliseconds
 
     PopInput m_input;
     DotText m_text;

@@ -4,6 +4,7 @@
 #include <QByteArrayView>
 #include <QHash>
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -22,6 +23,9 @@ struct PopMessage
 class PopListing
 {
 public:
+    /// More messages than this are not taken for a mailbox, whatever STAT says.
+    static constexpr int kMostMessages = 1'000'000;
+
     /// Begins anew, with what STAT says: how many there are.
     void begin(int count);
 
@@ -44,7 +48,7 @@ public:
     bool hasNoIdentifiers() const { return m_identifiers == 0; }
 
     /// More lines came than a listing of that many messages can have.
-    bool isEndless() const { return m_lines > 2 * qint64(m_count) + 1000; }
+    bool isEndless() const { return m_lines > 2 * qint64(std::min(m_count, kMostMessages)) + 1000; }
 
     /// The number, and what follows it, of a line "(\d+) (.+)".
     static std::optional<std::pair<int, QByteArrayView>> numbered(QByteArrayView line);

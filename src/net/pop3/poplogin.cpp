@@ -10,6 +10,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kMostCapabilities = 1000;      ///< lines of the list
+constexpr qsizetype kLongestCapability = 64; ///< bytes; RFC 2449 3 allows 12
+
 /// What stands between "<" and the following ">", with both; empty: nothing does.
 QByteArray stampOf(const QByteArray &greeting)
 {
@@ -55,6 +58,7 @@ void POPFetcher::capaReply(const QByteArray &line)
 {
     if (!isPositive(line))
         return lookAtEncryption(); // an old server: it offers nothing
+    m_listed = 0;
     m_state = State::CapaList;
 }
 
@@ -62,8 +66,12 @@ void POPFetcher::capaLine(const QByteArray &line)
 {
     if (line == ".")
         return lookAtEncryption();
-    if (m_capabilities.size() < 100)
-        m_capabilities.insert(line.split(' ').first().toUpper());
+    if (++m_listed > kMostCapabilities)
+        return end(AccountFetchReason::Unexpected, tr("The server's list of capabilities does not end"));
+    const qsizetype blank = line.indexOf(' ');
+    const QByteArray capability = line.first(blank < 0 ? line.size() : blank);
+    if (capability.size() <= kLongestCapability)
+        m_capabilities.insert(capability.toUpper());
 }
 
 void POPFetcher::lookAtEncryption()

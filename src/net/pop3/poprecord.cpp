@@ -3,6 +3,8 @@
 #include <QCryptographicHash>
 #include <QList>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qsizetype kLongestIdentifier = 140;
@@ -46,8 +48,10 @@ bool isOwnName(const QByteArray &identifier)
 QByteArray popIdentifier(QByteArrayView raw)
 {
     QByteArray identifier;
-    identifier.reserve(raw.size());
+    identifier.reserve(std::min(raw.size(), kLongestIdentifier));
     for (const char byte : raw) {
+        if (identifier.size() > kLongestIdentifier) // there may be millions more
+            break;
         if (byte > 0x20 && byte < 0x7F && byte != '%')
             identifier += byte;
         else
