@@ -14,7 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-constexpr qsizetype kShortestMasked = 4;  ///< a shorter password would tear holes into every text
 constexpr qsizetype kLongestReply = 1000; ///< characters
 constexpr qsizetype kLongestLine = 8192;  ///< more than the file takes: what is masked may be long
 } // namespace
@@ -102,8 +101,7 @@ void Account::clearMark()
 
 QString Account::withoutSecrets(const QString &text) const
 {
-    const QString secret = password();
-    return secret.size() < kShortestMasked ? text : QString(text).replace(secret, u"****"_s);
+    return withoutPassword(text, password());
 }
 
 QString Account::presentable(const QString &reply) const

@@ -32,6 +32,31 @@ bool isTime(QStringView text)
     return text.size() == kTimeLength && text[4] == u'-' && text[10] == u' ' && text[13] == u':';
 }
 
+constexpr qsizetype kShortestMasked = 4;
+constexpr qsizetype kPerhapsCut = 250; ///< characters; a text that was cut has at least so many
+constexpr QLatin1StringView kMask("****");
+
+/// How much of @p word's beginning stands at the end of @p text, as far as it would be masked.
+qsizetype beginningAtEnd(QStringView text, QStringView word)
+{
+    for (qsizetype size = qMin(text.size(), word.size()); size >= kShortestMasked; --size) {
+        if (text.endsWith(word.first(size)))
+            return size;
+    }
+    return 0;
+}
+
+QString masked(QString text, const QString &word)
+{
+    text.replace(word, kMask);
+    if (text.size() < kPerhapsCut)
+        return text;
+    while (text.endsWith(QChar::ReplacementCharacter)) // half a character
+        text.chop(1);
+    const qsizetype cut = beginningAtEnd(text, word);
+    return cut > 0 ? text.chopped(cut) + kMask : text;
+}
+
 } // namespace
 
 AccountLogLine accountLogLine(const QString &text)
@@ -73,4 +98,13 @@ QString withoutCredentials(const QString &line)
         uR"(^(>>>> (?:\S+ )?(?:PASS|APOP|AUTHINFO PASS|LOGIN|AUTH(?:ENTICATE)?(?>(?: [A-Z0-9_-]{1,20}(?= |$))?))) .*$)"_s,
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     return QString(line).replace(secret, u"\\1 ****"_s);
+}
+
+QString withoutPassword(const QString &text, const QString &password)
+{
+    if (password.size() < kShortestMasked)
+        return text;
+    const QString bytes = QString::fromLatin1(password.toUtf8());
+    const QString result = masked(text, password);
+    return bytes == password ? result : masked(result, bytes);
 }

@@ -25,3 +25,7 @@ QList<AccountLogLine> readAccountLog(int number, qint64 bytes = 512 * 1024);
 /// @p line of a log without what nobody may read there: of a command that carries a password or an answer to
 /// a challenge only its name stays.
 QString withoutCredentials(const QString &line);
+
+/// @p text without @p password, should a server repeat it: also as the log shows its bytes, and where a long
+/// text was cut within it. A password of less than 4 characters would tear holes into every text and stays.
+QString withoutPassword(const QString &text, const QString &password);

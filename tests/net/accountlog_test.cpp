@@ -17,6 +17,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kLong = 900; ///< characters of a text that may have been cut
+
 /// An account that keeps a log.
 struct Rig
 {
@@ -51,6 +53,8 @@ private slots:
     void secrets_data();
     void secrets();
     void theAccountsPassword();
+    void repeatedPasswords_data();
+    void repeatedPasswords();
     void harmlessLines();
     void cannotBeOpened();
     void reading();
@@ -142,6 +146,34 @@ void AccountLogTest::theAccountsPassword()
     rig.account->log(u"<<<< -ERR 'lovelace' is not your password"_s);
     QVERIFY(rig.text().endsWith("<<<< -ERR '****' is not your password\n"));
     QVERIFY(!rig.scratch.notes.join(u' ').contains(u"lovelace"_s));
+}
+
+void AccountLogTest::repeatedPasswords_data()
+{
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("shown");
+    const QString filling(kLong, u'x');
+    QTest::newRow("twice") << u"hunter2"_s << u"hunter2hunter2 no"_s << u"******** no"_s;
+    QTest::newRow("as bytes") << u"pä\u20acss"_s << QString::fromLatin1(u"-ERR pä\u20acss no"_s.toUtf8())
+                              << u"-ERR **** no"_s;
+    QTest::newRow("cut") << u"hunter2"_s << filling + u"hunter"_s << filling + u"****"_s;
+    QTest::newRow("cut as bytes") << u"pä\u20acss"_s
+                                  << filling + QString::fromLatin1(u"pä\u20ac"_s.toUtf8().chopped(1))
+                                  << filling + u"****"_s;
+    QTest::newRow("cut within a character")
+        << u"pass\u20acword"_s << filling + u"pass\ufffd"_s << filling + u"****"_s;
+    QTest::newRow("longer than the text")
+        << QString(10'000, u'P') << u"-ERR "_s + QString(kLong, u'P') << u"-ERR ****"_s;
+    QTest::newRow("short text with its beginning") << u"login7"_s << u"-ERR login"_s << u"-ERR login"_s;
+    QTest::newRow("too short") << u"no"_s << u"-ERR no"_s << u"-ERR no"_s;
+}
+
+void AccountLogTest::repeatedPasswords()
+{
+    QFETCH(QString, password);
+    QFETCH(QString, text);
+    QTEST(withoutPassword(text, password), "shown");
 }
 
 void AccountLogTest::harmlessLines()
