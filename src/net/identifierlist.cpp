@@ -6,6 +6,7 @@
 #include "net/accountfiles.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -67,7 +68,7 @@ void IdentifierList::read()
 {
     const QString path = accountFilePath(m_account, QLatin1String(rowOf(m_purpose).file));
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
         return;
     QList<QByteArray> lines = file.readAll().split('\n');
     lines.removeLast(); // what stands behind the last line end

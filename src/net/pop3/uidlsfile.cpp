@@ -5,6 +5,7 @@
 #include "config/reporter.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -43,7 +44,7 @@ bool readWhole(const QString &path, QByteArray &bytes)
     QFile file(path);
     if (!file.exists())
         return true;
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
         return false;
     bytes = file.readAll();
     return file.error() == QFileDevice::NoError;
