@@ -122,6 +122,7 @@ private slots:
     void silentAddresses();
     void cacheOfNames();
     void refusedConnections();
+    void endlessLines();
     void timeLimits();
     void theTimeLimitStandsStill();
     void aQuestionHoldsTheTimeLimit_data();
@@ -281,6 +282,15 @@ void FetcherTest::refusedConnections()
     QCOMPARE(rig.lastError, u"Connection refused"_s);
     QVERIFY(rig.manager.names().find(u"localhost"_s).isEmpty()); // they go at the first failure
     QTRY_VERIFY(!talker);
+}
+
+void FetcherTest::endlessLines()
+{
+    ScriptedServer server("S: hello\nG: 80000000 x\nS:\nE");
+    Rig rig(server.port());
+    rig.talk();
+    QTRY_COMPARE_WITH_TIMEOUT(rig.reason, AccountFetchReason::Unexpected, 20'000);
+    QCOMPARE(rig.detail, u"The server sent a line of more than 64 MB"_s);
 }
 
 void FetcherTest::timeLimits()
