@@ -4,6 +4,7 @@
 #include "ui/look/dialogfooter.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
+#include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
 
 #include <QClipboard>
@@ -63,7 +64,7 @@ QVariant Notices::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
         return u"%1   %2"_s.arg(shortDate(notice.time.toSecsSinceEpoch()), notice.text.simplified());
-    case Qt::ToolTipRole: return notice.text;
+    case Qt::ToolTipRole: return asToolTip(notice.text);
     case Qt::DecorationRole: return signOf(notice.level);
     default: return {};
     }
