@@ -9,6 +9,7 @@
 #include "ui/look/hairline.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
+#include "ui/look/wheel.h"
 #include "ui/texts/harmless.h"
 #include "ui/transfers/transfertexts.h"
 
@@ -88,6 +89,7 @@ void AccountEditor::build(const AccountData &account)
     scroll->setWidgetResizable(true);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(m_form);
+    keepFromWheel(m_form);
     auto *all = new QVBoxLayout(this);
     all->setContentsMargins(0, 0, 0, 0);
     all->setSpacing(0);

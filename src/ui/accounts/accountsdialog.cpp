@@ -84,7 +84,8 @@ void AccountsDialog::build()
                       tr("&New account…"));
     m_empty->setMinimumSize(m_list->minimumSize());
     connect(m_empty, &EmptyState::buttonClicked, this, &AccountsDialog::newAccountWanted);
-    connect(m_list, &QListView::activated, this, &AccountsDialog::edit);
+    connect(m_list, &QListView::activated, this, &AccountsDialog::edit,
+            Qt::QueuedConnection); // else the same Enter goes on to the editor's default button
     auto *parts = new QHBoxLayout;
     parts->setSpacing(space::group);
     parts->addWidget(m_list, 1);

@@ -10,6 +10,7 @@
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
+#include "ui/look/wheel.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -99,6 +100,7 @@ void AccountWizard::arrange()
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(padded);
+    keepFromWheel(padded);
     setSurface(scroll, Role::Chrome);
     auto *head = new QVBoxLayout;
     head->setContentsMargins(space::page, space::dialog, space::page, space::card);

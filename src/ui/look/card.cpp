@@ -5,6 +5,7 @@
 #include "ui/look/metrics.h"
 #include "ui/look/styleparts.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 using namespace Qt::StringLiterals;
@@ -39,6 +40,15 @@ QSize Card::sizeHint() const
 QSize Card::minimumSizeHint() const
 {
     return {columnWidth(30), sizeHint().height()};
+}
+
+/// Enter does what the card says; in a dialog it would press the default button instead.
+void Card::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        click();
+    else
+        QAbstractButton::keyPressEvent(event);
 }
 
 void Card::paintEvent(QPaintEvent *)
