@@ -286,8 +286,8 @@ QWidget *AccountForm::newKeeping()
     m_controls[AccountField::Keeping] = box;
     if (keepingOf(m_data) == KeepingChoice::Keyring)
         offerKeyring();
-    box->addItem(tr("In the accounts file, for its owner's eyes"), int(KeepingChoice::AccountsFile));
-    box->addItem(tr("Nowhere; ask once in each run"), int(KeepingChoice::Ask));
+    box->addItem(tr("In a file of Velmar that only you can read"), int(KeepingChoice::AccountsFile));
+    box->addItem(tr("Nowhere: Velmar asks each time it starts"), int(KeepingChoice::Ask));
     const bool isNew = m_data.number == 0 && !m_data.has(AccountAsksForPassword);
     const KeepingChoice shown = isNew ? KeepingChoice::AccountsFile : keepingOf(m_data);
     box->setCurrentIndex(box->findData(int(shown)));

@@ -113,7 +113,7 @@ QWidget *PasswordDialog::newForm(const PasswordQuestion &question)
     if (question.hasKeyring)
         m_keeping->addItem(tr("In the desktop's keyring"), int(PasswordKeeping::Keyring));
     m_keeping->addItem(tr("Nowhere; ask again next time"), int(PasswordKeeping::ThisRun));
-    m_keeping->addItem(tr("In Velmar's accounts file, readable"), int(PasswordKeeping::AccountsFile));
+    m_keeping->addItem(tr("In a file of Velmar that only you can read"), int(PasswordKeeping::AccountsFile));
     form->addRow(tr("&Keep it"), m_keeping);
     return part;
 }

@@ -28,6 +28,16 @@ QString countOf(int messages)
                          : ServerPage::tr("signed in, %1 messages").arg(QLocale().toString(messages));
 }
 
+/// The other usual form of a name is what the server may want instead.
+QString refusalWords(const QString &user)
+{
+    const QString other =
+        user.contains(u'@')
+            ? ServerPage::tr("some servers want only the part of the address before the @ as the name.")
+            : ServerPage::tr("some servers want the whole address as the name.");
+    return ServerPage::tr("The server answered. Most likely the password is mistyped; %1").arg(other);
+}
+
 } // namespace
 
 ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *parent)
@@ -88,6 +98,7 @@ void ServerPage::search()
     endTrying();
     m_searched = m_draft.address;
     m_isBlocked = false;
+    m_hasTried = false;
     for (Notice *notice : {m_source, m_stranger, m_needs, m_outcome})
         notice->say(MessageBar::Kind::Information, {});
     MailServer empty;
@@ -169,14 +180,14 @@ void ServerPage::setState(State state)
     arrange();
 }
 
-/// The lines of a search that brought nothing stay, because they say why.
+/// The lines of a search that brought nothing stay, because they say why, until a server was tried: then its
+/// answer counts, and has to be seen.
 void ServerPage::arrange()
 {
     const bool isSearching = m_state == State::Searching;
-    const bool hasResult = m_discovery.best().has_value();
+    const bool hasFailed = !m_discovery.best() && !m_searched.isEmpty() && m_discovery.identity().isValid();
     m_searching->setVisible(isSearching);
-    m_view->setVisible(isSearching ||
-                       (!hasResult && !m_searched.isEmpty() && m_discovery.identity().isValid()));
+    m_view->setVisible(isSearching || (hasFailed && !m_hasTried));
     m_card->setVisible(!isSearching && !m_isBlocked);
     m_keep->setVisible(!isSearching && !m_isBlocked);
     m_card->setEnabled(m_state != State::Trying);
@@ -287,6 +298,9 @@ void ServerPage::tryLogin()
     account.name = draft.address;
     account.password = draft.password;
     m_outcome->say(MessageBar::Kind::Information, {});
+    m_hasTried = true;
+    if (!hasFound())
+        m_source->say(MessageBar::Kind::Information, {});
     m_card->setResult(ServerCard::Trying::Now, tr("Signing in"), harmlessLine(server.host));
     setState(State::Trying);
     m_trying = std::make_unique<QObject>();
@@ -351,10 +365,7 @@ void ServerPage::explain(const LoginResult &result)
     const bool isRefusal = result.isRefused && words.cause != TransferCause::AppPassword;
     m_passwordHelps = result.isRefused || words.action == MendAction::EnterPassword;
     const QString what = isRefusal ? tr("the server refused the name or the password") : words.what;
-    QString text = isRefusal
-                       ? tr("The server answered and is the right one. Most likely the password is mistyped; "
-                            "some servers also want only the part of the address before the @ as the name.")
-                       : words.whose + u' ' + words.advice;
+    QString text = isRefusal ? refusalWords(draft.server.user) : words.whose + u' ' + words.advice;
     if (!result.detail.isEmpty())
         text += u"\n\n"_s + harmlessLine(result.detail, 300);
     m_card->setResult(ServerCard::Trying::Fails, tr("Not signed in"), what);

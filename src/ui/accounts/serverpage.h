@@ -81,6 +81,7 @@ private:
     State m_state = State::Shown;
     QString m_searched;       ///< the address
     bool m_isBlocked = false; ///< the provider cannot be used
+    bool m_hasTried = false;  ///< to sign in, since the search
     QString m_page;           ///< where its demands can be met
     std::unique_ptr<QObject> m_trying;
     QPointer<CertificateDialog> m_question;
