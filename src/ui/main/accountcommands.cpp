@@ -8,6 +8,7 @@
 #include "ui/main/messageboxes.h"
 #include "ui/transfers/fetchercontrol.h"
 
+#include <QLocale>
 #include <QMenu>
 
 #include <algorithm>
@@ -126,12 +127,15 @@ void AccountCommands::follow()
     tellOutcome();
 }
 
+/// What came last in a session may wait for more to be announced with.
 void AccountCommands::tellOutcome()
 {
+    m_engine.delivery().announce();
     const bool wasAsked = !m_asked.isEmpty();
     m_asked.clear();
     if (m_arrived > 0)
-        emit settled(tr("%n new message(s)", nullptr, m_arrived));
+        emit settled(m_arrived == 1 ? tr("1 new message")
+                                    : tr("%1 new messages").arg(QLocale().toString(m_arrived)));
     else if (wasAsked && !m_failed)
         emit settled(tr("No new mail"));
 }
