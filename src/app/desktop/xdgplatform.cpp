@@ -3,6 +3,7 @@
 #include "app/desktop/urls.h"
 #include "config/files.h"
 #include "config/reporter.h"
+#include "config/settings.h"
 
 #include <QNetworkInformation>
 #include <QProcess>
@@ -94,8 +95,11 @@ bool XdgPlatform::openPath(const QString &path)
     return process.startDetached();
 }
 
+/// Nobody else is told when the user works offline; that the machine is connected does not count then.
 std::optional<bool> XdgPlatform::isConnected() const
 {
+    if (!boolSetting(Setting::Online))
+        return {};
     const QNetworkInformation *network = QNetworkInformation::instance();
     if (!network || network->reachability() == QNetworkInformation::Reachability::Unknown)
         return {};
