@@ -15,7 +15,8 @@ bool isPlain(QByteArrayView identifier)
                                                 [](char c) { return uchar(c) > ' ' && c != 0x7f; });
 }
 
-/// The first field of @p text with its further lines, without its name and without line ends.
+/// The first field of @p text with its further lines, without its name and without line ends. Only a piece
+/// that fills its line goes on in the next: the header behind the field may begin with a blank.
 QByteArray firstField(QByteArrayView text)
 {
     QByteArray value;
@@ -23,9 +24,11 @@ QByteArray firstField(QByteArrayView text)
     while (start < text.size()) {
         qsizetype end = text.indexOf('\n', start);
         end = end < 0 ? text.size() : end;
-        value += text.sliced(start, end - start);
+        const QByteArrayView line = text.sliced(start, end - start);
+        value += line;
         start = end + 1;
-        if (start >= text.size() || text[start] != ' ')
+        const bool goesOn = line.size() - line.lastIndexOf(' ') - 1 == kPiece;
+        if (!goesOn || start >= text.size() || text[start] != ' ')
             break;
     }
     return value;
@@ -41,7 +44,7 @@ QByteArray withServerPlace(const ServerPlace &place, QByteArrayView header)
         kField + (' ' + QByteArray::number(place.account)) + ' ' + QByteArray::number(place.size);
     text.reserve(text.size() + place.identifier.size() + place.identifier.size() / kPiece * 2 + 4 +
                  header.size());
-    for (qsizetype at = 0; at < place.identifier.size(); at += kPiece) {
+    for (qsizetype at = 0; at <= place.identifier.size(); at += kPiece) { // behind a full piece an empty one
         text += at == 0 ? " " : "\n ";
         text += QByteArrayView(place.identifier).sliced(at, std::min(kPiece, place.identifier.size() - at));
     }

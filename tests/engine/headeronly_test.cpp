@@ -138,6 +138,7 @@ void HeaderOnlyTest::thePlaceOnTheServer()
     for (const QByteArray &line : text.split('\n'))
         QVERIFY(line.size() < 998);
     QCOMPARE(serverPlaceOf(text), std::optional(place));
+    QCOMPARE(serverPlaceOf(withServerPlace(place, " more\nSubject: x\n")), std::optional(place));
     QCOMPARE(Message(text).header("Subject"), u"x"_s);
     QCOMPARE(serverPlaceOf("X-Velmar-On-Server: 1 x " + identifier + '\n'), std::nullopt);
 }
