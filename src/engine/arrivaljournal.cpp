@@ -33,6 +33,15 @@ Texts textsOf(Group &group, quint32 first, int account)
     return texts;
 }
 
+/// Without a last line that was cut off: half an identifier names another message.
+QList<QByteArray> wholeLines(QFile &file)
+{
+    QList<QByteArray> lines = file.readAll().split('\n');
+    lines.removeLast();
+    lines.removeAll(QByteArray());
+    return lines;
+}
+
 } // namespace
 
 ArrivalJournal::ArrivalJournal(int account)
@@ -88,8 +97,8 @@ std::optional<ArrivalJournal::Found> ArrivalJournal::read(const std::function<Gr
     if (!file.open(QIODevice::ReadOnly) || file.size() == 0)
         return {};
     Found found;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    const QList<QByteArray> head = lines.first().split(' ');
+    const QList<QByteArray> lines = wholeLines(file);
+    const QList<QByteArray> head = lines.value(0).split(' ');
     Group *group = head.size() == 3 && head[0] == "group" ? groupOf(head[1].toInt()) : nullptr;
     if (!group)
         return found;
@@ -142,11 +151,9 @@ bool ArrivalJournal::settle(const std::function<Group *(int)> &groupOf)
 QList<QByteArray> ArrivalJournal::arrived() const
 {
     QFile file(arrivedPath());
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(arrivedPath()).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
         return {};
-    QList<QByteArray> identifiers = file.readAll().split('\n');
-    identifiers.removeAll(QByteArray());
-    return identifiers;
+    return wholeLines(file);
 }
 
 void ArrivalJournal::forgetArrived()

@@ -6,6 +6,8 @@
 #include "support/memory.h"
 #include "support/scratch.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -99,6 +101,7 @@ private slots:
     void killed();
     void aGroupToBeRepaired();
     void movedBeforeTheNextSession();
+    void aCutListOfArrivals();
     void aMoveFromTheSameAccountIsNoArrival();
     void anOpenBatchIsMadeSafe();
 };
@@ -236,6 +239,20 @@ void ReceiverTest::movedBeforeTheNextSession()
     QVERIFY(f.engine.groups().deleteMessages(f.inbox(), {2}, true));
     QVERIFY(f.inbox().files().rewriteOverviews({}, 3));
     QCOMPARE(f.receiver()->recover(), (QList<QByteArray>{"a", "b"}));
+}
+
+/// Half an identifier is another message's.
+void ReceiverTest::aCutListOfArrivals()
+{
+    Scratch scratch;
+    Fixture f(scratch);
+    const QString path = configPathOf(u"Accounts/%1/Arrived"_s.arg(kAccount));
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("uid-11\nuid-1");
+    file.close();
+    QCOMPARE(f.receiver()->recover(), QList<QByteArray>{"uid-11"});
 }
 
 void ReceiverTest::aMoveFromTheSameAccountIsNoArrival()
