@@ -3,6 +3,7 @@
 #include "cli/output.h"
 
 #include <QFile>
+#include <QStringDecoder>
 
 #include <cstdio>
 
@@ -31,6 +32,10 @@ bool readPasswordFile(Output &output, const QString &path, QString &password)
         output.complain(u"The first line of '%1' is no password"_s.arg(path));
         return false;
     }
-    password = QString::fromUtf8(line);
-    return true;
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    password = utf8(line);
+    if (!utf8.hasError())
+        return true;
+    output.complain(u"The first line of '%1' is not UTF-8"_s.arg(path));
+    return false;
 }
