@@ -1,3 +1,4 @@
+#include "faketransfers.h"
 #include "windowprogram.h"
 
 #include "message/message.h"
@@ -51,6 +52,52 @@ private slots:
         QVERIFY(program.list->hasFocus());
         QTRY_COMPARE(program.list->messages().totalCount(), 2);
         QTRY_VERIFY2(program.bar().contains(u"1 message"_s), qPrintable(program.bar()));
+    }
+
+    void theFirstAccountIsOffered()
+    {
+        Program program(false);
+        program.open();
+        program.window->offerFirstAccount();
+        QMessageBox *box = program.box();
+        QVERIFY(box);
+        QCOMPARE(box->windowTitle(), u"Velmar"_s);
+        QCOMPARE(box->text(), u"You have not set up any incoming mail accounts.\n"
+                              "Would you like to set one up now?"_s);
+        QStringList buttons;
+        for (const QAbstractButton *button : box->buttons())
+            buttons += button->text();
+        buttons.sort();
+        QCOMPARE(buttons, QStringList({u"&No"_s, u"&Yes"_s}));
+        program.answer(u"No"_s);
+        AccountData batch;
+        batch.name = u"Batch"_s;
+        batch.kind = AccountKind::BatchFile;
+        QVERIFY(program.engine.accounts().add(batch) > 0);
+        QTRY_VERIFY(!program.window->boxes().isBusy());
+        program.window->offerFirstAccount();
+        QVERIFY(!program.window->boxes().isBusy());
+    }
+
+    void closingWarnsOfTransfers()
+    {
+        FakeClients clients;
+        Program program;
+        program.open();
+        AccountManager &accounts = program.engine.accounts();
+        accounts.setFactory(&clients);
+        const int home = accounts.add(popAccount(u"Home"_s));
+        accounts.account(home)->fetch(true, true);
+        QVERIFY(!program.window->close());
+        QCOMPARE(program.box()->text(), u"Mail is being transferred."_s);
+        program.answer(u"Wait"_s);
+        QTRY_VERIFY(!program.window->boxes().isBusy());
+        QVERIFY(program.window->isVisible());
+        QVERIFY(!clients.of(home)->wasStopped);
+        QVERIFY(!program.window->close());
+        program.answer(u"Stop and close"_s);
+        QTRY_VERIFY(!program.window->isVisible());
+        QVERIFY(!accounts.isBusy());
     }
 
     void keysMoveAndMark()
