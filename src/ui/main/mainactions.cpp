@@ -123,7 +123,7 @@ constexpr std::array kActs = {
            {"message.moveAgain", TEXT("Mov&e again"), "", "Ctrl+Shift+M", NeedsSelection | NeedsTarget}},
     ActRow{Act::CopyTo, {"message.copy", TEXT("&Copy to…"), "copy", "Ctrl+Alt+C", NeedsSelection}},
     ActRow{Act::FetchRest,
-           {"message.fetchRest", TEXT("Fetch the &rest"), "download", "", NeedsHeaderOnly, kSeparates}},
+           {"message.fetchRest", TEXT("Fetc&h the rest"), "download", "", NeedsHeaderOnly, kSeparates}},
     ActRow{Act::DeleteOnServer,
            {"message.deleteOnServer", TEXT("De&lete on the server"), "", "", NeedsServer}},
 
