@@ -92,6 +92,7 @@ void AccountCommands::getMailOf(int number)
         return emit onlineWanted();
     account->clearMark();
     m_asked.insert(number);
+    connect(account, &Account::fetchEnded, this, &AccountCommands::lookWhetherMended, Qt::UniqueConnection);
     account->fetch(true, true);
 }
 
@@ -100,6 +101,15 @@ bool AccountCommands::canDeleteOnServer(const Overview &message) const
     const Account *account = accounts().account(message.account());
     return account && account->kind() == AccountKind::Pop3 &&
            (message.serverSize() > 0 || message.serverHash() != 0);
+}
+
+/// What was said of a failure goes when the account has come through.
+void AccountCommands::lookWhetherMended(AccountFetchReason reason)
+{
+    if (reason == AccountFetchReason::None && sender() == m_failedAccount) {
+        m_failedAccount = nullptr;
+        emit mended();
+    }
 }
 
 void AccountCommands::stopTransfers()
@@ -118,7 +128,7 @@ void AccountCommands::follow()
     }
     if (m_isTransferring) {
         const QString text =
-            now.accounts == 1 ? now.status : tr("Getting mail from %n account(s)", nullptr, now.accounts);
+            now.accounts == 1 ? now.status : tr("Getting mail from %1 accounts").arg(now.accounts);
         return emit progressed(text, now.bytes, now.totalBytes);
     }
     if (!wasTransferring)
@@ -143,12 +153,13 @@ void AccountCommands::tellOutcome()
 void AccountCommands::tellFailure(const TransferError &error)
 {
     m_failed = true;
-    const Account *account = accounts().account(error.account);
+    Account *account = accounts().account(error.account);
     const AccountData data = account ? account->data() : AccountData();
     const QString text = transferNotice(error, data);
     emit noticed(text);
     if (!account || !m_asked.contains(error.account))
         return;
+    m_failedAccount = account;
     const TransferExplanation words = explainTransferError(error, data);
     emit failed(text, words.button,
                 [this, action = words.action, number = error.account] { mend(action, number); });

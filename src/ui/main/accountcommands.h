@@ -75,6 +75,9 @@ signals:
     /// It has failed; @p mend is what a button @p button does, where it is not empty.
     void failed(const QString &text, const QString &button, const std::function<void()> &mend);
 
+    /// The account that failed() told of last has come through since.
+    void mended();
+
     /// A failure, for the list of notices.
     void noticed(const QString &text);
 
@@ -85,6 +88,7 @@ private:
     void mend(MendAction action, int account);
     void tellFailure(const TransferError &error);
     void follow();
+    void lookWhetherMended(AccountFetchReason reason);
     void tellOutcome();
 
     Engine &m_engine;
@@ -97,8 +101,9 @@ private:
     FetcherControl *m_transfers;
     QPointer<AccountWizard> m_wizard;
     QPointer<AccountsDialog> m_dialog;
-    QSet<int> m_asked; ///< accounts whose mail the user wanted and waits for
-    int m_arrived = 0; ///< new messages since the transfers under way began
+    QPointer<Account> m_failedAccount; ///< failed() told of it last
+    QSet<int> m_asked;                 ///< accounts whose mail the user wanted and waits for
+    int m_arrived = 0;                 ///< new messages since the transfers under way began
     bool m_failed = false;
     bool m_isTransferring = false;
 };

@@ -8,6 +8,7 @@
 #include "ui/main/messageboxes.h"
 #include "ui/main/statusline.h"
 #include "ui/main/viewers.h"
+#include "ui/texts/messagetexts.h"
 
 using namespace Qt::StringLiterals;
 
@@ -29,8 +30,8 @@ void MainWindow::connectTransfers()
         const Account *account = m_engine.accounts().account(number);
         viewer().pane()->bar().ask(
             MessageBar::Kind::Information,
-            tr("%n large message(s) of %1: only the header was fetched.", nullptr, count)
-                .arg(account ? account->name() : QString()),
+            tr("Of %1 only the header was fetched: %2.")
+                .arg(messagesInWords(count), account ? account->name() : QString()),
             {tr("Delete on the server"), [this, number] { m_engine.serverWishes().acceptProposal(number); }});
     });
     connect(&m_engine.serverWishes(), &ServerWishes::changed, this, [this] {
@@ -42,10 +43,14 @@ void MainWindow::connectTransfers()
             [this](const QString &text) { m_notices.add(ReportLevel::Warning, text); });
     connect(m_accountCommands, &AccountCommands::failed, this,
             [this](const QString &text, const QString &button, const std::function<void()> &mend) {
-                viewer().pane()->bar().ask(
-                    MessageBar::Kind::Warning, text, {button, mend},
-                    {tr("Show transfers"), [this] { m_accountCommands->showTransfers(); }});
+                m_failureBar = &viewer().pane()->bar();
+                m_failureBar->ask(MessageBar::Kind::Warning, text, {button, mend},
+                                  {tr("Show transfers"), [this] { m_accountCommands->showTransfers(); }});
             });
+    connect(m_accountCommands, &AccountCommands::mended, this, [this] {
+        if (m_failureBar && m_failureBar->kind() == MessageBar::Kind::Warning)
+            m_failureBar->hide();
+    });
     connect(m_accountCommands, &AccountCommands::onlineWanted, this, [this] {
         viewer().pane()->bar().ask(MessageBar::Kind::Information, tr("Velmar works offline."),
                                    {tr("Go online"), [this] {

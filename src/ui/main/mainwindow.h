@@ -15,6 +15,7 @@
 #include <memory>
 
 class AccountCommands;
+class AskingBar;
 class CommandPalette;
 class Engine;
 class GroupCommands;
@@ -157,6 +158,7 @@ private:
     GroupCommands *m_groupCommands;
     AccountCommands *m_accountCommands;
     CommandPalette *m_palette;
+    QPointer<AskingBar> m_failureBar;        ///< where a failed transfer was told of
     QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
     bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;

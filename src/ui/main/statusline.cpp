@@ -72,8 +72,8 @@ void StatusLine::showNotices()
     m_mark->setVisible(count > 0);
     m_mark->setIcon(grave ? icon(u"error"_s, Role::Error) : icon(u"info"_s));
     m_mark->setText(QString::number(count));
-    const QString words =
-        grave ? tr("%n error(s): show", nullptr, count) : tr("%n notice(s): show", nullptr, count);
+    const QString words = grave ? (count == 1 ? tr("1 error: show") : tr("%1 errors: show").arg(count))
+                                : (count == 1 ? tr("1 notice: show") : tr("%1 notices: show").arg(count));
     m_mark->setToolTip(words);
     m_mark->setAccessibleName(words);
 }

@@ -206,7 +206,7 @@ void BodyBuilder::writeText(BodyWriter &writer, int part)
             translated("The character set \u201c%1\u201d is not known here. Some letters may be wrong.")
                 .arg(harmlessLine(QString::fromLatin1(entry.charset), 60)));
     if (isEmpty)
-        writer.note(translated("This message has no text."));
+        writer.note(emptyNoteOf(m_options.plan));
     else
         addText(writer, text, {entry.flowed, entry.delsp, entry.needsstrip});
 }
@@ -281,7 +281,7 @@ void BodyBuilder::writeHtml(BodyWriter &writer, int part)
         return addText(writer, htmlToText(textOf(part, kHtmlBytes)), {});
     const SafeHtml &html = m_html[part];
     if (html.html.isEmpty())
-        writer.note(translated("This message has no text."));
+        writer.note(emptyNoteOf(m_options.plan));
     else
         writer.html(html, m_folds);
 }

@@ -38,7 +38,7 @@ public:
         else
             planAll(childrenOf(-1));
         if (m_plan.sections.isEmpty())
-            note(translated("This message has no text."));
+            note(emptyNoteOf(m_options));
         if (m_mime.truncated())
             note(translated("This message has too many parts. The rest of it is the last attachment."));
         if (m_full)
@@ -219,6 +219,11 @@ private:
 };
 
 } // namespace
+
+QString emptyNoteOf(const PlanOptions &options)
+{
+    return options.emptyNote.isEmpty() ? translated("This message has no text.") : options.emptyNote;
+}
 
 BodyPlan planBody(const MIMEContext &mime, const PlanOptions &options)
 {

@@ -43,7 +43,10 @@ struct PlanOptions
 {
     bool preferPlain = false; ///< of plain text and HTML
     bool images = true;       ///< show pictures that are parts of their own
+    QString emptyNote = {};   ///< said where there is no text; empty: that there is none
 };
+
+QString emptyNoteOf(const PlanOptions &options);
 
 BodyPlan planBody(const MIMEContext &mime, const PlanOptions &options);
 

@@ -306,6 +306,8 @@ void MessageView::build()
 {
     m_rest->stop();
     BodyOptions options;
+    if (m_marks.onServer > 0)
+        options.plan.emptyNote = tr("The text of this message is still on its server.");
     options.plan.preferPlain = m_plainText;
     options.plan.images = !boolSetting(Setting::DisableImageDisplay);
     options.allHeaders = m_allHeaders;
@@ -346,7 +348,8 @@ void MessageView::showFacts()
 /// One quiet line; everything is in its tool tip.
 void MessageView::showFaults()
 {
-    const QStringList faults = diagnose(m_message, m_message.mime(), m_charset);
+    const bool isWhole = m_marks.onServer == 0; // a header alone lacks what nobody has fetched yet
+    const QStringList faults = isWhole ? diagnose(m_message, m_message.mime(), m_charset) : QStringList();
     const QString words = faultsInWords(faults);
     m_faults->setText(words);
     m_faults->setToolTip(faults.size() > 1 ? asToolTip(faults.join(u'\n')) : QString());
