@@ -92,8 +92,7 @@ void Demo::fill(Engine &engine)
     account.host = m_directory.path() + u"/demo.mbox"_s;
     account.kind = AccountKind::BatchFile;
     const int number = engine.accounts().add(account);
-    connect(&engine.accounts(), &AccountManager::fetchEnded, this, &Demo::sortMail,
-            Qt::SingleShotConnection);
+    connect(&engine.accounts(), &AccountManager::fetchEnded, this, &Demo::sortMail, Qt::SingleShotConnection);
     engine.fetch(number);
 }
 

@@ -30,8 +30,8 @@ public:
     virtual ~MailReceiver() = default;
 
     /// To be called first: the identifiers of messages that an interrupted session left in the store and had
-    /// not yet written down; they come again until remembered(). Empty optional: the store cannot be used now,
-    /// nothing may be fetched.
+    /// not yet written down; they come again until remembered(). Empty optional: the store cannot be used
+    /// now, nothing may be fetched.
     virtual std::optional<QList<QByteArray>> recover() = 0;
 
     /// Adds @p message to the batch. False: it is not stored (reported already), and nothing may follow.

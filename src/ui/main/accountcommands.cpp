@@ -93,7 +93,8 @@ void AccountCommands::getMailOf(int number)
     account->clearMark();
     m_asked.insert(number);
     connect(account, &Account::fetchEnded, this, &AccountCommands::lookWhetherMended, Qt::UniqueConnection);
-    account->fetch(true, true);
+    if (account->fetch(true, true) == FetchAnswer::Nothing)
+        m_asked.remove(number);
 }
 
 bool AccountCommands::canDeleteOnServer(const Overview &message) const
@@ -127,8 +128,12 @@ void AccountCommands::follow()
         emit transfersBegan();
     }
     if (m_isTransferring) {
-        const QString text =
-            now.accounts == 1 ? now.status : tr("Getting mail from %1 accounts").arg(now.accounts);
+        const QString text = now.accounts == 1       ? now.status
+                             : now.totalMessages > 0 ? tr("Getting mail from %1 accounts: %2 of %3 messages")
+                                                           .arg(now.accounts)
+                                                           .arg(QLocale().toString(now.messages),
+                                                                QLocale().toString(now.totalMessages))
+                                                     : tr("Getting mail from %1 accounts").arg(now.accounts);
         return emit progressed(text, now.bytes, now.totalBytes);
     }
     if (!wasTransferring)
