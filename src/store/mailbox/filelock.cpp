@@ -174,26 +174,35 @@ MailboxLock::Outcome MailboxLock::makeDotLock()
     return Outcome::Held;
 }
 
-/// 0, or the error number.
+/// 0, or the error number. Where no file can be made without a name, or given one later, it has its name from
+/// the start.
 int MailboxLock::claimDotLock()
 {
-    const QByteArray owner = QByteArray::number(::getpid()) + ' ' + hostName() + '\n';
-    Descriptor lock = namelessFileBeside(m_dotLock);
-    const bool nameless = lock.handle >= 0;
-    if (!nameless)
-        lock.handle = ::open(m_dotLock.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-    struct stat status = {};
-    if (lock.handle < 0)
+    const Descriptor nameless = namelessFileBeside(m_dotLock);
+    if (nameless.handle >= 0 && writeOwner(nameless.handle) == 0) {
+        const int error = giveName(nameless.handle, m_dotLock);
+        if (error == 0 || error == EEXIST)
+            return error;
+    }
+    const Descriptor named(::open(m_dotLock.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (named.handle < 0)
         return errno;
-    const bool written = ::write(lock.handle, owner.constData(), std::size_t(owner.size())) == owner.size() &&
-                         ::fstat(lock.handle, &status) == 0;
-    int error = written ? 0 : errno;
-    if (written && nameless)
-        error = giveName(lock.handle, m_dotLock);
-    m_dotInode = status.st_ino;
-    if (!written && !nameless)
+    const int error = writeOwner(named.handle);
+    if (error != 0)
         ::unlink(m_dotLock.constData());
     return error;
+}
+
+/// The same, and notes which file it is.
+int MailboxLock::writeOwner(int handle)
+{
+    const QByteArray owner = QByteArray::number(::getpid()) + ' ' + hostName() + '\n';
+    struct stat status = {};
+    const ssize_t written = ::write(handle, owner.constData(), std::size_t(owner.size()));
+    if (written < 0 || ::fstat(handle, &status) != 0)
+        return errno;
+    m_dotInode = status.st_ino;
+    return written == owner.size() ? 0 : ENOSPC;
 }
 
 /// Moves a stale lock file aside first, so that of two programs which both found it stale the second does not

@@ -48,6 +48,7 @@ private:
     Outcome makeDotLock();
     bool removeStale();
     int claimDotLock();
+    int writeOwner(int handle);
 
     int m_handle = -1;
     QByteArray m_dotLock; ///< its path while it exists and is ours
