@@ -30,6 +30,7 @@ AccountCommands::AccountCommands(Engine &engine, MessageBoxes &boxes, QWidget *w
         for (const NewMail &each : mail)
             m_arrived += int(each.articles.size());
     });
+    connect(&accounts(), &AccountManager::fetchEnded, this, &AccountCommands::lookWhetherMended);
     connect(&m_engine.transfers(), &Transfers::changed, this, &AccountCommands::follow);
     connect(m_transfers, &FetcherControl::mendWanted, this, &AccountCommands::mend);
     connect(m_transfers, &FetcherControl::getAllWanted, this, &AccountCommands::getAllMail);
@@ -92,7 +93,6 @@ void AccountCommands::getMailOf(int number)
         return emit onlineWanted();
     account->clearMark();
     m_asked.insert(number);
-    connect(account, &Account::fetchEnded, this, &AccountCommands::lookWhetherMended, Qt::UniqueConnection);
     if (account->fetch(true, true) == FetchAnswer::Nothing)
         m_asked.remove(number);
 }
@@ -105,9 +105,9 @@ bool AccountCommands::canDeleteOnServer(const Overview &message) const
 }
 
 /// What was said of a failure goes when the account has come through.
-void AccountCommands::lookWhetherMended(AccountFetchReason reason)
+void AccountCommands::lookWhetherMended(Account *account, AccountFetchReason reason)
 {
-    if (reason == AccountFetchReason::None && sender() == m_failedAccount) {
+    if (reason == AccountFetchReason::None && account == m_failedAccount) {
         m_failedAccount = nullptr;
         emit mended();
     }

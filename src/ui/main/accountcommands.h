@@ -88,7 +88,7 @@ private:
     void mend(MendAction action, int account);
     void tellFailure(const TransferError &error);
     void follow();
-    void lookWhetherMended(AccountFetchReason reason);
+    void lookWhetherMended(Account *account, AccountFetchReason reason);
     void tellOutcome();
 
     Engine &m_engine;

@@ -1,5 +1,6 @@
 #include "config/settings.h"
 #include "engine/engine.h"
+#include "net/fetcher.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/icons.h"
 #include "ui/main/accountcommands.h"
@@ -20,6 +21,7 @@ void MainWindow::connectTransfers()
     connect(m_accountCommands, &AccountCommands::transfersEnded, m_status, &StatusLine::endTransfer);
     connect(m_accountCommands, &AccountCommands::transfersBegan, this, &MainWindow::updateActions);
     connect(m_accountCommands, &AccountCommands::transfersEnded, this, &MainWindow::updateActions);
+    connect(m_accountCommands, &AccountCommands::transfersEnded, this, &MainWindow::closeWhenIdle);
     connect(m_status, &StatusLine::transfersStopped, m_accountCommands, &AccountCommands::stopTransfers);
     connect(&m_engine.serverWishes(), &ServerWishes::told, this, [this](const QString &text) {
         viewer().pane()->bar().tell(MessageBar::Kind::Information, text);
@@ -60,17 +62,16 @@ void MainWindow::connectTransfers()
     });
 }
 
-/// What has arrived is safe; the window closes when the transfers have come to a safe point.
+/// What has arrived is safe; the window closes when all clients have come to a safe point, those too that
+/// fetch the rest of single messages.
 void MainWindow::askBeforeClosing()
 {
     const auto close = [this](int button) {
         if (button != 0)
             return;
-        if (!m_accountCommands->isTransferring())
-            return (void)QWidget::close();
-        connect(m_accountCommands, &AccountCommands::transfersEnded, this, &QWidget::close,
-                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+        m_closesWhenIdle = true;
         m_accountCommands->stopTransfers();
+        closeWhenIdle();
     };
     m_boxes->ask({tr("Mail is being transferred."),
                   tr("What has arrived is safe; the rest comes the next time."),
@@ -78,6 +79,14 @@ void MainWindow::askBeforeClosing()
                   false,
                   ReportLevel::Information},
                  this, close);
+}
+
+void MainWindow::closeWhenIdle()
+{
+    if (!m_closesWhenIdle || Fetcher::busyCount() > 0)
+        return;
+    m_closesWhenIdle = false;
+    QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
 void MainWindow::offerFirstAccount()

@@ -262,7 +262,7 @@ void MainWindow::remember()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_accountCommands->isTransferring() && Fetcher::busyCount() > 0 && isVisible()) {
+    if (Fetcher::busyCount() > 0 && isVisible()) {
         event->ignore();
         return askBeforeClosing();
     }
@@ -281,6 +281,7 @@ void MainWindow::refresh()
     updateStatus();
     showOnline();
     remember();
+    closeWhenIdle();
 }
 
 // --- Groups and messages --------------------------------------------------------------------------------

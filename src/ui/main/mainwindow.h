@@ -103,6 +103,7 @@ private:
     void connectTransfers();
     void addViewer(GroupViewer *viewer);
     void askBeforeClosing();
+    void closeWhenIdle();
     void restore();
     void remember();
 
@@ -163,4 +164,5 @@ private:
     bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;
     bool m_updatingTree = false;
+    bool m_closesWhenIdle = false; ///< the user wants it closed as soon as nothing is transferred
 };
