@@ -1,5 +1,6 @@
 #include "ui/accounts/notice.h"
 
+#include "ui/look/barkinds.h"
 #include "ui/look/metrics.h"
 #include "ui/look/signlabel.h"
 #include "ui/look/styleparts.h"
@@ -11,24 +12,6 @@
 #include <QPushButton>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-struct KindRow
-{
-    const char *sign;
-    Role colour;
-    Role ground;
-};
-constexpr std::array kKinds = {
-    KindRow{"info", Role::Information, Role::InformationBar},
-    KindRow{"ok", Role::Good, Role::GoodBar},
-    KindRow{"warning", Role::Warning, Role::WarningBar},
-    KindRow{"error", Role::Error, Role::ErrorBar},
-};
-static_assert(kKinds.size() == std::size_t(MessageBar::Kind::Error) + 1);
-
-} // namespace
 
 Notice::Notice(QWidget *parent)
     : Panel(Role::InformationBar, parent)
@@ -59,7 +42,7 @@ Notice::Notice(QWidget *parent)
 
 void Notice::say(MessageBar::Kind kind, const QString &text, const QString &button)
 {
-    const KindRow &row = kKinds[std::size_t(kind)];
+    const BarKindRow &row = kBarKinds[std::size_t(kind)];
     setGround(row.ground);
     m_sign->setSign(QLatin1String(row.sign), row.colour);
     m_text->setText(text);

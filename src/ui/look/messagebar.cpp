@@ -1,4 +1,5 @@
 #include "ui/look/messagebar.h"
+#include "ui/look/barkinds.h"
 
 #include "ui/look/elidedlabel.h"
 #include "ui/look/icons.h"
@@ -14,30 +15,14 @@
 #include <QPushButton>
 #include <QToolButton>
 
-#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-struct KindRow
+const BarKindRow &rowOf(MessageBar::Kind kind)
 {
-    const char *sign;
-    Role colour;
-    Role background;
-};
-
-constexpr std::array kKinds = {
-    KindRow{"info", Role::Information, Role::InformationBar},
-    KindRow{"ok", Role::Good, Role::GoodBar},
-    KindRow{"warning", Role::Warning, Role::WarningBar},
-    KindRow{"error", Role::Error, Role::ErrorBar},
-};
-static_assert(kKinds.size() == std::size_t(MessageBar::Kind::Error) + 1);
-
-const KindRow &rowOf(MessageBar::Kind kind)
-{
-    return kKinds[std::size_t(kind)];
+    return kBarKinds[std::size_t(kind)];
 }
 
 constexpr qreal kBorderStrength = 60 / 255.0;
@@ -130,9 +115,9 @@ void MessageBar::arrange()
 
 void MessageBar::paintEvent(QPaintEvent *)
 {
-    const KindRow &row = rowOf(m_kind);
+    const BarKindRow &row = rowOf(m_kind);
     QPainter painter(this);
-    const QColor fill = colour(row.background);
+    const QColor fill = colour(row.ground);
     paintPanel(&painter, rect(), radius::field, fill,
                isHighContrast(currentScheme()) ? colour(Role::Line)
                                                : blended(row.colour, fill, kBorderStrength));
