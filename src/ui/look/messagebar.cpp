@@ -15,7 +15,6 @@
 #include <QPushButton>
 #include <QToolButton>
 
-
 using namespace Qt::StringLiterals;
 
 namespace {
