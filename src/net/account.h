@@ -80,6 +80,9 @@ public:
         return m_lastFetch;
     } ///< when one began: seconds since 1970; 0: not in this run
 
+    /// How the last fetch ended: the reason of its first failure. While one runs, how it stands.
+    AccountFetchReason outcome() const { return m_reason; }
+
     /// Of the last fetch.
     const std::vector<TransferError> &errors() const { return m_errors; }
 
