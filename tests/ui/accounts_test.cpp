@@ -10,6 +10,7 @@
 #include "ui/accounts/accountlistmodel.h"
 #include "ui/accounts/accountsdialog.h"
 #include "ui/accounts/certificatelist.h"
+#include "ui/accounts/keeponserver.h"
 #include "ui/look/askingbar.h"
 
 #include <QApplication>
@@ -152,8 +153,13 @@ private slots:
     void loginIsTried();
     void cancelForgets();
     void deletingSaysWhatIsLost();
+    void aCopyIsAProposal();
     void orderIsChanged();
     void theListFollowsItsAccounts();
+    void theListSaysHowTheLastFetchEnded_data();
+    void theListSaysHowTheLastFetchEnded();
+    void everyWindowHasItsName();
+    void oneNumberOfDaysIsProposed();
     void anEmptyListLeadsToTheWizard();
     void theKeyboardReachesEverything();
 };
@@ -455,6 +461,37 @@ void AccountsTest::deletingSaysWhatIsLost()
     QVERIFY(!Scratch::read(configPathOf(u"Accounts/Index"_s)).contains("Club"));
 }
 
+void AccountsTest::aCopyIsAProposal()
+{
+    Program program;
+    AccountOptions options;
+    options.caFile = program.scratch.write(u"ca.pem"_s, "x");
+    QVERIFY(program.accounts().account(program.home)->setOptions(options));
+    AccountsDialog dialog(program.engine);
+    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
+    dialog.show();
+    dialog.select(program.home);
+    press(dialog, "copy");
+    auto *editor = dialog.findChild<AccountEditor *>();
+    QVERIFY(editor);
+    QCOMPARE(field<QLineEdit>(*editor, AccountField::Name)->selectedText(), u"Copy of Home"_s);
+    QCOMPARE(program.accounts().accounts().size(), 2u);
+    field<QLineEdit>(*editor, AccountField::User)->setText(u"arthur"_s);
+    press(*editor, "ok");
+    const Account *copy = program.accounts().find(u"Copy of Home"_s);
+    QVERIFY(copy);
+    QCOMPARE(copy->data().host, u"pop.example.org"_s);
+    QCOMPARE(copy->data().user, u"arthur"_s);
+    QCOMPARE(copy->options().caFile, options.caFile);
+    QVERIFY2(copy->password().isEmpty(), "another user has another password");
+    QCOMPARE(program.data(program.home).password, u"secret42"_s);
+    QCOMPARE(dialog.findChild<QListView *>(u"accounts"_s)->currentIndex().row(), 2);
+    dialog.select(program.home);
+    press(dialog, "copy");
+    QCOMPARE(field<QLineEdit>(*dialog.findChildren<AccountEditor *>().last(), AccountField::Name)->text(),
+             u"Copy of Home 2"_s);
+}
+
 void AccountsTest::orderIsChanged()
 {
     Program program;
@@ -498,6 +535,59 @@ void AccountsTest::theListFollowsItsAccounts()
     QVERIFY(program.accounts().update(left));
     QCOMPARE(stateOf(account).text, u"Paused"_s);
     QCOMPARE(accountSummary(account), u"Mail (POP3), pop.example.org, port 995, TLS"_s);
+}
+
+void AccountsTest::theListSaysHowTheLastFetchEnded_data()
+{
+    QTest::addColumn<AccountFetchReason>("reason");
+    QTest::addColumn<QString>("word");
+    QTest::newRow("well") << AccountFetchReason::None << u"Fetched "_s;
+    QTest::newRow("stopped") << AccountFetchReason::Stopped << u"Stopped "_s;
+    QTest::newRow("failed") << AccountFetchReason::TimedOut << u"Failed "_s;
+    QTest::newRow("in part") << AccountFetchReason::WithErrors << u"Partly fetched "_s;
+}
+
+/// The editing is what takes the mark of a failure away.
+void AccountsTest::theListSaysHowTheLastFetchEnded()
+{
+    QFETCH(AccountFetchReason, reason);
+    QFETCH(QString, word);
+    Program program;
+    const Account &account = *program.accounts().account(program.home);
+    QVERIFY(stateOf(account).text.isEmpty());
+    program.accounts().account(program.home)->fetch(true, true);
+    program.clients.of(program.home)->end(reason, {});
+    QTRY_VERIFY(!account.isFetching());
+    AccountData changed = account.data();
+    changed.password = u"another"_s;
+    QVERIFY(program.accounts().update(changed));
+    QVERIFY2(stateOf(account).text.startsWith(word), qPrintable(stateOf(account).text));
+    QVERIFY(!stateOf(account).isWrong);
+}
+
+void AccountsTest::everyWindowHasItsName()
+{
+    Program program;
+    const AccountsDialog dialog(program.engine);
+    QCOMPARE(dialog.windowTitle(), u"Accounts"_s);
+    const auto editor = program.edit(program.home);
+    QCOMPARE(editor->windowTitle(), u"Account “Home”"_s);
+    field<QLineEdit>(*editor, AccountField::Name)->setText(u"House"_s);
+    press(*editor, "apply");
+    QCOMPARE(editor->windowTitle(), u"Account “House”"_s);
+    AccountData fresh;
+    fresh.kind = AccountKind::Pop3;
+    QCOMPARE(program.edit(fresh)->windowTitle(), u"New account"_s);
+}
+
+void AccountsTest::oneNumberOfDaysIsProposed()
+{
+    Program program;
+    const auto editor = program.edit(program.home);
+    const auto *inEditor =
+        editor->form().findChild<QSpinBox *>(u"field%1amount"_s.arg(int(AccountField::DaysOnServer)));
+    KeepOnServer inWizard;
+    QCOMPARE(inWizard.findChild<QSpinBox *>(u"days"_s)->value(), inEditor->value());
 }
 
 void AccountsTest::anEmptyListLeadsToTheWizard()

@@ -207,6 +207,7 @@ void AccountWizardTest::keysFromStartToEnd()
 {
     Wizard wizard;
     wizard.open();
+    QCOMPARE(wizard.window->windowTitle(), u"Set up an account"_s);
     QSignalSpy made(wizard.window, &AccountWizard::accountMade);
     wizard.press(Qt::Key_Space); // the first kind has the focus
     QCOMPARE(QApplication::focusWidget()->objectName(), u"address"_s);

@@ -14,6 +14,7 @@
 #include "ui/transfers/transfertexts.h"
 
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -45,7 +46,8 @@ QString faultText(AccountFault fault)
 
 } // namespace
 
-AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent)
+AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent,
+                             int copied)
     : QDialog(parent)
     , m_engine(engine)
     , m_tester(tester)
@@ -53,8 +55,7 @@ AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTe
 {
     setObjectName(u"accountEditor"_s);
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(u"Velmar"_s);
-    build(account);
+    build(account, optionsOf(engine.accounts(), account.number > 0 ? account.number : copied));
     AccountManager &accounts = engine.accounts();
     connect(m_form, &AccountForm::changed, this, &AccountEditor::showChanged);
     connect(&accounts, &AccountManager::accountDeleted, this, [this](Account *gone) {
@@ -75,10 +76,9 @@ AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTe
     m_apply->setEnabled(false);
 }
 
-void AccountEditor::build(const AccountData &account)
+void AccountEditor::build(const AccountData &account, const AccountOptions &options)
 {
-    m_form = new AccountForm(m_engine.accounts(), m_engine.groups(), account,
-                             optionsOf(m_engine.accounts(), account.number));
+    m_form = new AccountForm(m_engine.accounts(), m_engine.groups(), account, options);
     m_notice = new AskingBar;
     auto *notice = new QWidget;
     auto *room = new QVBoxLayout(notice);
@@ -99,7 +99,10 @@ void AccountEditor::build(const AccountData &account)
     all->addWidget(scroll, 1);
     all->addWidget(newFooter());
     showHead(account);
-    m_form->control(AccountField::Name)->setFocus();
+    auto *name = qobject_cast<QLineEdit *>(m_form->control(AccountField::Name));
+    name->setFocus();
+    if (account.number == 0)
+        name->selectAll(); // it is a proposal, if there is one
 }
 
 QWidget *AccountEditor::newHead()
@@ -140,7 +143,10 @@ QWidget *AccountEditor::newFooter()
 
 void AccountEditor::showHead(const AccountData &account)
 {
-    m_title->setText(account.number == 0 ? tr("New account") : harmlessLine(account.name, 60));
+    const bool isNew = account.number == 0;
+    const QString name = harmlessLine(account.name, 60);
+    m_title->setText(isNew ? tr("New account") : name);
+    setWindowTitle(isNew ? tr("New account") : tr("Account “%1”").arg(name));
     m_kind->setText(accountKindText(account.kind));
 }
 

@@ -6,6 +6,7 @@
 #include <QPointer>
 
 class AccountForm;
+struct AccountOptions;
 class AskingBar;
 class Engine;
 class LoginCheck;
@@ -19,9 +20,11 @@ class AccountEditor : public QDialog
     Q_OBJECT
 
 public:
-    /// @p account is one of the engine's, or with number 0 one that OK enters. @p tester tries logins; both
-    /// must outlive this. Deletes itself when it is closed.
-    AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent = nullptr);
+    /// @p account is one of the engine's, or with number 0 one that OK enters, with the certificates that the
+    /// account @p copied trusts. @p tester tries logins; both must outlive this. Deletes itself when it is
+    /// closed.
+    AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent = nullptr,
+                  int copied = 0);
 
     int account() const { return m_number; }
     AccountForm &form() const { return *m_form; }
@@ -30,7 +33,7 @@ signals:
     void saved(int account);
 
 private:
-    void build(const AccountData &account);
+    void build(const AccountData &account, const AccountOptions &options);
     QWidget *newHead();
     QWidget *newFooter();
     void showHead(const AccountData &account);

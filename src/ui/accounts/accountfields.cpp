@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QHostAddress>
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -111,7 +112,7 @@ constexpr std::array kFields = {
                     .label = "",
                     .words = WORDS("&Delete them there after %1 days"),
                     .number = &AccountData::daysOnServer,
-                    .proposed = 30,
+                    .proposed = 14,
                     .most = 3'650},
     AccountFieldRow{F::DeletesAlong, C::Check, S::OnServer, bits(Pop3), "",
                     WORDS("Delete on the server &what is deleted here for good"), AccountDeletesAlong},
@@ -194,6 +195,12 @@ QString hostProblem(const QString &host)
 std::span<const AccountFieldRow> accountFields()
 {
     return kFields;
+}
+
+const AccountFieldRow &rowOf(AccountField field)
+{
+    return *std::find_if(kFields.begin(), kFields.end(),
+                         [field](const AccountFieldRow &row) { return row.field == field; });
 }
 
 QString sectionTitle(AccountSection section)

@@ -70,6 +70,7 @@ struct AccountFieldRow
 };
 
 std::span<const AccountFieldRow> accountFields();
+const AccountFieldRow &rowOf(AccountField field);
 
 enum class Encryption { None, StartTls, Tls };
 

@@ -34,6 +34,18 @@ QString failureText(const Account &account)
     return withCapital(explainTransferError(account.errors().back(), account.data()).what);
 }
 
+/// Also of a failure that does not call any more, because the account was changed since.
+QString outcomeText(AccountFetchReason outcome)
+{
+    switch (outcome) {
+    case AccountFetchReason::None:
+    case AccountFetchReason::Quiet: return AccountListModel::tr("Fetched %1");
+    case AccountFetchReason::Stopped: return AccountListModel::tr("Stopped %1");
+    case AccountFetchReason::WithErrors: return AccountListModel::tr("Partly fetched %1");
+    default: return AccountListModel::tr("Failed %1");
+    }
+}
+
 } // namespace
 
 AccountState stateOf(const Account &account)
@@ -45,7 +57,7 @@ AccountState stateOf(const Account &account)
     if (account.mark() != AccountMark::None)
         return {harmlessLine(failureText(account).simplified()), true};
     if (account.lastFetch() > 0)
-        return {AccountListModel::tr("Fetched %1").arg(shortDate(account.lastFetch())), false};
+        return {outcomeText(account.outcome()).arg(shortDate(account.lastFetch())), false};
     return {};
 }
 

@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 #include "engine/logintest.h"
+#include "ui/accounts/accounteditor.h"
 #include "ui/accounts/accountlistmodel.h"
 #include "ui/accounts/accountwindows.h"
 #include "ui/accounts/logincheck.h"
@@ -54,7 +55,7 @@ AccountsDialog::AccountsDialog(Engine &engine, QWidget *parent)
 {
     setObjectName(u"accountsDialog"_s);
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(u"Velmar"_s);
+    setWindowTitle(tr("Accounts"));
     build();
     connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this, &AccountsDialog::showState);
     connect(m_model, &QAbstractItemModel::dataChanged, this, &AccountsDialog::showState);
@@ -72,10 +73,10 @@ AccountsDialog::~AccountsDialog() = default;
 
 void AccountsDialog::build()
 {
-    auto *title = new QLabel(tr("Accounts"));
+    auto *title = new QLabel(windowTitle());
     setFontScale(title, scale::dialog, QFont::DemiBold);
     m_list->setObjectName(u"accounts"_s);
-    m_list->setAccessibleName(tr("Accounts"));
+    m_list->setAccessibleName(windowTitle());
     m_list->setModel(m_model);
     m_list->setItemDelegate(new AccountDelegate(*m_model, m_list));
     m_list->setUniformItemSizes(true);
@@ -136,6 +137,7 @@ QWidget *AccountsDialog::newButtons()
     addButton(column, tr("&New…"), "new", &AccountsDialog::newAccountWanted);
     m_forOne.clear(); // that one is always there
     addButton(column, tr("&Edit…"), "edit", &AccountsDialog::edit);
+    addButton(column, tr("&Copy…"), "copy", &AccountsDialog::copy);
     QPushButton *remove = addButton(column, tr("&Delete…"), "delete", &AccountsDialog::askDelete);
     setButtonKind(remove, ButtonKind::Dangerous);
     column->addSpacing(space::group);
@@ -174,6 +176,15 @@ void AccountsDialog::edit()
 {
     if (const Account *account = current())
         editAccount(account->number());
+}
+
+void AccountsDialog::copy()
+{
+    const Account *account = current();
+    if (!account)
+        return;
+    AccountEditor *editor = copyAccount(m_engine, account->number(), *m_tester, this);
+    connect(editor, &AccountEditor::saved, this, &AccountsDialog::select);
 }
 
 void AccountsDialog::log()

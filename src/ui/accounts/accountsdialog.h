@@ -15,7 +15,7 @@ class LoginTester;
 class QListView;
 class QPushButton;
 
-/// The accounts: makes, changes, tries and removes them.
+/// The accounts: makes, changes, copies, tries and removes them.
 class AccountsDialog : public QDialog
 {
     Q_OBJECT
@@ -46,6 +46,7 @@ private:
                            void (AccountsDialog::*deed)());
     Account *current() const;
     void edit();
+    void copy();
     void askDelete();
     void moveUp() { move(-1); }
     void moveDown() { move(1); }

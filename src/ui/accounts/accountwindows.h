@@ -11,4 +11,8 @@ class QWidget;
 
 /// Null when there is no account of that number.
 AccountEditor *editAccount(Engine &engine, int account, LoginTester &tester, QWidget *window);
+
+/// The editor of a new account that is like that one but for its name and password; null as above. Nothing is
+/// saved before the user says so.
+AccountEditor *copyAccount(Engine &engine, int account, LoginTester &tester, QWidget *window);
 AccountLogWindow *showAccountLog(Account &account, QWidget *window);

@@ -42,7 +42,7 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
 {
     setObjectName(u"accountWizard"_s);
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(u"Velmar"_s);
+    setWindowTitle(tr("Set up an account"));
     setFocusPolicy(Qt::NoFocus);
     m_footer->defaultButton()->setObjectName(u"next"_s);
     m_back->setObjectName(u"back"_s);
@@ -87,7 +87,7 @@ QWidget *AccountWizard::newKindPage()
 
 void AccountWizard::arrange()
 {
-    auto *title = new QLabel(tr("Set up an account"));
+    auto *title = new QLabel(windowTitle());
     setFontScale(title, scale::dialog, QFont::DemiBold);
     auto *padded = new QWidget;
     auto *pad = new QVBoxLayout(padded);

@@ -1,5 +1,6 @@
 #include "ui/accounts/keeponserver.h"
 
+#include "ui/accounts/accountfields.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 
@@ -12,9 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kUsualDays = 14;
-constexpr int kMostDays = 3650;
 
 QLabel *newHint(const QString &text)
 {
@@ -61,8 +59,8 @@ KeepOnServer::KeepOnServer(QWidget *parent)
     m_goes->setObjectName(u"goes"_s);
     m_days->setObjectName(u"days"_s);
     m_days->setAccessibleName(tr("Days"));
-    m_days->setRange(1, kMostDays);
-    m_days->setValue(kUsualDays);
+    m_days->setRange(1, rowOf(AccountField::DaysOnServer).most);
+    m_days->setValue(rowOf(AccountField::DaysOnServer).proposed);
     m_days->setSuffix(tr(" days"));
     m_days->setEnabled(false);
     m_stays->setChecked(true);

@@ -1,6 +1,7 @@
 #include "ui/accounts/readypage.h"
 
 #include "net/accountmanager.h"
+#include "ui/accounts/accountfields.h"
 #include "ui/accounts/notice.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
@@ -20,7 +21,6 @@ namespace {
 
 constexpr int kFieldWidth = 44; ///< characters
 constexpr std::array kMinutes = {5, 10, 30, 60};
-constexpr int kUsualMinutes = 10;
 
 } // namespace
 
@@ -43,7 +43,7 @@ ReadyPage::ReadyPage(const AccountManager &accounts, QWidget *parent)
     for (const int minutes : kMinutes)
         m_interval->addItem(tr("Every %1 minutes").arg(minutes), minutes);
     m_interval->addItem(tr("Only when I ask for it"), 0);
-    m_interval->setCurrentIndex(m_interval->findData(kUsualMinutes));
+    m_interval->setCurrentIndex(m_interval->findData(rowOf(AccountField::Interval).proposed));
     m_atOnce->setObjectName(u"atOnce"_s);
     m_atOnce->setChecked(true);
     auto *form = new QFormLayout;
