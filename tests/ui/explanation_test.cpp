@@ -35,6 +35,7 @@ private slots:
     void causes();
     void everyFailureIsToldWhole();
     void aServersNameIsOnlyText();
+    void settingsThatHaveWorkedAreNotBlamed();
     void lossFollowsTheKind();
     void noticeIsOneLine();
 };
@@ -116,6 +117,8 @@ void ExplanationTest::everyFailureIsToldWhole()
             QVERIFY2(!sentence.contains(u'%'), qPrintable(sentence));
         }
         QVERIFY(!told.button.isEmpty());
+        QVERIFY2(told.otherAction != told.action, qPrintable(told.button));
+        QCOMPARE(told.otherButton.isEmpty(), told.otherAction == MendAction::Nothing);
         titles.insert(told.what);
     }
     QVERIFY2(titles.size() >= 6, "the reasons are told apart");
@@ -129,6 +132,22 @@ void ExplanationTest::aServersNameIsOnlyText()
         explainTransferError(failure(AccountFetchReason::Unreachable, u"Connection refused"_s), account);
     QVERIFY2(told.whose.contains("%2.example was found"_L1), qPrintable(told.whose));
     QVERIFY2(told.whose.contains("port 995"_L1), qPrintable(told.whose));
+}
+
+void ExplanationTest::settingsThatHaveWorkedAreNotBlamed()
+{
+    for (const char *detail : {"Connection refused", "Host not found"}) {
+        const TransferError error = failure(AccountFetchReason::Unreachable, QString::fromLatin1(detail));
+        const auto fresh = explainTransferError(error, home());
+        const auto told = explainTransferError(error, home(), true);
+        QCOMPARE(told.cause, fresh.cause);
+        QVERIFY2(told.whose.contains("has worked before"_L1), qPrintable(told.whose));
+        QCOMPARE(told.action, MendAction::TryAgain);
+        QCOMPARE(told.otherAction, MendAction::EditAccount);
+        QCOMPARE(told.otherButton, fresh.button);
+    }
+    const TransferError refused = failure(AccountFetchReason::Unexpected, u"-ERR [AUTH] no"_s);
+    QCOMPARE(explainTransferError(refused, home(), true).action, MendAction::EnterPassword);
 }
 
 void ExplanationTest::lossFollowsTheKind()

@@ -82,10 +82,13 @@ private slots:
     void aRowFollowsItsTransfer();
     void stopEndsIt();
     void rowsFollowTheirAccounts();
+    void namesHaveTheRoomThereIs();
     void opensAndHidesByItself();
     void whoOnlyWaitedDoesNotCount();
     void whatTheUserOpenedStays();
     void aFailureExplainsItself();
+    void whatHasWorkedIsTriedAgain_data();
+    void whatHasWorkedIsTriedAgain();
     void theSameAgainIsCounted();
     void successTakesTheCardAway();
     void anAccountThatNeverBeganGetsARow();
@@ -177,6 +180,37 @@ void TransfersTest::rowsFollowTheirAccounts()
     QVERIFY(t.control->row(t.home));
 }
 
+void TransfersTest::namesHaveTheRoomThereIs()
+{
+    Transfers t;
+    t.control->show();
+    t.control->resize(1200, 500);
+    t.fetch(t.home);
+    t.fetch(t.club);
+    const auto rename = [&t](const QString &name) {
+        AccountData data = t.accounts.account(t.club)->data();
+        data.name = name;
+        QVERIFY(t.accounts.update(data));
+    };
+    const auto nameOf = [&t](int account) {
+        const QString name = t.accounts.account(account)->name();
+        for (const ElidedLabel *label : t.control->row(account)->findChildren<ElidedLabel *>())
+            if (label->text() == name)
+                return label;
+        return static_cast<const ElidedLabel *>(nullptr);
+    };
+    rename(u"The mailbox of the editors of the almanac"_s);
+    QVERIFY(nameOf(t.club));
+    QTRY_VERIFY2(!nameOf(t.club)->isElided(), "there is room for it");
+    QTRY_COMPARE(nameOf(t.home)->width(), nameOf(t.club)->width());
+    const int wide = nameOf(t.club)->width();
+    rename(QString(300, u'x'));
+    QTRY_VERIFY2(nameOf(t.club)->isElided(), "the tool tip has the rest");
+    QTRY_VERIFY(nameOf(t.club)->width() > wide && nameOf(t.club)->width() < t.control->width() / 2);
+    t.control->resize(700, 500);
+    QTRY_VERIFY(nameOf(t.club)->width() < 350);
+}
+
 void TransfersTest::opensAndHidesByItself()
 {
     Transfers t;
@@ -233,7 +267,7 @@ void TransfersTest::aFailureExplainsItself()
     QCOMPARE(t.words(t.club, "line"), u"<<<< -ERR [AUTH] Authentication failed."_s);
     QCOMPARE(t.control->row(t.club)->status(), u"The password was refused"_s);
     QSignalSpy mend(t.control.get(), &FetcherControl::mendWanted);
-    for (const char *button : {"mend", "again", "log"})
+    for (const char *button : {"mend", "other", "log"})
         QTest::mouseClick(t.control->card(t.club)->findChild<QPushButton *>(QLatin1StringView(button)),
                           Qt::LeftButton);
     QCOMPARE(mend.size(), 3);
@@ -241,6 +275,53 @@ void TransfersTest::aFailureExplainsItself()
     QCOMPARE(mend[1][0].value<MendAction>(), MendAction::TryAgain);
     QCOMPARE(mend[2][0].value<MendAction>(), MendAction::ShowLog);
     QCOMPARE(mend[0][1].toInt(), t.club);
+}
+
+void TransfersTest::whatHasWorkedIsTriedAgain_data()
+{
+    QTest::addColumn<bool>("workedBefore"); // in an earlier run
+    QTest::addColumn<bool>("worksFirst");
+    QTest::addColumn<bool>("isMoved"); // to another server
+    QTest::addColumn<MendAction>("first");
+    QTest::addColumn<MendAction>("second");
+    QTest::newRow("never worked") << false << false << false << MendAction::EditAccount
+                                  << MendAction::TryAgain;
+    QTest::newRow("worked a moment ago")
+        << false << true << false << MendAction::TryAgain << MendAction::EditAccount;
+    QTest::newRow("worked in an earlier run")
+        << true << false << false << MendAction::TryAgain << MendAction::EditAccount;
+    QTest::newRow("worked with another server")
+        << true << true << true << MendAction::EditAccount << MendAction::TryAgain;
+}
+
+void TransfersTest::whatHasWorkedIsTriedAgain()
+{
+    QFETCH(bool, workedBefore);
+    QFETCH(bool, worksFirst);
+    QFETCH(bool, isMoved);
+    Transfers t;
+    if (workedBefore) {
+        QDir().mkpath(configPathOf(u"Accounts/%1"_s.arg(t.home)));
+        QFile uidls(configPathOf(u"Accounts/%1/UIDLs"_s.arg(t.home)));
+        QVERIFY(uidls.open(QIODevice::WriteOnly));
+        t.control = std::make_unique<FetcherControl>(t.accounts);
+    }
+    if (worksFirst) {
+        t.fetch(t.home).end();
+        QTRY_COMPARE(t.control->running(), 0);
+    }
+    if (isMoved) {
+        AccountData data = t.accounts.account(t.home)->data();
+        data.host = u"mail.example.net"_s;
+        QVERIFY(t.accounts.update(data));
+    }
+    t.fetch(t.home).end(AccountFetchReason::Unreachable, u"Connection refused"_s);
+    QTRY_VERIFY(t.control->card(t.home));
+    QSignalSpy mend(t.control.get(), &FetcherControl::mendWanted);
+    for (const char *button : {"mend", "other"})
+        t.control->card(t.home)->findChild<QPushButton *>(QLatin1StringView(button))->click();
+    QTEST(mend[0][0].value<MendAction>(), "first");
+    QTEST(mend[1][0].value<MendAction>(), "second");
 }
 
 void TransfersTest::theSameAgainIsCounted()

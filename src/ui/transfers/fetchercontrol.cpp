@@ -1,6 +1,7 @@
 #include "ui/transfers/fetchercontrol.h"
 
 #include "config/settings.h"
+#include "net/accountfiles.h"
 #include "net/accountmanager.h"
 #include "ui/look/dialogfooter.h"
 #include "ui/look/emptystate.h"
@@ -15,6 +16,8 @@
 #include "ui/transfers/transfererrorcard.h"
 
 #include <QCheckBox>
+#include <QEvent>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -29,8 +32,23 @@ namespace {
 
 constexpr int kWidth = 118; ///< characters
 constexpr int kHeight = 38;
-constexpr int kAccountWidth = 20;
+constexpr int kAccountWidth = 20; ///< at least
+constexpr int kAccountShare = 40; ///< per cent of the window, at most
 constexpr int kTypeWidth = 20;
+
+/// What makes a server another one.
+QString serverOf(const AccountData &account)
+{
+    return u"%1:%2:%3"_s.arg(account.host.toLower())
+        .arg(account.port)
+        .arg(account.flags & (AccountTls | AccountStartTls));
+}
+
+/// What a fetch that ends well leaves behind.
+bool hasFetchedBefore(const AccountData &account)
+{
+    return QFileInfo::exists(accountFilePath(account.number, u"UIDLs"_s));
+}
 
 QPushButton *headButton(const QString &text, const char *name)
 {
@@ -57,6 +75,10 @@ FetcherControl::FetcherControl(AccountManager &accounts, QWidget *parent)
     setObjectName(u"fetcherControl"_s);
     setWindowTitle(tr("Transfer Status"));
     build();
+    for (const AccountData &account : accounts.all()) {
+        if (hasFetchedBefore(account))
+            m_worked.insert(account.number, serverOf(account));
+    }
     connect(&accounts, &AccountManager::fetchStarted, this, &FetcherControl::started);
     connect(&accounts, &AccountManager::fetchEnded, this,
             [this](Account *account, AccountFetchReason reason) { ended(account, reason); });
@@ -135,8 +157,6 @@ QWidget *FetcherControl::newColumns()
     auto *head = new QWidget;
     m_accountHead = columnHead(tr("Account"));
     m_typeHead = columnHead(tr("Type"));
-    m_accountHead->setFixedWidth(columnWidth(kAccountWidth));
-    m_typeHead->setFixedWidth(columnWidth(kTypeWidth));
     auto *layout = new QHBoxLayout(head);
     layout->setContentsMargins(space::card + iconSize(IconUse::Bar) + space::group, space::between,
                                space::between, space::between);
@@ -213,8 +233,10 @@ void FetcherControl::started(Account *account)
 void FetcherControl::ended(Account *account, AccountFetchReason reason)
 {
     m_running.remove(account->number());
-    if (reason == AccountFetchReason::None)
+    if (reason == AccountFetchReason::None) {
+        m_worked.insert(account->number(), serverOf(account->data()));
         dropCard(account->number());
+    }
     arrange();
     if (m_running.isEmpty() && m_openedItself)
         hide();
@@ -227,9 +249,9 @@ void FetcherControl::failed(const TransferError &error)
         return;
     needRow(*account, tr("Errors"));
     if (TransferErrorCard *known = card(error.account)) {
-        known->setError(error, account->data());
+        known->setError(error, account->data(), hasWorked(account->data()));
     } else {
-        auto *fresh = new TransferErrorCard(error, account->data());
+        auto *fresh = new TransferErrorCard(error, account->data(), hasWorked(account->data()));
         m_cards.push_back(fresh);
         m_attention->addWidget(fresh);
         connect(fresh, &TransferErrorCard::mendWanted, this, &FetcherControl::mendWanted);
@@ -244,11 +266,11 @@ FetcherStatus *FetcherControl::needRow(Account &account, const QString &title)
     if (FetcherStatus *known = row(account.number()))
         return known;
     auto *fresh = new FetcherStatus(account, title);
-    fresh->setColumns(columnWidth(kAccountWidth), columnWidth(kTypeWidth));
     m_rows.push_back(fresh);
     m_list->addWidget(new HairLine(Qt::Horizontal, m_panel));
     m_list->addWidget(fresh);
     connect(fresh, &FetcherStatus::gone, this, [this, fresh] { dropRow(fresh); });
+    connect(fresh, &FetcherStatus::nameWidthChanged, this, &FetcherControl::fitColumns);
     return fresh;
 }
 
@@ -295,8 +317,43 @@ void FetcherControl::arrange()
     m_attentionPart->setVisible(!m_cards.empty());
     m_empty->setVisible(m_rows.empty() && m_cards.empty());
     m_stopAll->setEnabled(!m_running.isEmpty());
+    fitColumns();
     for (std::size_t i = 0; i < m_cards.size(); ++i)
         m_cards[i]->setFirst(i == 0);
+}
+
+bool FetcherControl::hasWorked(const AccountData &account) const
+{
+    return m_worked.value(account.number) == serverOf(account);
+}
+
+/// The column of names is as wide as the longest of them, within its share of the window.
+void FetcherControl::fitColumns()
+{
+    const int least = columnWidth(kAccountWidth);
+    int wanted = least;
+    for (const FetcherStatus *row : m_rows)
+        wanted = std::max(wanted, row->nameWidth());
+    const int account = std::min(wanted, std::max(least, width() * kAccountShare / 100));
+    const int type = columnWidth(kTypeWidth);
+    m_accountHead->setFixedWidth(account);
+    m_typeHead->setFixedWidth(type);
+    for (FetcherStatus *row : m_rows)
+        row->setColumns(account, type);
+}
+
+void FetcherControl::resizeEvent(QResizeEvent *event)
+{
+    QDialog::resizeEvent(event);
+    fitColumns();
+}
+
+/// The rows get the new font after the window.
+void FetcherControl::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange)
+        QMetaObject::invokeMethod(this, &FetcherControl::fitColumns, Qt::QueuedConnection);
+    QDialog::changeEvent(event);
 }
 
 /// However it was hidden: the next time it opens by itself, it may close by itself.

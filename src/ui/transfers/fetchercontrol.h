@@ -4,12 +4,14 @@
 #include "ui/transfers/transferexplanation.h"
 
 #include <QDialog>
+#include <QHash>
 #include <QSet>
 
 #include <vector>
 
 class Account;
 class AccountManager;
+struct AccountData;
 class EmptyState;
 class FetcherErrorList;
 class FetcherStatus;
@@ -40,6 +42,9 @@ public:
     FetcherStatus *row(int account) const;      ///< null when it has none
     TransferErrorCard *card(int account) const; ///< likewise
 
+    /// Whether a fetch of the account has ended well, in this run or before it, with the server that it has.
+    bool hasWorked(const AccountData &account) const;
+
     /// The list of errors; null before it was shown first.
     FetcherErrorList *errorList() const { return m_errorList; }
 
@@ -53,6 +58,8 @@ public slots:
 
 protected:
     void hideEvent(QHideEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     void build();
@@ -67,6 +74,7 @@ private:
     void dropCard(int account);
     void pause(int account);
     void arrange();
+    void fitColumns();
 
     AccountManager &m_accounts;
     std::vector<FetcherStatus *> m_rows;
@@ -81,6 +89,7 @@ private:
     QPushButton *m_stopAll = nullptr;
     QCheckBox *m_openItself = nullptr;
     FetcherErrorList *m_errorList = nullptr;
-    QSet<int> m_running; ///< numbers of the accounts that fetch
+    QSet<int> m_running;          ///< numbers of the accounts that fetch
+    QHash<int, QString> m_worked; ///< by account: the server that it fetched from
     bool m_openedItself = false;
 };

@@ -37,7 +37,7 @@ FetcherStatus::FetcherStatus(Account &account, const QString &title, QWidget *pa
     , m_account(&account)
     , m_title(title)
     , m_sign(new SignLabel(accountIcon(account.kind())))
-    , m_name(new ElidedLabel(account.name()))
+    , m_name(new ElidedLabel)
     , m_type(new ElidedLabel)
     , m_status(new ElidedLabel)
     , m_amount(new ElidedLabel)
@@ -109,6 +109,11 @@ QString FetcherStatus::title() const
     return m_type->text();
 }
 
+int FetcherStatus::nameWidth() const
+{
+    return m_name->sizeHint().width();
+}
+
 void FetcherStatus::setColumns(int account, int type)
 {
     m_name->setFixedWidth(account);
@@ -135,10 +140,14 @@ void FetcherStatus::slotAccountUpdated(Account *account)
 {
     if (account != m_account)
         return;
-    m_name->setText(account->name());
+    const QString name = harmlessLine(account->name());
+    if (name != m_name->text()) {
+        m_name->setText(name);
+        emit nameWidthChanged();
+    }
     m_type->setText(m_title.isEmpty() ? accountKindText(account->kind()) : m_title);
-    m_stop->setAccessibleName(tr("Stop %1").arg(account->name()));
-    setAccessibleName(account->name());
+    m_stop->setAccessibleName(tr("Stop %1").arg(name));
+    setAccessibleName(name);
 }
 
 void FetcherStatus::started()

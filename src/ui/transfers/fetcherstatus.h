@@ -29,10 +29,15 @@ public:
     QString status() const;
     QString title() const;
 
+    /// The width in which the account's name is shown whole.
+    int nameWidth() const;
+
     /// Widths of the first two columns, the same for all rows.
     void setColumns(int account, int type);
 
 signals:
+    void nameWidthChanged();
+
     /// The account does not exist any more: the row is to go.
     void gone();
 

@@ -49,7 +49,8 @@ QString timesText(int times)
 
 } // namespace
 
-TransferErrorCard::TransferErrorCard(const TransferError &error, const AccountData &account, QWidget *parent)
+TransferErrorCard::TransferErrorCard(const TransferError &error, const AccountData &account, bool hasWorked,
+                                     QWidget *parent)
     : Panel(Role::ErrorBar, parent)
     , m_account(error.account)
     , m_title(newLabel("title"))
@@ -58,16 +59,15 @@ TransferErrorCard::TransferErrorCard(const TransferError &error, const AccountDa
     , m_protocol(new Panel(Role::Base))
     , m_line(newLabel("line"))
     , m_mend(newButton("mend", ButtonKind::Plain))
-    , m_again(newButton("again", ButtonKind::Plain))
+    , m_other(newButton("other", ButtonKind::Plain))
     , m_log(newButton("log", ButtonKind::Ghost))
     , m_pause(newButton("pause", ButtonKind::Ghost))
 {
     setObjectName(u"card"_s + QString::number(m_account));
     build();
-    setError(error, account);
+    setError(error, account, hasWorked);
     connect(m_mend, &QPushButton::clicked, this, [this] { emit mendWanted(m_told.action, m_account); });
-    connect(m_again, &QPushButton::clicked, this,
-            [this] { emit mendWanted(MendAction::TryAgain, m_account); });
+    connect(m_other, &QPushButton::clicked, this, [this] { emit mendWanted(m_told.otherAction, m_account); });
     connect(m_log, &QPushButton::clicked, this, [this] { emit mendWanted(MendAction::ShowLog, m_account); });
     connect(m_pause, &QPushButton::clicked, this, [this] { emit pauseWanted(m_account); });
 }
@@ -84,13 +84,12 @@ void TransferErrorCard::build()
     auto *line = new QHBoxLayout(m_protocol);
     line->setContentsMargins(space::between, space::inner, space::between, space::inner);
     line->addWidget(m_line);
-    m_again->setText(tr("Try again"));
     m_log->setText(tr("Show log"));
     m_pause->setText(tr("Pause this account"));
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(space::between);
     buttons->addWidget(m_mend);
-    buttons->addWidget(m_again);
+    buttons->addWidget(m_other);
     buttons->addWidget(m_log);
     buttons->addStretch(1);
     buttons->addWidget(m_pause);
@@ -108,9 +107,9 @@ void TransferErrorCard::build()
     grid->setColumnStretch(1, 1);
 }
 
-void TransferErrorCard::setError(const TransferError &error, const AccountData &account)
+void TransferErrorCard::setError(const TransferError &error, const AccountData &account, bool hasWorked)
 {
-    const TransferExplanation told = explainTransferError(error, account);
+    const TransferExplanation told = explainTransferError(error, account, hasWorked);
     m_times = told.cause == m_told.cause ? m_times + 1 : 1;
     m_told = told;
     say(error, account, told);
@@ -131,7 +130,8 @@ void TransferErrorCard::say(const TransferError &error, const AccountData &accou
     m_protocol->setVisible(!line.isEmpty());
     m_mend->setText(told.button);
     m_mend->setVisible(told.action != MendAction::Nothing);
-    m_again->setVisible(told.action != MendAction::TryAgain);
+    m_other->setText(told.otherButton);
+    m_other->setVisible(told.otherAction != MendAction::Nothing);
     m_log->setVisible(told.action != MendAction::ShowLog);
     m_pause->setVisible(account.isIncoming() && !account.has(AccountLeftOut));
 }

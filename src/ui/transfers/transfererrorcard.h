@@ -13,12 +13,14 @@ class TransferErrorCard : public Panel
     Q_OBJECT
 
 public:
-    TransferErrorCard(const TransferError &error, const AccountData &account, QWidget *parent = nullptr);
+    /// @p hasWorked: as of explainTransferError().
+    TransferErrorCard(const TransferError &error, const AccountData &account, bool hasWorked,
+                      QWidget *parent = nullptr);
 
     int account() const { return m_account; }
 
     /// The next failure of the same account: the same one again is counted.
-    void setError(const TransferError &error, const AccountData &account);
+    void setError(const TransferError &error, const AccountData &account, bool hasWorked);
 
     /// Of several cards only the first has the accent on its button.
     void setFirst(bool first);
@@ -40,7 +42,7 @@ private:
     Panel *m_protocol;
     QLabel *m_line;
     QPushButton *m_mend;
-    QPushButton *m_again;
+    QPushButton *m_other;
     QPushButton *m_log;
     QPushButton *m_pause;
 };

@@ -237,6 +237,37 @@ static_assert([] {
     return true;
 }());
 
+/// Where the account has worked before, what is else put down to its settings lies elsewhere.
+constexpr std::array kPassingCauses = {
+    CauseRow{HostNotFound, WORDS("the server was not found"),
+             WORDS("No server is called %1 at the moment. The account has worked before, so most likely this "
+                   "computer has no network, or the service that looks up names is down."),
+             WORDS("Check the network, then try again."), MendAction::TryAgain},
+    CauseRow{Refused, WORDS("the server takes no connection"),
+             WORDS("%1 was found, but nothing answers on port %2. The account has worked before, so most "
+                   "likely the service is down for a while."),
+             WORDS("Try again later; if it lasts, ask the provider whether its servers have changed."),
+             MendAction::TryAgain},
+};
+
+const CauseRow &rowOf(TransferCause cause, bool hasWorked)
+{
+    const auto passing = std::find_if(kPassingCauses.begin(), kPassingCauses.end(),
+                                      [cause](const CauseRow &row) { return row.cause == cause; });
+    return hasWorked && passing != kPassingCauses.end() ? *passing : kCauses[std::size_t(cause)];
+}
+
+/// What a second button offers: another try, or where that comes first, what would else have come first.
+MendAction otherActionOf(const CauseRow &row)
+{
+    if (row.action == MendAction::Nothing)
+        return MendAction::Nothing;
+    if (row.action != MendAction::TryAgain)
+        return MendAction::TryAgain;
+    const MendAction usual = kCauses[std::size_t(row.cause)].action;
+    return usual == MendAction::TryAgain ? MendAction::Nothing : usual;
+}
+
 struct ActionRow
 {
     MendAction action;
@@ -311,9 +342,10 @@ TransferCause causeOf(const TransferError &error)
     return cause == None ? byReason(error.reason, error.detail) : cause;
 }
 
-TransferExplanation explainTransferError(const TransferError &error, const AccountData &account)
+TransferExplanation explainTransferError(const TransferError &error, const AccountData &account,
+                                         bool hasWorked)
 {
-    const CauseRow &row = kCauses[std::size_t(causeOf(error))];
+    const CauseRow &row = rowOf(causeOf(error), hasWorked);
     TransferExplanation explanation;
     explanation.cause = row.cause;
     explanation.what = filled(row.what, account);
@@ -322,6 +354,8 @@ TransferExplanation explainTransferError(const TransferError &error, const Accou
     explanation.advice = filled(row.advice, account);
     explanation.action = row.action;
     explanation.button = words(kActions[std::size_t(row.action)].button);
+    explanation.otherAction = otherActionOf(row);
+    explanation.otherButton = words(kActions[std::size_t(explanation.otherAction)].button);
     return explanation;
 }
 

@@ -54,7 +54,9 @@ struct TransferExplanation
     QString lost;   ///< one sentence; what was lost, which is nothing
     QString advice; ///< one sentence, what to do
     MendAction action = MendAction::Nothing;
-    QString button; ///< the text of the button for it
+    QString button;                               ///< the text of the button for it
+    MendAction otherAction = MendAction::Nothing; ///< for a second button
+    QString otherButton;
 };
 
 /// Whether @p detail is a reply of a server ("-ERR ...", "535 ...", "NO ..."), not a text of ours.
@@ -63,7 +65,9 @@ bool isServerReply(const QString &detail);
 TransferCause causeOf(const TransferError &error);
 
 /// Pure: the same for the same error and account. What the server says is never taken for more than text.
-TransferExplanation explainTransferError(const TransferError &error, const AccountData &account);
+/// @p hasWorked: a fetch has ended well with the account as it is, so its settings are not the first suspect.
+TransferExplanation explainTransferError(const TransferError &error, const AccountData &account,
+                                         bool hasWorked = false);
 
 /// One line for bars and status lines: "Home: the password was refused".
 QString transferNotice(const TransferError &error, const AccountData &account);
