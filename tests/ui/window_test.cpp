@@ -70,6 +70,8 @@ private slots:
         buttons.sort();
         QCOMPARE(buttons, QStringList({u"&No"_s, u"&Yes"_s}));
         program.answer(u"No"_s);
+        const auto *first = program.window->findChild<QAbstractButton *>(u"welcomeAccount"_s);
+        QTRY_COMPARE(QApplication::focusWidget(), first);
         AccountData batch;
         batch.name = u"Batch"_s;
         batch.kind = AccountKind::BatchFile;

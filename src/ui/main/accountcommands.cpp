@@ -28,9 +28,15 @@ AccountCommands::AccountCommands(Engine &engine, MessageBoxes &boxes, QWidget *w
     connect(&accounts().errors(), &TransferErrors::added, this, &AccountCommands::tellFailure);
     connect(&m_engine.delivery(), &Delivery::newMail, this, [this](const std::vector<NewMail> &mail) {
         for (const NewMail &each : mail)
-            m_arrived += int(each.articles.size());
+            m_outcome.arrived += int(each.articles.size());
     });
-    connect(&accounts(), &AccountManager::fetchEnded, this, &AccountCommands::lookWhetherMended);
+    connect(&accounts(), &AccountManager::fetchEnded, this, &AccountCommands::fetchEnded);
+    connect(&accounts(), &AccountManager::accountDeleted, this,
+            [this](const Account *account) { emit troubleEnded(account->number()); });
+    connect(&accounts(), &AccountManager::accountUpdated, this, [this](const Account *account) {
+        if (account->data().has(AccountLeftOut))
+            emit troubleEnded(account->number());
+    });
     connect(&m_engine.transfers(), &Transfers::changed, this, &AccountCommands::follow);
     connect(m_transfers, &FetcherControl::mendWanted, this, &AccountCommands::mend);
     connect(m_transfers, &FetcherControl::getAllWanted, this, &AccountCommands::getAllMail);
@@ -105,9 +111,14 @@ bool AccountCommands::canDeleteOnServer(const Overview &message) const
 }
 
 /// What was said of a failure goes when the account has come through.
-void AccountCommands::lookWhetherMended(Account *account, AccountFetchReason reason)
+void AccountCommands::fetchEnded(Account *account, AccountFetchReason reason)
 {
-    if (reason == AccountFetchReason::None && account == m_failedAccount) {
+    m_outcome.isAsked = m_asked.remove(account->number()) || m_outcome.isAsked;
+    m_outcome.isStopped = m_outcome.isStopped || reason == AccountFetchReason::Stopped;
+    if (reason != AccountFetchReason::None)
+        return;
+    emit troubleEnded(account->number());
+    if (account == m_failedAccount) {
         m_failedAccount = nullptr;
         emit mended();
     }
@@ -123,8 +134,8 @@ void AccountCommands::follow()
     const TransferProgress now = m_engine.transfers().progress();
     const bool wasTransferring = std::exchange(m_isTransferring, now.accounts > 0);
     if (m_isTransferring && !wasTransferring) {
-        m_arrived = 0;
-        m_failed = false;
+        if (!std::exchange(m_owesOutcome, true))
+            m_outcome = {};
         emit transfersBegan();
     }
     if (m_isTransferring) {
@@ -139,33 +150,40 @@ void AccountCommands::follow()
     if (!wasTransferring)
         return;
     emit transfersEnded();
-    tellOutcome();
+    // that it has ended is heard before why
+    QMetaObject::invokeMethod(this, &AccountCommands::tellOutcome, Qt::QueuedConnection);
 }
 
 /// What came last in a session may wait for more to be announced with.
 void AccountCommands::tellOutcome()
 {
+    if (m_isTransferring)
+        return; // the next ones have begun already: their end tells of all
     m_engine.delivery().announce();
-    const bool wasAsked = !m_asked.isEmpty();
-    m_asked.clear();
-    if (m_arrived > 0)
-        emit settled(m_arrived == 1 ? tr("1 new message")
-                                    : tr("%1 new messages").arg(QLocale().toString(m_arrived)));
-    else if (wasAsked && !m_failed)
+    m_owesOutcome = false;
+    const Outcome &outcome = m_outcome;
+    const QString arrived = outcome.arrived == 1
+                                ? tr("1 new message")
+                                : tr("%1 new messages").arg(QLocale().toString(outcome.arrived));
+    if (outcome.isStopped)
+        emit settled(outcome.arrived > 0 ? tr("Stopped, %1").arg(arrived) : tr("Stopped"));
+    else if (outcome.arrived > 0)
+        emit settled(arrived);
+    else if (outcome.isAsked && !outcome.hasFailed)
         emit settled(tr("No new mail"));
 }
 
 void AccountCommands::tellFailure(const TransferError &error)
 {
-    m_failed = true;
+    m_outcome.hasFailed = true;
     Account *account = accounts().account(error.account);
     const AccountData data = account ? account->data() : AccountData();
     const QString text = transferNotice(error, data);
-    emit noticed(text);
+    emit noticed(error, text);
     if (!account || !m_asked.contains(error.account))
         return;
     m_failedAccount = account;
-    const TransferExplanation words = explainTransferError(error, data);
+    const TransferExplanation words = explainTransferError(error, data, m_transfers->hasWorked(data));
     emit failed(text, words.button,
                 [this, action = words.action, number = error.account] { mend(action, number); });
 }

@@ -69,7 +69,7 @@ signals:
     /// Somebody wants mail and the program works offline.
     void onlineWanted();
 
-    /// What the user asked for has ended, in words for the status line: "3 new messages".
+    /// What the user asked for has ended, in words for the status line: "3 new messages", "Stopped".
     void settled(const QString &text);
 
     /// It has failed; @p mend is what a button @p button does, where it is not empty.
@@ -78,8 +78,11 @@ signals:
     /// The account that failed() told of last has come through since.
     void mended();
 
-    /// A failure, for the list of notices.
-    void noticed(const QString &text);
+    /// A failure, in one line for the list of notices.
+    void noticed(const TransferError &error, const QString &text);
+
+    /// What was noticed of that account holds no more: it has come through, is paused or is gone.
+    void troubleEnded(int account);
 
 private:
     AccountManager &accounts() const;
@@ -88,7 +91,7 @@ private:
     void mend(MendAction action, int account);
     void tellFailure(const TransferError &error);
     void follow();
-    void lookWhetherMended(Account *account, AccountFetchReason reason);
+    void fetchEnded(Account *account, AccountFetchReason reason);
     void tellOutcome();
 
     Engine &m_engine;
@@ -103,7 +106,16 @@ private:
     QPointer<AccountsDialog> m_dialog;
     QPointer<Account> m_failedAccount; ///< failed() told of it last
     QSet<int> m_asked;                 ///< accounts whose mail the user wanted and waits for
-    int m_arrived = 0;                 ///< new messages since the transfers under way began
-    bool m_failed = false;
     bool m_isTransferring = false;
+
+    /// What has come of the transfers since they began, until it is told.
+    struct Outcome
+    {
+        int arrived = 0; ///< new messages
+        bool isAsked = false;
+        bool hasFailed = false;
+        bool isStopped = false; ///< by the user, one of them at least
+    };
+    Outcome m_outcome;
+    bool m_owesOutcome = false; ///< it is not told yet
 };

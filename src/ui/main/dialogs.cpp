@@ -1,9 +1,12 @@
 #include "ui/main/dialogs.h"
 
+#include "message/useragent.h"
 #include "ui/look/dialogfooter.h"
 #include "ui/look/metrics.h"
+#include "ui/look/recolour.h"
 #include "ui/look/smalldialog.h"
 
+#include <QApplication>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -17,6 +20,7 @@ namespace {
 
 constexpr int kListWidth = 56; ///< characters
 constexpr int kListRows = 12;  //
+constexpr int kSignRows = 3;   ///< lines of text that the program's sign is high
 
 QListWidget *newList(const QString &name)
 {
@@ -59,6 +63,36 @@ QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void
                      [field, done = std::move(done)] { done(field->text().trimmed()); });
     dialog->open();
     field->setFocus();
+    return dialog;
+}
+
+QDialog *showAbout(QWidget *parent)
+{
+    const auto tr = [](const char *text) { return QCoreApplication::translate("About", text); };
+    auto *dialog = new SmallDialog(parent, u"Velmar "_s + QString::fromLatin1(versionText()), tr("Close"));
+    dialog->setObjectName(u"about"_s);
+    dialog->footer()->cancelButton()->hide();
+    auto *sign = new QLabel;
+    sign->setPixmap(QApplication::windowIcon().pixmap(kSignRows * textHeight()));
+    auto *words =
+        new QLabel(tr(QT_TRANSLATE_NOOP("About", "Mail, news and feeds in plain files on this computer.")));
+    words->setMinimumWidth(columnWidth(kListWidth));
+    auto *agent = new QLabel(QString::fromLatin1(userAgent()));
+    agent->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTextRole(agent, Role::Text2);
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(space::between);
+    texts->addWidget(words);
+    texts->addWidget(agent);
+    texts->addStretch(1);
+    auto *line = new QHBoxLayout;
+    line->setSpacing(space::card);
+    line->addWidget(sign, 0, Qt::AlignTop);
+    line->addLayout(texts, 1);
+    sign->setVisible(!sign->pixmap().isNull());
+    dialog->contents()->addLayout(line);
+    dialog->open();
+    dialog->footer()->defaultButton()->setFocus();
     return dialog;
 }
 

@@ -23,6 +23,9 @@ struct NameRequest
 };
 QDialog *askName(QWidget *parent, const NameRequest &request, std::function<void(const QString &)> done);
 
+/// Which program this is.
+QDialog *showAbout(QWidget *parent);
+
 /// A list of texts to choose one from.
 QDialog *askChoice(QWidget *parent, const QString &title, const QString &verb, const QStringList &choices,
                    std::function<void(int)> done);

@@ -44,7 +44,7 @@ void MainWindow::connectActions()
     on(Act::PreviousPane, [this] { m_panes->focusNext(-1); });
     on(Act::Palette, [this] { m_palette->open(); });
     on(Act::Keys, [this] { showKeyHelp(m_registry); });
-    on(Act::About, [this] { showAbout(); });
+    on(Act::About, [this] { showAbout(this); });
     on(Act::CloseWindow, [this] { close(); });
     on(Act::Quit, [] { QApplication::closeAllWindows(); });
 }

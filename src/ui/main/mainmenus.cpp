@@ -1,6 +1,5 @@
 #include "config/settings.h"
 #include "engine/engine.h"
-#include "message/useragent.h"
 #include "ui/actions/commandpalette.h"
 #include "ui/list/messagelist.h"
 #include "ui/look/icons.h"
@@ -290,15 +289,4 @@ void MainWindow::messageMenu(const QPoint &position)
     menu->addSeparator();
     menu->addAction(m_actions[Act::Delete]);
     menu->popup(position);
-}
-
-void MainWindow::showAbout()
-{
-    m_boxes->ask({tr("Velmar %1").arg(QString::fromLatin1(versionText())),
-                  tr("Mail, news and feeds in plain files on this computer.\n%1")
-                      .arg(QString::fromLatin1(userAgent())),
-                  {tr("OK")},
-                  false,
-                  ReportLevel::Information},
-                 this, [](int) {});
 }

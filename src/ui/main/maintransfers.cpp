@@ -42,7 +42,10 @@ void MainWindow::connectTransfers()
     });
     connect(m_accountCommands, &AccountCommands::settled, m_status, &StatusLine::announce);
     connect(m_accountCommands, &AccountCommands::noticed, this,
-            [this](const QString &text) { m_notices.add(ReportLevel::Warning, text); });
+            [this](const TransferError &error, const QString &text) {
+                m_notices.addTrouble(error.account, text, error.text);
+            });
+    connect(m_accountCommands, &AccountCommands::troubleEnded, &m_notices, &Notices::endTrouble);
     connect(m_accountCommands, &AccountCommands::failed, this,
             [this](const QString &text, const QString &button, const std::function<void()> &mend) {
                 m_failureBar = &viewer().pane()->bar();

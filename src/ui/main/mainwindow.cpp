@@ -244,7 +244,7 @@ void MainWindow::restore()
     updateWelcome();
     updateActions();
     refresh();
-    m_viewers->lists()->setFocus();
+    focusFirst();
 }
 
 void MainWindow::remember()
@@ -515,8 +515,13 @@ void MainWindow::updateWelcome()
     if (welcomes == m_panes->showsWelcome())
         return;
     m_panes->showWelcome(welcomes);
-    if (!welcomes)
-        m_viewers->lists()->setFocus(); // now there is something to read
+    focusFirst();
+}
+
+/// Where work begins: in the list, or with the first card of the welcome.
+void MainWindow::focusFirst()
+{
+    (m_panes->showsWelcome() ? static_cast<QWidget *>(m_welcome) : m_viewers->lists())->setFocus();
 }
 
 void MainWindow::taskEnded(Task *task)

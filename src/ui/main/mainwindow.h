@@ -117,6 +117,7 @@ private:
     void updateStatus();
     void updateTags();
     void updateWelcome();
+    void focusFirst();
     void readOn();
     void goToUnread(bool inNewThread);
     void goToFirstUnread(int group);
@@ -137,7 +138,6 @@ private:
     void showOnline();
     void setArrangement(PaneLayout layout);
     void setReading(bool shown);
-    void showAbout();
 
     Engine &m_engine;
     Looks &m_looks;
