@@ -6,6 +6,7 @@
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -297,6 +298,37 @@ private slots:
         QCOMPARE(list.header()->logicalIndex(0), int(MessageColumn::State));
         list.setGroup(&box.inbox(), view);
         QCOMPARE(list.header()->logicalIndex(0), int(MessageColumn::Date));
+    }
+
+    void columnsMoveWithoutAMouse()
+    {
+        Box box;
+        MessageList list;
+        list.resize(1200, 400);
+        list.show();
+        list.setGroup(&box.inbox(), {});
+        list.showColumnsMenu();
+        const auto moves = [&list](const QString &title) {
+            for (const QMenu *menu : list.findChildren<QMenu *>()) {
+                if (menu->title() == title)
+                    return menu->actions();
+            }
+            return QList<QAction *>();
+        };
+        const QList<QAction *> before = moves(u"Move towards the beginning"_s);
+        QVERIFY(before.size() > 3);
+        QVERIFY(!before.first()->isEnabled());
+        QVERIFY(!moves(u"Move towards the end"_s).last()->isEnabled());
+        const auto lastShown = [&list] {
+            int place = kMessageColumnCount - 1;
+            while (list.isColumnHidden(list.header()->logicalIndex(place)))
+                --place;
+            return list.header()->logicalIndex(place);
+        };
+        const int last = lastShown();
+        before.last()->trigger();
+        QVERIFY(lastShown() != last);
+        QCOMPARE(list.view().order[std::size_t(list.header()->visualIndex(last))], last);
     }
 
     void threadsSortByTheirSize()

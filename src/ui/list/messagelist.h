@@ -98,6 +98,7 @@ private:
     void rememberOrder();
     int defaultWidth(MessageColumn column) const;
     void columnsMenu(const QPoint &position);
+    QMenu *moveMenu(const QString &title, int by, QWidget *parent);
     Qt::SortOrder orderOfClick(int column) const;
     void showSortIndicator();
     void rememberTop();

@@ -152,6 +152,8 @@ void MessageList::columnsMenu(const QPoint &position)
     }
     menu->addSeparator();
     menu->addMenu(sorts);
+    menu->addMenu(moveMenu(tr("Move towards the beginning"), -1, menu));
+    menu->addMenu(moveMenu(tr("Move towards the end"), 1, menu));
     QAction *headings = menu->addAction(tr("Date headings"));
     headings->setCheckable(true);
     headings->setChecked(m_view.sort.headings);
@@ -163,6 +165,28 @@ void MessageList::columnsMenu(const QPoint &position)
     menu->addSeparator();
     connect(menu->addAction(tr("Reset columns")), &QAction::triggered, this, &MessageList::resetColumns);
     menu->popup(position);
+}
+
+/// What dragging a heading does, for the keyboard: by one column that is shown.
+QMenu *MessageList::moveMenu(const QString &title, int by, QWidget *parent)
+{
+    auto *menu = new QMenu(title, parent);
+    QList<int> shown;
+    for (int i = 0; i < kMessageColumnCount; ++i) {
+        if (!isColumnHidden(header()->logicalIndex(i)))
+            shown.append(header()->logicalIndex(i));
+    }
+    for (const int column : shown) {
+        const qsizetype target = shown.indexOf(column) + by;
+        QAction *move =
+            menu->addAction(m_model.headerData(column, Qt::Horizontal, Qt::AccessibleTextRole).toString());
+        move->setEnabled(target >= 0 && target < shown.size());
+        connect(move, &QAction::triggered, this, [this, column, other = shown.value(target)] {
+            header()->moveSection(header()->visualIndex(column), header()->visualIndex(other));
+        });
+    }
+    menu->setEnabled(!header()->isHidden());
+    return menu;
 }
 
 /// As a click on the header does: the order that the column has at first, the other way when it is sorted by
