@@ -64,7 +64,7 @@ struct NewAccount
 {
     AccountData data;
     AccountOptions options;
-    QString problem; ///< of the usage; empty when there is none
+    QStringList problems; ///< of the usage
 };
 
 /// What is said of the connection.
@@ -72,8 +72,8 @@ void takeConnection(NewAccount &account, const Arguments &arguments)
 {
     const TlsRow *tls = tlsOf(arguments.value("--tls"));
     if (!tls) {
-        account.problem = u"--tls is none, starttls or tls"_s;
-        return;
+        account.problems += u"--tls is none, starttls or tls"_s;
+        tls = &kDefaultTls;
     }
     account.data.flags |= tls->flags;
     account.data.port = tls->popPort;
@@ -81,19 +81,19 @@ void takeConnection(NewAccount &account, const Arguments &arguments)
         const QString port = arguments.value("--port");
         account.data.port = Session::isNumber(port) ? port.toInt() : 0;
         if (account.data.port < 1 || account.data.port > kMostPort)
-            account.problem = u"--port is a number from 1 to %1"_s.arg(kMostPort);
+            account.problems += u"--port is a number from 1 to %1"_s.arg(kMostPort);
     }
     if (arguments.has("--ca-file")) {
         account.options.caFile = QDir::current().absoluteFilePath(arguments.value("--ca-file"));
         if (!QFileInfo(account.options.caFile).isReadable())
-            account.problem = u"--ca-file '%1' cannot be read"_s.arg(arguments.value("--ca-file"));
+            account.problems += u"--ca-file '%1' cannot be read"_s.arg(arguments.value("--ca-file"));
     }
     if (arguments.has("--fingerprint")) {
         CertificateInfo certificate;
         certificate.sha256 = fingerprintOf(arguments.value("--fingerprint"));
         account.options.accept(certificate);
         if (certificate.sha256.isEmpty())
-            account.problem = u"--fingerprint is a SHA-256, 64 hexadecimal digits"_s;
+            account.problems += u"--fingerprint is a SHA-256, 64 hexadecimal digits"_s;
     }
 }
 
@@ -101,10 +101,8 @@ void takeServer(NewAccount &account, const Arguments &arguments)
 {
     AccountData &data = account.data;
     data.user = arguments.value("--user");
-    if (data.user.isEmpty()) {
-        account.problem = u"an account of this kind wants --user"_s;
-        return;
-    }
+    if (data.user.isEmpty())
+        account.problems += u"an account of this kind wants --user"_s;
     if (data.user.contains(u'@'))
         data.address = data.user;
     data.set(AccountApop, arguments.has("--apop"));
@@ -119,7 +117,7 @@ void takeBatchFile(NewAccount &account, const Arguments &arguments)
     for (const char *option : {"--port", "--user", "--password-file", "--tls", "--ca-file", "--apop",
                                "--leave-on-server", "--fingerprint"}) {
         if (arguments.has(option))
-            account.problem = u"a batch file takes no %1"_s.arg(QLatin1String(option));
+            account.problems += u"a batch file takes no %1"_s.arg(QLatin1String(option));
     }
 }
 
@@ -131,13 +129,15 @@ NewAccount newAccount(const Arguments &arguments)
     data.host = arguments.value("--host");
     data.kind = accountKindOf(arguments.value("--kind"));
     data.fetchInterval = kDefaultInterval;
-    if (data.kind == AccountKind::None)
-        account.problem = u"--kind '%1' is not known"_s.arg(arguments.value("--kind"));
-    else if (data.name.trimmed().isEmpty() || data.host.isEmpty())
-        account.problem = u"account add wants --kind, --name and --host"_s;
-    else if (data.kind == AccountKind::BatchFile)
+    const bool hasKind = arguments.has("--kind");
+    account.problems = arguments.problems();
+    if (hasKind && data.kind == AccountKind::None)
+        account.problems += u"--kind '%1' is not known"_s.arg(arguments.value("--kind"));
+    if (!hasKind || data.name.trimmed().isEmpty() || data.host.isEmpty())
+        account.problems += u"account add wants --kind, --name and --host"_s;
+    if (data.kind == AccountKind::BatchFile)
         takeBatchFile(account, arguments);
-    else
+    else if (data.kind != AccountKind::None)
         takeServer(account, arguments);
     return account;
 }
@@ -171,8 +171,8 @@ bool enter(Session &session, const NewAccount &account, int &number)
 ExitStatus addAccount(Session &session, const Arguments &arguments)
 {
     NewAccount account = newAccount(arguments);
-    if (!account.problem.isEmpty())
-        return wrongUsage(session, account.problem);
+    if (!account.problems.isEmpty())
+        return wrongUsage(session, account.problems);
     if (account.data.kind != AccountKind::BatchFile && account.data.kind != AccountKind::Pop3) {
         session.output().complain(u"Accounts of kind '%1' cannot be set up yet; pop3 and batch can"_s.arg(
             arguments.value("--kind")));
@@ -181,7 +181,7 @@ ExitStatus addAccount(Session &session, const Arguments &arguments)
     if (arguments.has("--password-file") &&
         !readPasswordFile(session.output(), arguments.value("--password-file"), account.data.password))
         return ExitStatus::Failed;
-    if (!session.open(Session::Purpose::Write))
+    if (!session.open(Session::Purpose::Write) || !session.hasAccounts())
         return ExitStatus::Failed;
     const AccountFault fault = session.engine().accounts().faultOf(account.data);
     if (fault == AccountFault::Separator)
@@ -200,7 +200,7 @@ ExitStatus addAccount(Session &session, const Arguments &arguments)
 
 ExitStatus listAccounts(Session &session)
 {
-    if (!session.open(Session::Purpose::Read))
+    if (!session.open(Session::Purpose::Read) || !session.hasAccounts())
         return ExitStatus::Failed;
     for (const AccountData &account : session.engine().accounts().all())
         session.output().row(describeAccount(account));
@@ -230,7 +230,7 @@ void forgetPassword(Session &session, const AccountData &account)
 
 ExitStatus removeAccount(Session &session, const QString &name)
 {
-    if (!session.open(Session::Purpose::Write))
+    if (!session.open(Session::Purpose::Write) || !session.hasAccounts())
         return ExitStatus::Failed;
     AccountManager &accounts = session.engine().accounts();
     const Account *account = accounts.find(name);
@@ -256,10 +256,10 @@ ExitStatus runAccount(Session &session, const QStringList &words)
     const Arguments arguments(words.mid(1), {"--apop", "--leave-on-server"},
                               {"--kind", "--name", "--host", "--port", "--user", "--password-file", "--tls",
                                "--ca-file", "--fingerprint"});
-    if (!arguments.problem().isEmpty())
-        return wrongUsage(session, arguments.problem());
-    if (verb == u"add" && arguments.plain().isEmpty())
+    if (verb == u"add" && (arguments.plain().isEmpty() || !arguments.problems().isEmpty()))
         return addAccount(session, arguments);
+    if (!arguments.problem().isEmpty())
+        return wrongUsage(session, arguments.problems());
     if (verb == u"list" && words.size() == 1)
         return listAccounts(session);
     if (verb == u"remove" && arguments.plain().size() == 1)

@@ -17,7 +17,7 @@ bool contains(std::initializer_list<const char *> names, const QString &name)
 Arguments::Arguments(const QStringList &words, std::initializer_list<const char *> flags,
                      std::initializer_list<const char *> valued)
 {
-    for (qsizetype i = 0; i < words.size() && m_problem.isEmpty(); ++i) {
+    for (qsizetype i = 0; i < words.size(); ++i) {
         const QString &word = words[i];
         if (word == u"--") {
             m_plain += words.sliced(i + 1);
@@ -36,9 +36,9 @@ Arguments::Arguments(const QStringList &words, std::initializer_list<const char 
         else if (contains(valued, name) && i + 1 < words.size())
             m_options.insert(name, words[++i]);
         else if (contains(valued, name))
-            m_problem = u"%1 wants a value"_s.arg(name);
+            m_problems += u"%1 wants a value"_s.arg(name);
         else
-            m_problem = u"unknown option %1"_s.arg(word);
+            m_problems += u"unknown option %1"_s.arg(word);
     }
 }
 

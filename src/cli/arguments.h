@@ -16,8 +16,9 @@ public:
     Arguments(const QStringList &words, std::initializer_list<const char *> flags,
               std::initializer_list<const char *> valued);
 
-    /// What is wrong with the words; empty when nothing is.
-    const QString &problem() const { return m_problem; }
+    /// What is wrong with the words, the first thing of it; empty when nothing is.
+    QString problem() const { return m_problems.value(0); }
+    const QStringList &problems() const { return m_problems; } ///< all of it
 
     bool has(const char *flag) const;
     QString value(const char *option) const; ///< empty without one
@@ -26,5 +27,5 @@ public:
 private:
     QHash<QString, QString> m_options;
     QStringList m_plain;
-    QString m_problem;
+    QStringList m_problems;
 };

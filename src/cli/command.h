@@ -36,6 +36,9 @@ public:
     bool close();
 
     Engine &engine() { return *m_engine; }
+
+    /// Whether the list of accounts could be read; a report came if not.
+    bool hasAccounts() const { return m_engine->accountsAreRead(); }
     GroupStore &groups() { return m_engine->groups(); }
 
     /// The group that @p name means: digits are a number, everything else a full name. Null after a
@@ -70,6 +73,7 @@ struct Command
 
 /// Complains about the usage of the command that is being run.
 ExitStatus wrongUsage(Session &session, const QString &problem);
+ExitStatus wrongUsage(Session &session, const QStringList &problems);
 
 ExitStatus runParse(Session &session, const QStringList &words);
 ExitStatus runAccount(Session &session, const QStringList &words);

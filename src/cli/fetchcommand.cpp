@@ -42,7 +42,7 @@ ExitStatus runFetch(Session &session, const QStringList &words)
     const Arguments arguments(words, {}, {});
     if (!arguments.problem().isEmpty())
         return wrongUsage(session, arguments.problem());
-    if (!session.open(Session::Purpose::Write))
+    if (!session.open(Session::Purpose::Write) || !session.hasAccounts())
         return ExitStatus::Failed;
     const auto accounts = accountsToFetch(session, arguments.plain());
     if (!accounts)

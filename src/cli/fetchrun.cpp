@@ -1,5 +1,6 @@
 #include "cli/fetchrun.h"
 
+#include "cli/terminalquestions.h"
 #include "config/settings.h"
 #include "config/terminationsignals.h"
 #include "net/fetchreason.h"
@@ -20,6 +21,8 @@ FetchRun::FetchRun(Session &session)
     m_timer.setInterval(kLook);
     connect(&m_timer, &QTimer::timeout, this, &FetchRun::look);
     connect(&m_accounts, &AccountManager::fetchEnded, this, &FetchRun::ended);
+    connect(&m_accounts, &AccountManager::fetchDropped, this,
+            [this](Account *account) { ended(account, AccountFetchReason::Stopped, {}); });
 }
 
 bool FetchRun::run(const std::vector<int> &accounts)
@@ -90,4 +93,6 @@ void FetchRun::explain(const Account &account, AccountFetchReason reason, const 
         m_session.output().complain(message.simplified());
     if (account.mark() == AccountMark::CertificateRefused && !account.markText().isEmpty())
         m_session.output().complain(account.markText());
+    if (account.mark() == AccountMark::CertificateRefused && !account.refusedCertificate().isEmpty())
+        m_session.output().complain(howToTrust(account.refusedCertificate()));
 }

@@ -106,6 +106,12 @@ std::optional<Articles> Session::articles(Group &group, const QStringList &words
 
 ExitStatus wrongUsage(Session &session, const QString &problem)
 {
-    session.output().complain(problem);
+    return wrongUsage(session, QStringList{problem});
+}
+
+ExitStatus wrongUsage(Session &session, const QStringList &problems)
+{
+    for (const QString &problem : problems)
+        session.output().complain(problem);
     return ExitStatus::WrongUsage;
 }

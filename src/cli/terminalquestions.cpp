@@ -12,6 +12,12 @@
 
 using namespace Qt::StringLiterals;
 
+QString howToTrust(const QByteArray &sha256)
+{
+    return u"Its SHA-256 is %1; who trusts it gives that as the account's --fingerprint"_s.arg(
+        QString::fromLatin1(sha256));
+}
+
 TerminalQuestions::TerminalQuestions(Output &output)
     : m_output(output)
 {}
@@ -31,8 +37,7 @@ void TerminalQuestions::askCertificate(const CertificateQuestion &question,
 {
     for (const CertificateProblem &problem : question.found.problems)
         m_output.complain(u"The certificate of '%1': %2"_s.arg(question.accountName, problem.text));
-    m_output.complain(u"Its SHA-256 is %1; who trusts it gives that as the account's --fingerprint"_s.arg(
-        QString::fromLatin1(question.found.certificate.sha256)));
+    m_output.complain(howToTrust(question.found.certificate.sha256));
     QTimer::singleShot(0, this, [answer = std::move(answer)] { answer(CertificateAnswer::Refuse); });
 }
 

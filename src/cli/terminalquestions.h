@@ -11,6 +11,9 @@ class Output;
 class QSocketNotifier;
 struct termios;
 
+/// What a person is told about a certificate that was refused, and has that SHA-256.
+QString howToTrust(const QByteArray &sha256);
+
 /// Asks the person at the terminal for passwords, without showing what is typed. Certificates with a problem
 /// are refused, because who fetches here accepts them by their fingerprint; what is wrong is said.
 class TerminalQuestions : public QObject, public UserQuestions

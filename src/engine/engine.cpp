@@ -37,7 +37,7 @@ bool Engine::load()
 {
     if (!createStoreDirectories() || !loadConfig(false))
         return false;
-    m_accounts.load();
+    m_accountsAreRead = m_accounts.load();
     m_imageSenders.load();
     m_tags.load();
     if (!m_groups.load())

@@ -42,6 +42,9 @@ public:
     GroupStore &groups() { return m_groups; }
     AccountManager &accounts() { return m_accounts; }
 
+    /// Whether load() could read them; when not, there are none in this run, and the file stays as it is.
+    bool accountsAreRead() const { return m_accountsAreRead; }
+
     /// Where everything goes that is received, and who tells of new mail.
     Delivery &delivery() { return m_delivery; }
 
@@ -113,5 +116,6 @@ private:
     QPointer<Task> m_tidying;
     qint64 m_lastTidying = 0;
     int m_ticks = 0;
+    bool m_accountsAreRead = true;
     bool m_down = false;
 };

@@ -7,10 +7,10 @@
 #include <QObject>
 #include <QTimer>
 
-/// How far everything is that fetches now, taken together.
+/// How far everything is that fetches now, or fetches single messages, taken together.
 struct TransferProgress
 {
-    int accounts = 0;      ///< that fetch
+    int accounts = 0;      ///< that do
     qint64 bytes = 0;      ///< received
     qint64 totalBytes = 0; ///< 0 while nobody knows
     int messages = 0;      ///< received
@@ -26,7 +26,8 @@ struct TransferResult
     qint64 milliseconds = 0;
 };
 
-/// Watches the fetches of all accounts for the status line and the command line.
+/// Watches the fetches of all accounts, and what serves single messages, for the status line and the command
+/// line.
 class Transfers : public QObject
 {
     Q_OBJECT
@@ -41,6 +42,8 @@ public:
 
 signals:
     void changed(); ///< progress(); not more often than people can read
+
+    /// A fetch did, or will not begin.
     void ended(int account, AccountFetchReason reason, const QString &detail);
 
 private:
@@ -55,13 +58,17 @@ private:
         qint64 ended = 0;
     };
 
-    void begin(Account *account);
-    void end(Account *account, AccountFetchReason reason, const QString &detail);
+    using All = QHash<int, One>; ///< by account number
+
+    void begin(All &all, Account *account);
+    void end(All &all, Account *account);
+    void add(const All &all, TransferProgress &sum, bool &isKnown) const;
     void take(qint64 bytes, qint64 totalBytes, int messages, int totalMessages);
     void tellSoon();
 
     AccountManager &m_accounts;
-    QHash<int, One> m_all; ///< by account number
+    All m_fetches;
+    All m_served; ///< sessions that serve requests
     QElapsedTimer m_clock;
     QTimer m_telling;
 };

@@ -32,13 +32,13 @@ Account::~Account()
 const AccountOptions &Account::options() const
 {
     if (!m_options)
-        m_options = readAccountOptions(number());
+        m_options = number() > 0 ? readAccountOptions(number()) : AccountOptions();
     return *m_options;
 }
 
 bool Account::setOptions(const AccountOptions &options)
 {
-    if (!writeAccountOptions(number(), options))
+    if (number() > 0 && !writeAccountOptions(number(), options))
         return false;
     m_options = options;
     return true;
@@ -114,7 +114,8 @@ QString Account::presentable(const QString &reply) const
 
 bool Account::isLogged() const
 {
-    return boolSetting(Setting::EnableLogging) || boolSetting(Setting::GlobalLogIncludesFetchers);
+    return number() > 0 &&
+           (boolSetting(Setting::EnableLogging) || boolSetting(Setting::GlobalLogIncludesFetchers));
 }
 
 void Account::log(const QString &text)
@@ -144,7 +145,7 @@ void Account::flushLog()
 /// Nothing of it goes on, and nothing more comes from it.
 void Account::leave()
 {
-    ++m_busy;
+    m_step = Step::Gone;
     m_next.reset();
     m_session = nullptr;
     for (Fetcher *fetcher : std::exchange(m_fetchers, {})) {
@@ -153,6 +154,7 @@ void Account::leave()
         fetcher->abandon();
     }
     m_desk->withdraw();
+    endServing(AccountFetchReason::Stopped, {});
     if (std::exchange(m_fetching, false))
         emit fetchEnded(AccountFetchReason::Stopped, {});
     m_log.reset();

@@ -23,7 +23,7 @@ class LogFile;
 /// What became of a request to fetch.
 enum class FetchAnswer {
     Nothing, ///< it is dropped: left out, offline, fetching already, or all fetches are blocked
-    Waiting, ///< for its turn; fetchEnded() comes
+    Waiting, ///< for its turn; fetchEnded() comes, or fetchDropped() when it will not begin
     Begun,   ///< fetchEnded() comes, perhaps it came already
 };
 
@@ -37,7 +37,7 @@ enum class AccountMark {
 };
 
 /// One configured server and what goes on with it now. Owned by the AccountManager; what holds one for long
-/// holds it by QPointer.
+/// holds it by QPointer. One with the number 0 is in no list, for a trial, and leaves nothing on the disk.
 class Account : public QObject
 {
     Q_OBJECT
@@ -55,7 +55,7 @@ public:
     /// Read from its file at the first use.
     const AccountOptions &options() const;
 
-    /// Writes them at once. False after a report: the earlier ones hold.
+    /// Writes them at once (those of number 0 nowhere). False after a report: the earlier ones hold.
     bool setOptions(const AccountOptions &options);
 
     /// Starts a fetch (a sender: a send). @p manual: the user asked for it, and may be asked; @p
@@ -67,6 +67,10 @@ public:
     /// program is offline or closing, or the account fetches. @p attended: the user may be asked.
     bool openSession(bool attended);
     Fetcher *session() const { return m_session; } ///< null while none runs
+
+    /// Whether a session serves requests, or is about to: from servingStarted() to servingEnded(). It does
+    /// not while it only holds its connection.
+    bool isServing() const { return m_isServing; }
 
     /// Ends what runs or waits, at the next safe point.
     void stop();
@@ -88,6 +92,9 @@ public:
 
     AccountMark mark() const { return m_mark; }
     QString markText() const { return m_markText; } ///< what a person is told about it
+
+    /// The SHA-256 of the certificate that was refused last because nobody was asked; empty: none was.
+    QByteArray refusedCertificate() const { return m_refusedCertificate; }
     void clearMark();
 
     /// @name For its clients
@@ -126,9 +133,21 @@ signals:
     void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);
     void fetchStarted();
 
-    /// All of its clients have ended: the reason and detail of the first failure, if there was one.
+    /// All of its clients have ended: the reason and detail of the first failure, if there was one. Once for
+    /// every fetchStarted().
     void fetchEnded(AccountFetchReason reason, const QString &detail);
+
+    /// A request that waited for its turn will not begin.
+    void fetchDropped();
     void sessionEnded(AccountFetchReason reason, const QString &detail);
+
+    /// @name A session at work; one session may serve many times, and is no fetch
+    /// @{
+    void servingStarted();
+
+    /// It is idle, with None, or has ended.
+    void servingEnded(AccountFetchReason reason, const QString &detail);
+    /// @}
     void fetchersChanged(); ///< how many run
     void markChanged();
 
@@ -139,6 +158,16 @@ public slots:
 private:
     friend class AccountManager;
     friend class AccountDesk;
+
+    /// What is being done on the way to a client; nothing else begins meanwhile.
+    enum class Step {
+        None,
+        FetchLogin,   ///< a fetch waits for its password
+        Launch,       ///< its clients are started, one after the other
+        SessionLogin, ///< a session waits for its password
+        Gone,         ///< for good: it leaves
+    };
+    void finish(Step step);
 
     FetchAnswer dispatch(const AccountFetchRequest &request);
     bool mayFetchBesideOthers() const;
@@ -153,6 +182,9 @@ private:
     void recordFailure(AccountFetchReason reason, const QString &detail, bool attended);
     void ended(Fetcher *fetcher, AccountFetchReason reason, const QString &detail);
     void endFetch();
+    void beginServing();
+    void endServing(AccountFetchReason reason, const QString &detail);
+    void sessionIdles();
     void setMark(AccountMark mark, const QString &text);
     void setData(const AccountData &data);
     void leave();
@@ -170,9 +202,10 @@ private:
     QString m_detail;                                       ///< the same
     QString m_status;
     QString m_markText;
+    QByteArray m_refusedCertificate;
     AccountMark m_mark = AccountMark::None;
     qint64 m_lastFetch = 0;
-    int m_busy = 0; ///< no fetch begins while above 0
+    Step m_step = Step::None;
     bool m_fetching = false;
-    bool m_sessionBegins = false; ///< it waits for its password
+    bool m_isServing = false;
 };

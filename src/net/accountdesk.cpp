@@ -2,6 +2,7 @@
 
 #include "config/reporter.h"
 #include "net/accountmanager.h"
+#include "net/fetcher.h"
 
 #include <algorithm>
 
@@ -51,6 +52,7 @@ void AccountDesk::readKeyring(bool attended)
             if (!ok || password.isEmpty())
                 return askPassword(attended);
             m_password = password;
+            m_isFromKeyring = true;
             endLogin(AccountFetchReason::None, {});
         });
 }
@@ -93,16 +95,40 @@ void AccountDesk::passwordGiven(const QString &password, PasswordKeeping keeping
     endLogin(AccountFetchReason::None, {});
 }
 
-void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
+void AccountDesk::refused(const QString &reply)
+{
+    const QString &stored = m_account.data().password;
+    m_isStoredRefused = !stored.isEmpty() && (m_password.isEmpty() || m_password == stored);
+    m_isStoredRefused = m_isStoredRefused || m_isFromKeyring;
+    m_refusal = reply;
+}
+
+void AccountDesk::forgetRefusal()
 {
     m_refusal.clear();
+    m_isStoredRefused = false;
+}
+
+void AccountDesk::forgetPassword()
+{
+    m_password.clear();
+    m_isFromKeyring = false;
+}
+
+/// What is for this run leaves alone what is stored, unless that is what the server has refused.
+void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
+{
+    const bool isForRun = keeping == PasswordKeeping::ThisRun;
+    const bool isStoredWrong = m_isStoredRefused;
+    forgetRefusal();
     m_password = password;
-    if (keeping == PasswordKeeping::ThisRun)
+    m_isFromKeyring = false;
+    if (isForRun && !isStoredWrong)
         return;
     AccountManager &manager = m_account.manager();
     PasswordKeeper *keeper = manager.passwordKeeper();
     AccountData data = m_account.data();
-    data.set(AccountAsksForPassword, false);
+    data.set(AccountAsksForPassword, isForRun);
     data.set(AccountKeyring, keeping == PasswordKeeping::Keyring && keeper);
     data.password = keeping == PasswordKeeping::AccountsFile ? password : QString();
     if (keeping == PasswordKeeping::Keyring && keeper) {
@@ -116,6 +142,7 @@ void AccountDesk::keep(const QString &password, PasswordKeeping keeping)
         report(ReportLevel::Warning, "Unable to keep the password of '%s' in the accounts file",
                qUtf8Printable(data.name));
     m_password = password;
+    m_isFromKeyring = data.has(AccountKeyring);
     manager.save();
 }
 
@@ -133,19 +160,28 @@ void AccountDesk::judge(const CertificateReport &report, bool attended, QObject 
     if (report.problems.empty() || m_acceptedOnce.contains(sha256) || m_account.options().accepts(sha256))
         return answer(true);
     if (!attended || !m_account.manager().questions()) {
+        m_account.m_refusedCertificate = sha256;
         m_account.setMark(AccountMark::CertificateRefused,
                           tr("The certificate of '%1' was refused: %2")
                               .arg(m_account.name(), report.problems.front().text));
         return answer(false);
     }
     connect(context, &QObject::destroyed, this, &AccountDesk::contextGone);
-    for (Judgement &judgement : m_judgements) {
-        if (judgement.sha256 == sha256)
-            return judgement.waiting.push_back({context, std::move(answer)});
-    }
-    m_judgements.push_back({sha256, {}});
-    m_judgements.back().waiting.push_back({context, std::move(answer)});
-    askCertificate(report);
+    auto known = std::find_if(m_judgements.begin(), m_judgements.end(),
+                              [&](const Judgement &judgement) { return judgement.sha256 == sha256; });
+    const bool isAsked = known != m_judgements.end();
+    if (!isAsked)
+        known = m_judgements.insert(known, Judgement{sha256, {}});
+    known->waiting.push_back({context, std::move(answer)});
+    known->isForFetch = known->isForFetch || isClient(context);
+    if (!isAsked)
+        askCertificate(report);
+}
+
+bool AccountDesk::isClient(const QObject *context) const
+{
+    const std::vector<Fetcher *> &clients = m_account.fetchers();
+    return std::find(clients.begin(), clients.end(), context) != clients.end();
 }
 
 void AccountDesk::askCertificate(const CertificateReport &report)
@@ -178,10 +214,15 @@ void AccountDesk::certificateAnswered(const CertificateInfo &certificate, Certif
         (answer == CertificateAnswer::AcceptAlways && !acceptForGood(certificate)))
         m_acceptedOnce.insert(certificate.sha256);
     const QPointer<AccountDesk> guard(this);
+    bool isHeard = false;
     for (const Judgement::Waiting &waiting : judgement.waiting) {
-        if (waiting.context && guard)
-            waiting.answer(answer != CertificateAnswer::Refuse);
+        if (!waiting.context || !guard)
+            continue;
+        isHeard = true;
+        waiting.answer(answer != CertificateAnswer::Refuse);
     }
+    if (!isHeard && judgement.isForFetch && answer != CertificateAnswer::Refuse)
+        m_account.fetch(true, true);
 }
 
 /// False: it cannot be written down, and holds for this run only.
@@ -196,7 +237,7 @@ void AccountDesk::contextGone()
 {
     std::erase_if(m_judgements, [](Judgement &judgement) {
         std::erase_if(judgement.waiting, [](const auto &waiting) { return !waiting.context; });
-        return judgement.waiting.empty();
+        return judgement.waiting.empty() && !judgement.isForFetch;
     });
     withdrawIfNobodyWaits();
 }

@@ -16,7 +16,9 @@ struct AccountData;
 
 /// Where one account gets what its connections need from the keyring and from the user: the password and the
 /// word on a certificate. One question serves all who wait for its answer; whoever is gone by then is not
-/// called; when nobody waits any more, what is open is withdrawn.
+/// called; when nobody waits any more, what is open is withdrawn. A question about a certificate that a
+/// client of the account had stays when the server hangs up meanwhile: a person reads longer than servers
+/// wait. Its answer is remembered, and when the certificate is accepted the account fetches again.
 class AccountDesk : public QObject
 {
     Q_OBJECT
@@ -37,11 +39,11 @@ public:
     void keep(const QString &password, PasswordKeeping keeping);
 
     /// What was refused is no password any more, and the next question shows the reply.
-    void refused(const QString &reply) { m_refusal = reply; }
+    void refused(const QString &reply);
 
     /// The user, or the account's editor, changed something: what was refused may be tried again.
-    void forgetRefusal() { m_refusal.clear(); }
-    void forgetPassword() { m_password.clear(); }
+    void forgetRefusal();
+    void forgetPassword();
 
     /// The password of this run; empty: there is none.
     QString password() const { return m_password; }
@@ -59,6 +61,7 @@ private:
             std::function<void(bool)> answer;
         };
         std::vector<Waiting> waiting;
+        bool isForFetch = false; ///< one of the account's own clients waited for it
     };
 
     bool needsPassword() const;
@@ -70,12 +73,15 @@ private:
     void certificateAnswered(const CertificateInfo &certificate, CertificateAnswer answer);
     bool acceptForGood(const CertificateInfo &certificate);
     void contextGone();
+    bool isClient(const QObject *context) const;
     void withdrawIfNobodyWaits();
 
     Account &m_account;
-    QString m_password; ///< of this run
-    QString m_refusal;  ///< what the server said to the last one
-    LoginDone m_login;  ///< who waits for the password
+    QString m_password;             ///< of this run
+    QString m_refusal;              ///< what the server said to the last one
+    LoginDone m_login;              ///< who waits for the password
+    bool m_isFromKeyring = false;   ///< m_password is what the keyring holds
+    bool m_isStoredRefused = false; ///< what the server refused is stored
     std::vector<Judgement> m_judgements;
     QSet<QByteArray> m_acceptedOnce;
     int m_round = 0;     ///< answers to questions of an earlier one come too late

@@ -27,7 +27,7 @@ FetchAnswer Account::fetch(bool manual, bool allConnections)
 FetchAnswer Account::dispatch(const AccountFetchRequest &request)
 {
     const bool waitsForUser = m_mark == AccountMark::PasswordWanted || m_mark == AccountMark::LoginRefused;
-    if (m_busy > 0 || m_manager.areFetchesBlocked() || m_data.has(AccountLeftOut) ||
+    if (m_step != Step::None || m_manager.areFetchesBlocked() || m_data.has(AccountLeftOut) ||
         (waitsForUser && !request.attended))
         return FetchAnswer::Nothing;
     if (m_data.isNetwork() ? !isOnline() : !request.allConnections)
@@ -61,6 +61,13 @@ bool Account::mayFetchBesideOthers() const
     }
 }
 
+/// What has left stays Gone.
+void Account::finish(Step step)
+{
+    if (m_step == step)
+        m_step = Step::None;
+}
+
 /// An idle session ends first: it may hold the mailbox's lock.
 void Account::windUpFor(const AccountFetchRequest &request)
 {
@@ -75,7 +82,7 @@ void Account::begin(const AccountFetchRequest &request)
     m_errors.clear();
     m_reason = AccountFetchReason::None;
     m_detail.clear();
-    ++m_busy;
+    m_step = Step::FetchLogin;
     if (!std::exchange(m_fetching, true))
         emit fetchStarted();
     m_desk->login(request.attended, [this, request](AccountFetchReason failure, const QString &detail) {
@@ -85,10 +92,12 @@ void Account::begin(const AccountFetchRequest &request)
 
 void Account::loggedIn(const AccountFetchRequest &request, AccountFetchReason failure, const QString &detail)
 {
-    --m_busy;
+    finish(Step::FetchLogin);
     if (failure != AccountFetchReason::None) {
         recordFailure(failure, detail, request.attended);
-        return endFetch();
+        if (m_fetchers.empty()) // else the one that runs beside it ends the fetch
+            endFetch();
+        return;
     }
     if (m_manager.isFull()) // others began while the keyring or the user was asked
         return m_manager.queue(request);
@@ -100,7 +109,7 @@ void Account::startClients(const AccountFetchRequest &request)
     const bool isNews = kind() == AccountKind::Nntp;
     const int wanted = isNews && request.allConnections ? qBound(1, m_data.connections, kMostConnections) : 1;
     const QPointer<Account> guard(this);
-    ++m_busy; // a client that ends at once does not end the fetch before the others have begun
+    m_step = Step::Launch; // a client that ends at once does not end the fetch before the others have begun
     for (int i = 0; i < wanted && guard; ++i) {
         FetcherWish wish;
         wish.manual = request.manual;
@@ -111,9 +120,9 @@ void Account::startClients(const AccountFetchRequest &request)
     }
     if (!guard)
         return;
-    --m_busy;
+    finish(Step::Launch);
     fetchAlong(request);
-    if (guard && m_fetchers.empty())
+    if (guard && m_fetching && m_fetchers.empty())
         endFetch();
 }
 
@@ -129,12 +138,12 @@ void Account::fetchAlong(const AccountFetchRequest &request)
 
 bool Account::openSession(bool attended)
 {
-    if (m_session || m_sessionBegins)
+    if (m_session || m_step == Step::SessionLogin)
         return true;
-    if (m_busy > 0 || !m_fetchers.empty() || m_manager.areFetchesBlocked() || !isOnline())
+    if (m_step != Step::None || !m_fetchers.empty() || m_manager.areFetchesBlocked() || !isOnline())
         return false;
-    ++m_busy;
-    m_sessionBegins = true;
+    m_step = Step::SessionLogin;
+    beginServing();
     m_desk->login(attended, [this, attended](AccountFetchReason failure, const QString &detail) {
         startSession(attended, failure, detail);
     });
@@ -143,20 +152,50 @@ bool Account::openSession(bool attended)
 
 void Account::startSession(bool attended, AccountFetchReason failure, const QString &detail)
 {
-    --m_busy;
-    m_sessionBegins = false;
+    finish(Step::SessionLogin);
+    const QPointer<Account> guard(this);
     if (failure != AccountFetchReason::None) {
         recordFailure(failure, detail, attended);
-        emit sessionEnded(failure, detail);
+        endServing(failure, detail);
+        if (guard)
+            emit sessionEnded(failure, detail);
         return;
     }
     FetcherFactory *factory = m_manager.factory();
     std::unique_ptr<Fetcher> session = factory ? factory->makeSession(*this) : nullptr;
     m_session = session.get();
     const bool isServed = session != nullptr;
+    if (isServed)
+        connect(m_session, &Fetcher::idleChanged, this, &Account::sessionIdles);
     launch(std::move(session), attended);
-    if (!isServed)
+    if (isServed || !guard)
+        return;
+    endServing(AccountFetchReason::Unavailable, {});
+    if (guard)
         emit sessionEnded(AccountFetchReason::Unavailable, {});
+}
+
+void Account::beginServing()
+{
+    if (!std::exchange(m_isServing, true))
+        emit servingStarted();
+}
+
+void Account::endServing(AccountFetchReason reason, const QString &detail)
+{
+    if (!std::exchange(m_isServing, false))
+        return;
+    m_status.clear();
+    emit servingEnded(reason, detail);
+}
+
+/// It has come to rest, or has something to do again.
+void Account::sessionIdles()
+{
+    if (m_session && m_session->isIdle())
+        endServing(AccountFetchReason::None, {});
+    else if (m_session)
+        beginServing();
 }
 
 /// Counts @p fetcher as running, wires and starts it; what cannot start has ended at once.
@@ -203,7 +242,8 @@ void Account::recordFailure(AccountFetchReason reason, const QString &detail, bo
 {
     const QString words = presentable(detail);
     const QString said = words.simplified();
-    if (m_reason == AccountFetchReason::None) {
+    if (m_fetching &&
+        m_reason == AccountFetchReason::None) { // of a session that is no business of the fetch's
         m_reason = reason;
         m_detail = said;
     }
@@ -218,7 +258,8 @@ void Account::recordFailure(AccountFetchReason reason, const QString &detail, bo
     if (isServersWord)
         return;
     const TransferError error{number(), name(), clockSeconds(), reason, said, message.simplified()};
-    m_errors.push_back(error);
+    if (m_fetching)
+        m_errors.push_back(error);
     m_manager.errors().add(error);
     if (!isShown)
         setMark(AccountMark::Failed, message.simplified());
@@ -234,6 +275,8 @@ void Account::ended(Fetcher *fetcher, AccountFetchReason reason, const QString &
     const QPointer<Account> guard(this);
     emit fetchersChanged();
     if (guard && wasSession)
+        endServing(reason, presentable(detail).simplified());
+    if (guard && wasSession)
         emit sessionEnded(reason, detail);
     if (!guard)
         return;
@@ -241,7 +284,7 @@ void Account::ended(Fetcher *fetcher, AccountFetchReason reason, const QString &
         const AccountFetchRequest next = *std::exchange(m_next, {});
         if (dispatch(next) == FetchAnswer::Nothing)
             requestDropped();
-    } else if (m_fetchers.empty() && m_fetching && m_busy == 0) {
+    } else if (m_fetchers.empty() && m_fetching && m_step == Step::None) {
         endFetch();
     }
     QMetaObject::invokeMethod(&m_manager, &AccountManager::startWaiting, Qt::QueuedConnection);
@@ -256,15 +299,15 @@ void Account::endFetch()
     emit fetchEnded(m_reason, QString(m_detail));
 }
 
-/// Who waits for the end of a request that will not begin hears of it, but for the end of another fetch
-/// that is still to come.
+/// Who waits for a request that will not begin hears of it, but not while the end of another fetch is still
+/// to come.
 void Account::requestDropped()
 {
     if (m_next || m_manager.isQueued(number()))
         return;
     if (!m_fetching) {
-        emit fetchEnded(AccountFetchReason::Stopped, {});
-    } else if (m_busy == 0 && m_fetchers.empty()) { // it had its password and waited for room
+        emit fetchDropped();
+    } else if (m_step == Step::None && m_fetchers.empty()) { // it had its password and waited for room
         m_reason = AccountFetchReason::Stopped;
         endFetch();
     }

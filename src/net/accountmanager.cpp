@@ -25,7 +25,7 @@ AccountManager::~AccountManager()
     shutDown();
 }
 
-void AccountManager::load()
+bool AccountManager::load()
 {
     AccountsFile::Contents contents = m_file.read();
     m_counter = contents.counter;
@@ -42,6 +42,7 @@ void AccountManager::load()
     }
     m_errors.load();
     deleteOldAccountDirectories();
+    return contents.isReadable;
 }
 
 bool AccountManager::save()
@@ -97,13 +98,26 @@ Account *AccountManager::enter(const AccountData &data)
 {
     m_accounts.push_back(std::make_unique<Account>(*this, data));
     Account *account = m_accounts.back().get();
-    connect(account, &Account::fetchStarted, this, [this, account] { emit fetchStarted(account); });
-    connect(account, &Account::fetchEnded, this,
-            [this, account](AccountFetchReason reason, const QString &detail) {
-                emit fetchEnded(account, reason, detail);
-            });
-    connect(account, &Account::markChanged, this, [this, account] { emit markChanged(account); });
+    passOn(*account);
     return account;
+}
+
+/// What it tells, for those who watch them all.
+void AccountManager::passOn(Account &account)
+{
+    Account *one = &account;
+    using Ended = void (AccountManager::*)(Account *, AccountFetchReason, const QString &);
+    const auto end = [this, one](Ended ended) {
+        return [this, one, ended](AccountFetchReason reason, const QString &detail) {
+            emit(this->*ended)(one, reason, detail);
+        };
+    };
+    connect(one, &Account::fetchStarted, this, [this, one] { emit fetchStarted(one); });
+    connect(one, &Account::fetchEnded, this, end(&AccountManager::fetchEnded));
+    connect(one, &Account::fetchDropped, this, [this, one] { emit fetchDropped(one); });
+    connect(one, &Account::servingStarted, this, [this, one] { emit servingStarted(one); });
+    connect(one, &Account::servingEnded, this, end(&AccountManager::servingEnded));
+    connect(one, &Account::markChanged, this, [this, one] { emit markChanged(one); });
 }
 
 int AccountManager::add(AccountData data)

@@ -41,7 +41,8 @@ public:
     PasswordKeeper *passwordKeeper() const { return m_keeper; }
     /// @}
 
-    void load();
+    /// False after a report: the list could not be read, is empty, and will not be written in this run.
+    bool load();
 
     /// Writes what changed, and what the logs still have in memory. False after a report.
     bool save();
@@ -108,6 +109,9 @@ signals:
     /// @{
     void fetchStarted(Account *account);
     void fetchEnded(Account *account, AccountFetchReason reason, const QString &detail);
+    void fetchDropped(Account *account);
+    void servingStarted(Account *account);
+    void servingEnded(Account *account, AccountFetchReason reason, const QString &detail);
     void markChanged(Account *account);
     /// @}
 
@@ -115,6 +119,7 @@ private:
     friend class Account;
 
     Account *enter(const AccountData &data);
+    void passOn(Account &account);
     bool isFull() const; ///< `FetchConcurrency` is reached
     void queue(const AccountFetchRequest &request);
     void dropRequests(int account);

@@ -2,7 +2,10 @@
 
 #include "config/listfile.h"
 #include "config/listtext.h"
+#include "config/reporter.h"
 #include "net/accountfiles.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -18,6 +21,7 @@ constexpr QLatin1StringView kCaFile("ca-file ");
 constexpr QLatin1StringView kLogin("login ");
 constexpr QLatin1StringView kCertificate("certificate ");
 constexpr qsizetype kFingerprintLength = 64;
+constexpr qint64 kMostBytes = 4 * 1024 * 1024; ///< of the file: some thousand certificates
 
 ListFile optionsFile(int number)
 {
@@ -109,6 +113,12 @@ QByteArray fingerprintOf(const QString &text)
 AccountOptions readAccountOptions(int number)
 {
     AccountOptions options;
+    const ListFile file = optionsFile(number);
+    if (QFileInfo(file.path()).size() > kMostBytes) {
+        report(ReportLevel::Warning, "%s", kTexts.unableToRead);
+        note(u"%1 is too long to be one of ours"_s.arg(file.path()));
+        return options;
+    }
     const ListFile::Contents contents = optionsFile(number).read();
     for (const QString &line : contents.lines) {
         // Of a damaged file the last line may be cut: a shortened path or fingerprint is worse than none.

@@ -4,6 +4,7 @@
 #include "config/files.h"
 #include "config/reporter.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -16,6 +17,8 @@ namespace {
 
 constexpr ListFileTexts kTexts = {"Unable to read accounts file", "Unable to write accounts file",
                                   "Unable to backup accounts file"};
+
+constexpr qint64 kMostKept = 16 * 1024 * 1024; ///< bytes of a damaged file that are kept
 
 constexpr int kHighestNumber = 1'000'000'000; ///< a greater one is garbage, and could not be counted on from
 
@@ -116,6 +119,17 @@ QString lineOf(const AccountData &account)
     return fields.join(u'\t');
 }
 
+/// The line of an account with nothing in the place of its password.
+QByteArray withoutPasswordField(const QByteArray &line)
+{
+    QList<QByteArray> fields = line.split('\t');
+    const qsizetype password = std::size(kLeadingFields) - 1;
+    if (fields.size() <= password)
+        return line;
+    fields[password].clear();
+    return fields.join('\t');
+}
+
 /// Passwords lie in it. An earlier file may have been open to others, and keeps its permissions when copied.
 void makePrivate(const QString &path)
 {
@@ -151,6 +165,27 @@ void leaveOut(AccountData &account)
     note(u"Account '%1' may be incomplete and is left out of fetches"_s.arg(account.name));
 }
 
+/// From the damaged files that were kept beside the one at @p path: nobody looks after what lies in them.
+/// Those that cannot be written without go.
+void takePasswordsOut(const QString &path)
+{
+    if (storeAccess() == StoreAccess::ReadOnly)
+        return;
+    const QFileInfo index(path);
+    const QStringList kept = index.dir().entryList({index.fileName() + u".damaged-*"_s}, QDir::Files);
+    for (const QString &name : kept) {
+        QFile file(index.dir().filePath(name));
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        QList<QByteArray> lines = file.read(kMostKept).split('\n');
+        file.close();
+        for (QByteArray &line : lines)
+            line = withoutPasswordField(line);
+        if (!writeReplacing(file.fileName(), lines.join('\n')))
+            QFile::remove(file.fileName());
+    }
+}
+
 /// A half-written file of an earlier run would lend its permissions to the next one.
 void removeLeftOver(const QString &path)
 {
@@ -180,6 +215,9 @@ AccountsFile::Contents AccountsFile::read()
     const ListFile::Contents file = m_file.read();
     makePrivate(m_file.path());
     makePrivate(backupPath());
+    contents.isReadable = file.outcome != ListFile::Outcome::Unreadable;
+    if (file.outcome == ListFile::Outcome::Damaged)
+        takePasswordsOut(m_file.path());
     if (file.lines.isEmpty())
         return contents;
     contents.counter = qBound(0, file.lines.first().toInt(), kHighestNumber);

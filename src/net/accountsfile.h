@@ -16,6 +16,7 @@ public:
     {
         int counter = 0; ///< the highest number given so far
         std::vector<AccountData> accounts;
+        bool isReadable = true; ///< false, after a report: there is a file, and it cannot be opened
     };
     Contents read();
 

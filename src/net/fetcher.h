@@ -57,6 +57,7 @@ signals:
     void fetchComplete(Fetcher *fetcher, bool received);
     void fetchError(Fetcher *fetcher, AccountFetchReason reason, const QString &detail, bool received);
     void statusChanged(const QString &text);
+    void idleChanged(); ///< isIdle() is another one
 
     /// Bytes and messages of this session so far; 0 of 0 while nobody knows.
     void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);

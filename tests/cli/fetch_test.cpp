@@ -1,7 +1,10 @@
 #include "program.h"
 
+#include "servers/certificates.h"
+#include "servers/scriptedserver.h"
 #include "support/popmailbox.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <csignal>
@@ -42,6 +45,8 @@ private slots:
     void left();
     void refused_data();
     void refused();
+    void anUntrustedCertificate();
+    void accountsThatCannotBeRead();
     void stopped();
 
 private:
@@ -78,6 +83,11 @@ void FetchTest::wrongUsage_data()
     QTest::newRow("TLS") << u"--user u --tls ssl"_s << QByteArray("none, starttls or tls");
     QTest::newRow("a fingerprint") << u"--user u --fingerprint abc"_s << QByteArray("64 hexadecimal digits");
     QTest::newRow("a CA file") << u"--user u --ca-file /none"_s << QByteArray("cannot be read");
+    // and all of it at once
+    const QString many = u"--tls ssl --port 0 --fingerprint abc --colour red"_s;
+    for (const char *complaint : {"wants --user", "none, starttls or tls", "--port is a number",
+                                  "64 hexadecimal digits", "unknown option --colour"})
+        QTest::newRow((QByteArray("of many: ") + complaint).constData()) << many << QByteArray(complaint);
 }
 
 void FetchTest::wrongUsage()
@@ -147,6 +157,56 @@ void FetchTest::refused()
     QCOMPARE(result.rows().first().value(u"reason"_s).toInt(), reason);
     QVERIFY2(result.errors.contains("account 'P'"), result.errors.constData());
     QVERIFY(!(result.errors + result.out).contains("secret"));
+}
+
+/// Who trusts it learns how to say so.
+void FetchTest::anUntrustedCertificate()
+{
+    const Certificates certificates;
+    const auto session = [&](bool trusted) {
+        return std::make_unique<ScriptedServer>(
+            trusted ? "S: +OK ready\nC: CAPA\nS: -ERR\nC: USER ada\nS: +OK\nC: PASS secret\nS: +OK\nC: STAT\n"
+                      "S: +OK 0 0\nC: QUIT\nS: +OK"
+                    : "",
+            certificates.selfSigned, ScriptedServer::Encryption::FromTheStart);
+    };
+    const auto fetched = [&](const QString &name, const QString &fingerprint) {
+        const std::unique_ptr<ScriptedServer> server = session(!fingerprint.isEmpty());
+        QStringList words = {u"account"_s,
+                             u"add"_s,
+                             u"--kind=pop3"_s,
+                             u"--name"_s,
+                             name,
+                             u"--host=localhost"_s,
+                             u"--user=ada"_s,
+                             u"--password-file=-"_s,
+                             u"--port=%1"_s.arg(server->port())};
+        if (!fingerprint.isEmpty())
+            words += {u"--fingerprint"_s, fingerprint};
+        if (m_program->run(words, "secret\n").status != 0)
+            qFatal("the account cannot be added");
+        return runBeside(*m_program, fetch(name));
+    };
+    const Program::Result refused = fetched(u"A"_s, {});
+    QCOMPARE(refused.status, 1);
+    QVERIFY2(refused.errors.contains("--fingerprint"), refused.errors.constData());
+    const QRegularExpressionMatch sha256 =
+        QRegularExpression(u"[0-9a-f]{64}"_s).match(QString::fromUtf8(refused.errors));
+    QVERIFY2(sha256.hasMatch(), refused.errors.constData());
+    QCOMPARE(fetched(u"B"_s, sha256.captured()).status, 0);
+}
+
+void FetchTest::accountsThatCannotBeRead()
+{
+    QCOMPARE(add(u"P"_s, {u"--password-file=-"_s}).status, 0);
+    const QString index = m_program->config() + u"/Accounts/Index"_s;
+    QVERIFY(QFile::rename(index, index + u".away"_s) && QDir().mkpath(index));
+    for (const QStringList &words : {QStringList{u"fetch"_s}, QStringList{u"account"_s, u"list"_s}}) {
+        const Program::Result result = m_program->run(words);
+        QCOMPARE(result.status, 1);
+        QVERIFY2(result.errors.contains("Unable to read accounts file"), result.errors.constData());
+    }
+    QCOMPARE(add(u"Q"_s, {u"--password-file=-"_s}).status, 1);
 }
 
 void FetchTest::stopped()

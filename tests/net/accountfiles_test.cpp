@@ -49,6 +49,7 @@ private slots:
     void options();
     void optionsOfLaterDays();
     void optionsAreCut();
+    void optionsWithoutEnd();
     void fingerprints_data();
     void fingerprints();
     void wishes();
@@ -122,6 +123,18 @@ void AccountFilesTest::optionsAreCut()
         for (const CertificateInfo &one : read.accepted)
             QCOMPARE(one.issuer, u"CN=Test CA"_s);
     }
+}
+
+/// Nobody reads a hundred megabytes for them.
+void AccountFilesTest::optionsWithoutEnd()
+{
+    Scratch scratch;
+    AccountOptions options;
+    options.caFile = u"/ca/of/mine"_s;
+    QVERIFY(writeAccountOptions(7, options));
+    QVERIFY(QFile::resize(accountFilePath(7, u"Options"_s), 100 * 1024 * 1024));
+    QVERIFY(readAccountOptions(7).caFile.isEmpty());
+    QCOMPARE(scratch.reports, QStringList{u"Unable to read account options file"_s});
 }
 
 void AccountFilesTest::fingerprints_data()

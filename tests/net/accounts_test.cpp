@@ -45,6 +45,8 @@ private slots:
     void aLine();
     void backup();
     void aLineThatWasCut();
+    void damagedFilesHoldNoPasswords();
+    void cannotBeRead();
     void cannotBeWritten();
     void numbers();
     void everyField();
@@ -172,6 +174,35 @@ void AccountsTest::aLineThatWasCut()
         QVERIFY(manager.find(u"b"_s)->data().has(AccountLeftOut));
         QCOMPARE(manager.find(u"b"_s)->fetch(true, true), FetchAnswer::Nothing);
     }
+}
+
+/// What is kept of a damaged file, and what was kept by an earlier version.
+void AccountsTest::damagedFilesHoldNoPasswords()
+{
+    Scratch scratch;
+    writeIndex("2\none\th1\tada\ts3cret\tA1\tT2\ntwo\th2\tbob\tse");
+    QVERIFY(QFile::copy(indexPath(), indexPath() + u".damaged-1"_s));
+    AccountManager manager;
+    QVERIFY(manager.load());
+    QCOMPARE(manager.accounts().size(), 2u);
+    QCOMPARE(manager.accounts()[0]->data().password, u"s3cret"_s); // it is still in use
+    const QDir directory = QFileInfo(indexPath()).dir();
+    const QStringList kept = directory.entryList({u"Index.damaged-*"_s});
+    QCOMPARE(kept.size(), 2);
+    for (const QString &name : kept)
+        QCOMPARE(Scratch::read(directory.filePath(name)), "2\none\th1\tada\t\tA1\tT2\ntwo\th2\tbob\t");
+}
+
+void AccountsTest::cannotBeRead()
+{
+    Scratch scratch;
+    QVERIFY(createStoreDirectories());
+    QVERIFY(QDir().mkpath(indexPath())); // a directory in its place
+    AccountManager manager;
+    QVERIFY(!manager.load());
+    QCOMPARE(scratch.reports, QStringList{u"Unable to read accounts file"_s});
+    QVERIFY(QDir().rmdir(indexPath()));
+    QVERIFY(manager.load());
 }
 
 void AccountsTest::cannotBeWritten()

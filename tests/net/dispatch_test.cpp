@@ -31,6 +31,8 @@ private slots:
     void idleSessions();
     void sessions();
     void aSessionThatIsStillToBegin();
+    void servingIsNoFetch();
+    void servingEndsWithItsSession();
     void aClientThatCannotStart();
     void aKindThatCannotBeServed();
 
@@ -148,6 +150,7 @@ void DispatchTest::theLimit()
     for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
         accounts.push_back(rig.add(accountData(name)));
     const QSignalSpy ended(accounts[3], &Account::fetchEnded);
+    const QSignalSpy dropped(&rig.manager, &AccountManager::fetchDropped);
     QCOMPARE(accounts[0]->fetch(true, true), FetchAnswer::Begun);
     QCOMPARE(accounts[1]->fetch(true, true), FetchAnswer::Begun);
     QCOMPARE(accounts[1]->fetch(true, true), FetchAnswer::Nothing); // it fetches already
@@ -160,8 +163,9 @@ void DispatchTest::theLimit()
     QCOMPARE(accounts[3]->runningFetchers(), 0);
     setBoolSetting(Setting::Online, false);
     rig.factory.made[0]->complete(false);
-    QTRY_COMPARE(ended.size(), 1); // who waits hears that it will not begin
-    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    QTRY_COMPARE(dropped.size(), 1); // who waits hears that it will not begin
+    QCOMPARE(dropped[0][0].value<Account *>(), accounts[3]);
+    QCOMPARE(ended.size(), 0); // what never began does not end
     QCOMPARE(accounts[3]->fetch(true, true), FetchAnswer::Nothing);
     setBoolSetting(Setting::Online, true);
     setIntSetting(Setting::FetchConcurrency, 0); // no limit
@@ -285,6 +289,71 @@ void DispatchTest::aSessionThatIsStillToBegin()
     QVERIFY(account->openSession(true));
     QCOMPARE(ended.size(), 2); // there is none for this kind
     QVERIFY(!account->session());
+}
+
+/// It shows what it does, can be stopped, and counts for nothing that fetches count for.
+void DispatchTest::servingIsNoFetch()
+{
+    AccountRig rig;
+    AccountData data = accountData(u"a"_s);
+    data.chained = rig.add(accountData(u"chained"_s))->number();
+    Account *account = rig.add(data);
+    const QSignalSpy begun(&rig.manager, &AccountManager::servingStarted);
+    const QSignalSpy ended(&rig.manager, &AccountManager::servingEnded);
+    const QSignalSpy fetches(&rig.manager, &AccountManager::fetchStarted);
+    const QSignalSpy fetchesEnded(&rig.manager, &AccountManager::fetchEnded);
+    QVERIFY(account->openSession(true));
+    QVERIFY(account->isServing());
+    QCOMPARE(begun.size(), 1);
+    FakeFetcher &session = *rig.factory.last();
+    session.setStatus(u"Fetching message 1..."_s, false);
+    QCOMPARE(account->status(), u"Fetching message 1..."_s);
+    session.setIdle(true);
+    QVERIFY(!account->isServing());
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][1].value<AccountFetchReason>(), AccountFetchReason::None);
+    QCOMPARE(account->status(), QString());
+    session.setIdle(false); // it has another request
+    QVERIFY(account->isServing());
+    QCOMPARE(begun.size(), 2);
+    account->stop();
+    QCOMPARE(session.stops, 1);
+    QCOMPARE(ended.size(), 2);
+    QCOMPARE(ended[1][1].value<AccountFetchReason>(), AccountFetchReason::Stopped);
+    QCOMPARE(account->lastFetch(), 0);
+    QCOMPARE(rig.factory.order, QStringList{u"a"_s}); // nobody fetched along
+    QCOMPARE(fetches.size() + fetchesEnded.size(), 0);
+}
+
+void DispatchTest::servingEndsWithItsSession()
+{
+    AccountRig rig;
+    Account *account = rig.addWithoutPassword();
+    const QSignalSpy begun(account, &Account::servingStarted);
+    const QSignalSpy ended(account, &Account::servingEnded);
+    QVERIFY(account->openSession(true));
+    QVERIFY(account->isServing()); // the user sees what waits for the password
+    QTRY_COMPARE(rig.user.passwords.size(), 1u);
+    rig.user.passwordAnswer({}, PasswordKeeping::ThisRun);
+    QCOMPARE(ended.size(), 1);
+    QCOMPARE(ended[0][0].value<AccountFetchReason>(), AccountFetchReason::LoginFailed);
+    account->keepPassword(u"lovelace"_s, PasswordKeeping::ThisRun);
+    QVERIFY(account->openSession(true));
+    rig.factory.last()->fail(AccountFetchReason::TimedOut, u"why"_s, false);
+    QCOMPARE(ended.size(), 2);
+    QCOMPARE(ended[1][1].toString(), u"why"_s);
+    QCOMPARE(account->outcome(), AccountFetchReason::None);
+    QVERIFY(account->errors().empty());
+    QCOMPARE(rig.manager.errors().all().size(), 2u); // it is told all the same
+    QVERIFY(account->openSession(true));
+    rig.factory.last()->setIdle(true);
+    rig.factory.last()->complete(false); // after its time
+    QCOMPARE(begun.size(), 3);
+    QCOMPARE(ended.size(), 3);
+    rig.factory.refused = {AccountKind::Pop3};
+    QVERIFY(account->openSession(true));
+    QVERIFY(account->openSession(true) && !account->isServing());
+    QCOMPARE(begun.size(), ended.size());
 }
 
 void DispatchTest::aClientThatCannotStart()
@@ -493,13 +562,15 @@ void DispatchTest::stopping()
     Account *waiting = rig.add(accountData(u"waiting"_s));
     const QSignalSpy newsEnded(news, &Account::fetchEnded);
     const QSignalSpy waitingEnded(waiting, &Account::fetchEnded);
+    const QSignalSpy waitingDropped(waiting, &Account::fetchDropped);
     news->fetch(true, true);
     QCOMPARE(waiting->fetch(true, true), FetchAnswer::Waiting);
     rig.manager.setFetchesBlocked(true);
     rig.manager.stopAll();
     QCOMPARE(newsEnded.size(), 1);
     QCOMPARE(newsEnded[0][0].value<AccountFetchReason>(), AccountFetchReason::Stopped);
-    QCOMPARE(waitingEnded.size(), 1);
+    QCOMPARE(waitingDropped.size(), 1);
+    QCOMPARE(waitingEnded.size(), 0);
     QVERIFY(!rig.manager.isBusy());
     QTRY_COMPARE(Fetcher::live().size(), 0u);
     QCOMPARE(rig.scratch.reports, QStringList());

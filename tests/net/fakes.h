@@ -58,6 +58,12 @@ public:
     using Fetcher::socket;
     using Fetcher::terminateBody;
 
+    void setIdle(bool is)
+    {
+        idle = is;
+        emit idleChanged();
+    }
+
     const FetcherWish wish;
     bool started = false;
     bool startsWell = true;

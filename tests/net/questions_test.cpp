@@ -35,11 +35,15 @@ private slots:
     void noPasswordGiven();
     void thePasswordInTheKeyring();
     void aPasswordAfterARefusal();
+    void theRefusedOneIsNotKept_data();
+    void theRefusedOneIsNotKept();
     void certificates_data();
     void certificates();
     void oneQuestionServesAll();
     void aChangedCertificate();
     void questionsAreWithdrawn();
+    void theServerHangsUpMeanwhile_data();
+    void theServerHangsUpMeanwhile();
 };
 
 void QuestionsTest::askedForThePassword_data()
@@ -160,6 +164,55 @@ void QuestionsTest::aPasswordAfterARefusal()
     QVERIFY(!Scratch::read(index + u".backup"_s).contains("lovelace"));
 }
 
+void QuestionsTest::theRefusedOneIsNotKept_data()
+{
+    QTest::addColumn<bool>("inKeyring");
+    QTest::addColumn<bool>("refused"); // what is stored; else what was given for the run
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("in the accounts file") << false << true << false;
+    QTest::newRow("in the keyring") << true << true << false;
+    QTest::newRow("the keyring was locked: its own was not refused") << true << false << true;
+}
+
+/// Whoever wants to be asked the next time does not want the wrong one tried before.
+void QuestionsTest::theRefusedOneIsNotKept()
+{
+    QFETCH(bool, inKeyring);
+    QFETCH(bool, refused);
+    QFETCH(bool, kept);
+    AccountRig rig;
+    AccountData data = accountData(u"a"_s);
+    if (inKeyring) {
+        data.password.clear();
+        data.flags = AccountKeyring;
+        rig.keyring.entries.insert(u"pop3://ada@pop.example"_s, u"lovelace"_s);
+    }
+    Account *account = rig.add(data);
+    QVERIFY(rig.manager.save());
+    rig.keyring.works = refused;
+    account->fetch(true, true);
+    if (!refused) {
+        QTRY_COMPARE(rig.user.passwords.size(), 1u);
+        rig.user.passwordAnswer(u"wrong"_s, PasswordKeeping::ThisRun);
+    }
+    QTRY_COMPARE(rig.factory.made.size(), 1u);
+    rig.factory.last()->noteLoginRefused(u"-ERR no"_s);
+    rig.factory.last()->fail(AccountFetchReason::Unexpected, u"-ERR no"_s, false);
+    const std::size_t asked = rig.user.passwords.size();
+    account->fetch(true, true);
+    QTRY_COMPARE(rig.user.passwords.size(), asked + 1);
+    rig.user.passwordAnswer(u"right"_s, PasswordKeeping::ThisRun);
+    QCOMPARE(rig.factory.last()->passwordAtStart, u"right"_s);
+    QCOMPARE(account->password(), u"right"_s);
+    QCOMPARE(!rig.keyring.entries.isEmpty(), kept);
+    QCOMPARE(account->data().has(AccountKeyring), kept);
+    QCOMPARE(account->data().has(AccountAsksForPassword), !kept);
+    QVERIFY(rig.manager.save());
+    const QString index = configPathOf(u"Accounts/Index"_s);
+    QVERIFY(!Scratch::read(index).contains("lovelace"));
+    QVERIFY(!Scratch::read(index + u".backup"_s).contains("lovelace"));
+}
+
 void QuestionsTest::certificates_data()
 {
     QTest::addColumn<CertificateAnswer>("answer");
@@ -262,6 +315,42 @@ void QuestionsTest::questionsAreWithdrawn()
     QCOMPARE(rig.user.withdrawn.size(), 2);
     rig.user.certificateAnswer(CertificateAnswer::AcceptAlways);
     QVERIFY(account->options().accepted.empty());
+}
+
+void QuestionsTest::theServerHangsUpMeanwhile_data()
+{
+    QTest::addColumn<CertificateAnswer>("answer");
+    QTest::addColumn<bool>("fetchesAgain");
+    QTest::newRow("refused") << CertificateAnswer::Refuse << false;
+    QTest::newRow("accepted once") << CertificateAnswer::AcceptOnce << true;
+    QTest::newRow("accepted for good") << CertificateAnswer::AcceptAlways << true;
+}
+
+/// A person reads longer than a server waits: the question stays, and its answer counts.
+void QuestionsTest::theServerHangsUpMeanwhile()
+{
+    QFETCH(CertificateAnswer, answer);
+    QFETCH(bool, fetchesAgain);
+    AccountRig rig;
+    Account *account = rig.add(accountData(u"a"_s));
+    account->fetch(true, true);
+    const QPointer<FakeFetcher> client = rig.factory.last();
+    account->judge(selfSigned("a"), true, client, [](bool) { QFAIL("nobody is there"); });
+    client->fail(AccountFetchReason::ConnectionClosed, {}, false);
+    QTRY_VERIFY(!client);
+    QVERIFY(rig.user.withdrawn.isEmpty());
+    rig.user.certificateAnswer(answer);
+    QCOMPARE(rig.factory.made.size(), fetchesAgain ? 2u : 1u);
+    QCOMPARE(account->isFetching(), fetchesAgain);
+    bool accepted = false;
+    account->judge(selfSigned("a"), false, &rig.manager, [&](bool accept) { accepted = accept; });
+    QCOMPARE(accepted, fetchesAgain);
+
+    // who stops the account wants no question any more
+    account->judge(selfSigned("b"), true, &rig.manager, [](bool) {});
+    const int withdrawn = int(rig.user.withdrawn.size());
+    account->stop();
+    QCOMPARE(rig.user.withdrawn.size(), withdrawn + 1);
 }
 
 QTEST_GUILESS_MAIN(QuestionsTest)

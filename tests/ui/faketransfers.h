@@ -24,7 +24,15 @@ public:
     void end() { complete(true); }
     void end(AccountFetchReason reason, const QString &detail) { fail(reason, detail, false); }
 
+    bool isIdle() const override { return idle; }
+    void setIdle(bool is)
+    {
+        idle = is;
+        emit idleChanged();
+    }
+
     bool wasStopped = false;
+    bool idle = false;
 };
 
 /// Makes such clients, and keeps hold of the last one of each account.
@@ -37,7 +45,7 @@ public:
         last[account.number()] = fetcher.get();
         return fetcher;
     }
-    std::unique_ptr<Fetcher> makeSession(Account &) override { return nullptr; }
+    std::unique_ptr<Fetcher> makeSession(Account &account) override { return make(account, {}); }
 
     FakeFetcher *of(int account) const { return last.value(account); }
 

@@ -81,6 +81,8 @@ private slots:
     void theWords();
     void aRowFollowsItsTransfer();
     void stopEndsIt();
+    void singleMessagesAreShownWhileTheyCome();
+    void singleMessagesThatFail();
     void rowsFollowTheirAccounts();
     void namesHaveTheRoomThereIs();
     void opensAndHidesByItself();
@@ -162,6 +164,59 @@ void TransfersTest::stopEndsIt()
     QVERIFY(!isShown(stop));
     QVERIFY(!t.control->card(t.home));
     QCOMPARE(t.control->running(), 0);
+}
+
+/// A session that serves them has its row and its button; when it rests, what was there before is there
+/// again.
+void TransfersTest::singleMessagesAreShownWhileTheyCome()
+{
+    Transfers t;
+    setBoolSetting(Setting::OpenStatusOnFetch, true);
+    Account &home = *t.accounts.account(t.home);
+    QVERIFY(home.openSession(true));
+    QVERIFY2(!t.control->isVisible(), "it is no fetch");
+    t.control->show();
+    const QPointer<FetcherStatus> first = t.control->row(t.home);
+    QVERIFY(first && first->isRunning());
+    QCOMPARE(t.control->running(), 1);
+    QVERIFY(t.find("stopAll")->isEnabled());
+    FakeFetcher *session = t.clients.of(t.home);
+    session->say(u"Fetching message 7..."_s);
+    QCOMPARE(first->status(), u"Fetching message 7..."_s);
+    emit session->progressed(0, 0, 1, 4);
+    QTRY_COMPARE(first->findChild<QProgressBar *>()->value(), 250);
+    QVERIFY(isShown(first->findChild<QToolButton *>(u"stop"_s)));
+    session->setIdle(true);
+    QVERIFY2(!t.control->row(t.home), "there is nothing to show of it");
+    QCOMPARE(t.control->running(), 0);
+    session->end();
+    QTRY_VERIFY(!home.session());
+
+    t.fetch(t.home).end();
+    FetcherStatus *row = t.control->row(t.home);
+    QTRY_VERIFY(!row->isRunning());
+    const QString before = row->status();
+    QVERIFY(home.openSession(true));
+    QVERIFY(row->isRunning() && row->status() != before);
+    auto *stop = row->findChild<QToolButton *>(u"stop"_s);
+    stop->click();
+    QVERIFY(t.clients.of(t.home) == nullptr || t.clients.of(t.home)->wasStopped);
+    QTRY_VERIFY(!row->isRunning());
+    QCOMPARE(t.control->row(t.home), row);
+    QCOMPARE(row->status(), before);
+    QVERIFY(!isShown(stop));
+}
+
+void TransfersTest::singleMessagesThatFail()
+{
+    Transfers t;
+    t.control->show();
+    QVERIFY(t.accounts.account(t.home)->openSession(true));
+    t.clients.of(t.home)->end(AccountFetchReason::TimedOut, {});
+    const FetcherStatus *row = t.control->row(t.home);
+    QVERIFY(row && !row->isRunning());
+    QVERIFY(!row->status().isEmpty());
+    QVERIFY(t.control->card(t.home));
 }
 
 void TransfersTest::rowsFollowTheirAccounts()

@@ -82,6 +82,10 @@ FetcherControl::FetcherControl(AccountManager &accounts, QWidget *parent)
     connect(&accounts, &AccountManager::fetchStarted, this, &FetcherControl::started);
     connect(&accounts, &AccountManager::fetchEnded, this,
             [this](Account *account, AccountFetchReason reason) { ended(account, reason); });
+    connect(&accounts, &AccountManager::servingStarted, this,
+            [this](Account *account) { serves(account, true); });
+    connect(&accounts, &AccountManager::servingEnded, this,
+            [this](Account *account) { serves(account, false); });
     connect(&accounts.errors(), &TransferErrors::added, this, &FetcherControl::failed);
     connect(&accounts, &AccountManager::accountDeleted, this,
             [this](Account *account) { dropCard(account->number()); });
@@ -229,7 +233,6 @@ void FetcherControl::started(Account *account)
     m_openedItself = true;
 }
 
-/// Also of one that waited for its turn and will not begin: that one did not run.
 void FetcherControl::ended(Account *account, AccountFetchReason reason)
 {
     m_running.remove(account->number());
@@ -238,6 +241,24 @@ void FetcherControl::ended(Account *account, AccountFetchReason reason)
         dropCard(account->number());
     }
     arrange();
+    hideWhenDone();
+}
+
+/// A session for single messages is no fetch: the window does not open for it.
+void FetcherControl::serves(Account *account, bool does)
+{
+    if (does) {
+        m_running.insert(account->number());
+        needRow(*account, {});
+    } else if (!account->isFetching()) {
+        m_running.remove(account->number());
+    }
+    arrange();
+    hideWhenDone();
+}
+
+void FetcherControl::hideWhenDone()
+{
     if (m_running.isEmpty() && m_openedItself)
         hide();
 }

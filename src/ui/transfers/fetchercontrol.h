@@ -23,8 +23,9 @@ class QScrollArea;
 class QVBoxLayout;
 class TransferErrorCard;
 
-/// The window of transfers: a row for each account that fetched or sent in this run, and below a card for
-/// each that needs the user. It watches from its making on, shown or not; make it once, at the start.
+/// The window of transfers: a row for each account that fetched or sent in this run, or that fetches single
+/// messages now, and below a card for each that needs the user. It watches from its making on, shown or not;
+/// make it once, at the start.
 ///
 /// Under `OpenStatusOnFetch` it shows itself, without taking the keyboard, when a transfer begins, and hides
 /// again when the last one has ended.
@@ -68,6 +69,8 @@ private:
     QWidget *newFooter();
     void started(Account *account);
     void ended(Account *account, AccountFetchReason reason);
+    void serves(Account *account, bool does);
+    void hideWhenDone();
     void failed(const TransferError &error);
     FetcherStatus *needRow(Account &account, const QString &title);
     void dropRow(FetcherStatus *row);
@@ -89,7 +92,7 @@ private:
     QPushButton *m_stopAll = nullptr;
     QCheckBox *m_openItself = nullptr;
     FetcherErrorList *m_errorList = nullptr;
-    QSet<int> m_running;          ///< numbers of the accounts that fetch
+    QSet<int> m_running;          ///< numbers of the accounts that do something
     QHash<int, QString> m_worked; ///< by account: the server that it fetched from
     bool m_openedItself = false;
 };

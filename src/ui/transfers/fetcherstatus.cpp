@@ -45,6 +45,7 @@ FetcherStatus::FetcherStatus(Account &account, const QString &title, QWidget *pa
     , m_bar(new QProgressBar)
     , m_stop(newToolButton(u"stop"_s, tr("Stop"), this))
     , m_refresh(new QTimer(this))
+    , m_hasNews(!title.isEmpty())
 {
     setObjectName(u"row"_s + QString::number(account.number()));
     build();
@@ -52,15 +53,22 @@ FetcherStatus::FetcherStatus(Account &account, const QString &title, QWidget *pa
     m_refresh->setInterval(kBetweenPictures);
     connect(m_refresh, &QTimer::timeout, this, &FetcherStatus::showProgress);
     connect(m_stop, &QToolButton::clicked, this, &FetcherStatus::slotStop);
-    connect(&account, &Account::statusChanged, this, &FetcherStatus::showStatus);
+    connect(&account, &Account::statusChanged, this, [this](const QString &text) {
+        if (m_running) // an idle session has no place here
+            showStatus(text);
+    });
     connect(&account, &Account::progressed, this, &FetcherStatus::progressed);
     connect(&account, &Account::fetchStarted, this, &FetcherStatus::started);
     connect(&account, &Account::fetchEnded, this, &FetcherStatus::ended);
+    connect(&account, &Account::servingStarted, this, &FetcherStatus::servingStarted);
+    connect(&account, &Account::servingEnded, this, &FetcherStatus::servingEnded);
     connect(&account.manager(), &AccountManager::accountDeleted, this, &FetcherStatus::slotAccountDeleted);
     connect(&account.manager(), &AccountManager::accountUpdated, this, &FetcherStatus::slotAccountUpdated);
     slotAccountUpdated(&account);
     if (account.isFetching())
         started();
+    else if (account.isServing())
+        servingStarted();
 }
 
 void FetcherStatus::build()
@@ -152,25 +160,55 @@ void FetcherStatus::slotAccountUpdated(Account *account)
 
 void FetcherStatus::started()
 {
-    m_running = true;
-    m_progress = {};
-    m_since.start();
+    m_hasNews = true;
     m_title.clear();
     slotAccountUpdated(m_account);
+    showRunning(true);
+}
+
+void FetcherStatus::servingStarted()
+{
+    m_before = m_shown;
+    m_before.status = m_status->text();
+    m_before.time = m_time->text();
+    showRunning(true);
+}
+
+void FetcherStatus::servingEnded(AccountFetchReason reason, const QString &detail)
+{
+    if (fetchMessage(reason, {}, {}).isEmpty()) {
+        showRunning(false);
+        m_time->setText(m_before.time);
+        m_status->setText(m_before.status);
+        showSign(m_before.icon, m_before.role);
+        if (!m_hasNews)
+            emit gone();
+        return;
+    }
+    m_hasNews = true;
+    ended(reason, detail);
+}
+
+void FetcherStatus::showRunning(bool running)
+{
+    m_running = running;
+    m_refresh->stop();
+    m_bar->hide();
+    m_amount->hide();
+    m_stop->setEnabled(running);
+    m_stop->setVisible(running);
+    if (!running)
+        return;
+    m_progress = {};
+    m_since.start();
     showSign(accountIcon(m_account->kind()), int(Role::Text2));
     m_time->setText({});
-    m_stop->setEnabled(true);
-    m_stop->show();
     showStatus(m_account->status());
 }
 
 void FetcherStatus::ended(AccountFetchReason reason, const QString &detail)
 {
-    m_running = false;
-    m_refresh->stop();
-    m_bar->hide();
-    m_stop->hide();
-    m_amount->hide();
+    showRunning(false);
     m_time->setText(timeText(clockNow().time()));
     switch (reason) {
     case AccountFetchReason::None:
@@ -219,5 +257,7 @@ void FetcherStatus::showStatus(const QString &text)
 
 void FetcherStatus::showSign(const QString &icon, int role)
 {
+    m_shown.icon = icon;
+    m_shown.role = role;
     m_sign->setSign(icon, Role(role));
 }

@@ -14,7 +14,9 @@ class QToolButton;
 class SignLabel;
 
 /// The row of one account in the window of transfers: what it does, how far it is, how it ended, and a button
-/// that stops it. It listens to the account and keeps no other state than what it shows.
+/// that stops it. It listens to the account and keeps no other state than what it shows. A session that
+/// serves requests for single messages is shown while it does; when that went well, the last fetch is shown
+/// again.
 class FetcherStatus : public QWidget
 {
     Q_OBJECT
@@ -38,7 +40,7 @@ public:
 signals:
     void nameWidthChanged();
 
-    /// The account does not exist any more: the row is to go.
+    /// The account does not exist any more, or there is nothing to show of it: the row is to go.
     void gone();
 
 public slots:
@@ -50,6 +52,9 @@ private:
     void build();
     void started();
     void ended(AccountFetchReason reason, const QString &detail);
+    void servingStarted();
+    void servingEnded(AccountFetchReason reason, const QString &detail);
+    void showRunning(bool running);
     void progressed(qint64 bytesDone, qint64 bytesTotal, int done, int total);
     void showProgress();
     void showStatus(const QString &text);
@@ -64,8 +69,18 @@ private:
         int total = 0;
     };
 
+    struct Shown
+    {
+        QString icon;
+        int role = 0;
+        QString status;
+        QString time;
+    };
+
     QPointer<Account> m_account;
     QString m_title;
+    Shown m_shown;  ///< the sign of it only
+    Shown m_before; ///< what stood here before a session served
     SignLabel *m_sign;
     ElidedLabel *m_name;
     ElidedLabel *m_type;
@@ -78,4 +93,5 @@ private:
     QElapsedTimer m_since;
     Progress m_progress;
     bool m_running = false;
+    bool m_hasNews; ///< of a fetch, or of a failure
 };
