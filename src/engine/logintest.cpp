@@ -13,8 +13,8 @@ class Trial : public QObject, private UserQuestions
     Q_OBJECT
 
 public:
-    Trial(const AccountData &data, CertificateJudge judge, std::function<void(const LoginResult &)> done,
-          QObject *parent)
+    Trial(const AccountData &data, const AccountOptions &options, CertificateJudge judge,
+          std::function<void(const LoginResult &)> done, QObject *parent)
         : QObject(parent)
         , m_judge(std::move(judge))
         , m_done(std::move(done))
@@ -22,6 +22,7 @@ public:
         , m_fetcher(new POPFetcher(m_account, PopTask::LoginTest, nullptr, this))
     {
         m_manager.setQuestions(this);
+        m_account.setOptions(options); // they stay in memory
         connect(m_fetcher, &Fetcher::fetchComplete, this, [this] { end(AccountFetchReason::None, {}); });
         connect(m_fetcher, &Fetcher::fetchError, this,
                 [this](Fetcher *, AccountFetchReason reason, const QString &detail) { end(reason, detail); });
@@ -44,7 +45,7 @@ public:
     }
 
 private:
-    /// What one account has remembered is no other one's business: its files are those of number 0.
+    /// What one account has remembered is no other one's business: this one has no files, and no log.
     static AccountData withoutNumber(AccountData data)
     {
         data.number = 0;
@@ -104,10 +105,11 @@ private:
 
 } // namespace
 
-void SystemLoginTester::test(const AccountData &account, CertificateJudge judge, QObject *context,
+void SystemLoginTester::test(const AccountData &account, const AccountOptions &options,
+                             CertificateJudge judge, QObject *context,
                              std::function<void(const LoginResult &)> done)
 {
-    auto *trial = new Trial(account, std::move(judge), std::move(done), context);
+    auto *trial = new Trial(account, options, std::move(judge), std::move(done), context);
     QMetaObject::invokeMethod(
         trial, [trial] { trial->start(); }, Qt::QueuedConnection);
 }

@@ -1,6 +1,7 @@
 #include "engine/discoveryprobe.h"
 #include "engine/logintest.h"
 
+#include "config/settings.h"
 #include "servers/scriptedserver.h"
 #include "support/scratch.h"
 
@@ -58,13 +59,14 @@ private:
         return data;
     }
 
-    static LoginResult login(const AccountData &data, const CertificateJudge &judge = {})
+    static LoginResult login(const AccountData &data, const CertificateJudge &judge = {},
+                             const AccountOptions &options = {})
     {
         SystemLoginTester tester;
         QObject context;
         QEventLoop loop;
         std::optional<LoginResult> result;
-        tester.test(data, judge, &context, [&](const LoginResult &ended) {
+        tester.test(data, options, judge, &context, [&](const LoginResult &ended) {
             result = ended;
             loop.quit();
         });
@@ -180,6 +182,7 @@ void FirstContactTest::logins()
 {
     QFETCH(QByteArray, afterUser);
     const Scratch scratch;
+    setBoolSetting(Setting::EnableLogging, true);
     ScriptedServer server("S: +OK hello\nC: CAPA\nS: -ERR\nC: USER clara\n" + afterUser);
     const LoginResult result = login(account(server.port(), false));
     QTEST(result.reason, "reason");
@@ -187,35 +190,56 @@ void FirstContactTest::logins()
     QTEST(result.messages, "messages");
     QVERIFY2(server.finished(), server.problem());
     QVERIFY(!QFile::exists(configDirectory() + u"/Accounts/Index"_s)); // nothing is remembered
-    QVERIFY(!QFile::exists(configDirectory() + u"/Accounts/0/UIDLs"_s));
+    QVERIFY(!QFile::exists(configDirectory() + u"/Accounts/0"_s));     // nor logged
 }
 
 void FirstContactTest::loginOverTls_data()
 {
+    QTest::addColumn<QString>("trust");
+    QTest::addColumn<bool>("asks");
     QTest::addColumn<bool>("accept");
     QTest::addColumn<AccountFetchReason>("reason");
-    QTest::newRow("accepted") << true << AccountFetchReason::None;
-    QTest::newRow("refused") << false << AccountFetchReason::Unreachable;
+    QTest::newRow("accepted") << u""_s << true << true << AccountFetchReason::None;
+    QTest::newRow("refused") << u""_s << true << false << AccountFetchReason::Unreachable;
+    QTest::newRow("accepted for good before")
+        << u"fingerprint"_s << false << true << AccountFetchReason::None;
+    QTest::newRow("the account's own CA") << u"ca"_s << false << true << AccountFetchReason::None;
 }
 
 void FirstContactTest::loginOverTls()
 {
+    QFETCH(QString, trust);
     QFETCH(bool, accept);
     const Scratch scratch;
+    setBoolSetting(Setting::EnableLogging, true);
+    const bool hasCa = trust == u"ca";
+    AccountOptions options;
+    if (hasCa)
+        options.caFile = m_certificates->ca;
+    if (trust == u"fingerprint") { // as a first try shows it
+        ScriptedServer first("", m_certificates->selfSigned, ScriptedServer::Encryption::FromTheStart);
+        login(account(first.port(), true), [&](const CertificateReport &report, const auto &answer) {
+            options.accept(report.certificate);
+            answer(false);
+        });
+        QCOMPARE(options.accepted.size(), 1u);
+    }
     const QByteArray script =
         accept ? "S: +OK hello\nC: CAPA\nS: -ERR\nC: USER clara\nS: +OK\nC: PASS secret\nS: +OK\n"
                  "C: STAT\nS: +OK 0 0\nC: QUIT\nS: +OK"
                : "";
-    ScriptedServer server(script, m_certificates->selfSigned, ScriptedServer::Encryption::FromTheStart);
+    ScriptedServer server(script, hasCa ? m_certificates->good : m_certificates->selfSigned,
+                          ScriptedServer::Encryption::FromTheStart);
     int asked = 0;
-    const LoginResult result =
-        login(account(server.port(), true), [&](const CertificateReport &report, const auto &answer) {
-            ++asked;
-            QVERIFY(!report.problems.empty());
-            answer(accept);
-        });
-    QCOMPARE(asked, 1);
+    const auto judge = [&](const CertificateReport &report, const auto &answer) {
+        ++asked;
+        QVERIFY(!report.problems.empty());
+        answer(accept);
+    };
+    const LoginResult result = login(account(server.port(), true), judge, options);
+    QTEST(asked > 0, "asks");
     QTEST(result.reason, "reason");
+    QVERIFY(!QFile::exists(configDirectory() + u"/Accounts"_s));
     if (accept)
         QVERIFY2(server.finished(), server.problem());
 }
@@ -228,7 +252,8 @@ void FirstContactTest::givenUp()
     SystemLoginTester tester;
     auto context = std::make_unique<QObject>();
     bool told = false;
-    tester.test(account(server.port(), false), {}, context.get(), [&](const LoginResult &) { told = true; });
+    tester.test(account(server.port(), false), {}, {}, context.get(),
+                [&](const LoginResult &) { told = true; });
     QTRY_VERIFY(server.connections() == 1 && server.dialogue().isPlayed() == false &&
                 server.dialogue().sent() > 0);
     context.reset();

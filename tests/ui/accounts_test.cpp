@@ -34,14 +34,16 @@ namespace {
 class FakeTester : public LoginTester
 {
 public:
-    void test(const AccountData &account, CertificateJudge, QObject *context,
+    void test(const AccountData &account, const AccountOptions &options, CertificateJudge, QObject *context,
               std::function<void(const LoginResult &)> done) override
     {
         tried = account;
+        triedOptions = options;
         QTimer::singleShot(0, context, [this, done = std::move(done)] { done(result); });
     }
 
     AccountData tried;
+    AccountOptions triedOptions;
     LoginResult result;
 };
 
@@ -415,6 +417,9 @@ void AccountsTest::aFileIsChosenForABatch()
 void AccountsTest::loginIsTried()
 {
     Program program;
+    AccountOptions options;
+    options.caFile = program.scratch.write(u"ca.pem"_s, "x");
+    QVERIFY(program.accounts().account(program.home)->setOptions(options));
     const auto editor = program.edit(program.home);
     field<QLineEdit>(*editor, AccountField::Password)->setText(u"not saved yet"_s);
     program.tester.result.messages = 12;
@@ -422,6 +427,7 @@ void AccountsTest::loginIsTried()
     const auto *bar = editor->findChild<AskingBar *>();
     QTRY_COMPARE(bar->text(), u"The login works: 12 messages on the server."_s);
     QCOMPARE(program.tester.tried.password, u"not saved yet"_s);
+    QCOMPARE(program.tester.triedOptions.caFile, options.caFile);
     QCOMPARE(program.data(program.home).password, u"secret42"_s);
     program.tester.result = {AccountFetchReason::Unexpected, u"-ERR [AUTH] no"_s, true};
     press(*editor, "test");

@@ -31,7 +31,7 @@ namespace {
 class TesterForTest : public LoginTester
 {
 public:
-    void test(const AccountData &account, CertificateJudge judge, QObject *context,
+    void test(const AccountData &account, const AccountOptions &, CertificateJudge judge, QObject *context,
               std::function<void(const LoginResult &)> done) override
     {
         tried.push_back(account);

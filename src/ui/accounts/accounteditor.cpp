@@ -226,7 +226,7 @@ void AccountEditor::testLogin()
         data.password = entered;
     m_test->setEnabled(false);
     m_notice->tell(MessageBar::Kind::Information, tr("Logging in to %1 …").arg(harmlessLine(data.host)));
-    m_check = new LoginCheck(m_tester, m_engine.accounts(), data, this);
+    m_check = new LoginCheck(m_tester, m_engine.accounts(), data, m_form->options(), this);
     connect(m_check, &LoginCheck::finished, this, [this](bool works, const QString &text) {
         m_notice->tell(works ? MessageBar::Kind::Good : MessageBar::Kind::Error, text);
         m_test->setEnabled(true);

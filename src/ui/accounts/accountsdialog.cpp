@@ -245,7 +245,7 @@ void AccountsDialog::testLogin()
         return;
     m_notice->tell(MessageBar::Kind::Information,
                    tr("Logging in to “%1” …").arg(harmlessLine(account->name())));
-    m_check = new LoginCheck(*m_tester, m_engine.accounts(), account->data(), this);
+    m_check = new LoginCheck(*m_tester, m_engine.accounts(), account->data(), account->options(), this);
     showState();
     const QString name = harmlessLine(account->name());
     connect(m_check, &LoginCheck::finished, this, [this, name](bool works, const QString &text) {

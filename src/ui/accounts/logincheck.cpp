@@ -14,11 +14,12 @@
 using namespace Qt::StringLiterals;
 
 LoginCheck::LoginCheck(LoginTester &tester, AccountManager &accounts, const AccountData &account,
-                       QObject *parent)
+                       const AccountOptions &options, QObject *parent)
     : QObject(parent)
     , m_tester(tester)
     , m_accounts(accounts)
     , m_account(account)
+    , m_options(options)
 {
     const Account *known = accounts.account(account.number);
     QString password = account.password;
@@ -74,7 +75,7 @@ void LoginCheck::test(const QString &password)
     const auto judging = [this](const CertificateReport &report, std::function<void(bool)> answer) {
         judge(report, std::move(answer));
     };
-    m_tester.test(m_account, judging, this, [this](const LoginResult &result) { tell(result); });
+    m_tester.test(m_account, m_options, judging, this, [this](const LoginResult &result) { tell(result); });
 }
 
 void LoginCheck::judge(const CertificateReport &report, std::function<void(bool)> answer)

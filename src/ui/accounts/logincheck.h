@@ -1,6 +1,7 @@
 #pragma once
 
 #include "net/accountdata.h"
+#include "net/accountoptions.h"
 #include "net/questions.h"
 
 #include <QObject>
@@ -18,7 +19,8 @@ class LoginCheck : public QObject
 
 public:
     /// All must outlive this. Of @p account the password may be empty.
-    LoginCheck(LoginTester &tester, AccountManager &accounts, const AccountData &account, QObject *parent);
+    LoginCheck(LoginTester &tester, AccountManager &accounts, const AccountData &account,
+               const AccountOptions &options, QObject *parent);
 
 signals:
     /// Once, from the event loop. @p text says how it went, in a sentence.
@@ -34,4 +36,5 @@ private:
     LoginTester &m_tester;
     AccountManager &m_accounts;
     AccountData m_account;
+    AccountOptions m_options;
 };

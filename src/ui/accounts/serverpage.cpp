@@ -306,7 +306,7 @@ void ServerPage::tryLogin()
     m_trying = std::make_unique<QObject>();
     const auto isMine = [this, trying = m_trying.get()] { return m_trying.get() == trying; };
     m_tester.test(
-        account,
+        account, AccountOptions(),
         [this, isMine](const CertificateReport &report, const std::function<void(bool)> &answer) {
             if (isMine())
                 judge(report, answer);
