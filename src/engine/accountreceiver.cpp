@@ -3,6 +3,7 @@
 #include "config/reporter.h"
 #include "store/serverplace.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -65,19 +66,33 @@ bool AccountReceiver::completeWhatWaits()
     GroupStore &store = m_delivery->store();
     store.settleTransfer(); // they are looked up where they stay
     std::vector<GroupStore::WholeMessage> whole;
+    std::vector<Completion> homeless;
     for (const Completion &completion : std::exchange(m_completions, {})) {
         const MessageRef place = find(completion);
         if (!place.isNull())
             whole.push_back({place, completion.text, identifierHash(completion.identifier)});
+        else if (!isHere(completion))
+            homeless.push_back(completion);
     }
-    if (whole.empty())
-        return true;
-    const bool completed = store.complete(whole);
-    std::vector<DeliveredMessage> delivered;
-    for (GroupStore::WholeMessage &message : whole)
-        delivered.push_back({message.place, std::move(message.text), m_account, false, true});
-    m_delivery->handOn(std::move(delivered));
-    return completed;
+    bool completed = true;
+    if (!whole.empty()) {
+        completed = store.complete(whole);
+        std::vector<DeliveredMessage> delivered;
+        for (GroupStore::WholeMessage &message : whole)
+            delivered.push_back({message.place, std::move(message.text), m_account, false, true});
+        m_delivery->handOn(std::move(delivered));
+    }
+    return completed && storeAsNew(homeless);
+}
+
+bool AccountReceiver::storeAsNew(const std::vector<Completion> &completions)
+{
+    for (const Completion &completion : completions) {
+        if (!m_batch.store(completion.identifier, completion.text,
+                           {.serverHash = identifierHash(completion.identifier)}))
+            return false;
+    }
+    return completions.empty() || m_batch.flush();
 }
 
 /// Where the message waits now; null when it is gone.
@@ -107,6 +122,39 @@ MessageRef AccountReceiver::findEverywhere(const QByteArray &identifier) const
         }
     }
     return {};
+}
+
+/// Whether its whole was put here before, wherever it lies now.
+bool AccountReceiver::isHere(const Completion &completion) const
+{
+    const quint64 hash = identifierHash(completion.identifier);
+    const QByteArray messageId = completion.text.messageId();
+    if (messageId.isEmpty())
+        return isHereWithoutId(hash);
+    const auto places = m_delivery->store().findMessage(messageId);
+    return std::any_of(places.begin(), places.end(), [&](const MessageIndex::Place &place) {
+        Group *group = m_delivery->store().group(place.group);
+        const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+        return overview && isWhole(*overview, hash);
+    });
+}
+
+bool AccountReceiver::isHereWithoutId(quint64 hash) const
+{
+    for (Group *group : m_delivery->store().groups()) {
+        for (int row = group->rowCount() - 1; row >= 0; --row) {
+            const Overview &overview = group->row(row);
+            if (overview.idHash() == 0 && !overview.isDead() && isWhole(overview, hash))
+                return true;
+        }
+    }
+    return false;
+}
+
+bool AccountReceiver::isWhole(const Overview &overview, quint64 hash) const
+{
+    return overview.account() == (m_account & 0xffff) && !overview.has(Mark::HeaderOnly) &&
+           overview.serverHash() == hash;
 }
 
 bool AccountReceiver::waits(MessageRef place, const QByteArray &identifier) const

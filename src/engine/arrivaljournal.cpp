@@ -33,10 +33,14 @@ Texts textsOf(Group &group, quint32 first, int account)
     return texts;
 }
 
+constexpr qint64 kMostRead = 16 * 1024 * 1024; ///< bytes; what is longer is not all ours
+
 /// Without a last line that was cut off: half an identifier names another message.
 QList<QByteArray> wholeLines(QFile &file)
 {
-    QList<QByteArray> lines = file.readAll().split('\n');
+    if (file.size() > kMostRead)
+        note(u"%1 is too long; its beginning is read"_s.arg(file.fileName()));
+    QList<QByteArray> lines = file.read(kMostRead).split('\n');
     lines.removeLast();
     lines.removeAll(QByteArray());
     return lines;

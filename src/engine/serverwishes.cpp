@@ -4,7 +4,7 @@
 #include "engine/clients.h"
 #include "net/identifierlist.h"
 #include "net/pop3/popfetcher.h"
-#include "net/pop3/uidlsfile.h"
+#include "net/pop3/popmemory.h"
 
 #include <QPointer>
 
@@ -12,19 +12,6 @@
 #include <map>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// The names that the account's server has for its messages, by their hash.
-QHash<quint64, QByteArray> identifiersByHash(int account)
-{
-    QHash<quint64, QByteArray> identifiers;
-    for (const UidlsEntry &entry : UidlsFile(account).read().value_or(QList<UidlsEntry>()))
-        identifiers.insert(identifierHash(entry.identifier), entry.identifier);
-    return identifiers;
-}
-
-} // namespace
 
 ServerWishes::ServerWishes(GroupStore &store, AccountManager &accounts, Clients &clients, QObject *parent)
     : QObject(parent)
@@ -44,6 +31,7 @@ ServerWishes::ServerWishes(GroupStore &store, AccountManager &accounts, Clients 
         m_proposed.remove(account->number());
         drop(account->number());
     });
+    connect(&store, &GroupStore::messagesDeleting, this, &ServerWishes::forgetRests);
     connect(&store, &GroupStore::messagesDeleting, this, &ServerWishes::deleteAlong);
 }
 
@@ -197,6 +185,46 @@ bool ServerWishes::drop(int account)
     return dropped > 0;
 }
 
+/// What the user deletes for good is not fetched any more.
+void ServerWishes::forgetRests(Group *group, const Articles &articles)
+{
+    QHash<int, bool> hasWishes;
+    for (const quint32 article : articles) {
+        const std::optional<Overview> overview = group->overview(article);
+        if (!overview || !overview->has(Mark::HeaderOnly))
+            continue;
+        const int number = overview->account();
+        if (!hasWishes.contains(number))
+            hasWishes.insert(number, !IdentifierList(number, IdentifierList::Purpose::Fetch).isEmpty());
+        const MessageRef message{group->number(), article};
+        const std::optional<ServerPlace> place = hasWishes[number] ? placeOf(message) : std::nullopt;
+        if (place)
+            forgetRest(*place, message);
+    }
+}
+
+/// Unless it is another copy of the message that waits.
+void ServerWishes::forgetRest(const ServerPlace &place, MessageRef message)
+{
+    IdentifierList list(place.account, IdentifierList::Purpose::Fetch);
+    if (!list.contains(place.identifier))
+        return;
+    const WaitingMessage waiting = list.find(place.identifier).place;
+    const MessageRef other{waiting.group, waiting.article};
+    if (other != message && placeOf(other) == place)
+        return;
+    if (!list.remove({place.identifier}))
+        return; // told
+    const Account *account = m_accounts.account(place.account);
+    if (auto *session = account ? qobject_cast<POPFetcher *>(account->session()) : nullptr)
+        session->forget(place.identifier);
+    std::erase_if(m_requests, [&](const Request &request) {
+        return request.account == place.account && request.body.identifier == place.identifier;
+    });
+    emit restEnded(message, false);
+    emit changed();
+}
+
 bool ServerWishes::isRestWanted(MessageRef message) const
 {
     const std::optional<ServerPlace> place = placeOf(message);
@@ -290,13 +318,27 @@ std::pair<int, QByteArray> ServerWishes::onServer(MessageRef message)
         return place && m_accounts.account(place->account) ? std::pair(place->account, place->identifier)
                                                            : std::pair(0, QByteArray());
     }
-    const int account = overview->account();
-    if (overview->serverHash() == 0 || !m_accounts.account(account))
+    const int number = overview->account();
+    const Account *account = m_accounts.account(number);
+    if (overview->serverHash() == 0 || !account)
         return {};
-    auto known = m_hashes.find(account);
+    auto known = m_hashes.find(number);
     if (known == m_hashes.end())
-        known = m_hashes.insert(account, identifiersByHash(account));
-    return {account, known->value(overview->serverHash())};
+        known = m_hashes.insert(number, namesByHash(*account));
+    return {number, known->value(overview->serverHash())};
+}
+
+/// The names by which the messages on the account's server are known here, by their hash.
+QHash<quint64, QByteArray> ServerWishes::namesByHash(const Account &account) const
+{
+    const AccountData &data = account.data();
+    PopMemory memory(data.number, data.user, data.host);
+    QHash<quint64, QByteArray> names;
+    if (!memory.load())
+        return names;
+    for (const QByteArray &name : memory.storeNames())
+        names.insert(identifierHash(name), name);
+    return names;
 }
 
 QString ServerWishes::nameOf(MessageRef message) const

@@ -77,6 +77,9 @@ private:
     void forgetFulfilled(int account);
     void propose(int account);
     bool drop(int account);
+    void forgetRests(Group *group, const Articles &articles);
+    void forgetRest(const ServerPlace &place, MessageRef message);
+    QHash<quint64, QByteArray> namesByHash(const Account &account) const;
     void deleteAlong(Group *group, const Articles &articles);
     bool wishDeletion(int account, const QList<QByteArray> &identifiers);
     std::optional<ServerPlace> placeOf(MessageRef message) const;

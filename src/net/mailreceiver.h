@@ -38,7 +38,8 @@ public:
     [[nodiscard]] virtual bool store(const ReceivedMessage &message) = 0;
 
     /// Puts the whole @p message into the place of the one of which only the header was here, keeping its
-    /// number and its marks; as part of the batch. False as above; true also when the waiting one is gone.
+    /// number and its marks; as part of the batch. Where the header is gone and the whole not here either, it
+    /// is stored as a new message. A null @p place: the header is looked for. False as above.
     [[nodiscard]] virtual bool complete(const WaitingMessage &place, const ReceivedMessage &message) = 0;
 
     /// Makes everything of the batch safe on the disk.

@@ -103,6 +103,7 @@ private slots:
     void completed();
     void movedMeanwhile_data();
     void movedMeanwhile();
+    void goneMeanwhile_data();
     void goneMeanwhile();
     void aTransferOnTheWay();
     void killed_data();
@@ -155,7 +156,7 @@ void HeaderOnlyTest::aForgedLineMeansNothing()
     QCOMPARE(told.size(), 0);
     QVERIFY(!f.engine.serverWishes().isRestWanted({f.inbox().number(), 1}));
     QVERIFY(f.complete({f.inbox().number(), 1}, whole("stolen")));
-    QCOMPARE(texts(f.inbox()), QList<QByteArray>{forged.text});
+    QCOMPARE(texts(f.inbox()), (QList<QByteArray>{forged.text, text("stolen", true)}));
 }
 
 void HeaderOnlyTest::completed()
@@ -222,15 +223,30 @@ void HeaderOnlyTest::movedMeanwhile()
     QCOMPARE(texts(f.inbox()).size(), 0);
 }
 
+void HeaderOnlyTest::goneMeanwhile_data()
+{
+    movedMeanwhile_data();
+}
+
+/// It may be deleted on the server next: what came is kept.
 void HeaderOnlyTest::goneMeanwhile()
 {
+    QFETCH(bool, hasMessageId);
     Scratch scratch;
     Fixture f;
-    QVERIFY(f.store(header("a")));
+    QVERIFY(f.store(header("a", hasMessageId)));
     QVERIFY(f.engine.groups().deleteMessages(f.inbox(), {1}, true));
-    QVERIFY(f.complete({f.inbox().number(), 1}, whole("a")));
-    for (Group *group : f.engine.groups().groups())
-        QCOMPARE(texts(*group).size(), 0);
+    for (int i = 0; i < 2; ++i) { // a second answer, after a session that was interrupted
+        QVERIFY(f.complete({f.inbox().number(), 1}, whole("a", hasMessageId)));
+        f.receiver->remembered();
+    }
+    QCOMPARE(texts(f.inbox()), QList<QByteArray>{text("a", hasMessageId)});
+    QVERIFY(!f.inbox().overview(2)->has(Mark::HeaderOnly));
+    QCOMPARE(f.inbox().overview(2)->serverHash(), identifierHash("a"));
+    QVERIFY(f.store(header("b", hasMessageId)));
+    QVERIFY(f.complete({}, whole("b", hasMessageId))); // nobody said where
+    QCOMPARE(texts(f.inbox()).size(), 2);
+    QVERIFY(!f.inbox().overview(3)->has(Mark::HeaderOnly));
 }
 
 void HeaderOnlyTest::aTransferOnTheWay()

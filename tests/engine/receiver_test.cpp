@@ -253,6 +253,10 @@ void ReceiverTest::aCutListOfArrivals()
     file.write("uid-11\nuid-1");
     file.close();
     QCOMPARE(f.receiver()->recover(), QList<QByteArray>{"uid-11"});
+    QVERIFY(file.open(QIODevice::Append)); // nor is it read without end
+    file.write('\n' + QByteArray(20 * 1024 * 1024, 'x') + "\nuid-12\n");
+    file.close();
+    QCOMPARE(f.receiver()->recover(), (QList<QByteArray>{"uid-11", "uid-1"}));
 }
 
 void ReceiverTest::aMoveFromTheSameAccountIsNoArrival()

@@ -76,6 +76,10 @@ private slots:
     void initTestCase() { useMemoryForFiles(); }
     void theRestNow();
     void theRestLater();
+    void theRestOfWhatIsDeleted_data();
+    void theRestOfWhatIsDeleted();
+    void renumbered();
+    void shownWhileItGoesOn();
     void noLongerThere();
     void deletedOnTheServer();
     void proposedForDeletion();
@@ -127,6 +131,89 @@ void ServerWishesTest::theRestLater()
     QVERIFY(f.fetch());
     QVERIFY(f.isWhole(1) && !f.isWhole(2));
     QVERIFY(!f.engine.serverWishes().isRestWanted(f.ref(1)));
+}
+
+void ServerWishesTest::theRestOfWhatIsDeleted_data()
+{
+    QTest::addColumn<bool>("online");
+    QTest::newRow("at the next fetch") << false;
+    QTest::newRow("by a session that has begun") << true;
+}
+
+/// The wish goes with its header, and nothing comes back; on the server the message stays.
+void ServerWishesTest::theRestOfWhatIsDeleted()
+{
+    QFETCH(bool, online);
+    Fixture f(0);
+    QVERIFY(f.fetch());
+    setBoolSetting(Setting::Online, online);
+    f.engine.serverWishes().fetchRest({f.ref(1), f.ref(2)});
+    QSignalSpy ended(&f.engine.serverWishes(), &ServerWishes::restEnded);
+    QVERIFY(f.engine.groups().deleteMessages(f.inbox(), {2}, true));
+    QCOMPARE(ended.size(), 1);
+    QVERIFY(!f.wishes(IdentifierList::Purpose::Fetch).contains("b"));
+    setBoolSetting(Setting::Online, true);
+    if (online)
+        QTRY_COMPARE(ended.size(), 2);
+    QVERIFY(f.fetch());
+    QVERIFY(f.isWhole(1));
+    QCOMPARE(f.inbox().counts().total, 2u);
+    QCOMPARE(f.server.mails.size(), 2u); // a is whole here, b and c are not
+    QCOMPARE(f.server.mails[0].identifier, "b");
+}
+
+/// The server gives other names to all it has: what is wanted of the messages is found all the same.
+void ServerWishesTest::renumbered()
+{
+    Fixture f;
+    f.server.mails.push_back({"small", mailText("small", "small")});
+    QVERIFY(f.fetch());
+    for (PopMailbox::Mail &mail : f.server.mails)
+        mail.identifier = "new-" + mail.identifier;
+    QSignalSpy ended(&f.engine.serverWishes(), &ServerWishes::restEnded);
+    f.engine.serverWishes().fetchRest({f.ref(1)}); // before any fetch knows of it
+    QTRY_COMPARE(ended.size(), 1);
+    QVERIFY(f.isWhole(1));
+    QVERIFY(f.fetch());
+    QCOMPARE(f.inbox().counts().total, 4u);
+    f.engine.serverWishes().fetchRest({f.ref(2)});
+    QTRY_COMPARE(ended.size(), 2);
+    QVERIFY(f.isWhole(2));
+    QSignalSpy failed(&f.engine.serverWishes(), &ServerWishes::failed);
+    f.engine.serverWishes().deleteOnServer({f.ref(1), f.ref(3), f.ref(4)});
+    QCOMPARE(failed.size(), 0);
+    QVERIFY(f.fetch());
+    QCOMPARE(f.server.mails.size(), 1u);
+    QCOMPARE(f.server.mails[0].identifier, "new-b");
+    QCOMPARE(f.inbox().counts().total, 4u);
+}
+
+/// As a transfer that runs; not as a fetch.
+void ServerWishesTest::shownWhileItGoesOn()
+{
+    Fixture f;
+    QVERIFY(f.fetch());
+    const TransferResult before = f.engine.transfers().result(f.number);
+    const qint64 lastFetch = f.account().lastFetch();
+    const QSignalSpy fetches(&f.account(), &Account::fetchEnded);
+    QStringList statuses;
+    qint64 most = 0;
+    connect(&f.engine.transfers(), &Transfers::changed, this, [&] {
+        const TransferProgress progress = f.engine.transfers().progress();
+        statuses += progress.status;
+        most = std::max(most, progress.totalBytes);
+    });
+    f.engine.serverWishes().fetchRest({f.ref(1), f.ref(2)});
+    QCOMPARE(f.engine.transfers().progress().accounts, 1);
+    QVERIFY(f.account().isServing());
+    QTRY_VERIFY(f.isWhole(1) && f.isWhole(2));
+    QTRY_COMPARE(f.engine.transfers().progress().accounts, 0);
+    QVERIFY(f.account().session()); // it goes on holding the connection
+    QVERIFY(!statuses.isEmpty());
+    QVERIFY(!f.account().isServing());
+    QCOMPARE(f.engine.transfers().result(f.number).received, before.received);
+    QCOMPARE(f.account().lastFetch(), lastFetch);
+    QCOMPARE(fetches.size(), 0);
 }
 
 void ServerWishesTest::noLongerThere()

@@ -33,6 +33,8 @@ private slots:
     void idleForLong();
     void bodyRefused();
     void bodyOfAnotherMailbox();
+    void bodyAfterRenumbering();
+    void bodiesTakenBack();
 };
 
 namespace {
@@ -282,6 +284,8 @@ void PopFetcherTest::bodies()
                           listing + listing + "C: LIST 1\nS: +OK 1 3000\nC: RETR 1\n" + popText("not b") +
                           "C: QUIT\nS: +OK\nX\n");
     POPFetcher &fetcher = user.meet(server, PopTask::Bodies);
+    const QSignalSpy idle(&fetcher, &POPFetcher::idleChanged);
+    const QSignalSpy progress(&fetcher, &POPFetcher::progressed);
     QStringList told;
     connect(&fetcher, &POPFetcher::bodyFetched, this, [&](const POPFetcherBodyRequest &request) {
         told += u"got "_s + QString::fromLatin1(request.identifier);
@@ -302,6 +306,8 @@ void PopFetcherTest::bodies()
     QCOMPARE(user.store.completed.size(), 1u);
     QCOMPARE(user.store.completed[0].first, 11);
     QCOMPARE(user.store.completed[0].second.text, storedText("a"));
+    QCOMPARE(idle.size(), 3); // at first, with the requests, and behind them
+    QCOMPARE(progress.last(), (QVariantList{5000, 5000, 3, 3}));
     fetcher.stop();
     QVERIFY(user.waitForEnd());
     QCOMPARE(user.end.reason, Reason::Stopped);
@@ -390,6 +396,52 @@ void PopFetcherTest::bodyOfAnotherMailbox()
     QCOMPARE(failed[0][1].toString(), u"Message no longer exists"_s);
     QTRY_VERIFY(fetcher.isIdle());
     QVERIFY2(server.finished(), server.problem());
+}
+
+/// No fetch has learnt the new names yet: the message is known by its size and header.
+void PopFetcherTest::bodyAfterRenumbering()
+{
+    PopUserAtTest user;
+    user.data.sizeLimit = 1;
+    QVERIFY(user.play(popLogin() + popListing("1 a|2 b", "1 2000|2 2000") + "C: TOP 1 0\n" + popHeader("a") +
+                      "C: TOP 2 0\n" + popHeader("b") + popQuit()));
+    ScriptedServer server(popLogin() +
+                          "C: UIDL\nS: +OK\nS: 1 x\nS: 2 y\nS: .\nC: LIST\nS: +OK\nS: 1 2000\nS: 2  2000\n"
+                          "S: .\nC: LIST 1\nS: +OK  1  2000\nC: RETR 1\n" +
+                          popText("a") + "C: LIST 2\nS: +OK 2 2000\nC: RETR 2\n" + popText("b") + popQuit());
+    POPFetcher &fetcher = user.meet(server, PopTask::Bodies);
+    QVERIFY(fetcher.request({"b", {1, 12}}));
+    QVERIFY(fetcher.start());
+    QTRY_COMPARE(user.store.completed.size(), 1u);
+    QCOMPARE(user.store.completed[0].first, 12);
+    QCOMPARE(user.store.completed[0].second.identifier, "b");
+    QCOMPARE(user.store.completed[0].second.text, storedText("b"));
+    QTRY_VERIFY(fetcher.isIdle());
+    fetcher.stop();
+    QVERIFY(user.waitForEnd());
+    QVERIFY2(server.finished(), server.problem());
+}
+
+void PopFetcherTest::bodiesTakenBack()
+{
+    PopUserAtTest user;
+    user.data.sizeLimit = 1;
+    QVERIFY(user.play(popLogin() + popListing("1 a|2 b", "1 2000|2 3000") + "C: TOP 1 0\n" + popHeader("a") +
+                      "C: TOP 2 0\n" + popHeader("b") + popQuit()));
+    ScriptedServer server(popLogin() + "C: UIDL\nS: +OK\nS: 1 a\nS: 2 b\nS: .\nC: LIST 2\nS: +OK 2 3000\n" +
+                          "C: RETR 2\nS: +OK\nX\n");
+    POPFetcher &fetcher = user.meet(server, PopTask::Bodies);
+    const QSignalSpy failed(&fetcher, &POPFetcher::bodyFailed);
+    QVERIFY(fetcher.request({"a", {1, 11}}));
+    QVERIFY(fetcher.request({"b", {1, 12}}));
+    fetcher.forget("a");
+    fetcher.forget("nobody");
+    QVERIFY(fetcher.start());
+    QVERIFY(user.waitForEnd());
+    QVERIFY2(server.finished(), server.problem());
+    QCOMPARE(failed.size(), 1);
+    QCOMPARE(failed[0][0].value<POPFetcherBodyRequest>().identifier, "b");
+    QVERIFY(user.file(u"Fetched"_s).contains(" b ") && user.file(u"Fetched"_s).contains(" fh 1 ")); // counted
 }
 
 QTEST_GUILESS_MAIN(PopFetcherTest)

@@ -28,9 +28,15 @@ private slots:
     void deletionBeforeTheDisk();
     void killedBetweenStoreAndMemory();
     void refused();
+    void hangsUpAtOneMessage_data();
+    void hangsUpAtOneMessage();
     void moreThanOneGigabyte();
     void wishes();
+    void wishesWithoutAPlace();
+    void wishesAfterRenumbering();
     void deletionOfAnother();
+    void deletionThatCannotBe_data();
+    void deletionThatCannotBe();
     void namesGivenTwice();
     void uidls_data();
     void uidls();
@@ -156,6 +162,12 @@ const std::vector<Story> &stories()
            "abcd"},
           {popListing("1 a b|2 |3 \\xE4\\x07%|4 " + QByteArray(3000, 'x'), "1 1|2 2|3 3|4 4") + top(2, "b"),
            "abcd"}}},
+        {"runs of blanks in the numbers",
+         kLeave,
+         {{"C: STAT\nS: +OK  1   320\nC: UIDL\nS: +OK\nS: 1 a\nS: .\nC: LIST\nS: +OK\nS: 1   10\nS: .\n" +
+               retr(1, "a"),
+           "a"},
+          {popListing("1 a", "1 10"), "a"}}},
         {"a listing that disagrees with STAT makes nothing absent, and nothing double",
          kLeave,
          {{kTwo + retr(1, "a") + retr(2, "b"), "ab"},
@@ -385,6 +397,33 @@ void PopMailboxTest::refused()
     QCOMPARE(user.end.reason, Reason::None);
 }
 
+void PopMailboxTest::hangsUpAtOneMessage_data()
+{
+    QTest::addColumn<int>("sizeLimit");
+    QTest::addColumn<QByteArray>("until"); // what is said and heard before the server hangs up
+    QTest::newRow("when it is asked for") << 0 << QByteArray("C: RETR 1\n");
+    QTest::newRow("in the middle of it") << 0 << QByteArray("C: RETR 1\nS: +OK\nS: Subject: a\n");
+    QTest::newRow("at its header") << 1 << QByteArray("C: TOP 1 0\nS: +OK\n");
+}
+
+/// A message that the server cannot read ends not every session before those behind it.
+void PopMailboxTest::hangsUpAtOneMessage()
+{
+    QFETCH(int, sizeLimit);
+    QFETCH(QByteArray, until);
+    PopUserAtTest user(kLeave);
+    user.data.sizeLimit = sizeLimit;
+    const QByteArray listing = popListing("1 a|2 b", "1 2000|2 20");
+    for (int time = 1; time <= 3; ++time) {
+        QVERIFY(user.play(popLogin() + listing + until + "X\n"));
+        QCOMPARE(user.end.reason, time < 3 ? Reason::ConnectionClosed : Reason::WithErrors);
+    }
+    QVERIFY2(user.end.detail.contains(u"message 1 for the third time"_s), qPrintable(user.end.detail));
+    QVERIFY(user.play(popLogin() + listing + retr(2, "b") + popQuit()));
+    QCOMPARE(user.end.reason, Reason::None);
+    QCOMPARE(subjects(user.store), "b");
+}
+
 /// Only the header, and that is said; where there is no TOP it is said once.
 void PopMailboxTest::moreThanOneGigabyte()
 {
@@ -423,6 +462,56 @@ void PopMailboxTest::wishes()
     QCOMPARE(user.store.texts().back(), storedText("c"));
 }
 
+/// Lines that lost their place: what is here whole does not come twice, a header is completed all the same,
+/// and nothing that was fetched is said to be lost.
+void PopMailboxTest::wishesWithoutAPlace()
+{
+    PopUserAtTest user(kLeave);
+    user.data.sizeLimit = 1;
+    const QByteArray listing = popListing("1 a|2 b", "1 20|2 3000");
+    QVERIFY(user.play(popLogin() + listing + retr(1, "a") + top(2, "b") + popQuit()));
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).add({{"a", {}}, {"b", {}}, {"c", {}}}));
+    const QByteArray more = popListing("1 a|2 b|3 c", "1 20|2 3000|3 4000");
+    QVERIFY(user.play(popLogin() + more + retr(2, "b") + retr(3, "c") + popQuit()));
+    QCOMPARE(user.end.reason, Reason::None);
+    QCOMPARE(subjects(user.store), "abc"); // of b that is the header
+    QCOMPARE(user.store.completed.size(), 1u);
+    QCOMPARE(user.store.completed[0].second.identifier, "b");
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).isEmpty());
+    QVERIFY(user.play(popLogin() + more + popQuit()));
+}
+
+/// The store knows its messages by the names they had.
+void PopMailboxTest::wishesAfterRenumbering()
+{
+    PopUserAtTest user(kLeave);
+    user.data.sizeLimit = 1;
+    QVERIFY(user.play(popLogin() + popListing("1 a|2 b|3 c", "1 2000|2 3000|3 10") + top(1, "a") +
+                      top(2, "b") + retr(3, "c") + popQuit()));
+    const QByteArray listing = popListing("1 x|2 y|3 z", "1 2000|2 3000|3 10");
+    const QByteArray looks = top(1, "a") + top(2, "b") + top(3, "c");
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).add({{"a", {3, 11}}}));
+    QVERIFY(user.play(popLogin() + listing + looks + retr(1, "a") + popQuit()));
+    QCOMPARE(user.end.reason, Reason::None);
+    QCOMPARE(user.store.completed.size(), 1u);
+    QCOMPARE(user.store.completed[0].first, 11);
+    QCOMPARE(user.store.completed[0].second.identifier, "a");
+    // and the session after
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).add({{"b", {3, 12}}}));
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).add({{"c", {}}}));
+    QVERIFY(user.play(popLogin() + listing + top(3, "c") + retr(2, "b") + dele(3) + popQuit()));
+    QCOMPARE(user.end.reason, Reason::None);
+    QCOMPARE(user.store.completed.size(), 2u);
+    QCOMPARE(user.store.completed[1].second.identifier, "b");
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Fetch).isEmpty());
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).isEmpty());
+    // what is new there under a name that the store has already gets another one
+    QVERIFY(
+        user.play(popLogin() + popListing("1 x|2 y|3 a", "1 2000|2 3000|3 50") + retr(3, "d") + popQuit()));
+    QVERIFY(user.store.stored.back().identifier.startsWith("a%~"));
+    QCOMPARE(subjects(user.store), "abcd");
+}
+
 /// A wish is for one message, not for whatever has its name.
 void PopMailboxTest::deletionOfAnother()
 {
@@ -432,6 +521,32 @@ void PopMailboxTest::deletionOfAnother()
     QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).add({{"a", {}}}));
     QVERIFY(user.play(popLogin() + listing + top(1, "c") + retr(1, "c") + popQuit()));
     QCOMPARE(subjects(user.store), "ac");
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).isEmpty());
+}
+
+void PopMailboxTest::deletionThatCannotBe_data()
+{
+    QTest::addColumn<QByteArray>("session");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("its size is another one")
+        << popListing("1 a", "1 12") + top(1, "a") << u"Message a was not deleted on the server"_s;
+    QTest::newRow("it is gone already") << QByteArray("C: STAT\nS: +OK 0 0\n") << QString();
+    QTest::newRow("another one has its name")
+        << popListing("1 a", "1 10") + top(1, "c") + retr(1, "c") << QString();
+}
+
+/// Not silently: the user believes that it is gone.
+void PopMailboxTest::deletionThatCannotBe()
+{
+    QFETCH(QByteArray, session);
+    QFETCH(QString, told);
+    PopUserAtTest user(kLeave);
+    QVERIFY(user.play(popLogin() + popListing("1 a", "1 10") + retr(1, "a") + popQuit()));
+    QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).add({{"a", {}}}));
+    QVERIFY(user.play(popLogin() + session + popQuit()));
+    QCOMPARE(user.end.reason, told.isEmpty() ? Reason::None : Reason::WithErrors);
+    QVERIFY2(user.end.detail.startsWith(told), qPrintable(user.end.detail));
+    QCOMPARE(user.end.detail.isEmpty(), told.isEmpty());
     QVERIFY(IdentifierList(7, IdentifierList::Purpose::Delete).isEmpty());
 }
 

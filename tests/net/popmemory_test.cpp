@@ -36,6 +36,7 @@ private slots:
     void uidlsFile();
     void addedTo();
     void broughtBack();
+    void renamed();
 };
 
 namespace {
@@ -107,6 +108,8 @@ void PopMemoryTest::dotText_data()
     row("a dot behind a bare line end is no end", "a\n.\r\nb\r\n.\r\n", "a\n.\nb", "", false, 9);
     row("but it is when all has come", "a\n.\r\n+OK\r\n", "a", "+OK\r\n", false, 2);
     row("dots behind a bare line end", "a\n..b\n.c\r\n.\r\n", "a\n.b\n.c");
+    row("a bare dot where nobody knows the size", "a\r\nb\n.\nc\n.\r\nd\r\n.\r\n", "a\nb\n.\nc\n.\nd");
+    row("the same, and all line ends before it are bare", "a\nb\n.\r\n+OK\r\n", "a\nb", "+OK\r\n");
 }
 
 void PopMemoryTest::dotText()
@@ -349,6 +352,39 @@ void PopMemoryTest::broughtBack()
         QVERIFY(taken.find("one") && taken.find("three") && !taken.find("other"));
         QVERIFY(taken.announce(record("arriving")));
     }
+}
+
+/// The store goes on to know by its first name what the server calls otherwise now.
+void PopMemoryTest::renamed()
+{
+    Scratch scratch;
+    remember(true);
+    for (const char *name : {"x", "y"}) { // twice, with the file in between
+        PopMemory taken = memory();
+        QVERIFY(taken.load());
+        taken.setListed({QByteArray(name)});
+        QVERIFY(taken.exchange(10, QByteArray(32, 'a'), name));
+        QVERIFY(taken.commit());
+        if (QByteArray(name) == "y")
+            QVERIFY(taken.save());
+    }
+    PopMemory later = memory();
+    QVERIFY(later.load());
+    const QList<QByteArray> names = later.storeNames();
+    QCOMPARE(QSet<QByteArray>(names.begin(), names.end()), (QSet<QByteArray>{"one", "two", "three"}));
+    int renamed = 0;
+    for (const QByteArray &name : names) {
+        const PopRecord *record = later.findStored(name);
+        QVERIFY(record);
+        QCOMPARE(record->storeName(), name);
+        renamed += record->identifier != name ? 1 : 0;
+        QCOMPARE(later.find(name) == nullptr, record->identifier != name);
+    }
+    QVERIFY(renamed >= 1);
+    QVERIFY(!later.findStored("y")); // that is what the server says
+    PopMemory other(1, u"another"_s, u"host"_s);
+    QVERIFY(other.load());
+    QVERIFY(other.storeNames().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(PopMemoryTest)

@@ -24,6 +24,7 @@ void DotText::begin(qint64 announced, bool bareLineEnds)
     m_announced = announced;
     m_bareLineEnds = bareLineEnds;
     m_afterCrLf = true;
+    m_hasCrLf = false;
     m_isInLine = false;
     m_octets = 0;
     m_lines = 0;
@@ -86,6 +87,7 @@ bool DotText::addLine(const char *line, qsizetype length)
     m_out += kept;
     *m_out++ = '\n';
     m_afterCrLf = crLf;
+    m_hasCrLf = m_hasCrLf || crLf;
     return false;
 }
 
@@ -105,7 +107,8 @@ bool DotText::isEnd(const char *line, qsizetype length) const
     const bool crLf = length == 3 && line[1] == '\r';
     if (length != 2 && !crLf)
         return false;
-    return m_bareLineEnds || (crLf && m_afterCrLf) || m_octets >= m_announced;
+    const bool isKnown = m_announced > 0;
+    return m_bareLineEnds || (crLf && m_afterCrLf) || (isKnown ? m_octets >= m_announced : !m_hasCrLf);
 }
 
 /// Behind a bare "\n" nobody knows whether the server took this for the start of a line.

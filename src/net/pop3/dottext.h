@@ -9,8 +9,9 @@
 ///
 /// A dot ends the text only between two "\r\n". Some servers pass on bare "\n" of a message, and then a dot
 /// behind one of them may stand in the message (and everything behind it be forged); there the end is
-/// believed only when as many bytes have come as were announced. A server that ends all its lines with a bare
-/// "\n" is taken at its word.
+/// believed only when as many bytes have come as were announced or, where nothing was (a header), when no
+/// line of the text has ended otherwise. A server that ends all its lines with a bare "\n" is taken at its
+/// word.
 class DotText
 {
 public:
@@ -48,6 +49,7 @@ private:
     bool m_isInLine = false;   ///< there is such a line
     bool m_bareLineEnds = false;
     bool m_afterCrLf = true; ///< the line before ended with "\r\n"
+    bool m_hasCrLf = false;  ///< some line of the text did
     qint64 m_announced = 0;
     qint64 m_octets = 0;
     qint64 m_lines = 0;

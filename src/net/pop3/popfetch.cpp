@@ -40,7 +40,7 @@ bool isTime(QElapsedTimer &since)
 void POPFetcher::statReply(const QByteArray &line)
 {
     bool isNumber = false;
-    const int count = line.left(kLongestReply).split(' ').value(1).toInt(&isNumber);
+    const int count = line.left(kLongestReply).simplified().split(' ').value(1).toInt(&isNumber);
     if (!isPositive(line) || !isNumber || count < 0)
         return endWithReply(line);
     m_count = count;
@@ -211,8 +211,8 @@ bool POPFetcher::keep(int number, const QByteArray &text, const QByteArray &head
         return !m_batch->isFull() || finishBatch();
     item.action = isHeader ? PopAction::Header : PopAction::Whole;
     item.deletesAfter = !isHeader && m_plan->deletesWhole(item, header);
-    const ReceivedMessage message{text, item.name, isHeader, std::max<qint64>(item.message.size, 0)};
     const PopRecord record = m_plan->recordOf(item, header);
+    const ReceivedMessage message{text, record.storeName(), isHeader, std::max<qint64>(item.message.size, 0)};
     const bool kept = item.place && !isHeader ? m_batch->complete(number, *item.place, message, record)
                                               : m_batch->store(number, message, record);
     if (!kept) {
@@ -249,14 +249,15 @@ bool POPFetcher::finishBatch()
     QList<QByteArray> completed;
     for (const int number : safe) {
         const PopItem &item = m_plan->items()[std::size_t(number)];
+        const QByteArray name = m_plan->storeName(item);
         m_received |= item.action == PopAction::Header || item.action == PopAction::Whole;
         if (item.deletesAfter)
             m_transfer->addDeletion(number);
-        if (item.place)
-            completed.append(item.name);
+        if (item.action == PopAction::Whole && m_toFetch->contains(name))
+            completed.append(name);
         if (item.action == PopAction::Header && m_plan->rules().proposeDeletion > 0 &&
             item.message.size > m_plan->rules().proposeDeletion)
-            emit deletionProposed(item.name, item.message.size);
+            emit deletionProposed(name, item.message.size);
     }
     if (completed.isEmpty() || !account())
         return true;
@@ -288,36 +289,60 @@ void POPFetcher::settle()
     if (!names || !account())
         return;
     m_isSettled = true;
-    QList<QByteArray> lost;
+    QList<QByteArray> over;
     for (const IdentifierList::Entry &wish : m_toFetch->entries()) {
         if (m_fulfilled.contains(wish.identifier))
             continue;
-        lost.append(wish.identifier);
-        addTrouble(tr("Message %1 could not be retrieved").arg(QString::fromLatin1(wish.identifier)));
+        over.append(wish.identifier);
+        const PopRecord *here = m_memory->findStored(wish.identifier);
+        if (!here || !here->isFetched || here->isHeaderOnly)
+            addTrouble(tr("Message %1 could not be retrieved").arg(QString::fromLatin1(wish.identifier)));
     }
     IdentifierList toFetch(account()->number(), IdentifierList::Purpose::Fetch);
-    if (!lost.isEmpty() && !toFetch.remove(lost))
+    if (!over.isEmpty() && !toFetch.remove(over))
         note(u"Wishes that nobody can fulfil stay"_s);
 }
 
-/// The wishes that are fulfilled; after a complete listing also those that nobody can fulfil.
-QList<QByteArray> POPFetcher::deletionsDone() const
+/// The wishes that are fulfilled; after a complete listing also those that nobody can fulfil, and of what is
+/// on the server all the same that is told.
+QList<QByteArray> POPFetcher::deletionsDone()
 {
     QSet<QByteArray> deleted;
     for (const int number : m_deleted)
-        deleted.insert(m_plan->items()[std::size_t(number)].name);
+        deleted.insert(m_plan->storeName(m_plan->items()[std::size_t(number)]));
     QList<QByteArray> wishes;
+    QStringList undone;
     for (const IdentifierList::Entry &wish : m_toDelete->entries()) {
-        if (m_isSettled || deleted.contains(wish.identifier))
+        const bool isDone = deleted.contains(wish.identifier);
+        if (m_isSettled || isDone)
             wishes.append(wish.identifier);
+        const PopRecord *known = m_memory->findStored(wish.identifier);
+        if (m_isSettled && !isDone && known && known->absentSince == 0)
+            undone += QString::fromLatin1(wish.identifier);
     }
+    tellOfUndone(undone);
     return wishes;
+}
+
+void POPFetcher::tellOfUndone(const QStringList &names)
+{
+    if (names.isEmpty())
+        return;
+    addTrouble(names.size() == 1
+                   ? tr("Message %1 was not deleted on the server: it is not certain that it is the one that "
+                        "was received")
+                         .arg(names.first())
+                   : tr("%1 messages were not deleted on the server: it is not certain that they are those "
+                        "that were received")
+                         .arg(names.size()));
+    for (const QString &name : names)
+        account()->log(tr("Not deleted on the server: %1").arg(name));
 }
 
 /// The server has deleted what it was told to.
 void POPFetcher::confirmDeletions()
 {
-    if (m_task != PopTask::Fetch || !m_plan)
+    if (m_task != PopTask::Fetch || !m_plan || !account())
         return;
     for (const int number : m_deleted) {
         const PopRecord *known = m_memory->find(m_plan->items()[std::size_t(number)].name);
@@ -329,7 +354,7 @@ void POPFetcher::confirmDeletions()
         m_memory->remember(record);
     }
     const QList<QByteArray> wishes = deletionsDone();
-    if (wishes.isEmpty() || !account())
+    if (wishes.isEmpty())
         return;
     IdentifierList toDelete(account()->number(), IdentifierList::Purpose::Delete);
     if (!toDelete.remove(wishes))
@@ -355,8 +380,28 @@ void POPFetcher::showTransfer(const PopCommand &command)
               false);
 }
 
+/// The server hung up while a message was awaited: it counts as a refusal, or one that it cannot read would
+/// end every session before those behind it. Empty: it is not the third time.
+QString POPFetcher::hungUpAtMessage()
+{
+    if (m_state == State::BodyText)
+        noteBodyRefused(); // the next fetch tells of it
+    if (m_state != State::Transfer || !m_transfer->isWaiting())
+        return {};
+    const PopCommand command = m_transfer->current();
+    PopItem &item = m_plan->items()[std::size_t(command.item)];
+    const bool brings = command.kind == PopCommandKind::Retr ||
+                        (command.kind == PopCommandKind::Top && item.action == PopAction::Header);
+    if (!brings || !m_plan->noteRefusal(item))
+        return {};
+    return tr("The server hung up at message %1 for the third time. It is not asked for again.")
+        .arg(item.message.number);
+}
+
 void POPFetcher::showProgress(bool now)
 {
+    if (m_task == PopTask::Bodies)
+        return showBodies(now);
     if (!m_transfer || m_transfer->isLooking() || (!now && !isTime(m_sinceProgress)))
         return;
     const qint64 bytes = m_doneBytes + (m_inText ? m_text.octets() : 0);

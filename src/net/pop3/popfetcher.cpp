@@ -120,6 +120,8 @@ bool POPFetcher::loadMemory()
         return false;
     }
     m_batch = std::make_unique<PopBatch>(*m_receiver, *m_memory);
+    for (const POPFetcherBodyRequest &request : m_requests)
+        m_wantedBytes += sizeOf(request);
     return true;
 }
 
@@ -309,6 +311,9 @@ void POPFetcher::slotConnectionClosed()
         return;
     if (m_state == State::Quit)
         return end(m_reason, m_detail);
+    const QString setAside = hungUpAtMessage();
+    if (!setAside.isEmpty())
+        return end(AccountFetchReason::WithErrors, setAside);
     end(AccountFetchReason::ConnectionClosed, tr("Awaited was: %1").arg(QLatin1String(step().awaits)));
 }
 

@@ -23,6 +23,7 @@ class PopPlan;
 class PopTransfer;
 struct PopCommand;
 struct PopItem;
+struct PopRecord;
 
 /// What a POPFetcher is for.
 enum class PopTask {
@@ -55,6 +56,9 @@ public:
     /// Adds a request; PopTask::Bodies only, also before start(). False: this session takes none any more.
     bool request(const POPFetcherBodyRequest &request);
 
+    /// Takes back the request for @p identifier where it is not being served yet; nothing is told of it.
+    void forget(const QByteArray &identifier);
+
     /// Messages in the mailbox; -1 before the server told.
     int messageCount() const { return m_count; }
 
@@ -62,7 +66,7 @@ public:
     bool isLoginRefused() const { return m_loginRefused; }
 
 signals:
-    /// One of both for every request that request() took.
+    /// One of both for every request that request() took, but for those that were taken back.
     void bodyFetched(const POPFetcherBodyRequest &request);
     void bodyFailed(const POPFetcherBodyRequest &request, const QString &reason);
 
@@ -165,7 +169,9 @@ private:
     bool finishBatch();
     void settle();
     void confirmDeletions();
-    QList<QByteArray> deletionsDone() const;
+    QList<QByteArray> deletionsDone();
+    void tellOfUndone(const QStringList &names);
+    QString hungUpAtMessage();
     void showTransfer(const PopCommand &command);
     void showProgress(bool now);
     /// @}
@@ -181,6 +187,13 @@ private:
     void bodyReply(const QByteArray &line);
     void bodyText(const QByteArray &text);
     void tryCandidate();
+    const PopRecord *wanted() const;
+    qint64 sizeOf(const POPFetcherBodyRequest &request) const;
+    qint64 soughtSize() const;
+    PopRecord noteBodyRefused();
+    void beginServing();
+    void served();
+    void showBodies(bool now);
     void failRequest(const QString &reason);
     bool finishBodies();
     void failAll(const QString &reason);
@@ -242,6 +255,9 @@ private:
     std::vector<POPFetcherBodyRequest> m_inBatch;
     POPFetcherBodyRequest m_request;
     std::deque<int> m_candidates; ///< numbers of messages that may be the one
+    QSet<QByteArray> m_listedNames;
     qint64 m_bodySize = -1;
+    qint64 m_wantedBytes = 0; ///< of all requests since it was idle, as far as known
+    int m_wanted = 0;         ///< the same requests
     bool m_isServing = false;
 };

@@ -9,9 +9,11 @@ namespace {
 /// Sums of what is larger could overflow; nothing is.
 constexpr qint64 kLargestSize = qint64(1) << 50;
 
-/// Some servers say more behind the size.
+/// Some servers say more behind the size, or more blanks in front of it.
 QByteArrayView firstWord(QByteArrayView text)
 {
+    while (text.startsWith(' '))
+        text = text.sliced(1);
     const qsizetype blank = text.indexOf(' ');
     return blank < 0 ? text : text.first(blank);
 }

@@ -94,15 +94,25 @@ void PopMemory::addLine(const PopLine &line)
 {
     switch (line.kind) {
     case PopLineKind::Mailbox: m_owner = line.record.identifier; break;
-    case PopLineKind::Message: m_records.insert(line.record.identifier, line.record); break;
-    case PopLineKind::Arriving: m_announced.insert(line.record.identifier, line.record); break;
+    case PopLineKind::Message: put(line.record); break;
+    case PopLineKind::Arriving: m_announced.insert(line.record.storeName(), line.record); break;
     case PopLineKind::Forgotten: m_records.remove(line.record.identifier); break;
     }
+}
+
+void PopMemory::put(const PopRecord &record)
+{
+    m_records.insert(record.identifier, record);
+    if (!record.storedAs.isEmpty())
+        m_renamed.insert(record.storedAs, record.identifier);
 }
 
 void PopMemory::addFromUidls(const QList<UidlsEntry> &entries)
 {
     for (const UidlsEntry &entry : entries) {
+        const PopRecord *renamed = findStored(entry.identifier);
+        if (renamed && renamed->identifier != entry.identifier)
+            continue; // its former name: the session that learnt the new one was interrupted
         PopRecord &record = m_records[entry.identifier];
         if (record.isFetched)
             continue;
@@ -131,6 +141,7 @@ bool PopMemory::setAside()
     m_file.close();
     QFile::remove(m_path);
     m_records.clear();
+    m_renamed.clear();
     m_announced.clear();
     m_pending.clear();
     m_owner.clear();
@@ -161,12 +172,13 @@ bool PopMemory::bringBack()
     return true;
 }
 
-void PopMemory::addRecovered(const QList<QByteArray> &identifiers)
+void PopMemory::addRecovered(const QList<QByteArray> &names)
 {
-    for (const QByteArray &identifier : identifiers) {
-        const PopRecord *known = find(identifier);
-        PopRecord record = m_announced.value(identifier, known ? *known : PopRecord());
-        record.identifier = identifier;
+    for (const QByteArray &name : names) {
+        const PopRecord *known = findStored(name);
+        PopRecord record = m_announced.value(name, known ? *known : PopRecord());
+        if (record.identifier.isEmpty())
+            record.identifier = name;
         record.isFetched = true;
         if (record.taken == 0)
             record.taken = clockSeconds();
@@ -178,6 +190,27 @@ const PopRecord *PopMemory::find(const QByteArray &identifier) const
 {
     const auto found = m_records.constFind(identifier);
     return found == m_records.constEnd() ? nullptr : &*found;
+}
+
+const PopRecord *PopMemory::findStored(const QByteArray &name) const
+{
+    const PopRecord *renamed = find(m_renamed.value(name));
+    if (renamed && renamed->storedAs == name)
+        return renamed;
+    const PopRecord *record = find(name);
+    return record && record->storedAs.isEmpty() ? record : nullptr;
+}
+
+QList<QByteArray> PopMemory::storeNames() const
+{
+    QList<QByteArray> names;
+    if (!m_owner.isEmpty() && m_owner != m_mailbox)
+        return names;
+    for (const PopRecord &record : m_records) {
+        if (record.isFetched && record.absentSince == 0)
+            names.append(record.storeName());
+    }
+    return names;
 }
 
 void PopMemory::setListed(const QSet<QByteArray> &identifiers)
@@ -205,6 +238,7 @@ bool PopMemory::exchange(qint64 size, const QByteArray &header, const QByteArray
         const QByteArray forgotten = popLine(PopLineKind::Forgotten, record);
         m_records.remove(gone.value());
         m_gone.erase(gone);
+        record.storedAs = record.storeName() == identifier ? QByteArray() : record.storeName();
         record.identifier = identifier;
         record.absentSince = 0;
         remember(record);
@@ -233,7 +267,7 @@ void PopMemory::setPresent(const QSet<QByteArray> &identifiers)
 
 void PopMemory::remember(const PopRecord &record)
 {
-    m_records.insert(record.identifier, record);
+    put(record);
     m_pending += popLine(PopLineKind::Message, record);
     m_changed = true;
 }

@@ -34,8 +34,8 @@ public:
     [[nodiscard]] bool load();
 
     /// What an interrupted session left in the store is remembered, with what was announced about it. It
-    /// belongs to the mailbox of that session.
-    void addRecovered(const QList<QByteArray> &identifiers);
+    /// belongs to the mailbox of that session. The store calls it by @p names.
+    void addRecovered(const QList<QByteArray> &names);
 
     /// To be called when what was recovered is committed, and before anything else: what belongs to another
     /// mailbox is set aside, and what was set aside of this one comes back. False as load().
@@ -43,6 +43,14 @@ public:
 
     /// Null: nothing is remembered.
     const PopRecord *find(const QByteArray &identifier) const;
+
+    /// The same by the name that the store knows it by: a server that renumbers calls its messages otherwise,
+    /// what was stored keeps the name it had.
+    const PopRecord *findStored(const QByteArray &name) const;
+
+    /// Those names of all that is here and, as far as anybody knows, on the server; none while what is
+    /// remembered belongs to another mailbox.
+    QList<QByteArray> storeNames() const;
 
     /// @name The server's listing
     /// @{
@@ -60,7 +68,8 @@ public:
     /// That message is in the listing, by a name that the server did not give.
     void claim(const PopRecord &record) { m_gone.remove(record.size, record.identifier); }
 
-    /// Gives the gone message with that size and header the new @p identifier. False: there is none.
+    /// Gives the gone message with that size and header the new @p identifier; the store keeps the name that
+    /// it has. False: there is none.
     bool exchange(qint64 size, const QByteArray &header, const QByteArray &identifier);
 
     /// To be told after a listing that was complete: all others are absent, and are forgotten after 30 days.
@@ -85,6 +94,7 @@ public:
 private:
     bool readFetched(const QString &path);
     void addLine(const PopLine &line);
+    void put(const PopRecord &record);
     void addFromUidls(const QList<UidlsEntry> &entries);
     bool setAside();
     bool bringBack();
@@ -99,11 +109,12 @@ private:
     QByteArray m_mailbox; ///< user@host that is wanted now
     QByteArray m_owner;   ///< the one that the file belongs to; empty: it does not say
     QHash<QByteArray, PopRecord> m_records;
-    QHash<QByteArray, PopRecord> m_announced;
-    QMultiHash<qint64, QByteArray> m_gone; ///< identifiers by size
-    QByteArray m_pending;                  ///< lines that are not on the disk yet
-    bool m_endsInLine = false;             ///< the file was cut within a line
-    bool m_isNew = true;                   ///< there is no file yet
+    QHash<QByteArray, QByteArray> m_renamed;  ///< identifiers by names in the store, also former ones
+    QHash<QByteArray, PopRecord> m_announced; ///< by names in the store
+    QMultiHash<qint64, QByteArray> m_gone;    ///< identifiers by size
+    QByteArray m_pending;                     ///< lines that are not on the disk yet
+    bool m_endsInLine = false;                ///< the file was cut within a line
+    bool m_isNew = true;                      ///< there is no file yet
     bool m_changed = false;
     bool m_renumbered = false;
 };

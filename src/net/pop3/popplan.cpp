@@ -79,11 +79,11 @@ PopAction PopPlan::actionFor(PopItem &item, const QByteArray &header)
 
 PopAction PopPlan::actionForKnown(PopItem &item, const PopRecord &record, const QByteArray &header)
 {
-    const bool toFetch = m_toFetch.contains(item.name);
+    const bool toFetch = isRestWanted(record);
     if (!record.isKnownInDetail())
-        return toFetch ? rest(item) : PopAction::Leave;
+        return toFetch ? rest(item, record) : PopAction::Leave;
     const bool sizeAgrees = record.size == item.message.size;
-    const bool toDelete = isDue(record) || m_toDelete.contains(item.name);
+    const bool toDelete = isDue(record) || m_toDelete.contains(record.storeName());
     // what was gone may be another one: there are servers that give a name twice
     const bool isBack = record.isDeleted || (record.absentSince != 0 && m_rules.canLook);
     if (sizeAgrees && !toFetch && !toDelete && !isBack)
@@ -93,7 +93,7 @@ PopAction PopPlan::actionForKnown(PopItem &item, const PopRecord &record, const 
     if (!header.isEmpty() && header != record.header)
         return fresh(item);
     if (toFetch)
-        return rest(item);
+        return rest(item, record);
     return sizeAgrees && toDelete ? PopAction::Delete : PopAction::Leave;
 }
 
@@ -134,13 +134,27 @@ PopAction PopPlan::whole(PopItem &item)
     return item.isTooLarge ? PopAction::Leave : PopAction::Whole;
 }
 
-/// A message that the user asked for goes to the place that waits for it.
-PopAction PopPlan::rest(PopItem &item)
+/// A damaged line of the list may have lost its place, and names a message that is here whole: it means
+/// nothing then. What the server refuses again and again is not wanted any more.
+bool PopPlan::isRestWanted(const PopRecord &record) const
 {
-    const WaitingMessage place = m_toFetch.find(item.name).place;
-    if (place.group != 0)
-        item.place = place;
+    if (record.isSetAside() || !m_toFetch.contains(record.storeName()))
+        return false;
+    return record.isHeaderOnly || m_toFetch.find(record.storeName()).place.group != 0;
+}
+
+/// A message that the user asked for goes to the place that waits for it; without one the store looks for its
+/// header.
+PopAction PopPlan::rest(PopItem &item, const PopRecord &record)
+{
+    item.place = m_toFetch.find(record.storeName()).place;
     return whole(item);
+}
+
+QByteArray PopPlan::storeName(const PopItem &item) const
+{
+    const PopRecord *record = m_memory.find(item.name);
+    return record ? record->storeName() : item.name;
 }
 
 bool PopPlan::deletesWhole(const PopItem &item, const QByteArray &header) const
@@ -148,7 +162,7 @@ bool PopPlan::deletesWhole(const PopItem &item, const QByteArray &header) const
     if (!m_rules.leavesOnServer)
         return true;
     const PopRecord *record = m_memory.find(item.name);
-    return record && record->header == header && m_toDelete.contains(item.name);
+    return record && record->header == header && m_toDelete.contains(record->storeName());
 }
 
 PopAction PopPlan::look(PopItem &item)
@@ -213,8 +227,14 @@ PopRecord PopPlan::recordOf(const PopItem &item, const QByteArray &header) const
     record.header = header;
     record.isFetched = true;
     record.isHeaderOnly = item.action == PopAction::Header;
-    const bool isSame = before && before->isFetched && before->header == header;
+    const bool isHere = before && before->isFetched;
+    const bool isSame = isHere && (before->header == header || !before->isKnownInDetail());
     record.taken = isSame ? before->taken : clockSeconds();
+    const PopRecord *namesake = m_memory.findStored(item.name);
+    if (isSame)
+        record.storedAs = before->storedAs;
+    else if (isHere || (namesake && namesake->isFetched)) // wishes must not mean two messages
+        record.storedAs = laterIdentifier(item.name, record.taken);
     return record;
 }
 

@@ -89,6 +89,9 @@ public:
     /// It is not asked for again, in no session.
     void setAside(PopItem &item);
 
+    /// The name of @p item, which is here, in the store and in wishes.
+    QByteArray storeName(const PopItem &item) const;
+
     /// The names of all that the server listed; empty while one of them is not known.
     std::optional<QSet<QByteArray>> names() const;
 
@@ -97,7 +100,8 @@ private:
     PopAction actionForKnown(PopItem &item, const PopRecord &record, const QByteArray &header);
     PopAction fresh(PopItem &item);
     PopAction whole(PopItem &item);
-    PopAction rest(PopItem &item);
+    bool isRestWanted(const PopRecord &record) const;
+    PopAction rest(PopItem &item, const PopRecord &record);
     PopAction look(PopItem &item);
     void noteRefusals(PopItem &item, int refusals);
     bool settleName(PopItem &item, const QByteArray &header);

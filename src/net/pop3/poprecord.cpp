@@ -69,6 +69,11 @@ QByteArray madeIdentifier(qint64 size, const QByteArray &header, int ordinal)
     return "%=" + QByteArray::number(size) + '.' + header + '.' + QByteArray::number(ordinal);
 }
 
+QByteArray laterIdentifier(const QByteArray &identifier, qint64 taken)
+{
+    return identifier + "%~" + QByteArray::number(taken);
+}
+
 qint64 sizeInMadeIdentifier(const QByteArray &identifier)
 {
     return isOwnName(identifier) ? identifier.mid(2, identifier.indexOf('.') - 2).toLongLong() : -1;
@@ -90,7 +95,8 @@ QByteArray popLine(PopLineKind kind, const PopRecord &record)
         line += ' ' + record.identifier + ' ' + QByteArray::number(record.taken) + ' ' +
                 QByteArray::number(record.size) + ' ' + (record.header.isEmpty() ? "-" : record.header) +
                 ' ' + flagsOf(record) + ' ' + QByteArray::number(record.refusals) + ' ' +
-                QByteArray::number(record.absentSince);
+                QByteArray::number(record.absentSince) +
+                (record.storedAs.isEmpty() ? QByteArray() : ' ' + record.storedAs);
     return check(line) + ' ' + line + '\n';
 }
 
@@ -122,5 +128,6 @@ std::optional<PopLine> readPopLine(QByteArrayView line)
         record.*flag.value = fields[5].contains(flag.letter);
     record.refusals = fields[6].toInt();
     record.absentSince = fields[7].toLongLong();
+    record.storedAs = fields.value(8);
     return read;
 }

@@ -16,9 +16,13 @@ struct PopRecord
     QByteArray header;      ///< headerDigest() of what was fetched; empty: not known
     qint64 absentSince = 0; ///< when it was first missing from a complete listing; 0: it was there
     int refusals = 0;       ///< how often the server refused to give it
+    QByteArray storedAs;    ///< the name that the store knows it by; empty: its identifier
     bool isFetched = false;
     bool isHeaderOnly = false; ///< the rest is still on the server
     bool isDeleted = false;    ///< on the server, by this program: its absence means nothing
+
+    /// By which the store knows it, and every wish about it.
+    const QByteArray &storeName() const { return storedAs.isEmpty() ? identifier : storedAs; }
 
     /// Whether the server is not asked for it any more.
     bool isSetAside() const { return refusals >= kMostRefusals; }
@@ -35,6 +39,10 @@ QByteArray popIdentifier(QByteArrayView raw);
 /// A name for a message that the server has none for, or no name of its own, from what it is; @p ordinal
 /// tells apart those that are the same in both, from 1. No server's identifier looks like it.
 QByteArray madeIdentifier(qint64 size, const QByteArray &header, int ordinal);
+
+/// A name for the store to know a message by whose @p identifier is that of another message there already;
+/// @p taken tells them apart. No server's identifier looks like it.
+QByteArray laterIdentifier(const QByteArray &identifier, qint64 taken);
 
 /// The size within such a name; -1 when it is not one.
 qint64 sizeInMadeIdentifier(const QByteArray &identifier);
