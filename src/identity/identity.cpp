@@ -1,0 +1,6 @@
+#include "identity/identity.h"
+
+QString Identity::display() const
+{
+    return name + " <" + address + '>';
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+struct Signature
+{
+    enum class Kind { Plain, Html, Command };
+
+    QString name; ///< as shown; unique within its identity
+    Kind kind = Kind::Plain;
+    QString text; ///< without a separator; of a command, the command line
+};
+
+/// @name The signatures of one identity, a file each in "Identities/<number>/Signatures"
+/// Failures report "Unable to open signature file" or "Unable to write signature file".
+/// @{
+QStringList signatureNames(int identity); ///< sorted as people sort
+std::optional<Signature> readSignature(int identity, const QString &name);
+bool writeSignature(int identity, const Signature &signature);
+bool removeSignature(int identity, const QString &name);
+/// @}
+
+/// @name The taglines of one identity, "Identities/<number>/Taglines"; each may have several lines
+/// @{
+QStringList readTaglines(int identity); ///< a failure reports "Unable to open tagline file"
+bool writeTaglines(int identity, const QStringList &taglines);
+QString nextTagline(int identity); ///< one of them, not the one before; empty without any
+/// @}
