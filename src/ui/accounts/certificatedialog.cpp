@@ -195,7 +195,8 @@ void CertificateDialog::addProblems(QVBoxLayout *page, const CertificateReport &
     grid->setVerticalSpacing(space::inner);
     grid->setColumnStretch(1, 1);
     for (const CertificateProblem &problem : report.problems) {
-        const int row = grid->rowCount();
+        const int row = grid->rowCount() + 1;
+        grid->setRowMinimumHeight(row - 1, row > 2 ? int(space::inner) : 0); // between two of them
         auto *text = plainLabel(harmlessLine(problem.text));
         setFontScale(text, 1, QFont::DemiBold);
         grid->addWidget(new SignLabel(u"warning"_s, Role::Warning, IconUse::Row), row, 0, Qt::AlignTop);
@@ -227,6 +228,7 @@ QWidget *CertificateDialog::newFacts(const CertificateQuestion &question)
     for (const Fact &fact : facts()) {
         const int row = grid->rowCount();
         auto *label = plainLabel(fact.label, false);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse); // on the same line as what is beside it
         setTextRole(label, Role::Text2);
         grid->addWidget(label, row, 0, Qt::AlignTop | Qt::AlignTrailing);
         grid->addWidget(factLabel(fact, question.found.certificate), row, 1, Qt::AlignTop);

@@ -31,10 +31,10 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kWidth = 118; ///< characters
-constexpr int kHeight = 38;
+constexpr int kHeight = 42;
 constexpr int kAccountWidth = 20; ///< at least
 constexpr int kAccountShare = 40; ///< per cent of the window, at most
-constexpr int kTypeWidth = 20;
+constexpr int kTypeWidth = 20;    ///< at most
 
 /// What makes a server another one.
 QString serverOf(const AccountData &account)
@@ -291,7 +291,7 @@ FetcherStatus *FetcherControl::needRow(Account &account, const QString &title)
     m_list->addWidget(new HairLine(Qt::Horizontal, m_panel));
     m_list->addWidget(fresh);
     connect(fresh, &FetcherStatus::gone, this, [this, fresh] { dropRow(fresh); });
-    connect(fresh, &FetcherStatus::nameWidthChanged, this, &FetcherControl::fitColumns);
+    connect(fresh, &FetcherStatus::widthsChanged, this, &FetcherControl::fitColumns);
     return fresh;
 }
 
@@ -348,15 +348,18 @@ bool FetcherControl::hasWorked(const AccountData &account) const
     return m_worked.value(account.number) == serverOf(account);
 }
 
-/// The column of names is as wide as the longest of them, within its share of the window.
+/// The columns of names and types are as wide as the longest of them, within their share of the window.
 void FetcherControl::fitColumns()
 {
     const int least = columnWidth(kAccountWidth);
-    int wanted = least;
-    for (const FetcherStatus *row : m_rows)
-        wanted = std::max(wanted, row->nameWidth());
-    const int account = std::min(wanted, std::max(least, width() * kAccountShare / 100));
-    const int type = columnWidth(kTypeWidth);
+    int account = least;
+    int type = m_typeHead->sizeHint().width();
+    for (const FetcherStatus *row : m_rows) {
+        account = std::max(account, row->nameWidth());
+        type = std::max(type, row->typeWidth());
+    }
+    account = std::min(account, std::max(least, width() * kAccountShare / 100));
+    type = std::min(type, columnWidth(kTypeWidth));
     m_accountHead->setFixedWidth(account);
     m_typeHead->setFixedWidth(type);
     for (FetcherStatus *row : m_rows)

@@ -24,9 +24,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kAccountWidth = 22; ///< characters
-constexpr int kTimeWidth = 28;
-constexpr int kErrorWidth = 72;
+constexpr int kAccountWidth = 26; ///< characters
+constexpr int kTimeWidth = 24;
+constexpr int kErrorWidth = 84;
 constexpr int kRows = 14;
 
 QTreeView *newList(TransferErrorsModel *model)

@@ -103,7 +103,7 @@ void FetcherStatus::build()
     grid->addWidget(m_time, 0, 4);
     grid->addWidget(m_stop, 0, 5);
     grid->addWidget(m_bar, 1, 1, 1, 2);
-    grid->addWidget(m_amount, 1, 3, 1, 2);
+    grid->addWidget(m_amount, 1, 3, 1, 3);
     grid->setColumnStretch(3, 1);
 }
 
@@ -120,6 +120,11 @@ QString FetcherStatus::title() const
 int FetcherStatus::nameWidth() const
 {
     return m_name->sizeHint().width();
+}
+
+int FetcherStatus::typeWidth() const
+{
+    return m_type->sizeHint().width();
 }
 
 void FetcherStatus::setColumns(int account, int type)
@@ -149,11 +154,9 @@ void FetcherStatus::slotAccountUpdated(Account *account)
     if (account != m_account)
         return;
     const QString name = harmlessLine(account->name());
-    if (name != m_name->text()) {
-        m_name->setText(name);
-        emit nameWidthChanged();
-    }
+    m_name->setText(name);
     m_type->setText(m_title.isEmpty() ? accountKindText(account->kind()) : m_title);
+    emit widthsChanged();
     m_stop->setAccessibleName(tr("Stop %1").arg(name));
     setAccessibleName(name);
 }

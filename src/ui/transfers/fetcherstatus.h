@@ -31,14 +31,17 @@ public:
     QString status() const;
     QString title() const;
 
-    /// The width in which the account's name is shown whole.
+    /// @name The widths in which the texts of the first two columns are shown whole
+    /// @{
     int nameWidth() const;
+    int typeWidth() const;
+    /// @}
 
     /// Widths of the first two columns, the same for all rows.
     void setColumns(int account, int type);
 
 signals:
-    void nameWidthChanged();
+    void widthsChanged();
 
     /// The account does not exist any more, or there is nothing to show of it: the row is to go.
     void gone();

@@ -100,7 +100,7 @@ void TransferErrorCard::build()
     grid->setVerticalSpacing(space::between);
     grid->addWidget(sign, 0, 0, Qt::AlignTop);
     grid->addWidget(m_title, 0, 1);
-    grid->addWidget(m_time, 0, 2, Qt::AlignTop);
+    grid->addWidget(m_time, 0, 2);
     grid->addWidget(m_words, 1, 1, 1, 2);
     grid->addWidget(m_protocol, 2, 1, 1, 2);
     grid->addLayout(buttons, 3, 1, 1, 2);

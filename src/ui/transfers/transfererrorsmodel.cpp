@@ -22,7 +22,7 @@ static_assert(kColumns.size() == TransferErrorsModel::ColumnCount);
 QString textOf(const TransferError &error, int column)
 {
     switch (column) {
-    case TransferErrorsModel::AccountColumn: return error.accountName;
+    case TransferErrorsModel::AccountColumn: return harmlessLine(error.accountName);
     case TransferErrorsModel::TimeColumn: return errorTime(error);
     case TransferErrorsModel::ErrorColumn: return harmlessLine(error.text);
     default: return {};
@@ -94,8 +94,8 @@ QVariant TransferErrorsModel::data(const QModelIndex &index, int role) const
     const TransferError &error = at(index.row());
     if (role == Qt::DisplayRole)
         return textOf(error, index.column());
-    if (role == Qt::ToolTipRole && index.column() == ErrorColumn)
-        return asToolTip(error.text);
+    if (role == Qt::ToolTipRole && index.column() != TimeColumn) // the others may be cut
+        return asToolTip(textOf(error, index.column()));
     return {};
 }
 
