@@ -1,6 +1,7 @@
-// Draws the windows of transfers and accounts into a directory: light, dark, in 14 points, from right to
-// left.
+// Draws the windows of transfers and accounts into a directory: those of the documentation, or with "all"
+// after the directory every one of them light, dark, in 14 points and from right to left.
 #include "faketransfers.h"
+#include "support/discoverynetwork.h"
 #include "support/scratch.h"
 
 #include "config/clock.h"
@@ -10,6 +11,7 @@
 #include "ui/accounts/accounteditor.h"
 #include "ui/accounts/accountlogwindow.h"
 #include "ui/accounts/accountsdialog.h"
+#include "ui/accounts/accountwizard.h"
 #include "ui/accounts/certificatedialog.h"
 #include "ui/accounts/passworddialog.h"
 #include "ui/look/looks.h"
@@ -17,25 +19,53 @@
 #include "ui/transfers/fetchererrorlist.h"
 
 #include <QApplication>
+#include <QCryptographicHash>
+#include <QCursor>
 #include <QDir>
+#include <QImageWriter>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
+
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+/// What the documentation shows, light, and where it matters dark as well.
+struct PictureRow
+{
+    const char *name;
+    bool isDarkToo;
+};
+constexpr PictureRow kBook[] = {
+    {"account-wizard", false}, {"account-wizard-works", true},
+    {"account-editor", true},  {"accounts", false},
+    {"transfers", true},       {"transfer-errors", false},
+    {"account-log", false},    {"certificate", true},
+    {"password", false},
+};
+
+/// The moment of the pictures: 20 November 2026, 11:31:20 UTC. It goes on when the scene says so.
+qint64 now = 1'795'174'280'000;
+
+void passMinutes(int minutes)
+{
+    now += minutes * 60'000;
+}
+
 CertificateInfo certificate(const QString &name, char digit)
 {
     CertificateInfo info;
-    info.sha256 = QByteArray(32, digit) + QByteArray("0123456789abcdef0123456789abcdef");
+    info.sha256 = QCryptographicHash::hash(name.toUtf8() + digit, QCryptographicHash::Sha256).toHex();
     info.commonName = name;
     info.subject = u"CN="_s + name;
     info.issuer = u"CN=Tidewater Press Internal CA, O=Tidewater Press"_s;
     info.names = {name, u"mail."_s + name};
-    info.validFrom = 1'700'000'000;
-    info.validUntil = 1'790'000'000;
+    info.validFrom = 1'764'547'200;
+    info.validUntil = 1'827'705'600;
     return info;
 }
 
@@ -65,17 +95,36 @@ PasswordQuestion passwordQuestion()
             true};
 }
 
+/// Signs in at once.
+class PictureTester : public LoginTester
+{
+public:
+    void test(const AccountData &, const AccountOptions &, CertificateJudge, QObject *context,
+              std::function<void(const LoginResult &)> done) override
+    {
+        QMetaObject::invokeMethod(
+            context,
+            [done] {
+                done({AccountFetchReason::None, {}, false, 1284});
+            },
+            Qt::QueuedConnection);
+    }
+};
+
 /// Everything that a picture needs, in the state in which it is drawn.
 class Scene
 {
 public:
-    explicit Scene(const QString &directory)
+    Scene(const QString &directory, bool all)
         : m_directory(directory)
+        , m_all(all)
     {
         createStoreDirectories();
         if (!m_engine.load())
             qFatal("the engine does not load");
         m_engine.accounts().setFactory(&m_clients);
+        m_network.files[u"https://autoconfig.tidewater.example/mail/config-v1.1.xml"_s] =
+            publishedSettings("pop.tidewater.example");
         AccountData home = popAccount(u"Home"_s, u"pop.tidewater.example"_s);
         home.address = u"clara@tidewater.example"_s;
         home.fetchInterval = 10;
@@ -83,7 +132,7 @@ public:
         home.daysOnServer = 30;
         m_home = m_engine.accounts().add(home);
         m_club = m_engine.accounts().add(popAccount(u"Sailing club"_s, u"mail.sailing.example"_s));
-        AccountData press = popAccount(u"Tidewater Press"_s, u"mail.press.example"_s);
+        AccountData press = popAccount(u"Tidewater Press, editors' mailbox"_s, u"mail.press.example"_s);
         press.set(AccountTls, false);
         press.port = 110;
         m_press = m_engine.accounts().add(press);
@@ -92,68 +141,122 @@ public:
         batch.kind = AccountKind::BatchFile;
         batch.host = u"/var/mail/clara"_s;
         m_batch = m_engine.accounts().add(batch);
+        addErrors();
         AccountOptions options;
         options.accepted = {certificate(u"tidewater.example"_s, 'b')};
         if (!m_engine.accounts().account(m_home)->setOptions(options))
             qFatal("the options cannot be written");
     }
 
-    void draw(const QString &suffix)
+    void draw(const QString &look)
     {
-        setBoolSetting(Setting::EnableLogging, true);
-        FetcherControl control(m_engine.accounts());
-        for (int i = 0; i < 3; ++i)
-            fail(m_club, AccountFetchReason::Unexpected, u"-ERR [AUTH] Authentication failed."_s);
-        FakeFetcher &home = fetch(m_home);
-        home.line(">>>> ", "USER clara");
-        home.line("<<<< ", "+OK");
-        home.line(">>>> ", "PASS secret42");
-        home.line("<<<< ", "+OK Logged in.");
-        home.say(u"Receiving message 143 of 512"_s);
-        emit home.progressed(1'200'000, 3'600'000, 143, 512);
-        QTest::qWait(1200);
-        emit home.progressed(1'500'000, 3'600'000, 173, 512);
-        FakeFetcher &press = fetch(m_press);
-        emit press.progressed(10'000, 10'000, 4, 4);
-        press.end();
-        QTest::qWait(200);
-        save(control, u"transfers"_s + suffix);
-        control.slotShowErrors();
-        save(*control.errorList(), u"errors"_s + suffix);
-        AccountsDialog *accounts = new AccountsDialog(m_engine);
-        save(*accounts, u"accounts"_s + suffix);
-        for (const auto &[number, name] :
-             {std::pair{m_home, u"editor"_s}, {m_press, u"editor-plain"_s}, {m_batch, u"editor-batch"_s}}) {
-            accounts->editAccount(number);
-            auto *editor = accounts->findChildren<AccountEditor *>().last();
-            if (number == m_press)
-                editor->findChild<QPushButton *>(u"ok"_s)->click();
-            save(*editor, name + suffix);
-            if (number == m_home) {
-                editor->resize(editor->width(), editor->sizeHint().height() * 3);
-                save(*editor, u"editor-whole"_s + suffix);
-            }
-            delete editor;
-        }
-        accounts->findChild<QPushButton *>(u"delete"_s)->click();
-        save(*accounts->findChild<QDialog *>(u"deleteDialog"_s), u"delete"_s + suffix);
-        AccountLogWindow log(*m_engine.accounts().account(m_home));
-        log.setAttribute(Qt::WA_DeleteOnClose, false);
-        save(log, u"log"_s + suffix);
-        CertificateDialog once(certificateQuestion(false));
-        save(once, u"certificate"_s + suffix);
-        CertificateDialog changed(certificateQuestion(true));
-        save(changed, u"certificate-changed"_s + suffix);
-        PasswordDialog password(passwordQuestion());
-        save(password, u"password"_s + suffix);
-        delete accounts;
-        home.end();
+        m_look = look;
+        drawWizard();
+        drawTransfers();
+        drawAccounts();
+        drawQuestions();
+        m_clients.of(m_home)->end();
         QTest::qWait(20);
     }
 
 private:
+    /// Of an earlier day.
+    void addErrors()
+    {
+        const qint64 time = now / 1000 - 20 * 3600;
+        TransferErrors &errors = m_engine.accounts().errors();
+        errors.add(
+            {m_home, u"Home"_s, time, AccountFetchReason::TimedOut, {}, u"Account 'Home' has timed out"_s});
+        errors.add(
+            {m_press, u"Tidewater Press, editors' mailbox"_s, time + 4000, AccountFetchReason::Unreachable,
+             u"Connection refused"_s,
+             u"Unable to connect to account 'Tidewater Press, editors' mailbox': Connection refused"_s});
+    }
+
+    void drawWizard()
+    {
+        auto *wizard = new AccountWizard(m_engine, m_network, m_tester);
+        wizard->beginWith(AccountKind::Pop3);
+        wizard->setVisible(true);
+        wizard->findChild<QLineEdit *>(u"address"_s)->setText(u"clara@tidewater.example"_s);
+        wizard->findChild<QLineEdit *>(u"password"_s)->setText(u"secret"_s);
+        save(*wizard, "account-wizard-person");
+        auto *next = wizard->findChild<QPushButton *>(u"next"_s);
+        next->click();
+        QTest::qWait(100);
+        save(*wizard, "account-wizard");
+        next->click();
+        QTest::qWait(100);
+        save(*wizard, "account-wizard-works");
+        next->click();
+        save(*wizard, "account-wizard-ready");
+        delete wizard;
+    }
+
+    void drawTransfers()
+    {
+        setBoolSetting(Setting::EnableLogging, true);
+        FetcherControl control(m_engine.accounts());
+        end(m_batch, 0);
+        for (int i = 0; i < 3; ++i)
+            fail(m_club, AccountFetchReason::Unexpected, u"-ERR [AUTH] Authentication failed."_s);
+        FakeFetcher &home = fetch(m_home);
+        for (const char *said :
+             {"<+OK POP3 ready", ">CAPA", "<+OK", "<TOP", "<UIDL", "<PIPELINING", "<.", ">USER clara", "<+OK",
+              ">PASS secret42", "<+OK Logged in.", ">STAT", "<+OK 512 3600000", ">UIDL", "<+OK"}) {
+            const bool isSent = *said == '>';
+            now += isSent ? 1 : 38;
+            home.line(isSent ? ">>>> " : "<<<< ", said + 1);
+        }
+        home.say(u"Receiving message 173 of 512"_s);
+        emit home.progressed(1'200'000, 3'600'000, 143, 512);
+        QTest::qWait(1200);
+        emit home.progressed(1'500'000, 3'600'000, 173, 512);
+        end(m_press, 4);
+        QTest::qWait(200);
+        save(control, "transfers");
+        control.slotShowErrors();
+        save(*control.errorList(), "transfer-errors");
+    }
+
+    void drawAccounts()
+    {
+        auto *accounts = new AccountsDialog(m_engine);
+        save(*accounts, "accounts");
+        for (const auto &[number, name] :
+             {std::pair{m_home, "account-editor"}, {m_press, "editor-plain"}, {m_batch, "editor-batch"}}) {
+            accounts->editAccount(number);
+            auto *editor = accounts->findChildren<AccountEditor *>().last();
+            if (number == m_press)
+                editor->findChild<QPushButton *>(u"ok"_s)->click();
+            save(*editor, name);
+            if (number == m_home) {
+                editor->resize(editor->width(), editor->sizeHint().height() * 3);
+                save(*editor, "editor-whole");
+            }
+            delete editor;
+        }
+        accounts->findChild<QPushButton *>(u"delete"_s)->click();
+        save(*accounts->findChild<QDialog *>(u"deleteDialog"_s), "delete");
+        delete accounts;
+    }
+
+    void drawQuestions()
+    {
+        AccountLogWindow log(*m_engine.accounts().account(m_home));
+        log.setAttribute(Qt::WA_DeleteOnClose, false);
+        save(log, "account-log");
+        CertificateDialog once(certificateQuestion(false));
+        save(once, "certificate");
+        CertificateDialog changed(certificateQuestion(true));
+        save(changed, "certificate-changed");
+        PasswordDialog password(passwordQuestion());
+        save(password, "password");
+    }
+
     FakeFetcher &fetch(int account)
     {
+        passMinutes(1);
         m_engine.accounts().account(account)->clearMark();
         m_engine.accounts().account(account)->fetch(true, true);
         return *m_clients.of(account);
@@ -165,17 +268,46 @@ private:
         QTest::qWait(10);
     }
 
-    void save(QWidget &window, const QString &name)
+    void end(int account, int messages)
+    {
+        FakeFetcher &fetcher = fetch(account);
+        emit fetcher.progressed(messages * 2500, messages * 2500, messages, messages);
+        fetcher.end();
+        QTest::qWait(10);
+    }
+
+    bool isWanted(const char *name) const
+    {
+        if (m_all)
+            return true;
+        const auto found = std::find_if(std::begin(kBook), std::end(kBook), [name](const PictureRow &row) {
+            return QByteArrayView(row.name) == name;
+        });
+        return found != std::end(kBook) && (found->isDarkToo || m_look != "dark"_L1);
+    }
+
+    void save(QWidget &window, const char *name) const
     {
         window.show();
         QTest::qWait(30);
-        if (!window.grab().save(m_directory + u'/' + name + u".png"_s))
+        if (!isWanted(name))
+            return;
+        const QString suffix = m_all || m_look != "light"_L1 ? u'-' + m_look : QString();
+        const QString path = m_directory + u'/' + QLatin1StringView(name) + suffix + u".png"_s;
+        QImageWriter writer(path, "png");
+        writer.setCompression(100);
+        if (!writer.write(window.grab().toImage()))
             qFatal("a picture cannot be saved");
+        std::printf("%s\n", qUtf8Printable(path));
     }
 
     QString m_directory;
+    QString m_look;
+    const bool m_all;
     Engine m_engine;
     FakeClients m_clients;
+    NetworkForTest m_network;
+    PictureTester m_tester;
     int m_home = 0;
     int m_club = 0;
     int m_press = 0;
@@ -187,28 +319,34 @@ private:
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("TZ", "UTC");
     QApplication application(argc, argv);
     if (argc < 2)
         qFatal("give the directory of the pictures");
     const QString directory = QString::fromLocal8Bit(argv[1]);
+    const bool all = argc > 2 && QByteArrayView(argv[2]) == "all";
     QDir().mkpath(directory);
+    const ClockOverride clock([] { return now; });
+    QCursor::setPos(10'000, 10'000); // under it a button would look pressed
     QFont font = QApplication::font();
     font.setPointSizeF(10);
     QApplication::setFont(font);
     Scratch scratch;
     Looks looks;
     looks.start();
-    Scene scene(directory);
+    Scene scene(directory, all);
     looks.setLook(Look::Light);
-    scene.draw(u"-light"_s);
+    scene.draw(u"light"_s);
     looks.setLook(Look::Dark);
-    scene.draw(u"-dark"_s);
+    scene.draw(u"dark"_s);
+    if (!all)
+        return 0;
     looks.setLook(Look::Light);
     QApplication::setLayoutDirection(Qt::RightToLeft);
-    scene.draw(u"-rtl"_s);
+    scene.draw(u"rtl"_s);
     QApplication::setLayoutDirection(Qt::LeftToRight);
     font.setPointSizeF(14);
     looks.setFont(font);
-    scene.draw(u"-14pt"_s);
+    scene.draw(u"14pt"_s);
     return 0;
 }
