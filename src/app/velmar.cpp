@@ -6,8 +6,8 @@
 #include "config/directory.h"
 #include "config/reporter.h"
 #include "config/settings.h"
+#include "ui/look/messageboxes.h"
 #include "ui/main/mainwindow.h"
-#include "ui/main/messageboxes.h"
 
 #include <QAbstractItemView>
 #include <QFont>

@@ -2,8 +2,8 @@
 #include "message/message.h"
 #include "support/mail.h"
 #include "support/scratch.h"
+#include "ui/look/messageboxes.h"
 #include "ui/main/groupcommands.h"
-#include "ui/main/messageboxes.h"
 
 #include <QAbstractButton>
 #include <QDialog>

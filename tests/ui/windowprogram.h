@@ -8,9 +8,9 @@
 #include "ui/list/messagelist.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/looks.h"
+#include "ui/look/messageboxes.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainwindow.h"
-#include "ui/main/messageboxes.h"
 #include "ui/main/viewers.h"
 
 #include <QAbstractButton>

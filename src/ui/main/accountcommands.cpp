@@ -5,7 +5,7 @@
 #include "ui/accounts/accountsdialog.h"
 #include "ui/accounts/accountwindows.h"
 #include "ui/accounts/accountwizard.h"
-#include "ui/main/messageboxes.h"
+#include "ui/look/messageboxes.h"
 #include "ui/transfers/fetchercontrol.h"
 
 #include <QLocale>
@@ -31,6 +31,8 @@ AccountCommands::AccountCommands(Engine &engine, MessageBoxes &boxes, QWidget *w
             m_outcome.arrived += int(each.articles.size());
     });
     connect(&accounts(), &AccountManager::fetchEnded, this, &AccountCommands::fetchEnded);
+    connect(&accounts(), &AccountManager::fetchDropped, this,
+            [this](Account *account) { fetchEnded(account, AccountFetchReason::Stopped); });
     connect(&accounts(), &AccountManager::accountDeleted, this,
             [this](const Account *account) { emit troubleEnded(account->number()); });
     connect(&accounts(), &AccountManager::accountUpdated, this, [this](const Account *account) {

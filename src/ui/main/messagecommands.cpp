@@ -6,8 +6,8 @@
 #include "message/safename.h"
 #include "ui/list/messagelist.h"
 #include "ui/look/askingbar.h"
+#include "ui/look/messageboxes.h"
 #include "ui/main/dialogs.h"
-#include "ui/main/messageboxes.h"
 #include "ui/texts/messagetexts.h"
 
 #include <QFileDialog>

@@ -37,9 +37,13 @@ public:
         QStringList buttons;    ///< named by their verbs; the last one is what Esc means
         bool dangerous = false; ///< the first button destroys something: never the default
         ReportLevel level = ReportLevel::Information;
+
+        QString neverAgain = {}; ///< of a box to tick, as "Don't ask me this again"; empty: there is none
+        std::function<void()> whenTicked = {}; ///< called ahead of the answer, but not when Esc was meant
     };
 
     /// Asks; @p answer learns which button it was, from the event loop. Not called when @p context has gone.
+    /// Where that is a widget the box belongs to its window.
     void ask(const Question &question, QObject *context, std::function<void(int)> answer);
 
     /// Whether a box is open or waits.

@@ -1,9 +1,10 @@
-#include "ui/main/messageboxes.h"
+#include "ui/look/messageboxes.h"
 
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/velmarstyle.h"
 
+#include <QCheckBox>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -104,7 +105,7 @@ void MessageBoxes::openEntry(const Entry &entry)
     const Question &question = entry.question;
     const Sign sign = signOf(question.level);
     const int size = iconSize(IconUse::DialogHead);
-    auto *box = new QMessageBox(windowFor(entry.parent, m_window));
+    auto *box = new QMessageBox(windowFor(entry.parent ? entry.parent : entry.context, m_window));
     m_open = box;
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowTitle(u"Velmar"_s);
@@ -125,6 +126,8 @@ void MessageBoxes::openEntry(const Entry &entry)
         if (i == 0 ? !question.dangerous : (isLast && question.dangerous))
             box->setDefaultButton(button);
     }
+    if (!question.neverAgain.isEmpty())
+        box->setCheckBox(new QCheckBox(question.neverAgain));
     connect(box, &QDialog::finished, this, [this, entry, buttons] { finished(entry, buttons); });
     box->open();
 }
@@ -135,8 +138,11 @@ void MessageBoxes::finished(const Entry &entry, const QList<QPushButton *> &butt
     const QAbstractButton *clicked = m_open ? m_open->clickedButton() : nullptr;
     const auto found = std::find(buttons.begin(), buttons.end(), clicked);
     const int chosen = int(found == buttons.end() ? buttons.size() - 1 : found - buttons.begin());
+    const bool ticked = m_open && m_open->checkBox() && m_open->checkBox()->isChecked();
     m_open = nullptr;
     QTimer::singleShot(0, this, &MessageBoxes::openNext);
+    if (ticked && chosen + 1 < buttons.size() && entry.question.whenTicked)
+        entry.question.whenTicked();
     if (entry.answer && entry.context)
         entry.answer(chosen);
 }
