@@ -334,9 +334,7 @@ QHash<quint64, QByteArray> ServerWishes::namesByHash(const Account &account) con
     const AccountData &data = account.data();
     PopMemory memory(data.number, data.user, data.host);
     QHash<quint64, QByteArray> names;
-    if (!memory.load())
-        return names;
-    for (const QByteArray &name : memory.storeNames())
+    for (const QByteArray &name : memory.readStoreNames())
         names.insert(identifierHash(name), name);
     return names;
 }

@@ -74,6 +74,8 @@ void POPFetcher::serveNext()
     m_request = m_requests.front();
     m_requests.pop_front();
     beginServing();
+    if (m_state == State::Ended) // stopped by who heard of it
+        return;
     const PopRecord *known = wanted();
     if (sizeInMadeIdentifier(known ? known->identifier : m_request.identifier) >= 0)
         return say("LIST", State::BodySizes); // the server has no name for it

@@ -201,16 +201,35 @@ const PopRecord *PopMemory::findStored(const QByteArray &name) const
     return record && record->storedAs.isEmpty() ? record : nullptr;
 }
 
-QList<QByteArray> PopMemory::storeNames() const
+QList<QByteArray> PopMemory::readStoreNames()
 {
     QList<QByteArray> names;
-    if (!m_owner.isEmpty() && m_owner != m_mailbox)
+    const Names kind = lookForRenamed();
+    if (kind == Names::AsListed) {
+        for (const UidlsEntry &entry : m_uidls.read().value_or(QList<UidlsEntry>()))
+            names.append(entry.identifier);
+    }
+    if (kind != Names::Renamed || !load())
         return names;
-    for (const PopRecord &record : m_records) {
+    for (const PopRecord &record : std::as_const(m_records)) {
         if (record.isFetched && record.absentSince == 0)
             names.append(record.storeName());
     }
     return names;
+}
+
+/// Without taking the lines apart. An identifier may look like the mark; then they are, for nothing.
+PopMemory::Names PopMemory::lookForRenamed() const
+{
+    QFile file(m_path);
+    if (!QFileInfo(m_path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would be waited for
+        return Names::AsListed;
+    const QByteArray bytes = file.readAll();
+    const auto first = QByteArrayView(bytes).first(std::max<qsizetype>(bytes.indexOf('\n'), 0));
+    const std::optional<PopLine> owner = readPopLine(first);
+    if (owner && owner->kind == PopLineKind::Mailbox && owner->record.identifier != m_mailbox)
+        return Names::OfAnother;
+    return bytes.contains(kStoredAsMark) ? Names::Renamed : Names::AsListed;
 }
 
 void PopMemory::setListed(const QSet<QByteArray> &identifiers)

@@ -48,9 +48,10 @@ public:
     /// what was stored keeps the name it had.
     const PopRecord *findStored(const QByteArray &name) const;
 
-    /// Those names of all that is here and, as far as anybody knows, on the server; none while what is
-    /// remembered belongs to another mailbox.
-    QList<QByteArray> storeNames() const;
+    /// Those names of all that is here and, as far as anybody knows, on the server; none where what is
+    /// remembered belongs to another mailbox, or after a report. Nothing else is loaded: a look at a large
+    /// mailbox is quick while nothing was renamed.
+    QList<QByteArray> readStoreNames();
 
     /// @name The server's listing
     /// @{
@@ -92,6 +93,8 @@ public:
     bool save();
 
 private:
+    enum class Names { OfAnother, AsListed, Renamed };
+    Names lookForRenamed() const;
     bool readFetched(const QString &path);
     void addLine(const PopLine &line);
     void put(const PopRecord &record);

@@ -96,7 +96,7 @@ QByteArray popLine(PopLineKind kind, const PopRecord &record)
                 QByteArray::number(record.size) + ' ' + (record.header.isEmpty() ? "-" : record.header) +
                 ' ' + flagsOf(record) + ' ' + QByteArray::number(record.refusals) + ' ' +
                 QByteArray::number(record.absentSince) +
-                (record.storedAs.isEmpty() ? QByteArray() : ' ' + record.storedAs);
+                (record.storedAs.isEmpty() ? QByteArray() : kStoredAsMark + record.storedAs);
     return check(line) + ' ' + line + '\n';
 }
 
@@ -128,6 +128,7 @@ std::optional<PopLine> readPopLine(QByteArrayView line)
         record.*flag.value = fields[5].contains(flag.letter);
     record.refusals = fields[6].toInt();
     record.absentSince = fields[7].toLongLong();
-    record.storedAs = fields.value(8);
+    if (fields.value(8).startsWith('='))
+        record.storedAs = fields[8].mid(1);
     return read;
 }

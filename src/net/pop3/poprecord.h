@@ -50,8 +50,10 @@ QByteArray headerInMadeIdentifier(const QByteArray &identifier);
 
 /// @name Lines of the file "Fetched"
 /// A digest of the rest of the line, a letter for what the line is, fields; blanks between them. The last
-/// line about an identifier counts.
+/// line about an identifier counts. A last field, only where there is one, tells the name in the store.
 /// @{
+constexpr char kStoredAsMark[] = " =";
+
 enum class PopLineKind : char {
     Mailbox = 'V',  ///< 1, user@host
     Message = 'M',  ///< it is as the line says
