@@ -1,6 +1,8 @@
 #include "identity/identity.h"
 
+using namespace Qt::StringLiterals;
+
 QString Identity::display() const
 {
-    return name + " <" + address + '>';
+    return name + u" <"_s + address + u'>';
 }
