@@ -218,7 +218,11 @@ QString attachmentIcon(const Message &message, int part)
     case DataKind::Calendar: return u"event"_s;
     default: break;
     }
-    const QByteArray type = attachmentType(entry);
+    return iconOfType(attachmentType(entry));
+}
+
+QString iconOfType(const QByteArray &type)
+{
     const auto row = std::find_if(std::begin(kIcons), std::end(kIcons),
                                   [&](const IconRow &candidate) { return type.startsWith(candidate.type); });
     return row == std::end(kIcons) ? u"file"_s : QString::fromLatin1(row->icon);

@@ -39,6 +39,9 @@ QByteArray attachmentType(const MIMEPart &part);
 /// The icon for its type ("file-pdf").
 QString attachmentIcon(const Message &message, int part);
 
+/// The same for a content type in lower case.
+QString iconOfType(const QByteArray &type);
+
 /// A path for @p name in @p directory where no file is yet: "name.pdf", else "name (2).pdf" and so on.
 QString freePath(const QString &directory, const QString &name);
 

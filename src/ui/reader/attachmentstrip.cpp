@@ -5,9 +5,9 @@
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
-#include "ui/look/styleparts.h"
 #include "ui/look/velmarstyle.h"
 #include "ui/reader/attachmentfiles.h"
+#include "ui/reader/attachmentview.h"
 #include "ui/reader/previewcontent.h"
 #include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
@@ -20,7 +20,6 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
-#include <QStyledItemDelegate>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -28,110 +27,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum { SizeRole = Qt::UserRole, IconRole };
-
-constexpr int kNameColumns = 30; ///< average characters of a name at most
-constexpr int kFewColumns = 12;  ///< of a card at least
-constexpr int kNarrow = 60;      ///< columns: below, the button goes without its words
-constexpr int kMostRowsShown = 2;
-
-class CardDelegate : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
-    {
-        const int name = option.fontMetrics.horizontalAdvance(index.data().toString());
-        const int size = sizeMetrics().horizontalAdvance(index.data(SizeRole).toString());
-        const int wanted = 2 * space::group + iconSize(IconUse::Row) + 2 * space::between + 2 +
-                           std::min(name, columnWidth(kNameColumns)) + size;
-        const int room = option.widget ? option.widget->width() - 2 * space::between - kScrollBar : wanted;
-        return {std::max(std::min(wanted, room), columnWidth(kFewColumns)), controlHeight()};
-    }
-
-    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
-    {
-        const bool selected = option.state & QStyle::State_Selected;
-        const bool hovered = option.state & QStyle::State_MouseOver;
-        const bool focused = option.state & QStyle::State_HasFocus;
-        painter->save();
-        paintPanel(painter, option.rect, radius::card,
-                   colour(selected  ? Role::Selection
-                          : hovered ? Role::Hover
-                                    : Role::Alternate),
-                   colour(Role::Line));
-        if (focused)
-            paintFocusRing(painter, option.rect, radius::card);
-        const QRect inside = option.rect.adjusted(space::group, 0, -space::group, 0);
-        const int icon = iconSize(IconUse::Row);
-        paintIcon(painter, leading(&option, inside, icon), index.data(IconRole).toString(),
-                  colour(Role::Text2), option.direction);
-        const QString size = index.data(SizeRole).toString();
-        const int sizeWidth = sizeMetrics().horizontalAdvance(size) + 1;
-        QRect text = trailing(&option, inside, inside.width() - icon - space::between);
-        const QRect sizeRect = trailing(&option, text, sizeWidth);
-        text = leading(&option, text, text.width() - sizeWidth - space::between);
-        painter->setFont(option.font);
-        painter->setPen(colour(Role::Text));
-        const QString name =
-            option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, text.width() + 1);
-        painter->drawText(text, Qt::AlignLeading | Qt::AlignVCenter, isolatedName(name));
-        painter->setFont(fontScaled(scale::small));
-        painter->setPen(colour(Role::Text2));
-        painter->drawText(sizeRect, Qt::AlignVCenter | Qt::AlignTrailing, size);
-        painter->restore();
-    }
-
-private:
-    static QFontMetrics sizeMetrics() { return QFontMetrics(fontScaled(scale::small)); }
-};
+constexpr int kNarrow = 60; ///< columns: below, the button goes without its words
 
 } // namespace
-
-/// Shows as many lines of cards as there are, up to two; more can be scrolled to.
-class AttachmentView : public QListView
-{
-public:
-    explicit AttachmentView(QWidget *parent)
-        : QListView(parent)
-    {
-        setObjectName(u"attachments"_s);
-        setFlow(LeftToRight);
-        setWrapping(true);
-        setResizeMode(Adjust);
-        setMovement(Static);
-        setSpacing(space::inner);
-        setFrameShape(QFrame::NoFrame);
-        setSelectionMode(ExtendedSelection);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        setVerticalScrollMode(ScrollPerPixel);
-        setDragEnabled(true);
-        setDragDropMode(DragOnly);
-        setDefaultDropAction(Qt::CopyAction);
-        setTabKeyNavigation(false);
-        setMouseTracking(true);
-        viewport()->setAutoFillBackground(false);
-        setItemDelegate(new CardDelegate(this));
-    }
-
-    void fitHeight()
-    {
-        executeDelayedItemsLayout();
-        const int row = controlHeight() + space::inner;
-        setFixedHeight(std::clamp(contentsSize().height(), row, kMostRowsShown * row + space::inner) +
-                       space::inner);
-    }
-
-protected:
-    void resizeEvent(QResizeEvent *event) override
-    {
-        QListView::resizeEvent(event);
-        // other cards may stand in a line now; the layout that called does not listen while it works
-        QMetaObject::invokeMethod(
-            this, [this] { fitHeight(); }, Qt::QueuedConnection);
-    }
-};
 
 AttachmentModel::AttachmentModel(CopyOf copyOf, QObject *parent)
     : QAbstractListModel(parent)
@@ -157,8 +55,8 @@ QVariant AttachmentModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole: return row.name;
     case Qt::ToolTipRole: return asToolTip(row.name + u'\n' + sizeText(row.size));
     case Qt::AccessibleTextRole: return u"%1, %2"_s.arg(row.name, sizeText(row.size));
-    case SizeRole: return sizeText(row.size);
-    case IconRole: return row.icon;
+    case AttachmentView::SizeRole: return sizeText(row.size);
+    case AttachmentView::IconRole: return row.icon;
     default: return {};
     }
 }

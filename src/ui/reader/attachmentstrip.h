@@ -7,7 +7,7 @@
 
 #include <functional>
 
-class QListView;
+class AttachmentView;
 class QMenu;
 class QPushButton;
 
@@ -79,7 +79,7 @@ private:
 
     Message m_message;
     AttachmentModel *m_model;
-    class AttachmentView *m_view;
+    AttachmentView *m_view;
     QPushButton *m_saveAll;
     QString m_saveWords;
 };
