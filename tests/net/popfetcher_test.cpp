@@ -39,8 +39,6 @@ private slots:
 
 namespace {
 
-constexpr quint32 kLeave = AccountLeaveOnServer;
-
 struct Ending
 {
     const char *name;

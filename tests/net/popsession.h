@@ -217,3 +217,31 @@ inline QByteArray popLogin(const QByteArray &capabilities = {})
     return "S: +OK ready\nC: CAPA\nS: +OK\n" + capabilities +
            "S: .\nC: USER mrose\nS: +OK\nC: PASS tanstaaf\nS: +OK\n";
 }
+
+/// Flags of accounts, and what is said and heard about one message.
+inline constexpr quint32 kLeave = AccountLeaveOnServer;
+inline constexpr quint32 kDelete = 0;
+
+inline QByteArray retr(int number, const QByteArray &subject)
+{
+    return "C: RETR " + QByteArray::number(number) + '\n' + popText(subject);
+}
+
+inline QByteArray top(int number, const QByteArray &subject)
+{
+    return "C: TOP " + QByteArray::number(number) + " 0\n" + popHeader(subject);
+}
+
+inline QByteArray dele(int number)
+{
+    return "C: DELE " + QByteArray::number(number) + "\nS: +OK\n";
+}
+
+/// The letters that the subjects of all stored messages begin with.
+inline QByteArray subjects(const FakeStore &store)
+{
+    QByteArray subjects;
+    for (const QByteArray &text : store.texts())
+        subjects += text.mid(9, 1);
+    return subjects;
+}
