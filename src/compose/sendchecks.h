@@ -33,11 +33,16 @@ struct SendFinding
 
 struct SendProblemRow
 {
-    bool refuses;        ///< the message cannot go like this
-    const char *warning; ///< its name in `DisabledWarnings`; empty: cannot be turned off
-    bool isQuiet;        ///< a bar in the window, not a question of the product's own
+    SendProblem problem;
+    bool refuses; ///< the message cannot go like this
+    bool isQuiet; ///< a bar in the window, not a question of the product's own
+    int bit;      ///< in `DisabledWarnings`; 0: cannot be turned off
 };
 const SendProblemRow &rowOf(SendProblem problem);
+
+/// "Don't ask me this again": in `DisabledWarnings`. The checks leave out what is turned off.
+bool isTurnedOff(SendProblem problem);
+void turnOff(SendProblem problem);
 
 /// What the checks ask about the world.
 struct SendContext
