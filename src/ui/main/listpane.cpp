@@ -8,11 +8,11 @@
 #include "ui/look/colours.h"
 #include "ui/look/emptystate.h"
 #include "ui/look/icons.h"
+#include "ui/look/lettersbar.h"
+#include "ui/look/linedbar.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
-#include "ui/main/lettersbar.h"
-#include "ui/main/linedbar.h"
 #include "ui/main/mainactions.h"
 
 #include <QFocusEvent>

@@ -1,4 +1,4 @@
-#include "ui/main/linedbar.h"
+#include "ui/look/linedbar.h"
 
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"

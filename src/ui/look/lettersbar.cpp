@@ -1,4 +1,4 @@
-#include "ui/main/lettersbar.h"
+#include "ui/look/lettersbar.h"
 
 #include <QToolBar>
 
