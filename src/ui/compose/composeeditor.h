@@ -1,0 +1,74 @@
+#pragma once
+
+#include "compose/composition.h"
+
+#include <QWidget>
+
+class FindBar;
+class PlainEditor;
+class QStackedLayout;
+class QTextCursor;
+class QTextDocument;
+class RichEditor;
+
+/// The text of the message that is written, plain or formatted: two editors of which one is shown, and what
+/// both can do.
+class ComposeEditor : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ComposeEditor(QWidget *parent = nullptr);
+
+    bool isRich() const { return m_isRich; }
+    PlainEditor *plain() const { return m_plain; }
+    RichEditor *rich() const { return m_rich; }
+    QWidget *current() const;
+
+    /// Puts the text of @p composition in, formatted where it has HTML. Nothing to undo afterwards.
+    void show(const Composition &composition);
+
+    /// Takes text, html and the pictures inside the text; other attachments are left alone.
+    void read(Composition &composition) const;
+
+    /// Goes over to the other form, with the text as far as that can hold it.
+    void setRich(bool rich);
+
+    /// Whether anything would be lost by going over to plain text.
+    bool hasFormatting() const;
+
+    QString plainForm() const;
+    int wordCount() const;
+
+    void undo();
+    void redo();
+    void cut();
+    void copy();
+    void paste();
+    void pastePlain();
+    void pasteAsQuotation();
+    void selectAll();
+    void rewrap(); ///< plain text alone
+    void insertText(const QString &text);
+
+    /// At the beginning, before what is quoted; or behind it.
+    void placeCursor(bool atEnd);
+
+signals:
+    void changed();
+    void filesDropped(const QStringList &paths);
+    void imageDropped(const QImage &image); ///< where the text cannot hold it
+    void canUndoChanged(bool can);
+    void canRedoChanged(bool can);
+    void selectionChanged(bool any);
+    void formChanged(bool rich);
+
+private:
+    void connectDocument(QTextDocument *document);
+
+    PlainEditor *m_plain;
+    RichEditor *m_rich;
+    QStackedLayout *m_stack;
+    bool m_isRich = false;
+    bool m_isFilling = false;
+};
