@@ -19,7 +19,10 @@ struct TemplateValues
         quotedBody; ///< of "%body[quoted]", its leading text included; asked only when needed
 };
 
-/// @p text with its variables replaced; line by line, a value is never expanded again, "%%" is "%".
+/// @p text with its variables replaced; a value is never expanded again, "%%" is "%". Every line ends in
+/// "\n", the last one too. A variable is "%name" or "%name[argument]", in any case; an argument that means
+/// nothing to it is as good as none, and what is no variable stays as written. Each value but that of "body"
+/// is one line without control characters, whatever the message holds.
 QString expandTemplate(const QString &text, const TemplateValues &values);
 
 /// The variables there are, for the editor's list, in the order for people.
@@ -32,10 +35,15 @@ struct TemplateVariable
 };
 const std::vector<TemplateVariable> &templateVariables();
 
-/// @name The template files in the folder "Templates"
+/// @name The template files in the folder "Templates"; a failure reports "Unable to read file '%s'" or
+/// "Unable to write file '%s'". Any name is safe; one that is empty or over about 200 bytes is refused.
 /// @{
-QStringList templateNames();                              ///< as the menu shows them, sorted
+QStringList templateNames(); ///< as the menu shows them, sorted
+bool hasTemplate(const QString &name);
 std::optional<QString> readTemplate(const QString &name); ///< empty after a report
 bool writeTemplate(const QString &name, const QString &text);
 bool removeTemplate(const QString &name);
+
+/// The text in the @p bytes of any template file, without the line end of its last line.
+QString templateText(const QByteArray &bytes);
 /// @}
