@@ -1,4 +1,5 @@
 #include "support/scratch.h"
+#include "ui/look/icons.h"
 #include "ui/look/looks.h"
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
@@ -10,6 +11,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QTest>
+#include <QToolButton>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +45,7 @@ private slots:
     void actionsOfAWindow();
     void choosesACharset();
     void countsPlaces();
+    void buttonsStandCloseFromTheFirst();
 
 private:
     QString text() { return m_view->findChild<BodyView *>()->toPlainText(); }
@@ -137,6 +140,24 @@ void ReaderActionsTest::countsPlaces()
     QVERIFY(says(u"Not found"_s));
     QTest::keyClick(bar->findChild<QLineEdit *>(), Qt::Key_Escape);
     QVERIFY(!bar->isVisible());
+}
+
+/// The one with the menu is no wider than those that do something.
+void ReaderActionsTest::buttonsStandCloseFromTheFirst()
+{
+    QAction archive(icon(u"archive"_s), u"Archive"_s);
+    QAction junk(icon(u"junk"_s), u"Junk"_s);
+    m_view->setHeaderActions({&archive}, {&junk});
+    m_view->showMessage(Message(mail("text/plain", "Hello\n")));
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+    QList<const QToolButton *> buttons;
+    for (const QToolButton *button : m_view->findChildren<QToolButton *>()) {
+        if (button->defaultAction() && button->isVisible())
+            buttons.append(button);
+    }
+    QCOMPARE(buttons.size(), 2);
+    QCOMPARE(buttons[1]->width(), buttons[0]->width());
+    QCOMPARE(buttons[1]->popupMode(), QToolButton::InstantPopup);
 }
 
 QTEST_MAIN(ReaderActionsTest)

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kFieldWidth = 44; ///< characters
+constexpr int kFieldWidth = 50; ///< characters
 constexpr int kMostPort = 65'535;
 
 QString words(const char *text)

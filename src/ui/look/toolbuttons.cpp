@@ -4,6 +4,7 @@
 #include "ui/look/metrics.h"
 
 #include <QAction>
+#include <QMenu>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVariant>
@@ -87,6 +88,8 @@ QToolButton *addToToolBar(QToolBar *bar, QAction *action, bool showText)
     if (!button)
         return nullptr;
     prepare(button, plainName(action->text()));
+    if (action->menu())
+        button->setPopupMode(QToolButton::InstantPopup); // before anybody asks how wide it is
     if (showText) {
         button->setProperty(kShowsText, true);
         button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);

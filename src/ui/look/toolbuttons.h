@@ -28,8 +28,8 @@ QToolButton *newToolButton(QAction *action, QWidget *parent, bool showText = fal
 /// A tool bar to put into a layout: not movable, icons of the bars' size, its "…" of our own.
 QToolBar *newToolBar(QWidget *parent);
 
-/// Adds @p action to @p bar, its button reachable with Tab, tool tip with key. A @p showText button keeps
-/// its text until the bar is told to show icons only (setBarTextsShown).
+/// Adds @p action to @p bar, its button reachable with Tab, tool tip with key; a menu opens at once. A
+/// @p showText button keeps its text until the bar is told to show icons only (setBarTextsShown).
 QToolButton *addToToolBar(QToolBar *bar, QAction *action, bool showText = false);
 
 /// Hides or shows the texts of the buttons that were added with one; the first thing to go in a narrow

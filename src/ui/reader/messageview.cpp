@@ -39,7 +39,6 @@
 #include <QScrollBar>
 #include <QStackedLayout>
 #include <QTimer>
-#include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -133,12 +132,6 @@ void MessageView::setHeaderActions(const QList<QAction *> &buttons, const QList<
             m_more->addSeparator();
     }
     m_header->setActions(more.isEmpty() ? buttons : buttons + QList<QAction *>{m_moreAction});
-    for (QToolButton *button : m_header->findChildren<QToolButton *>()) {
-        if (button->defaultAction() != m_moreAction)
-            continue;
-        button->setPopupMode(QToolButton::InstantPopup);
-        button->updateGeometry(); // no arrow to open it apart any more
-    }
 }
 
 void MessageView::addTextAction(QAction *action)
