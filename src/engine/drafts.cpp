@@ -1,0 +1,433 @@
+#include "engine/drafts.h"
+
+#include "compose/editing.h"
+#include "compose/messagebuilder.h"
+#include "config/clock.h"
+#include "config/directory.h"
+#include "config/files.h"
+#include "config/listfile.h"
+#include "config/reporter.h"
+#include "engine/draft.h"
+#include "identity/identitymanager.h"
+#include "message/messageid.h"
+#include "store/groupstore.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kNumbersAtOnce = 100; ///< given out before the file is written again
+constexpr ListFileTexts kTexts = {"Unable to read drafts file", "Unable to write drafts file",
+                                  "Unable to backup drafts file"};
+const QLatin1String kReserved("reserved ");
+
+ListFile indexFile()
+{
+    return ListFile(u"Drafts/Index"_s, kTexts);
+}
+
+int reservedNumber()
+{
+    const ListFile::Contents contents = indexFile().read();
+    const auto line = std::find_if(contents.lines.begin(), contents.lines.end(),
+                                   [](const QString &text) { return text.startsWith(kReserved); });
+    return line == contents.lines.end() ? 0 : line->sliced(kReserved.size()).toInt();
+}
+
+} // namespace
+
+Drafts::Drafts(GroupStore &store, IdentityManager &identities, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+    , m_identities(identities)
+{}
+
+Drafts::~Drafts() = default;
+
+Draft *Drafts::find(int draft) const
+{
+    const auto found = m_drafts.find(draft);
+    return found == m_drafts.end() ? nullptr : found->second.get();
+}
+
+Group &Drafts::group() const
+{
+    return *m_store.group(GroupRole::Drafts);
+}
+
+// --- The start ------------------------------------------------------------------------------------------
+
+void Drafts::load()
+{
+    m_drafts.clear();
+    if (QFile::exists(configPathOf(u"Drafts/Index"_s)))
+        m_reserved = reservedNumber();
+    m_lastNumber = m_reserved;
+    const QDir directory(configPathOf(u"Drafts"_s));
+    const QStringList names = directory.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        bool isNumber = false;
+        const int number = name.toInt(&isNumber);
+        if (!isNumber || number <= 0)
+            continue;
+        m_lastNumber = qMax(m_lastNumber, number);
+        auto draft = std::make_unique<Draft>(number);
+        draft->read();
+        settle(std::move(draft));
+    }
+}
+
+/// Completes what a crash left half done, where this run may write, and drops what is over.
+void Drafts::settle(std::unique_ptr<Draft> draft)
+{
+    if (storeAccess() == StoreAccess::ReadWrite) {
+        settleStoring(*draft);
+        if (isOver(*draft)) {
+            removeMessage(draft->state().phase == DraftPhase::Gone ? draft->state().context.stored
+                                                                   : MessageRef());
+            draft->remove();
+            return;
+        }
+    }
+    draft->rest();
+    const int number = draft->number();
+    m_drafts.emplace(number, std::move(draft));
+}
+
+/// A message that came into Drafts just before the end, and the one whose place it takes.
+void Drafts::settleStoring(Draft &draft)
+{
+    DraftState state = draft.state();
+    if (state.storing != 0) {
+        const MessageRef added = placeInDrafts(state.messageId, state.storing);
+        if (!added.isNull()) {
+            state.replaced = state.context.stored;
+            state.context.stored = added;
+            state.storedVersion = draft.newestSerial();
+        }
+        state.storing = 0;
+    }
+    if (!state.replaced.isNull()) {
+        removeMessage(state.replaced);
+        state.replaced = {};
+    }
+    // It may have been deleted and brought back, which gave it another number.
+    if (!isAlive(state.context.stored) && !state.messageId.isEmpty())
+        state.context.stored = placeInDrafts(state.messageId, 1);
+    draft.setState(state);
+}
+
+/// Whether nothing is left to be kept; what a crash left between two phases is put into one.
+bool Drafts::isOver(Draft &draft)
+{
+    DraftState state = draft.state();
+    const bool isStored = isAlive(state.context.stored);
+    switch (state.phase) {
+    case DraftPhase::Gone: return true;
+    case DraftPhase::Open:
+        if (draft.newestSerial() == 0)
+            return true;
+        if (isStored && draft.newestSerial() == state.storedVersion)
+            state.phase = DraftPhase::Closed; // nothing was written since
+        break;
+    case DraftPhase::HandingOver:
+        state.phase = waitsInOutbox(draft) ? DraftPhase::HandedOver : DraftPhase::Open;
+        break;
+    case DraftPhase::HandedOver:
+        if (waitsInOutbox(draft))
+            return false;
+        if (!isStored)
+            return true;
+        state.phase = DraftPhase::Closed;
+        break;
+    case DraftPhase::Closed:
+        // In another group it may still be on its way back.
+        return !isStored && m_store.findMessage(state.messageId).empty();
+    }
+    draft.setState(state);
+    return false;
+}
+
+bool Drafts::waitsInOutbox(const Draft &draft) const
+{
+    const auto places = m_store.findMessage(draft.state().sentId);
+    const int outbox = m_store.group(GroupRole::Outbox)->number();
+    return std::any_of(places.begin(), places.end(),
+                       [outbox](const MessageIndex::Place &place) { return place.group == outbox; });
+}
+
+std::vector<int> Drafts::recovered() const
+{
+    std::vector<int> numbers;
+    for (const auto &[number, draft] : m_drafts) {
+        if (draft->state().phase == DraftPhase::Open)
+            numbers.push_back(number);
+    }
+    return numbers;
+}
+
+// --- Writing --------------------------------------------------------------------------------------------
+
+int Drafts::nextNumber()
+{
+    if (++m_lastNumber > m_reserved) {
+        m_reserved = m_lastNumber + kNumbersAtOnce - 1;
+        if (!indexFile().write({kReserved + QString::number(m_reserved)}))
+            m_reserved = m_lastNumber - 1; // it is tried again with the next one
+    }
+    return m_lastNumber;
+}
+
+int Drafts::begin(const DraftContext &context)
+{
+    auto draft = std::make_unique<Draft>(nextNumber());
+    DraftState state;
+    state.context = context;
+    draft->setState(state);
+    const int number = draft->number();
+    m_drafts.emplace(number, std::move(draft));
+    return number;
+}
+
+void Drafts::setContext(int number, const DraftContext &context)
+{
+    Draft *draft = find(number);
+    if (!draft)
+        return;
+    DraftState state = draft->state();
+    const MessageRef stored = state.context.stored;
+    state.context = context;
+    state.context.stored = stored;
+    draft->setState(state);
+}
+
+DraftContext Drafts::context(int number) const
+{
+    const Draft *draft = find(number);
+    return draft ? draft->state().context : DraftContext();
+}
+
+bool Drafts::keep(int number, const Composition &composition)
+{
+    Draft *draft = find(number);
+    return draft && draft->keep(composition);
+}
+
+std::vector<DraftVersion> Drafts::versions(int number) const
+{
+    std::vector<DraftVersion> versions;
+    if (Draft *draft = find(number)) {
+        const auto &entries = draft->versions();
+        std::transform(entries.rbegin(), entries.rend(), std::back_inserter(versions),
+                       [](const DraftJournal::Entry &entry) { return entry.version; });
+    }
+    return versions;
+}
+
+Composition Drafts::version(int number, int index) const
+{
+    Draft *draft = find(number);
+    if (!draft || index < 0 || std::size_t(index) >= draft->versions().size())
+        return {};
+    const auto &entries = draft->versions();
+    return resolved(draft->version(entries[entries.size() - 1 - std::size_t(index)]));
+}
+
+/// The identity as it is now, unless its number means somebody else by now.
+Composition Drafts::resolved(Composition composition) const
+{
+    const Identity *identity = m_identities.identity(composition.identity.number);
+    if (!identity || identity->address != composition.identity.address)
+        identity = m_identities.find(composition.identity.address);
+    if (identity)
+        composition.identity = *identity;
+    return composition;
+}
+
+// --- The group Drafts -----------------------------------------------------------------------------------
+
+bool Drafts::isAlive(MessageRef place) const
+{
+    return place.group == group().number() && group().overview(place.article).has_value();
+}
+
+MessageRef Drafts::placeInDrafts(const QByteArray &messageId, quint32 fromArticle) const
+{
+    MessageRef latest;
+    for (const MessageIndex::Place &place : m_store.findMessage(messageId)) {
+        if (place.group == group().number() && place.article >= qMax(fromArticle, latest.article))
+            latest = {place.group, place.article};
+    }
+    return latest;
+}
+
+bool Drafts::removeMessage(MessageRef place)
+{
+    return !isAlive(place) || (group().remove({place.article}) && group().flush());
+}
+
+bool Drafts::store(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || draft->newestSerial() == 0)
+        return false;
+    DraftState state = draft->state();
+    const bool isStored = isAlive(state.context.stored);
+    if (isStored && state.storedVersion == draft->newestSerial())
+        return true;
+    const Composition composition = version(number, 0);
+    if (state.messageId.isEmpty())
+        state.messageId = newMessageId(composition.identity.address);
+    const QByteArray text = buildMessage(composition, {BuildFor::Draft, state.messageId, clockNow()});
+    if (text.isEmpty())
+        return false;
+    group().rowCount(); // opens it
+    state.storing = group().files().overviews().nextArticle();
+    if (!draft->setState(state))
+        return false;
+    const std::optional<Overview> earlier =
+        isStored ? group().overview(state.context.stored.article) : std::nullopt;
+    const Marks marks = Mark::Read | (earlier ? earlier->marks() & kMarksOfUse : Marks());
+    const quint32 article = m_store.add(group(), Message(text), marks, 0, clockSeconds());
+    if (article != 0 && earlier && earlier->tags() != 0)
+        group().setTags({article}, earlier->tags(), 0);
+    state.storing = 0;
+    if (article == 0 || !group().flush()) {
+        removeMessage({group().number(), article});
+        draft->setState(state);
+        return false;
+    }
+    state.replaced = isStored ? state.context.stored : MessageRef();
+    state.context.stored = {group().number(), article};
+    state.storedVersion = draft->newestSerial();
+    draft->setState(state); // where this fails, the next start finds the message by the article it had
+    removeMessage(state.replaced);
+    return true;
+}
+
+int Drafts::open(MessageRef place)
+{
+    if (!isAlive(place))
+        return 0;
+    const QByteArray messageId = group().texts(*group().overview(place.article)).messageId.toLatin1();
+    for (const auto &[number, draft] : m_drafts) {
+        DraftState state = draft->state();
+        const bool isIt =
+            state.context.stored == place ||
+            (!messageId.isEmpty() && state.messageId == messageId && !isAlive(state.context.stored));
+        if (!isIt || state.phase == DraftPhase::Gone || state.phase == DraftPhase::HandingOver ||
+            state.phase == DraftPhase::HandedOver || draft->newestSerial() == 0)
+            continue;
+        state.context.stored = place;
+        state.phase = DraftPhase::Open;
+        draft->setState(state);
+        return number;
+    }
+    return openNew(place);
+}
+
+/// A draft of another program, of another machine, or of a time that is forgotten.
+int Drafts::openNew(MessageRef place)
+{
+    const QByteArray text = group().readMessage(*group().overview(place.article));
+    if (text.isNull())
+        return 0;
+    const Message message(text);
+    const Composition composition = readComposition(message, true, [this](const QString &address) {
+        const Identity *identity = m_identities.find(address);
+        if (!identity)
+            identity = m_identities.defaultIdentity();
+        return identity ? *identity : Identity();
+    });
+    const int number = begin({});
+    Draft &draft = *find(number);
+    if (!draft.keep(composition)) {
+        remove(number);
+        return 0;
+    }
+    DraftState state = draft.state();
+    state.context.stored = place;
+    state.storedVersion = draft.newestSerial();
+    state.messageId = message.messageId();
+    draft.setState(state);
+    return number;
+}
+
+// --- The end --------------------------------------------------------------------------------------------
+
+void Drafts::remove(int number)
+{
+    if (Draft *draft = find(number))
+        draft->remove();
+    m_drafts.erase(number);
+}
+
+void Drafts::discard(int number)
+{
+    Draft *draft = find(number);
+    if (!draft)
+        return;
+    DraftState state = draft->state();
+    state.phase = DraftPhase::Gone;
+    draft->setState(state); // from here on the next start completes it
+    removeMessage(state.context.stored);
+    remove(number);
+}
+
+void Drafts::close(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || draft->state().phase != DraftPhase::Open)
+        return;
+    DraftState state = draft->state();
+    if (!isAlive(state.context.stored))
+        return discard(number);
+    if (draft->newestSerial() != state.storedVersion && draft->keepAgain(state.storedVersion))
+        state.storedVersion = draft->newestSerial();
+    state.phase = DraftPhase::Closed;
+    draft->setState(state);
+    draft->rest();
+}
+
+void Drafts::handOver(int number, const QByteArray &messageId)
+{
+    Draft *draft = find(number);
+    if (!draft)
+        return;
+    DraftState state = draft->state();
+    state.phase = DraftPhase::HandingOver;
+    state.sentId = messageId;
+    draft->setState(state);
+    draft->rest();
+}
+
+void Drafts::handOverFailed(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || draft->state().phase != DraftPhase::HandingOver)
+        return;
+    DraftState state = draft->state();
+    state.phase = DraftPhase::Open;
+    state.sentId.clear();
+    draft->setState(state);
+}
+
+int Drafts::takenBack(const QByteArray &messageId)
+{
+    for (const auto &[number, draft] : m_drafts) {
+        DraftState state = draft->state();
+        const bool isOnItsWay =
+            state.phase == DraftPhase::HandingOver || state.phase == DraftPhase::HandedOver;
+        if (!isOnItsWay || state.sentId != messageId)
+            continue;
+        state.phase = DraftPhase::Open;
+        state.sentId.clear();
+        draft->setState(state);
+        return number;
+    }
+    return 0;
+}
