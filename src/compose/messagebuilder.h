@@ -10,7 +10,7 @@
 /// What a message is built for.
 enum class BuildFor {
     Sending, ///< control headers included, Bcc included; what leaves the machine is cut down by the sender
-    Draft,   ///< the same without envelope headers; readComposition() (editing.h) reads it back
+    Draft,   ///< the same without envelope headers, the text as typed; readComposition() (editing.h) reads it
 };
 
 struct BuildOptions
@@ -18,9 +18,13 @@ struct BuildOptions
     BuildFor purpose = BuildFor::Sending;
     QByteArray messageId; ///< empty: a new one
     QDateTime date;       ///< invalid: now
+
+    /// The copy for the newsgroups of a message that is mailed as well: without envelope, Bcc and the mail's
+    /// "[Posted and mailed]". Both copies bear one messageId.
+    bool postedCopy = false;
 };
 
-/// The whole message. Empty after a report when an address or a name cannot be written.
+/// The whole message. Empty after a report when an address cannot be sent to or from.
 QByteArray buildMessage(const Composition &composition, const BuildOptions &options = {});
 
 /// The header block of fields that people set, in its fixed order, without the MIME fields.
@@ -32,16 +36,26 @@ QByteArray finishMessage(const Composition &composition, const QByteArray &heade
                          const BuildOptions &options = {});
 
 /// The body alone with its Content- lines in front, then an empty line.
-QByteArray buildBody(const Composition &composition);
+QByteArray buildBody(const Composition &composition, const BuildOptions &options = {});
 
-/// The frames of RFC 3156 around what a process of keys gave; @p signedPart and its signature, or the
-/// armoured data. Content- lines, an empty line, the body.
-QByteArray signedBody(const QByteArray &signedPart, const QByteArray &signature);
+/// The frames of RFC 3156 around what a process of keys gave; @p signedPart (a buildBody()) and its
+/// signature, or the armoured data. Content- lines, an empty line, the body. @p micalg names the digest.
+QByteArray signedBody(const QByteArray &signedPart, const QByteArray &signature,
+                      const QByteArray &micalg = "pgp-sha1");
 QByteArray encryptedBody(const QByteArray &armoured);
 
 /// @p message (as stored) for a new recipient: Resent- lines added, control headers of its own dropped,
-/// everything else unchanged; the envelope goes to @p to, from the identity's bare address.
+/// everything else unchanged; the envelope goes to @p to, from the identity's bare address. Empty after a
+/// report as in buildMessage().
 QByteArray resentMessage(const QByteArray &message, const Identity &identity, const QString &to);
 
 /// A boundary "%d--%d--%d" that occurs in none of @p parts.
 QByteArray newBoundary(const QList<QByteArray> &parts);
+
+/// Whether the program writes the field @p name itself, or shows it as an entry field: such a one is no free
+/// line of the user's. Any case.
+bool isOwnField(QByteArrayView name);
+
+/// How attachments go: as `UseMIMEForMail`, `UseUUCodeForMail` say, or their likes for articles. Neither:
+/// yEnc.
+AttachmentForm preferredAttachmentForm(bool isArticle);
