@@ -3,6 +3,25 @@
 #include "config/settings.h"
 #include "message/charset.h"
 
+namespace {
+
+/// Each character of @p text once: a long text is looked through for each set no more.
+QString distinctCharacters(const QString &text)
+{
+    QList<char32_t> characters = text.toUcs4();
+    std::sort(characters.begin(), characters.end());
+    characters.erase(std::unique(characters.begin(), characters.end()), characters.end());
+    return QString::fromUcs4(characters.constData(), characters.size());
+}
+
+/// Sets that hold any text: of those UTF-8 is the one that everybody reads.
+bool holdsEverything(const QByteArray &charset)
+{
+    return charset == "UTF-8" || charset == "GB18030";
+}
+
+} // namespace
+
 const QList<QByteArray> &offeredCharsets()
 {
     static const QList<QByteArray> offered = {
@@ -23,9 +42,9 @@ QByteArray defaultCharset()
 
 QByteArray suitableCharset(const QString &text)
 {
-    const QList<QByteArray> &offered = offeredCharsets();
-    for (qsizetype i = 1; i < offered.size(); ++i)
-        if (encodeCharset(text, offered.at(i)))
-            return offered.at(i);
-    return offered.first();
+    const QString characters = distinctCharacters(text);
+    for (const QByteArray &charset : offeredCharsets())
+        if (!holdsEverything(charset) && encodeCharset(characters, charset))
+            return charset;
+    return offeredCharsets().first();
 }

@@ -11,5 +11,5 @@ const QList<QByteArray> &offeredCharsets();
 /// The set that `CharacterSet` names.
 QByteArray defaultCharset();
 
-/// The first of the offered sets that holds all of @p text and is not UTF-8, else UTF-8.
+/// The first of the offered sets that holds all of @p text without holding any text there is, else UTF-8.
 QByteArray suitableCharset(const QString &text);

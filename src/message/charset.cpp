@@ -95,8 +95,8 @@ std::optional<QByteArray> encodeCharset(const QString &text, QByteArrayView char
     QByteArray name = safeName(charset);
     if (name.isEmpty())
         return {};
-    if (name == "windows-1252" && charset.trimmed().toByteArray().toLower() != name)
-        name = "iso-8859-1"; // read generously, written to the letter
+    if (name == "windows-1252" || name == "gb18030")
+        name = charset.trimmed().toByteArray().toLower(); // read generously, written to the letter
     QStringEncoder encoder(name.constData());
     if (!encoder.isValid())
         return {};

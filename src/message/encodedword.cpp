@@ -11,6 +11,7 @@ constexpr char kUpperHex[] = "0123456789ABCDEF";
 constexpr qsizetype kRereadFactor = 16; ///< how often its own length a value's decoded text is searched again
 constexpr qsizetype kRereadLeast = 4096;
 constexpr qsizetype kLongestCharacter = 4; ///< in bytes, in any character set
+constexpr qsizetype kLongestWord = 900;    ///< with more no server takes the line (RFC 5321 4.5.3.1.6)
 
 QByteArray decodeQ(QByteArrayView text)
 {
@@ -195,6 +196,60 @@ bool meansItself(char c, WordPlace place)
     return isDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
+QByteArray singleWord(const QString &text, const QByteArray &charset, WordPlace place)
+{
+    QByteArray word = "=?" + charset + "?q?";
+    const QByteArray bytes = encodeCharset(text, charset).value_or(text.toUtf8());
+    for (const char c : bytes) {
+        if (c == ' ')
+            word += '_';
+        else if (meansItself(c, place))
+            word += c;
+        else
+            word.append('=').append(kUpperHex[quint8(c) >> 4]).append(kUpperHex[quint8(c) & 15]);
+    }
+    return word + "?=";
+}
+
+/// Where to cut @p text in two: behind a blank near the middle, else between characters that are not drawn
+/// together.
+qsizetype cutIn(QStringView text)
+{
+    qsizetype middle = text.size() / 2;
+    const qsizetype blank = text.lastIndexOf(u' ', middle);
+    if (blank > text.size() / 4)
+        return blank + 1;
+    const qsizetype least = std::max<qsizetype>(1, middle - 16);
+    while (middle > least && (text[middle].isLowSurrogate() || text[middle].isMark()))
+        --middle;
+    return text[middle].isLowSurrogate() ? middle + 1 : middle;
+}
+
+void appendWords(QByteArray &words, const QString &text, const QByteArray &charset, WordPlace place)
+{
+    // No character takes more than four bytes and a change of the set's state before and after it: below
+    // this there is no use in looking for a place to cut.
+    const QByteArray word = text.size() > 32 * kLongestWord ? QByteArray() : singleWord(text, charset, place);
+    if ((!word.isEmpty() && word.size() <= kLongestWord) || text.size() < 4) {
+        words += (words.isEmpty() ? "" : " ") + word;
+        return;
+    }
+    const qsizetype cut = cutIn(text);
+    appendWords(words, text.first(cut), charset, place);
+    appendWords(words, text.sliced(cut), charset, place);
+}
+
+bool hasLongRun(QStringView text)
+{
+    for (qsizetype from = 0; text.size() - from > kLongestWord;) {
+        const qsizetype blank = text.indexOf(u' ', from);
+        if (blank < 0 || blank - from > kLongestWord)
+            return true;
+        from = blank + 1;
+    }
+    return false;
+}
+
 } // namespace
 
 QString decodeEncodedWords(const QString &value)
@@ -216,26 +271,16 @@ QString decodeHeaderText(QByteArrayView value, QByteArrayView fallback)
 
 bool needsEncoding(QStringView text)
 {
-    return text.contains("=?"_L1) ||
+    return text.contains("=?"_L1) || hasLongRun(text) ||
            std::any_of(text.begin(), text.end(), [](QChar c) { return c < u' ' || c > u'~'; });
 }
 
 QByteArray encodedWord(const QString &text, QByteArrayView charset, WordPlace place)
 {
-    std::optional<QByteArray> bytes = encodeCharset(text, charset);
-    const QByteArray name = bytes ? charset.trimmed().toByteArray() : QByteArray("utf-8");
-    if (!bytes)
-        bytes = text.toUtf8();
-    QByteArray word = "=?" + name + "?q?";
-    for (const char c : std::as_const(*bytes)) {
-        if (c == ' ')
-            word += '_';
-        else if (meansItself(c, place))
-            word += c;
-        else
-            word.append('=').append(kUpperHex[quint8(c) >> 4]).append(kUpperHex[quint8(c) & 15]);
-    }
-    return word + "?=";
+    const bool fits = encodeCharset(text, charset).has_value();
+    QByteArray words;
+    appendWords(words, text, fits ? charset.trimmed().toByteArray() : QByteArray("utf-8"), place);
+    return words;
 }
 
 QByteArray headerText(const QString &text, QByteArrayView charset, WordPlace place)

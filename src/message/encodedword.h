@@ -27,12 +27,13 @@ enum class WordPlace {
     Phrase ///< a display name or a comment, where only letters and digits mean themselves everywhere
 };
 
-/// Whether @p text cannot stand in a header as it is.
+/// Whether @p text cannot stand in a header as it is: not ASCII, looks like an encoded word, or 900
+/// characters and more without a blank, where no line can be broken.
 bool needsEncoding(QStringView text);
 
-/// @p text as one Q-encoded word, whatever its length. Where @p charset cannot hold the text the word is
-/// UTF-8.
+/// @p text as one Q-encoded word. What would be over 900 bytes is several, a blank between, which readers
+/// drop (RFC 2047 section 6.2); no character is cut. Where @p charset cannot hold the text they are UTF-8.
 QByteArray encodedWord(const QString &text, QByteArrayView charset, WordPlace place = WordPlace::Text);
 
-/// @p text for a header: as it is where it can be, else as one encoded word.
+/// @p text for a header: as it is where it can be, else as encodedWord().
 QByteArray headerText(const QString &text, QByteArrayView charset, WordPlace place = WordPlace::Text);

@@ -1,3 +1,4 @@
+#include "message/charset.h"
 #include "message/encodedword.h"
 
 #include <QElapsedTimer>
@@ -19,6 +20,10 @@ private slots:
     void wordsAreWritten_data();
     void wordsAreWritten();
     void whatIsWrittenIsReadAgain();
+    void longTextsAreSeveralWords_data();
+    void longTextsAreSeveralWords();
+    void charsetsAreWrittenToTheLetter_data();
+    void charsetsAreWrittenToTheLetter();
 };
 
 void EncodedWordTest::wordsAreRead_data()
@@ -135,11 +140,67 @@ void EncodedWordTest::wordsAreWritten()
 
 void EncodedWordTest::whatIsWrittenIsReadAgain()
 {
-    const QString text = u"Łódź, <a@b> \"c\" (d); _=?! "_s + QString(500, u'ß');
+    const QString text = u"Łódź, <a@b> \"c\" (d); _=?! "_s + QString(100, u'ß');
     for (const WordPlace place : {WordPlace::Text, WordPlace::Phrase})
         for (const char *charset : {"utf-8", "iso-8859-2"})
             QCOMPARE(decodeHeaderText(encodedWord(text, charset, place)), text);
     QVERIFY(!encodedWord(text, "utf-8", WordPlace::Phrase).contains(','));
+}
+
+void EncodedWordTest::longTextsAreSeveralWords_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("charset");
+    QTest::addColumn<bool>("several");
+    QTest::newRow("900 bytes are one word")
+        << QString(u'ü' + QString(882, u'a')) << QByteArray("utf-8") << false;
+    QTest::newRow("901 are two") << QString(u'ü' + QString(883, u'a')) << QByteArray("utf-8") << true;
+    QTest::newRow("ASCII without a blank") << QString(901, u'a') << QByteArray("utf-8") << true;
+    QTest::newRow("blanks to cut at")
+        << u"Grüße an alle "_s.repeated(200).trimmed() << QByteArray("iso-8859-1") << true;
+    QTest::newRow("no character is cut") << u"😀"_s.repeated(300) << QByteArray("utf-8") << true;
+    QTest::newRow("none from what is drawn on it")
+        << u"e\u0301\u0323"_s.repeated(200) << QByteArray("utf-8") << true;
+    QTest::newRow("nothing but marks") << u"\u0301"_s.repeated(2000) << QByteArray("utf-8") << true;
+    QTest::newRow("a set with states") << u"日本語 a"_s.repeated(100) << QByteArray("iso-2022-jp") << true;
+}
+
+void EncodedWordTest::longTextsAreSeveralWords()
+{
+    QFETCH(QString, text);
+    QFETCH(QByteArray, charset);
+    QString joined;
+    const QByteArrayList words = headerText(text, charset).split(' ');
+    for (const QByteArray &word : words) {
+        QVERIFY(word.size() <= 900);
+        joined += decodeHeaderText(word);
+    }
+    QCOMPARE(joined, text);
+    QTEST(words.size() > 1, "several");
+    QVERIFY(words.size() <= 1 + 12 * text.size() / 400);
+}
+
+void EncodedWordTest::charsetsAreWrittenToTheLetter_data()
+{
+    QTest::addColumn<QByteArray>("charset");
+    QTest::addColumn<QString>("fits");
+    QTest::addColumn<QString>("doesNot");
+    QTest::newRow("ASCII") << QByteArray("us-ascii") << u"a"_s << u"ü"_s;
+    QTest::newRow("Latin-1") << QByteArray("ISO-8859-1") << u"ü"_s << u"€"_s;
+    QTest::newRow("windows-1252") << QByteArray("windows-1252") << u"€"_s << u"Ж"_s;
+    QTest::newRow("GB2312") << QByteArray("GB2312") << u"中"_s << u"朶"_s;
+    QTest::newRow("GBK") << QByteArray("gbk") << u"朶"_s << u"한"_s;
+}
+
+void EncodedWordTest::charsetsAreWrittenToTheLetter()
+{
+    QFETCH(QByteArray, charset);
+    QFETCH(QString, fits);
+    QFETCH(QString, doesNot);
+    const std::optional<QByteArray> bytes = encodeCharset(fits, charset);
+    QVERIFY(bytes);
+    QCOMPARE(decodeCharset(*bytes, charset), fits);
+    QVERIFY(!encodeCharset(doesNot, charset));
 }
 
 QTEST_GUILESS_MAIN(EncodedWordTest)
