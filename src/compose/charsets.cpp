@@ -8,10 +8,10 @@ namespace {
 /// Each character of @p text once: a long text is looked through for each set no more.
 QString distinctCharacters(const QString &text)
 {
-    QList<char32_t> characters = text.toUcs4();
+    std::u32string characters = text.toStdU32String();
     std::sort(characters.begin(), characters.end());
     characters.erase(std::unique(characters.begin(), characters.end()), characters.end());
-    return QString::fromUcs4(characters.constData(), characters.size());
+    return QString::fromStdU32String(characters);
 }
 
 /// Sets that hold any text: of those UTF-8 is the one that everybody reads.
