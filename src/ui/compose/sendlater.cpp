@@ -1,0 +1,77 @@
+#include "ui/compose/sendlater.h"
+
+#include "config/clock.h"
+#include "ui/look/metrics.h"
+#include "ui/look/smalldialog.h"
+
+#include <QCoreApplication>
+#include <QDateTimeEdit>
+#include <QLocale>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString words(const char *text)
+{
+    return QCoreApplication::translate("SendLater", text);
+}
+
+struct Proposal
+{
+    QString text;
+    QDateTime time;
+};
+
+/// Times that people mean: in an hour, this evening, tomorrow, Monday; those that are still to come.
+QList<Proposal> proposals(const QDateTime &now)
+{
+    const QDate today = now.date();
+    const QDate monday = today.addDays(8 - today.dayOfWeek());
+    QList<Proposal> all = {
+        {words(QT_TRANSLATE_NOOP("SendLater", "In an hour")), now.addSecs(3600)},
+        {words(QT_TRANSLATE_NOOP("SendLater", "This evening")), QDateTime(today, QTime(18, 0))},
+        {words(QT_TRANSLATE_NOOP("SendLater", "Tomorrow morning")), QDateTime(today.addDays(1), QTime(8, 0))},
+        {words(QT_TRANSLATE_NOOP("SendLater", "Monday morning")), QDateTime(monday, QTime(8, 0))},
+    };
+    all.removeIf([&now](const Proposal &each) { return each.time <= now.addSecs(60); });
+    return all;
+}
+
+} // namespace
+
+QDialog *askSendingTime(QWidget *parent, std::function<void(qint64)> done)
+{
+    auto *dialog = new SmallDialog(parent, words(QT_TRANSLATE_NOOP("SendLater", "Send later")),
+                                   words(QT_TRANSLATE_NOOP("SendLater", "Send then")));
+    const QDateTime now = clockNow();
+    auto *time = new QDateTimeEdit(now.addSecs(3600));
+    time->setCalendarPopup(true);
+    time->setMinimumDateTime(now);
+    time->setAccessibleName(words(QT_TRANSLATE_NOOP("SendLater", "Date and time")));
+    QRadioButton *first = nullptr;
+    for (const Proposal &each : proposals(now)) {
+        auto *button =
+            new QRadioButton(each.text + u", "_s + QLocale().toString(each.time, QLocale::ShortFormat));
+        QObject::connect(button, &QRadioButton::toggled, time, [time, each](bool on) {
+            if (on)
+                time->setDateTime(each.time);
+        });
+        dialog->contents()->addWidget(button);
+        first = first ? first : button;
+    }
+    auto *own = new QRadioButton(words(QT_TRANSLATE_NOOP("SendLater", "At another time:")));
+    dialog->contents()->addWidget(own);
+    dialog->contents()->addWidget(time);
+    time->setEnabled(false);
+    QObject::connect(own, &QRadioButton::toggled, time, &QWidget::setEnabled);
+    QObject::connect(dialog, &QDialog::accepted, dialog, [time, done = std::move(done)] {
+        done(std::max(time->dateTime().toSecsSinceEpoch(), clockSeconds() + 1));
+    });
+    (first ? first : own)->setChecked(true);
+    (first ? first : own)->setFocus();
+    dialog->open();
+    return dialog;
+}

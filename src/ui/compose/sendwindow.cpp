@@ -1,0 +1,445 @@
+#include "ui/compose/sendwindow.h"
+
+#include "compose/charsets.h"
+#include "config/settings.h"
+#include "identity/identitymanager.h"
+#include "identity/signatures.h"
+#include "identity/templates.h"
+#include "ui/actions/commandpalette.h"
+#include "ui/actions/keyhelp.h"
+#include "ui/compose/composeattachments.h"
+#include "ui/compose/composeeditor.h"
+#include "ui/compose/composeheader.h"
+#include "ui/compose/plaineditor.h"
+#include "ui/compose/replacebar.h"
+#include "ui/compose/richeditor.h"
+#include "ui/look/askingbar.h"
+#include "ui/look/elidedlabel.h"
+#include "ui/look/hairline.h"
+#include "ui/look/lettersbar.h"
+#include "ui/look/linedbar.h"
+#include "ui/look/metrics.h"
+#include "ui/look/recolour.h"
+#include "ui/look/toolbuttons.h"
+#include "ui/look/velmarstyle.h"
+#include "ui/reader/findbar.h"
+#include "ui/texts/harmless.h"
+
+#include <QActionGroup>
+#include <QComboBox>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTextList>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize kFirstSize(820, 680);
+constexpr QSize kSmallest(640, 480);
+constexpr int kLongestTitle = 200;  ///< UTF-16 units
+constexpr int kTypingPause = 2000;  ///< milliseconds without a key after which a version is kept
+constexpr int kCountingPause = 300; ///< the same, before words are counted
+constexpr int kBarTextsFrom = 70;   ///< average characters of width that the bar's texts need
+
+struct Style
+{
+    const char *text;
+    int heading;
+};
+#define TEXT(words) QT_TRANSLATE_NOOP("SendWindow", words)
+constexpr Style kStyles[] = {{TEXT("Body text"), 0},
+                             {TEXT("Large heading"), 1},
+                             {TEXT("Heading"), 2},
+                             {TEXT("Small heading"), 3},
+                             {TEXT("Quotation"), -1}};
+#undef TEXT
+
+} // namespace
+
+SendWindow::SendWindow(const ComposeServices &services, const Composer::Started &started, int draft)
+    : m_services(services)
+    , m_registry(this)
+    , m_actions(m_registry)
+    , m_context(started.context)
+    , m_draft(draft)
+    , m_isArticle(started.composition.isNews())
+    , m_header(new ComposeHeader)
+    , m_bar(new AskingBar)
+    , m_editor(new ComposeEditor)
+    , m_attachments(new ComposeAttachments)
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setObjectName(u"sendWindow"_s);
+    setAcceptDrops(true);
+    setMinimumSize(kSmallest);
+    if (m_draft == 0)
+        m_draft = m_services.drafts.begin(m_context);
+    createBars();
+    createStatus();
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    m_findPlain = new FindBar(m_editor->plain(), page);
+    m_findRich = new FindBar(m_editor->rich(), page);
+    m_replace = new ReplaceBar(m_editor, page);
+    for (QWidget *part : {static_cast<QWidget *>(new LinedBar(m_mainBar)), static_cast<QWidget *>(m_header),
+                          static_cast<QWidget *>(m_formatBar), static_cast<QWidget *>(m_bar)})
+        layout->addWidget(part);
+    layout->addWidget(m_editor, 1);
+    for (QWidget *part : {static_cast<QWidget *>(m_findPlain), static_cast<QWidget *>(m_findRich),
+                          static_cast<QWidget *>(m_replace), static_cast<QWidget *>(m_attachments)})
+        layout->addWidget(part);
+    setCentralWidget(page);
+    createMenus();
+    connectActions();
+    connectFormat();
+    connectParts();
+    m_typed.setSingleShot(true);
+    m_typed.setInterval(kTypingPause);
+    m_counting.setSingleShot(true);
+    m_counting.setInterval(kCountingPause);
+    if (const int seconds = intSetting(Setting::SendAutoSaveInterval); seconds > 0)
+        m_interval.start(seconds * 1000);
+    show(started.composition);
+    m_textAtFirst = m_editor->plainForm();
+    m_isChanged = false;
+    m_isKept = true;
+    updateStatus();
+    const QRect stored = windowGeometry(Setting::WindowSizeSend);
+    resize(stored.isValid() ? stored.size() : kFirstSize);
+    const bool answers = m_context.deed == DraftContext::Deed::Reply;
+    if (answers || !m_header->focusFirstEmpty()) {
+        m_editor->placeCursor(false);
+        m_editor->setFocus();
+    }
+}
+
+SendWindow::~SendWindow() = default;
+
+void SendWindow::comeForward()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    QMainWindow::show();
+    raise();
+    activateWindow();
+}
+
+void SendWindow::createBars()
+{
+    m_mainBar = newToolBar(this);
+    m_mainBar->setObjectName(u"composeBar"_s);
+    fillFromLetters(m_mainBar, stringSetting(Setting::ToolbarSendMain), [this](char16_t letter) {
+        QAction *action = m_actions.forLetter(letter, false);
+        if (!action)
+            return false;
+        QToolButton *button = addToToolBar(m_mainBar, action, letter == u'S' || letter == u'A');
+        if (letter == u'S')
+            setButtonKind(button, ButtonKind::Accent);
+        return true;
+    });
+    auto *format = newToolBar(this);
+    format->setObjectName(u"formatBar"_s);
+    m_style = new QComboBox;
+    m_style->setFrame(false);
+    m_style->setAccessibleName(tr("Style of the paragraph"));
+    for (const Style &each : kStyles)
+        m_style->addItem(tr(each.text), each.heading);
+    format->addWidget(m_style);
+    format->addSeparator();
+    fillFromLetters(format, stringSetting(Setting::ToolbarSendFormat), [this, format](char16_t letter) {
+        QAction *action = m_actions.forLetter(letter, true);
+        if (action)
+            addToToolBar(format, action);
+        return action != nullptr;
+    });
+    m_formatBar = new LinedBar(format);
+    m_formatBar->setObjectName(u"formatLine"_s);
+}
+
+void SendWindow::createStatus()
+{
+    m_saved = new ElidedLabel;
+    m_delay = new QLabel;
+    m_words = new QLabel;
+    m_form = new QComboBox;
+    m_form->setFrame(false);
+    m_form->setAccessibleName(tr("Plain or formatted text"));
+    m_form->addItems({tr("Plain text"), tr("Formatted text")});
+    statusBar()->setSizeGripEnabled(false);
+    statusBar()->addWidget(m_saved, 1);
+    for (QWidget *each :
+         {static_cast<QWidget *>(m_delay), static_cast<QWidget *>(m_words), static_cast<QWidget *>(m_form)})
+        statusBar()->addPermanentWidget(each);
+    for (QWidget *each : {static_cast<QWidget *>(m_saved), static_cast<QWidget *>(m_delay),
+                          static_cast<QWidget *>(m_words)}) {
+        setTextRole(each, Role::Text2);
+        setFontScale(each, scale::small);
+    }
+}
+
+void SendWindow::createMenus()
+{
+    const auto menu = [this](const QString &title, ComposeAct first, ComposeAct last) {
+        QMenu *made = menuBar()->addMenu(title);
+        m_actions.addTo(made, first, last);
+        return made;
+    };
+    menu(tr("&Message"), ComposeAct::Send, ComposeAct::Close);
+    menu(tr("&Edit"), ComposeAct::Undo, ComposeAct::Replace);
+    menu(tr("&View"), ComposeAct::ShowCc, ComposeAct::MoreFields);
+    menu(tr("&Insert"), ComposeAct::InsertFile, ComposeAct::InsertTemplate);
+    menu(tr("F&ormat"), ComposeAct::Rich, ComposeAct::Numbered);
+    menu(tr("O&ptions"), ComposeAct::ImportanceHigh, ComposeAct::Charset);
+    menu(tr("&Help"), ComposeAct::Palette, ComposeAct::Keys);
+    const auto under = [this](ComposeAct act, void (SendWindow::*fill)(QMenu *)) {
+        auto *below = new QMenu(this);
+        m_actions[act]->setMenu(below);
+        connect(below, &QMenu::aboutToShow, this, [this, below, fill] {
+            below->clear();
+            (this->*fill)(below);
+        });
+    };
+    under(ComposeAct::InsertSignature, &SendWindow::fillSignatures);
+    under(ComposeAct::InsertTemplate, &SendWindow::fillTemplates);
+    under(ComposeAct::Charset, &SendWindow::fillCharsets);
+    if (auto *button =
+            qobject_cast<QToolButton *>(m_mainBar->widgetForAction(m_actions[ComposeAct::InsertTemplate])))
+        button->setPopupMode(QToolButton::InstantPopup);
+    m_palette = new CommandPalette(m_registry);
+}
+
+void SendWindow::fillCharsets(QMenu *menu)
+{
+    auto *group = new QActionGroup(menu);
+    for (const QByteArray &charset : offeredCharsets()) {
+        QAction *action = menu->addAction(QString::fromLatin1(charset));
+        action->setCheckable(true);
+        action->setChecked(charset == m_rest.charset);
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [this, charset] {
+            m_rest.charset = charset;
+            changed();
+        });
+    }
+}
+
+void SendWindow::fillSignatures(QMenu *menu)
+{
+    menu->addAction(tr("None"), this, [this] { takeSignature({}); });
+    menu->addSeparator();
+    for (const QString &name : signatureNames(m_header->identity()))
+        menu->addAction(QString(name).replace(u'&', u"&&"_s), this, [this, name] { takeSignature(name); });
+}
+
+void SendWindow::fillTemplates(QMenu *menu)
+{
+    menu->addAction(tr("None"))->setEnabled(false);
+    const QStringList names = templateNames();
+    if (names.isEmpty())
+        menu->addAction(tr("No templates defined"))->setEnabled(false);
+    for (const QString &name : names)
+        menu->addAction(QString(name).replace(u'&', u"&&"_s), this, [this, name] { takeTemplate(name); });
+}
+
+void SendWindow::show(const Composition &composition)
+{
+    m_rest = composition;
+    m_header->setIdentities(m_services.identities.all(), composition.identity.number);
+    m_header->setNews(m_isArticle);
+    m_header->show(composition);
+    m_editor->show(composition);
+    m_attachments->model().setAll(composition.attachments);
+    m_actions[ComposeAct::ImportanceHigh]->setChecked(composition.importance == Importance::High);
+    m_actions[ComposeAct::ImportanceLow]->setChecked(composition.importance == Importance::Low);
+    m_actions[ComposeAct::Receipt]->setChecked(composition.receipt);
+    m_actions[ComposeAct::RefuseArchive]->setChecked(composition.archiveRefused);
+    m_actions[ComposeAct::Wrap]->setChecked(composition.wrap);
+    updateHave();
+    updateFormat();
+}
+
+Composition SendWindow::composition() const
+{
+    Composition now = m_rest;
+    m_header->read(now);
+    now.attachments = m_attachments->model().all();
+    m_editor->read(now);
+    now.importance = m_actions[ComposeAct::ImportanceHigh]->isChecked()  ? Importance::High
+                     : m_actions[ComposeAct::ImportanceLow]->isChecked() ? Importance::Low
+                                                                         : Importance::Normal;
+    now.receipt = m_actions[ComposeAct::Receipt]->isChecked();
+    now.archiveRefused = m_actions[ComposeAct::RefuseArchive]->isChecked();
+    now.wrap = m_actions[ComposeAct::Wrap]->isChecked();
+    return now;
+}
+
+void SendWindow::updateHave()
+{
+    const bool rich = m_editor->isRich();
+    const auto *document = rich ? m_editor->rich()->document() : m_editor->plain()->document();
+    unsigned have = rich ? ComposeNeedsRich : ComposeNeedsPlain;
+    have |= document->isUndoAvailable() ? ComposeNeedsUndo : 0;
+    have |= document->isRedoAvailable() ? ComposeNeedsRedo : 0;
+    have |= m_isArticle ? ComposeNeedsArticle : 0;
+    have |= m_services.drafts.versions(m_draft).empty() ? 0 : ComposeNeedsVersions;
+    m_registry.setHave(have);
+}
+
+void SendWindow::updateFormat()
+{
+    const bool rich = m_editor->isRich();
+    m_formatBar->setVisible(rich);
+    m_form->setCurrentIndex(rich ? 1 : 0);
+    m_actions[ComposeAct::Rich]->setChecked(rich);
+    if (!rich)
+        return;
+    const RichEditor *editor = m_editor->rich();
+    const QTextCharFormat format = editor->currentCharFormat();
+    m_actions[ComposeAct::Bold]->setChecked(format.fontWeight() > QFont::Normal);
+    m_actions[ComposeAct::Italic]->setChecked(format.fontItalic());
+    m_actions[ComposeAct::Underline]->setChecked(format.fontUnderline());
+    const Qt::Alignment alignment = editor->alignment();
+    m_actions[ComposeAct::AlignLeft]->setChecked(alignment & (Qt::AlignLeft | Qt::AlignLeading));
+    m_actions[ComposeAct::AlignCentre]->setChecked(alignment & Qt::AlignHCenter);
+    m_actions[ComposeAct::AlignRight]->setChecked(alignment & Qt::AlignRight);
+    m_actions[ComposeAct::Justify]->setChecked(alignment & Qt::AlignJustify);
+    const QTextList *list = editor->textCursor().currentList();
+    const bool numbered = list && list->format().style() <= QTextListFormat::ListDecimal;
+    m_actions[ComposeAct::Numbered]->setChecked(numbered);
+    m_actions[ComposeAct::Bullets]->setChecked(list && !numbered);
+    m_style->setCurrentIndex(std::max(0, m_style->findData(editor->blockStyle())));
+}
+
+void SendWindow::updateStatus()
+{
+    const QString subject = m_header->text(ComposeHeader::Field::Subject);
+    const QString title = subject.trimmed().isEmpty() ? (m_isArticle ? tr("New article") : tr("New message"))
+                                                      : harmlessLine(subject, kLongestTitle);
+    setWindowTitle(title + u" - Velmar"_s);
+    setWindowModified(m_isChanged);
+    m_saved->setText(m_savedText);
+    const int delay = Outbox::undoDelay();
+    m_delay->setText(delay > 0 ? tr("Sent %1 s after you press Send, with Undo").arg(delay) : QString());
+    const int words = m_editor->wordCount();
+    m_words->setText(words == 1 ? tr("1 word") : tr("%1 words").arg(locale().toString(words)));
+}
+
+void SendWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    setBarTextsShown(m_mainBar, width() >= columnWidth(kBarTextsFrom));
+    m_delay->setVisible(width() >= columnWidth(kBarTextsFrom));
+}
+
+void SendWindow::connectActions()
+{
+    const auto on = [this](ComposeAct act, auto then) {
+        connect(m_actions[act], &QAction::triggered, this, then);
+    };
+    on(ComposeAct::Send, [this] { send(0); });
+    on(ComposeAct::SendLater, [this] { sendLater(); });
+    on(ComposeAct::SaveDraft, [this] { saveDraft(); });
+    on(ComposeAct::History, [this] { showHistory(); });
+    on(ComposeAct::Attach, [this] { askForFiles(); });
+    on(ComposeAct::Discard, [this] { askBeforeClosing(); });
+    on(ComposeAct::Close, [this] { close(); });
+    on(ComposeAct::Undo, [this] { m_editor->undo(); });
+    on(ComposeAct::Redo, [this] { m_editor->redo(); });
+    on(ComposeAct::Cut, [this] { m_editor->cut(); });
+    on(ComposeAct::Copy, [this] { m_editor->copy(); });
+    on(ComposeAct::Paste, [this] { m_editor->paste(); });
+    on(ComposeAct::PastePlain, [this] { m_editor->pastePlain(); });
+    on(ComposeAct::PasteQuoted, [this] { m_editor->pasteAsQuotation(); });
+    on(ComposeAct::SelectAll, [this] { m_editor->selectAll(); });
+    on(ComposeAct::Rewrap, [this] { m_editor->rewrap(); });
+    on(ComposeAct::QuoteMore, [this] { m_editor->plain()->changeQuoteDepth(1); });
+    on(ComposeAct::QuoteLess, [this] { m_editor->plain()->changeQuoteDepth(-1); });
+    on(ComposeAct::Find, [this] { find(false, true); });
+    on(ComposeAct::FindNext, [this] { find(false, false); });
+    on(ComposeAct::FindPrevious, [this] { find(true, false); });
+    on(ComposeAct::Replace, [this] { m_replace->open(); });
+    on(ComposeAct::MoreFields, [this] { editMoreFields(); });
+    on(ComposeAct::InsertFile, [this] { insertFile(); });
+    on(ComposeAct::InsertPicture, [this] { insertPicture(); });
+    on(ComposeAct::Palette, [this] { m_palette->open(); });
+    on(ComposeAct::Keys, [this] { showKeyHelp(m_registry); });
+    using Field = ComposeHeader::Field;
+    const std::pair<ComposeAct, Field> fields[] = {{ComposeAct::ShowCc, Field::Cc},
+                                                   {ComposeAct::ShowBcc, Field::Bcc},
+                                                   {ComposeAct::ShowReplyTo, Field::ReplyTo},
+                                                   {ComposeAct::ShowFollowupTo, Field::FollowupTo},
+                                                   {ComposeAct::ShowDistribution, Field::Distribution}};
+    for (const auto &[act, field] : fields)
+        connect(m_actions[act], &QAction::triggered, this, [this, act = act, field = field](bool shown) {
+            m_header->setShown(field, shown);
+            m_actions[act]->setChecked(m_header->isShown(field));
+        });
+    for (const ComposeAct act : {ComposeAct::ImportanceHigh, ComposeAct::ImportanceLow, ComposeAct::Receipt,
+                                 ComposeAct::RefuseArchive, ComposeAct::Wrap})
+        connect(m_actions[act], &QAction::triggered, this, &SendWindow::changed);
+    on(ComposeAct::ImportanceHigh, [this] { m_actions[ComposeAct::ImportanceLow]->setChecked(false); });
+    on(ComposeAct::ImportanceLow, [this] { m_actions[ComposeAct::ImportanceHigh]->setChecked(false); });
+}
+
+void SendWindow::connectFormat()
+{
+    RichEditor *editor = m_editor->rich();
+    const auto on = [this](ComposeAct act, auto then) {
+        connect(m_actions[act], &QAction::triggered, this, then);
+    };
+    on(ComposeAct::Rich, [this](bool rich) { setRich(rich); });
+    on(ComposeAct::Bold, [editor](bool on) { editor->setBold(on); });
+    on(ComposeAct::Italic, [editor](bool on) { editor->setItalic(on); });
+    on(ComposeAct::Underline, [editor](bool on) { editor->setUnderline(on); });
+    on(ComposeAct::Bullets, [editor](bool on) { editor->setList(on, false); });
+    on(ComposeAct::Numbered, [editor](bool on) { editor->setList(on, true); });
+    on(ComposeAct::AlignLeft, [editor] { editor->setAlignment(Qt::AlignLeading); });
+    on(ComposeAct::AlignCentre, [editor] { editor->setAlignment(Qt::AlignHCenter); });
+    on(ComposeAct::AlignRight, [editor] { editor->setAlignment(Qt::AlignRight); });
+    on(ComposeAct::Justify, [editor] { editor->setAlignment(Qt::AlignJustify); });
+    on(ComposeAct::Colour, [this] { chooseColour(); });
+    connect(m_style, &QComboBox::activated, this, [this, editor] {
+        editor->setBlockStyle(m_style->currentData().toInt());
+        editor->setFocus();
+    });
+    connect(m_form, &QComboBox::activated, this, [this](int index) { setRich(index == 1); });
+    connect(editor, &RichEditor::formatChanged, this, &SendWindow::updateFormat);
+}
+
+void SendWindow::connectParts()
+{
+    connect(m_header, &ComposeHeader::changed, this, &SendWindow::changed);
+    connect(m_header, &ComposeHeader::identityChosen, this, &SendWindow::identityChosen);
+    connect(m_header, &ComposeHeader::leaveDown, this, [this] { m_editor->setFocus(); });
+    m_header->setProposals([this](const QString &beginning) {
+        constexpr int kMost = 8;
+        QList<RecipientEdit::Proposal> proposals;
+        for (const Composer::KnownAddress &each : m_services.composer.complete(beginning, kMost))
+            proposals.append({each.address, each.collected});
+        return proposals;
+    });
+    m_header->setJudge([this](const Address &address) { return doubtAbout(address); });
+    connect(m_editor, &ComposeEditor::changed, this, &SendWindow::changed);
+    connect(m_editor, &ComposeEditor::canUndoChanged, this, &SendWindow::updateHave);
+    connect(m_editor, &ComposeEditor::canRedoChanged, this, &SendWindow::updateHave);
+    connect(m_editor, &ComposeEditor::formChanged, this, [this] {
+        updateHave();
+        updateFormat();
+    });
+    connect(m_editor, &ComposeEditor::filesDropped, this, &SendWindow::attachFiles);
+    connect(m_editor, &ComposeEditor::imageDropped, this, &SendWindow::attachPicture);
+    connect(&m_attachments->model(), &ComposeAttachmentModel::changed, this, &SendWindow::changed);
+    connect(m_attachments, &ComposeAttachments::filesDropped, this, &SendWindow::attachFiles);
+    connect(m_attachments, &ComposeAttachments::addWanted, this, &SendWindow::askForFiles);
+    connect(m_attachments, &ComposeAttachments::openWanted, this, &SendWindow::attachmentOpened);
+    connect(&m_typed, &QTimer::timeout, this, &SendWindow::keepSoon);
+    connect(&m_interval, &QTimer::timeout, this, &SendWindow::keepSoon);
+    connect(&m_counting, &QTimer::timeout, this, &SendWindow::updateStatus);
+}

@@ -1,0 +1,163 @@
+#pragma once
+
+#include "compose/sendchecks.h"
+#include "engine/composer.h"
+#include "ui/actions/actionregistry.h"
+#include "ui/compose/composeactions.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QTimer>
+
+class AskingBar;
+class CommandPalette;
+class ComposeAttachments;
+class ComposeEditor;
+class ComposeHeader;
+class ElidedLabel;
+class FindBar;
+class LinedBar;
+class MessageBoxes;
+class QComboBox;
+class QLabel;
+class QToolBar;
+class ReplaceBar;
+
+/// What a compose window works with; all of it outlives the window.
+struct ComposeServices
+{
+    Composer &composer;
+    Drafts &drafts;
+    Outbox &outbox;
+    IdentityManager &identities;
+    MessageBoxes &boxes;
+};
+
+/// The window in which a message is written. It keeps versions of it as a draft while one types, and closes
+/// itself when the message has gone to the outbox. Deletes itself when closed.
+class SendWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// @p draft: the one that it goes on with; 0 begins a new one.
+    SendWindow(const ComposeServices &services, const Composer::Started &started, int draft = 0);
+    ~SendWindow() override;
+
+    int draft() const { return m_draft; }
+    void comeForward();
+
+    /// The message as it stands now.
+    Composition composition() const;
+
+    /// Keeps what there is without a question, as at the end of the program. False after a report.
+    bool keepNow();
+    bool isChanged() const { return m_isChanged; }
+
+    const ActionRegistry &actions() const { return m_registry; }
+
+signals:
+    /// It is in the outbox; the window closes.
+    void sent(quint64 ticket);
+    void attachmentOpened(const Attachment &attachment);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    /// @name Made of (sendwindow.cpp)
+    /// @{
+    void createBars();
+    void createMenus();
+    void createStatus();
+    void connectActions();
+    void connectFormat();
+    void connectParts();
+    void fillCharsets(QMenu *menu);
+    void fillSignatures(QMenu *menu);
+    void fillTemplates(QMenu *menu);
+    void show(const Composition &composition);
+    void updateHave();
+    void updateFormat();
+    void updateStatus();
+    /// @}
+
+    /// @name Writing (sendwindowedit.cpp)
+    /// @{
+    void changed();
+    void identityChosen(int number);
+    void takeSignature(const QString &name);
+    void putSignature(const QString &text, bool isHtml);
+    void takeTemplate(const QString &name);
+    void attachFiles(const QStringList &paths);
+    void attachPicture(const QImage &image);
+    void chooseColour();
+    void askForFiles();
+    void insertFile();
+    void insertPicture();
+    void setRich(bool rich);
+    void editMoreFields();
+    void find(bool backwards, bool open);
+    QString doubtAbout(const Address &address) const;
+    /// @}
+
+    /// @name The draft (sendwindowdraft.cpp)
+    /// @{
+    void keepSoon();
+    void saveDraft();
+    void showHistory();
+    void restore(const Composition &version);
+    void askBeforeClosing();
+    void discard();
+    /// @}
+
+    /// @name Sending (sendwindowsend.cpp)
+    /// @{
+    void send(qint64 notBefore);
+    void sendLater();
+    void goThrough(QList<SendFinding> findings);
+    void refuse(const SendFinding &finding);
+    void ask(const SendFinding &finding, QList<SendFinding> rest);
+    void askCharset(const SendFinding &finding, QList<SendFinding> rest);
+    void warn(const SendFinding &finding, QList<SendFinding> rest);
+    void handOver();
+    /// @}
+
+    ComposeServices m_services;
+    ActionRegistry m_registry;
+    ComposeActions m_actions;
+    Composition m_rest; ///< what no part of the window shows
+    DraftContext m_context;
+    int m_draft = 0;
+    QString m_textAtFirst;
+    bool m_isArticle = false;
+    bool m_isChanged = false; ///< since the draft was stored, or since the window opened
+    bool m_isKept = true;     ///< the newest version holds everything
+    bool m_isOver = false;    ///< sent or discarded: nothing is kept any more
+    bool m_isSending = false; ///< questions are open
+    qint64 m_notBefore = 0;
+    QString m_savedText;
+    QTimer m_typed;
+    QTimer m_interval;
+    QTimer m_counting;
+
+    QToolBar *m_mainBar = nullptr;
+    LinedBar *m_formatBar = nullptr;
+    QComboBox *m_style = nullptr;
+    QComboBox *m_form = nullptr;
+    ComposeHeader *m_header;
+    AskingBar *m_bar;
+    ComposeEditor *m_editor;
+    FindBar *m_findPlain = nullptr;
+    FindBar *m_findRich = nullptr;
+    ReplaceBar *m_replace = nullptr;
+    ComposeAttachments *m_attachments;
+    ElidedLabel *m_saved = nullptr;
+    QLabel *m_delay = nullptr;
+    QLabel *m_words = nullptr;
+    CommandPalette *m_palette = nullptr;
+};

@@ -1,0 +1,150 @@
+#include "compose/charsets.h"
+#include "config/clock.h"
+#include "ui/compose/composeattachments.h"
+#include "ui/compose/composeeditor.h"
+#include "ui/compose/composeheader.h"
+#include "ui/compose/sendlater.h"
+#include "ui/compose/sendwindow.h"
+#include "ui/look/askingbar.h"
+#include "ui/look/messageboxes.h"
+
+using namespace Qt::StringLiterals;
+
+// From "Send" to the outbox: what is wrong is asked one after the other, and nothing leaves before all of it
+// is answered.
+
+void SendWindow::send(qint64 notBefore)
+{
+    if (m_isSending || m_isOver)
+        return;
+    m_header->commit();
+    m_notBefore = notBefore;
+    keepNow();
+    SendContext context;
+    context.textAtFirst = m_textAtFirst;
+    context.isArticle = m_isArticle;
+    context.isReply = m_context.deed == DraftContext::Deed::Reply;
+    context.isKnown = [this](const QString &address) { return m_services.composer.isKnown(address); };
+    context.knownAddresses = m_services.composer.knownAddresses();
+    m_isSending = true;
+    goThrough(checkBeforeSending(composition(), context));
+}
+
+void SendWindow::sendLater()
+{
+    askSendingTime(this, [this](qint64 seconds) { send(seconds); });
+}
+
+void SendWindow::goThrough(QList<SendFinding> findings)
+{
+    if (findings.isEmpty()) {
+        handOver();
+        return;
+    }
+    const SendFinding finding = findings.takeFirst();
+    const SendProblemRow &row = rowOf(finding.problem);
+    if (row.refuses)
+        refuse(finding);
+    else if (finding.problem == SendProblem::CharsetTooSmall)
+        askCharset(finding, std::move(findings));
+    else if (row.isQuiet)
+        warn(finding, std::move(findings));
+    else
+        ask(finding, std::move(findings));
+}
+
+void SendWindow::refuse(const SendFinding &finding)
+{
+    m_isSending = false;
+    MessageBoxes::Question question;
+    question.text = finding.text;
+    question.buttons = {tr("OK")};
+    question.level = ReportLevel::Warning;
+    m_services.boxes.ask(question, this, [this](int) {
+        if (!m_header->focusFirstEmpty())
+            m_header->lastField()->setFocus();
+    });
+}
+
+void SendWindow::ask(const SendFinding &finding, QList<SendFinding> rest)
+{
+    MessageBoxes::Question question;
+    question.text = finding.text;
+    question.buttons = {m_isArticle ? tr("&Post") : tr("&Send"), tr("&Edit")};
+    const SendProblem problem = finding.problem;
+    if (rowOf(problem).bit != 0) {
+        question.neverAgain = tr("Don't ask me this again");
+        question.whenTicked = [problem] { turnOff(problem); };
+    }
+    m_services.boxes.ask(question, this, [this, problem, rest = std::move(rest)](int button) {
+        if (button == 0) {
+            goThrough(rest);
+            return;
+        }
+        m_isSending = false;
+        if (problem == SendProblem::NoSubject)
+            m_header->lastField()->setFocus();
+        else
+            m_editor->setFocus();
+    });
+}
+
+void SendWindow::askCharset(const SendFinding &finding, QList<SendFinding> rest)
+{
+    MessageBoxes::Question question;
+    question.text = finding.text;
+    const QByteArray suggested = finding.detail.toLatin1();
+    question.buttons = {tr("&Use Suggested Character Set"), tr("&Select Character Set Manually"),
+                        tr("&Continue With Current Setting")};
+    if (suggested.isEmpty())
+        question.buttons.removeFirst();
+    const int offset = suggested.isEmpty() ? 1 : 0;
+    m_services.boxes.ask(question, this, [this, suggested, offset, rest = std::move(rest)](int button) {
+        switch (button + offset) {
+        case 0:
+            m_rest.charset = suggested;
+            changed();
+            goThrough(rest);
+            break;
+        case 1:
+            m_isSending = false;
+            m_bar->tell(MessageBar::Kind::Information,
+                        tr("Choose the character set in the menu Options, then send the message."));
+            break;
+        default: goThrough(rest);
+        }
+    });
+}
+
+/// What is only worth a second look stands in the window; sending goes on from there.
+void SendWindow::warn(const SendFinding &finding, QList<SendFinding> rest)
+{
+    m_isSending = false;
+    const auto goOn = [this, rest = std::move(rest)] {
+        m_isSending = true;
+        goThrough(rest);
+    };
+    AskingBar::Answer first;
+    if (finding.problem == SendProblem::AttachmentForgotten)
+        first = {tr("Attach…"), [this] { askForFiles(); }};
+    m_bar->ask(MessageBar::Kind::Warning, finding.text, first, {tr("Send anyway"), goOn});
+}
+
+void SendWindow::handOver()
+{
+    const Composition now = composition();
+    SendWish wish;
+    wish.draft = m_draft;
+    wish.original = m_context.original;
+    wish.isReply = m_context.deed == DraftContext::Deed::Reply;
+    wish.isForward = m_context.deed == DraftContext::Deed::Forward;
+    wish.notBefore = m_notBefore;
+    keepNow();
+    const quint64 ticket = m_services.composer.send(now, wish);
+    m_isSending = false;
+    if (ticket == 0)
+        return; // told already; everything stays as it is
+    m_isOver = true;
+    emit sent(ticket);
+    close();
+}
