@@ -76,6 +76,7 @@ void Fetcher::abandon()
 {
     end();
     m_account.clear();
+    abandoned();
     if (!m_socket)
         return;
     m_socket->disconnect(this);

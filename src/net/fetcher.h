@@ -117,6 +117,9 @@ protected:
 
     void setLastError(const QString &text) { m_lastError = text; }
 
+    /// abandon() was called; nothing can be told any more. The base does nothing.
+    virtual void abandoned() {}
+
 protected slots:
     virtual void slotConnected() {} ///< also when startTLS() has brought TLS up
     virtual void slotConnectionError(int code);

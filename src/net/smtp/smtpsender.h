@@ -2,6 +2,17 @@
 
 #include "net/fetcher.h"
 #include "net/outgoingqueue.h"
+#include "net/smtp/smtpextensions.h"
+#include "net/smtp/smtpreply.h"
+
+#include <QElapsedTimer>
+#include <QStringList>
+#include <QTimer>
+
+#include <array>
+#include <memory>
+
+class SmtpMail;
 
 /// What an SMTPSender is for.
 enum class SmtpTask {
@@ -26,10 +37,152 @@ public:
     void stop() override;
 
     /// Whether the session ended because the server refused the name or the password.
-    bool isLoginRefused() const;
+    bool isLoginRefused() const { return m_loginRefused; }
+
+    /// Milliseconds for which it waits now at most without a sign of life (RFC 5321 4.5.3.2).
+    int patience() const;
 
 signals:
-    /// Besides those of every fetcher: how the session ended.
+    /// Besides those of every fetcher: how the session ended. @p sent: whether a message went out.
     void sendComplete(Fetcher *sender, bool sent);
     void sendError(Fetcher *sender, AccountFetchReason reason, const QString &detail, bool sent);
+
+protected:
+    void abandoned() override;
+
+protected slots:
+    void slotConnected() override;
+    void slotConnectionError(int code) override;
+    void slotLineAvailable(const QString &line) override;
+    void slotLineTooLong() override;
+    void slotConnectionClosed() override;
+    void slotBytesWritten(int bytes) override;
+    void slotTimeout() override;
+
+private slots:
+    void sendNext();
+
+private:
+    /// The numbers are those of the log.
+    enum class State {
+        Preparing = 0, ///< between two messages; no reply is outstanding
+        Connecting = 1,
+        Greeting = 2,
+        Handshake = 3,
+        Ehlo = 4,
+        Helo = 5,
+        StartTls = 6,
+        CramMd5 = 7,
+        CramMd5Answer = 8,
+        Login = 9,
+        LoginUser = 10,
+        LoginPassword = 11,
+        Plain = 12,
+        EhloList = 13,
+        MailFrom = 14,
+        RcptTo = 15,
+        Data = 16,
+        Writing = 17, ///< the text, but not its final dot
+        Text = 18,
+        Quit = 19,
+        Rset = 20,
+        Ended = 21,
+    };
+    struct Step
+    {
+        State state;
+        const char *awaits; ///< for the log and for people
+        int seconds;        ///< for which it is awaited
+        void (SMTPSender::*onReply)(const SmtpReply &reply);
+    };
+    static const std::array<Step, std::size_t(State::Ended) + 1> s_steps;
+    const Step &step() const { return s_steps[std::size_t(m_state)]; }
+
+    /// @name The dialogue
+    /// @{
+    void enter(State state);
+    void say(const QByteArray &command, State next, const QByteArray &shown = {});
+    void sayAll(const QList<QByteArray> &commands, State next);
+    void saySecret(const QByteArray &secret, State next);
+    void hear(const QByteArray &line);
+    void serviceEnds();
+    void end(AccountFetchReason reason, const QString &detail = {});
+    void endWithReply(const SmtpReply &reply);
+    void quit();
+    void quitReply(const SmtpReply &reply);
+    void unexpected(const SmtpReply &reply) { endWithReply(reply); }
+    void ignore(const SmtpReply &) {}
+    /// @}
+
+    /// @name Up to the login
+    /// @{
+    void greeting(const SmtpReply &reply);
+    void greet();
+    QByteArray clientName() const;
+    void ehloReply(const SmtpReply &reply);
+    void heloReply(const SmtpReply &reply);
+    void startTlsReply(const SmtpReply &reply);
+    void lookAtEncryption();
+    void logIn();
+    void tryNextMethod();
+    void cramMd5Reply(const SmtpReply &reply);
+    void loginReply(const SmtpReply &reply);
+    void plainReply(const SmtpReply &reply);
+    void authReply(const SmtpReply &reply);
+    void methodRefused(const SmtpReply &reply);
+    void methodsExhausted();
+    void loggedIn();
+    /// @}
+
+    /// @name A message
+    /// @{
+    bool takeMail();
+    bool fitMail();
+    bool beginMail();
+    bool beginTransaction();
+    void refuseMail(const QString &text);
+    void mailReply(const SmtpReply &reply);
+    void rcptReply(const SmtpReply &reply);
+    void sayRcpt();
+    void recipientsAnswered();
+    void dataReply(const SmtpReply &reply);
+    void writeText();
+    void earlyReply(const SmtpReply &reply);
+    void textReply(const SmtpReply &reply);
+    void rsetReply(const SmtpReply &reply);
+    void transactionRefused(const SmtpReply &reply);
+    void nextTransaction();
+    void releaseMail(const QString &reason);
+    void tellRefusals(const QList<OutgoingRefusal> &refusals);
+    void addTrouble(const QString &text);
+    void showText(bool now);
+    void showProgress();
+    /// @}
+
+    const SmtpTask m_task;
+    OutgoingQueue *const m_queue;
+    State m_state = State::Connecting;
+    AccountFetchReason m_reason = AccountFetchReason::None; ///< that the session will end with
+    QStringList m_troubles;                                 ///< what did not go out
+    int m_untoldTroubles = 0;
+    bool m_isStopping = false;
+    bool m_loginRefused = false;
+    bool m_sent = false;
+
+    QByteArray m_user;
+    QByteArray m_password;
+    QByteArray m_secret; ///< the last that was said; a server may repeat it
+    SmtpReply m_reply;
+    SmtpExtensions m_extensions;
+    int m_method = 0;           ///< the next to try
+    QByteArray m_methodRefusal; ///< the last reply that was a refusal of the name or the password
+    bool m_isPlainSaid = false;
+
+    QTimer m_slice; ///< goes on with the look at a large message
+    std::unique_ptr<SmtpMail> m_mail;
+    int m_number = 0; ///< of the message in hand, from 1
+    int m_total = 0;
+    int m_done = 0;
+    qint64 m_written = 0; ///< bytes of the text
+    QElapsedTimer m_sinceStatus;
 };

@@ -263,6 +263,11 @@ QList<QHostAddress> GSocket::addresses() const
     return m_tls ? m_tls->addresses() : QList<QHostAddress>();
 }
 
+QHostAddress GSocket::localAddress() const
+{
+    return m_tls ? m_tls->localAddress() : m_plain ? m_plain->localAddress() : QHostAddress();
+}
+
 QString GSocket::errorText() const
 {
     return m_errorText;

@@ -80,6 +80,9 @@ public:
     /// The address that the connection was made to; empty before.
     QString peerAddress() const { return m_peerAddress; }
 
+    /// The address of this end of the connection; null before it is made.
+    QHostAddress localAddress() const;
+
     /// Whether @p socket is one of those that live.
     static bool isLive(const GSocket *socket);
 

@@ -418,6 +418,11 @@ void QtSSLSocket::abort()
     setOpenMode(NotOpen);
 }
 
+QHostAddress QtSSLSocket::localAddress() const
+{
+    return m_tcp ? m_tcp->localAddress() : QHostAddress();
+}
+
 qint64 QtSSLSocket::bytesAvailable() const
 {
     return m_receivedSize - m_taken;

@@ -68,6 +68,7 @@ public:
     const CertificateInfo &certificate() const { return m_report.certificate; }
     QList<QHostAddress> addresses() const; ///< that the host has, as far as they were looked up
     QString peerAddress() const { return m_peerAddress; } ///< empty before there is a connection
+    QHostAddress localAddress() const;
 
 signals:
     void connected();

@@ -1,0 +1,222 @@
+#include "net/account.h"
+#include "net/smtp/crammd5.h"
+#include "net/smtp/envelope.h"
+#include "net/smtp/smtpmail.h"
+#include "net/smtp/smtpsender.h"
+
+#include <QSysInfo>
+
+// From the greeting to the login.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A command line has 512 bytes (RFC 5321 4.5.3.1.4); a longer answer waits to be asked for (RFC 4954 4).
+constexpr qsizetype kLongestCommand = 510;
+
+constexpr int kMethods = 3;
+
+/// Whether @p code says that the method, or AUTH altogether, is not known, and nothing of the name and the
+/// password.
+bool concernsMethod(int code)
+{
+    return code == 500 || code == 502 || code == 503 || code == 504;
+}
+
+QString peopleText(const QByteArray &line)
+{
+    return QString::fromUtf8(line);
+}
+
+} // namespace
+
+void SMTPSender::slotConnected()
+{
+    if (m_state == State::Handshake) {
+        setStatus(tr("SSL negotiation complete"), true);
+        return greet();
+    }
+    setStatus(socket()->isEncrypted() ? tr("SSL negotiation complete") : tr("Connected"), true);
+    enter(State::Greeting);
+}
+
+void SMTPSender::greeting(const SmtpReply &reply)
+{
+    if (reply.code() != 220)
+        return end(AccountFetchReason::Unavailable, peopleText(reply.lines()));
+    greet();
+}
+
+/// What was offered before, in the clear, counts no more.
+void SMTPSender::greet()
+{
+    m_extensions = {};
+    say("EHLO " + clientName(), State::Ehlo);
+}
+
+QByteArray SMTPSender::clientName() const
+{
+    return smtpClientName(QSysInfo::machineHostName(), socket()->localAddress());
+}
+
+void SMTPSender::ehloReply(const SmtpReply &reply)
+{
+    if (reply.isPermanent() && !socket()->isEncrypted() && account() &&
+        account()->data().has(AccountStartTls))
+        return lookAtEncryption(); // HELO would offer none either
+    if (reply.isPermanent())
+        return say("HELO " + clientName(), State::Helo);
+    if (reply.code() != 250)
+        return endWithReply(reply);
+    m_extensions.read(reply.argument()); // many servers end with an extension
+    lookAtEncryption();
+}
+
+void SMTPSender::heloReply(const SmtpReply &reply)
+{
+    if (reply.code() != 250)
+        return endWithReply(reply);
+    m_extensions = {};
+    lookAtEncryption();
+}
+
+void SMTPSender::lookAtEncryption()
+{
+    if (!account())
+        return end(AccountFetchReason::Stopped);
+    if (!account()->data().has(AccountStartTls) || socket()->isEncrypted())
+        return logIn();
+    if (m_extensions.startTls)
+        return say("STARTTLS", State::StartTls);
+    end(AccountFetchReason::LoginFailed,
+        tr("The account wants an encrypted connection, and the server does not offer one (STARTTLS). Neither "
+           "the user name nor the password nor a message was sent."));
+}
+
+void SMTPSender::startTlsReply(const SmtpReply &reply)
+{
+    if (reply.code() == 220) {
+        enter(State::Handshake);
+        return socket()->startTLS();
+    }
+    end(AccountFetchReason::LoginFailed,
+        tr("The server refuses to encrypt the connection. Neither the user name nor the password nor a "
+           "message was sent.\n%1")
+            .arg(peopleText(reply.lines())));
+}
+
+void SMTPSender::logIn()
+{
+    if (m_user.isEmpty() || m_password.isEmpty())
+        return loggedIn();
+    if (!mayLogIn())
+        return end(AccountFetchReason::LoginFailed,
+                   tr("The connection is not encrypted, and the account does not allow a login without. "
+                      "Neither the user name nor the password was sent."));
+    if (m_user.contains('\0') || m_password.contains('\0'))
+        return end(AccountFetchReason::LoginFailed, tr("The user name or the password holds a NUL"));
+    m_method = 0;
+    m_methodRefusal.clear();
+    tryNextMethod();
+}
+
+/// Where the server names none, each may be one that it knows.
+void SMTPSender::tryNextMethod()
+{
+    const bool isAnyOffered = m_extensions.offersLogin();
+    const std::array<bool, kMethods> offered = {m_extensions.cramMd5, m_extensions.plain, m_extensions.login};
+    while (m_method < kMethods && isAnyOffered && !offered[std::size_t(m_method)])
+        ++m_method;
+    if (m_method >= kMethods)
+        return methodsExhausted();
+    setStatus(tr("Authenticating..."), true);
+    switch (m_method++) {
+    case 0: return say("AUTH CRAM-MD5", State::CramMd5);
+    case 1: break;
+    default: return say("AUTH LOGIN", State::Login);
+    }
+    m_secret = ('\0' + m_user + '\0' + m_password).toBase64();
+    const QByteArray command = "AUTH PLAIN " + m_secret;
+    m_isPlainSaid = command.size() <= kLongestCommand;
+    say(m_isPlainSaid ? command : QByteArray("AUTH PLAIN"), State::Plain,
+        m_isPlainSaid ? "AUTH PLAIN ****" : "AUTH PLAIN");
+}
+
+void SMTPSender::saySecret(const QByteArray &secret, State next)
+{
+    m_secret = secret;
+    say(secret, next, "****");
+}
+
+void SMTPSender::cramMd5Reply(const SmtpReply &reply)
+{
+    if (reply.code() != 334)
+        return authReply(reply);
+    const auto challenge =
+        QByteArray::fromBase64Encoding(reply.argument(), QByteArray::AbortOnBase64DecodingErrors);
+    if (!challenge || (*challenge).isEmpty())
+        return say("*", State::CramMd5Answer); // what is no challenge is not answered; 501 follows
+    saySecret(cramMd5Response(reply.argument(), m_user, m_password), State::CramMd5Answer);
+}
+
+void SMTPSender::loginReply(const SmtpReply &reply)
+{
+    if (reply.code() != 334)
+        return authReply(reply);
+    if (m_state == State::Login)
+        saySecret(m_user.toBase64(), State::LoginUser);
+    else
+        saySecret(m_password.toBase64(), State::LoginPassword);
+}
+
+void SMTPSender::plainReply(const SmtpReply &reply)
+{
+    if (reply.code() != 334 || m_isPlainSaid)
+        return authReply(reply);
+    m_isPlainSaid = true;
+    saySecret(m_secret, State::Plain);
+}
+
+void SMTPSender::authReply(const SmtpReply &reply)
+{
+    if (reply.code() == 235)
+        return loggedIn();
+    if (reply.code() == 530 && m_extensions.startTls && !socket()->isEncrypted())
+        return say("STARTTLS", State::StartTls);
+    if (reply.isPermanent() && reply.code() != 530)
+        return methodRefused(reply);
+    endWithReply(reply);
+}
+
+/// Real servers answer 535 to a method they do not know, so what follows is tried after that, too.
+void SMTPSender::methodRefused(const SmtpReply &reply)
+{
+    if (!concernsMethod(reply.code()) || !m_methodRefusal.isEmpty())
+        m_methodRefusal = reply.lines();
+    m_loginRefused |= reply.code() == 535;
+    tryNextMethod();
+}
+
+/// A server that knows no login at all takes mail without.
+void SMTPSender::methodsExhausted()
+{
+    if (m_methodRefusal.isEmpty())
+        return loggedIn();
+    const QString reply = peopleText(m_methodRefusal);
+    if (m_loginRefused)
+        noteLoginRefused(reply);
+    end(AccountFetchReason::Unexpected, reply);
+}
+
+void SMTPSender::loggedIn()
+{
+    m_loginRefused = false;
+    for (QByteArray *secret : {&m_password, &m_secret}) {
+        secret->fill('\0');
+        secret->clear();
+    }
+    if (m_task == SmtpTask::LoginTest)
+        return quit();
+    sendNext();
+}

@@ -1,0 +1,103 @@
+#include "net/smtp/smtpmail.h"
+
+#include "net/smtp/transferencoding.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+SmtpMail::SmtpMail(const OutgoingMessage &message)
+    : m_ticket(message.ticket)
+    , m_message(message.text)
+    , m_text(message.text)
+{
+    const Envelope envelope = envelopeOf(message.text);
+    if (envelope.sender)
+        m_sender = envelopeAddress(*envelope.sender);
+    for (const QByteArray &each : message.remaining.isEmpty() ? envelope.recipients : message.remaining)
+        m_waiting.push_back(envelopeAddress(each));
+    m_all = qsizetype(m_waiting.size());
+}
+
+void SmtpMail::reencode(bool mayHaveEightBit)
+{
+    m_message = withFittingEncodings(m_message, mayHaveEightBit);
+    m_text = SmtpText(m_message);
+    m_isReencoded = true;
+}
+
+QList<OutgoingRefusal> SmtpMail::takeUnusable(bool mayBeUtf8)
+{
+    QList<OutgoingRefusal> refusals;
+    std::erase_if(m_waiting, [&](const EnvelopeAddress &each) {
+        const bool isWritable = each.isUsable && !each.wire.isEmpty();
+        if (isWritable && (mayBeUtf8 || !each.needsUtf8))
+            return false;
+        const QString reason =
+            isWritable
+                ? QCoreApplication::translate(
+                      "SMTPSender", "The server takes no address with letters beyond ASCII before the '@'")
+                : QCoreApplication::translate("SMTPSender", "This is no address that mail can be sent to");
+        refusals.append({each.written, 0, reason});
+        return true;
+    });
+    return refusals;
+}
+
+void SmtpMail::begin(qsizetype most)
+{
+    m_recipients.clear();
+    for (; !m_waiting.empty() && m_recipients.size() < most; m_waiting.pop_front())
+        m_recipients.append(m_waiting.front());
+    m_answered = 0;
+    m_taken.clear();
+    m_refusals.clear();
+    isMailRefused = isSending = isSettled = false;
+    m_text.rewind();
+}
+
+bool SmtpMail::needsUtf8() const
+{
+    return m_text.hasEightBitHeader() || (m_sender && m_sender->needsUtf8) ||
+           std::any_of(m_recipients.begin(), m_recipients.end(),
+                       [](const EnvelopeAddress &each) { return each.needsUtf8; });
+}
+
+const EnvelopeAddress *SmtpMail::unanswered() const
+{
+    return m_answered < m_recipients.size() ? &m_recipients[m_answered] : nullptr;
+}
+
+void SmtpMail::take()
+{
+    m_taken.append(m_recipients[m_answered++].written);
+}
+
+void SmtpMail::refuse(int code, const QString &text)
+{
+    m_refusals.append({m_recipients[m_answered++].written, code, text});
+}
+
+void SmtpMail::postpone()
+{
+    m_waiting.push_back(m_recipients[m_answered++]);
+}
+
+QList<QByteArray> SmtpMail::unrefused() const
+{
+    QList<QByteArray> addresses = m_taken;
+    for (qsizetype i = m_answered; i < m_recipients.size(); ++i)
+        addresses.append(m_recipients[i].written);
+    return addresses;
+}
+
+QList<OutgoingRefusal> SmtpMail::refusalFor(const QList<QByteArray> &recipients, int code,
+                                            const QString &text) const
+{
+    if (recipients.size() == m_all)
+        return {{{}, code, text}};
+    QList<OutgoingRefusal> refusals;
+    for (const QByteArray &each : recipients)
+        refusals.append({each, code, text});
+    return refusals;
+}

@@ -1,0 +1,335 @@
+#include "config/settings.h"
+#include "net/account.h"
+#include "net/smtp/smtpmail.h"
+#include "net/smtp/smtpsender.h"
+#include "net/smtp/transferencoding.h"
+
+#include <QLocale>
+
+#include <limits>
+
+// The messages: one transaction for each, or several where a message has more recipients than one may have.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype kSurveyBytes = 8 * 1024 * 1024; // in one pass of the event loop
+constexpr qsizetype kBlock = 64 * 1024;             // bytes of text that are made ready at once
+constexpr qint64 kMostUnsent = 256 * 1024;          // bytes that wait in the socket
+constexpr int kStatusMilliseconds = 100;
+constexpr int kMostTroubles = 20; // lines
+
+QString sizeText(qint64 bytes)
+{
+    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+/// At most so many recipients in one transaction.
+qsizetype mostRecipients()
+{
+    const int most = intSetting(Setting::MaxSMTPRecipients);
+    return most > 0 ? most : std::numeric_limits<qsizetype>::max();
+}
+
+} // namespace
+
+/// Goes from message to message until one is on its way. A loop, for many may be refused here.
+void SMTPSender::sendNext()
+{
+    enter(State::Preparing);
+    while (m_mail || takeMail()) {
+        if (!m_mail->text().survey(kSurveyBytes))
+            return m_slice.start(0);
+        if (fitMail())
+            continue;
+        if (beginMail())
+            return;
+        releaseMail({});
+    }
+    if (m_isStopping)
+        m_reason = AccountFetchReason::Stopped;
+    quit();
+}
+
+bool SMTPSender::takeMail()
+{
+    if (m_isStopping || !account())
+        return false;
+    const std::optional<OutgoingMessage> message = m_queue->next(account()->number());
+    if (!message)
+        return false;
+    m_mail = std::make_unique<SmtpMail>(*message);
+    ++m_number;
+    m_total = std::max(m_total, m_number + m_queue->waiting(account()->number()));
+    setStatus(tr("Sending message %1 of %2...").arg(m_number).arg(m_total), true);
+    showProgress();
+    return true;
+}
+
+/// Whether the text was changed into one that the server takes, and has to be looked at anew.
+bool SMTPSender::fitMail()
+{
+    const SmtpText &text = m_mail->text();
+    const bool mayHaveEightBit = m_extensions.eightBitMime;
+    const bool fits = text.longestLine() <= kLongestMailLine && (mayHaveEightBit || !text.hasEightBitBody());
+    if (fits || m_mail->isReencoded())
+        return false;
+    m_mail->reencode(mayHaveEightBit);
+    return true;
+}
+
+/// False: nothing of it can go to anybody, and the queue was told why.
+bool SMTPSender::beginMail()
+{
+    const qint64 size = m_mail->text().size();
+    if (m_extensions.sizeLimit > 0 && size > m_extensions.sizeLimit) {
+        refuseMail(tr("The message has %1, and the server takes %2 at most")
+                       .arg(sizeText(size), sizeText(m_extensions.sizeLimit)));
+        return false;
+    }
+    const auto &sender = m_mail->sender();
+    if (!sender || !sender->isUsable) {
+        refuseMail(tr("The message has no sender whom a server can answer"));
+        return false;
+    }
+    if (sender->needsUtf8 && !m_extensions.smtpUtf8) {
+        refuseMail(tr("The server takes no sender with letters beyond ASCII before the '@'"));
+        return false;
+    }
+    if (!m_mail->hasWaiting()) {
+        refuseMail(tr("The message has no recipients"));
+        return false;
+    }
+    tellRefusals(m_mail->takeUnusable(m_extensions.smtpUtf8));
+    return beginTransaction();
+}
+
+void SMTPSender::refuseMail(const QString &text)
+{
+    tellRefusals({{{}, 0, text}});
+}
+
+/// MAIL and, where the server takes them so, all RCPT behind it. Never DATA: whether there is anything to
+/// send is known from the answers.
+bool SMTPSender::beginTransaction()
+{
+    if (!m_mail->hasWaiting())
+        return false;
+    m_mail->begin(mostRecipients());
+    const SmtpText &text = m_mail->text();
+    QByteArray mail = "MAIL FROM:<" + m_mail->sender()->wire + '>';
+    if (m_extensions.size)
+        mail += " SIZE=" + QByteArray::number(text.size());
+    const bool isInternational = m_extensions.smtpUtf8 && m_mail->needsUtf8();
+    if (m_extensions.eightBitMime && (isInternational || text.hasEightBitBody()))
+        mail += " BODY=8BITMIME";
+    if (isInternational)
+        mail += " SMTPUTF8";
+    if (!m_extensions.pipelining) {
+        say(mail, State::MailFrom);
+        return true;
+    }
+    QList<QByteArray> batch = {mail};
+    for (qsizetype i = 0; i < m_mail->count(); ++i)
+        batch.append("RCPT TO:<" + m_mail->recipient(i).wire + '>');
+    sayAll(batch, State::MailFrom);
+    return true;
+}
+
+void SMTPSender::mailReply(const SmtpReply &reply)
+{
+    if (reply.code() != 250 && !reply.isRefusal())
+        return endWithReply(reply);
+    if (reply.isRefusal()) {
+        m_mail->isMailRefused = true;
+        tellRefusals(m_mail->refusalFor(m_mail->unrefused(), reply.code(), reply.text()));
+        m_mail->isSettled = true;
+    }
+    if (m_extensions.pipelining)
+        return enter(State::RcptTo); // the answers to the batch still come
+    if (m_mail->isMailRefused)
+        return nextTransaction();
+    sayRcpt();
+}
+
+void SMTPSender::sayRcpt()
+{
+    say("RCPT TO:<" + m_mail->unanswered()->wire + '>', State::RcptTo);
+}
+
+/// 452 behind recipients who were taken: so many the server takes in one transaction (RFC 5321 4.5.3.1.10).
+void SMTPSender::rcptReply(const SmtpReply &reply)
+{
+    const bool isTaken = reply.code() == 250 || reply.code() == 251;
+    if (!isTaken && !reply.isRefusal())
+        return endWithReply(reply);
+    if (isTaken)
+        m_mail->take();
+    else if (reply.code() == 452 && !m_mail->taken().isEmpty() && !m_mail->isMailRefused)
+        m_mail->postpone();
+    else
+        m_mail->refuse(reply.code(), reply.text());
+    if (!m_mail->unanswered())
+        return recipientsAnswered();
+    if (!m_extensions.pipelining)
+        return sayRcpt();
+    restartTimeLimit();
+}
+
+void SMTPSender::recipientsAnswered()
+{
+    if (m_mail->isMailRefused)
+        return m_mail->taken().isEmpty() ? nextTransaction() : say("RSET", State::Rset);
+    tellRefusals(m_mail->takeRefusals());
+    if (!m_mail->taken().isEmpty())
+        return say("DATA", State::Data);
+    m_mail->isSettled = true;
+    say("RSET", State::Rset);
+}
+
+void SMTPSender::dataReply(const SmtpReply &reply)
+{
+    if (reply.isRefusal()) {
+        transactionRefused(reply);
+        return say("RSET", State::Rset);
+    }
+    if (reply.code() != 354)
+        return endWithReply(reply);
+    m_written = 0;
+    m_sinceStatus.start();
+    logLine(">>>> ", "(message " + QByteArray::number(m_number) + ", " +
+                         QByteArray::number(m_mail->text().size()) + " bytes)");
+    enter(State::Writing);
+    writeText();
+}
+
+/// As much as the socket should hold. Before what holds the final dot the queue writes down that it goes.
+void SMTPSender::writeText()
+{
+    SmtpText &text = m_mail->text();
+    while (m_state == State::Writing && socket()->bytesToWrite() < kMostUnsent) {
+        QByteArray block = text.take(kBlock);
+        if (!text.atEnd() && block.size() < kBlock)
+            block += text.take(kBlock - block.size());
+        QByteArray bytes = terminateBody(block);
+        if (text.atEnd()) {
+            if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
+                return end(AccountFetchReason::WithErrors,
+                           tr("It cannot be written down what is being sent"));
+            m_mail->isSending = true;
+            enter(State::Text);
+        } else {
+            bytes.chop(3); // the dot's line
+        }
+        socket()->writeBlock(bytes.constData(), bytes.size());
+    }
+}
+
+void SMTPSender::slotBytesWritten(int bytes)
+{
+    if (m_state != State::Writing && m_state != State::Text)
+        return;
+    m_written += bytes;
+    showText(m_state == State::Text && socket()->bytesToWrite() == 0);
+    if (m_state == State::Writing)
+        writeText();
+}
+
+/// Before its end a message can only be refused, and what would follow now is text to the server.
+void SMTPSender::earlyReply(const SmtpReply &reply)
+{
+    if (reply.isRefusal())
+        transactionRefused(reply);
+    endWithReply(reply);
+}
+
+void SMTPSender::textReply(const SmtpReply &reply)
+{
+    if (reply.isRefusal()) {
+        transactionRefused(reply);
+        return socket()->bytesToWrite() > 0 ? endWithReply(reply) : nextTransaction();
+    }
+    if (reply.code() != 250 || socket()->bytesToWrite() > 0) // who takes what it has not got yet is lying
+        return endWithReply(reply);
+    m_queue->accepted(m_mail->ticket(), m_mail->taken());
+    m_mail->isSettled = true;
+    m_sent = true;
+    nextTransaction();
+}
+
+void SMTPSender::rsetReply(const SmtpReply &reply)
+{
+    if (reply.code() != 250)
+        return endWithReply(reply);
+    nextTransaction();
+}
+
+void SMTPSender::transactionRefused(const SmtpReply &reply)
+{
+    tellRefusals(m_mail->refusalFor(m_mail->taken(), reply.code(), reply.text()));
+    m_mail->isSettled = true;
+}
+
+void SMTPSender::nextTransaction()
+{
+    if (!m_isStopping && beginTransaction())
+        return;
+    releaseMail(m_isStopping && m_mail->hasWaiting() ? tr("The transfer was stopped") : QString());
+    sendNext();
+}
+
+void SMTPSender::releaseMail(const QString &reason)
+{
+    if (!m_mail)
+        return;
+    const std::unique_ptr<SmtpMail> mail = std::move(m_mail);
+    ++m_done;
+    m_queue->release(mail->ticket(), reason);
+}
+
+void SMTPSender::tellRefusals(const QList<OutgoingRefusal> &refusals)
+{
+    if (refusals.isEmpty())
+        return;
+    m_queue->refused(m_mail->ticket(), refusals);
+    for (const OutgoingRefusal &refusal : refusals) {
+        const QString who = refusal.recipient.isEmpty() ? tr("Message %1").arg(m_number)
+                                                        : QString::fromUtf8(refusal.recipient);
+        const QString code = refusal.code > 0 ? QString::number(refusal.code) + u' ' : QString();
+        addTrouble(who + u": "_s + code + refusal.text);
+    }
+}
+
+/// What does not end the session but is told when it ends.
+void SMTPSender::addTrouble(const QString &text)
+{
+    m_reason = AccountFetchReason::WithErrors;
+    if (m_troubles.size() < kMostTroubles)
+        m_troubles += text;
+    else
+        ++m_untoldTroubles;
+}
+
+void SMTPSender::showText(bool now)
+{
+    if (!now && m_sinceStatus.elapsed() < kStatusMilliseconds)
+        return;
+    m_sinceStatus.start();
+    const qint64 size = std::max<qint64>(1, m_mail->text().size());
+    const qint64 percent = std::min<qint64>(100, m_written * 100 / size);
+    setStatus(tr("Sending message %1 of %2 (%3% of %4)...")
+                  .arg(m_number)
+                  .arg(m_total)
+                  .arg(percent)
+                  .arg(sizeText(size)),
+              false);
+    showProgress();
+}
+
+/// The sizes of messages that wait are not known, so bytes are told where there is one alone.
+void SMTPSender::showProgress()
+{
+    const qint64 size = m_total == 1 && m_mail ? m_mail->text().size() : 0;
+    emit progressed(std::min(m_written, size), size, m_done, m_total);
+}
