@@ -1,0 +1,30 @@
+#pragma once
+
+#include "compose/composition.h"
+#include "message/mimecontext.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// What a message is made of for somebody who answers it, passes it on or edits it again.
+struct MessageBody
+{
+    QString text; ///< the plain texts in their order, "\n" line ends; of parts that are only HTML, as text
+    bool isFlowing = false; ///< its lines are whole paragraphs: flowed (RFC 3676), or made from HTML
+    bool isFromHtml = false;
+    QStringList html;   ///< of each text its HTML, or the plain one as HTML; empty: there is none at all
+    QList<int> others;  ///< the parts that are no text of it: files, pictures, messages, each once
+    QByteArray charset; ///< that the first plain text names; empty: none
+};
+
+MessageBody bodyOf(const MIMEContext &mime);
+
+/// A part as a file to go with another message; enclosed messages lose what nobody else may see.
+Attachment attachmentFrom(const MIMEContext &mime, int part);
+
+/// @p message without its control headers and "Bcc", for other eyes.
+QByteArray withoutPrivateHeaders(const QByteArray &message);
+
+/// Whether a header field is the program's own ("X-VELMAR-...").
+bool isControlHeader(QByteArrayView name);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "compose/messagebody.h"
+
+/// The HTML of a message that is quoted or passed on: the sanitiser's, with those pictures of the message's
+/// own parts that it shows as attachments of their own. Nothing in it refers to anything else.
+struct RichQuote
+{
+    QString html; ///< what stands inside a body; empty: the message has no HTML
+    QList<Attachment> pictures;
+    QList<int> parts; ///< where the pictures came from
+};
+
+RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender);
