@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 #include <QLocale>
-#include <QRegularExpression>
 #include <QSysInfo>
 
 #include <algorithm>
@@ -147,28 +146,43 @@ const Variable kVariables[] = {
      [](const TemplateValues &, const QString &) { return oneLineOf(QSysInfo::prettyProductName()); }},
 };
 
-/// What stands in the place of @p match.
-QString replacement(const QRegularExpressionMatch &match, const TemplateValues &values)
+/// What stands in the place of the variable that is written as @p written.
+QString replacement(QStringView written, QStringView name, QStringView argument, const TemplateValues &values)
 {
-    const QString name = match.captured(1).toLower();
     const auto known = std::find_if(std::begin(kVariables), std::end(kVariables), [&](const Variable &one) {
-        return name == QLatin1StringView(one.shown.name);
+        return name.compare(QLatin1StringView(one.shown.name), Qt::CaseInsensitive) == 0;
     });
-    return known == std::end(kVariables) ? match.captured() : known->value(values, match.captured(2));
+    return known == std::end(kVariables) ? written.toString() : known->value(values, argument.toString());
 }
 
-QString expandPiece(const QString &piece, const TemplateValues &values)
+/// The end of the ASCII letters from @p position on.
+qsizetype endOfName(QStringView text, qsizetype position)
 {
-    static const QRegularExpression pattern(u"%([A-Za-z]+)(?:\\[([^\\]]*)\\])?"_s);
+    const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); };
+    while (position < text.size() && isLetter(text[position]))
+        ++position;
+    return position;
+}
+
+/// Variables are "%([A-Za-z]+)(?:\[([^\]]*)\])?". By hand, because many brackets that nobody closes would
+/// each be looked after to the end of the line.
+QString expandPiece(QStringView piece, const TemplateValues &values)
+{
+    const qsizetype lastBracket = piece.lastIndexOf(u']');
     QString out;
     qsizetype taken = 0;
-    for (auto matches = pattern.globalMatch(piece); matches.hasNext();) {
-        const QRegularExpressionMatch match = matches.next();
-        out += QStringView(piece).sliced(taken, match.capturedStart() - taken);
-        out += replacement(match, values);
-        taken = match.capturedEnd();
+    for (qsizetype sign = piece.indexOf(u'%'); sign >= 0; sign = piece.indexOf(u'%', taken)) {
+        out += piece.sliced(taken, sign - taken);
+        const qsizetype nameEnd = endOfName(piece, sign + 1);
+        const bool hasArgument = nameEnd > sign + 1 && nameEnd < lastBracket && piece[nameEnd] == u'[';
+        const qsizetype bracket = hasArgument ? piece.indexOf(u']', nameEnd) : nameEnd;
+        taken = hasArgument ? bracket + 1 : nameEnd;
+        const QStringView argument =
+            hasArgument ? piece.sliced(nameEnd + 1, bracket - nameEnd - 1) : QStringView();
+        out += replacement(piece.sliced(sign, taken - sign), piece.sliced(sign + 1, nameEnd - sign - 1),
+                           argument, values);
     }
-    return out + piece.sliced(taken);
+    return out + piece.sliced(taken).toString();
 }
 
 } // namespace
@@ -176,7 +190,8 @@ QString expandPiece(const QString &piece, const TemplateValues &values)
 QString expandTemplate(const QString &text, const TemplateValues &values)
 {
     QString out;
-    for (const QString &line : text.split(u'\n')) {
+    const QStringList lines = text.split(u'\n');
+    for (const QString &line : lines) {
         QStringList pieces = line.split(u"%%"_s);
         for (QString &piece : pieces)
             piece = expandPiece(piece, values);
