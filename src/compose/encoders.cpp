@@ -175,14 +175,15 @@ public:
 private:
     char *put(char c, bool isLast, char *to)
     {
-        const bool ends = isLast || m_column >= kYencWidth - 1;
-        const bool blank = c == ' ' || c == '\t';
-        const bool escapes = isCriticalInYenc(c) || (m_column == 0 && (c == '.' || blank)) || (ends && blank);
+        const bool first = m_column == 0;
+        const bool last = isLast || m_column + 1 >= kYencWidth;
+        const bool escapes =
+            isCriticalInYenc(c) || (first && c == '.') || ((first || last) && (c == ' ' || c == '\t'));
         if (escapes)
             *to++ = '=';
         *to++ = escapes ? char(c + 64) : c;
         m_column += escapes ? 2 : 1;
-        if (ends) {
+        if (isLast || m_column >= kYencWidth) {
             *to++ = '\n';
             m_column = 0;
         }

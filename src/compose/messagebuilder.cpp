@@ -285,7 +285,7 @@ QByteArray newBoundary(const QList<QByteArray> &parts)
 {
     // All of one length: none can be the beginning of another, which some readers would take for it.
     const auto number = [] {
-        return QByteArray::number(QRandomGenerator::global()->bounded(100'000'000, 1'000'000'000));
+        return QByteArray::number(QRandomGenerator::global()->bounded(10'000'000, 100'000'000));
     };
     const auto occurs = [&](const QByteArray &boundary) {
         return std::any_of(parts.begin(), parts.end(),

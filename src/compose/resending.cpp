@@ -52,5 +52,8 @@ QByteArray resentMessage(const QByteArray &message, const Identity &identity, co
     const QByteArray text = withUnixLineEnds(message);
     const qsizetype headerLength = headerExtent(text).length;
     QByteArray resent = header.block() + withoutControlFields(QByteArrayView(text).first(headerLength));
-    return resent += QByteArrayView(text).sliced(headerLength);
+    if (!resent.endsWith('\n'))
+        resent += '\n';
+    const QByteArrayView rest = QByteArrayView(text).sliced(headerLength);
+    return resent += rest.isEmpty() ? QByteArrayView("\n") : rest;
 }
