@@ -221,9 +221,10 @@ void SmtpSenderTest::logHidesSecrets()
     SmtpUserAtTest user;
     setBoolSetting(Setting::EnableLogging, true);
     user.queue.add(waitingMail());
-    QVERIFY(user.play(kGreeting + "S: 250 AUTH PLAIN LOGIN\n" + kPlain +
-                      "S: 535 what is AHRpbQB0YW5zdGFhZnRhbnN0YWFm?\nC: AUTH LOGIN\nS: 334\nC: dGlt\nS: 334\n"
-                      "C: dGFuc3RhYWZ0YW5zdGFhZg==\nS: 535 tanstaaf dGFuc3RhYWZ0YW5zdGFhZg== is wrong\nE\n"));
+    QVERIFY(user.play(
+        kGreeting + "S: 250 AUTH PLAIN LOGIN\n" + kPlain +
+        "S: 535 what is AHRpbQB0YW5zdGFhZnRhbnN0YWFm?\nC: AUTH LOGIN\nS: 334\nC: dGlt\nS: 334\n"
+        "C: dGFuc3RhYWZ0YW5zdGFhZg==\nS: 535 tanstaaftanstaaf dGFuc3RhYWZ0YW5zdGFhZg== is wrong\nE\n"));
     user.account().flushLog();
     const QByteArray log = Scratch::read(configPathOf(u"Accounts/7/Log"_s));
     QVERIFY2(log.contains(">>>> AUTH PLAIN ****") && log.contains("<<<< 535"), log.constData());

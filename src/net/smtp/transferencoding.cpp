@@ -104,7 +104,10 @@ public:
             lookAt(i);
         if (m_edits.empty())
             return m_text;
-        relabel(0, headerExtent(m_text), m_parts.type());
+        const HeaderExtent extent = headerExtent(m_text);
+        relabel(0, extent, m_parts.type());
+        if (!m_message.hasHeader("MIME-Version")) // without it nobody would decode
+            m_edits.push_back({extent.length, 0, "MIME-Version: 1.0\n"});
         return edited();
     }
 
