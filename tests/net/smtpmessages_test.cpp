@@ -351,14 +351,15 @@ void SmtpMessagesTest::injection()
     SmtpUserAtTest user(0, {});
     const QByteArray evil = "bob@example.org>\r\nRCPT TO:<eve@example.net";
     user.queue.add(waitingMail(), {evil, "bob@example.org"});
-    user.queue.add(waitingMail().replace("From: ada@", "From: \"a\\\r\nDATA\" <x>y@"));
-    QVERIFY(user.play(
-        smtpHello("PIPELINING") + kMail +
-        "C: RCPT TO:<bob@example.org>\nS: 250 ok\nS: 250 ok\nC: DATA\nS: 354 go\n" + arrivingMail() +
-        "S: 250 ok\nC~ MAIL FROM:<[^ <>\\r\\n]*>\nC: RCPT TO:<bob@example.org>\nS: 550 a\nS: 503 b\n" +
-        smtpQuit()));
-    QCOMPARE(user.queue.calls.first(),
-             "refused 1 | " + evil + " 0 This is no address that mail can be sent to");
+    user.queue.add("From: \"a\\\r\nDATA\" <x>y@example.com\nTo: bob@example.org\n\nx\n");
+    QVERIFY(user.play(smtpHello("PIPELINING") + kMail +
+                      "C: RCPT TO:<bob@example.org>\nS: 250 ok\nS: 250 ok\nC: DATA\nS: 354 go\n" +
+                      arrivingMail() + "S: 250 ok\n" + smtpQuit()));
+    QCOMPARE(
+        user.queue.calls,
+        QByteArrayList({"refused 1 | " + evil + " 0 This is no address that mail can be sent to",
+                        "sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1",
+                        "refused 2 |  0 The message has no sender whom a server can answer", "release 2"}));
 }
 
 /// What cannot be written down does not go: without its final dot the server throws it away.
