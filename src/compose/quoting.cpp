@@ -85,10 +85,11 @@ QString cutAt(const QString &text, QStringView separator)
     qsizetype at = separatorStart(text, separator);
     if (at < 0)
         return text;
-    for (qsizetype above = at;
-         above >= 0 && text.sliced(above, at - above).count(u'\n') <= kMostFooterLines;) {
+    for (qsizetype above = at; above >= 0; above = lastSeparator(QStringView(text).first(at), separator)) {
+        const QStringView between = QStringView(text).sliced(above, at - above);
+        if (between.count(u'\n') > kMostFooterLines || hasLine(between, kForwardEnd))
+            break;
         at = above;
-        above = lastSeparator(QStringView(text).first(at), separator);
     }
     while (at > 1 && text[at - 1] == u'\n' && text[at - 2] == u'\n')
         --at;

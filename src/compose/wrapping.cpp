@@ -141,8 +141,9 @@ void forLines(QStringView text, Add add, Keep keep)
     QStringView rest = signature < 0 ? text : text.first(signature);
     while (!rest.isEmpty()) {
         const QStringView line = takeTextLine(rest);
-        inForward = (inForward || (isForward && line == kForwardBegin)) && line != kForwardEnd;
+        inForward |= isForward && line == kForwardBegin;
         inForward ? keep(line) : add(line);
+        inForward &= line != kForwardEnd;
     }
     rest = signature < 0 ? QStringView() : text.sliced(signature);
     while (!rest.isEmpty())
