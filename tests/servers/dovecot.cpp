@@ -1,20 +1,17 @@
 #include "servers/dovecot.h"
 
 #include "servers/certificates.h"
+#include "servers/serverprocess.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QRandomGenerator>
 #include <QStandardPaths>
-#include <QTcpServer>
 #include <QTcpSocket>
 
-#include <csignal>
 #include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,8 +19,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kFirstPort = 20000; // below those that the system gives to outgoing connections
-constexpr int kLastPort = 32700;
 constexpr int kLongestDirectory = 70; // the paths of its sockets end at 107
 constexpr int kLongestStart = 10'000; // milliseconds
 constexpr int kTries = 20;
@@ -52,33 +47,6 @@ struct MailUser
 QString program()
 {
     return QStandardPaths::findExecutable(u"dovecot"_s, {u"/usr/sbin"_s, u"/usr/local/sbin"_s});
-}
-
-/// When process @p id began, in the system's own count; empty when there is none.
-QByteArray startOf(qint64 id)
-{
-    QFile file(u"/proc/%1/stat"_s.arg(id));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray line = file.readAll();
-    return line.sliced(line.lastIndexOf(')') + 2).split(' ').value(19); // proc(5): field 22
-}
-
-/// In the child, before it becomes the server: a group of its own, and an end with the test's process.
-void leadOwnGroup()
-{
-    setsid();
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-}
-
-int freePort()
-{
-    for (;;) {
-        const int port = QRandomGenerator::global()->bounded(kFirstPort, kLastPort);
-        QTcpServer server;
-        if (server.listen(QHostAddress::AnyIPv4, quint16(port)))
-            return port;
-    }
 }
 
 CertificateText textFor(Shown shown)
@@ -120,7 +88,7 @@ Dovecot::Dovecot()
     : m_directory((QDir::tempPath().size() + 20 > kLongestDirectory ? u"/tmp"_s : QDir::tempPath()) +
                   u"/dovecot-XXXXXX"_s)
 {
-    m_process.setChildProcessModifier(leadOwnGroup);
+    m_process.setChildProcessModifier(leadOwnProcessGroup);
     m_process.setStandardInputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(path(u"output"_s));
     m_process.setStandardOutputFile(QProcess::nullDevice());
@@ -201,7 +169,7 @@ state_dir = DIR/run
 log_path = DIR/log
 protocols = pop3
 disable_plaintext_auth = yes
-auth_mechanisms = plain login apop
+auth_mechanisms = plain login apop cram-md5
 auth_failure_delay = 0
 auth_cache_size = 0
 mail_location = maildir:~/Maildir
@@ -223,6 +191,11 @@ passdb {
 userdb {
   driver = static
   args = uid=UID gid=GID home=DIR/mail/%u
+}
+service auth {
+  unix_listener sasl {
+    mode = 0666
+  }
 }
 service anvil {
   client_limit = 200
@@ -260,8 +233,8 @@ bool Dovecot::start()
         return false;
     }
     if (m_port == 0) {
-        m_port = freePort();
-        m_tlsPort = freePort();
+        m_port = freeServerPort();
+        m_tlsPort = freeServerPort();
         write(u"configuration"_s, configuration());
     }
     QFile::remove(path(u"log"_s));
@@ -276,7 +249,7 @@ bool Dovecot::start()
 /// Until the server answers, or has ended.
 bool Dovecot::awaitReady()
 {
-    m_started = startOf(m_process.processId());
+    m_started = startOfProcess(m_process.processId());
     QElapsedTimer timer;
     timer.start();
     while (timer.elapsed() < kLongestStart) {
@@ -295,7 +268,7 @@ void Dovecot::kill()
     const qint64 id = m_process.processId();
     if (id == 0)
         return;
-    if (startOf(id) == m_started) // else the number is somebody else's by now
+    if (startOfProcess(id) == m_started) // else the number is somebody else's by now
         ::kill(pid_t(-id), SIGKILL);
     m_process.waitForFinished();
 }

@@ -49,10 +49,21 @@ public:
     /// The certificate of the authority that signed all but the self-signed and the untrusted one.
     QString caFile() const { return path(QStringLiteral("ca.pem")); }
 
+    /// The good certificate and its key, for other servers.
+    QString certificateFile() const { return path(QStringLiteral("good.pem")); }
+    QString keyFile() const { return path(QStringLiteral("good.key")); }
+
+    /// Where other servers ask whether a login is right.
+    QString saslSocket() const { return path(QStringLiteral("run/sasl")); }
+
+    /// Where the mailboxes lie, each in "USER/Maildir"; not before one has been made.
+    QString mailDirectory() const { return path(QStringLiteral("mail")); }
+
     /// SHA-256 of the certificate's DER form: 64 hexadecimal digits.
     QByteArray fingerprint(Shown shown) const;
 
-    /// Puts @p texts ("\n" line ends) into the mailbox of @p user, behind what is there.
+    /// Puts @p texts ("\n" line ends) into the mailbox of @p user, behind what is there. Makes it, if need
+    /// be.
     void deliver(const QString &user, const std::vector<QByteArray> &texts);
 
     /// What is in the mailbox of @p user, in the order of arrival.
