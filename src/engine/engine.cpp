@@ -29,14 +29,20 @@ Engine::Engine(QObject *parent)
     connect(&m_serverWishes, &ServerWishes::failed, this, &Engine::queueError);
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
     connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
+    connect(&m_outbox, &Outbox::draftSettled, &m_drafts, &Drafts::discard);
 }
 
-Engine::~Engine() = default;
+/// What is under way must not outlive what it works with.
+Engine::~Engine()
+{
+    m_accounts.shutDown();
+}
 
 bool Engine::load()
 {
     if (!createStoreDirectories() || !loadConfig(false))
         return false;
+    m_identities.load();
     m_accountsAreRead = m_accounts.load();
     m_imageSenders.load();
     m_tags.load();
@@ -47,6 +53,8 @@ bool Engine::load()
             m_operations.dropTags(m_tags.resting());
         settleArrivals();
     }
+    m_drafts.load();
+    m_outbox.load(); // what it files lets drafts go
     return true;
 }
 
@@ -65,6 +73,7 @@ void Engine::settleArrivals()
 bool Engine::save(bool force)
 {
     bool saved = m_groups.save(force);
+    saved = m_identities.save() && saved;
     saved = m_accounts.save() && saved;
     saved = m_tags.save() && saved;
     saved = m_imageSenders.save() && saved;
@@ -78,7 +87,9 @@ bool Engine::shutDown()
     m_accounts.shutDown();
     m_tasks.stopAll();
     m_delivery.finish();
+    m_outbox.finish();
     bool saved = m_groups.close();
+    saved = m_identities.save() && saved;
     saved = m_accounts.save() && saved;
     saved = m_tags.save() && saved;
     saved = m_imageSenders.save() && saved;
@@ -100,6 +111,7 @@ void Engine::tick()
     }
     if (boolSetting(Setting::AutoFetch))
         m_accounts.fetchWhatIsDue();
+    m_outbox.tick();
     emit refreshed();
     ++m_ticks;
 }
@@ -157,6 +169,7 @@ void Engine::deleteMessages(Group &source, const Articles &articles, bool forGoo
 
 void Engine::fetchAll()
 {
+    m_outbox.sendWaiting(true);
     m_accounts.fetchAll(true);
 }
 

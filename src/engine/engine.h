@@ -1,14 +1,18 @@
 #pragma once
 
 #include "engine/clients.h"
+#include "engine/composer.h"
 #include "engine/delivery.h"
+#include "engine/drafts.h"
 #include "engine/imagesenders.h"
 #include "engine/messageoperations.h"
+#include "engine/outbox.h"
 #include "engine/remoteimages.h"
 #include "engine/serverwishes.h"
 #include "engine/tags.h"
 #include "engine/taskrunner.h"
 #include "engine/transfers.h"
+#include "identity/identitymanager.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
 
@@ -44,6 +48,15 @@ public:
 
     /// Whether load() could read them; when not, there are none in this run, and the file stays as it is.
     bool accountsAreRead() const { return m_accountsAreRead; }
+
+    IdentityManager &identities() { return m_identities; }
+
+    /// What waits to be sent.
+    Outbox &outbox() { return m_outbox; }
+
+    /// What is being written, and who begins and sends it.
+    Drafts &drafts() { return m_drafts; }
+    Composer &composer() { return m_composer; }
 
     /// Where everything goes that is received, and who tells of new mail.
     Delivery &delivery() { return m_delivery; }
@@ -81,7 +94,7 @@ public:
 
     /// @name Fetching, because the user asks for it; the accounts tell of its end
     /// @{
-    void fetchAll();
+    void fetchAll(); ///< and sends what waits
     void fetch(int account);
     /// @}
 
@@ -102,7 +115,11 @@ private:
     GroupStore m_groups;
     Delivery m_delivery{m_groups};
     Clients m_clients{m_delivery};
+    IdentityManager m_identities;
     AccountManager m_accounts;
+    Outbox m_outbox{m_groups, m_accounts, m_identities};
+    Drafts m_drafts{m_groups, m_identities};
+    Composer m_composer{m_groups, m_identities, m_accounts, m_drafts, m_outbox};
     Transfers m_transfers{m_accounts};
     ServerWishes m_serverWishes{m_groups, m_accounts, m_clients};
     ImageSenders m_imageSenders;

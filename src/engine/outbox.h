@@ -1,0 +1,131 @@
+#pragma once
+
+#include "engine/outboxentry.h"
+#include "engine/outboxfile.h"
+#include "engine/sendoff.h"
+#include "engine/sentfiling.h"
+#include "net/outgoingqueue.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <vector>
+
+class Group;
+class IdentityManager;
+
+/// The messages that wait to be sent: the group of the outbox, what is known of each, and the order in which
+/// senders get them. Nothing is sent twice, whenever the program ends.
+class Outbox : public QObject, public OutgoingQueue
+{
+    Q_OBJECT
+
+public:
+    Outbox(GroupStore &store, AccountManager &accounts, IdentityManager &identities,
+           QObject *parent = nullptr);
+    ~Outbox() override;
+
+    /// Reads what is known of the waiting messages; a countdown begins again, what was "sending" is perhaps
+    /// sent, and what was accepted is filed. draftSettled() comes from within; perhapsSent() soon after.
+    void load();
+
+    /// Files what was accepted. For the end of a run, after the senders.
+    void finish();
+
+    /// Looks at the time: countdowns, dates and further tries. Once a second.
+    void tick();
+
+    /// Stores @p message (buildMessage(), for sending) and lets it wait. Its ticket, the first of two where
+    /// it is both mailed and posted; 0 after a report: nothing is stored, the draft stays. accountMissing()
+    /// follows where there is no account for it.
+    quint64 add(const QByteArray &message, int identity, const SendWish &wish);
+
+    const std::vector<OutboxEntry> &entries() const; ///< holds until something changes
+    const OutboxEntry *entry(quint64 ticket) const;  ///< null when there is none; the same
+    const OutboxEntry *entryAt(MessageRef place) const;
+
+    /// Whether a message waits that was written as that draft: it is not lost and not to be offered again.
+    bool holdsDraft(int draft) const;
+
+    /// Takes a message back as long as it is not on its way: it is edited again; its text, control headers
+    /// included, with the recipients that were not served. What some were served of is filed. Without a draft
+    /// the message goes to the waste basket, so that it is nowhere else lost either. Null: too late, or after
+    /// a report.
+    QByteArray takeBack(quint64 ticket);
+
+    void sendNow(quint64 ticket);               ///< out of its countdown, its date, its refusal, its doubt
+    void holdUntil(quint64 ticket, qint64 due); ///< seconds since 1970 UTC
+    void settleAsSent(quint64 ticket);          ///< the user knows that a "perhaps sent" one was sent
+
+    /// The user gives it up: its message goes to the waste basket, its draft stays. Not while it is on its
+    /// way.
+    void remove(quint64 ticket);
+
+    /// Seconds for which a message can be taken back; 0: it goes at once.
+    static int undoDelay();
+    static void setUndoDelay(int seconds);
+
+    /// The outgoing account of an identity: the one that names it, else the first that names none, else the
+    /// first; 0: there is none.
+    int accountFor(int identity) const;
+
+    /// Sends what may go, through every account that something waits for (`AutoSend`, F5, the user).
+    void sendWaiting(bool manual);
+
+    /// @name OutgoingQueue
+    /// accepted() and refused() are on the disk with the next sending(), or some milliseconds later; what a
+    /// power cut takes before is perhaps sent. Nothing is filed before.
+    /// @{
+    int waiting(int account) const override;
+    std::optional<OutgoingMessage> next(int account) override;
+    bool sending(quint64 ticket, const QList<QByteArray> &recipients) override;
+    void accepted(quint64 ticket, const QList<QByteArray> &recipients) override;
+    void refused(quint64 ticket, const QList<OutgoingRefusal> &refusals) override;
+    void release(quint64 ticket, const QString &reason) override;
+    /// @}
+
+signals:
+    void changed();                                  ///< entries(); many at once
+    void sent(quint64 ticket, MessageRef copy);      ///< all recipients; copy is null where none is kept
+    void failed(quint64 ticket, const QString &why); ///< some or all refused it, and it waits for the user
+    void perhapsSent(quint64 ticket);
+    void draftSettled(int draft); ///< it was sent, its copy is stored
+    void accountMissing();        ///< something waits, and there is no outgoing account
+
+private:
+    Group &group() const;
+    std::optional<OutboxRecord> recordFor(const QByteArray &text, int identity, const SendWish &wish) const;
+    bool storeText(const QByteArray &text, const std::vector<quint64> &tickets);
+    int accountFor(const OutboxRecord &record) const;
+    void assignAccounts();
+    void doubtEverything();
+    void lookUp(quint64 ticket);
+    void adoptAll(OutboxFile::Found found);
+    void adopt(quint32 article, bool isDoubtful);
+    void followGroup();
+    void messagesRemoved(const std::vector<quint32> &articles);
+    void doubt(OutboxRecord &record, const QString &reason);
+    void putOff(OutboxRecord &record);
+    void released(OutboxRecord &record, const QString &reason);
+    void settle(quint64 ticket);
+    void fileSettled();
+    void endLeases(int account, const QString &reason);
+    void touched();
+
+    GroupStore &m_store;
+    AccountManager &m_accounts;
+    IdentityManager &m_identities;
+    OutboxFile m_file;
+    SentFiling m_filing;
+    Sendoff m_sendoff;
+    mutable std::vector<OutboxEntry> m_entries;
+    mutable bool m_isStale = true;
+    std::vector<quint64> m_settled; ///< accepted, and to be filed
+    std::vector<quint64> m_untold;  ///< perhaps sent, found at the start
+    QTimer m_syncing;
+    QTimer m_fileSoon;
+    QTimer m_telling;
+    qint64 m_lastTick = 0;
+    qint64 m_fileAgain = 0; ///< after a failure
+    bool m_isOwnChange = false;
+};

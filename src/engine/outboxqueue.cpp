@@ -1,0 +1,261 @@
+#include "config/clock.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "engine/outbox.h"
+#include "engine/outboxtext.h"
+#include "store/groupstore.h"
+
+#include <QDateTime>
+#include <QScopedValueRollback>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+
+// How waiting messages get to their senders, and what comes back.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Fate = OutboxRecipient::Fate;
+using Durable = OutboxFile::Durable;
+
+/// Seconds until a message that was refused for now is tried again; the last one holds for all further tries,
+/// until the first refusal is that long ago.
+constexpr std::array<qint64, 4> kPauses = {5 * 60, 15 * 60, 60 * 60, 60 * 60};
+constexpr qint64 kLongestTrying = 2 * 24 * 3600;
+
+constexpr qint64 kRest = 60; ///< seconds for which what was given back unsent is let alone
+
+constexpr std::size_t kFiledAtOnce = 50;
+constexpr qint64 kPauseOfFiling = 60; ///< seconds after a failure
+
+} // namespace
+
+int Outbox::waiting(int account) const
+{
+    const qint64 now = clockSeconds();
+    const std::vector<OutboxRecord> &all = m_file.records();
+    return int(std::count_if(all.begin(), all.end(), [=](const OutboxRecord &record) {
+        return record.account == account && record.mayGo(now);
+    }));
+}
+
+std::optional<OutgoingMessage> Outbox::next(int account)
+{
+    if (account == 0)
+        return {};
+    const QDateTime now = clockNow();
+    for (OutboxRecord &record : m_file.records()) {
+        if (record.account != account || !record.mayGo(now.toSecsSinceEpoch()))
+            continue;
+        QByteArray text = m_filing.textOf(record);
+        touched();
+        if (text.isNull()) {
+            m_file.mark(record.ticket, OutboxVerb::Refused,
+                        {"0", indicesField(record.indices({})), textField(tr("It cannot be read"))},
+                        Durable::Later);
+            continue;
+        }
+        if (record.isAdopted)
+            text = withoutControls(text);
+        record.isLeased = true;
+        record.isPutOff = record.isRefused = false;
+        record.leasedAt = now;
+        OutgoingMessage message{record.ticket, dated(text, now, record.wish.isBounce), {}};
+        for (const OutboxRecipient &one : record.recipients) {
+            if (one.fate == Fate::Open && !one.address.isEmpty())
+                message.remaining += one.address;
+        }
+        return message;
+    }
+    return {};
+}
+
+bool Outbox::sending(quint64 ticket, const QList<QByteArray> &recipients)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record || !record->isLeased)
+        return false;
+    std::vector<int> indices = record->indices(recipients);
+    if (qsizetype(indices.size()) < recipients.size()) // rather too many in doubt than one too few
+        indices = record->indices({});
+    const QDateTime date = record->leasedAt;
+    if (m_file.mark(ticket, OutboxVerb::Sending,
+                    {QByteArray::number(date.toSecsSinceEpoch()), QByteArray::number(date.offsetFromUtc()),
+                     indicesField(indices)},
+                    Durable::Now))
+        return true;
+    record->reason = tr("It cannot be written down that it is being sent");
+    return false;
+}
+
+void Outbox::accepted(quint64 ticket, const QList<QByteArray> &recipients)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record)
+        return;
+    std::vector<int> indices = record->indices(recipients);
+    for (std::size_t i = 0; i < record->recipients.size(); ++i) { // also under another spelling
+        const bool isNamed = std::find(indices.begin(), indices.end(), int(i)) != indices.end();
+        if (!isNamed && record->recipients[i].fate == Fate::Doubtful)
+            indices.push_back(int(i));
+    }
+    m_file.mark(ticket, OutboxVerb::Accepted, {indicesField(indices)}, Durable::Later);
+    m_syncing.start();
+    touched();
+}
+
+void Outbox::refused(quint64 ticket, const QList<OutgoingRefusal> &refusals)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record)
+        return;
+    for (const OutgoingRefusal &refusal : refusals) {
+        const bool isWhole = refusal.recipient.isEmpty();
+        const std::vector<int> indices =
+            record->indices(isWhole ? QList<QByteArray>() : QList<QByteArray>{refusal.recipient});
+        const QString text = refusal.text.trimmed().isEmpty() ? tr("It was refused") : refusal.text.trimmed();
+        m_file.mark(ticket, OutboxVerb::Refused,
+                    {QByteArray::number(refusal.code), indicesField(indices), textField(text)},
+                    Durable::Later);
+        record->isPutOff = record->isPutOff || refusal.isTemporary();
+        record->isRefused = record->isRefused || !refusal.isTemporary();
+    }
+    m_syncing.start();
+    touched();
+}
+
+void Outbox::release(quint64 ticket, const QString &reason)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record || !std::exchange(record->isLeased, false))
+        return;
+    touched();
+    if (record->isServed())
+        return settle(ticket);
+    released(*record, reason);
+    record = m_file.find(ticket);
+    if (record && record->isWithdrawn) { // the user took it away meanwhile
+        if (record->has(Fate::Served))
+            settle(ticket);
+        else
+            m_file.drop(ticket);
+    }
+    assignAccounts(); // its own may be gone
+}
+
+/// The end of a lease that did not end in the acceptance by all.
+void Outbox::released(OutboxRecord &record, const QString &reason)
+{
+    const quint64 ticket = record.ticket;
+    m_syncing.start();
+    if (record.has(Fate::Doubtful)) {
+        const QString why = reason.isEmpty() ? tr("The connection ended") : reason;
+        const QString told = tr("It may have arrived: %1").arg(why);
+        m_file.mark(ticket, OutboxVerb::Told, {textField(told)}, Durable::Later);
+        emit perhapsSent(ticket);
+        return;
+    }
+    if (record.isPutOff && record.has(Fate::Open))
+        putOff(record);
+    else
+        record.restsUntil = clockSeconds() + kRest;
+    if (!record.isPutOff && !reason.isEmpty() && reason != record.reason)
+        m_file.mark(ticket, OutboxVerb::Told, {textField(reason)}, Durable::Later);
+    if (record.isRefused || record.isGivenUp)
+        emit failed(ticket, record.entry(clockSeconds()).reason);
+}
+
+/// Refused for now: it is tried again, for two days.
+void Outbox::putOff(OutboxRecord &record)
+{
+    const qint64 now = clockSeconds();
+    const qint64 first = record.attempts == 0 ? now : record.firstRefusal;
+    const auto pause = qMin<std::size_t>(std::size_t(record.attempts), kPauses.size() - 1);
+    const qint64 due = now - first >= kLongestTrying ? -1 : now + kPauses[pause];
+    m_file.mark(record.ticket, OutboxVerb::Retry,
+                {QByteArray::number(record.attempts + 1), QByteArray::number(due), QByteArray::number(first)},
+                Durable::Later);
+}
+
+void Outbox::settle(quint64 ticket)
+{
+    m_settled.push_back(ticket);
+    if (m_settled.size() >= kFiledAtOnce)
+        fileSettled();
+    else if (!m_fileSoon.isActive())
+        m_fileSoon.start();
+}
+
+void Outbox::fileSettled()
+{
+    m_fileSoon.stop();
+    if (m_settled.empty())
+        return;
+    const QScopedValueRollback own(m_isOwnChange, true);
+    m_filing.file(std::vector(m_settled)); // who is told of a filed one may settle another
+    std::erase_if(m_settled, [this](quint64 ticket) { return m_file.find(ticket) == nullptr; });
+    m_fileAgain = m_settled.empty() ? 0 : clockSeconds() + kPauseOfFiling;
+    touched();
+}
+
+/// A sender that went without giving back what it had.
+void Outbox::endLeases(int account, const QString &reason)
+{
+    std::vector<quint64> leased;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (record.isLeased && record.account == account)
+            leased.push_back(record.ticket);
+    }
+    for (const quint64 ticket : leased)
+        release(ticket, reason);
+}
+
+void Outbox::finish()
+{
+    m_syncing.stop();
+    fileSettled();
+    m_file.sync();
+}
+
+void Outbox::tick()
+{
+    const qint64 now = clockSeconds();
+    for (const quint64 ticket : std::exchange(m_untold, {}))
+        emit perhapsSent(ticket);
+    const std::vector<OutboxRecord> &all = m_file.records();
+    const bool isDue = std::any_of(all.begin(), all.end(), [&](const OutboxRecord &record) {
+        return record.due > m_lastTick && record.due <= now;
+    });
+    m_lastTick = now;
+    if (isDue)
+        touched();
+    if (!m_settled.empty() && !m_fileSoon.isActive() && m_fileAgain <= now)
+        fileSettled();
+    sendWaiting(false);
+}
+
+void Outbox::sendWaiting(bool manual)
+{
+    const qint64 now = clockSeconds();
+    const bool isAuto = boolSetting(Setting::AutoSend);
+    std::set<int> accounts;
+    for (OutboxRecord &record : m_file.records()) {
+        record.restsUntil = manual ? 0 : record.restsUntil;
+        const bool isWanted =
+            manual || isAuto || record.attempts > 0 || record.hold == OutboxRecord::Hold::Date;
+        if (isWanted && record.mayGo(now))
+            accounts.insert(record.account);
+    }
+    const bool isMissing =
+        std::any_of(m_file.records().begin(), m_file.records().end(), [now](const auto &one) {
+            return one.account == 0 && one.transport == OutboxTransport::Mail && one.mayGo(now);
+        });
+    if (manual && isMissing)
+        emit accountMissing();
+    for (const int account : accounts)
+        m_sendoff.start(account, manual);
+}

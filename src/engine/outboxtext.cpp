@@ -1,0 +1,120 @@
+#include "engine/outboxtext.h"
+
+#include "message/date.h"
+#include "message/headerblock.h"
+#include "message/message.h"
+
+#include <QSet>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QByteArrayView kControls = "x-velmar-";
+constexpr QByteArrayView kEnvelope = "X-VELMAR-RCPT-TO";
+
+bool isNamed(QByteArrayView name, QByteArrayView wanted)
+{
+    return name.compare(wanted, Qt::CaseInsensitive) == 0;
+}
+
+/// Each field of the header goes through @p change: the name, and the whole of it with its line ends.
+QByteArray changed(const QByteArray &message,
+                   const std::function<QByteArray(QByteArrayView name, QByteArrayView field)> &change)
+{
+    const HeaderExtent extent = headerExtent(message);
+    const QByteArrayView header = QByteArrayView(message).first(extent.length);
+    QByteArray result;
+    result.reserve(message.size() + 128);
+    for (qsizetype at = 0; at < header.size();) {
+        qsizetype end = header.indexOf('\n', at);
+        while (end >= 0 && end + 1 < header.size() && (header[end + 1] == ' ' || header[end + 1] == '\t'))
+            end = header.indexOf('\n', end + 1);
+        const QByteArrayView field = header.sliced(at, (end < 0 ? header.size() : end + 1) - at);
+        const qsizetype colon = field.indexOf(':');
+        result += change(field.first(qMax<qsizetype>(colon, 0)).trimmed(), field);
+        at += field.size();
+    }
+    return result.append(QByteArrayView(message).sliced(extent.length));
+}
+
+void addOnce(QList<QByteArray> &list, QSet<QByteArray> &known, const QList<Address> &addresses)
+{
+    for (const Address &one : addresses) {
+        const QByteArray bare = one.address.toUtf8();
+        const qsizetype before = known.size();
+        known.insert(bare.toLower());
+        if (!bare.isEmpty() && known.size() > before)
+            list += bare;
+    }
+}
+
+} // namespace
+
+QList<QByteArray> envelopeRecipients(const QByteArray &message, bool ownControls)
+{
+    const Message parsed(message);
+    QList<QByteArray> list;
+    QSet<QByteArray> known;
+    if (ownControls)
+        addOnce(list, known, parsed.addresses(kEnvelope));
+    if (list.isEmpty())
+        addOnce(list, known, parsed.addresses("Resent-To"));
+    if (list.isEmpty()) {
+        for (const char *field : {"To", "Cc", "Bcc"})
+            addOnce(list, known, parsed.addresses(field));
+    }
+    return list;
+}
+
+bool isPost(const QByteArray &message)
+{
+    return !Message(message).rawHeader("Newsgroups").isEmpty();
+}
+
+QByteArray withoutControls(const QByteArray &message)
+{
+    return changed(message, [](QByteArrayView name, QByteArrayView field) {
+        const bool isControl =
+            name.size() >= kControls.size() && isNamed(name.first(kControls.size()), kControls);
+        return isControl ? QByteArray() : field.toByteArray();
+    });
+}
+
+QByteArray dated(const QByteArray &message, const QDateTime &date, bool isResent)
+{
+    const QByteArray wanted = isResent ? "Resent-Date"_ba : "Date"_ba;
+    const QByteArray line = wanted + ": " + formatDate(date) + '\n';
+    bool isThere = false;
+    const QByteArray text = changed(message, [&](QByteArrayView name, QByteArrayView field) {
+        if (isThere || !isNamed(name, wanted))
+            return field.toByteArray();
+        isThere = true;
+        return line;
+    });
+    return isThere ? text : line + text;
+}
+
+QByteArray onlyTo(const QByteArray &message, const QList<QByteArray> &left)
+{
+    QSet<QByteArray> wanted;
+    for (const QByteArray &address : left)
+        wanted.insert(address.toLower());
+    return changed(message, [&wanted](QByteArrayView name, QByteArrayView field) {
+        bool isOfRecipients = false;
+        for (const QByteArrayView one :
+             {QByteArrayView("To"), QByteArrayView("Cc"), QByteArrayView("Bcc"), kEnvelope})
+            isOfRecipients = isOfRecipients || isNamed(name, one);
+        if (!isOfRecipients)
+            return field.toByteArray();
+        const QByteArray label = name.toByteArray();
+        QList<Address> kept;
+        for (const Address &one : Message(field.toByteArray() + '\n').addresses(label)) {
+            if (wanted.contains(one.address.toUtf8().toLower()))
+                kept += one;
+        }
+        return kept.isEmpty() ? QByteArray() : label + ": " + addressField(kept, "UTF-8") + '\n';
+    });
+}

@@ -1,0 +1,62 @@
+#include "engine/sendoff.h"
+
+#include "config/clock.h"
+
+#include <array>
+
+namespace {
+
+/// Seconds before a session that failed is tried again; the last one holds for all further ones.
+constexpr std::array<qint64, 4> kPauses = {60, 5 * 60, 15 * 60, 60 * 60};
+
+} // namespace
+
+Sendoff::Sendoff(AccountManager &accounts, QObject *parent)
+    : QObject(parent)
+    , m_accounts(accounts)
+{
+    connect(&accounts, &AccountManager::fetchEnded, this, &Sendoff::fetchEnded);
+    connect(&accounts, &AccountManager::accountUpdated, this,
+            [this](const Account *account) { m_troubles.remove(account->number()); });
+    connect(&accounts, &AccountManager::accountDeleted, this, [this](const Account *account) {
+        m_troubles.remove(account->number());
+        emit ended(account->number(), {});
+    });
+}
+
+void Sendoff::start(int number, bool manual)
+{
+    Account *account = m_accounts.account(number);
+    if (!account || account->kind() != AccountKind::Smtp || account->isFetching())
+        return; // posts go with the fetch of their account
+    const Trouble trouble = m_troubles.value(number);
+    if (!manual && (trouble.isStopped || trouble.notBefore > clockSeconds()))
+        return;
+    if (manual)
+        m_troubles.remove(number);
+    account->fetch(manual, true);
+}
+
+void Sendoff::resume(int account)
+{
+    const auto found = m_troubles.find(account);
+    if (found != m_troubles.end())
+        found->isStopped = false;
+}
+
+void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QString &detail)
+{
+    if (account->kind() != AccountKind::Smtp && account->kind() != AccountKind::Nntp)
+        return;
+    const int number = account->number();
+    if (reason == AccountFetchReason::None) {
+        m_troubles.remove(number);
+    } else if (reason == AccountFetchReason::Stopped) {
+        m_troubles[number].isStopped = true;
+    } else {
+        Trouble &trouble = m_troubles[number];
+        const auto pause = qMin<std::size_t>(std::size_t(trouble.failures++), kPauses.size() - 1);
+        trouble.notBefore = clockSeconds() + kPauses[pause];
+    }
+    emit ended(number, detail);
+}

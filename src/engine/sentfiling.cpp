@@ -1,0 +1,263 @@
+#include "engine/sentfiling.h"
+
+#include "config/clock.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "engine/outboxtext.h"
+#include "identity/identitymanager.h"
+#include "store/compression.h"
+#include "store/groupstore.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <map>
+
+using namespace Qt::StringLiterals;
+
+SentFiling::SentFiling(GroupStore &store, IdentityManager &identities, OutboxFile &file, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+    , m_identities(identities)
+    , m_file(file)
+{}
+
+QByteArray SentFiling::textOf(const OutboxRecord &record) const
+{
+    Group *group = m_store.group(record.place.group);
+    const int row = group ? group->rowOf(record.place.article) : -1;
+    if (row < 0 || group->row(row).textCrc() != record.crc ||
+        group->row(row).unpackedLength() != record.length || group->row(row).isGone())
+        return {};
+    return group->readMessage(group->row(row));
+}
+
+bool SentFiling::keepsCopy(const OutboxRecord &record) const
+{
+    if (!record.wish.keepsCopy)
+        return false;
+    if (record.transport == OutboxTransport::News)
+        return boolSetting(Setting::KeepSentNews);
+    return boolSetting(record.wish.isBounce ? Setting::KeepBouncedMail : Setting::KeepSentMail);
+}
+
+/// The group that was chosen, that of the original, that of the identity, or the one for all.
+Group *SentFiling::targetOf(const OutboxRecord &record) const
+{
+    const bool isPost = record.transport == OutboxTransport::News;
+    const Identity *identity = m_identities.identity(record.identity);
+    Group *original = m_store.group(record.wish.original.group);
+    const bool isOwnPlace =
+        original && (original->kind() == GroupKind::Newsgroup || original->role() == GroupRole::Outbox ||
+                     original->role() == GroupRole::Drafts || original->role() == GroupRole::WasteBasket ||
+                     original->role() == GroupRole::Junk);
+    if (Group *chosen = m_store.group(record.wish.sentGroup))
+        return chosen;
+    if (boolSetting(Setting::FileInSameFolder) && record.wish.isReply && original && !isOwnPlace)
+        return original;
+    Group *usual = identity ? m_store.group(isPost ? identity->sentNews : identity->sentMail) : nullptr;
+    return usual ? usual : m_store.group(isPost ? GroupRole::SentNews : GroupRole::SentMail);
+}
+
+std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) const
+{
+    Job job{record.ticket, {}, nullptr};
+    if (!keepsCopy(record))
+        return job;
+    const QByteArray text = textOf(record);
+    if (text.isNull())
+        return job; // said already; what was sent is not sent again for that
+    const QDateTime date = QDateTime::fromSecsSinceEpoch(record.date, Qt::OffsetFromUTC, record.zone);
+    job.text = withoutControls(text);
+    if (record.date != 0)
+        job.text = dated(job.text, date, record.wish.isBounce);
+    job.target = targetOf(record);
+    return job;
+}
+
+void SentFiling::file(const std::vector<quint64> &tickets)
+{
+    std::vector<Job> jobs;
+    std::vector<quint64> done;
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_file.find(ticket);
+        if (!record)
+            continue;
+        if (record->copy) { // begun before
+            recover(ticket);
+            continue;
+        }
+        if (std::optional<Job> job = prepare(*record))
+            jobs.push_back(std::move(*job));
+    }
+    if (jobs.empty() || !announce(jobs) || !store(jobs))
+        return;
+    for (const Job &job : jobs)
+        done.push_back(job.ticket);
+    finish(done);
+}
+
+/// The acceptances and the names of the copies are on the disk before anything is stored.
+bool SentFiling::announce(std::vector<Job> &jobs)
+{
+    std::map<Group *, quint32> next;
+    for (const Job &job : jobs) {
+        SentCopy copy;
+        if (job.target) {
+            job.target->rowCount(); // opens it
+            const auto place =
+                next.try_emplace(job.target, job.target->files().overviews().nextArticle()).first;
+            copy = {{job.target->number(), place->second++}, quint32(job.text.size()), crc32Of(job.text)};
+        }
+        m_file.mark(job.ticket, OutboxVerb::Copy,
+                    {QByteArray::number(copy.place.group), QByteArray::number(copy.place.article),
+                     QByteArray::number(copy.length), QByteArray::number(copy.crc)},
+                    OutboxFile::Durable::Later);
+    }
+    return m_file.sync();
+}
+
+bool SentFiling::store(const std::vector<Job> &jobs)
+{
+    std::map<Group *, Articles> stored;
+    bool good = true;
+    for (const Job &job : jobs) {
+        if (!job.target)
+            continue;
+        const bool isSentGroup =
+            job.target->role() == GroupRole::SentMail || job.target->role() == GroupRole::SentNews;
+        const bool isRead = boolSetting(isSentGroup ? Setting::MarkReadOnSend : Setting::MarkReadOnSendFile);
+        const quint32 article =
+            m_store.addQuietly(*job.target, Message(job.text),
+                               {.time = clockSeconds(), .marks = isRead ? Marks(Mark::Read) : Marks()});
+        good = good && article != 0;
+        if (article != 0)
+            stored[job.target].push_back(article);
+    }
+    for (const auto &[group, articles] : stored) {
+        group->tellOfAdded(articles);
+        good = group->flush() && good;
+    }
+    return good;
+}
+
+/// An article of that text which was given since the copy was announced; also one that was deleted again.
+quint32 SentFiling::findCopy(const SentCopy &copy) const
+{
+    Group *group = m_store.group(copy.place.group);
+    const int rows = group ? group->rowCount() : 0;
+    for (int row = rows - 1; row >= 0 && group->row(row).article() >= copy.place.article; --row) {
+        const Overview &overview = group->row(row);
+        if (overview.textCrc() == copy.crc && overview.unpackedLength() == copy.length)
+            return overview.article();
+    }
+    return 0;
+}
+
+void SentFiling::recover(quint64 ticket)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record || !record->copy)
+        return;
+    if (!record->copy->place.isNull()) {
+        Group *group = m_store.group(record->copy->place.group);
+        if (group)
+            group->rowCount(); // opens it
+        if (group && !group->isOpen())
+            return; // it cannot be looked into now
+        if (findCopy(*record->copy) == 0) {
+            const std::optional<Job> job = prepare(*record);
+            if (job && job->target) {
+                std::vector<Job> jobs = {*job};
+                if (!announce(jobs) || !store(jobs))
+                    return;
+            }
+        } else if (!group->flush()) {
+            return;
+        }
+    }
+    finish({ticket});
+}
+
+void SentFiling::markOriginal(const OutboxRecord &record) const
+{
+    Group *group = m_store.group(record.wish.original.group);
+    if (!group || record.wish.original.isNull())
+        return;
+    Marks set;
+    set.setFlag(Mark::Replied, record.wish.isReply);
+    set.setFlag(Mark::Forwarded, record.wish.isForward);
+    const bool unflags = record.wish.isReply && boolSetting(Setting::UnflagOnReply);
+    if (set)
+        group->setMarks({record.wish.original.article}, set, unflags ? Marks(Mark::Flagged) : Marks());
+}
+
+/// The entries of one message have tickets side by side.
+bool SentFiling::isNeededElsewhere(const OutboxRecord &record, const std::set<quint64> &except) const
+{
+    for (const quint64 ticket : {record.ticket - 1, record.ticket + 1}) {
+        const OutboxRecord *other = m_file.find(ticket);
+        if (other && other->place == record.place && !except.contains(ticket))
+            return true;
+    }
+    return false;
+}
+
+/// The copies are safe: the messages leave the outbox, and at last they are forgotten.
+void SentFiling::finish(const std::vector<quint64> &tickets)
+{
+    struct Filed
+    {
+        quint64 ticket;
+        MessageRef copy;
+        int draft;
+    };
+    std::vector<Filed> filed;
+    std::map<int, Articles> leaving;
+    const std::set<quint64> going(tickets.begin(), tickets.end());
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_file.find(ticket);
+        const SentCopy copy = record ? record->copy.value_or(SentCopy()) : SentCopy();
+        if (!record)
+            continue;
+        markOriginal(*record);
+        const quint32 article = copy.place.isNull() ? 0 : findCopy(copy);
+        filed.push_back({ticket, article == 0 ? MessageRef() : MessageRef{copy.place.group, article},
+                         record->wish.draft});
+    }
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_file.find(ticket);
+        if (record && !isNeededElsewhere(*record, going))
+            leaving[record->place.group].push_back(record->place.article);
+    }
+    for (auto &[number, articles] : leaving) {
+        std::sort(articles.begin(), articles.end());
+        articles.erase(std::unique(articles.begin(), articles.end()), articles.end());
+        Group *group = m_store.group(number);
+        if (group && !m_store.deleteMessages(*group, articles, true))
+            return; // they are found at the next start, with their copies
+    }
+    for (const Filed &one : filed) {
+        const OutboxRecord *record = m_file.find(one.ticket);
+        const bool isLast = record && !isNeededElsewhere(*record);
+        if (isLast && one.draft != 0)
+            emit draftSettled(one.draft);
+        m_file.drop(one.ticket);
+        emit this->filed(one.ticket, one.copy);
+    }
+    m_file.compact();
+}
+
+bool SentFiling::forget(quint64 ticket, Leaving how)
+{
+    const OutboxRecord *record = m_file.find(ticket);
+    if (!record)
+        return true;
+    Group *group = m_store.group(record->place.group);
+    const Articles articles = {record->place.article};
+    if (group && !isNeededElsewhere(*record) && group->overview(articles[0]) &&
+        !m_store.deleteMessages(*group, articles, how == Leaving::ForGood))
+        return false;
+    m_file.drop(ticket);
+    return true;
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "engine/outboxfile.h"
+
+#include <QObject>
+
+#include <optional>
+#include <set>
+#include <vector>
+
+class Group;
+class GroupStore;
+class IdentityManager;
+
+/// What becomes of messages that were sent: a copy of each, as it left, is stored; the message that was
+/// answered is marked; then the message leaves the outbox, and its draft goes.
+///
+/// Each step can be done again: the journal names the copy before it is stored, so that after a crash it is
+/// looked for instead of stored once more.
+class SentFiling : public QObject
+{
+    Q_OBJECT
+
+public:
+    SentFiling(GroupStore &store, IdentityManager &identities, OutboxFile &file, QObject *parent = nullptr);
+
+    /// Files the messages of @p tickets together. Those that cannot be filed now stay, after a report.
+    void file(const std::vector<quint64> &tickets);
+
+    /// Completes what a crash interrupted.
+    void recover(quint64 ticket);
+
+    /// The text of a waiting message, also of one that was deleted just now; null when it is gone.
+    QByteArray textOf(const OutboxRecord &record) const;
+
+    /// Takes its message out of the outbox, unless another transport still needs it, and forgets it. False
+    /// after a report: it waits as before.
+    enum class Leaving { ToBasket, ForGood };
+    bool forget(quint64 ticket, Leaving how);
+
+signals:
+    void filed(quint64 ticket, MessageRef copy); ///< null where none is kept
+    void draftSettled(int draft);                ///< nothing needs it any more
+
+private:
+    struct Job
+    {
+        quint64 ticket;
+        QByteArray text; ///< as it left; empty where no copy is kept
+        Group *target = nullptr;
+    };
+
+    std::optional<Job> prepare(const OutboxRecord &record) const;
+    Group *targetOf(const OutboxRecord &record) const;
+    bool keepsCopy(const OutboxRecord &record) const;
+    bool announce(std::vector<Job> &jobs);
+    bool store(const std::vector<Job> &jobs);
+    quint32 findCopy(const SentCopy &copy) const;
+    void finish(const std::vector<quint64> &tickets);
+    void markOriginal(const OutboxRecord &record) const;
+    bool isNeededElsewhere(const OutboxRecord &record, const std::set<quint64> &except = {}) const;
+
+    GroupStore &m_store;
+    IdentityManager &m_identities;
+    OutboxFile &m_file;
+};
