@@ -77,6 +77,8 @@ ExitStatus wrongUsage(Session &session, const QStringList &problems);
 
 ExitStatus runParse(Session &session, const QStringList &words);
 ExitStatus runAccount(Session &session, const QStringList &words);
+ExitStatus runIdentity(Session &session, const QStringList &words);
+ExitStatus runTemplate(Session &session, const QStringList &words);
 ExitStatus runFetch(Session &session, const QStringList &words);
 ExitStatus runGroups(Session &session, const QStringList &words);
 ExitStatus runList(Session &session, const QStringList &words);

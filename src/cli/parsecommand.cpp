@@ -1,12 +1,10 @@
 #include "cli/arguments.h"
 #include "cli/command.h"
 #include "cli/describe.h"
+#include "cli/inputfile.h"
 #include "message/message.h"
 
-#include <QFile>
 #include <QJsonArray>
-
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -31,24 +29,6 @@ void show(Output &output, const Row &row)
     output.text(u"\n"_s);
 }
 
-/// Nothing when it cannot be read, or does not end: a device or a pipe may go on for ever.
-std::optional<QByteArray> contents(const QString &path)
-{
-    constexpr qsizetype kLongest = qsizetype(1) << 30;
-    constexpr qint64 kPiece = 1 << 20;
-    QFile file(path);
-    const bool open = path == u"-" ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!open)
-        return {};
-    QByteArray bytes;
-    for (QByteArray piece = file.read(kPiece); !piece.isEmpty(); piece = file.read(kPiece)) {
-        if (bytes.size() + piece.size() > kLongest)
-            return {};
-        bytes += piece;
-    }
-    return file.error() == QFileDevice::NoError ? std::optional(std::move(bytes)) : std::nullopt;
-}
-
 } // namespace
 
 ExitStatus runParse(Session &session, const QStringList &words)
@@ -59,7 +39,7 @@ ExitStatus runParse(Session &session, const QStringList &words)
     const QStringList paths = arguments.plain().isEmpty() ? QStringList{u"-"_s} : arguments.plain();
     ExitStatus status = ExitStatus::Done;
     for (const QString &path : paths) {
-        const std::optional<QByteArray> bytes = contents(path);
+        const std::optional<QByteArray> bytes = inputFile(path);
         if (!bytes) {
             session.output().complain(u"Unable to read file '%1'"_s.arg(path));
             status = ExitStatus::Failed;

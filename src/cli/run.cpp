@@ -18,6 +18,12 @@ constexpr Command kCommands[] = {
      "none|starttls|tls] "
      "[--ca-file F] [--apop] [--leave-on-server] [--fingerprint HEX] | list | remove NAME",
      "set up accounts", &runAccount},
+    {"identity",
+     "add --name N --email A [--reply-to A] [--organisation O] [--host H] [--signature-file F] [--default] | "
+     "list | remove N",
+     "set up who writes", &runIdentity},
+    {"template", "expand NAME|FILE [--message FILE] [--identity N]", "fill in the variables of a template",
+     &runTemplate},
     {"fetch", "[NAME...]", "fetch the mail of the named accounts, or of all", &runFetch},
     {"groups", "", "list the groups", &runGroups},
     {"list", "GROUP [--threads]", "list the messages of a group", &runList},

@@ -73,8 +73,9 @@ bool IdentityManager::load()
         m_changed = m_changed || !m_identities.empty();
     settleDefault();
     deleteOldFolders(room());
+    m_isReadable = contents.isReadable;
     emit changed();
-    return contents.isReadable;
+    return m_isReadable;
 }
 
 /// A line that was damaged or copied by hand: two identities must not share a folder.

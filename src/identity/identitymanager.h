@@ -20,6 +20,7 @@ public:
     bool load(); ///< false after a report: there is a list, and it will be neither read nor written in this
                  ///< run
     bool save(); ///< what changed. False after a report.
+    bool isReadable() const { return m_isReadable; } ///< what load() said
 
     const std::vector<Identity> &all() const { return m_identities; }
     const Identity *identity(int number) const; ///< null when there is none; holds until the list changes
@@ -63,5 +64,6 @@ private:
     Guard m_guard;
     std::vector<int> m_removed; ///< their folders are set aside once the list without them is saved
     int m_counter = 0;          ///< the highest number given so far
+    bool m_isReadable = true;
     bool m_changed = false;
 };
