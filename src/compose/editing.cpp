@@ -199,6 +199,16 @@ void readBody(Composition &composition, const Message &message, bool ownMessage)
     }
 }
 
+/// Before each block below a text stands an empty line.
+void dropLinesOfBlocks(Composition &composition)
+{
+    if (composition.attachmentForm == AttachmentForm::Mime)
+        return;
+    for (qsizetype left = composition.attachments.size(); left > 0 && composition.text.endsWith("\n\n"_L1);
+         --left)
+        composition.text.chop(1);
+}
+
 /// What is put in front of the mailed form of an article is not the writer's.
 void dropMailedMark(Composition &composition, const Message &message)
 {
@@ -233,6 +243,7 @@ Composition readComposition(const Message &message, bool ownMessage,
     if (ownMessage) {
         readOwnFields(composition, message);
         dropMailedMark(composition, message);
+        dropLinesOfBlocks(composition);
     }
     return composition;
 }

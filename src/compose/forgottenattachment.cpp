@@ -59,6 +59,7 @@ constexpr Expression kExpressions[] = {
     // Polish, Czech, Slovak, Croatian, Slovenian, Hungarian, Lithuanian, Latvian
     {u"załącz*"},
     {u"příloh*"},
+    {u"příloze"},
     {u"přiložen*"},
     {u"přikládám"},
     {u"príloh*"},

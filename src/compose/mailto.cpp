@@ -1,6 +1,7 @@
 #include "compose/editing.h"
 #include "compose/quotemarks.h"
 #include "compose/references.h"
+#include "message/ascii.h"
 #include "message/charset.h"
 #include "message/encodedword.h"
 
@@ -10,9 +11,21 @@ namespace {
 
 constexpr QStringView kScheme = u"mailto:";
 
+/// A "%" that is no escape stays, as people type it.
 QByteArray percentDecoded(QStringView text)
 {
-    return QByteArray::fromPercentEncoding(text.toUtf8());
+    const QByteArray bytes = text.toUtf8();
+    QByteArray out;
+    out.reserve(bytes.size());
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        const bool isWhole = bytes[i] == '%' && i + 2 < bytes.size();
+        const int high = isWhole ? hexDigit(bytes[i + 1]) : -1;
+        const int low = isWhole ? hexDigit(bytes[i + 2]) : -1;
+        const bool isEscape = high >= 0 && low >= 0;
+        out += isEscape ? char(high << 4 | low) : bytes[i];
+        i += isEscape ? 2 : 0;
+    }
+    return out;
 }
 
 /// Text for one line of a header: what would end the line, or could not be seen, goes.

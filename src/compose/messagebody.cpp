@@ -121,12 +121,11 @@ private:
             return all(m_children[std::size_t(part + 1)]);
         if (isText(entry)) {
             m_anyText = true;
+            all(m_children[std::size_t(part + 1)]); // blocks of uuencode stand below the text that holds them
             return {textOf(part)};
         }
         if (entry.type != PgpSignaturePart && entry.type != PgpEncryptedPart)
             m_others.append(part);
-        if (!isEnclosedCategory(entry.type)) // blocks of uuencode stand below the text that holds them
-            return all(m_children[std::size_t(part + 1)]);
         return {};
     }
 

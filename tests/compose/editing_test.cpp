@@ -1,0 +1,388 @@
+#include "compose/editing.h"
+
+#include "compose/messagebuilder.h"
+#include "support/scratch.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class EditingTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_scratch = std::make_unique<Scratch>(); }
+    void cleanup() { m_scratch.reset(); }
+
+    void newMessagesAreAsTheSettingsSay();
+    void draftsAreReadBack_data();
+    void draftsAreReadBack();
+    void fieldsOfTheProgramAreNotCarriedOver();
+    void receivedMessagesHaveNoSay();
+    void mailtoAddressesAreRead_data();
+    void mailtoAddressesAreRead();
+    void mailtoCannotDoHarm_data();
+    void mailtoCannotDoHarm();
+    void mailtoTakesLinearTime_data();
+    void mailtoTakesLinearTime();
+    void signaturesAreReplaced_data();
+    void signaturesAreReplaced();
+    void signaturesWithoutSeparatorAreReplaced();
+    void richSignaturesAreReplaced();
+
+private:
+    static Identity me()
+    {
+        Identity identity;
+        identity.name = u"Me"_s;
+        identity.address = u"me@home.example"_s;
+        identity.replyTo = u"answers@home.example"_s;
+        return identity;
+    }
+    static Composition read(const QByteArray &message, bool own)
+    {
+        return readComposition(Message(message), own, [](const QString &address) {
+            return address == me().address ? me() : Identity();
+        });
+    }
+
+    std::unique_ptr<Scratch> m_scratch;
+};
+
+void EditingTest::newMessagesAreAsTheSettingsSay()
+{
+    Composition mail = newComposition(me());
+    QVERIFY(mail.wrap && !mail.receipt && !mail.sign && mail.attachmentForm == AttachmentForm::Mime);
+    QCOMPARE(mail.charset, "UTF-8");
+    QVERIFY(newComposition(me(), true).attachmentForm == AttachmentForm::Uuencode);
+    setBoolSetting(Setting::UseYEncForNews, true);
+    setBoolSetting(Setting::ReceiptsByDefault, true);
+    setBoolSetting(Setting::SignPublicByDefault, true);
+    setBoolSetting(Setting::SendWrapText, false);
+    setIntSetting(Setting::CharacterSet, 1);
+    mail = newComposition(me());
+    QVERIFY(!mail.wrap && mail.receipt && !mail.sign);
+    QCOMPARE(mail.charset, "ISO-8859-1");
+    const Composition article = newComposition(me(), true);
+    QVERIFY(!article.receipt && article.sign && article.attachmentForm == AttachmentForm::Yenc);
+}
+
+void EditingTest::draftsAreReadBack_data()
+{
+    QTest::addColumn<Composition>("written");
+    const auto row = [](const char *name, auto change) {
+        Composition composition = newComposition(me());
+        composition.to = u"Joe <joe@b>"_s;
+        composition.subject = u"Subject"_s;
+        composition.text = u"text\n"_s;
+        change(composition);
+        QTest::newRow(name) << composition;
+    };
+    row("mail", [](Composition &) {});
+    row("all fields", [](Composition &c) {
+        c.cc = u"\"Ann, B\" <ann@b>, Jörg <j@b>"_s;
+        c.bcc = u"secret@x"_s;
+        c.replyTo = u"there@x"_s;
+        c.mailFollowupTo = u"l@x"_s;
+        c.subject = u"Grüße – %s"_s;
+        c.inReplyTo = "<2@x>";
+        c.references = "<1@x> <2@x>";
+        c.extra = {{u"X-Mine"_s, u"välue: 1"_s}, {u"List-Id"_s, u"x"_s}};
+        c.importance = Importance::High;
+        c.receipt = c.sign = c.encrypt = true;
+        c.text = u"Grüße 漢字\n\n> quoted\n.\nFrom me\n-- \nMe\n"_s;
+    });
+    row("article", [](Composition &c) {
+        c.to.clear();
+        c.newsgroups = u"a.b,c.d"_s;
+        c.followupTo = u"a.b"_s;
+        c.distribution = u"local"_s;
+        c.supersedes = "<0@x>";
+        c.archiveRefused = true;
+    });
+    row("character set", [](Composition &c) {
+        c.charset = "ISO-8859-2";
+        c.text = u"žluťoučký kůň\n"_s;
+    });
+    row("rich, with files", [](Composition &c) {
+        c.html = u"<html><body><p>text <img src=\"cid:p1@home\"></p></body></html>"_s;
+        c.attachments = {{u"p.png"_s, "image/png", QByteArray("\0\xff", 2), "p1@home"},
+                         {u"Über: a.txt"_s, "text/plain", "just a file\n", {}},
+                         {u"m.eml"_s, "message/rfc822", "Subject: x\n\ny\n", {}}};
+    });
+    row("uuencoded file", [](Composition &c) {
+        c.attachmentForm = AttachmentForm::Uuencode;
+        c.attachments = {{u"a.bin"_s, "application/octet-stream", "bytes", {}},
+                         {u"b.bin"_s, "application/octet-stream", "more bytes", {}}};
+    });
+}
+
+void EditingTest::draftsAreReadBack()
+{
+    QFETCH(Composition, written);
+    BuildOptions options;
+    options.purpose = BuildFor::Draft;
+    const Composition draft = read(buildMessage(written, options), true);
+    for (const auto field : {&Composition::to, &Composition::cc, &Composition::bcc, &Composition::replyTo,
+                             &Composition::newsgroups, &Composition::followupTo, &Composition::mailFollowupTo,
+                             &Composition::distribution, &Composition::subject, &Composition::text})
+        QCOMPARE(draft.*field, written.*field);
+    for (const auto field : {&Composition::inReplyTo, &Composition::references, &Composition::supersedes})
+        QCOMPARE(draft.*field, written.*field);
+    for (const auto field :
+         {&Composition::receipt, &Composition::archiveRefused, &Composition::sign, &Composition::encrypt})
+        QCOMPARE(draft.*field, written.*field);
+    QCOMPARE(draft.identity, written.identity);
+    QVERIFY(draft.importance == written.importance && draft.attachmentForm == written.attachmentForm);
+    QCOMPARE(draft.charset, written.charset);
+    QCOMPARE(draft.html.trimmed(), written.html);
+    QCOMPARE(draft.extra.size(), written.extra.size());
+    for (qsizetype i = 0; i < draft.extra.size(); ++i) {
+        QCOMPARE(draft.extra[i].name, written.extra[i].name);
+        QCOMPARE(draft.extra[i].value, written.extra[i].value);
+    }
+    QCOMPARE(draft.attachments.size(), written.attachments.size());
+    for (const Attachment &wanted : written.attachments) {
+        const auto is = [&](const Attachment &one) {
+            return one.data == wanted.data && one.contentId == wanted.contentId &&
+                   one.contentType.startsWith(wanted.contentType) && one.name.contains(wanted.name.right(5));
+        };
+        QVERIFY2(std::any_of(draft.attachments.begin(), draft.attachments.end(), is),
+                 qPrintable(wanted.name));
+    }
+}
+
+void EditingTest::fieldsOfTheProgramAreNotCarriedOver()
+{
+    QByteArray header = "From: me@home.example\n";
+    const QByteArrayList names = {"X-VELMAR-SIGN",
+                                  "X-Velmar-Encrypt",
+                                  "X-VELMAR-RCPT-TO",
+                                  "x-velmar-mail-from",
+                                  "X-VELMAR-Whatever",
+                                  "User-Agent",
+                                  "Content-Type",
+                                  "content-transfer-encoding",
+                                  "Content-Disposition",
+                                  "Content-Language",
+                                  "Message-ID",
+                                  "DATE",
+                                  "Lines",
+                                  "MIME-Version",
+                                  "Path",
+                                  "NNTP-Posting-Host",
+                                  "Received",
+                                  "Resent-To",
+                                  "Sender",
+                                  "To",
+                                  "Cc",
+                                  "Bcc",
+                                  "Subject",
+                                  "Reply-To",
+                                  "References",
+                                  "In-Reply-To",
+                                  "Newsgroups",
+                                  "Followup-To",
+                                  "Mail-Followup-To",
+                                  "Supersedes",
+                                  "Distribution",
+                                  "Organization",
+                                  "X-Organization",
+                                  "Archive",
+                                  "X-No-Archive",
+                                  "Disposition-Notification-To",
+                                  "Return-Receipt-To",
+                                  "Importance",
+                                  "Posted-And-Mailed",
+                                  "DKIM-Signature",
+                                  "Return-Path"};
+    for (const QByteArray &name : names)
+        header += name + ": 1\n";
+    const Composition draft = read(header + "X-Free: a\n b\n\ntext\n", true);
+    QCOMPARE(draft.extra.size(), 1);
+    QCOMPARE(draft.extra.first().name, u"X-Free"_s);
+    QCOMPARE(draft.extra.first().value, u"a b"_s);
+}
+
+void EditingTest::receivedMessagesHaveNoSay()
+{
+    const Composition read1 =
+        read("From: Joe <joe@b>\nTo: me@home.example\nBcc: x@y\nReply-To: z@z\nSubject: s\n"
+             "X-VELMAR-SIGN: Yes\nX-VELMAR-RCPT-TO: evil@x\nX-Free: 1\n"
+             "Content-Type: text/html\n\n<p>Hi<script>x</script></p>"
+             "<img src='file:///etc/passwd'>",
+             false);
+    QVERIFY(read1.bcc.isEmpty() && read1.extra.isEmpty() && read1.replyTo.isEmpty() && !read1.sign);
+    QCOMPARE(read1.to, u"me@home.example"_s);
+    QCOMPARE(read1.text, u"Hi\n"_s);
+    QVERIFY(read1.html.contains("Hi"_L1) && !read1.html.contains("script"_L1) &&
+            !read1.html.contains("<img"_L1));
+}
+
+void EditingTest::mailtoAddressesAreRead_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<QStringList>("fields"); // to, cc, bcc, subject, text, in-reply-to
+    const auto row = [](const char *name, const QString &url, QStringList fields) {
+        fields += QStringList(6 - fields.size());
+        QTest::newRow(name) << url << fields;
+    };
+    row("nobody", u"mailto:"_s, {});
+    row("one", u"MailTo:joe@b.org"_s, {u"joe@b.org"_s});
+    row("several", u"mailto:a@b,%22c%2Cd%22%20%3Ce@f%3E?to=g@h&TO=i@j"_s,
+        {u"a@b, \"c,d\" <e@f>, g@h, i@j"_s});
+    row("with a name", u"mailto:Joe%20%3Cjoe@b.org%3E"_s, {u"Joe <joe@b.org>"_s});
+    row("all fields",
+        u"mailto:a@b?cc=c@d&bcc=e@f&subject=50%25+more&body=one%0D%0Atwo%0Athree&in-reply-to=%3C1@x%3E"_s,
+        {u"a@b"_s, u"c@d"_s, u"e@f"_s, u"50%+more"_s, u"one\ntwo\nthree"_s, u"<1@x>"_s});
+    row("UTF-8", u"mailto:user@example.org?subject=caf%C3%A9&body=na\u00EFve"_s,
+        {u"user@example.org"_s, QString(), QString(), u"café"_s, u"naïve"_s});
+    row("encoded word", u"mailto:?subject=%3D%3Futf-8%3FQ%3Fcaf%3DC3%3DA9%3F%3D"_s,
+        {QString(), QString(), QString(), u"café"_s});
+    row("an & of HTML", u"mailto:a@b?subject=x&amp;cc=c@d"_s, {u"a@b"_s, u"c@d"_s, QString(), u"x"_s});
+    row("a number sign", u"mailto:a@b?subject=Case #5"_s, {u"a@b"_s, QString(), QString(), u"Case #5"_s});
+    row("percent signs that are none", u"mailto:a@b?subject=100% %zz %4"_s,
+        {u"a@b"_s, QString(), QString(), u"100% %zz %4"_s});
+}
+
+void EditingTest::mailtoAddressesAreRead()
+{
+    QFETCH(QString, url);
+    QFETCH(QStringList, fields);
+    const std::optional<Composition> read = readMailto(url, me());
+    QVERIFY(read);
+    const QStringList found = {read->to,      read->cc,   read->bcc,
+                               read->subject, read->text, QString::fromLatin1(read->inReplyTo)};
+    QCOMPARE(found, fields);
+    QCOMPARE(read->references, read->inReplyTo);
+    QCOMPARE(read->identity, me());
+}
+
+void EditingTest::mailtoCannotDoHarm_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::newRow("attach") << u"mailto:a@b?attach=/etc/passwd&attachment=file:///etc/passwd"_s;
+    QTest::newRow("other fields")
+        << u"mailto:a@b?from=evil@x&reply-to=evil@x&x-velmar-rcpt-to=evil@x&newsgroups=e"_s;
+    QTest::newRow("line end in the subject") << u"mailto:a@b?subject=x%0D%0ABcc:%20evil@x"_s;
+    QTest::newRow("other line ends") << u"mailto:a@b?subject=x%E2%80%A8Bcc:evil@x%C2%85%0B%0C%00"_s;
+    QTest::newRow("line end in an address") << u"mailto:a%0Ab@c%0ABcc:%20%22evil@x%22?cc=a@b%0D%0AX-A:%201"_s;
+    QTest::newRow("line end in the name of a field") << u"mailto:a@b?x%0ABcc=evil@x&bcc%0A=evil@x"_s;
+    QTest::newRow("encoded word with a line end") << u"mailto:a@b?subject=%3D?utf-8?Q?a%3D0ABcc:evil@x?%3D"_s;
+    QTest::newRow("identifier") << u"mailto:a@b?in-reply-to=%3C1%0ABcc:evil@x%3E"_s;
+    QTest::newRow("controls in the body") << u"mailto:a@b?body=%00%1B[31m%07x%0A--%20%0Anot a signature"_s;
+}
+
+void EditingTest::mailtoCannotDoHarm()
+{
+    QFETCH(QString, url);
+    const std::optional<Composition> read = readMailto(url, me());
+    QVERIFY(read && read->attachments.isEmpty() && read->extra.isEmpty() && read->bcc.isEmpty());
+    QVERIFY(read->replyTo.isEmpty() && read->newsgroups.isEmpty() && read->html.isEmpty());
+    const auto isControl = [](QChar c) { return (c < u' ' && c != u'\n') || c == QChar::LineSeparator; };
+    for (const QString &text : {read->to, read->cc, read->subject, read->text})
+        QVERIFY(std::none_of(text.begin(), text.end(), isControl));
+    QVERIFY(!read->subject.contains(u'\n') && !read->to.contains(u'\n') && !read->cc.contains(u'\n'));
+    QVERIFY(!read->text.contains("-- \n"_L1));
+    const Message built(buildMessage(*read));
+    QVERIFY(!built.hasHeader("Bcc") && !built.hasHeader("X-A"));
+}
+
+void EditingTest::mailtoTakesLinearTime_data()
+{
+    QTest::addColumn<QString>("url");
+    constexpr int kMega = 1'000'000;
+    QTest::newRow("addresses") << u"mailto:"_s + u"a@b,"_s.repeated(100'000);
+    QTest::newRow("fields") << u"mailto:?"_s + u"cc=a@b&"_s.repeated(100'000);
+    QTest::newRow("percent signs") << u"mailto:?subject="_s + u"%25"_s.repeated(kMega);
+    QTest::newRow("body") << u"mailto:?body="_s + u"--%20%0A"_s.repeated(kMega / 4);
+    QTest::newRow("bodies") << u"mailto:"_s + u"?body=&"_s.repeated(kMega / 7);
+    QTest::newRow("brackets") << u"mailto:"_s + u"<("_s.repeated(kMega / 2);
+}
+
+void EditingTest::mailtoTakesLinearTime()
+{
+    QFETCH(QString, url);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(readMailto(url, me()));
+    QVERIFY2(timer.elapsed() < 4000, qPrintable(QString::number(timer.elapsed())));
+    for (const auto &none : {u"http://x"_s, u"mailt"_s, u""_s, u"javascript:mailto:a@b"_s})
+        QVERIFY(!readMailto(none, me()));
+}
+
+void EditingTest::signaturesAreReplaced_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QString>("tagline");
+    QTest::addColumn<QString>("result");
+    const auto row = [](const char *name, const QString &text, const QString &signature,
+                        const QString &tagline, const QString &result) {
+        QTest::newRow(name) << text << signature << tagline << result;
+    };
+    const QString forwarded =
+        u"----- Begin forwarded message -----\nx\n-- \nJoe\n------ End forwarded message ------\n"_s;
+    row("below an empty text", QString(), u"Me"_s, {}, u"\n-- \nMe\n"_s);
+    row("below a text", u"text"_s, u"Me\nHere\n"_s, {}, u"text\n\n-- \nMe\nHere\n"_s);
+    row("replaced", u"text\n\n\n-- \nOld\nlines\n"_s, u"Me"_s, {}, u"text\n\n\n-- \nMe\n"_s);
+    row("only behind the last separator", u"a\n-- \nb\n-- \nOld"_s, u"Me"_s, {}, u"a\n-- \nb\n-- \nMe\n"_s);
+    row("taken away", u"text\n\n-- \nOld\n"_s, {}, {}, u"text\n\n"_s);
+    row("nothing to take away", u"text"_s, {}, {}, u"text"_s);
+    row("a tagline", u"text\n"_s, u"Me"_s, u"Be\nnice"_s, u"text\n\n-- \nMe\n\nBe\nnice\n"_s);
+    row("a tagline alone", u"text\n"_s, {}, u"Be nice"_s, u"text\n\n-- \nBe nice\n"_s);
+    row("below a quotation", u"> a\n> -- \n> Joe\n"_s, u"Me"_s, {}, u"> a\n> -- \n> Joe\n\n-- \nMe\n"_s);
+    row("below a forwarded message", forwarded, u"Me"_s, {}, forwarded + u"\n-- \nMe\n"_s);
+}
+
+void EditingTest::signaturesAreReplaced()
+{
+    QFETCH(QString, signature);
+    QFETCH(QString, tagline);
+    QFETCH(QString, result);
+    Composition composition;
+    QFETCH(QString, text);
+    composition.text = text;
+    setSignature(composition, signature, false, tagline);
+    QCOMPARE(composition.text, result);
+    setSignature(composition, signature, false, tagline);
+    QCOMPARE(composition.text, result);
+    QVERIFY(composition.html.isEmpty());
+}
+
+void EditingTest::signaturesWithoutSeparatorAreReplaced()
+{
+    Composition composition;
+    composition.identity.set(IdentityStandardSeparator, false);
+    composition.text = u"text"_s;
+    const QString first = setSignature(composition, u"Old"_s, false, {});
+    QCOMPARE(composition.text, u"text\n\nOld\n"_s);
+    setSignature(composition, u"<b>Me</b>"_s, true, u"Be nice"_s, first);
+    QCOMPARE(composition.text, u"text\n\nMe\n\nBe nice\n"_s);
+    setSignature(composition, u"More"_s, false, {}, first); // somebody has changed what stood there
+    QCOMPARE(composition.text, u"text\n\nMe\n\nBe nice\n\nMore\n"_s);
+}
+
+void EditingTest::richSignaturesAreReplaced()
+{
+    const QString start = u"<html><body><p>text -- here</p><blockquote><p>-- </p><p>Joe</p></blockquote>"_s;
+    Composition composition;
+    composition.html = start + u"</body></html>"_s;
+    composition.text = u"text -- here\n> -- \n> Joe\n"_s;
+    setSignature(composition, u"<i>Old</i>"_s, true, {});
+    QCOMPARE(composition.html, start + u"<p>-- </p><div><i>Old</i></div></body></html>"_s);
+    QVERIFY(composition.text.endsWith("\n\n-- \nOld\n"_L1));
+    setSignature(composition, u"a < b\nMe"_s, false, u"Be nice"_s);
+    QCOMPARE(composition.html, start + u"<p>-- </p><p>a &lt; b<br>Me</p><p>Be nice</p></body></html>"_s);
+    for (const auto &spelling : {u"<p style=\"x\"><span style=\"y\">-- </span></p><p>Old</p>"_s,
+                                 u"<div>--&nbsp;<br>Old</div>"_s, u"<p>--\u00A0</p>Old"_s}) {
+        composition.html = start + spelling + u"</body></html>"_s;
+        setSignature(composition, {}, false, {});
+        QCOMPARE(composition.html, start + u"</body></html>"_s);
+    }
+}
+
+QTEST_GUILESS_MAIN(EditingTest)
+#include "editing_test.moc"
