@@ -20,6 +20,7 @@ LARGE_GROUP = 100_000
 READ = 1_000
 NEXT = 1_000
 LARGE_MESSAGE = 200_000_000
+ATTACHMENT = 50_000_000
 GROUP = 'Inbox'  # what the window shows at its start
 
 BUILD, DATA = sys.argv[1:3]
@@ -269,6 +270,35 @@ def arriving(table, server):
     table.row('  with the syncs', f'{syncs[best_round]:.0f} ms')
 
 
+def compose_once(film, message):
+    start = time.monotonic()
+    found = bench('compose', film, message)
+    return time.monotonic() - start, int(found['peak'])
+
+
+def base64_once(film, lines):
+    start = time.monotonic()
+    with open(lines, 'wb') as target:
+        subprocess.run(['base64', '-w', '76', film], stdout=target, check=True)
+    return time.monotonic() - start
+
+
+def composing(table):
+    film, message, lines = (f'{DATA}/{name}' for name in ('attachment', 'attachment.eml', 'attachment.base64'))
+    with open(film, 'wb') as target:
+        target.write(os.urandom(ATTACHMENT))
+    (ours, peak), theirs = best(5, lambda: compose_once(film, message), lambda: base64_once(film, lines))
+    with open(message, 'rb') as written, open(lines, 'rb') as expected:
+        if expected.read() not in written.read():
+            raise Failure('the message does not hold the attachment as base64 has it')
+    table.head(f'Composing a message with a file of {ATTACHMENT / 1e6:.0f} MB, into a file')
+    table.row('Velmar', seconds(ours))
+    table.row('base64 -w 76', seconds(theirs), f'{theirs / ours:.2f} times', 'at most twice as long',
+              ours <= 2 * theirs)
+    table.row('memory', f'{peak / 1e6:.0f} MB', f'{peak / ATTACHMENT:.2f} times', 'under 3 times',
+              peak < 3 * ATTACHMENT)
+
+
 def download_by_us(port, trusted):
     found = bench('download', str(port), trusted, '/large')
     if int(found['bytes']) < DOWNLOAD:
@@ -300,7 +330,7 @@ def main():
     print(f'The best of several runs; the load of the machine was {os.getloadavg()[0]:.1f} at the start.')
     table = Table()
     try:
-        for measure in (parsing, importing, fetching, reading, opening, starting, deeds, next_message,
+        for measure in (parsing, importing, composing, fetching, reading, opening, starting, deeds, next_message,
                         starting_among_others, downloading):
             measure(table)
     except (Failure, RuntimeError) as failure:
