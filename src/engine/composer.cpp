@@ -1,0 +1,345 @@
+#include "engine/composer.h"
+
+#include "compose/editing.h"
+#include "compose/messagebuilder.h"
+#include "compose/quoting.h"
+#include "config/clock.h"
+#include "config/reporter.h"
+#include "config/settings.h"
+#include "identity/identitymanager.h"
+#include "identity/signatures.h"
+#include "identity/templates.h"
+#include "message/messageid.h"
+#include "net/accountmanager.h"
+#include "store/groupstore.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The fields that tell to whom a message came, the addressed ones before what servers noted of the envelope.
+constexpr const char *kRecipientFields[] = {"To",         "Cc", "Resent-To", "Delivered-To", "X-Original-To",
+                                            "Envelope-To"};
+
+QStringList recipientsOf(const Message &message)
+{
+    QStringList recipients;
+    for (const char *field : kRecipientFields) {
+        for (const Address &address : message.addresses(field))
+            recipients += address.address;
+    }
+    return recipients;
+}
+
+bool contains(const QStringList &addresses, const QString &address)
+{
+    return addresses.contains(address, Qt::CaseInsensitive);
+}
+
+bool wantsRich(bool isArticle)
+{
+    return boolSetting(isArticle ? Setting::SendRichTextNews : Setting::SendRichTextMail);
+}
+
+/// A paragraph for each line, as a rich editor writes them.
+QString paragraphsOf(const QString &text)
+{
+    QString html;
+    for (const QString &line : text.split(u'\n'))
+        html += u"<p>%1</p>"_s.arg(line.isEmpty() ? u"<br>"_s : line.toHtmlEscaped());
+    return html;
+}
+
+Composer::Started failed(const QString &error)
+{
+    Composer::Started started;
+    started.error = error;
+    return started;
+}
+
+} // namespace
+
+Composer::Composer(GroupStore &store, IdentityManager &identities, AccountManager &accounts, Drafts &drafts,
+                   Outbox &outbox, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+    , m_identities(identities)
+    , m_accounts(accounts)
+    , m_drafts(drafts)
+    , m_outbox(outbox)
+    , m_addresses(store)
+{
+    connect(&m_addresses, &SeenAddresses::changed, this, &Composer::addressesChanged);
+}
+
+// --- What it begins from --------------------------------------------------------------------------------
+
+std::optional<Message> Composer::read(MessageRef place) const
+{
+    Group *group = m_store.group(place.group);
+    const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+    const QByteArray text = overview ? group->readMessage(*overview) : QByteArray();
+    return text.isNull() ? std::nullopt : std::optional(Message(text));
+}
+
+QStringList Composer::ownAddresses() const
+{
+    QStringList addresses;
+    for (const Identity &identity : m_identities.all())
+        addresses += identity.address;
+    return addresses;
+}
+
+/// Null: there is none at all.
+const Identity *Composer::identityFor(const ComposeWish &wish, const Message &original,
+                                      MessageRef place) const
+{
+    if (const Identity *wanted = m_identities.identity(wish.identity))
+        return wanted;
+    Group *group = m_store.group(place.group);
+    const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+    const Account *account = overview ? m_accounts.account(overview->account()) : nullptr;
+    QStringList recipients = recipientsOf(original);
+    const QString author = bareAddress(original.header("From", {}));
+    if (contains(ownAddresses(), author)) // one's own message goes on as the one who wrote it
+        recipients.prepend(author);
+    return m_identities.answering(recipients, account ? account->data().identity : 0);
+}
+
+ReplyOptions Composer::optionsFor(const ComposeWish &wish, const Message &original) const
+{
+    ReplyOptions options;
+    options.selectedText = wish.selectedText;
+    options.ownAddresses = ownAddresses();
+    options.rich = wantsRich(wish.article || wish.reply == ReplyKind::Followup);
+    options.ownMessage = contains(options.ownAddresses, bareAddress(original.header("From", {})));
+    return options;
+}
+
+// --- Beginning ------------------------------------------------------------------------------------------
+
+Composer::Started Composer::start(const ComposeWish &wish)
+{
+    m_addresses.start();
+    if (m_identities.all().empty())
+        return failed(tr("There is no identity yet to write as"));
+    switch (wish.kind) {
+    case ComposeWish::Kind::New: return startNew(wish);
+    case ComposeWish::Kind::Mailto: return startMailto(wish);
+    case ComposeWish::Kind::Reply:
+    case ComposeWish::Kind::Forward: return startAnswer(wish);
+    case ComposeWish::Kind::Draft: return startDraft(wish);
+    case ComposeWish::Kind::EditAsNew: return startAgain(wish);
+    case ComposeWish::Kind::Resend: return startResend(wish);
+    }
+    return {};
+}
+
+Composer::Started Composer::startNew(const ComposeWish &wish)
+{
+    Started started;
+    const Identity *identity = m_identities.identity(wish.identity);
+    started.composition =
+        newComposition(identity ? *identity : *m_identities.defaultIdentity(), wish.article);
+    if (wantsRich(wish.article))
+        started.composition.html = paragraphsOf({});
+    dress(started, wish, Message());
+    return started;
+}
+
+Composer::Started Composer::startMailto(const ComposeWish &wish)
+{
+    const Identity *identity = m_identities.identity(wish.identity);
+    const std::optional<Composition> composition =
+        readMailto(wish.mailto, identity ? *identity : *m_identities.defaultIdentity());
+    if (!composition)
+        return failed(tr("'%1' is no mail address to write to").arg(wish.mailto));
+    Started started;
+    started.composition = *composition;
+    if (wantsRich(false))
+        started.composition.html = paragraphsOf(composition->text);
+    dress(started, wish, Message());
+    return started;
+}
+
+Composer::Started Composer::startAnswer(const ComposeWish &wish)
+{
+    QList<Message> originals;
+    for (const MessageRef place : wish.originals) {
+        if (const std::optional<Message> message = read(place))
+            originals += *message;
+    }
+    if (originals.isEmpty() || std::size_t(originals.size()) != wish.originals.size())
+        return failed(tr("The message is not there any more"));
+    const MessageRef place = wish.originals.front();
+    const Message &original = originals.first();
+    const Identity *identity = identityFor(wish, original, place);
+    const ReplyOptions options = optionsFor(wish, original);
+    Started started;
+    started.context.original = place;
+    if (wish.kind == ComposeWish::Kind::Reply) {
+        started.context.deed = DraftContext::Deed::Reply;
+        started.composition = replyTo(original, wish.reply, *identity, options);
+    } else {
+        started.context.deed = DraftContext::Deed::Forward;
+        started.composition = forward(originals, wish.forward, wish.mark, *identity, options);
+    }
+    dress(started, wish, original);
+    return started;
+}
+
+Composer::Started Composer::startDraft(const ComposeWish &wish)
+{
+    const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
+    Started started;
+    started.draft = m_drafts.open(place);
+    if (started.draft == 0)
+        return failed(tr("The draft is not there any more"));
+    started.context = m_drafts.context(started.draft);
+    started.composition = m_drafts.version(started.draft, 0);
+    return started;
+}
+
+Composer::Started Composer::startAgain(const ComposeWish &wish)
+{
+    const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
+    const std::optional<Message> message = wish.text.isEmpty() ? read(place) : Message(wish.text);
+    if (!message)
+        return failed(tr("The message is not there any more"));
+    Started started;
+    if (!wish.text.isEmpty())
+        started.draft = m_drafts.takenBack(message->messageId());
+    if (started.draft != 0 && !m_drafts.versions(started.draft).empty()) {
+        started.context = m_drafts.context(started.draft);
+        started.composition = m_drafts.version(started.draft, 0);
+        return started;
+    }
+    const Group *group = m_store.group(place.group);
+    const bool isOwn = !wish.text.isEmpty() ||
+                       (group && (group->role() == GroupRole::Outbox || group->role() == GroupRole::Drafts));
+    const Identity fitting = *identityFor(wish, *message, place);
+    started.composition = readComposition(*message, isOwn, [&](const QString &address) {
+        const Identity *identity = m_identities.find(address);
+        return identity ? *identity : fitting;
+    });
+    return started;
+}
+
+Composer::Started Composer::startResend(const ComposeWish &wish)
+{
+    const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
+    const std::optional<Message> message = read(place);
+    if (!message)
+        return failed(tr("The message is not there any more"));
+    Started started;
+    started.context.original = place;
+    started.composition = newComposition(*identityFor(wish, *message, place));
+    started.composition.subject = message->subject();
+    return started;
+}
+
+/// The template in the place of the text, then what goes below it.
+void Composer::dress(Started &started, const ComposeWish &wish, const Message &original) const
+{
+    Composition &composition = started.composition;
+    const std::optional<QString> text =
+        wish.templateName.isEmpty() ? std::nullopt : readTemplate(wish.templateName);
+    if (text) {
+        TemplateValues values;
+        values.message = original;
+        values.identity = composition.identity;
+        const bool isPersonal = wish.kind == ComposeWish::Kind::Reply && wish.reply == ReplyKind::Sender;
+        values.quotedBody = [&] { return quotation(original, isPersonal, wish.selectedText); };
+        composition.text = expandTemplate(*text, values);
+        if (!composition.html.isEmpty())
+            composition.html = paragraphsOf(composition.text);
+    }
+    sign(started);
+}
+
+QString Composer::expandedTemplate(const QString &name, const DraftContext &context,
+                                   const Identity &identity) const
+{
+    const std::optional<QString> text = readTemplate(name);
+    if (!text)
+        return {};
+    TemplateValues values;
+    if (const std::optional<Message> original = read(context.original))
+        values.message = *original;
+    values.identity = identity;
+    values.quotedBody = [&] { return quotation(values.message, false, {}); };
+    return expandTemplate(*text, values);
+}
+
+void Composer::sign(Started &started) const
+{
+    Composition &composition = started.composition;
+    const Identity &identity = composition.identity;
+    if (identity.has(IdentityTagline))
+        started.tagline = nextTagline(identity.number);
+    std::optional<Signature> signature;
+    if (!identity.signature.isEmpty())
+        signature = readSignature(identity.number, identity.signature);
+    const bool isCommand = signature && signature->kind == Signature::Kind::Command;
+    if (isCommand)
+        started.signatureCommand = signature->text;
+    const QString text = signature && !isCommand ? signature->text : QString();
+    const bool isHtml = signature && signature->kind == Signature::Kind::Html;
+    if (!text.isEmpty() || !started.tagline.isEmpty())
+        started.signatureEnd = setSignature(composition, text, isHtml, started.tagline);
+}
+
+// --- Sending --------------------------------------------------------------------------------------------
+
+quint64 Composer::send(const Composition &composition, const SendWish &wish)
+{
+    const QByteArray id = newMessageId(composition.identity.address);
+    const QByteArray message = buildMessage(composition, {BuildFor::Sending, id, clockNow()});
+    if (message.isEmpty())
+        return 0;
+    if (wish.draft != 0) {
+        m_drafts.keep(wish.draft, composition); // what comes back is what was sent
+        m_drafts.handOver(wish.draft, id);
+    }
+    const quint64 ticket = m_outbox.add(message, composition.identity.number, wish);
+    if (ticket == 0)
+        m_drafts.handOverFailed(wish.draft);
+    else
+        m_addresses.addWritten(
+            parseAddresses(QStringList{composition.to, composition.cc, composition.bcc}.join(", "_L1)));
+    return ticket;
+}
+
+quint64 Composer::resend(MessageRef original, const Identity &identity, const QString &to)
+{
+    const std::optional<Message> message = read(original);
+    const QByteArray text = message ? resentMessage(message->text(), identity, to) : QByteArray();
+    if (text.isEmpty())
+        return 0;
+    SendWish wish;
+    wish.original = original;
+    wish.isBounce = true;
+    return m_outbox.add(text, identity.number, wish);
+}
+
+// --- Addresses ------------------------------------------------------------------------------------------
+
+QList<Composer::KnownAddress> Composer::complete(const QString &beginning, int most)
+{
+    m_addresses.start();
+    return m_addresses.complete(beginning, most);
+}
+
+bool Composer::isKnown(const QString &address)
+{
+    m_addresses.start();
+    return m_addresses.isKnown(address) || contains(ownAddresses(), address);
+}
+
+QStringList Composer::knownAddresses()
+{
+    m_addresses.start();
+    return m_addresses.writtenTo();
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "compose/composition.h"
+#include "compose/replies.h"
+#include "engine/drafts.h"
+#include "engine/outbox.h"
+#include "engine/seenaddresses.h"
+
+#include <QObject>
+
+class AccountManager;
+class GroupStore;
+class IdentityManager;
+
+/// How a message is begun.
+struct ComposeWish
+{
+    enum class Kind {
+        New,
+        Reply,     ///< to the first of originals
+        Forward,   ///< all of them, attached; or the first
+        Draft,     ///< goes on with a message of Drafts
+        EditAsNew, ///< a message as it was sent, or waits, once more
+        Resend,    ///< only who sends and what: resend() needs the recipients
+        Mailto,
+    } kind = Kind::New;
+    MessageRefs originals;
+    ReplyKind reply = ReplyKind::Sender;
+    ForwardKind forward = ForwardKind::Inline;
+    ForwardMark mark = ForwardMark::Front;
+    QString selectedText;
+    QString mailto;
+    QString templateName;
+    int identity = 0; ///< 0: the fitting one
+    bool article = false;
+
+    /// Of EditAsNew: a message that was taken back out of the outbox, in the place of an original.
+    QByteArray text;
+};
+
+/// Begins, sends and keeps the messages that a person writes: what the windows and the command line share.
+class Composer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All of them must outlive this.
+    Composer(GroupStore &store, IdentityManager &identities, AccountManager &accounts, Drafts &drafts,
+             Outbox &outbox, QObject *parent = nullptr);
+
+    struct Started
+    {
+        Composition composition; ///< signature, tagline and template in place
+        DraftContext context;
+        int draft = 0; ///< of Kind::Draft and of what was taken back: its number; else begin() one
+        QString error; ///< not empty: it cannot be begun, and why
+
+        QString tagline;      ///< that is in the text, for a change of the signature
+        QString signatureEnd; ///< what setSignature() returned
+        QString
+            signatureCommand; ///< not empty: what it prints (SignatureCommand) belongs in as the signature
+    };
+    Started start(const ComposeWish &wish);
+
+    /// The template of that name with its variables filled, to be put into a message that is being written;
+    /// empty after a report.
+    QString expandedTemplate(const QString &name, const DraftContext &context, const Identity &identity) const;
+
+    /// Builds the message and hands it to the outbox; its draft, when @p wish names one, is kept until the
+    /// outbox lets it go. 0 after a report: the draft is open as before.
+    quint64 send(const Composition &composition, const SendWish &wish);
+
+    /// Sends a message on as it is, with its Resent- lines, to the addresses in @p to. 0 after a report.
+    quint64 resend(MessageRef original, const Identity &identity, const QString &to);
+
+    /// @name The addresses seen in the store, for completion
+    /// They are looked for in slices from the first question on; addressesChanged() tells when there are
+    /// more. Those written to come first, collected ones last.
+    /// @{
+    using KnownAddress = SeenAddresses::Known;
+    QList<KnownAddress> complete(const QString &beginning, int most);
+    bool isKnown(const QString &address);
+    QStringList knownAddresses(); ///< bare, of those written to
+    /// @}
+
+signals:
+    void addressesChanged();
+
+private:
+    std::optional<Message> read(MessageRef place) const;
+    const Identity *identityFor(const ComposeWish &wish, const Message &original, MessageRef place) const;
+    ReplyOptions optionsFor(const ComposeWish &wish, const Message &original) const;
+    QStringList ownAddresses() const;
+
+    Started startNew(const ComposeWish &wish);
+    Started startMailto(const ComposeWish &wish);
+    Started startAnswer(const ComposeWish &wish);
+    Started startDraft(const ComposeWish &wish);
+    Started startAgain(const ComposeWish &wish);
+    Started startResend(const ComposeWish &wish);
+    void dress(Started &started, const ComposeWish &wish, const Message &original) const;
+    void sign(Started &started) const;
+
+    GroupStore &m_store;
+    IdentityManager &m_identities;
+    AccountManager &m_accounts;
+    Drafts &m_drafts;
+    Outbox &m_outbox;
+    SeenAddresses m_addresses;
+};
