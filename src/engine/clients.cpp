@@ -4,6 +4,7 @@
 #include "engine/batchfetcher.h"
 #include "net/account.h"
 #include "net/pop3/popfetcher.h"
+#include "net/smtp/smtpsender.h"
 
 Clients::Clients(Delivery &delivery)
     : m_delivery(delivery)
@@ -13,12 +14,12 @@ std::unique_ptr<Fetcher> Clients::make(Account &account, const FetcherWish &)
 {
     switch (account.kind()) {
     case AccountKind::Pop3: return makePop(account);
+    case AccountKind::Smtp: return makeSmtp(account);
     case AccountKind::BatchFile: return std::make_unique<BatchFetcher>(account, m_delivery);
     case AccountKind::None:
     case AccountKind::OfflineImap:
     case AccountKind::Nntp:
-    case AccountKind::OnlineImap:
-    case AccountKind::Smtp: break;
+    case AccountKind::OnlineImap: break;
     }
     return nullptr;
 }
@@ -33,6 +34,13 @@ std::unique_ptr<Fetcher> Clients::makePop(Account &account)
                              const QByteArray &identifier) { proposed(number, identifier); });
     }
     return fetcher;
+}
+
+std::unique_ptr<Fetcher> Clients::makeSmtp(Account &account)
+{
+    if (!m_outgoing)
+        return nullptr;
+    return std::make_unique<SMTPSender>(account, SmtpTask::Send, m_outgoing);
 }
 
 std::unique_ptr<Fetcher> Clients::makeSession(Account &account)

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+class OutgoingQueue;
 class POPFetcher;
 
 /// Makes the clients of all accounts, each with a receiver over the store.
@@ -16,6 +17,9 @@ public:
     std::unique_ptr<Fetcher> make(Account &account, const FetcherWish &wish) override;
     std::unique_ptr<Fetcher> makeSession(Account &account) override;
 
+    /// What senders take their messages from; it outlives them. Null: nothing can be sent.
+    void setOutgoing(OutgoingQueue *queue) { m_outgoing = queue; }
+
     /// Who has requests for a session hands them over when it is made, before it starts.
     using SessionMade = std::function<void(Account &, POPFetcher &)>;
     void setSessionMade(SessionMade made) { m_sessionMade = std::move(made); }
@@ -26,8 +30,10 @@ public:
 
 private:
     std::unique_ptr<Fetcher> makePop(Account &account);
+    std::unique_ptr<Fetcher> makeSmtp(Account &account);
 
     Delivery &m_delivery;
+    OutgoingQueue *m_outgoing = nullptr;
     SessionMade m_sessionMade;
     DeletionProposed m_deletionProposed;
 };

@@ -25,6 +25,7 @@ Engine::Engine(QObject *parent)
         if (task->state() == Task::State::Failed && !task->problem().isEmpty())
             queueError(task->problem());
     });
+    m_clients.setOutgoing(&m_outbox);
     m_accounts.setFactory(&m_clients);
     connect(&m_serverWishes, &ServerWishes::failed, this, &Engine::queueError);
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });

@@ -2,6 +2,7 @@
 
 #include "net/accountmanager.h"
 #include "net/pop3/popfetcher.h"
+#include "net/smtp/smtpsender.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,8 +20,11 @@ public:
         , m_judge(std::move(judge))
         , m_done(std::move(done))
         , m_account(m_manager, withoutNumber(data))
-        , m_fetcher(new POPFetcher(m_account, PopTask::LoginTest, nullptr, this))
     {
+        if (data.kind == AccountKind::Smtp)
+            m_fetcher = m_sender = new SMTPSender(m_account, SmtpTask::LoginTest, nullptr, this);
+        else
+            m_fetcher = m_pop = new POPFetcher(m_account, PopTask::LoginTest, nullptr, this);
         m_manager.setQuestions(this);
         m_account.setOptions(options); // they stay in memory
         connect(m_fetcher, &Fetcher::fetchComplete, this, [this] { end(AccountFetchReason::None, {}); });
@@ -83,8 +87,8 @@ private:
     void end(AccountFetchReason reason, const QString &detail)
     {
         LoginResult result{reason, detail};
-        result.isRefused = m_fetcher->isLoginRefused();
-        result.messages = m_fetcher->messageCount();
+        result.isRefused = m_pop ? m_pop->isLoginRefused() : m_sender && m_sender->isLoginRefused();
+        result.messages = m_pop ? m_pop->messageCount() : -1;
         m_fetcher->disconnect(this);
         QMetaObject::invokeMethod(
             this,
@@ -100,7 +104,9 @@ private:
     std::function<void(const LoginResult &)> m_done;
     AccountManager m_manager;
     Account m_account;
-    QPointer<POPFetcher> m_fetcher;
+    QPointer<Fetcher> m_fetcher; ///< one of these
+    QPointer<POPFetcher> m_pop;
+    QPointer<SMTPSender> m_sender;
 };
 
 } // namespace

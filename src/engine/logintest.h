@@ -17,7 +17,7 @@ struct LoginResult
     AccountFetchReason reason = AccountFetchReason::None; ///< None: it worked
     QString detail;                                       ///< the server's line, or the socket's text
     bool isRefused = false;                               ///< the server refused the name or the password
-    int messages = -1;                                    ///< in the mailbox; -1: nobody knows
+    int messages = -1; ///< in the mailbox; -1: nobody knows, or it has none
 };
 
 /// Tries whether an account that is not saved yet can log in. Nothing is fetched, stored, remembered or
@@ -36,7 +36,7 @@ public:
                       QObject *context, std::function<void(const LoginResult &)> done) = 0;
 };
 
-/// With the program's own clients. Those of POP3 accounts can be tested.
+/// With the program's own clients. Those of POP3 and SMTP accounts can be tested.
 class SystemLoginTester : public LoginTester
 {
 public:

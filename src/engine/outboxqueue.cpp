@@ -99,10 +99,11 @@ void Outbox::accepted(quint64 ticket, const QList<QByteArray> &recipients)
         return;
     std::vector<int> indices = record->indices(recipients);
     for (std::size_t i = 0; i < record->recipients.size(); ++i) { // also under another spelling
-        const bool isNamed = std::find(indices.begin(), indices.end(), int(i)) != indices.end();
-        if (!isNamed && record->recipients[i].fate == Fate::Doubtful)
+        if (record->recipients[i].fate == Fate::Doubtful)
             indices.push_back(int(i));
     }
+    std::sort(indices.begin(), indices.end());
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
     m_file.mark(ticket, OutboxVerb::Accepted, {indicesField(indices)}, Durable::Later);
     m_syncing.start();
     touched();

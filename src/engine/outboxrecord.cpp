@@ -10,6 +10,8 @@ namespace {
 
 using Fate = OutboxRecipient::Fate;
 
+constexpr qsizetype kMostReasons = 50; ///< lines that people are shown
+
 constexpr std::array kTransports = {"mail", "news"};
 static_assert(kTransports.size() == std::size_t(OutboxTransport::News) + 1);
 
@@ -245,15 +247,16 @@ OutboxEntry OutboxRecord::entry(qint64 now) const
     QStringList reasons;
     if (!reason.isEmpty())
         reasons += reason;
+    const bool isServedInPart = has(Fate::Served);
     for (const OutboxRecipient &one : recipients) {
-        if (one.fate != Fate::Served && has(Fate::Served))
+        if (one.fate != Fate::Served && isServedInPart)
             entry.remaining += one.address;
-        if (one.reason.isEmpty())
+        if (one.reason.isEmpty() || reasons.size() > kMostReasons)
             continue;
         const QString line =
             one.address.isEmpty() ? one.reason : QString::fromUtf8(one.address) + u": "_s + one.reason;
         if (!reasons.contains(line))
-            reasons += line;
+            reasons += reasons.size() < kMostReasons ? line : u"..."_s;
     }
     entry.reason = reasons.join(u'\n');
     return entry;
@@ -261,14 +264,12 @@ OutboxEntry OutboxRecord::entry(qint64 now) const
 
 std::vector<int> OutboxRecord::indices(const QList<QByteArray> &addresses) const
 {
-    QSet<QByteArray> wanted;
-    for (const QByteArray &address : addresses)
-        wanted.insert(address.toLower());
+    const QSet<QByteArray> wanted(addresses.begin(), addresses.end());
     std::vector<int> indices;
     for (std::size_t i = 0; i < recipients.size(); ++i) {
         const OutboxRecipient &one = recipients[i];
         const bool isOpen = one.fate == Fate::Open || one.fate == Fate::Doubtful;
-        if (wanted.isEmpty() ? isOpen : wanted.contains(one.address.toLower()))
+        if (wanted.isEmpty() ? isOpen : wanted.contains(one.address))
             indices.push_back(int(i));
     }
     return indices;

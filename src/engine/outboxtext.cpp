@@ -3,6 +3,7 @@
 #include "message/date.h"
 #include "message/headerblock.h"
 #include "message/message.h"
+#include "net/smtp/envelope.h"
 
 #include <QSet>
 
@@ -40,38 +41,29 @@ QByteArray changed(const QByteArray &message,
     return result.append(QByteArrayView(message).sliced(extent.length));
 }
 
-void addOnce(QList<QByteArray> &list, QSet<QByteArray> &known, const QList<Address> &addresses)
-{
-    for (const Address &one : addresses) {
-        const QByteArray bare = one.address.toUtf8();
-        const qsizetype before = known.size();
-        known.insert(bare.toLower());
-        if (!bare.isEmpty() && known.size() > before)
-            list += bare;
-    }
-}
-
 } // namespace
 
 QList<QByteArray> envelopeRecipients(const QByteArray &message, bool ownControls)
 {
-    const Message parsed(message);
-    QList<QByteArray> list;
-    QSet<QByteArray> known;
     if (ownControls)
-        addOnce(list, known, parsed.addresses(kEnvelope));
-    if (list.isEmpty())
-        addOnce(list, known, parsed.addresses("Resent-To"));
-    if (list.isEmpty()) {
-        for (const char *field : {"To", "Cc", "Bcc"})
-            addOnce(list, known, parsed.addresses(field));
+        return envelopeOf(message).recipients;
+    const Message header(message.first(headerExtent(message).length));
+    QList<QByteArray> list;
+    QSet<QByteArray> known = {QByteArray()};
+    for (const char *field : {"To", "Cc", "Bcc"}) {
+        for (const Address &one : header.addresses(field)) {
+            const QByteArray bare = one.address.toUtf8();
+            if (!known.contains(bare))
+                list += bare;
+            known.insert(bare);
+        }
     }
     return list;
 }
 
 bool isPost(const QByteArray &message)
 {
-    return !Message(message).rawHeader("Newsgroups").isEmpty();
+    return !Message(message.first(headerExtent(message).length)).rawHeader("Newsgroups").isEmpty();
 }
 
 QByteArray withoutControls(const QByteArray &message)

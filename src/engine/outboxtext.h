@@ -6,8 +6,8 @@
 
 /// What the outbox reads and changes in the header of a message that was built here.
 
-/// Bare addresses of the envelope: of the control header, else of "Resent-To", else of To, Cc and Bcc; each
-/// once. @p ownControls: whether control headers count.
+/// Bare addresses that it goes to, each once: those of its envelope (net/smtp/envelope.h), or, where control
+/// headers are no word of ours, those of To, Cc and Bcc.
 QList<QByteArray> envelopeRecipients(const QByteArray &message, bool ownControls);
 
 /// Whether it is to be posted, too.

@@ -49,7 +49,7 @@ void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QStr
     if (account->kind() != AccountKind::Smtp && account->kind() != AccountKind::Nntp)
         return;
     const int number = account->number();
-    if (reason == AccountFetchReason::None) {
+    if (reason == AccountFetchReason::None || reason == AccountFetchReason::WithErrors) {
         m_troubles.remove(number);
     } else if (reason == AccountFetchReason::Stopped) {
         m_troubles[number].isStopped = true;
