@@ -6,6 +6,9 @@
 
 namespace {
 
+constexpr int kTab = 8;
+constexpr int kFarAway = 1 << 30;
+
 struct Range
 {
     char32_t first;
@@ -56,12 +59,17 @@ int columnsOf(char32_t character)
     }
 }
 
-int columnsOf(QStringView text)
+int columnsAt(char32_t character, int column)
 {
-    qsizetype columns = 0;
-    for (qsizetype at = 0; at < text.size();)
-        columns += columnsOf(takeCharacter(text, at));
-    return int(std::min<qsizetype>(columns, std::numeric_limits<int>::max()));
+    return character == u'\t' ? kTab - column % kTab : columnsOf(character);
+}
+
+int columnsOf(QStringView text, int from)
+{
+    int column = from;
+    for (qsizetype at = 0; at < text.size() && column < kFarAway;)
+        column += columnsAt(takeCharacter(text, at), column);
+    return column - from;
 }
 
 char32_t takeCharacter(QStringView text, qsizetype &position)

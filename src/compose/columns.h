@@ -5,7 +5,10 @@
 /// How wide text is where every letter has the same width: wide characters (UAX 11) take two columns, marks
 /// none.
 int columnsOf(char32_t character);
-int columnsOf(QStringView text);
+/// Of @p text that begins in column @p from: a tab goes to the next column that eight divides.
+int columnsOf(QStringView text, int from = 0);
+/// Of one character in column @p column.
+int columnsAt(char32_t character, int column);
 
 /// The character at @p position, halves put together; @p position goes behind it. A lone half is itself.
 char32_t takeCharacter(QStringView text, qsizetype &position);

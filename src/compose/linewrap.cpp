@@ -19,23 +19,24 @@ struct Break
 {
     qsizetype end = -1;
     qsizetype next = -1;
-    qsizetype columns = 0; ///< of all that stands before the next piece
+    int columns = 0; ///< of all that stands before the next piece
 };
 
 } // namespace
 
 bool LineWrap::fits(QStringView content, int taken) const
 {
-    return content.size() + taken <= m_width / 2 || columnsOf(content) <= m_width - taken;
+    return columnsOf(content, taken) <= m_width - taken;
 }
 
 void LineWrap::append(QString &out, QStringView content, QStringView prefix, QStringView nextPrefix) const
 {
     static constexpr QStringView kAddress = u"://";
-    const int width = std::max(m_width - columnsOf(prefix), kNarrowest);
+    const int taken = columnsOf(prefix);
+    const int width = std::max(m_width - taken, kNarrowest);
     qsizetype start = 0;
     qsizetype blanksFrom = 0; // of the blanks before the character in hand
-    qsizetype columns = 0;    // from start
+    int columns = 0;          // from start
     char32_t before = u' ';
     bool inAddress = false; // an address on the net is no text to be broken
     Break chance;
@@ -64,7 +65,7 @@ void LineWrap::append(QString &out, QStringView content, QStringView prefix, QSt
                 chance = {};
             }
         }
-        columns += columnsOf(c);
+        columns += columnsAt(c, taken + columns);
         before = c;
     }
     QStringView last = content.sliced(start);

@@ -30,6 +30,16 @@ bool isDirectionMark(QChar c)
     return (c >= u'\x202A' && c <= u'\x202E') || (c >= u'\x2066' && c <= u'\x2069');
 }
 
+/// The reader of HTML puts a place to break into long addresses; what is selected there has them.
+bool isBreakMark(QStringView text, qsizetype at)
+{
+    const auto isAscii = [&](qsizetype i) {
+        return i >= 0 && i < text.size() && text[i] > u' ' && text[i] < u'\x7F';
+    };
+    return text[at] == u'\x200B' && isAscii(at - 1) && isAscii(at + 1);
+}
+
+/// Without what cannot be seen; line ends of every kind become "\n".
 QString withPlainLines(const QString &text)
 {
     QString out;
@@ -39,7 +49,8 @@ QString withPlainLines(const QString &text)
         const bool isFirstOfTwo = c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n';
         if (endsLine(c) || (c == u'\r' && !isFirstOfTwo))
             out += u'\n';
-        else if ((c >= u' ' && c != u'\x7F') || c == u'\t')
+        else if (((c >= u' ' && c != u'\x7F') || c == u'\t') && c != QChar::ObjectReplacementCharacter &&
+                 !isBreakMark(text, i))
             out += c;
     }
     return out;

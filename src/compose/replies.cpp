@@ -58,7 +58,9 @@ QString forwardSubject(const QString &subject, ForwardMark mark)
     if (mark == ForwardMark::Behind)
         return subject.endsWith("(fwd)"_L1, Qt::CaseInsensitive) ? subject
                                                                  : (subject + u" (fwd)"_s).trimmed();
-    return subject.startsWith("fw:"_L1, Qt::CaseInsensitive) ? subject : (u"Fw: "_s + subject).trimmed();
+    const bool isMarked = subject.startsWith("fw:"_L1, Qt::CaseInsensitive) ||
+                          subject.startsWith("fwd:"_L1, Qt::CaseInsensitive);
+    return isMarked ? subject : (u"Fw: "_s + subject).trimmed();
 }
 
 Attachment attachedMessage(const Message &message)

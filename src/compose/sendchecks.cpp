@@ -125,17 +125,16 @@ public:
         for (const QString &group : composition.newsgroups.split(u',', Qt::SkipEmptyParts))
             if (const QString name = group.trimmed(); !name.isEmpty())
                 m_groups.append(name);
-        for (const QString &field : {composition.to, composition.cc}) {
-            m_shown += parseAddresses(field);
-            m_recipients = m_shown;
-        }
-        m_recipients += parseAddresses(composition.bcc);
+        m_shown = parseAddresses(composition.to) + parseAddresses(composition.cc);
+        m_recipients = m_shown + parseAddresses(composition.bcc);
     }
 
     QList<SendFinding> run()
     {
         whereTo();
-        subject();
+        controlSubject();
+        invalidAddress();
+        noSubject();
         content();
         groups();
         attachments();
@@ -165,14 +164,10 @@ private:
             add(SendProblem::NoRecipients, translated("You have not specified any recipients"));
     }
 
-    void subject()
+    void controlSubject()
     {
-        const QString subject = m_composition.subject.trimmed();
-        if (m_isArticle && subject.startsWith("cmsg "_L1, Qt::CaseInsensitive))
+        if (m_isArticle && m_composition.subject.trimmed().startsWith("cmsg "_L1, Qt::CaseInsensitive))
             add(SendProblem::ControlSubject, translated("News subjects cannot start with 'cmsg '"));
-        invalidAddress();
-        if (subject.isEmpty())
-            add(SendProblem::NoSubject, askingToSend("You have not specified a subject for your message."));
     }
 
     void invalidAddress()
@@ -187,6 +182,12 @@ private:
             return add(SendProblem::InvalidAddress,
                        translated("'%1' is not a mail address").arg(shown.left(200)), shown);
         }
+    }
+
+    void noSubject()
+    {
+        if (m_composition.subject.trimmed().isEmpty())
+            add(SendProblem::NoSubject, askingToSend("You have not specified a subject for your message."));
     }
 
     void content()

@@ -49,6 +49,7 @@ public:
         const qsizetype length = m_marks.prefixLength(line);
         if (length == 0) {
             finish();
+            m_signatureDepth.clear();
             m_wrap.append(m_out, line);
             m_out += u'\n';
             return;
@@ -74,14 +75,31 @@ private:
     {
         const QStringView prefix = line.first(length);
         const QStringView content = line.sliced(length);
-        const qsizetype indent = length < line.size() && content.startsWith(u' ') ? 1 : 0;
         const qsizetype mark = itemMarkLength(content);
-        const bool isTooDeep = length > m_width || m_width - columnsOf(prefix) < LineWrap::kNarrowest;
-        if (content.trimmed().isEmpty() || isTooDeep || (indent > 0 && mark == 0 && !continuesItem(content)))
+        if (isVerbatim(prefix, content, mark))
             return keep(line);
         if (m_text.isEmpty() || mark > 0 || withoutBlanks(prefix) != m_depth)
             begin(prefix, content.first(mark));
         join(content.sliced(mark).trimmed());
+    }
+
+    /// Empty lines, signatures, code, tables, and what lies too deep stay as they are.
+    bool isVerbatim(QStringView prefix, QStringView content, qsizetype mark)
+    {
+        if (content.trimmed().isEmpty())
+            return true;
+        if (prefix.size() > m_width || m_width - columnsOf(prefix) < LineWrap::kNarrowest)
+            return true;
+        if (!m_signatureDepth.isEmpty() || content == kSignatureSeparator) {
+            const QString depth = withoutBlanks(prefix);
+            if (content == kSignatureSeparator)
+                m_signatureDepth = depth;
+            if (depth == m_signatureDepth)
+                return true;
+            m_signatureDepth.clear();
+        }
+        return content.contains(u"   ") || content.contains(u'\t') ||
+               (content.startsWith(u' ') && mark == 0 && !continuesItem(content));
     }
 
     /// Whether an indented line is the rest of the item above it.
@@ -124,7 +142,8 @@ private:
     int m_width;
     QuoteMarks m_marks;
     QString m_out;
-    QString m_depth; ///< the paragraph's prefix without its blanks
+    QString m_depth;          ///< the paragraph's prefix without its blanks
+    QString m_signatureDepth; ///< the same of the signature that is being read
     QString m_prefix;
     QString m_item;
     QString m_text; ///< in one line

@@ -75,6 +75,7 @@ void QuotingTest::longLinesAreWrapped_data()
     row("accents take no place", u"e\u0301e\u0301e\u0301e\u0301 e\u0301e\u0301e\u0301e\u0301 abcd abcd x"_s,
         u"e\u0301e\u0301e\u0301e\u0301 e\u0301e\u0301e\u0301e\u0301 abcd abcd\nx"_s);
     row("characters of two halves stay whole", u"😀😀😀😀😀 😀😀😀😀😀 a"_s, u"😀😀😀😀😀\n😀😀😀😀😀 a"_s);
+    row("tabs are as wide as they are shown", u"a\tb\tc\td e"_s, u"a\tb\tc\nd e"_s);
     same("an address with ideographs", u"http://example.org/漢字漢字漢字"_s);
 }
 
@@ -106,6 +107,9 @@ void QuotingTest::quotedParagraphsAreFilled_data()
         u"one\ntwo\n> a b\none two three four five six\nseven\n"_s);
     row("a prefix without its blank", u">one two\n>three\n"_s, u"> one two three\n"_s);
     row("ideographs are joined without a blank", u"> 漢字\n> 漢字\n"_s, u"> 漢字漢字\n"_s);
+    row("tables", u"> a    b\n> c\td\n> e\n> f\n"_s, u"> a    b\n> c\td\n> e f\n"_s);
+    row("quoted signatures", u"> a\n> b\n> -- \n> Joe\n> Here\n>> c\n>> d\n"_s,
+        u"> a b\n> -- \n> Joe\n> Here\n>> c d\n"_s);
     row("too deep", u">>>>>>>>>>>>>>>>>>>> one\n>>>>>>>>>>>>>>>>>>>> two"_s,
         u">>>>>>>>>>>>>>>>>>>> one\n>>>>>>>>>>>>>>>>>>>> two"_s);
     row("the signature", u"> a\n> b\n-- \n> c\n> d"_s, u"> a b\n-- \n> c\n> d"_s);
@@ -129,6 +133,8 @@ void QuotingTest::linesAreQuoted_data()
     QTest::newRow("no prefix") << QString() << u"a\nb\n"_s << u"a\nb\n"_s;
     QTest::newRow("odd line ends hide nothing") << u"> "_s << u"a\u2028b\u2029c\rd\r\ne\ff\vg\u0085h"_s
                                                 << u"> a\n> b\n> c\n> d\n> e\n> f\n> g\n> h"_s;
+    QTest::newRow("places to break go")
+        << u"> "_s << u"http://a\u200Bb \uFFFC\u1780\u200B\u1781"_s << u"> http://ab \u1780\u200B\u1781"_s;
     QTest::newRow("controls go") << u"> "_s << QString(u"a\0b\x1b[1mc\td"_s) << u"> ab[1mc\td"_s;
 }
 

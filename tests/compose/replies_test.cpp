@@ -31,6 +31,8 @@ private slots:
     void attachedForwardsAreNamedAfterTheSubject();
     void nobodySeesWhatIsPrivate();
     void manyRecipientsTakeLinearTime();
+    void hugeMessagesTakeLinearTime_data();
+    void hugeMessagesTakeLinearTime();
 
 private:
     static Identity me()
@@ -369,6 +371,37 @@ void RepliesTest::manyRecipientsTakeLinearTime()
         replyTo(Message("From: a@b\n" + to + "\nReferences:" + list + "\n\n"), ReplyKind::All, me(), {});
     QCOMPARE(reply.cc.count(u'@'), 100'000);
     QVERIFY2(timer.elapsed() < 4000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void RepliesTest::hugeMessagesTakeLinearTime_data()
+{
+    QTest::addColumn<QByteArray>("html");
+    constexpr int kMega = 1'000'000;
+    QTest::newRow("pictures") << QByteArray("<img src=cid:1@x>").repeated(kMega / 17);
+    QTest::newRow("pictures that are not there") << QByteArray("<img src=cid:z@x>").repeated(kMega / 17);
+    QTest::newRow("quotations") << QByteArray("<blockquote>a").repeated(kMega / 13);
+    QTest::newRow("one word") << QByteArray(kMega, 'a');
+    QTest::newRow("paragraphs") << QByteArray("<p>some words").repeated(kMega / 13);
+}
+
+void RepliesTest::hugeMessagesTakeLinearTime()
+{
+    QFETCH(QByteArray, html);
+    QByteArray message =
+        "From: a@b\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: text/html\n\n" + html +
+        "\n";
+    for (int i = 0; i < 5000; ++i)
+        message += "--b\nContent-Type: image/png\nContent-ID: <" + QByteArray::number(i) + "@x>\n\nx\n";
+    QElapsedTimer timer;
+    timer.start();
+    ReplyOptions options;
+    options.rich = true;
+    const Composition reply = replyTo(Message(message), ReplyKind::Sender, me(), options);
+    const Composition passed =
+        forward({Message(message)}, ForwardKind::Inline, ForwardMark::Front, me(), options);
+    QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(!reply.html.isEmpty() && reply.attachments.size() <= 1);
+    QCOMPARE(passed.attachments.size(), 5000);
 }
 
 QTEST_GUILESS_MAIN(RepliesTest)
