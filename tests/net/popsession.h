@@ -97,7 +97,11 @@ public:
     /// Makes a client that is about to meet @p server.
     POPFetcher &meet(ScriptedServer &server, PopTask task = PopTask::Fetch)
     {
-        data.port = server.port();
+        return meet(server.port(), task);
+    }
+    POPFetcher &meet(int port, PopTask task = PopTask::Fetch)
+    {
+        data.port = port;
         delete m_fetcher;
         m_account = std::make_unique<Account>(m_manager, data);
         auto receiver = task == PopTask::LoginTest ? nullptr : std::make_unique<FakeReceiver>(store);

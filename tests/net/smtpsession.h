@@ -102,7 +102,11 @@ public:
 
     SMTPSender &meet(ScriptedServer &server, SmtpTask task = SmtpTask::Send)
     {
-        data.port = server.port();
+        return meet(server.port(), task);
+    }
+    SMTPSender &meet(int port, SmtpTask task = SmtpTask::Send)
+    {
+        data.port = port;
         delete m_sender;
         m_account = std::make_unique<Account>(m_manager, data);
         if (!trusted.isEmpty()) {
