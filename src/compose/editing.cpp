@@ -2,6 +2,7 @@
 
 #include "compose/charsets.h"
 #include "compose/messagebody.h"
+#include "compose/messagebuilder.h"
 #include "compose/references.h"
 #include "compose/richquote.h"
 #include "config/settings.h"
@@ -15,59 +16,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Fields that the program writes itself, those that it shows as entry fields or choices, and those that a
-/// message gets on its way.
-constexpr const char *kOwnFields[] = {
-    "archive",
-    "authentication-results",
-    "bcc",
-    "cc",
-    "content-disposition",
-    "content-transfer-encoding",
-    "content-type",
-    "date",
-    "delivered-to",
-    "disposition-notification-to",
-    "distribution",
-    "dkim-signature",
-    "followup-to",
-    "from",
-    "importance",
-    "in-reply-to",
-    "lines",
-    "mail-followup-to",
-    "message-id",
-    "mime-version",
-    "newsgroups",
-    "nntp-posting-host",
-    "organization",
-    "path",
-    "posted-and-mailed",
-    "received",
-    "references",
-    "reply-to",
-    "return-path",
-    "return-receipt-to",
-    "sender",
-    "subject",
-    "supersedes",
-    "to",
-    "user-agent",
-    "x-no-archive",
-    "x-organization",
-    "xref",
-};
-
-bool isOwnField(QByteArrayView name)
-{
-    const QByteArray key = name.toByteArray().toLower();
-    const auto found =
-        std::lower_bound(std::begin(kOwnFields), std::end(kOwnFields), key,
-                         [](const char *field, const QByteArray &wanted) { return wanted > field; });
-    return (found != std::end(kOwnFields) && key == *found) || isControlHeader(key) ||
-           key.startsWith("content-") || key.startsWith("resent-");
-}
 
 QString addressText(const Message &message, const char *field)
 {
@@ -83,17 +31,6 @@ QString addressText(const Message &message, const char *field)
 bool saysYes(const Message &message, const char *field)
 {
     return message.header(field).compare(u"yes", Qt::CaseInsensitive) == 0;
-}
-
-AttachmentForm formFor(bool isArticle)
-{
-    if (boolSetting(isArticle ? Setting::UseMIMEForNews : Setting::UseMIMEForMail))
-        return AttachmentForm::Mime;
-    if (isArticle && boolSetting(Setting::UseYEncForNews))
-        return AttachmentForm::Yenc;
-    return boolSetting(isArticle ? Setting::UseUUCodeForNews : Setting::UseUUCodeForMail)
-               ? AttachmentForm::Uuencode
-               : AttachmentForm::Mime;
 }
 
 void readFields(Composition &composition, const Message &message)
@@ -226,7 +163,7 @@ Composition newComposition(const Identity &identity, bool isArticle)
     composition.charset = defaultCharset();
     composition.wrap = boolSetting(Setting::SendWrapText);
     composition.receipt = !isArticle && boolSetting(Setting::ReceiptsByDefault);
-    composition.attachmentForm = formFor(isArticle);
+    composition.attachmentForm = preferredAttachmentForm(isArticle);
     composition.sign = boolSetting(isArticle ? Setting::SignPublicByDefault : Setting::SignPrivateByDefault);
     composition.encrypt = !isArticle && boolSetting(Setting::EncryptByDefault);
     return composition;

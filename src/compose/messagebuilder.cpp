@@ -19,38 +19,44 @@ namespace {
 
 constexpr char kPostedAndMailed[] = "[Posted and mailed]";
 
-/// Fields of which the program is the only writer, and those that it shows as entry fields.
+/// Fields that the program writes itself, those that it shows as entry fields or choices, and those that a
+/// message gets on its way.
 constexpr std::array kOwnFields = {
-    "path",
-    "date",
-    "from",
-    "newsgroups",
-    "to",
-    "cc",
-    "bcc",
-    "subject",
-    "message-id",
-    "in-reply-to",
-    "references",
-    "supersedes",
-    "distribution",
-    "reply-to",
-    "followup-to",
-    "mail-followup-to",
-    "organization",
-    "x-organization",
     "archive",
-    "x-no-archive",
+    "authentication-results",
+    "bcc",
+    "cc",
+    "date",
+    "delivered-to",
     "disposition-notification-to",
-    "return-receipt-to",
+    "distribution",
+    "dkim-signature",
+    "followup-to",
+    "from",
     "importance",
-    "posted-and-mailed",
-    "user-agent",
-    "mime-version",
+    "in-reply-to",
     "lines",
+    "mail-followup-to",
+    "message-id",
+    "mime-version",
+    "newsgroups",
     "nntp-posting-host",
+    "organization",
+    "path",
+    "posted-and-mailed",
     "received",
+    "references",
+    "reply-to",
     "return-path",
+    "return-receipt-to",
+    "sender",
+    "subject",
+    "supersedes",
+    "to",
+    "user-agent",
+    "x-no-archive",
+    "x-organization",
+    "xref",
 };
 constexpr std::array kOwnBeginnings = {"content-", "x-velmar-", "resent-"};
 
@@ -310,6 +316,8 @@ AttachmentForm preferredAttachmentForm(bool isArticle)
 {
     if (boolSetting(isArticle ? Setting::UseMIMEForNews : Setting::UseMIMEForMail))
         return AttachmentForm::Mime;
+    if (isArticle && boolSetting(Setting::UseYEncForNews))
+        return AttachmentForm::Yenc;
     const bool uuencode = boolSetting(isArticle ? Setting::UseUUCodeForNews : Setting::UseUUCodeForMail);
-    return uuencode ? AttachmentForm::Uuencode : AttachmentForm::Yenc;
+    return uuencode ? AttachmentForm::Uuencode : AttachmentForm::Mime;
 }

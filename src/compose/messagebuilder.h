@@ -52,10 +52,10 @@ QByteArray resentMessage(const QByteArray &message, const Identity &identity, co
 /// A boundary "%d--%d--%d" that occurs in none of @p parts.
 QByteArray newBoundary(const QList<QByteArray> &parts);
 
-/// Whether the program writes the field @p name itself, or shows it as an entry field: such a one is no free
-/// line of the user's. Any case.
+/// Whether the program writes the field @p name itself, shows it as an entry field or a choice, or a message
+/// gets it on its way: such a one is no free line of the user's. Any case.
 bool isOwnField(QByteArrayView name);
 
-/// How attachments go: as `UseMIMEForMail`, `UseUUCodeForMail` say, or their likes for articles. Neither:
-/// yEnc.
+/// How attachments go: as `UseMIMEForMail` and `UseUUCodeForMail` say, or for articles their likes and
+/// `UseYEncForNews`. None of them: MIME.
 AttachmentForm preferredAttachmentForm(bool isArticle);

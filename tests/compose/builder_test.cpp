@@ -563,9 +563,10 @@ void BuilderTest::formsOfAttachments()
 {
     QCOMPARE(preferredAttachmentForm(false), AttachmentForm::Mime);
     QCOMPARE(preferredAttachmentForm(true), AttachmentForm::Uuencode);
-    setBoolSetting(Setting::UseUUCodeForNews, false);
+    setBoolSetting(Setting::UseYEncForNews, true);
     QCOMPARE(preferredAttachmentForm(true), AttachmentForm::Yenc);
     setBoolSetting(Setting::UseMIMEForMail, false);
+    QCOMPARE(preferredAttachmentForm(false), AttachmentForm::Mime);
     setBoolSetting(Setting::UseUUCodeForMail, true);
     QCOMPARE(preferredAttachmentForm(false), AttachmentForm::Uuencode);
 }
