@@ -25,11 +25,12 @@ struct TlsRow
     const char *word;
     quint32 flags;
     int popPort;
+    int smtpPort;
 };
 constexpr std::array kTls = {
-    TlsRow{"none", 0, 110},
-    TlsRow{"starttls", AccountStartTls | AccountNeedsEncryption, 110},
-    TlsRow{"tls", AccountTls | AccountNeedsEncryption, 995},
+    TlsRow{"none", 0, 110, 25},
+    TlsRow{"starttls", AccountStartTls | AccountNeedsEncryption, 110, 587},
+    TlsRow{"tls", AccountTls | AccountNeedsEncryption, 995, 465},
 };
 constexpr const TlsRow &kDefaultTls = kTls.back();
 
@@ -76,7 +77,7 @@ void takeConnection(NewAccount &account, const Arguments &arguments)
         tls = &kDefaultTls;
     }
     account.data.flags |= tls->flags;
-    account.data.port = tls->popPort;
+    account.data.port = account.data.kind == AccountKind::Smtp ? tls->smtpPort : tls->popPort;
     if (arguments.has("--port")) {
         const QString port = arguments.value("--port");
         account.data.port = Session::isNumber(port) ? port.toInt() : 0;
@@ -97,14 +98,28 @@ void takeConnection(NewAccount &account, const Arguments &arguments)
     }
 }
 
+void refuse(NewAccount &account, const Arguments &arguments, const QString &who,
+            std::initializer_list<const char *> options)
+{
+    for (const char *option : options) {
+        if (arguments.has(option))
+            account.problems += u"%1 takes no %2"_s.arg(who, QLatin1String(option));
+    }
+}
+
 void takeServer(NewAccount &account, const Arguments &arguments)
 {
     AccountData &data = account.data;
+    const bool isSender = data.kind == AccountKind::Smtp; // some servers want no login
     data.user = arguments.value("--user");
-    if (data.user.isEmpty())
+    if (data.user.isEmpty() && !isSender)
         account.problems += u"an account of this kind wants --user"_s;
     if (data.user.contains(u'@'))
         data.address = data.user;
+    if (isSender) {
+        data.fetchInterval = 0;
+        refuse(account, arguments, u"an outgoing account"_s, {"--apop", "--leave-on-server"});
+    }
     data.set(AccountApop, arguments.has("--apop"));
     data.set(AccountLeaveOnServer, arguments.has("--leave-on-server"));
     takeConnection(account, arguments);
@@ -114,11 +129,9 @@ void takeServer(NewAccount &account, const Arguments &arguments)
 void takeBatchFile(NewAccount &account, const Arguments &arguments)
 {
     account.data.host = QDir::current().absoluteFilePath(account.data.host);
-    for (const char *option : {"--port", "--user", "--password-file", "--tls", "--ca-file", "--apop",
-                               "--leave-on-server", "--fingerprint"}) {
-        if (arguments.has(option))
-            account.problems += u"a batch file takes no %1"_s.arg(QLatin1String(option));
-    }
+    refuse(account, arguments, u"a batch file"_s,
+           {"--port", "--user", "--password-file", "--tls", "--ca-file", "--apop", "--leave-on-server",
+            "--fingerprint"});
 }
 
 NewAccount newAccount(const Arguments &arguments)
@@ -168,14 +181,20 @@ bool enter(Session &session, const NewAccount &account, int &number)
     return false;
 }
 
+bool canBeServed(AccountKind kind)
+{
+    return kind == AccountKind::BatchFile || kind == AccountKind::Pop3 || kind == AccountKind::Smtp;
+}
+
 ExitStatus addAccount(Session &session, const Arguments &arguments)
 {
     NewAccount account = newAccount(arguments);
     if (!account.problems.isEmpty())
         return wrongUsage(session, account.problems);
-    if (account.data.kind != AccountKind::BatchFile && account.data.kind != AccountKind::Pop3) {
-        session.output().complain(u"Accounts of kind '%1' cannot be set up yet; pop3 and batch can"_s.arg(
-            arguments.value("--kind")));
+    if (!canBeServed(account.data.kind)) {
+        session.output().complain(
+            u"Accounts of kind '%1' cannot be set up yet; pop3, smtp and batch can"_s.arg(
+                arguments.value("--kind")));
         return ExitStatus::Failed;
     }
     if (arguments.has("--password-file") &&

@@ -80,6 +80,7 @@ ExitStatus runAccount(Session &session, const QStringList &words);
 ExitStatus runIdentity(Session &session, const QStringList &words);
 ExitStatus runTemplate(Session &session, const QStringList &words);
 ExitStatus runFetch(Session &session, const QStringList &words);
+ExitStatus runSend(Session &session, const QStringList &words);
 ExitStatus runGroups(Session &session, const QStringList &words);
 ExitStatus runList(Session &session, const QStringList &words);
 ExitStatus runShow(Session &session, const QStringList &words);

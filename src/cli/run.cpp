@@ -14,7 +14,7 @@ namespace {
 constexpr Command kCommands[] = {
     {"parse", "[FILE...]", "describe message files, or standard input", &runParse},
     {"account",
-     "add --kind pop3|batch --name N --host H [--port P] [--user U] [--password-file F] [--tls "
+     "add --kind pop3|smtp|batch --name N --host H [--port P] [--user U] [--password-file F] [--tls "
      "none|starttls|tls] "
      "[--ca-file F] [--apop] [--leave-on-server] [--fingerprint HEX] | list | remove NAME",
      "set up accounts", &runAccount},
@@ -25,6 +25,7 @@ constexpr Command kCommands[] = {
     {"template", "expand NAME|FILE [--message FILE] [--identity N]", "fill in the variables of a template",
      &runTemplate},
     {"fetch", "[NAME...]", "fetch the mail of the named accounts, or of all", &runFetch},
+    {"send", "", "send what waits in the outbox", &runSend},
     {"groups", "", "list the groups", &runGroups},
     {"list", "GROUP [--threads]", "list the messages of a group", &runList},
     {"show", "GROUP NUMBER [--raw|--headers|--body]", "show one message", &runShow},

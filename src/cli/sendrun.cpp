@@ -1,0 +1,118 @@
+#include "cli/sendrun.h"
+
+#include "cli/terminalquestions.h"
+#include "config/settings.h"
+#include "config/terminationsignals.h"
+#include "net/fetchreason.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kLook = 50;            ///< milliseconds between two looks at how far it is
+constexpr int kLongestStop = 10'000; ///< milliseconds that servers get to say goodbye
+
+} // namespace
+
+SendRun::SendRun(Session &session)
+    : m_session(session)
+    , m_outbox(session.engine().outbox())
+    , m_accounts(session.engine().accounts())
+{
+    m_timer.setInterval(kLook);
+    connect(&m_timer, &QTimer::timeout, this, &SendRun::look);
+    connect(&m_accounts, &AccountManager::fetchEnded, this,
+            [this](const Account *account, AccountFetchReason reason, const QString &detail) {
+                ended(*account, reason, detail);
+            });
+}
+
+bool SendRun::run()
+{
+    std::vector<OutboxEntry> wanted = m_outbox.entries();
+    std::erase_if(wanted, [](const OutboxEntry &entry) {
+        return entry.state != OutboxState::Waiting || entry.transport != OutboxTransport::Mail;
+    });
+    tellOfOthers();
+    m_outbox.sendWaiting(true);
+    m_timer.start();
+    if (m_accounts.isBusy())
+        m_loop.exec();
+    m_timer.stop();
+    m_accounts.shutDown();
+    m_outbox.finish();
+    m_session.output().endProgress();
+    const auto sent = std::count_if(wanted.begin(), wanted.end(),
+                                    [this](const OutboxEntry &before) { return tell(before); });
+    const auto failed = std::ptrdiff_t(wanted.size()) - sent;
+    m_session.output().endTable();
+    Row sum;
+    sum.add("sent", qint64(sent)).add("failed", qint64(failed));
+    m_session.output().row(sum);
+    m_session.output().endTable();
+    return failed == 0 && !m_isStopping;
+}
+
+void SendRun::look()
+{
+    if (!m_accounts.isBusy())
+        return m_loop.quit();
+    const TransferProgress progress = m_session.engine().transfers().progress();
+    m_session.output().progress(progress.status.isEmpty() ? u"Sending"_s : progress.status, progress.bytes,
+                                progress.totalBytes);
+    if (!TerminationSignals::isRequested() || std::exchange(m_isStopping, true))
+        return;
+    m_accounts.setFetchesBlocked(true);
+    m_accounts.stopAll();
+    QTimer::singleShot(kLongestStop, &m_loop, &QEventLoop::quit);
+}
+
+/// In the product's own words, where those were not said already; what a server said of a message is told
+/// with that.
+void SendRun::ended(const Account &account, AccountFetchReason reason, const QString &detail)
+{
+    if (reason == AccountFetchReason::None || reason == AccountFetchReason::WithErrors)
+        return;
+    const QString message = fetchMessage(reason, account.name(), detail).simplified();
+    m_troubles.insert(account.number(), message.isEmpty() ? u"The transfer was stopped"_s : message);
+    if (!message.isEmpty() && boolSetting(Setting::SilentTransferErrors))
+        m_session.output().complain(message);
+    if (account.mark() == AccountMark::CertificateRefused && !account.markText().isEmpty())
+        m_session.output().complain(account.markText());
+    if (account.mark() == AccountMark::CertificateRefused && !account.refusedCertificate().isEmpty())
+        m_session.output().complain(howToTrust(account.refusedCertificate()));
+}
+
+/// A row for what waited before; true when it was sent.
+bool SendRun::tell(const OutboxEntry &before)
+{
+    const OutboxEntry *left = m_outbox.entry(before.ticket);
+    QString detail;
+    if (left) {
+        detail = left->reason.simplified();
+        if (detail.isEmpty())
+            detail = m_troubles.value(left->account);
+        if (detail.isEmpty())
+            detail = left->account == 0 ? u"There is no outgoing account"_s
+                     : isOnline()       ? u"Its account cannot send now"_s
+                                        : u"Velmar is set to work offline"_s;
+    }
+    Row row;
+    row.add("number", qint64(before.place.article)).add("ok", left == nullptr).add("detail", detail);
+    m_session.output().row(row);
+    return left == nullptr;
+}
+
+/// What does not go by itself must not be forgotten.
+void SendRun::tellOfOthers()
+{
+    for (const OutboxEntry &entry : m_outbox.entries()) {
+        if (entry.state == OutboxState::PerhapsSent)
+            m_session.output().complain(
+                u"Message %1 of the outbox may have been sent already, and waits for you: %2"_s
+                    .arg(entry.place.article)
+                    .arg(entry.reason.simplified()));
+    }
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "cli/command.h"
+
+#include <QEventLoop>
+#include <QHash>
+#include <QObject>
+#include <QTimer>
+
+/// Sends what waits in the outbox and may go now, and waits on the event loop for the end: a row for each of
+/// these messages, then one with their numbers. SIGINT and SIGTERM end it at the next safe point.
+class SendRun : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SendRun(Session &session);
+
+    /// Returns at the end. False: not all of them were sent.
+    bool run();
+
+private:
+    void look();
+    void ended(const Account &account, AccountFetchReason reason, const QString &detail);
+    bool tell(const OutboxEntry &before);
+    void tellOfOthers();
+
+    Session &m_session;
+    Outbox &m_outbox;
+    AccountManager &m_accounts;
+    QHash<int, QString> m_troubles; ///< of accounts, by number
+    QEventLoop m_loop;
+    QTimer m_timer;
+    bool m_isStopping = false;
+};
