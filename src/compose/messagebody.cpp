@@ -2,6 +2,7 @@
 
 #include "html/htmlescape.h"
 #include "html/htmltotext.h"
+#include "html/sanitizer.h"
 #include "message/headerblock.h"
 
 #include <algorithm>
@@ -132,7 +133,10 @@ private:
     /// A text with a name is a file, unless it is the first one or meant to be read in its place.
     bool isText(const MIMEPart &entry) const
     {
-        if (entry.type != PlainTextPart && entry.type != HtmlPart)
+        const bool isReadable = entry.type == OtherTextPart &&
+                                (entry.contenttype == "text/plain" || entry.contenttype == "text/markdown" ||
+                                 entry.contenttype == "text/enriched");
+        if (entry.type != PlainTextPart && entry.type != HtmlPart && !isReadable)
             return false;
         return entry.disposition == "inline" ||
                (entry.disposition != "attachment" && (entry.name.isEmpty() || !m_anyText));
@@ -200,9 +204,10 @@ private:
         for (const Piece &piece : pieces) {
             QString text = piece.plain;
             if (!piece.hasPlain && !piece.html.isEmpty()) {
-                text = htmlToText(piece.html);
+                text = htmlToText(piece.html, {.cap = HtmlOptions::kEverything});
                 body.isFromHtml = true;
             }
+            body.isCut |= piece.html.size() > HtmlOptions::kEverything;
             if (!body.text.isEmpty() && !body.text.endsWith(u'\n'))
                 body.text += u'\n';
             body.text += text;

@@ -13,6 +13,7 @@ struct MessageBody
     QString text; ///< the plain texts in their order, "\n" line ends; of parts that are only HTML, as text
     bool isFlowing = false; ///< its lines are whole paragraphs: flowed (RFC 3676), or made from HTML
     bool isFromHtml = false;
+    bool isCut = false; ///< there was more HTML than is read
     QStringList html;   ///< of each text its HTML, or the plain one as HTML; empty: there is none at all
     QList<int> others;  ///< the parts that are no text of it: files, pictures, messages, each once
     QByteArray charset; ///< that the first plain text names; empty: none

@@ -105,6 +105,8 @@ void forwardInline(Composition &composition, const Message &original, const Repl
     for (const int part : body.others)
         if (!quote.parts.contains(part))
             composition.attachments.append(attachmentFrom(mime, part));
+    if (body.isCut || quote.isCut) // nothing gets lost on the way
+        composition.attachments.append(attachedMessage(original));
 }
 
 } // namespace

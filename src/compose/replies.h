@@ -27,7 +27,8 @@ struct ReplyOptions
 Composition replyTo(const Message &original, ReplyKind kind, const Identity &identity,
                     const ReplyOptions &options);
 
-/// Several originals are attached each; inline forwards only the first.
+/// Several originals are attached each, without "Bcc" and control headers; inline forwards only the first,
+/// and its files with it.
 Composition forward(const QList<Message> &originals, ForwardKind kind, ForwardMark mark,
                     const Identity &identity, const ReplyOptions &options);
 

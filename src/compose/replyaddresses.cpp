@@ -98,8 +98,10 @@ private:
     {
         for (const char *field : {"Mail-Reply-To", "Reply-To"}) {
             bool isSaid = false;
-            const QList<Address> addresses = fieldOrAuthor(field, &isSaid);
-            if (isSaid)
+            QList<Address> addresses = fieldOrAuthor(field, &isSaid);
+            const bool isNobody = addresses.isEmpty();
+            addresses.removeIf([this](const Address &address) { return isOwn(address); });
+            if (isSaid && (isNobody || !addresses.isEmpty()))
                 return addresses;
         }
         return m_from;

@@ -122,7 +122,10 @@ RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QStr
     PictureTaker pictures(mime, sender, quote);
     HtmlOptions options;
     options.cap = HtmlOptions::kEverything;
-    for (const QString &html : body.html)
-        quote.html += pictures.run(withoutBreakMarks(inBlock(sanitizeHtml(html, options).html)));
+    for (const QString &html : body.html) {
+        const SafeHtml safe = sanitizeHtml(html, options);
+        quote.html += pictures.run(withoutBreakMarks(inBlock(safe.html)));
+        quote.isCut |= safe.truncated;
+    }
     return quote;
 }

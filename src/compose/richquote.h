@@ -8,7 +8,8 @@ struct RichQuote
 {
     QString html; ///< what stands inside a body; empty: the message has no HTML
     QList<Attachment> pictures;
-    QList<int> parts; ///< where the pictures came from
+    QList<int> parts;   ///< where the pictures came from
+    bool isCut = false; ///< there was more than the sanitiser takes
 };
 
 RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender);

@@ -225,6 +225,7 @@ void QuotingTest::theTextToQuoteIsTheReaders_data()
         "Content-Type: multipart/alternative; boundary=b\n\n--b\n\nplain\n--b\nContent-Type: text/html\n\n"
         "<p>rich</p>\n--b--\n",
         u"plain\n"_s);
+    row("text of another kind", "Content-Type: text/markdown\n\n*text*\n", u"*text*\n"_s);
     row("an empty plain form does not count",
         "Content-Type: multipart/alternative; boundary=b\n\n--b\n\n \n--b\nContent-Type: text/html\n\n"
         "<p>rich</p>\n--b--\n",

@@ -86,6 +86,7 @@ void RepliesTest::answersGoWhereTheyBelong_data()
     row("Reply-To", Sender, us + "Reply-To: other@e, more@f\n", u"to: other@e, more@f"_s);
     row("Mail-Reply-To before Reply-To", Sender, us + "Reply-To: list@l\nMail-Reply-To: joe@home\n",
         u"to: joe@home"_s);
+    row("Reply-To that is only mine", Sender, us + "Reply-To: ME@home.example\n", u"to: Joe <joe@b>"_s);
     row("Reply-To without an address", Sender, us + "Reply-To: nothing here\n", u"to: Joe <joe@b>"_s);
     row("poster", Sender, us + "Mail-Reply-To: Poster\nReply-To: x@y\n", u"to: Joe <joe@b>"_s);
     row("always", Sender, us + "Reply-To: always\n", u"to: Joe <joe@b>"_s);
@@ -321,6 +322,9 @@ void RepliesTest::inlineForwardsTakeTheFilesAlong()
     QCOMPARE(names(rich).filter(u"inline"_s).size(), 1);
     const qsizetype begin = rich.html.indexOf("<p>----- Begin forwarded message -----</p>"_L1);
     QVERIFY(begin >= 0 && begin < rich.html.indexOf("Hi"_L1));
+    const Message huge("Subject: huge\nContent-Type: text/html\n\n" +
+                       QByteArray("<p>some words").repeated(400'000));
+    QCOMPARE(names(forward({huge}, ForwardKind::Inline, ForwardMark::Front, me(), options)), {u"huge.eml"_s});
     QVERIFY(rich.html.endsWith("<p>------ End forwarded message ------</p>"_L1));
 }
 
