@@ -5,7 +5,7 @@
 #include "compose/messagebuilder.h"
 #include "message/charset.h"
 #include "message/contenttypes.h"
-#include "message/parameters.h"
+#include "message/lineends.h"
 
 #include <QRegularExpression>
 
@@ -117,35 +117,40 @@ QByteArray contentField(QByteArrayView name, const QByteArrayList &pieces)
     return line;
 }
 
+/// "type/subtype" and parameters, without anything that could be more than that (RFC 2045 5.1).
+const QRegularExpression &wellFormedType()
+{
+    static const QString token = u"[a-z0-9!#$&^_.+-]{1,100}"_s;
+    static const QString quoted = u"\"[ a-z0-9!#$&^_.+:/-]{0,100}\""_s;
+    static const QRegularExpression type(u"^(%1/%1)((?:; *%1=(?:%1|%2))*)\\z"_s.arg(token, quoted),
+                                         QRegularExpression::CaseInsensitiveOption);
+    return type;
+}
+
 /// The type of an attachment as it may stand in a header, its own parameters behind it.
 QByteArrayList typeOf(const Attachment &attachment)
 {
-    static const QRegularExpression wellFormed(
-        u"^([a-z0-9!#$&^_.+-]{1,60}/[a-z0-9!#$&^_.+-]{1,100})((?:; *[a-z0-9_-]{1,40}=(?:[a-z0-9!#$&^_.+:-]{1,100}|\"[ a-z0-9!#$&^_.+:/-]{0,100}\"))*)\\z"_s,
-        QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch match =
-        wellFormed.match(QString::fromLatin1(attachment.contentType.trimmed()));
-    QByteArrayList pieces;
-    if (match.hasMatch())
-        pieces += match.captured(1).toLatin1().toLower();
-    else
-        pieces += contentTypeOf(attachment.name);
-    if (pieces.first().startsWith("multipart/"))
+        wellFormedType().match(QString::fromLatin1(attachment.contentType.trimmed()));
+    const QByteArray type =
+        match.hasMatch() ? match.captured(1).toLatin1().toLower() : contentTypeOf(attachment.name);
+    if (type.startsWith("multipart/"))
         return {"application/octet-stream"}; // its boundary is nobody's; and base64 is not allowed for it
+    QByteArrayList pieces{type};
     const QByteArrayList parameters = match.captured(2).toLatin1().split(';');
     for (const QByteArray &parameter : parameters) {
-        const QByteArray name = parameter.left(parameter.indexOf('=')).trimmed().toLower();
+        const qsizetype value = parameter.indexOf('=');
+        const QByteArray name = parameter.left(value).trimmed().toLower();
         if (!name.isEmpty() && name != "name")
-            pieces += parameter.trimmed();
+            pieces += name + parameter.sliced(value);
     }
     return pieces;
 }
 
 bool namesCharset(const QByteArrayList &type)
 {
-    return std::any_of(type.begin(), type.end(), [](const QByteArray &piece) {
-        return piece.startsWith("charset=") || piece.startsWith("Charset=");
-    });
+    return std::any_of(type.begin(), type.end(),
+                       [](const QByteArray &piece) { return piece.startsWith("charset="); });
 }
 
 /// The encoding of an attachment; the type changes where it would not allow the one that is needed.
@@ -238,9 +243,11 @@ BodyPart attachmentPart(const Attachment &attachment, Disposition where, const T
 {
     BodyPart part;
     QByteArrayList type = typeOf(attachment);
-    part.encoding = attachmentEncoding(type, attachment.data, rules);
-    if (type.first().startsWith("text/") && !namesCharset(type) && !isAscii(attachment.data) &&
-        isUtf8(attachment.data))
+    const bool isMessage = type.first().startsWith("message/");
+    part.content = isMessage ? withUnixLineEnds(attachment.data) : attachment.data;
+    part.encoding = attachmentEncoding(type, part.content, rules);
+    if (type.first().startsWith("text/") && !namesCharset(type) && !isAscii(part.content) &&
+        isUtf8(part.content))
         type += "charset=UTF-8";
     QByteArrayList disposition{where == Disposition::Inline ? "inline" : "attachment"};
     if (const QString name = outgoingName(attachment.name); !name.isEmpty()) {
@@ -251,7 +258,6 @@ BodyPart attachmentPart(const Attachment &attachment, Disposition where, const T
                   encodingField(part.encoding);
     if (const QByteArray id = safeContentId(attachment.contentId); !id.isEmpty())
         part.fields += "Content-ID: <" + id + ">\n";
-    part.content = attachment.data;
     return part;
 }
 

@@ -1,7 +1,6 @@
 #include "compose/envelope.h"
 
 #include "config/reporter.h"
-#include "message/messageid.h"
 
 #include <QSet>
 
@@ -51,10 +50,4 @@ void writeEnvelope(HeaderWriter &header, const Identity &identity, QList<Address
         recipient.name.clear();
     header.addresses("X-VELMAR-RCPT-TO", recipients);
     header.addresses("X-VELMAR-MAIL-FROM", {Address{QString(), identity.address}});
-}
-
-QByteArray newIdentifier(const Identity &identity)
-{
-    const QString host = fieldText(identity.hostName);
-    return newMessageId(host.isEmpty() ? identity.address : "x@"_L1 + host);
 }

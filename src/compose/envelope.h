@@ -15,6 +15,3 @@ bool canBeAddressed(const Identity &identity, const QList<Address> &recipients);
 
 /// The control headers that tell the sender (they never leave the machine).
 void writeEnvelope(HeaderWriter &header, const Identity &identity, QList<Address> recipients);
-
-/// A new message identifier under the identity's host name, or else the domain of its address.
-QByteArray newIdentifier(const Identity &identity);

@@ -287,20 +287,28 @@ QByteArray buildBody(const Composition &composition, const BuildOptions &options
     return text;
 }
 
-QByteArray newBoundary(const QList<QByteArray> &parts)
+QByteArray newIdentifier(const Identity &identity)
+{
+    const QString host = fieldText(identity.hostName);
+    return newMessageId(host.isEmpty() ? identity.address : "x@"_L1 + host);
+}
+
+QByteArray newBoundary(const QList<QByteArray> &parts, std::function<int()> number)
 {
     // All of one length: none can be the beginning of another, which some readers would take for it.
-    const auto number = [] {
-        return QByteArray::number(QRandomGenerator::global()->bounded(10'000'000, 100'000'000));
-    };
+    if (!number)
+        number = [] { return QRandomGenerator::global()->bounded(10'000'000, 100'000'000); };
     const auto occurs = [&](const QByteArray &boundary) {
         return std::any_of(parts.begin(), parts.end(),
                            [&](const QByteArray &part) { return part.contains(boundary); });
     };
     QByteArray boundary;
-    do
-        boundary = number() + "--" + number() + "--" + number();
-    while (occurs(boundary));
+    do {
+        QByteArrayList numbers;
+        for (int i = 0; i < 3; ++i)
+            numbers += QByteArray::number(number());
+        boundary = numbers.join("--");
+    } while (occurs(boundary));
     return boundary;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QDateTime>
 
+#include <functional>
+
 /// Writes messages as texts with "\n" line ends: header lines, an empty line, the body. Nothing in a
 /// Composition can add a line or a field of its own to the header (line ends and controls become blanks).
 
@@ -49,8 +51,12 @@ QByteArray encryptedBody(const QByteArray &armoured);
 /// report as in buildMessage().
 QByteArray resentMessage(const QByteArray &message, const Identity &identity, const QString &to);
 
-/// A boundary "%d--%d--%d" that occurs in none of @p parts.
-QByteArray newBoundary(const QList<QByteArray> &parts);
+/// A new message identifier under the identity's host name, or else the domain of its address.
+QByteArray newIdentifier(const Identity &identity);
+
+/// A boundary "%d--%d--%d" of pseudo-random numbers that occurs in none of @p parts; a test may give the
+/// numbers.
+QByteArray newBoundary(const QList<QByteArray> &parts, std::function<int()> number = {});
 
 /// Whether the program writes the field @p name itself, shows it as an entry field or a choice, or a message
 /// gets it on its way: such a one is no free line of the user's. Any case.

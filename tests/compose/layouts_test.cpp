@@ -3,6 +3,7 @@
 
 #include "compose/charsets.h"
 #include "compose/messagebuilder.h"
+#include "message/lineends.h"
 #include "message/mimecontext.h"
 #include "support/scratch.h"
 
@@ -339,6 +340,9 @@ void LayoutsTest::attachments_data()
     QTest::newRow("text in UTF-8") << u"a.txt"_s << text << QByteArray("\xc3\xbc\n") << text << plain8;
     QTest::newRow("text that says its set")
         << u"a.txt"_s << QByteArray("text/plain; charset=koi8-r") << QByteArray("\xc6\xc1") << text << plain8;
+    QTest::newRow("parameters of its own")
+        << u"a.ics"_s << QByteArray("Text/Calendar; METHOD=REQUEST; Charset=\"utf-8\"")
+        << QByteArray("\xc3\xbc\n") << QByteArray("text/calendar") << plain8;
     QTest::newRow("text of another system")
         << u"a.txt"_s << text << QByteArray("a\r\n\r\nb \r\n") << text << qp;
     QTest::newRow("text of two bytes a character") << u"a.txt"_s << text
@@ -434,6 +438,8 @@ void LayoutsTest::messagesAreAttached_data()
     QTest::newRow("with parts of its own")
         << header + "Content-Type: multipart/mixed; boundary=1--2--3\n\n--1--2--3\n\na\n--1--2--3--\n"
         << QStringList{mixed, plain, message, mixed, plain};
+    QTest::newRow("from a file of another system")
+        << QByteArray(header + "\nbody\n").replace('\n', "\r\n") << QStringList{mixed, plain, message, plain};
     QTest::newRow("lines that no server takes") << header + '\n' + QByteArray(5000, 'x') + "\n"
                                                 << QStringList{mixed, plain, u"application/octet-stream"_s};
 }
@@ -447,7 +453,7 @@ void LayoutsTest::messagesAreAttached()
     const QJsonObject found = read(onTheWire(message));
     QVERIFY(found.value("defects"_L1).toArray().isEmpty());
     QTEST(typesIn(found), "types");
-    QCOMPARE(foundByUs(message).at(1).bytes, attached);
+    QCOMPARE(foundByUs(message).at(1).bytes, withUnixLineEnds(attached));
     QCOMPARE(foundByUs(message).at(1).name, u"inner.eml"_s);
 }
 
