@@ -36,6 +36,11 @@ QStringList allOwn(const Identity &identity, const ReplyOptions &options)
     return options.ownAddresses + QStringList{identity.address};
 }
 
+bool isPersonalAnswer(const ReplyAddresses &found, ReplyKind kind)
+{
+    return kind == ReplyKind::Sender && found.isPrivate();
+}
+
 void quoteRich(Composition &reply, const Message &original, bool personal)
 {
     const RichQuote quote = richQuote(bodyOf(original.mime()), original.mime(), reply.identity.address);
@@ -127,13 +132,20 @@ Composition replyTo(const Message &original, ReplyKind kind, const Identity &ide
     reply.inReplyTo = answerInReplyTo(original);
     reply.references = answerReferences(original);
 
-    const bool isPersonal = kind == ReplyKind::Sender && found.isPrivate();
+    const bool isPersonal = isPersonalAnswer(found, kind);
     if (boolSetting(Setting::QuoteText) || !options.selectedText.isEmpty()) {
         reply.text = quotation(original, isPersonal, options.selectedText);
         if (options.rich && options.selectedText.isEmpty())
             quoteRich(reply, original, isPersonal);
     }
     return reply;
+}
+
+bool isPersonalReply(const Message &original, ReplyKind kind, const Identity &identity,
+                     const ReplyOptions &options)
+{
+    return isPersonalAnswer(replyAddresses(original, kind, allOwn(identity, options), options.ownMessage),
+                            kind);
 }
 
 Composition forward(const QList<Message> &originals, ForwardKind kind, ForwardMark mark,

@@ -27,6 +27,11 @@ struct ReplyOptions
 Composition replyTo(const Message &original, ReplyKind kind, const Identity &identity,
                     const ReplyOptions &options);
 
+/// Whether nobody but the author reads such an answer, so that the quotation says "You wrote:"; never of
+/// one's own message. What a caller hands to quotation() when a template takes the place of the text.
+bool isPersonalReply(const Message &original, ReplyKind kind, const Identity &identity,
+                     const ReplyOptions &options);
+
 /// Several originals are attached each, without "Bcc" and control headers; inline forwards only the first,
 /// and its files with it.
 Composition forward(const QList<Message> &originals, ForwardKind kind, ForwardMark mark,

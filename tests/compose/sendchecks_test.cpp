@@ -338,7 +338,7 @@ void SendChecksTest::hugeMessagesTakeLinearTime()
     QElapsedTimer timer;
     timer.start();
     QVERIFY(!checkBeforeSending(composition, context).isEmpty());
-    QVERIFY2(timer.elapsed() < 4000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(SendChecksTest)
