@@ -19,6 +19,11 @@ bool isPicture(const MIMEPart &part)
            std::end(kPictureTypes);
 }
 
+QByteArray withoutBrackets(QByteArray id)
+{
+    return id.replace('<', QByteArray()).replace('>', QByteArray()).trimmed();
+}
+
 /// Gives the pictures in what the sanitiser wrote new identifiers, and takes away those that are no parts of
 /// the message.
 class PictureTaker
@@ -28,7 +33,11 @@ public:
         : m_mime(mime)
         , m_sender(sender)
         , m_result(result)
-    {}
+    {
+        for (int part = mime.count() - 1; part >= 0; --part) // of several the first counts
+            if (isPicture(mime.part(part)) && !mime.part(part).contentid.isEmpty())
+                m_parts.insert(withoutBrackets(mime.part(part).contentid), part);
+    }
 
     QString run(const QString &html)
     {
@@ -69,13 +78,13 @@ private:
             return {};
         QByteArray wanted = source.sliced(4).toUtf8();
         wanted.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&amp;", "&");
-        const int part = m_mime.indexOfContentId(QByteArray::fromPercentEncoding(wanted));
-        if (part < 0 || !isPicture(m_mime.part(part)))
+        const int part = m_parts.value(withoutBrackets(QByteArray::fromPercentEncoding(wanted)), -1);
+        if (part < 0)
             return {};
         QString &id = m_ids[part];
         if (id.isEmpty()) {
             Attachment picture = attachmentFrom(m_mime, part);
-            picture.contentId = newMessageId(m_sender).replace('<', QByteArray()).replace('>', QByteArray());
+            picture.contentId = withoutBrackets(newMessageId(m_sender));
             id = QString::fromLatin1(picture.contentId);
             m_result.pictures.append(picture);
             m_result.parts.append(part);
@@ -86,7 +95,8 @@ private:
     const MIMEContext &m_mime;
     QString m_sender;
     RichQuote &m_result;
-    QHash<int, QString> m_ids;
+    QHash<QByteArray, int> m_parts; ///< by their Content-IDs
+    QHash<int, QString> m_ids;      ///< the new ones, by part
 };
 
 /// The places to break a word that the sanitiser put into long addresses and the like.
