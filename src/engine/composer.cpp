@@ -9,7 +9,6 @@
 #include "identity/identitymanager.h"
 #include "identity/signatures.h"
 #include "identity/templates.h"
-#include "message/messageid.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
 
@@ -211,11 +210,6 @@ Composer::Started Composer::startAgain(const ComposeWish &wish)
     Started started;
     if (!wish.text.isEmpty())
         started.draft = m_drafts.takenBack(message->messageId());
-    if (started.draft != 0 && !m_drafts.versions(started.draft).empty()) {
-        started.context = m_drafts.context(started.draft);
-        started.composition = m_drafts.version(started.draft, 0);
-        return started;
-    }
     const Group *group = m_store.group(place.group);
     const bool isOwn = !wish.text.isEmpty() ||
                        (group && (group->role() == GroupRole::Outbox || group->role() == GroupRole::Drafts));
@@ -224,7 +218,22 @@ Composer::Started Composer::startAgain(const ComposeWish &wish)
         const Identity *identity = m_identities.find(address);
         return identity ? *identity : fitting;
     });
+    if (started.draft != 0)
+        goOnWith(started);
     return started;
+}
+
+/// The draft knows more than the message; but who was served already is no recipient of that any more.
+void Composer::goOnWith(Started &started) const
+{
+    const Composition message = started.composition;
+    started.context = m_drafts.context(started.draft);
+    if (m_drafts.versions(started.draft).empty())
+        return;
+    started.composition = m_drafts.version(started.draft, 0);
+    started.composition.to = message.to;
+    started.composition.cc = message.cc;
+    started.composition.bcc = message.bcc;
 }
 
 Composer::Started Composer::startResend(const ComposeWish &wish)
@@ -240,7 +249,8 @@ Composer::Started Composer::startResend(const ComposeWish &wish)
     return started;
 }
 
-/// The template in the place of the text, then what goes below it.
+/// The template, then what goes below it. It takes the place of a quotation, which it asks for by a variable
+/// of its own, and stands in front of what is forwarded.
 void Composer::dress(Started &started, const ComposeWish &wish, const Message &original) const
 {
     Composition &composition = started.composition;
@@ -252,9 +262,13 @@ void Composer::dress(Started &started, const ComposeWish &wish, const Message &o
         values.identity = composition.identity;
         const bool isPersonal = wish.kind == ComposeWish::Kind::Reply && wish.reply == ReplyKind::Sender;
         values.quotedBody = [&] { return quotation(original, isPersonal, wish.selectedText); };
-        composition.text = expandTemplate(*text, values);
+        const QString expanded = expandTemplate(*text, values);
+        const bool staysBelow = wish.kind == ComposeWish::Kind::Forward;
+        composition.text = staysBelow ? expanded + composition.text : expanded;
         if (!composition.html.isEmpty())
-            composition.html = paragraphsOf(composition.text);
+            composition.html = paragraphsOf(expanded) + (staysBelow ? composition.html : QString());
+        if (!staysBelow)
+            composition.attachments.removeIf([](const Attachment &each) { return each.isInline(); });
     }
     sign(started);
 }
@@ -295,7 +309,7 @@ void Composer::sign(Started &started) const
 
 quint64 Composer::send(const Composition &composition, const SendWish &wish)
 {
-    const QByteArray id = newMessageId(composition.identity.address);
+    const QByteArray id = newIdentifier(composition.identity);
     const QByteArray message = buildMessage(composition, {BuildFor::Sending, id, clockNow()});
     if (message.isEmpty())
         return 0;
@@ -307,6 +321,8 @@ quint64 Composer::send(const Composition &composition, const SendWish &wish)
     if (ticket == 0)
         m_drafts.handOverFailed(wish.draft);
     else
+        m_drafts.handedOver(wish.draft);
+    if (ticket != 0)
         m_addresses.addWritten(
             parseAddresses(QStringList{composition.to, composition.cc, composition.bcc}.join(", "_L1)));
     return ticket;

@@ -64,7 +64,8 @@ public:
 
     /// The template of that name with its variables filled, to be put into a message that is being written;
     /// empty after a report.
-    QString expandedTemplate(const QString &name, const DraftContext &context, const Identity &identity) const;
+    QString expandedTemplate(const QString &name, const DraftContext &context,
+                             const Identity &identity) const;
 
     /// Builds the message and hands it to the outbox; its draft, when @p wish names one, is kept until the
     /// outbox lets it go. 0 after a report: the draft is open as before.
@@ -98,6 +99,7 @@ private:
     Started startDraft(const ComposeWish &wish);
     Started startAgain(const ComposeWish &wish);
     Started startResend(const ComposeWish &wish);
+    void goOnWith(Started &started) const;
     void dress(Started &started, const ComposeWish &wish, const Message &original) const;
     void sign(Started &started) const;
 

@@ -121,8 +121,8 @@ std::vector<DraftJournal::Entry> DraftJournal::read(bool isEarlier)
             continue;
         }
         note(u"A version of a draft is damaged at byte %1 of %2"_s.arg(position).arg(file.fileName()));
-        const qsizetype next = bytes.indexOf('\n' + kStart.toByteArray(), position);
-        position = next < 0 ? bytes.size() : next + 1;
+        const qsizetype next = bytes.indexOf(kStart, position + 1);
+        position = next < 0 ? bytes.size() : next;
     }
     return entries;
 }

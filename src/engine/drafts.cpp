@@ -9,7 +9,6 @@
 #include "config/reporter.h"
 #include "engine/draft.h"
 #include "identity/identitymanager.h"
-#include "message/messageid.h"
 #include "store/groupstore.h"
 
 #include <QDir>
@@ -146,7 +145,7 @@ bool Drafts::isOver(Draft &draft)
         break;
     case DraftPhase::Closed:
         // In another group it may still be on its way back.
-        return !isStored && m_store.findMessage(state.messageId).empty();
+        return !isStored && placesOf(state.messageId).empty();
     }
     draft.setState(state);
     return false;
@@ -154,10 +153,10 @@ bool Drafts::isOver(Draft &draft)
 
 bool Drafts::waitsInOutbox(const Draft &draft) const
 {
-    const auto places = m_store.findMessage(draft.state().sentId);
     const int outbox = m_store.group(GroupRole::Outbox)->number();
+    const MessageRefs places = placesOf(draft.state().sentId);
     return std::any_of(places.begin(), places.end(),
-                       [outbox](const MessageIndex::Place &place) { return place.group == outbox; });
+                       [outbox](MessageRef place) { return place.group == outbox; });
 }
 
 std::vector<int> Drafts::recovered() const
@@ -255,19 +254,33 @@ bool Drafts::isAlive(MessageRef place) const
     return place.group == group().number() && group().overview(place.article).has_value();
 }
 
+/// Where a message with that identifier is, alive.
+MessageRefs Drafts::placesOf(const QByteArray &messageId) const
+{
+    MessageRefs places;
+    if (messageId.isEmpty())
+        return places;
+    for (const MessageIndex::Place &place : m_store.findMessage(messageId)) {
+        Group *group = m_store.group(place.group);
+        if (group && group->overview(place.article))
+            places.push_back({place.group, place.article});
+    }
+    return places;
+}
+
 MessageRef Drafts::placeInDrafts(const QByteArray &messageId, quint32 fromArticle) const
 {
     MessageRef latest;
-    for (const MessageIndex::Place &place : m_store.findMessage(messageId)) {
+    for (const MessageRef place : placesOf(messageId)) {
         if (place.group == group().number() && place.article >= qMax(fromArticle, latest.article))
-            latest = {place.group, place.article};
+            latest = place;
     }
     return latest;
 }
 
 bool Drafts::removeMessage(MessageRef place)
 {
-    return !isAlive(place) || (group().remove({place.article}) && group().flush());
+    return !isAlive(place) || (m_store.deleteMessages(group(), {place.article}, true) && group().flush());
 }
 
 bool Drafts::store(int number)
@@ -281,7 +294,7 @@ bool Drafts::store(int number)
         return true;
     const Composition composition = version(number, 0);
     if (state.messageId.isEmpty())
-        state.messageId = newMessageId(composition.identity.address);
+        state.messageId = newIdentifier(composition.identity);
     const QByteArray text = buildMessage(composition, {BuildFor::Draft, state.messageId, clockNow()});
     if (text.isEmpty())
         return false;
@@ -393,41 +406,50 @@ void Drafts::close(int number)
     draft->rest();
 }
 
+void Drafts::enter(Draft &draft, DraftPhase phase, const QByteArray &sentId)
+{
+    DraftState state = draft.state();
+    state.phase = phase;
+    state.sentId = sentId;
+    draft.setState(state);
+}
+
 void Drafts::handOver(int number, const QByteArray &messageId)
 {
+    if (Draft *draft = find(number))
+        enter(*draft, DraftPhase::HandingOver, messageId);
+}
+
+void Drafts::handedOver(int number)
+{
     Draft *draft = find(number);
-    if (!draft)
+    if (!draft || draft->state().phase != DraftPhase::HandingOver)
         return;
-    DraftState state = draft->state();
-    state.phase = DraftPhase::HandingOver;
-    state.sentId = messageId;
-    draft->setState(state);
+    enter(*draft, DraftPhase::HandedOver, draft->state().sentId);
     draft->rest();
 }
 
 void Drafts::handOverFailed(int number)
 {
     Draft *draft = find(number);
-    if (!draft || draft->state().phase != DraftPhase::HandingOver)
-        return;
-    DraftState state = draft->state();
-    state.phase = DraftPhase::Open;
-    state.sentId.clear();
-    draft->setState(state);
+    if (draft && draft->state().phase == DraftPhase::HandingOver)
+        enter(*draft, DraftPhase::Open, {});
 }
 
 int Drafts::takenBack(const QByteArray &messageId)
 {
     for (const auto &[number, draft] : m_drafts) {
-        DraftState state = draft->state();
-        const bool isOnItsWay =
-            state.phase == DraftPhase::HandingOver || state.phase == DraftPhase::HandedOver;
-        if (!isOnItsWay || state.sentId != messageId)
+        if (draft->state().phase != DraftPhase::HandedOver || draft->state().sentId != messageId)
             continue;
-        state.phase = DraftPhase::Open;
-        state.sentId.clear();
-        draft->setState(state);
+        enter(*draft, DraftPhase::Open, {});
         return number;
     }
     return 0;
+}
+
+void Drafts::settled(int number)
+{
+    const Draft *draft = find(number);
+    if (draft && draft->state().phase == DraftPhase::HandedOver)
+        discard(number);
 }

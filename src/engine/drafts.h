@@ -11,6 +11,7 @@
 #include <vector>
 
 class Draft;
+enum class DraftPhase;
 class Group;
 class GroupStore;
 class IdentityManager;
@@ -88,13 +89,17 @@ public:
     /// @name On the way through the outbox
     /// @{
 
-    /// The message @p messageId is about to be made of it. It stays, but nothing opens it, until discard() or
-    /// takenBack().
+    /// The message @p messageId is about to be made of it. It stays, but nothing opens it, until settled()
+    /// or takenBack().
     void handOver(int draft, const QByteArray &messageId);
-    void handOverFailed(int draft); ///< nothing came into the outbox: it is open as before
+    void handedOver(int draft);     ///< it is in the outbox now
+    void handOverFailed(int draft); ///< nothing came there: it is open as before
 
     /// The message was taken out of the outbox to be edited again: its draft, open; 0 when there is none.
     int takenBack(const QByteArray &messageId);
+
+    /// The outbox is done with it: discarded, unless it was taken back and is being written again.
+    void settled(int draft);
     /// @}
 
 private:
@@ -102,6 +107,7 @@ private:
     Group &group() const;
     int nextNumber();
     bool isAlive(MessageRef place) const;
+    MessageRefs placesOf(const QByteArray &messageId) const;
     MessageRef placeInDrafts(const QByteArray &messageId, quint32 fromArticle) const;
     void settle(std::unique_ptr<Draft> draft);
     void settleStoring(Draft &draft);
@@ -110,6 +116,7 @@ private:
     bool removeMessage(MessageRef place);
     int openNew(MessageRef place);
     void remove(int draft);
+    void enter(Draft &draft, DraftPhase phase, const QByteArray &sentId);
     Composition resolved(Composition composition) const;
 
     GroupStore &m_store;

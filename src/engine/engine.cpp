@@ -30,7 +30,7 @@ Engine::Engine(QObject *parent)
     connect(&m_serverWishes, &ServerWishes::failed, this, &Engine::queueError);
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
     connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
-    connect(&m_outbox, &Outbox::draftSettled, &m_drafts, &Drafts::discard);
+    connect(&m_outbox, &Outbox::draftSettled, &m_drafts, &Drafts::settled);
 }
 
 /// What is under way must not outlive what it works with.
