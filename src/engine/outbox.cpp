@@ -181,7 +181,7 @@ void Outbox::adopt(quint32 article, bool isDoubtful)
     if (const Identity *identity = m_identities.defaultIdentity())
         record.identity = identity->number;
     record.account = accountFor(record);
-    for (const QByteArray &address : envelopeRecipients(text, false))
+    for (const QByteArray &address : outgoingRecipients(text, false))
         record.recipients.push_back({address, Fate::Open, {}});
     if (record.recipients.empty())
         record.recipients.emplace_back();
@@ -266,7 +266,7 @@ quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wis
     if (!record)
         return 0;
     const bool isNews = !wish.isBounce && isPost(text);
-    const QList<QByteArray> recipients = envelopeRecipients(text, true);
+    const QList<QByteArray> recipients = outgoingRecipients(text, true);
     std::vector<quint64> tickets;
     for (const OutboxTransport transport : {OutboxTransport::Mail, OutboxTransport::News}) {
         const bool isMail = transport == OutboxTransport::Mail;

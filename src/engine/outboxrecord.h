@@ -63,7 +63,7 @@ struct OutboxRecord
     bool isPutOff = false;  ///< refused for now during this lease
     bool isRefused = false; ///< refused for good during this lease
     QDateTime leasedAt;
-    qint64 restsUntil = 0; ///< a sender gave it back as it was: it would only be given it again
+    qint64 restsUntil = 0;    ///< a sender gave it back as it was: it would only be given it again
     bool isWithdrawn = false; ///< its message was taken away meanwhile
     /// @}
 

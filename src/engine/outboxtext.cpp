@@ -43,7 +43,7 @@ QByteArray changed(const QByteArray &message,
 
 } // namespace
 
-QList<QByteArray> envelopeRecipients(const QByteArray &message, bool ownControls)
+QList<QByteArray> outgoingRecipients(const QByteArray &message, bool ownControls)
 {
     if (ownControls)
         return envelopeOf(message).recipients;

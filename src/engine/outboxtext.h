@@ -8,7 +8,7 @@
 
 /// Bare addresses that it goes to, each once: those of its envelope (net/smtp/envelope.h), or, where control
 /// headers are no word of ours, those of To, Cc and Bcc.
-QList<QByteArray> envelopeRecipients(const QByteArray &message, bool ownControls);
+QList<QByteArray> outgoingRecipients(const QByteArray &message, bool ownControls);
 
 /// Whether it is to be posted, too.
 bool isPost(const QByteArray &message);

@@ -1,155 +1,9 @@
-#include "config/clock.h"
-#include "engine/engine.h"
-#include "message/message.h"
-#include "support/diskfaults.h"
-#include "support/mail.h"
+#include "outboxattest.h"
 #include "support/memory.h"
-#include "support/scratch.h"
 
 #include <QSignalSpy>
-#include <QTest>
-
-#include <sys/wait.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr qint64 kNow = 1'795'000'000;
-
-/// As compose builds it, for sending.
-QByteArray outgoing(const QByteArray &id, const QByteArray &recipients = "bob@example.org",
-                    const QByteArray &more = {})
-{
-    return mailText(id, "s " + id,
-                    "Bcc: carol@example.org\nX-VELMAR-RCPT-TO: " + recipients +
-                        "\nX-VELMAR-MAIL-FROM: ada@example.org\n" + more);
-}
-
-/// The whole program with one outgoing account, and a clock that stands.
-struct Fixture
-{
-    Fixture()
-    {
-        Outbox::setUndoDelay(0);
-        QObject::connect(&engine.outbox(), &Outbox::draftSettled, [this](int draft) { drafts += draft; });
-        QObject::connect(&engine.outbox(), &Outbox::perhapsSent,
-                         [this](quint64 ticket) { perhaps += ticket; });
-        QObject::connect(&engine.outbox(), &Outbox::failed,
-                         [this](quint64, const QString &why) { failures += why; });
-        if (!engine.load())
-            qFatal("the test cannot begin");
-        setBoolSetting(Setting::AutoSend, false); // the senders here are the test's own
-        if (engine.accounts().accounts().empty())
-            addAccount(u"out"_s);
-        account = engine.accounts().all().front().number;
-    }
-
-    int addAccount(const QString &name)
-    {
-        AccountData data;
-        data.name = name;
-        data.host = u"127.0.0.1"_s;
-        data.kind = AccountKind::Smtp;
-        return engine.accounts().add(data);
-    }
-
-    quint64 add(const QByteArray &text, SendWish wish = {}) { return engine.outbox().add(text, 0, wish); }
-
-    OutboxState state(quint64 ticket)
-    {
-        const OutboxEntry *entry = engine.outbox().entry(ticket);
-        return entry ? entry->state : OutboxState(-1);
-    }
-
-    /// What is there, by subject.
-    QStringList subjects(GroupRole role) { return subjects(*engine.groups().group(role)); }
-    static QStringList subjects(Group &group)
-    {
-        QStringList list;
-        for (int row = 0; row < group.rowCount(); ++row) {
-            if (!group.row(row).isDead())
-                list += group.texts(group.row(row)).subject;
-        }
-        return list;
-    }
-
-    QByteArray lastText(GroupRole role)
-    {
-        Group &group = *engine.groups().group(role);
-        return group.rowCount() == 0 ? QByteArray() : group.readMessage(group.row(group.rowCount() - 1));
-    }
-
-    void advance(qint64 seconds)
-    {
-        now += seconds;
-        engine.outbox().tick();
-    }
-
-    qint64 now = kNow;
-    ClockOverride clock{[this] { return now * 1000; }};
-    Engine engine;
-    Outbox &outbox = engine.outbox();
-    int account = 0;
-    QList<int> drafts;
-    QList<quint64> perhaps;
-    QStringList failures;
-};
-
-/// What a server says to one recipient, or to the text: 250, or a refusal. 0: the connection ends.
-struct Server
-{
-    QHash<QByteArray, int> recipients;
-    int text = 250;
-    int most = 1000; ///< recipients of one transaction
-    QList<OutgoingMessage> taken;
-
-    /// One session as a sender holds it.
-    int serve(OutgoingQueue &queue, int account)
-    {
-        int messages = 0;
-        while (auto message = queue.next(account)) {
-            if (++messages > 1000)
-                qFatal("the queue gives the same again and again");
-            queue.release(message->ticket, transact(queue, *message));
-        }
-        return messages;
-    }
-
-    QString transact(OutgoingQueue &queue, const OutgoingMessage &message)
-    {
-        QList<QByteArray> served;
-        QList<OutgoingRefusal> refusals;
-        for (const QByteArray &one : message.remaining) {
-            const int code = recipients.value(one, 250);
-            if (code == 250)
-                served += one;
-            else
-                refusals += OutgoingRefusal{one, code, u"no such box"_s};
-        }
-        if (!refusals.isEmpty())
-            queue.refused(message.ticket, refusals);
-        for (qsizetype i = 0; i < served.size(); i += most) {
-            const QList<QByteArray> some = served.mid(i, most);
-            if (!queue.sending(message.ticket, some))
-                return u"cannot be written down"_s;
-            if (text == 0)
-                return u"Connection closed"_s;
-            if (text != 250) {
-                queue.refused(message.ticket, {{QByteArray(), text, u"too large"_s}});
-                return {};
-            }
-            taken += message;
-            taken.last().remaining = some;
-            queue.accepted(message.ticket, some);
-        }
-        return {};
-    }
-};
-
-const QByteArray kThree = "a@example.org, b@example.org, c@example.org";
-
-} // namespace
 
 class OutboxTest : public QObject
 {
@@ -157,7 +11,6 @@ class OutboxTest : public QObject
 
 private slots:
     void initTestCase() { useMemoryForFiles(); }
-    void cleanup() { DiskFaults::isFull = false; }
     void sentAndFiled();
     void whatTheServerSays_data();
     void whatTheServerSays();
@@ -174,23 +27,19 @@ private slots:
     void mailAndPostSettleEachByItself();
     void accountsComeAndGo();
     void theGroupIsTheUsersToo();
-    void journal_data();
-    void journal();
-    void aFullDisk();
-    void killed();
 };
 
 void OutboxTest::sentAndFiled()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     const quint64 ticket = f.add(outgoing("1", kThree), {.draft = 7});
     QVERIFY(ticket != 0);
     QCOMPARE(f.state(ticket), OutboxState::Waiting);
     QVERIFY(f.outbox.holdsDraft(7));
     QSignalSpy sent(&f.outbox, &Outbox::sent);
     f.now += 90;
-    Server server;
+    FakeServer server;
     QCOMPARE(server.serve(f.outbox, f.account), 1);
     QCOMPARE(server.taken.size(), 1);
     QCOMPARE(server.taken[0].remaining,
@@ -238,10 +87,10 @@ void OutboxTest::whatTheServerSays()
     const Scratch scratch;
     QByteArray id;
     for (const bool afterwards : {false, true}) { // the same is known by the next run
-        Fixture f;
+        OutboxAtTest f;
         if (!afterwards) {
             const quint64 ticket = f.add(outgoing("1"));
-            Server server;
+            FakeServer server;
             server.text = text;
             server.recipients["bob@example.org"] = recipient;
             QCOMPARE(server.serve(f.outbox, f.account), 1);
@@ -262,7 +111,7 @@ void OutboxTest::whatTheServerSays()
         QCOMPARE(f.subjects(GroupRole::SentMail), QStringList());
         if (afterwards) { // by hand it goes, as the same message
             f.outbox.sendNow(entry.ticket);
-            Server server;
+            FakeServer server;
             QCOMPARE(server.serve(f.outbox, f.account), 1);
             QCOMPARE(Message(server.taken[0].text).messageId(), id);
         }
@@ -273,9 +122,9 @@ void OutboxTest::whatTheServerSays()
 void OutboxTest::triedAgainForTwoDays()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     const quint64 ticket = f.add(outgoing("1"));
-    Server server;
+    FakeServer server;
     server.text = 451;
     QList<qint64> pauses;
     qint64 last = f.now;
@@ -296,10 +145,10 @@ void OutboxTest::triedAgainForTwoDays()
 void OutboxTest::recipientsThatWereServed()
 {
     const Scratch scratch;
-    Server server;
+    FakeServer server;
     server.recipients = {{"b@example.org", 550}, {"c@example.org", 451}};
     {
-        Fixture f;
+        OutboxAtTest f;
         const quint64 ticket = f.add(outgoing("1", kThree), {.draft = 3});
         server.serve(f.outbox, f.account);
         QCOMPARE(f.state(ticket), OutboxState::Retrying);
@@ -307,7 +156,7 @@ void OutboxTest::recipientsThatWereServed()
         QVERIFY(f.failures.value(0).contains(u"b@example.org: no such box"_s));
         QVERIFY(f.engine.shutDown());
     }
-    Fixture f;
+    OutboxAtTest f;
     QCOMPARE(f.outbox.entries().size(), 1u);
     const quint64 ticket = f.outbox.entries().front().ticket;
     f.advance(5 * 60);
@@ -327,7 +176,7 @@ void OutboxTest::recipientsThatWereServed()
 void OutboxTest::severalTransactions()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     const quint64 ticket = f.add(outgoing("1", kThree));
     const auto message = f.outbox.next(f.account);
     QVERIFY(f.outbox.sending(ticket, {"a@example.org"}));
@@ -336,7 +185,7 @@ void OutboxTest::severalTransactions()
     f.outbox.release(ticket, u"Connection closed"_s); // c was not tried
     QCOMPARE(f.state(ticket), OutboxState::PerhapsSent);
     f.outbox.settleAsSent(ticket); // b has got it
-    Server server;
+    FakeServer server;
     QCOMPARE(server.serve(f.outbox, f.account), 1);
     QCOMPARE(server.taken[0].remaining, QList<QByteArray>{"c@example.org"});
     f.outbox.finish();
@@ -365,7 +214,7 @@ void OutboxTest::held()
     const Scratch scratch;
     const bool isDate = notBefore > kNow;
     {
-        Fixture f;
+        OutboxAtTest f;
         Outbox::setUndoDelay(delay);
         const quint64 ticket = f.add(outgoing("1"), {.notBefore = notBefore, .countsDown = countsDown});
         QCOMPARE(f.state(ticket), goesAfter > 0 ? OutboxState::Held : OutboxState::Waiting);
@@ -374,7 +223,7 @@ void OutboxTest::held()
         f.advance(goesAfter - 1);
         QVERIFY(f.engine.shutDown());
     }
-    Fixture f; // its countdown begins again, a date stays what it was
+    OutboxAtTest f; // its countdown begins again, a date stays what it was
     Outbox::setUndoDelay(delay);
     QCOMPARE(f.outbox.entries().size(), 1u);
     f.advance(qMax<qint64>(0, goesAfter - 1));
@@ -386,7 +235,7 @@ void OutboxTest::held()
 void OutboxTest::takenBack()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     const quint64 first = f.add(outgoing("1"), {.draft = 4});
     QCOMPARE(f.outbox.takeBack(first), outgoing("1"));
     QCOMPARE(f.outbox.entries().size(), 0u);
@@ -406,10 +255,10 @@ void OutboxTest::takenBack()
 void OutboxTest::takenBackInPart()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     QByteArray text = outgoing("1", "bob@example.org, carol@example.org");
     const quint64 ticket = f.add(text);
-    Server server;
+    FakeServer server;
     server.recipients["carol@example.org"] = 550;
     server.serve(f.outbox, f.account);
     const QByteArray rest = f.outbox.takeBack(ticket);
@@ -446,7 +295,7 @@ void OutboxTest::whereTheCopyGoes()
     QFETCH(QString, place);
     QFETCH(bool, read);
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     setBoolSetting(Setting::FileInSameFolder, off.startsWith(u"SameFolder"_s));
     setBoolSetting(Setting::KeepSentMail, off != u"KeepSentMail"_s);
     setBoolSetting(Setting::MarkReadOnSend, off != u"MarkReadOnSend"_s);
@@ -462,7 +311,7 @@ void OutboxTest::whereTheCopyGoes()
     SendWish wish{.isReply = reply, .isBounce = bounce};
     wish.original = {work.number(), original};
     QVERIFY(f.outbox.add(outgoing("1"), number, wish) != 0);
-    Server().serve(f.outbox, f.account);
+    FakeServer().serve(f.outbox, f.account);
     f.outbox.finish();
     QStringList found;
     for (Group *group : f.engine.groups().groups()) {
@@ -481,7 +330,7 @@ void OutboxTest::whereTheCopyGoes()
 void OutboxTest::marksOnTheOriginal()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     Group &inbox = *f.engine.groups().group(GroupRole::Inbox);
     for (const bool isReply : {true, false}) {
         const quint32 article =
@@ -490,7 +339,7 @@ void OutboxTest::marksOnTheOriginal()
         wish.original = {inbox.number(), article};
         f.add(outgoing(isReply ? "1" : "2"), wish);
         QVERIFY(!inbox.overview(article)->has(Mark::Replied));
-        Server().serve(f.outbox, f.account);
+        FakeServer().serve(f.outbox, f.account);
         f.outbox.finish();
         QCOMPARE(inbox.overview(article)->has(Mark::Replied), isReply);
         QCOMPARE(inbox.overview(article)->has(Mark::Forwarded), !isReply);
@@ -501,7 +350,7 @@ void OutboxTest::marksOnTheOriginal()
 void OutboxTest::mailAndPostSettleEachByItself()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     AccountData data;
     data.name = u"news"_s;
     data.host = u"127.0.0.1"_s;
@@ -512,7 +361,7 @@ void OutboxTest::mailAndPostSettleEachByItself()
     const OutboxEntry post = f.outbox.entries().back();
     QCOMPARE(post.transport, OutboxTransport::News);
     QCOMPARE(post.account, news);
-    Server server;
+    FakeServer server;
     QCOMPARE(server.serve(f.outbox, f.account), 1);
     f.outbox.finish();
     QCOMPARE(f.state(mail), OutboxState(-1));
@@ -532,7 +381,7 @@ void OutboxTest::mailAndPostSettleEachByItself()
 void OutboxTest::accountsComeAndGo()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     const int first = f.account;
     const quint64 ticket = f.add(outgoing("1"));
     QCOMPARE(f.outbox.entry(ticket)->account, first);
@@ -547,14 +396,14 @@ void OutboxTest::accountsComeAndGo()
     QCOMPARE(missing.size(), 2);
     const int second = f.addAccount(u"another"_s);
     QCOMPARE(f.outbox.waiting(second), 3);
-    QCOMPARE(Server().serve(f.outbox, first), 0);
-    QCOMPARE(Server().serve(f.outbox, second), 3);
+    QCOMPARE(FakeServer().serve(f.outbox, first), 0);
+    QCOMPARE(FakeServer().serve(f.outbox, second), 3);
 }
 
 void OutboxTest::theGroupIsTheUsersToo()
 {
     const Scratch scratch;
-    Fixture f;
+    OutboxAtTest f;
     Group &group = *f.engine.groups().group(GroupRole::Outbox);
     const quint64 gone = f.add(outgoing("1"));
     const quint64 kept = f.add(outgoing("2"));
@@ -570,210 +419,10 @@ void OutboxTest::theGroupIsTheUsersToo()
     const OutboxEntry adopted = f.outbox.entries().back();
     QCOMPARE(adopted.state, OutboxState::Refused);
     f.outbox.sendNow(adopted.ticket);
-    Server server;
+    FakeServer server;
     QCOMPARE(server.serve(f.outbox, f.account), 2);
     QCOMPARE(server.taken.last().remaining, QList<QByteArray>{"bob@example.org"});
     QVERIFY(!server.taken.last().text.contains("eve@"));
-}
-
-void OutboxTest::journal_data()
-{
-    QTest::addColumn<QString>("damage");
-    QTest::addColumn<int>("perhaps"); ///< of three that wait
-    QTest::newRow("whole") << u"none"_s << 0;
-    QTest::newRow("its last line is cut off") << u"cut"_s << 0;
-    QTest::newRow("a line in its midst is another one") << u"flip"_s << 3;
-    QTest::newRow("it is gone") << u"gone"_s << 3;
-    QTest::newRow("a page of it was never written") << u"hole"_s << 3;
-}
-
-void OutboxTest::journal()
-{
-    QFETCH(QString, damage);
-    QFETCH(int, perhaps);
-    const Scratch scratch;
-    const QString path = configPathOf(u"Outbox/Journal"_s);
-    {
-        Fixture f;
-        for (const char *id : {"1", "2", "3"})
-            QVERIFY(f.add(outgoing(id)) != 0);
-        QVERIFY(f.engine.shutDown());
-    }
-    QByteArray bytes = Scratch::read(path);
-    const QList<QByteArray> lines = bytes.left(bytes.indexOf('\0')).split('\n');
-    QCOMPARE(lines.size(), 5); // the head, three, nothing
-    if (damage == u"cut"_s)
-        bytes = lines.mid(0, 4).join('\n') + "\n0123abcd 3 sen";
-    else if (damage == u"flip"_s)
-        bytes[lines[0].size() + 14] = 'x';
-    else if (damage == u"hole"_s)
-        bytes.replace(lines[0].size() + 1, lines[1].size(), QByteArray(lines[1].size(), '\0'));
-    QFile file(path);
-    if (damage == u"gone"_s) {
-        QVERIFY(file.remove());
-    } else {
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        file.close();
-    }
-    Fixture f;
-    QCOMPARE(f.outbox.entries().size(), 3u);
-    int doubtful = 0;
-    for (const OutboxEntry &entry : f.outbox.entries())
-        doubtful += entry.state == OutboxState::PerhapsSent ? 1 : 0;
-    QCOMPARE(doubtful, perhaps);
-    QCOMPARE(Server().serve(f.outbox, f.account), 3 - perhaps);
-    for (const OutboxEntry &entry : std::vector(f.outbox.entries()))
-        f.outbox.sendNow(entry.ticket);
-    Server server;
-    QCOMPARE(server.serve(f.outbox, f.account), perhaps);
-    f.outbox.finish();
-    QCOMPARE(f.subjects(GroupRole::SentMail).size(), 3);
-}
-
-void OutboxTest::aFullDisk()
-{
-    Scratch scratch;
-    Fixture f;
-    const quint64 first = f.add(outgoing("1"));
-    DiskFaults::isFull = true;
-    QCOMPARE(f.add(outgoing("2"), {.draft = 2}), 0u); // and its draft stays
-    QVERIFY(!scratch.reports.isEmpty());
-    Server server;
-    server.serve(f.outbox, f.account);
-    QCOMPARE(server.taken.size(), 0); // what cannot be written down is not sent
-    DiskFaults::isFull = false;
-    f.outbox.sendWaiting(true);
-    QCOMPARE(f.state(first), OutboxState::Waiting);
-    const auto message = f.outbox.next(f.account);
-    QVERIFY(message && f.outbox.sending(first, message->remaining));
-    DiskFaults::isFull = true; // between the dot and the answer
-    f.outbox.accepted(first, message->remaining);
-    f.outbox.release(first, {});
-    f.outbox.finish();
-    QCOMPARE(f.subjects(GroupRole::SentMail), QStringList());
-    DiskFaults::isFull = false;
-    f.advance(61);
-    QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
-    QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
-    QCOMPARE(f.outbox.entries().size(), 0u);
-}
-
-namespace {
-
-/// What a server and a window have seen, in a file that outlives the program.
-class Witness
-{
-public:
-    explicit Witness(const Scratch &scratch)
-        : m_path(scratch.path(u"witness"_s))
-    {}
-
-    void say(const QByteArray &line)
-    {
-        QFile file(m_path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Append) || file.write(line + '\n') < 0)
-            ::_exit(2);
-    }
-    int count(const QByteArray &line) const { return int(Scratch::read(m_path).split('\n').count(line)); }
-
-private:
-    QString m_path;
-};
-
-constexpr int kMails = 3;
-
-/// Hands messages over and sends them, like a run of the program; ends at the call that kills it.
-int addAndSend(Witness &witness)
-{
-    Fixture f;
-    QObject::connect(&f.outbox, &Outbox::draftSettled,
-                     [&](int draft) { witness.say("settled " + QByteArray::number(draft)); });
-    DiskFaults::calls = 0;
-    for (int i = 1; i <= kMails; ++i) {
-        if (f.add(outgoing(QByteArray::number(i), kThree), {.draft = i}) != 0)
-            witness.say("added " + QByteArray::number(i));
-    }
-    while (const auto message = f.outbox.next(f.account)) {
-        const QByteArray subject = Message(message->text).subject().toLatin1().mid(2);
-        if (f.outbox.sending(message->ticket, message->remaining)) {
-            witness.say("sent " + subject);
-            f.outbox.accepted(message->ticket, message->remaining);
-        }
-        f.outbox.release(message->ticket, {});
-        f.outbox.finish();
-    }
-    DiskFaults::killBefore = -1;
-    return int(DiskFaults::calls);
-}
-
-} // namespace
-
-/// At every single write and sync.
-void OutboxTest::killed()
-{
-    long calls = 0;
-    {
-        const Scratch scratch;
-        Witness witness(scratch);
-        calls = addAndSend(witness);
-        QCOMPARE(witness.count("sent 3"), 1);
-        QCOMPARE(witness.count("settled 3"), 1);
-    }
-    QVERIFY(calls > 40);
-    int doubtful = 0;
-    for (long call = 1; call <= calls; ++call) {
-        const Scratch scratch;
-        Witness witness(scratch);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            DiskFaults::calls = -1'000'000; // counted anew when the sending begins
-            DiskFaults::killBefore = call;
-            addAndSend(witness);
-            ::_exit(0);
-        }
-        int status = 0;
-        QCOMPARE(::waitpid(child, &status, 0), child);
-        QVERIFY2(WIFSIGNALED(status), QByteArray::number(call).constData());
-
-        Fixture f;
-        QObject::connect(&f.outbox, &Outbox::draftSettled,
-                         [&](int draft) { witness.say("settled " + QByteArray::number(draft)); });
-        for (const int draft : std::as_const(f.drafts)) // at the start already
-            witness.say("settled " + QByteArray::number(draft));
-        QStringList unsure;
-        for (const OutboxEntry &entry : f.outbox.entries()) {
-            Group &group = *f.engine.groups().group(entry.place.group);
-            if (entry.state == OutboxState::PerhapsSent)
-                unsure += group.texts(*group.overview(entry.place.article)).subject.mid(2);
-            else
-                QCOMPARE(entry.state, OutboxState::Waiting);
-        }
-        doubtful += int(unsure.size());
-        while (const auto message = f.outbox.next(f.account)) {
-            QVERIFY(f.outbox.sending(message->ticket, message->remaining));
-            witness.say("sent " + Message(message->text).subject().toLatin1().mid(2));
-            f.outbox.accepted(message->ticket, message->remaining);
-            f.outbox.release(message->ticket, {});
-        }
-        f.outbox.finish();
-        const QStringList copies = f.subjects(GroupRole::SentMail);
-        const QStringList left = f.subjects(GroupRole::Outbox);
-        for (int i = 1; i <= kMails; ++i) {
-            const QByteArray id = QByteArray::number(i);
-            const QString subject = u"s %1"_s.arg(i);
-            const bool isUnsure = unsure.contains(QString::number(i));
-            const int sent = witness.count("sent " + id);
-            const QByteArray where = "call " + QByteArray::number(call) + ", message " + id;
-            QVERIFY2(sent <= 1, where.constData());
-            QVERIFY2(copies.count(subject) == (sent == 1 && !isUnsure ? 1 : 0), where.constData());
-            QVERIFY2(left.count(subject) == (isUnsure ? 1 : 0), where.constData());
-            QVERIFY2(witness.count("added " + id) == 0 || sent == 1 || isUnsure, where.constData());
-            QVERIFY2((witness.count("settled " + id) > 0) == (copies.count(subject) == 1), where.constData());
-        }
-        QVERIFY(f.engine.shutDown());
-    }
-    QVERIFY(doubtful > 0);
 }
 
 QTEST_GUILESS_MAIN(OutboxTest)
