@@ -1,0 +1,179 @@
+#include "outboxattest.h"
+#include "servers/scriptedserver.h"
+#include "support/memory.h"
+
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray kHello = "S: 220 ready\nC~ EHLO .*\nS: 250 localhost\n";
+const QByteArray kEnvelope = "C: MAIL FROM:<ada@example.org>\nS: 250 ok\nC: RCPT TO:<bob@example.org>\n";
+const QByteArray kText = "C: DATA\nS: 354 go on\nC: From: Ada <ada@example.org>\nC: To: bob@example.org\n"
+                         "C~ Subject: s [0-9]\nC~ Message-ID: <[0-9]>\nC~ Date: .*\nC: \nC: Hello\nC: .\n";
+const QByteArray kBye = "C: QUIT\nS: 221 bye\nX\n";
+
+/// The whole program, whose outgoing account is a scripted server.
+struct SendingAtTest : OutboxAtTest
+{
+    explicit SendingAtTest(const ScriptedServer &server)
+    {
+        AccountData data = engine.accounts().account(account)->data();
+        data.port = server.port();
+        engine.accounts().update(data);
+        QObject::connect(&engine.accounts(), &AccountManager::fetchEnded, &engine, [this] { ++ended; });
+    }
+
+    bool waitForEnd(int times = 1)
+    {
+        return comesTrue([&] { return ended >= times && !engine.accounts().isBusy(); }, 20000);
+    }
+
+    int ended = 0;
+};
+
+} // namespace
+
+/// The outbox and the real sender together.
+class OutboxSendingTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { useMemoryForFiles(); }
+    void sessions_data();
+    void sessions();
+    void byItself();
+    void againAfterAFailure();
+    void stoppedByTheUser();
+    void theAccountGoesMeanwhile();
+    void theProgramEndsMeanwhile();
+};
+
+void OutboxSendingTest::sessions_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("state"); ///< of the one message; -1: sent
+    const QByteArray start = kHello + kEnvelope + "S: 250 ok\n";
+    QTest::newRow("taken") << start + kText + "S: 250 taken\n" + kBye << -1;
+    QTest::newRow("no word after the dot") << start + kText + "X\n" << int(OutboxState::PerhapsSent);
+    QTest::newRow("no word after DATA") << start + "C: DATA\nX\n" << int(OutboxState::Waiting);
+    QTest::newRow("no greeting") << QByteArray("X\n") << int(OutboxState::Waiting);
+    QTest::newRow("text refused") << start + kText + "S: 554 spam\n" + kBye << int(OutboxState::Refused);
+    QTest::newRow("text refused for now")
+        << start + kText + "S: 452 full\n" + kBye << int(OutboxState::Retrying);
+    QTest::newRow("recipient refused")
+        << kHello + kEnvelope + "S: 550 no\nC: RSET\nS: 250 ok\n" + kBye << int(OutboxState::Refused);
+}
+
+void OutboxSendingTest::sessions()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(int, state);
+    const Scratch scratch;
+    ScriptedServer server(script);
+    {
+        SendingAtTest s(server);
+        s.add(outgoing("1"));
+        s.outbox.sendWaiting(true);
+        QVERIFY(s.waitForEnd());
+        QVERIFY2(server.finished(), server.problem());
+        QVERIFY(s.engine.shutDown());
+    }
+    OutboxAtTest next; // what the next run knows
+    QCOMPARE(next.subjects(GroupRole::SentMail).size(), state < 0 ? 1 : 0);
+    QCOMPARE(int(next.outbox.entries().size()), state < 0 ? 0 : 1);
+    if (state >= 0)
+        QCOMPARE(int(next.outbox.entries().front().state), state);
+}
+
+void OutboxSendingTest::byItself()
+{
+    const Scratch scratch;
+    const QByteArray one = kEnvelope + "S: 250 ok\n" + kText + "S: 250 taken\n";
+    ScriptedServer server(kHello + one + one + kBye);
+    SendingAtTest s(server);
+    Outbox::setUndoDelay(10);
+    setBoolSetting(Setting::AutoSend, true);
+    s.add(outgoing("1"));
+    s.advance(5);
+    s.add(outgoing("2"));
+    QCOMPARE(server.connections(), 0);
+    s.advance(10); // the end of both countdowns
+    QVERIFY(s.waitForEnd());
+    s.outbox.finish();
+    QVERIFY2(server.finished(), server.problem());
+    QCOMPARE(s.subjects(GroupRole::SentMail), (QStringList{u"s 1"_s, u"s 2"_s}));
+}
+
+void OutboxSendingTest::againAfterAFailure()
+{
+    const Scratch scratch;
+    ScriptedServer server("X\n--\n" + kHello + kEnvelope + "S: 250 ok\n" + kText + "S: 250 taken\n" + kBye);
+    SendingAtTest s(server);
+    setBoolSetting(Setting::AutoSend, true);
+    s.add(outgoing("1"));
+    QVERIFY(s.waitForEnd());
+    s.advance(59);
+    QCOMPARE(s.ended, 1);
+    s.advance(2);
+    QVERIFY(s.waitForEnd(2));
+    QVERIFY2(server.finished(), server.problem());
+    s.outbox.finish();
+    QCOMPARE(s.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
+}
+
+void OutboxSendingTest::stoppedByTheUser()
+{
+    const Scratch scratch;
+    ScriptedServer server("S: 220 ready\nC~ EHLO .*\nE\n");
+    SendingAtTest s(server);
+    setBoolSetting(Setting::AutoSend, true);
+    const quint64 ticket = s.add(outgoing("1"));
+    QVERIFY(comesTrue([&] { return server.connections() == 1; }));
+    s.engine.accounts().account(s.account)->stop();
+    QVERIFY(s.waitForEnd());
+    s.advance(24 * 3600); // not by itself
+    QCOMPARE(s.ended, 1);
+    QVERIFY(!s.engine.accounts().isBusy());
+    QCOMPARE(s.state(ticket), OutboxState::Waiting);
+}
+
+void OutboxSendingTest::theAccountGoesMeanwhile()
+{
+    const Scratch scratch;
+    ScriptedServer server(kHello + kEnvelope + "S: 250 ok\n" + kText + "W\nE\n");
+    SendingAtTest s(server);
+    const quint64 doubtful = s.add(outgoing("1"));
+    const quint64 waiting = s.add(outgoing("2"));
+    s.outbox.sendWaiting(true);
+    QVERIFY(comesTrue([&] { return server.isWaiting(); })); // the dot is out
+    s.engine.accounts().remove(s.account);
+    QCOMPARE(s.state(doubtful), OutboxState::PerhapsSent);
+    QCOMPARE(s.state(waiting), OutboxState::Waiting);
+    const int other = s.addAccount(u"other"_s);
+    QCOMPARE(s.outbox.waiting(other), 1);
+    QCOMPARE(s.outbox.entry(doubtful)->account, other);
+}
+
+void OutboxSendingTest::theProgramEndsMeanwhile()
+{
+    const Scratch scratch;
+    ScriptedServer server(kHello + kEnvelope + "S: 250 ok\n" + kText + "W\nE\n");
+    {
+        SendingAtTest s(server);
+        s.add(outgoing("1"));
+        s.add(outgoing("2"));
+        s.outbox.sendWaiting(true);
+        QVERIFY(comesTrue([&] { return server.isWaiting(); })); // the dot is out
+        QVERIFY(s.engine.shutDown());
+    }
+    OutboxAtTest next;
+    QCOMPARE(int(next.outbox.entries().size()), 2);
+    QCOMPARE(next.outbox.entries()[0].state, OutboxState::PerhapsSent);
+    QCOMPARE(next.outbox.entries()[1].state, OutboxState::Waiting);
+}
+
+QTEST_GUILESS_MAIN(OutboxSendingTest)
+#include "outboxsending_test.moc"
