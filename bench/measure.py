@@ -12,6 +12,7 @@ import time
 
 import clients
 import receivers
+import senders
 import tlsserver
 
 MESSAGES = 10_000
@@ -20,6 +21,7 @@ LARGE_GROUP = 100_000
 READ = 1_000
 NEXT = 1_000
 LARGE_MESSAGE = 200_000_000
+SENT = 1_000
 ATTACHMENT = 50_000_000
 GROUP = 'Inbox'  # what the window shows at its start
 
@@ -270,6 +272,27 @@ def arriving(table, server):
     table.row('  with the syncs', f'{syncs[best_round]:.0f} ms')
 
 
+def send_once(port, names):
+    found = bench('send', str(port), *names)
+    if int(found['sent']) != len(names):
+        raise Failure(f'not all was sent: {found}')
+    return float(found['seconds'])
+
+
+def sending(table):
+    plain, ours = senders.write(f'{DATA}/outgoing', MAIL, SENT)
+    with senders.Sink() as sink:
+        velmar, smtplib, msmtp = best(5, lambda: send_once(sink.port, ours),
+                                      lambda: senders.by_smtplib(sink.port, plain),
+                                      lambda: senders.by_msmtp(sink.port, plain[:SENT // 10]) * 10)
+    size = sum(os.path.getsize(name) for name in plain)
+    table.head(f'Sending {SENT:,} messages, {size / 1e6:.0f} MB, to a server that keeps nothing')
+    table.row('Velmar, the sender alone', f'{SENT / velmar:,.0f} /s')
+    table.row("Python's smtplib, one connection", f'{SENT / smtplib:,.0f} /s', f'{smtplib / velmar:.2f} times',
+              'at least 1.5 times', smtplib >= 1.5 * velmar)
+    table.row('msmtp, one call a message', f'{SENT / msmtp:,.0f} /s', f'{msmtp / velmar:.2f} times')
+
+
 def compose_once(film, message):
     start = time.monotonic()
     found = bench('compose', film, message)
@@ -330,7 +353,7 @@ def main():
     print(f'The best of several runs; the load of the machine was {os.getloadavg()[0]:.1f} at the start.')
     table = Table()
     try:
-        for measure in (parsing, importing, composing, fetching, reading, opening, starting, deeds, next_message,
+        for measure in (parsing, importing, composing, sending, fetching, reading, opening, starting, deeds, next_message,
                         starting_among_others, downloading):
             measure(table)
     except (Failure, RuntimeError) as failure:

@@ -116,6 +116,7 @@ void SMTPSender::say(const QByteArray &command, State next, const QByteArray &sh
     logLine(">>>> ", shown.isEmpty() ? command : shown);
     const QByteArray line = command + "\r\n";
     socket()->writeBlock(line.constData(), line.size());
+    socket()->flush();
 }
 
 /// Several at once, for a server that takes them so (RFC 2920).
@@ -128,6 +129,7 @@ void SMTPSender::sayAll(const QList<QByteArray> &commands, State next)
         lines += command + "\r\n";
     }
     socket()->writeBlock(lines.constData(), lines.size());
+    socket()->flush();
 }
 
 void SMTPSender::slotLineAvailable(const QString &line)

@@ -202,6 +202,8 @@ void SMTPSender::dataReply(const SmtpReply &reply)
                          QByteArray::number(m_mail->text().size()) + " bytes)");
     enter(State::Writing);
     writeText();
+    if (m_state == State::Text)
+        socket()->flush();
 }
 
 /// As much as the socket should hold. Before what holds the final dot the queue writes down that it goes.

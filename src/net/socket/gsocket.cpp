@@ -154,6 +154,12 @@ qint64 GSocket::bytesToWrite() const
     return m_tls ? m_tls->bytesToWrite() : m_plain ? m_plain->bytesToWrite() : 0;
 }
 
+void GSocket::flush()
+{
+    if (m_plain && isConnected())
+        m_plain->flush();
+}
+
 bool GSocket::isConnected() const
 {
     if (m_closing || m_end || m_over)

@@ -44,6 +44,10 @@ public:
     qint64 writeBlock(const char *data, qint64 length);
     qint64 bytesToWrite() const;
 
+    /// Gives what was handed on to the system at once, as far as it takes it, where the event loop would do
+    /// so in its next turn: for who waits for an answer to it. bytesWritten() may come from within.
+    void flush();
+
     /// What was handed over still goes out, for a few seconds also when the socket is deleted; nothing is
     /// handed out any more. delayedCloseFinished() comes when something had to wait, else connectionClosed().
     void close();
