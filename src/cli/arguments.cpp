@@ -32,9 +32,9 @@ Arguments::Arguments(const QStringList &words, std::initializer_list<const char 
         if (contains(flags, name) && equals < 0)
             m_options.insert(name, {});
         else if (contains(valued, name) && equals >= 0)
-            m_options.insert(name, word.sliced(equals + 1));
+            m_options[name] += word.sliced(equals + 1);
         else if (contains(valued, name) && i + 1 < words.size())
-            m_options.insert(name, words[++i]);
+            m_options[name] += words[++i];
         else if (contains(valued, name))
             m_problems += u"%1 wants a value"_s.arg(name);
         else
@@ -48,6 +48,12 @@ bool Arguments::has(const char *flag) const
 }
 
 QString Arguments::value(const char *option) const
+{
+    const QStringList all = values(option);
+    return all.isEmpty() ? QString() : all.last();
+}
+
+QStringList Arguments::values(const char *option) const
 {
     return m_options.value(QLatin1String(option));
 }

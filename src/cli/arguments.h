@@ -21,11 +21,12 @@ public:
     const QStringList &problems() const { return m_problems; } ///< all of it
 
     bool has(const char *flag) const;
-    QString value(const char *option) const; ///< empty without one
+    QString value(const char *option) const;      ///< the last one given; empty without one
+    QStringList values(const char *option) const; ///< all of them, in order
     const QStringList &plain() const { return m_plain; }
 
 private:
-    QHash<QString, QString> m_options;
+    QHash<QString, QStringList> m_options;
     QStringList m_plain;
     QStringList m_problems;
 };

@@ -77,6 +77,7 @@ ExitStatus wrongUsage(Session &session, const QStringList &problems);
 
 ExitStatus runParse(Session &session, const QStringList &words);
 ExitStatus runAccount(Session &session, const QStringList &words);
+ExitStatus runCompose(Session &session, const QStringList &words);
 ExitStatus runIdentity(Session &session, const QStringList &words);
 ExitStatus runTemplate(Session &session, const QStringList &words);
 ExitStatus runFetch(Session &session, const QStringList &words);

@@ -24,6 +24,10 @@ constexpr Command kCommands[] = {
      "set up who writes", &runIdentity},
     {"template", "expand NAME|FILE [--message FILE] [--identity N]", "fill in the variables of a template",
      &runTemplate},
+    {"compose",
+     "--from IDENTITY --to A [--cc A] [--bcc A] [--newsgroups G] --subject S [--attach FILE]... [--html] "
+     "[--charset C] [--reply-to GROUP/NUMBER] [--forward GROUP/NUMBER] [--template NAME] [--send|--print]",
+     "write a message, its text from standard input", &runCompose},
     {"fetch", "[NAME...]", "fetch the mail of the named accounts, or of all", &runFetch},
     {"send", "", "send what waits in the outbox", &runSend},
     {"groups", "", "list the groups", &runGroups},

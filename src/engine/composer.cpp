@@ -6,6 +6,7 @@
 #include "config/clock.h"
 #include "config/reporter.h"
 #include "config/settings.h"
+#include "html/htmltotext.h"
 #include "identity/identitymanager.h"
 #include "identity/signatures.h"
 #include "identity/templates.h"
@@ -37,8 +38,10 @@ bool contains(const QStringList &addresses, const QString &address)
     return addresses.contains(address, Qt::CaseInsensitive);
 }
 
-bool wantsRich(bool isArticle)
+bool wantsRich(const ComposeWish &wish, bool isArticle)
 {
+    if (wish.form != ComposeWish::Form::AsSet)
+        return wish.form == ComposeWish::Form::Rich;
     return boolSetting(isArticle ? Setting::SendRichTextNews : Setting::SendRichTextMail);
 }
 
@@ -112,7 +115,7 @@ ReplyOptions Composer::optionsFor(const ComposeWish &wish, const Message &origin
     ReplyOptions options;
     options.selectedText = wish.selectedText;
     options.ownAddresses = ownAddresses();
-    options.rich = wantsRich(wish.article || wish.reply == ReplyKind::Followup);
+    options.rich = wantsRich(wish, wish.article || wish.reply == ReplyKind::Followup);
     options.ownMessage = contains(options.ownAddresses, bareAddress(original.header("From", {})));
     return options;
 }
@@ -142,7 +145,7 @@ Composer::Started Composer::startNew(const ComposeWish &wish)
     const Identity *identity = m_identities.identity(wish.identity);
     started.composition =
         newComposition(identity ? *identity : *m_identities.defaultIdentity(), wish.article);
-    if (wantsRich(wish.article))
+    if (wantsRich(wish, wish.article))
         started.composition.html = paragraphsOf({});
     dress(started, wish, Message());
     return started;
@@ -157,7 +160,7 @@ Composer::Started Composer::startMailto(const ComposeWish &wish)
         return failed(tr("'%1' is no mail address to write to").arg(wish.mailto));
     Started started;
     started.composition = *composition;
-    if (wantsRich(false))
+    if (wantsRich(wish, false))
         started.composition.html = paragraphsOf(composition->text);
     dress(started, wish, Message());
     return started;
@@ -270,7 +273,30 @@ void Composer::dress(Started &started, const ComposeWish &wish, const Message &o
         if (!staysBelow)
             composition.attachments.removeIf([](const Attachment &each) { return each.isInline(); });
     }
+    place(composition, wish);
     sign(started);
+}
+
+void Composer::place(Composition &composition, const ComposeWish &wish)
+{
+    if (wish.body.isEmpty())
+        return;
+    QString plain = wish.bodyIsHtml ? htmlToText(wish.body) : wish.body;
+    if (!plain.endsWith(u'\n'))
+        plain += u'\n';
+    const QString html = wish.bodyIsHtml ? wish.body : paragraphsOf(plain.chopped(1));
+    const bool isRich = wish.bodyIsHtml || !composition.html.isEmpty();
+    const QString before = composition.text.trimmed().isEmpty() ? QString() : composition.text;
+    if (isRich && !before.isEmpty() && composition.html.isEmpty())
+        composition.html = paragraphsOf(before);
+    if (wish.kind == ComposeWish::Kind::Forward) {
+        composition.text = before.isEmpty() ? plain : plain + u'\n' + before;
+        composition.html = isRich ? html + composition.html : QString();
+        return;
+    }
+    const QString gap = wish.kind == ComposeWish::Kind::Reply && !before.isEmpty() ? u"\n"_s : QString();
+    composition.text = before + gap + plain;
+    composition.html = isRich ? (before.isEmpty() ? QString() : composition.html) + html : QString();
 }
 
 QString Composer::expandedTemplate(const QString &name, const DraftContext &context,

@@ -34,6 +34,12 @@ struct ComposeWish
     int identity = 0; ///< 0: the fitting one
     bool article = false;
 
+    enum class Form { AsSet, Plain, Rich } form = Form::AsSet; ///< AsSet: `SendRichTextMail` and its like
+
+    /// What is written already: below a quotation, above what is forwarded, behind a template.
+    QString body;
+    bool bodyIsHtml = false;
+
     /// Of EditAsNew: a message that was taken back out of the outbox, in the place of an original.
     QByteArray text;
 };
@@ -101,6 +107,7 @@ private:
     Started startResend(const ComposeWish &wish);
     void goOnWith(Started &started) const;
     void dress(Started &started, const ComposeWish &wish, const Message &original) const;
+    static void place(Composition &composition, const ComposeWish &wish);
     void sign(Started &started) const;
 
     GroupStore &m_store;
