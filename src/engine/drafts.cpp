@@ -432,7 +432,9 @@ void Drafts::handedOver(int number)
 void Drafts::handOverFailed(int number)
 {
     Draft *draft = find(number);
-    if (draft && draft->state().phase == DraftPhase::HandingOver)
+    const bool isOnItsWay = draft && (draft->state().phase == DraftPhase::HandingOver ||
+                                      draft->state().phase == DraftPhase::HandedOver);
+    if (isOnItsWay)
         enter(*draft, DraftPhase::Open, {});
 }
 

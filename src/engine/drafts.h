@@ -93,7 +93,7 @@ public:
     /// or takenBack().
     void handOver(int draft, const QByteArray &messageId);
     void handedOver(int draft);     ///< it is in the outbox now
-    void handOverFailed(int draft); ///< nothing came there: it is open as before
+    void handOverFailed(int draft); ///< nothing came there, or the user took it out: it is open as before
 
     /// The message was taken out of the outbox to be edited again: its draft, open; 0 when there is none.
     int takenBack(const QByteArray &messageId);

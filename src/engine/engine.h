@@ -7,6 +7,7 @@
 #include "engine/imagesenders.h"
 #include "engine/messageoperations.h"
 #include "engine/outbox.h"
+#include "engine/receipts.h"
 #include "engine/remoteimages.h"
 #include "engine/serverwishes.h"
 #include "engine/tags.h"
@@ -53,6 +54,9 @@ public:
 
     /// What waits to be sent.
     Outbox &outbox() { return m_outbox; }
+
+    /// Who answers requests for read receipts.
+    ReadReceipts &receipts() { return m_receipts; }
 
     /// What is being written, and who begins and sends it.
     Drafts &drafts() { return m_drafts; }
@@ -118,6 +122,7 @@ private:
     IdentityManager m_identities;
     AccountManager m_accounts;
     Outbox m_outbox{m_groups, m_accounts, m_identities};
+    ReadReceipts m_receipts{m_groups, m_accounts, m_identities, m_outbox};
     Drafts m_drafts{m_groups, m_identities};
     Composer m_composer{m_groups, m_identities, m_accounts, m_drafts, m_outbox};
     Transfers m_transfers{m_accounts};

@@ -224,10 +224,14 @@ void Outbox::messagesRemoved(const Articles &articles)
             tickets.push_back(record.ticket);
     }
     for (const quint64 ticket : tickets) {
-        if (m_file.find(ticket)->has(Fate::Served))
+        const OutboxRecord &record = *m_file.find(ticket);
+        const int draft = record.wish.draft;
+        if (record.has(Fate::Served)) {
             settle(ticket);
-        else
+        } else {
             m_file.drop(ticket);
+            giveUp(draft);
+        }
     }
     m_syncing.start();
     touched();
@@ -421,12 +425,19 @@ void Outbox::remove(quint64 ticket)
     if (!record || record->isLeased || record->copy)
         return;
     const QScopedValueRollback own(m_isOwnChange, true);
+    const int draft = record->wish.draft;
     if (record->has(Fate::Served))
         settle(ticket); // some have got it
-    else
-        m_filing.forget(ticket, SentFiling::Leaving::ToBasket);
+    else if (m_filing.forget(ticket, SentFiling::Leaving::ToBasket))
+        giveUp(draft);
     m_file.sync();
     touched();
+}
+
+void Outbox::giveUp(int draft)
+{
+    if (draft != 0 && !holdsDraft(draft))
+        emit draftReturned(draft);
 }
 
 int Outbox::undoDelay()

@@ -89,8 +89,9 @@ signals:
     void sent(quint64 ticket, MessageRef copy);      ///< all recipients; copy is null where none is kept
     void failed(quint64 ticket, const QString &why); ///< some or all refused it, and it waits for the user
     void perhapsSent(quint64 ticket);
-    void draftSettled(int draft); ///< it was sent, its copy is stored
-    void accountMissing();        ///< something waits, and there is no outgoing account
+    void draftSettled(int draft);  ///< it was sent, its copy is stored
+    void draftReturned(int draft); ///< the user gave its message up: it is there as before
+    void accountMissing();         ///< something waits, and there is no outgoing account
 
 private:
     Group &group() const;
@@ -108,6 +109,7 @@ private:
     void putOff(OutboxRecord &record);
     void released(OutboxRecord &record, const QString &reason);
     void settle(quint64 ticket);
+    void giveUp(int draft);
     void fileSettled();
     void endLeases(int account, const QString &reason);
     void touched();

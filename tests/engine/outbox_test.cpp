@@ -405,10 +405,12 @@ void OutboxTest::theGroupIsTheUsersToo()
     const Scratch scratch;
     OutboxAtTest f;
     Group &group = *f.engine.groups().group(GroupRole::Outbox);
-    const quint64 gone = f.add(outgoing("1"));
+    QSignalSpy returned(&f.outbox, &Outbox::draftReturned);
+    const quint64 gone = f.add(outgoing("1"), {.draft = 9});
     const quint64 kept = f.add(outgoing("2"));
     f.engine.groups().deleteMessages(group, {f.outbox.entry(gone)->place.article});
     QCOMPARE(f.state(gone), OutboxState(-1));
+    QCOMPARE(returned.size(), 1); // its draft is there as before
     QCOMPARE(f.state(kept), OutboxState::Waiting);
     // A received message that asks to be sent to others is not sent there.
     Group &inbox = *f.engine.groups().group(GroupRole::Inbox);
