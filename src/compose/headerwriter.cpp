@@ -38,6 +38,11 @@ bool isFieldName(const QString &name)
            std::all_of(name.begin(), name.end(), [](QChar c) { return c > u' ' && c <= u'~' && c != u':'; });
 }
 
+bool isWritableIdentifier(const QByteArray &id)
+{
+    return id.size() > 2 && id.size() <= kLongestPiece && std::all_of(id.begin(), id.end(), isPrintable);
+}
+
 FoldedField::FoldedField(QByteArray &block, QByteArrayView name)
     : m_block(block)
     , m_line(block.size())
@@ -131,9 +136,7 @@ void HeaderWriter::addresses(QByteArrayView name, const QList<Address> &addresse
 void HeaderWriter::identifiers(QByteArrayView name, QByteArrayView value)
 {
     QList<QByteArray> ids = messageIds(value);
-    ids.removeIf([](const QByteArray &id) {
-        return id.size() > kLongestPiece || !std::all_of(id.begin(), id.end(), isPrintable);
-    });
+    ids.removeIf([](const QByteArray &id) { return !isWritableIdentifier(id); });
     if (ids.isEmpty())
         return;
     FoldedField field(m_block, name);

@@ -14,6 +14,9 @@ QString fieldText(const QString &value);
 /// to leave room for a value.
 bool isFieldName(const QString &name);
 
+/// Whether @p id, with its brackets, can stand in a header: printable ASCII that fits on a line.
+bool isWritableIdentifier(const QByteArray &id);
+
 /// One field as it stands in a header. Lines are broken in front of a piece that would pass 78 bytes, never
 /// inside one.
 class FoldedField

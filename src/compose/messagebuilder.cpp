@@ -80,7 +80,7 @@ QList<Address> recipientsOf(const Composition &composition, const BuildOptions &
 void writeReferences(HeaderWriter &header, const Composition &composition, const BuildOptions &options)
 {
     const QByteArray id = cutMessageId(options.messageId);
-    header.line("Message-ID", id.isEmpty() ? newIdentifier(composition.identity) : id);
+    header.line("Message-ID", isWritableIdentifier(id) ? id : newIdentifier(composition.identity));
     header.identifiers("In-Reply-To", composition.inReplyTo);
     header.identifiers("References", composition.references);
     header.identifiers("Supersedes", composition.supersedes);

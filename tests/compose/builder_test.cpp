@@ -114,6 +114,8 @@ private slots:
     void longFieldsAreFolded();
     void nothingGetsIntoTheHeader_data();
     void nothingGetsIntoTheHeader();
+    void givenIdentifiers_data();
+    void givenIdentifiers();
     void freeLines_data();
     void freeLines();
     void envelope();
@@ -135,31 +137,12 @@ private:
 
 void BuilderTest::fieldsStandInTheirOrder()
 {
-    const QByteArrayList expected = {"Path",
-                                     "Date",
-                                     "From",
-                                     "Newsgroups",
-                                     "To",
-                                     "Cc",
-                                     "Bcc",
-                                     "Subject",
-                                     "Message-ID",
-                                     "In-Reply-To",
-                                     "References",
-                                     "Supersedes",
-                                     "Distribution",
-                                     "Reply-To",
-                                     "Followup-To",
-                                     "Mail-Followup-To",
-                                     "Organization",
-                                     "Archive",
-                                     "X-No-Archive",
-                                     "Disposition-Notification-To",
-                                     "Return-Receipt-To",
-                                     "Importance",
-                                     "Posted-And-Mailed",
-                                     "User-Agent",
-                                     "X-Mood"};
+    const QByteArrayList expected =
+        QByteArray("Path Date From Newsgroups To Cc Bcc Subject Message-ID In-Reply-To References "
+                   "Supersedes Distribution Reply-To Followup-To Mail-Followup-To Organization Archive "
+                   "X-No-Archive Disposition-Notification-To Return-Receipt-To Importance "
+                   "Posted-And-Mailed User-Agent X-Mood")
+            .split(' ');
     QCOMPARE(namesIn(buildHeaders(everything())), expected);
     const QByteArrayList controls = {"X-VELMAR-RCPT-TO", "X-VELMAR-MAIL-FROM", "X-Velmar-Sign",
                                      "X-Velmar-Encrypt", "MIME-Version",       "Lines",
@@ -392,6 +375,29 @@ void BuilderTest::nothingGetsIntoTheHeader()
     QVERIFY(std::all_of(header.begin(), header.end(), [](char c) { return c == '\n' || quint8(c) >= ' '; }));
     const QByteArrayList names = namesIn(message);
     QVERIFY(names.contains("MIME-Version") && names.contains("Content-Type"));
+}
+
+void BuilderTest::givenIdentifiers_data()
+{
+    QTest::addColumn<QByteArray>("given");
+    QTest::addColumn<bool>("taken");
+    QTest::newRow("good") << QByteArray("<a.b@x.org>") << true;
+    QTest::newRow("none") << QByteArray() << false;
+    QTest::newRow("a line end") << QByteArray("<a\nEvil: 1@x.org>") << false;
+    QTest::newRow("a blank") << QByteArray("<a@x.org> <b@x.org>") << false;
+    QTest::newRow("too long") << '<' + QByteArray(2000, 'a') + "@x.org>" << false;
+}
+
+void BuilderTest::givenIdentifiers()
+{
+    QFETCH(QByteArray, given);
+    QFETCH(bool, taken);
+    BuildOptions options;
+    options.messageId = given;
+    const QByteArray header = buildHeaders(mail(), options);
+    const QByteArray id = valueIn(header, "Message-ID");
+    QCOMPARE(id == given, taken);
+    QVERIFY(id.endsWith(taken ? "@x.org>" : "@example.org>") && !header.contains("Evil"));
 }
 
 void BuilderTest::freeLines_data()
