@@ -181,8 +181,9 @@ void AccountsTest::everyKindShowsItsFields_data()
                           << QList{F::Apop, F::LeaveOnServer, F::File};
     QTest::newRow("news") << AccountKind::Nntp << QList{F::Host, F::Connections, F::Identity}
                           << QList{F::Group, F::Address, F::SizeLimit};
-    QTest::newRow("sending") << AccountKind::Smtp << QList{F::Host, F::Address, F::Keeping, F::LeftOut}
-                             << QList{F::Interval, F::Group, F::LeaveOnServer};
+    QTest::newRow("sending") << AccountKind::Smtp
+                             << QList{F::Host, F::Address, F::Keeping, F::LeftOut, F::Identity}
+                             << QList{F::Interval, F::Group, F::LeaveOnServer, F::Chained, F::JunkTest};
     QTest::newRow("batch") << AccountKind::BatchFile << QList{F::Name, F::File, F::Group, F::Interval}
                            << QList{F::Host, F::Port, F::Password, F::CaFile};
 }

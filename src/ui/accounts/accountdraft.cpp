@@ -21,8 +21,11 @@ AccountData accountDataOf(const AccountDraft &draft)
     AccountData data;
     data.kind = draft.kind;
     data.name = draft.name;
-    data.fetchInterval = draft.interval;
-    data.set(AccountJunkTest, true);
+    data.identity = draft.identity;
+    if (data.isIncoming()) {
+        data.fetchInterval = draft.interval;
+        data.set(AccountJunkTest, true);
+    }
     if (draft.kind == AccountKind::BatchFile) {
         data.host = draft.file;
         return data;
@@ -34,9 +37,11 @@ AccountData accountDataOf(const AccountDraft &draft)
     data.set(AccountTls, draft.server.encryption == MailEncryption::Tls);
     data.set(AccountStartTls, draft.server.encryption == MailEncryption::StartTls);
     data.set(AccountNeedsEncryption, draft.server.encryption != MailEncryption::None);
+    data.set(AccountAsksForPassword, draft.keeping == PasswordKeeping::ThisRun);
+    if (draft.kind != AccountKind::Pop3)
+        return data;
     data.set(AccountLeaveOnServer, draft.leaves);
     data.daysOnServer = draft.leaves ? draft.daysOnServer : 0;
-    data.set(AccountAsksForPassword, draft.keeping == PasswordKeeping::ThisRun);
     return data;
 }
 
@@ -46,6 +51,11 @@ QString freeAccountName(const QString &wanted, const AccountManager &accounts)
     for (int i = 2; accounts.find(name); ++i)
         name = u"%1 %2"_s.arg(wanted).arg(i);
     return name;
+}
+
+QString outgoingAccountName(const QString &incoming)
+{
+    return tr("%1, outgoing").arg(incoming);
 }
 
 QString draftProblem(const AccountDraft &draft, const AccountManager &accounts)
@@ -74,6 +84,14 @@ int makeAccount(const AccountDraft &draft, AccountManager &accounts)
         account->keepPassword(draft.password, draft.keeping);
     accounts.save();
     return number;
+}
+
+AccountDraft outgoingDraftOf(const AccountDraft &draft)
+{
+    AccountDraft outgoing = draft;
+    outgoing.kind = AccountKind::Smtp;
+    outgoing.accepted.reset();
+    return outgoing;
 }
 
 bool mayTryLogin(const MailServer &server)

@@ -12,6 +12,7 @@ class AccountManager;
 struct AccountDraft
 {
     AccountKind kind = AccountKind::Pop3;
+    QString person;  ///< the name that others see; may be empty
     QString name;    ///< as shown in lists
     QString address; ///< the mail address
     QString password;
@@ -20,6 +21,7 @@ struct AccountDraft
     bool leaves = true;                      ///< what is fetched stays on the server
     int daysOnServer = 0;                    ///< and for how many days; 0: for good
     int interval = 10;                       ///< minutes between two fetches; 0: only by hand
+    int identity = 0;                        ///< who answers its mail, or whose mail it sends; 0: the default
     QString file;                            ///< of a batch-file account
     std::optional<CertificateInfo> accepted; ///< whatever its problems
 };
@@ -30,12 +32,18 @@ AccountData accountDataOf(const AccountDraft &draft);
 /// @p wanted, or "wanted 2" and so on where that name is taken.
 QString freeAccountName(const QString &wanted, const AccountManager &accounts);
 
+/// What the account that sends is called beside the one named @p incoming.
+QString outgoingAccountName(const QString &incoming);
+
 /// What is wrong with the draft's name or its other texts, in a sentence; empty: nothing.
 QString draftProblem(const AccountDraft &draft, const AccountManager &accounts);
 
 /// Enters the account and saves it, its password and the certificate that was accepted. Its number; 0 after
 /// a report: it was not made.
 int makeAccount(const AccountDraft &draft, AccountManager &accounts);
+
+/// The same for an account that sends what the one of @p draft answers.
+AccountDraft outgoingDraftOf(const AccountDraft &draft);
 
 /// Whether the user may be asked to send the password there: over TLS, or to this machine itself.
 bool mayTryLogin(const MailServer &server);

@@ -78,7 +78,7 @@ AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTe
 
 void AccountEditor::build(const AccountData &account, const AccountOptions &options)
 {
-    m_form = new AccountForm(m_engine.accounts(), m_engine.groups(), account, options);
+    m_form = new AccountForm(m_engine.accounts(), m_engine.groups(), m_engine.identities(), account, options);
     m_notice = new AskingBar;
     auto *notice = new QWidget;
     auto *room = new QVBoxLayout(notice);
@@ -130,7 +130,7 @@ QWidget *AccountEditor::newFooter()
     m_apply->setObjectName(u"apply"_s);
     m_test = footer->addSecondary(tr("&Test login"));
     m_test->setObjectName(u"test"_s);
-    m_test->setVisible(m_form->data().kind == AccountKind::Pop3);
+    m_test->setVisible(canTestLogin(m_form->data().kind));
     connect(m_test, &QPushButton::clicked, this, &AccountEditor::testLogin);
     connect(m_apply, &QPushButton::clicked, this, &AccountEditor::apply);
     connect(footer, &DialogFooter::rejected, this, &QDialog::reject);

@@ -76,8 +76,17 @@ constexpr std::array kFields = {
                     .number = &AccountData::fetchInterval,
                     .proposed = 10,
                     .most = 10'080},
-    AccountFieldRow{F::LeftOut, C::Check, S::Fetching, kAll, "",
+    AccountFieldRow{F::LeftOut, C::Check, S::Fetching, kIncoming, "",
                     WORDS("&Pause: leave this account out of all fetches"), AccountLeftOut},
+    AccountFieldRow{.field = F::Identity,
+                    .control = C::Choice,
+                    .section = S::Sending,
+                    .kinds = bits(Smtp),
+                    .label = WORDS("Sends &mail of"),
+                    .words = "",
+                    .number = &AccountData::identity},
+    AccountFieldRow{F::LeftOut, C::Check, S::Sending, bits(Smtp), "",
+                    WORDS("&Hold back: what is to go through it waits in the outbox"), AccountLeftOut},
     AccountFieldRow{.field = F::SizeLimit,
                     .control = C::Amount,
                     .section = S::Fetching,
@@ -99,7 +108,7 @@ constexpr std::array kFields = {
     AccountFieldRow{.field = F::Chained,
                     .control = C::Choice,
                     .section = S::Fetching,
-                    .kinds = kAll,
+                    .kinds = kIncoming,
                     .label = WORDS("Then &fetch"),
                     .words = "",
                     .number = &AccountData::chained},
@@ -141,8 +150,8 @@ constexpr std::array kFields = {
 };
 
 constexpr std::array kSections = {
-    WORDS("Account"),       WORDS("Server"),   WORDS("Login"),        WORDS("Fetching"),
-    WORDS("On the server"), WORDS("New mail"), WORDS("Certificates"),
+    WORDS("Account"), WORDS("Server"),        WORDS("Login"),    WORDS("Fetching"),
+    WORDS("Sending"), WORDS("On the server"), WORDS("New mail"), WORDS("Certificates"),
 };
 static_assert(kSections.size() == kAccountSections);
 
@@ -186,7 +195,7 @@ QString hostProblem(const QString &host)
     if (host.contains("://"_L1))
         return words(WORDS("Only the server's name, without what stands before “//”."));
     if (host.contains(u'@'))
-        return words(WORDS("This is a mail address; the server's name is mostly like pop.example.org."));
+        return words(WORDS("This is a mail address; the server's name is mostly like mail.example.org."));
     return isHostName(host) ? QString() : words(WORDS("No server is called so: its name has no blanks."));
 }
 

@@ -12,7 +12,7 @@
 /// What the account editor shows, as a table: which field, for which kinds of accounts, under which title,
 /// and what of the account it changes. A field exists in no other place.
 
-enum class AccountSection { General, Server, Login, Fetching, OnServer, Delivery, Certificates };
+enum class AccountSection { General, Server, Login, Fetching, Sending, OnServer, Delivery, Certificates };
 constexpr int kAccountSections = int(AccountSection::Certificates) + 1;
 
 QString sectionTitle(AccountSection section);

@@ -1,5 +1,6 @@
 #include "ui/accounts/accountform.h"
 
+#include "identity/identitymanager.h"
 #include "net/accountmanager.h"
 #include "store/groupstore.h"
 #include "ui/accounts/certificatelist.h"
@@ -52,11 +53,13 @@ Widget *AccountForm::as(AccountField field) const
     return qobject_cast<Widget *>(m_controls.value(field));
 }
 
-AccountForm::AccountForm(AccountManager &accounts, const GroupStore &groups, const AccountData &account,
+AccountForm::AccountForm(AccountManager &accounts, const GroupStore &groups,
+                         const IdentityManager &identities, const AccountData &account,
                          const AccountOptions &options, QWidget *parent)
     : QWidget(parent)
     , m_accounts(accounts)
     , m_groups(groups)
+    , m_identities(identities)
     , m_data(account)
     , m_options(options)
     , m_encryption(encryptionOf(account))
@@ -205,7 +208,13 @@ void AccountForm::fillChoice(QComboBox *box, AccountField field) const
             if (account->number() != m_data.number)
                 box->addItem(harmlessLine(account->name()), account->number());
         break;
-    default: box->addItem(tr("Default"), 0); break;
+    default:
+        box->addItem(m_data.kind == AccountKind::Smtp ? tr("Every identity without an account of its own")
+                                                      : tr("The default identity"),
+                     0);
+        for (const Identity &identity : m_identities.all())
+            box->addItem(harmlessLine(identity.display()), identity.number);
+        break;
     }
 }
 

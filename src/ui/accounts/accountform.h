@@ -7,6 +7,7 @@
 
 class AccountManager;
 class GroupStore;
+class IdentityManager;
 class QCheckBox;
 class QComboBox;
 class QGridLayout;
@@ -23,9 +24,9 @@ class AccountForm : public QWidget
     Q_OBJECT
 
 public:
-    /// Both must outlive this.
-    AccountForm(AccountManager &accounts, const GroupStore &groups, const AccountData &account,
-                const AccountOptions &options, QWidget *parent = nullptr);
+    /// The first three must outlive this.
+    AccountForm(AccountManager &accounts, const GroupStore &groups, const IdentityManager &identities,
+                const AccountData &account, const AccountOptions &options, QWidget *parent = nullptr);
 
     /// What is entered; the password in it is the stored one.
     AccountData data() const;
@@ -75,6 +76,7 @@ private:
 
     AccountManager &m_accounts;
     const GroupStore &m_groups;
+    const IdentityManager &m_identities;
     AccountData m_data;
     AccountOptions m_options;
     QHash<AccountField, QWidget *> m_controls;

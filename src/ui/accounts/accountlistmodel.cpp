@@ -35,13 +35,17 @@ QString failureText(const Account &account)
 }
 
 /// Also of a failure that does not call any more, because the account was changed since.
-QString outcomeText(AccountFetchReason outcome)
+QString outcomeText(const Account &account)
 {
-    switch (outcome) {
+    const bool isOutgoing = account.kind() == AccountKind::Smtp;
+    switch (account.outcome()) {
     case AccountFetchReason::None:
-    case AccountFetchReason::Quiet: return AccountListModel::tr("Fetched %1");
+    case AccountFetchReason::Quiet:
+        return isOutgoing ? AccountListModel::tr("Sent %1") : AccountListModel::tr("Fetched %1");
     case AccountFetchReason::Stopped: return AccountListModel::tr("Stopped %1");
-    case AccountFetchReason::WithErrors: return AccountListModel::tr("Partly fetched %1");
+    case AccountFetchReason::WithErrors:
+        return isOutgoing ? AccountListModel::tr("Partly sent %1")
+                          : AccountListModel::tr("Partly fetched %1");
     default: return AccountListModel::tr("Failed %1");
     }
 }
@@ -57,7 +61,7 @@ AccountState stateOf(const Account &account)
     if (account.mark() != AccountMark::None)
         return {harmlessLine(failureText(account).simplified()), true};
     if (account.lastFetch() > 0)
-        return {outcomeText(account.outcome()).arg(shortDate(account.lastFetch())), false};
+        return {outcomeText(account).arg(shortDate(account.lastFetch())), false};
     return {};
 }
 

@@ -34,6 +34,10 @@ QString lossText(const Account &account)
         return AccountsDialog::tr(
             "The mail that came from it stays in its groups, and its file stays where it is. "
             "Velmar forgets where it fetches from.");
+    if (account.kind() == AccountKind::Smtp)
+        return AccountsDialog::tr("What was sent stays in its groups. What still waits to be sent waits for "
+                                  "another account. Lost are "
+                                  "its settings, its stored password and its log.");
     return AccountsDialog::tr(
         "The mail that came from it stays in its groups, and nothing is deleted on the "
         "server. Lost are its settings, its stored password, its log, and the memory of "
@@ -269,6 +273,7 @@ void AccountsDialog::showState()
     const int row = m_list->currentIndex().row();
     m_up->setEnabled(row > 0);
     m_down->setEnabled(row + 1 < m_model->rowCount());
+    m_fetch->setText(account->data().isIncoming() ? tr("&Fetch now") : tr("&Send now"));
     m_fetch->setEnabled(!account->isFetching() && !account->data().has(AccountLeftOut));
-    m_test->setEnabled(account->kind() == AccountKind::Pop3 && !m_check);
+    m_test->setEnabled(canTestLogin(account->kind()) && !m_check);
 }

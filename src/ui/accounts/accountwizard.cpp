@@ -1,7 +1,9 @@
 #include "ui/accounts/accountwizard.h"
 
 #include "engine/engine.h"
+#include "identity/signatures.h"
 #include "ui/accounts/filepage.h"
+#include "ui/accounts/identitypage.h"
 #include "ui/accounts/personpage.h"
 #include "ui/accounts/readypage.h"
 #include "ui/accounts/serverpage.h"
@@ -16,6 +18,8 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -33,7 +37,9 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
     , m_engine(engine)
     , m_steps(new WizardSteps)
     , m_person(new PersonPage(engine.accounts().passwordKeeper()))
-    , m_server(new ServerPage(network, tester))
+    , m_server(new ServerPage(MailProtocol::Pop3, network, tester))
+    , m_sending(new ServerPage(MailProtocol::Smtp, network, tester))
+    , m_identity(new IdentityPage)
     , m_file(new FilePage)
     , m_ready(new ReadyPage(engine.accounts()))
     , m_footer(new DialogFooter(tr("&Continue")))
@@ -47,7 +53,11 @@ AccountWizard::AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTes
     m_footer->defaultButton()->setObjectName(u"next"_s);
     m_back->setObjectName(u"back"_s);
     m_secondary->setObjectName(u"secondary"_s);
-    m_pages = {newKindPage(), m_person, m_server, m_file, m_ready};
+    m_server->setObjectName(u"serverPage"_s);
+    m_sending->setObjectName(u"sendingPage"_s);
+    m_pages = {newKindPage(), m_person, m_server, m_sending, m_identity, m_file, m_ready};
+    if (const Identity *known = engine.identities().defaultIdentity())
+        m_person->proposePerson(known->name);
     arrange();
     arrangeFooter();
     wirePages();
@@ -60,14 +70,16 @@ AccountWizard::~AccountWizard() = default;
 QWidget *AccountWizard::newKindPage()
 {
     auto *mail = new Card(u"mail"_s, tr("A mailbox at a provider (POP3)"),
-                          tr("Address and password; the server is found for you."));
+                          tr("Name, address and password; the servers are found for you."));
     auto *file = new Card(u"inbox"_s, tr("A mailbox file on this computer"),
                           tr("Another program fills it; Velmar takes the mail out of it."));
+    auto *outgoing = new Card(u"send"_s, tr("Only a server to send mail through (SMTP)"),
+                              tr("A mailbox brings its own; this is for a further one."));
+    outgoing->setObjectName(u"kindOutgoing"_s);
     mail->setObjectName(u"kindMail"_s);
     file->setObjectName(u"kindFile"_s);
     mail->setFirst(true);
-    auto *later =
-        new QLabel(tr("IMAP, outgoing mail, newsgroups and feeds cannot be set up in this version."));
+    auto *later = new QLabel(tr("IMAP, newsgroups and feeds cannot be set up in this version."));
     later->setWordWrap(true);
     setFontScale(later, scale::small);
     setTextRole(later, Role::Text2);
@@ -77,11 +89,13 @@ QWidget *AccountWizard::newKindPage()
     column->setSpacing(space::group);
     column->addWidget(mail);
     column->addWidget(file);
+    column->addWidget(outgoing);
     column->addWidget(later);
     column->addStretch(1);
     page->setFocusProxy(mail);
     connect(mail, &QAbstractButton::clicked, this, [this] { choose(AccountKind::Pop3); });
     connect(file, &QAbstractButton::clicked, this, [this] { choose(AccountKind::BatchFile); });
+    connect(outgoing, &QAbstractButton::clicked, this, [this] { choose(AccountKind::Smtp); });
     return page;
 }
 
@@ -132,16 +146,21 @@ void AccountWizard::wirePages()
     connect(m_footer, &DialogFooter::accepted, this, &AccountWizard::goOn);
     connect(m_footer, &DialogFooter::rejected, this, &QDialog::close);
     connect(m_back, &QPushButton::clicked, this, &AccountWizard::goBack);
-    connect(m_secondary, &QPushButton::clicked, m_server, &ServerPage::useSecondary);
+    connect(m_secondary, &QPushButton::clicked, this,
+            [this] { (m_page == Page::Sending ? m_sending : m_server)->useSecondary(); });
     connect(m_person, &PersonPage::changed, this, &AccountWizard::refreshFooter);
-    connect(m_server, &ServerPage::changed, this, &AccountWizard::refreshFooter);
+    connect(m_identity, &IdentityPage::changed, this, &AccountWizard::refreshFooter);
+    for (ServerPage *page : {m_server, m_sending}) {
+        connect(page, &ServerPage::changed, this, &AccountWizard::refreshFooter);
+        connect(page, &ServerPage::passwordWanted, this, [this] {
+            show(Page::Person);
+            m_person->focusPassword();
+        });
+    }
     connect(m_file, &FilePage::changed, this, &AccountWizard::refreshFooter);
     connect(m_ready, &ReadyPage::changed, this, &AccountWizard::refreshFooter);
-    connect(m_server, &ServerPage::done, this, &AccountWizard::finishServer);
-    connect(m_server, &ServerPage::passwordWanted, this, [this] {
-        show(Page::Person);
-        m_person->focusPassword();
-    });
+    connect(m_server, &ServerPage::done, this, [this] { goOnFrom(Page::Server); });
+    connect(m_sending, &ServerPage::done, this, [this] { goOnFrom(Page::Sending); });
 }
 
 void AccountWizard::beginWith(AccountKind kind)
@@ -153,22 +172,42 @@ void AccountWizard::beginWith(AccountKind kind)
 void AccountWizard::choose(AccountKind kind)
 {
     m_draft.kind = kind;
+    if (kind == AccountKind::Pop3)
+        m_sending->makeOptional();
     show(path()[m_asksForKind ? 1 : 0]);
+}
+
+/// Whether an account sends for that address already.
+bool AccountWizard::isSendingSetUp() const
+{
+    const std::vector<AccountData> all = m_engine.accounts().all();
+    return std::any_of(all.begin(), all.end(), [this](const AccountData &account) {
+        return account.kind == AccountKind::Smtp && !m_draft.address.isEmpty() &&
+               account.address.compare(m_draft.address, Qt::CaseInsensitive) == 0;
+    });
 }
 
 QList<AccountWizard::Page> AccountWizard::path() const
 {
-    QList<Page> pages = m_draft.kind == AccountKind::BatchFile
-                            ? QList<Page>{Page::File, Page::Ready}
-                            : QList<Page>{Page::Person, Page::Server, Page::Ready};
+    QList<Page> pages;
     if (m_asksForKind)
-        pages.prepend(Page::Kind);
-    return pages;
+        pages += Page::Kind;
+    if (m_draft.kind == AccountKind::BatchFile)
+        return pages += {Page::File, Page::Ready};
+    pages += Page::Person;
+    if (m_draft.kind != AccountKind::Smtp)
+        pages += Page::Server;
+    if (m_draft.kind == AccountKind::Smtp || !isSendingSetUp())
+        pages += Page::Sending;
+    if (m_draft.address.isEmpty() || !m_engine.identities().find(m_draft.address))
+        pages += Page::Identity;
+    return pages += Page::Ready;
 }
 
 void AccountWizard::show(Page page)
 {
-    const QString names[] = {tr("Kind"), tr("Who you are"), tr("Server"), tr("File"), tr("Ready")};
+    const QString names[] = {tr("Kind"),     tr("Who you are"), tr("Receiving"), tr("Sending"),
+                             tr("Identity"), tr("File"),        tr("Ready")};
     m_page = page;
     QStringList steps;
     for (const Page step : path())
@@ -181,10 +220,29 @@ void AccountWizard::show(Page page)
     case Page::Kind: m_pages.first()->setFocus(); break;
     case Page::Person: m_person->focusFirst(); break;
     case Page::Server: m_server->begin(m_draft); break;
+    case Page::Sending: beginSending(); break;
+    case Page::Identity: m_identity->begin(m_draft); break;
     case Page::File: m_file->focusFirst(); break;
-    case Page::Ready: m_ready->begin(m_draft, m_draft.kind == AccountKind::Pop3 && m_server->works()); break;
+    case Page::Ready: beginReady(); break;
     }
     refreshFooter();
+}
+
+/// Whoever told where mail is received mostly told where it is sent from.
+void AccountWizard::beginSending()
+{
+    const bool isAlone = m_draft.kind == AccountKind::Smtp;
+    m_sending->begin(isAlone ? m_draft : outgoingDraftOf(m_draft),
+                     isAlone ? std::nullopt : m_server->foundFor(MailProtocol::Smtp));
+}
+
+void AccountWizard::beginReady()
+{
+    if (m_draft.kind == AccountKind::Pop3)
+        m_ready->begin(m_draft, m_server->works(), m_outgoing,
+                       m_outgoing ? m_sending->works() : isSendingSetUp());
+    else
+        m_ready->begin(m_draft, m_draft.kind == AccountKind::Smtp && m_sending->works());
 }
 
 bool AccountWizard::canGoOn() const
@@ -193,6 +251,8 @@ bool AccountWizard::canGoOn() const
     case Page::Kind: return false;
     case Page::Person: return m_person->isComplete();
     case Page::Server: return m_server->canGoOn();
+    case Page::Sending: return m_sending->canGoOn();
+    case Page::Identity: return m_identity->isComplete();
     case Page::File: return m_file->isComplete();
     case Page::Ready: return m_ready->isComplete();
     }
@@ -201,14 +261,15 @@ bool AccountWizard::canGoOn() const
 
 void AccountWizard::refreshFooter()
 {
+    const ServerPage *server = m_page == Page::Server    ? m_server
+                               : m_page == Page::Sending ? m_sending
+                                                         : nullptr;
     QPushButton *next = m_footer->defaultButton();
     next->setVisible(m_page != Page::Kind);
     next->setEnabled(canGoOn());
-    next->setText(m_page == Page::Ready    ? tr("&Create account")
-                  : m_page == Page::Server ? m_server->verb()
-                                           : tr("&Continue"));
+    next->setText(m_page == Page::Ready ? tr("&Create account") : server ? server->verb() : tr("&Continue"));
     m_back->setVisible(m_page != path().first());
-    const QString secondary = m_page == Page::Server ? m_server->secondary() : QString();
+    const QString secondary = server ? server->secondary() : QString();
     m_secondary->setText(secondary);
     m_secondary->setVisible(!secondary.isEmpty());
 }
@@ -218,40 +279,78 @@ void AccountWizard::goOn()
     if (!canGoOn())
         return;
     switch (m_page) {
-    case Page::Kind: break;
-    case Page::Person:
-        m_person->putInto(m_draft);
-        show(Page::Server);
-        break;
-    case Page::Server: m_server->goOn(); break;
-    case Page::File:
-        m_file->putInto(m_draft);
-        show(Page::Ready);
-        break;
+    case Page::Server: m_server->goOn(); break; // which signs in first
+    case Page::Sending: m_sending->goOn(); break;
     case Page::Ready: make(); break;
+    default: goOnFrom(m_page); break;
     }
 }
 
-void AccountWizard::finishServer()
+void AccountWizard::goOnFrom(Page page)
 {
-    m_server->putInto(m_draft);
-    show(Page::Ready);
+    const bool isAlone = m_draft.kind == AccountKind::Smtp;
+    if (page == Page::Person)
+        m_person->putInto(m_draft);
+    else if (page == Page::File)
+        m_file->putInto(m_draft);
+    else if (page == Page::Server)
+        m_server->putInto(m_draft);
+    else if (page == Page::Sending && isAlone)
+        m_sending->putInto(m_draft);
+    if (page == Page::Sending && !isAlone) {
+        m_outgoing.reset();
+        if (m_sending->isWanted())
+            m_sending->putInto(m_outgoing.emplace(outgoingDraftOf(m_draft)));
+    }
+    const QList<Page> pages = path();
+    show(pages[pages.indexOf(page) + 1]);
 }
 
 void AccountWizard::goBack()
 {
     m_server->stop();
+    m_sending->stop();
     const QList<Page> pages = path();
     show(pages[std::max(qsizetype(0), pages.indexOf(m_page) - 1)]);
+}
+
+/// The identity with the address of the account, made here where there is none; 0: none.
+int AccountWizard::makeIdentity()
+{
+    IdentityManager &identities = m_engine.identities();
+    if (m_draft.kind == AccountKind::BatchFile)
+        return 0;
+    if (const Identity *known = identities.find(m_draft.address))
+        return known->number;
+    if (!m_identity->isWanted())
+        return 0;
+    const int number = identities.add(m_identity->identity());
+    if (const QString text = m_identity->signature(); !text.isEmpty()) {
+        const QString name = tr("Standard");
+        Identity made = *identities.identity(number);
+        made.signature = name;
+        if (writeSignature(number, {name, Signature::Kind::Plain, text}))
+            identities.update(made);
+    }
+    identities.save();
+    return number;
 }
 
 void AccountWizard::make()
 {
     m_ready->putInto(m_draft);
+    m_draft.identity = makeIdentity();
     const int number = makeAccount(m_draft, m_engine.accounts());
     if (number == 0)
         return refreshFooter();
-    if (m_ready->fetchesAtOnce())
+    if (m_outgoing && !isSendingSetUp()) {
+        AccountDraft outgoing = *m_outgoing;
+        outgoing.identity = m_draft.identity;
+        outgoing.keeping = m_draft.keeping;
+        outgoing.name = freeAccountName(outgoingAccountName(m_draft.name), m_engine.accounts());
+        makeAccount(outgoing, m_engine.accounts());
+    }
+    if (m_draft.kind != AccountKind::Smtp && m_ready->fetchesAtOnce())
         m_engine.fetch(number);
     emit accountMade(number);
     accept();
@@ -262,6 +361,8 @@ void AccountWizard::reject()
 {
     if (m_page == Page::Server && m_server->isBusy())
         m_server->stop();
+    else if (m_page == Page::Sending && m_sending->isBusy())
+        m_sending->stop();
     else
         QDialog::reject();
 }

@@ -8,6 +8,7 @@ class DialogFooter;
 class DiscoveryNetwork;
 class Engine;
 class FilePage;
+class IdentityPage;
 class LoginTester;
 class PersonPage;
 class QPushButton;
@@ -15,8 +16,9 @@ class ReadyPage;
 class ServerPage;
 class WizardSteps;
 
-/// Sets an account up: what kind, whose, where the mail is, ready. One window that is opened with show() or
-/// open() and deletes itself; nothing is saved before its last button.
+/// Sets an account up: what kind, whose, where the mail is and where it is sent from, as whom one writes,
+/// ready. One window that is opened with show() or open() and deletes itself; nothing is saved before its
+/// last button.
 class AccountWizard : public QDialog
 {
     Q_OBJECT
@@ -26,16 +28,18 @@ public:
     AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTester &tester, QWidget *parent = nullptr);
     ~AccountWizard() override;
 
-    /// Passes the question by: Pop3 or BatchFile.
+    /// Passes the question by: Pop3, Smtp or BatchFile.
     void beginWith(AccountKind kind);
 
     void reject() override;
 
 signals:
-    void accountMade(int number); ///< it is saved, and fetches by now if that was wanted
+    /// The one that was asked for is saved, and fetches by now if that was wanted; with it the one that sends
+    /// and the identity.
+    void accountMade(int number);
 
 private:
-    enum class Page { Kind, Person, Server, File, Ready };
+    enum class Page { Kind, Person, Server, Sending, Identity, File, Ready };
 
     QWidget *newKindPage();
     void wirePages();
@@ -45,8 +49,12 @@ private:
     void show(Page page);
     void goOn();
     void goBack();
-    void finishServer();
+    void goOnFrom(Page page);
+    void beginSending();
+    void beginReady();
+    bool isSendingSetUp() const;
     void make();
+    int makeIdentity();
     void refreshFooter();
     bool canGoOn() const;
     QList<Page> path() const;
@@ -54,12 +62,15 @@ private:
 
     Engine &m_engine;
     AccountDraft m_draft;
+    std::optional<AccountDraft> m_outgoing; ///< besides m_draft
     bool m_asksForKind = true;
     Page m_page = Page::Kind;
     WizardSteps *m_steps;
     QList<QWidget *> m_pages; ///< by Page
     PersonPage *m_person;
     ServerPage *m_server;
+    ServerPage *m_sending;
+    IdentityPage *m_identity;
     FilePage *m_file;
     ReadyPage *m_ready;
     DialogFooter *m_footer;

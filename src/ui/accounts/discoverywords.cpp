@@ -26,11 +26,12 @@ QString shownName(MailProtocol protocol)
     return QLatin1String(rowOf(protocol).shown);
 }
 
-QString demands(const MailSettings &settings)
+/// What receives may be switched off; what sends goes without a switch.
+QString demands(const MailSettings &settings, MailProtocol protocol)
 {
     const QString name = nameOf(settings);
     QStringList sentences;
-    if (settings.needs & NeedsSwitch)
+    if (settings.needs & NeedsSwitch && protocol != MailProtocol::Smtp)
         sentences += tr("At %1 mail programs have no access until you switch POP3 on in the settings of your "
                         "mailbox.")
                          .arg(name);
@@ -69,16 +70,19 @@ DiscoveryWords sourceWords(const MailSettings &settings, const QString &domain)
             tr("Nothing is published about %1, but a server answers under the usual name.").arg(domain)};
 }
 
-DiscoveryWords strangerWords(const MailSettings &settings, const QString &domain)
+DiscoveryWords strangerWords(const MailSettings &settings, MailProtocol protocol, const QString &domain)
 {
-    const MailServer *server = settings.server(MailProtocol::Pop3);
+    const MailServer *server = settings.server(protocol);
     if (!server || isSameDomain(server->host, domain))
         return {};
     const QString text =
         tr("The server belongs to %1, not to %2.").arg(registrableDomain(server->host), domain);
     if (settings.isWhole) // a fact, and no reason to doubt
         return {Kind::Information, text};
-    return {Kind::Warning, text + u' ' + tr("Go on only if you know that this is where your mail is kept.")};
+    return {Kind::Warning, text + u' ' +
+                               (protocol == MailProtocol::Smtp
+                                    ? tr("Go on only if you know that your mail is sent through it.")
+                                    : tr("Go on only if you know that this is where your mail is kept."))};
 }
 
 DiscoveryWords needWords(const MailSettings &settings, MailProtocol protocol)
@@ -105,7 +109,7 @@ DiscoveryWords needWords(const MailSettings &settings, MailProtocol protocol)
                "Velmar cannot do yet. This account cannot be set up for now.")
                 .arg(name),
             settings.page, true};
-    const QString text = demands(settings);
+    const QString text = demands(settings, protocol);
     return {Kind::Warning, text, text.isEmpty() ? QString() : settings.page};
 }
 
@@ -115,6 +119,10 @@ DiscoveryWords nothingWords(const ServerDiscovery &discovery, MailProtocol proto
     const QString shown = shownName(protocol);
     if (discovery.declines(protocol))
         return {Kind::Warning, tr("%1 says that it offers no %2.").arg(domain, shown)};
+    if (protocol == MailProtocol::Smtp)
+        return {Kind::Warning, tr("No server to send through was found for %1. Your provider tells its name; "
+                                  "enter it below.")
+                                   .arg(domain)};
     for (const MailSettings &settings : discovery.found()) {
         if (settings.server(MailProtocol::Imap))
             return {Kind::Warning, tr("Only servers for IMAP were found for %1, which Velmar cannot use yet. "

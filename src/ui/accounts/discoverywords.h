@@ -16,7 +16,7 @@ struct DiscoveryWords
 DiscoveryWords sourceWords(const MailSettings &settings, const QString &domain);
 
 /// That the server belongs to somebody else than the address; nothing where it does not.
-DiscoveryWords strangerWords(const MailSettings &settings, const QString &domain);
+DiscoveryWords strangerWords(const MailSettings &settings, MailProtocol protocol, const QString &domain);
 
 /// What the provider demands before a mail program can sign in with @p protocol.
 DiscoveryWords needWords(const MailSettings &settings, MailProtocol protocol);

@@ -13,6 +13,11 @@
 
 using namespace Qt::StringLiterals;
 
+bool canTestLogin(AccountKind kind)
+{
+    return kind == AccountKind::Pop3 || kind == AccountKind::Smtp;
+}
+
 LoginCheck::LoginCheck(LoginTester &tester, AccountManager &accounts, const AccountData &account,
                        const AccountOptions &options, QObject *parent)
     : QObject(parent)
@@ -28,6 +33,8 @@ LoginCheck::LoginCheck(LoginTester &tester, AccountManager &accounts, const Acco
     QTimer::singleShot(0, this, [this, password] {
         if (!password.isEmpty())
             test(password);
+        else if (m_account.user.isEmpty())
+            test({}); // a server that takes mail without a sign-in
         else if (m_account.has(AccountKeyring) && m_accounts.passwordKeeper())
             readKeyring();
         else

@@ -11,6 +11,9 @@ class AccountManager;
 class LoginTester;
 struct LoginResult;
 
+/// Whether there is a way to try.
+bool canTestLogin(AccountKind kind);
+
 /// One try whether an account can log in, with the password that is at hand, kept in the keyring, or asked
 /// for. Destroying it ends the try.
 class LoginCheck : public QObject

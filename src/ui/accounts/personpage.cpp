@@ -39,11 +39,14 @@ QLabel *newHint(const QString &text)
 
 PersonPage::PersonPage(PasswordKeeper *keeper, QWidget *parent)
     : QWidget(parent)
+    , m_person(new QLineEdit)
     , m_address(new QLineEdit)
     , m_problem(newHint(tr("A mail address has the form name@provider, without blanks.")))
     , m_password(new QLineEdit)
     , m_keeping(new QComboBox)
 {
+    m_person->setObjectName(u"person"_s);
+    m_person->setPlaceholderText(tr("As others see it"));
     m_address->setObjectName(u"address"_s);
     m_address->setPlaceholderText(tr("name@provider"));
     m_address->setInputMethodHints(Qt::ImhEmailCharactersOnly);
@@ -63,6 +66,7 @@ PersonPage::PersonPage(PasswordKeeper *keeper, QWidget *parent)
     form->setHorizontalSpacing(space::card);
     form->setVerticalSpacing(space::between);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    form->addRow(tr("Your &name"), m_person);
     form->addRow(tr("Mail &address"), m_address);
     form->addRow(QString(), m_problem);
     form->addRow(tr("&Password"), m_password);
@@ -113,8 +117,15 @@ void PersonPage::addressLeft()
     m_problem->setVisible(!m_address->text().trimmed().isEmpty() && !isComplete());
 }
 
+void PersonPage::proposePerson(const QString &name)
+{
+    if (m_person->text().isEmpty())
+        m_person->setText(name);
+}
+
 void PersonPage::putInto(AccountDraft &draft) const
 {
+    draft.person = m_person->text().trimmed();
     draft.address = m_address->text().trimmed();
     draft.password = m_password->text();
     draft.keeping = PasswordKeeping(m_keeping->currentData().toInt());
@@ -127,7 +138,7 @@ bool PersonPage::isComplete() const
 
 void PersonPage::focusFirst()
 {
-    m_address->setFocus();
+    (m_person->text().isEmpty() ? m_person : m_address)->setFocus();
 }
 
 void PersonPage::focusPassword()

@@ -18,6 +18,9 @@ public:
     /// @p keeper: the desktop's keyring; null: there is none.
     explicit PersonPage(PasswordKeeper *keeper, QWidget *parent = nullptr);
 
+    /// Proposes the name that is known already; what was typed stays.
+    void proposePerson(const QString &name);
+
     void putInto(AccountDraft &draft) const;
     bool isComplete() const;
     void focusFirst();
@@ -31,6 +34,7 @@ private:
     void addressEdited();
     void addressLeft();
 
+    QLineEdit *m_person;
     QLineEdit *m_address;
     QLabel *m_problem;
     QLineEdit *m_password;

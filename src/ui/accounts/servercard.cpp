@@ -84,6 +84,7 @@ QString hostOf(const QString &typed)
 
 ServerCard::ServerCard(QWidget *parent)
     : Panel(Role::Card, parent)
+    , m_sign(new SignLabel({}, Role::Text2, IconUse::Bar))
     , m_title(newLabel(Role::Text))
     , m_change(new QPushButton(tr("C&hange…")))
     , m_facts(new QWidget)
@@ -102,10 +103,9 @@ ServerCard::ServerCard(QWidget *parent)
     fillFacts();
     fillFields();
 
-    auto *sign = new SignLabel(u"inbox"_s, Role::Text2, IconUse::Bar);
     auto *head = new QHBoxLayout;
     head->setSpacing(space::card);
-    head->addWidget(sign);
+    head->addWidget(m_sign);
     head->addWidget(m_title, 1);
     head->addWidget(m_change);
     QSizePolicy stays = m_change->sizePolicy();
@@ -119,7 +119,7 @@ ServerCard::ServerCard(QWidget *parent)
     result->addWidget(m_resultWord, 0, Qt::AlignTop);
     result->addWidget(m_resultText, 1, Qt::AlignTop);
     auto *body = new QVBoxLayout;
-    body->setContentsMargins(sign->sizeHint().width() + space::card, 0, 0, 0);
+    body->setContentsMargins(m_sign->sizeHint().width() + space::card, 0, 0, 0);
     body->setSpacing(space::inner);
     body->addWidget(m_facts);
     body->addWidget(m_fields);
@@ -221,7 +221,8 @@ bool ServerCard::isWhole() const
 {
     const MailServer now = server();
     const auto isBlank = [](QChar c) { return c.isSpace() || c == u'/' || c == u'@'; };
-    return !now.host.isEmpty() && !now.user.isEmpty() && now.port != 0 &&
+    const bool needsUser = now.protocol != MailProtocol::Smtp; // some take mail of their own net as it comes
+    return !now.host.isEmpty() && !(needsUser && now.user.isEmpty()) && now.port != 0 &&
            std::none_of(now.host.begin(), now.host.end(), isBlank);
 }
 
@@ -256,13 +257,17 @@ void ServerCard::focusFirst()
 
 void ServerCard::showFacts()
 {
-    m_title->setText(tr("Incoming mail (%1)").arg(QLatin1String(rowOf(m_server.protocol).shown)));
+    const bool isOutgoing = m_server.protocol == MailProtocol::Smtp;
+    m_sign->setSign(isOutgoing ? u"send"_s : u"inbox"_s, Role::Text2);
+    m_title->setText((isOutgoing ? tr("Outgoing mail (%1)") : tr("Incoming mail (%1)"))
+                         .arg(QLatin1String(rowOf(m_server.protocol).shown)));
     m_where->setText(tr("%1, port %2").arg(harmlessLine(m_server.host)).arg(m_server.port));
     for (const EncryptionRow &row : kEncryptions) {
         if (row.encryption == m_server.encryption)
             m_encryption->setText(tr(row.words));
     }
-    m_user->setText(harmlessLine(m_server.user));
+    m_user->setText(m_server.user.isEmpty() ? tr("Nobody: it takes mail without a sign-in")
+                                            : harmlessLine(m_server.user));
     m_warning->setVisible(m_server.encryption == MailEncryption::None);
 }
 

@@ -52,6 +52,7 @@ private:
     void fieldEdited();
 
     MailServer m_server;
+    SignLabel *m_sign;
     QLabel *m_title;
     QPushButton *m_change;
     QWidget *m_facts;

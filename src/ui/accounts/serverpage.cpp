@@ -9,6 +9,7 @@
 #include "ui/texts/harmless.h"
 #include "ui/transfers/transferexplanation.h"
 
+#include <QCheckBox>
 #include <QDesktopServices>
 #include <QLabel>
 #include <QLocale>
@@ -28,6 +29,14 @@ QString countOf(int messages)
                          : ServerPage::tr("signed in, %1 messages").arg(QLocale().toString(messages));
 }
 
+/// What sends stands beside what receives: "smtp.example.org" beside "pop.example.org".
+QString outgoingNameFor(const QString &incoming)
+{
+    const QString first = incoming.section(u'.', 0, 0);
+    const bool isItsKind = first == "pop"_L1 || first == "pop3"_L1 || first == "imap"_L1;
+    return isItsKind ? u"smtp"_s + incoming.sliced(first.size()) : incoming;
+}
+
 /// The other usual form of a name is what the server may want instead.
 QString refusalWords(const QString &user)
 {
@@ -40,10 +49,12 @@ QString refusalWords(const QString &user)
 
 } // namespace
 
-ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *parent)
+ServerPage::ServerPage(MailProtocol protocol, DiscoveryNetwork &network, LoginTester &tester, QWidget *parent)
     : QWidget(parent)
+    , m_protocol(protocol)
     , m_tester(tester)
     , m_discovery(network)
+    , m_wanted(new QCheckBox(tr("Send &mail through this server")))
     , m_source(new Notice)
     , m_stranger(new Notice)
     , m_needs(new Notice)
@@ -53,6 +64,9 @@ ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *
     , m_outcome(new Notice)
     , m_keep(new KeepOnServer)
 {
+    m_wanted->setObjectName(u"wanted"_s);
+    m_wanted->setChecked(true);
+    m_wanted->hide();
     m_source->setObjectName(u"source"_s);
     m_stranger->setObjectName(u"stranger"_s);
     m_needs->setObjectName(u"needs"_s);
@@ -63,13 +77,15 @@ ServerPage::ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(space::group);
-    for (QWidget *widget : {static_cast<QWidget *>(m_source), static_cast<QWidget *>(m_stranger),
-                            static_cast<QWidget *>(m_needs), static_cast<QWidget *>(m_searching),
-                            static_cast<QWidget *>(m_view), static_cast<QWidget *>(m_card),
-                            static_cast<QWidget *>(m_outcome), static_cast<QWidget *>(m_keep)})
+    for (QWidget *widget :
+         {static_cast<QWidget *>(m_wanted), static_cast<QWidget *>(m_source),
+          static_cast<QWidget *>(m_stranger), static_cast<QWidget *>(m_needs),
+          static_cast<QWidget *>(m_searching), static_cast<QWidget *>(m_view), static_cast<QWidget *>(m_card),
+          static_cast<QWidget *>(m_outcome), static_cast<QWidget *>(m_keep)})
         column->addWidget(widget);
     column->addStretch(1);
     connect(&m_discovery, &ServerDiscovery::finished, this, &ServerPage::found);
+    connect(m_wanted, &QCheckBox::toggled, this, &ServerPage::edited);
     connect(m_card, &ServerCard::edited, this, &ServerPage::edited);
     connect(m_card, &ServerCard::changeWanted, this, &ServerPage::enterByHand);
     connect(m_needs, &Notice::clicked, this, [this] { QDesktopServices::openUrl(QUrl(m_page)); });
@@ -81,16 +97,45 @@ ServerPage::~ServerPage()
     m_discovery.disconnect(this);
 }
 
-void ServerPage::begin(const AccountDraft &draft)
+void ServerPage::begin(const AccountDraft &draft, const std::optional<MailSettings> &known)
 {
     const bool isOtherPassword = draft.password != m_draft.password;
     m_draft = draft;
-    if (draft.address != m_searched)
+    if (draft.address != m_searched) {
+        m_known = known;
         search();
-    else if (isOtherPassword && !m_discovery.isRunning())
+    } else if (isOtherPassword && !m_discovery.isRunning()) {
         edited(); // what was tried was tried with another one
+    }
     arrange();
     focusFirst();
+}
+
+void ServerPage::makeOptional()
+{
+    m_wanted->show();
+}
+
+bool ServerPage::isWanted() const
+{
+    return m_wanted->isHidden() || (m_wanted->isChecked() && !m_isBlocked);
+}
+
+std::optional<MailSettings> ServerPage::foundFor(MailProtocol protocol) const
+{
+    const auto taken = best();
+    if (taken && taken->server(protocol))
+        return taken;
+    for (const MailSettings &settings : m_discovery.found()) {
+        if (settings.server(protocol))
+            return settings;
+    }
+    return std::nullopt;
+}
+
+std::optional<MailSettings> ServerPage::best() const
+{
+    return m_known ? m_known : m_discovery.best();
 }
 
 void ServerPage::search()
@@ -99,15 +144,16 @@ void ServerPage::search()
     m_searched = m_draft.address;
     m_isBlocked = false;
     m_hasTried = false;
-    for (Notice *notice : {m_source, m_stranger, m_needs, m_outcome})
-        notice->say(MessageBar::Kind::Information, {});
-    MailServer empty;
-    empty.port = usualPort(MailProtocol::Pop3, MailEncryption::Tls);
-    empty.user = m_draft.address;
-    m_card->setServer(empty);
-    m_card->setResult(ServerCard::Trying::NotYet);
-    m_card->setEditing(false);
-    if (m_discovery.start(m_draft.address, {MailProtocol::Pop3})) {
+    reset();
+    if (m_known) {
+        m_discovery.stop();
+        setState(State::Shown);
+        return showFound(*m_known);
+    }
+    // who asks for the mail's server learns of the one that sends by the same questions
+    const QList<MailProtocol> wanted =
+        m_protocol == MailProtocol::Smtp ? QList{MailProtocol::Smtp} : QList{m_protocol, MailProtocol::Smtp};
+    if (m_discovery.start(m_draft.address, wanted)) {
         m_searching->setText(tr("Looking for the server of %1. This takes ten seconds at most.")
                                  .arg(harmlessLine(m_discovery.identity().domain)));
         m_view->refresh();
@@ -118,29 +164,51 @@ void ServerPage::search()
     enterByHand();
 }
 
+/// An empty card; where mail comes from tells the likeliest name of the server that sends.
+void ServerPage::reset()
+{
+    for (Notice *notice : {m_source, m_stranger, m_needs, m_outcome})
+        notice->say(MessageBar::Kind::Information, {});
+    MailServer empty;
+    empty.protocol = m_protocol;
+    empty.port = usualPort(m_protocol, MailEncryption::Tls);
+    empty.user = m_draft.address;
+    if (m_protocol == MailProtocol::Smtp && !m_draft.server.host.isEmpty()) {
+        empty.host = outgoingNameFor(m_draft.server.host);
+        empty.user = m_draft.server.user;
+    }
+    m_card->setServer(empty);
+    m_card->setResult(ServerCard::Trying::NotYet);
+    m_card->setEditing(false);
+}
+
 void ServerPage::found()
 {
     if (m_state != State::Searching)
         return;
-    const auto best = m_discovery.best();
+    const auto settings = best();
     setState(State::Shown);
-    if (best)
-        return showFound(*best);
-    say(m_source, nothingWords(m_discovery, MailProtocol::Pop3));
+    if (settings)
+        return showFound(*settings);
+    say(m_source, nothingWords(m_discovery, m_protocol));
     enterByHand();
 }
 
 void ServerPage::showFound(const MailSettings &settings)
 {
-    const QString domain = m_discovery.identity().domain;
-    const DiscoveryWords needs = needWords(settings, MailProtocol::Pop3);
+    const QString domain = mailIdentityOf(m_draft.address).domain;
+    const DiscoveryWords needs = needWords(settings, m_protocol);
     m_isBlocked = needs.ends;
     m_page = needs.page;
     say(m_needs, needs, needs.page.isEmpty() ? QString() : tr("Open &web page"));
-    if (const MailServer *server = settings.server(MailProtocol::Pop3)) {
+    if (const MailServer *found = settings.server(m_protocol)) {
         say(m_source, sourceWords(settings, domain));
-        say(m_stranger, strangerWords(settings, domain));
-        m_card->setServer(*server);
+        say(m_stranger, strangerWords(settings, m_protocol, domain));
+        MailServer server = *found;
+        const bool isGuessed = settings.source == SettingsSource::ConventionalNames;
+        if (m_protocol == MailProtocol::Smtp && isGuessed && !m_draft.server.user.isEmpty())
+            server.user = m_draft.server.user; // what signs in to fetch signs in to send
+        m_card->setServer(server);
     }
     m_card->setEditing(false);
     arrange();
@@ -185,11 +253,15 @@ void ServerPage::setState(State state)
 void ServerPage::arrange()
 {
     const bool isSearching = m_state == State::Searching;
-    const bool hasFailed = !m_discovery.best() && !m_searched.isEmpty() && m_discovery.identity().isValid();
+    const bool isShown = !isSearching && !m_isBlocked && isWanted();
+    const bool hasFailed = !best() && !m_searched.isEmpty() && m_discovery.identity().isValid();
+    for (Notice *notice : {m_source, m_stranger, m_needs, m_outcome})
+        notice->setVisible((isWanted() || m_isBlocked) && !notice->text().isEmpty());
     m_searching->setVisible(isSearching);
-    m_view->setVisible(isSearching || (hasFailed && !m_hasTried));
-    m_card->setVisible(!isSearching && !m_isBlocked);
-    m_keep->setVisible(!isSearching && !m_isBlocked);
+    m_view->setVisible(isSearching || (hasFailed && !m_hasTried && isWanted()));
+    m_card->setVisible(isShown);
+    m_keep->setVisible(isShown && m_protocol == MailProtocol::Pop3);
+    m_wanted->setEnabled(m_state != State::Trying && !isSearching && !m_isBlocked);
     m_card->setEnabled(m_state != State::Trying);
     m_keep->setEnabled(m_state != State::Trying);
     emit changed();
@@ -209,11 +281,14 @@ void ServerPage::putInto(AccountDraft &draft) const
 {
     draft.server = m_card->server();
     draft.accepted = m_accepted;
-    m_keep->putInto(draft);
+    if (m_protocol == MailProtocol::Pop3)
+        m_keep->putInto(draft);
 }
 
 QString ServerPage::verb() const
 {
+    if (!isWanted())
+        return tr("&Continue");
     if (m_state == State::Failed)
         return tr("&Try again");
     return m_state != State::Works && canTry() ? tr("Si&gn in") : tr("&Continue");
@@ -221,13 +296,15 @@ QString ServerPage::verb() const
 
 bool ServerPage::canGoOn() const
 {
-    return !isBusy() && !m_isBlocked && m_card->isWhole();
+    return !isBusy() && (!isWanted() || (!m_isBlocked && m_card->isWhole()));
 }
 
 QString ServerPage::secondary() const
 {
     if (m_state == State::Trying)
         return tr("S&top");
+    if (!isWanted() && !m_isBlocked)
+        return {};
     if (m_state == State::Failed)
         return tr("Continue &untried");
     if (!m_card->isEditing())
@@ -250,27 +327,28 @@ void ServerPage::useSecondary()
 /// Whether there is a server that the fields could be filled with again.
 bool ServerPage::hasFound() const
 {
-    const auto best = m_discovery.best();
-    return best && best->server(MailProtocol::Pop3);
+    const auto settings = best();
+    return settings && settings->server(m_protocol);
 }
 
 void ServerPage::useFound()
 {
     edited();
-    if (const auto best = m_discovery.best())
-        showFound(*best);
+    if (const auto settings = best())
+        showFound(*settings);
 }
 
 bool ServerPage::canTry() const
 {
-    return !m_draft.password.isEmpty() && mayTryLogin(m_card->server());
+    const MailServer server = m_card->server();
+    return !m_draft.password.isEmpty() && !server.user.isEmpty() && mayTryLogin(server);
 }
 
 void ServerPage::goOn()
 {
     if (!canGoOn())
         return;
-    if (m_state != State::Works && canTry())
+    if (isWanted() && m_state != State::Works && canTry())
         tryLogin();
     else
         emit done();

@@ -14,6 +14,7 @@ class CertificateDialog;
 class DiscoveryView;
 class KeepOnServer;
 class Notice;
+class QCheckBox;
 class QLabel;
 class ServerCard;
 
@@ -24,12 +25,23 @@ class ServerPage : public QWidget
     Q_OBJECT
 
 public:
-    /// Both must outlive this.
-    ServerPage(DiscoveryNetwork &network, LoginTester &tester, QWidget *parent = nullptr);
+    /// Pop3 or Smtp. Both must outlive this.
+    ServerPage(MailProtocol protocol, DiscoveryNetwork &network, LoginTester &tester,
+               QWidget *parent = nullptr);
     ~ServerPage() override;
 
-    /// Shows the page for @p draft: searches, unless the address is the one that was searched for already.
-    void begin(const AccountDraft &draft);
+    /// Shows the page for @p draft: searches, unless @p known says where the server is, or the address is the
+    /// one that was searched for already.
+    void begin(const AccountDraft &draft, const std::optional<MailSettings> &known = std::nullopt);
+
+    /// Lets the user do without this server.
+    void makeOptional();
+
+    /// Whether there is to be an account for it.
+    bool isWanted() const;
+
+    /// What the search has found about @p protocol besides; nothing when it found no such server.
+    std::optional<MailSettings> foundFor(MailProtocol protocol) const;
 
     void putInto(AccountDraft &draft) const;
     void focusFirst();
@@ -58,7 +70,9 @@ private:
     enum class State { Searching, Shown, Trying, Works, Failed };
 
     void search();
+    void reset();
     void found();
+    std::optional<MailSettings> best() const;
     void showFound(const MailSettings &settings);
     void enterByHand();
     bool hasFound() const;
@@ -75,9 +89,11 @@ private:
     void endTrying();
     void closeQuestion();
 
+    const MailProtocol m_protocol;
     LoginTester &m_tester;
     ServerDiscovery m_discovery;
-    AccountDraft m_draft; ///< of the earlier pages
+    std::optional<MailSettings> m_known; ///< without a search of its own
+    AccountDraft m_draft;                ///< of the earlier pages
     State m_state = State::Shown;
     QString m_searched;       ///< the address
     bool m_isBlocked = false; ///< the provider cannot be used
@@ -89,6 +105,7 @@ private:
     std::optional<CertificateInfo> m_accepted;
     bool m_passwordHelps = false; ///< another one may mend what went wrong
 
+    QCheckBox *m_wanted;
     Notice *m_source;
     Notice *m_stranger;
     Notice *m_needs;
