@@ -8,6 +8,7 @@ import subprocess
 import time
 
 FROM, TO = 'ada@test.example', 'bob@test.example'
+SINK = '/usr/sbin/smtp-sink'
 
 
 class Sink:
@@ -18,7 +19,7 @@ class Sink:
             free.bind(('127.0.0.1', 0))
             self.port = free.getsockname()[1]
         user = ['-u', 'nobody'] if os.getuid() == 0 else []
-        self.process = subprocess.Popen(['/usr/sbin/smtp-sink', *user, f'127.0.0.1:{self.port}', '100'])
+        self.process = subprocess.Popen([SINK, *user, f'127.0.0.1:{self.port}', '100'])
         for _ in range(1000):
             try:
                 socket.create_connection(('127.0.0.1', self.port)).close()
@@ -60,6 +61,23 @@ def by_smtplib(port, names):
     with smtplib.SMTP('127.0.0.1', port) as connection:
         for text in texts:
             connection.sendmail(FROM, [TO], text)
+    return time.monotonic() - start
+
+
+def by_smtplib_with_marks(port, names, journal):
+    """The same with a note on the disk before and after each message: what must be known after a crash."""
+    texts = []
+    for name in names:
+        with open(name, 'rb') as file:
+            texts.append(file.read())
+    start = time.monotonic()
+    with smtplib.SMTP('127.0.0.1', port) as connection, open(journal, 'wb', buffering=0) as marks:
+        for number, text in enumerate(texts):
+            marks.write(f'sending {number}\n'.encode())
+            os.fdatasync(marks.fileno())
+            connection.sendmail(FROM, [TO], text)
+            marks.write(f'sent {number}\n'.encode())
+            os.fdatasync(marks.fileno())
     return time.monotonic() - start
 
 
