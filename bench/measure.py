@@ -295,6 +295,8 @@ def sending(table):
     plain, ours = senders.write(f'{DATA}/outgoing', MAIL, SENT)
     with senders.Sink() as sink:
         velmar, smtplib = best(9, lambda: send_once(sink.port, ours), lambda: senders.by_smtplib(sink.port, plain))
+        outbox, marked = best(5, lambda: send_outbox(sink.port, plain),
+                              lambda: senders.by_smtplib_with_marks(sink.port, plain, f'{DATA}/marks'))
         msmtp = senders.by_msmtp(sink.port, plain[:SENT // 10]) * 10
     size = sum(os.path.getsize(name) for name in plain)
     table.head(f'Sending {SENT:,} messages, {size / 1e6:.0f} MB, to a server that keeps nothing')
