@@ -26,7 +26,9 @@
 #include "ui/texts/harmless.h"
 
 #include <QActionGroup>
+#include <QApplication>
 #include <QComboBox>
+#include <QInputMethodEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
@@ -80,6 +82,7 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     setMinimumSize(kSmallest);
     if (m_draft == 0)
         m_draft = m_services.drafts.begin(m_context);
+    qApp->installEventFilter(this);
     createBars();
     createStatus();
     auto *page = new QWidget;
@@ -108,7 +111,14 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     if (const int seconds = intSetting(Setting::SendAutoSaveInterval); seconds > 0)
         m_interval.start(seconds * 1000);
     show(started.composition);
+    const bool wantsRich = boolSetting(m_isArticle ? Setting::SendRichTextNews : Setting::SendRichTextMail);
+    if (wantsRich && started.draft == 0 && draft == 0)
+        m_editor->setRich(true); // a quotation of a plain text comes as such
+    m_tagline = started.tagline;
+    m_signatureEnd = started.signatureEnd;
     m_textAtFirst = m_editor->plainForm();
+    if (!started.signatureCommand.isEmpty())
+        runSignature(started.signatureCommand);
     m_isChanged = false;
     m_isKept = true;
     updateStatus();
@@ -122,6 +132,15 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
 }
 
 SendWindow::~SendWindow() = default;
+
+/// Keys belong to an input method while it has characters that are not settled.
+bool SendWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    const auto *widget = event->type() == QEvent::InputMethod ? qobject_cast<QWidget *>(watched) : nullptr;
+    if (widget && isAncestorOf(widget))
+        m_isComposing = !static_cast<QInputMethodEvent *>(event)->preeditString().isEmpty();
+    return false;
+}
 
 void SendWindow::comeForward()
 {
@@ -284,11 +303,17 @@ void SendWindow::updateHave()
 {
     const bool rich = m_editor->isRich();
     const auto *document = rich ? m_editor->rich()->document() : m_editor->plain()->document();
-    unsigned have = rich ? ComposeNeedsRich : ComposeNeedsPlain;
-    have |= document->isUndoAvailable() ? ComposeNeedsUndo : 0;
-    have |= document->isRedoAvailable() ? ComposeNeedsRedo : 0;
-    have |= m_isArticle ? ComposeNeedsArticle : 0;
-    have |= m_services.drafts.versions(m_draft).empty() ? 0 : ComposeNeedsVersions;
+    const std::pair<ComposeNeed, bool> needs[] = {
+        {ComposeNeedsRich, rich},
+        {ComposeNeedsPlain, !rich},
+        {ComposeNeedsUndo, document->isUndoAvailable()},
+        {ComposeNeedsRedo, document->isRedoAvailable()},
+        {ComposeNeedsArticle, m_isArticle},
+        {ComposeNeedsVersions, !m_services.drafts.versions(m_draft).empty()},
+    };
+    unsigned have = 0;
+    for (const auto &[need, there] : needs)
+        have |= there ? unsigned(need) : 0U;
     m_registry.setHave(have);
 }
 

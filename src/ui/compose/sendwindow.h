@@ -31,6 +31,7 @@ struct ComposeServices
     Outbox &outbox;
     IdentityManager &identities;
     MessageBoxes &boxes;
+    std::function<bool(const QString &group)> isSubscribed; ///< to a newsgroup; null: nobody knows
 };
 
 /// The window in which a message is written. It keeps versions of it as a draft while one types, and closes
@@ -62,6 +63,7 @@ signals:
     void attachmentOpened(const Attachment &attachment);
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -91,6 +93,7 @@ private:
     void changed();
     void identityChosen(int number);
     void takeSignature(const QString &name);
+    void runSignature(const QString &command);
     void putSignature(const QString &text, bool isHtml);
     void takeTemplate(const QString &name);
     void attachFiles(const QStringList &paths);
@@ -134,11 +137,14 @@ private:
     DraftContext m_context;
     int m_draft = 0;
     QString m_textAtFirst;
+    QString m_tagline;      ///< that is in the text
+    QString m_signatureEnd; ///< with which the text ends, as setSignature() gave it
     bool m_isArticle = false;
-    bool m_isChanged = false; ///< since the draft was stored, or since the window opened
-    bool m_isKept = true;     ///< the newest version holds everything
-    bool m_isOver = false;    ///< sent or discarded: nothing is kept any more
-    bool m_isSending = false; ///< questions are open
+    bool m_isChanged = false;   ///< since the draft was stored, or since the window opened
+    bool m_isKept = true;       ///< the newest version holds everything
+    bool m_isOver = false;      ///< sent or discarded: nothing is kept any more
+    bool m_isComposing = false; ///< an input method has characters that are not settled
+    bool m_isSending = false;   ///< questions are open
     qint64 m_notBefore = 0;
     QString m_savedText;
     QTimer m_typed;

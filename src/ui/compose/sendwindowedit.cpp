@@ -61,22 +61,26 @@ void SendWindow::takeSignature(const QString &name)
         putSignature(signature->text, signature->kind == Signature::Kind::Html);
         return;
     }
-    auto *command = new SignatureCommand(this);
-    connect(command, &SignatureCommand::finished, this,
-            [this, command](const QString &text, const QString &problem) {
-                command->deleteLater();
-                if (problem.isEmpty())
-                    putSignature(text, false);
-                else
-                    m_bar->tell(MessageBar::Kind::Warning, problem);
-            });
-    command->start(signature->text);
+    runSignature(signature->text);
+}
+
+void SendWindow::runSignature(const QString &command)
+{
+    auto *run = new SignatureCommand(this);
+    connect(run, &SignatureCommand::finished, this, [this, run](const QString &text, const QString &problem) {
+        run->deleteLater();
+        if (problem.isEmpty())
+            putSignature(text, false);
+        else
+            m_bar->tell(MessageBar::Kind::Warning, problem);
+    });
+    run->start(command);
 }
 
 void SendWindow::putSignature(const QString &text, bool isHtml)
 {
     Composition now = composition();
-    setSignature(now, text, isHtml, {});
+    m_signatureEnd = setSignature(now, text, isHtml, m_tagline, m_signatureEnd);
     if (!m_editor->isRich() && now.html.isEmpty())
         m_editor->plain()->replaceAll(now.text);
     else

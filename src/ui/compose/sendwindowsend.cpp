@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 void SendWindow::send(qint64 notBefore)
 {
-    if (m_isSending || m_isOver)
+    if (m_isSending || m_isOver || m_isComposing)
         return;
     m_header->commit();
     m_notBefore = notBefore;
@@ -24,6 +24,7 @@ void SendWindow::send(qint64 notBefore)
     context.textAtFirst = m_textAtFirst;
     context.isArticle = m_isArticle;
     context.isReply = m_context.deed == DraftContext::Deed::Reply;
+    context.isSubscribed = m_services.isSubscribed;
     context.isKnown = [this](const QString &address) { return m_services.composer.isKnown(address); };
     context.knownAddresses = m_services.composer.knownAddresses();
     m_isSending = true;
