@@ -1,5 +1,6 @@
-// Draws the windows of transfers and accounts into a directory: those of the documentation, or with "all"
-// after the directory every one of them light, dark, in 14 points and from right to left.
+// Draws the windows of transfers, accounts, identities and templates into a directory: those of the
+// documentation, or with "all" after the directory every one of them light, dark, in 14 points and from right
+// to left.
 #include "faketransfers.h"
 #include "support/discoverynetwork.h"
 #include "support/scratch.h"
@@ -8,12 +9,21 @@
 #include "config/directory.h"
 #include "engine/engine.h"
 #include "engine/logintest.h"
+#include "identity/signatures.h"
+#include "identity/templates.h"
 #include "ui/accounts/accounteditor.h"
 #include "ui/accounts/accountlogwindow.h"
 #include "ui/accounts/accountsdialog.h"
 #include "ui/accounts/accountwizard.h"
 #include "ui/accounts/certificatedialog.h"
 #include "ui/accounts/passworddialog.h"
+#include "ui/identities/identitiesdialog.h"
+#include "ui/identities/identityeditor.h"
+#include "ui/identities/signatureeditor.h"
+#include "ui/identities/signaturesdialog.h"
+#include "ui/identities/taglinesdialog.h"
+#include "ui/identities/templateeditor.h"
+#include "ui/identities/templatesdialog.h"
 #include "ui/look/looks.h"
 #include "ui/transfers/fetchercontrol.h"
 #include "ui/transfers/fetchererrorlist.h"
@@ -45,7 +55,9 @@ constexpr PictureRow kBook[] = {
     {"account-editor", true},  {"accounts", false},
     {"transfers", true},       {"transfer-errors", false},
     {"account-log", false},    {"certificate", true},
-    {"password", false},
+    {"password", false},       {"identities", false},
+    {"identity-editor", true}, {"signature-html", false},
+    {"template-editor", true}, {"account-wizard-sending", false},
 };
 
 /// The moment of the pictures: 20 November 2026, 11:31:20 UTC. It goes on when the scene says so.
@@ -99,13 +111,13 @@ PasswordQuestion passwordQuestion()
 class PictureTester : public LoginTester
 {
 public:
-    void test(const AccountData &, const AccountOptions &, CertificateJudge, QObject *context,
+    void test(const AccountData &account, const AccountOptions &, CertificateJudge, QObject *context,
               std::function<void(const LoginResult &)> done) override
     {
         QMetaObject::invokeMethod(
             context,
-            [done] {
-                done({AccountFetchReason::None, {}, false, 1284});
+            [done, isOutgoing = account.kind == AccountKind::Smtp] {
+                done({AccountFetchReason::None, {}, false, isOutgoing ? -1 : 1284});
             },
             Qt::QueuedConnection);
     }
@@ -124,7 +136,11 @@ public:
             qFatal("the engine does not load");
         m_engine.accounts().setFactory(&m_clients);
         m_network.files[u"https://autoconfig.tidewater.example/mail/config-v1.1.xml"_s] =
-            publishedSettings("pop.tidewater.example");
+            publishedSettings("pop.tidewater.example")
+                .replace("</emailProvider>",
+                         "<outgoingServer type=\"smtp\"><hostname>smtp.tidewater.example</hostname>"
+                         "<port>465</port><socketType>SSL</socketType><username>%EMAILLOCALPART%</username>"
+                         "</outgoingServer></emailProvider>");
         AccountData home = popAccount(u"Home"_s, u"pop.tidewater.example"_s);
         home.address = u"clara@tidewater.example"_s;
         home.fetchInterval = 10;
@@ -141,6 +157,15 @@ public:
         batch.kind = AccountKind::BatchFile;
         batch.host = u"/var/mail/clara"_s;
         m_batch = m_engine.accounts().add(batch);
+        AccountData out;
+        out.name = u"Sailing club, outgoing"_s;
+        out.kind = AccountKind::Smtp;
+        out.host = u"smtp.sailing.example"_s;
+        out.port = 587;
+        out.user = u"club"_s;
+        out.set(AccountStartTls, true);
+        m_out = m_engine.accounts().add(out);
+        addIdentities();
         addErrors();
         AccountOptions options;
         options.accepted = {certificate(u"tidewater.example"_s, 'b')};
@@ -155,6 +180,7 @@ public:
         drawTransfers();
         drawAccounts();
         drawQuestions();
+        drawIdentities();
         m_clients.of(m_home)->end();
         QTest::qWait(20);
     }
@@ -178,6 +204,7 @@ private:
         auto *wizard = new AccountWizard(m_engine, m_network, m_tester);
         wizard->beginWith(AccountKind::Pop3);
         wizard->setVisible(true);
+        wizard->findChild<QLineEdit *>(u"person"_s)->setText(u"Clara Winter"_s);
         wizard->findChild<QLineEdit *>(u"address"_s)->setText(u"clara@tidewater.example"_s);
         wizard->findChild<QLineEdit *>(u"password"_s)->setText(u"secret"_s);
         save(*wizard, "account-wizard-person");
@@ -188,6 +215,13 @@ private:
         next->click();
         QTest::qWait(100);
         save(*wizard, "account-wizard-works");
+        next->click();
+        QTest::qWait(30);
+        next->click();
+        QTest::qWait(100);
+        save(*wizard, "account-wizard-sending");
+        next->click();
+        save(*wizard, "account-wizard-identity");
         next->click();
         save(*wizard, "account-wizard-ready");
         delete wizard;
@@ -223,8 +257,10 @@ private:
     {
         auto *accounts = new AccountsDialog(m_engine);
         save(*accounts, "accounts");
-        for (const auto &[number, name] :
-             {std::pair{m_home, "account-editor"}, {m_press, "editor-plain"}, {m_batch, "editor-batch"}}) {
+        for (const auto &[number, name] : {std::pair{m_home, "account-editor"},
+                                           {m_press, "editor-plain"},
+                                           {m_batch, "editor-batch"},
+                                           {m_out, "editor-outgoing"}}) {
             accounts->editAccount(number);
             auto *editor = accounts->findChildren<AccountEditor *>().last();
             if (number == m_press)
@@ -252,6 +288,78 @@ private:
         save(changed, "certificate-changed");
         PasswordDialog password(passwordQuestion());
         save(password, "password");
+    }
+
+    void addIdentities()
+    {
+        Identity clara;
+        clara.name = u"Clara Winter"_s;
+        clara.address = u"clara@winter.example"_s;
+        clara.organisation = u"Tidewater Press"_s;
+        clara.signature = u"Work"_s;
+        clara.set(IdentityTagline, true);
+        m_clara = m_engine.identities().add(clara);
+        Identity club;
+        club.name = u"Sailing club"_s;
+        club.address = u"club@sailing.example"_s;
+        club.replyTo = u"Board <board@sailing.example>"_s;
+        m_engine.identities().add(club);
+        Identity press;
+        press.name = u"Tidewater Press, editors"_s;
+        press.address = u"editors@press.example"_s;
+        press.organisation = u"Tidewater Press"_s;
+        m_engine.identities().add(press);
+        writeSignature(m_clara, {u"Work"_s, Signature::Kind::Html,
+                                 u"<p><b>Clara Winter</b><br>\n<i>Tidewater Press</i>, editor<br>\n"
+                                 "<a href=\"https://tidewater.example\">tidewater.example</a></p>"_s});
+        writeSignature(m_clara, {u"Friends"_s, Signature::Kind::Plain, u"Clara\n+49 40 555 0142"_s});
+        writeSignature(m_clara, {u"Tide of the day"_s, Signature::Kind::Command, u"tides --today Harbour"_s});
+        writeTaglines(m_clara, {u"A smooth sea never made a skilled sailor."_s,
+                                u"Ships are safe in harbour,\nbut that is not what ships are for."_s,
+                                u"Every book is a voyage."_s});
+        writeTemplate(u"Thanks for your manuscript"_s, manuscriptText());
+        writeTemplate(u"Reply with greeting"_s, u"Hello %from[name],\n\n%body[quoted]"_s);
+    }
+
+    static QString manuscriptText()
+    {
+        return u"Dear %from[name],\n\nthank you for your message of %date[d MMMM] about “%subject”.\nWe "
+               u"shall "
+               "answer within 14 days.\n\n%identity[name]\n%identity[address]\n\n%body[quoted]"_s;
+    }
+
+    void drawIdentities()
+    {
+        IdentitiesDialog identities(m_engine);
+        save(identities, "identities");
+        auto *editor = new IdentityEditor(m_engine, *m_engine.identities().identity(m_clara));
+        save(*editor, "identity-editor");
+        editor->resize(editor->width(), editor->sizeHint().height() * 3);
+        editor->findChild<QLineEdit *>(u"address"_s)->setText(u"clara@"_s);
+        editor->findChild<QPushButton *>(u"ok"_s)->click();
+        save(*editor, "identity-editor-whole");
+        delete editor;
+        SignaturesDialog signatures(m_engine.identities(), m_clara);
+        save(signatures, "signatures");
+        SignatureEditor html(m_clara, u"Work"_s);
+        save(html, "signature-html");
+        SignatureEditor command(m_clara, {});
+        command.setSignature({u"Tide"_s, Signature::Kind::Command, u"echo 'High tide at 18:04'"_s});
+        command.show();
+        command.findChild<QPushButton *>(u"try"_s)->click();
+        QTest::qWait(300);
+        save(command, "signature-command");
+        TaglinesDialog taglines(m_clara);
+        save(taglines, "taglines");
+        TemplatesDialog templates(m_engine.identities(), Message());
+        save(templates, "templates");
+        TemplateEditor text(m_engine.identities(), Message(), u"Thanks for your manuscript"_s);
+        save(text, "template-editor");
+        for (QDialog *each : {static_cast<QDialog *>(&identities), static_cast<QDialog *>(&signatures),
+                              static_cast<QDialog *>(&html), static_cast<QDialog *>(&command),
+                              static_cast<QDialog *>(&taglines), static_cast<QDialog *>(&templates),
+                              static_cast<QDialog *>(&text)})
+            each->setAttribute(Qt::WA_DeleteOnClose, false);
     }
 
     FakeFetcher &fetch(int account)
@@ -312,6 +420,8 @@ private:
     int m_club = 0;
     int m_press = 0;
     int m_batch = 0;
+    int m_out = 0;
+    int m_clara = 0;
 };
 
 } // namespace

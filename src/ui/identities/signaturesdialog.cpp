@@ -38,7 +38,7 @@ SignaturesDialog::SignaturesDialog(IdentityManager &identities, int identity, QW
 {
     setObjectName(u"signaturesDialog"_s);
     setEmpty(tr("No signatures yet"), tr("A signature stands below the text of every message."),
-             tr("&New signature…"), [this] { openEditor({}); });
+             tr("New signature…"), [this] { openEditor({}); });
     addButton(tr("&New…"), "new", Needs::Nothing, [this] { openEditor({}); });
     setEditButton(
         addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { openEditor(currentKey().toString()); }));

@@ -25,10 +25,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kTextWidth = 60; ///< characters
-constexpr int kListWidth = 36;
-constexpr int kTextLines = 9;
-constexpr int kIdentityWidth = 28;
+constexpr int kTextWidth = 68; ///< characters
+constexpr int kListWidth = 42;
+constexpr int kTextLines = 10;
+constexpr int kIdentityWidth = 16;
 constexpr int kPreviewDelay = 150;               ///< milliseconds behind the last key
 constexpr qsizetype kLongestPreview = 20 * 1024; ///< characters
 
@@ -123,6 +123,11 @@ void TemplateEditor::build()
     m_problem->setTextFormat(Qt::PlainText);
     m_problem->setWordWrap(true);
     setTextRole(m_problem, Role::Error);
+    m_name->setObjectName(u"name"_s);
+    auto *form = new QFormLayout;
+    form->setHorizontalSpacing(space::card);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    form->addRow(tr("&Name"), m_name);
     auto *sides = new QHBoxLayout;
     sides->setSpacing(space::card);
     sides->addWidget(newTextSide(), 1);
@@ -131,6 +136,7 @@ void TemplateEditor::build()
     page->setContentsMargins(space::dialog, space::dialog, space::dialog, space::card);
     page->setSpacing(space::group);
     page->addWidget(title);
+    page->addLayout(form);
     page->addLayout(sides, 1);
     page->addWidget(m_problem);
     m_footer->defaultButton()->setObjectName(u"ok"_s);
@@ -143,7 +149,6 @@ void TemplateEditor::build()
 
 QWidget *TemplateEditor::newTextSide()
 {
-    m_name->setObjectName(u"name"_s);
     m_text->setObjectName(u"text"_s);
     m_text->setAccessibleName(tr("Text of the template"));
     m_text->setTabChangesFocus(true);
@@ -160,15 +165,14 @@ QWidget *TemplateEditor::newTextSide()
     m_hint->setTextFormat(Qt::PlainText);
     m_hint->setWordWrap(true);
     setTextRole(m_hint, Role::Warning);
-    auto *form = new QFormLayout;
-    form->setHorizontalSpacing(space::card);
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    form->addRow(tr("&Name"), m_name);
+    auto *label = new QLabel(tr("&Text"));
+    setFontScale(label, 1, QFont::DemiBold);
+    label->setBuddy(m_text);
     auto *side = new QWidget;
     auto *column = new QVBoxLayout(side);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(space::between);
-    column->addLayout(form);
+    column->addWidget(label);
     column->addWidget(m_text, 1);
     column->addWidget(m_hint);
     column->addWidget(newPreviewHead());

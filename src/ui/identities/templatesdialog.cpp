@@ -30,7 +30,7 @@ TemplatesDialog::TemplatesDialog(const IdentityManager &identities, const Messag
 {
     setObjectName(u"templatesDialog"_s);
     setEmpty(tr("No templates defined"), tr("A template is a text that a message begins with."),
-             tr("&New template…"), [this] { openEditor({}); });
+             tr("New template…"), [this] { openEditor({}); });
     addButton(tr("&New…"), "new", Needs::Nothing, [this] { openEditor({}); });
     setEditButton(
         addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { openEditor(currentKey().toString()); }));

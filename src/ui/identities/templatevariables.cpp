@@ -23,18 +23,18 @@ QString exampleFor(const QString &argument)
     return argument == "FIELD"_L1 ? u"X-Mailer"_s : argument;
 }
 
-/// What the argument makes of the variable, behind the meaning of that.
+/// What the argument makes of the variable that stands above it.
 QString meaningOf(const QString &argument)
 {
     if (argument == "name"_L1)
-        return TemplateVariables::tr("the name alone");
+        return TemplateVariables::tr("The name alone");
     if (argument == "address"_L1)
-        return TemplateVariables::tr("the address alone");
+        return TemplateVariables::tr("The address alone");
     if (argument == "quoted"_L1)
-        return TemplateVariables::tr("quoted, as in a reply");
+        return TemplateVariables::tr("Quoted, as in a reply");
     if (argument == "FORMAT"_L1)
-        return TemplateVariables::tr("in this form");
-    return TemplateVariables::tr("this field");
+        return TemplateVariables::tr("In this form");
+    return TemplateVariables::tr("This field");
 }
 
 } // namespace
@@ -48,16 +48,15 @@ TemplateVariables::TemplateVariables(QObject *parent)
         const QStringList arguments = QString::fromLatin1(variable.arguments).split(u' ', Qt::SkipEmptyParts);
         const bool needsArgument = arguments == QStringList{u"FIELD"_s};
         if (!needsArgument)
-            m_rows.push_back({name, meaning, 0, true});
+            m_rows.push_back({name, meaning, 0});
         for (const QString &argument : arguments) {
             const QString example = exampleFor(argument);
             const bool isAny = example != argument;
-            m_rows.push_back({u"%1[%2]"_s.arg(name, example),
-                              needsArgument ? meaning : u"%1: %2"_s.arg(meaning, meaningOf(argument)),
-                              isAny ? int(example.size()) : 0, needsArgument});
+            m_rows.push_back({u"%1[%2]"_s.arg(name, example), needsArgument ? meaning : meaningOf(argument),
+                              isAny ? int(example.size()) : 0});
         }
     }
-    m_rows.push_back({u"%%"_s, tr("A percent sign"), 0, true});
+    m_rows.push_back({u"%%"_s, tr("A percent sign"), 0});
 }
 
 int TemplateVariables::rowCount(const QModelIndex &parent) const

@@ -18,7 +18,6 @@ public:
         QString text;    ///< what is inserted: "%from[name]"
         QString meaning; ///< for people
         int selected;    ///< characters before the closing bracket that are to be replaced; 0: none
-        bool isFirst;    ///< of its variable
     };
     const Row &at(int row) const { return m_rows[std::size_t(row)]; }
 
