@@ -126,10 +126,11 @@ std::optional<QByteArray> NameFolder::read(const QString &name) const
 {
     const QString found = fileOf(name);
     QFile file(path() + u'/' + found);
-    if (found.isEmpty() || !QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
+    if (found.isEmpty() || !QFileInfo(file).isFile() || file.size() > kMostBytes ||
+        !file.open(QIODevice::ReadOnly))
         return {};
-    QByteArray bytes = file.read(kMostBytes + 1);
-    if (file.error() != QFileDevice::NoError || bytes.size() > kMostBytes)
+    QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
         return {};
     return bytes;
 }

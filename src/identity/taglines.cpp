@@ -64,7 +64,7 @@ QStringList readTaglines(int identity)
         return {};
     QFile file(path);
     if (QFileInfo(path).isFile() && file.size() <= kMostBytes && file.open(QIODevice::ReadOnly)) {
-        const QByteArray bytes = file.read(kMostBytes);
+        const QByteArray bytes = file.readAll();
         if (file.error() == QFileDevice::NoError)
             return fromRecords(decodeTextFile(bytes));
     }
