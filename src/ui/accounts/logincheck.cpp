@@ -33,7 +33,7 @@ LoginCheck::LoginCheck(LoginTester &tester, AccountManager &accounts, const Acco
     QTimer::singleShot(0, this, [this, password] {
         if (!password.isEmpty())
             test(password);
-        else if (m_account.user.isEmpty())
+        else if (m_account.kind == AccountKind::Smtp && m_account.user.isEmpty())
             test({}); // a server that takes mail without a sign-in
         else if (m_account.has(AccountKeyring) && m_accounts.passwordKeeper())
             readKeyring();

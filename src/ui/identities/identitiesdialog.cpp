@@ -33,8 +33,8 @@ IdentitiesDialog::IdentitiesDialog(Engine &engine, QWidget *parent)
     , m_engine(engine)
 {
     setObjectName(u"identitiesDialog"_s);
-    setEmpty(tr("No identities yet"), tr("An identity says who you are when you write."),
-             tr("New identity…"), [this] { add(); });
+    setEmpty(tr("No identities yet"), tr("An identity says who you are when you write."), tr("New identity…"),
+             [this] { add(); });
     addButton(tr("&New…"), "new", Needs::Nothing, [this] { add(); });
     setEditButton(addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { edit(); }));
     addButton(tr("&Copy…"), "copy", Needs::ARow, [this] { copy(); });

@@ -186,8 +186,7 @@ QWidget *TemplateEditor::newPreviewHead()
     setFontScale(title, 1, QFont::DemiBold);
     const QString subject = harmlessLine(m_values.message.subject(), 120);
     auto *what = new ElidedLabel;
-    what->setText(m_isExample ? tr("as an answer to an invented message")
-                              : tr("as an answer to “%1”").arg(subject));
+    what->setText(m_isExample ? tr("for an example message") : tr("for “%1”").arg(subject));
     setTextRole(what, Role::Text2);
     auto *label = new QLabel(tr("b&y"));
     setTextRole(label, Role::Text2);

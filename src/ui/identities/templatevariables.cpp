@@ -116,7 +116,9 @@ void TemplateVariableDelegate::paint(QPainter *painter, const QStyleOptionViewIt
                           int(QStyle::visualAlignment(option.direction, Qt::AlignLeading)) | Qt::AlignVCenter,
                           QFontMetrics(font).elidedText(text, Qt::ElideRight, row.width()));
     };
+    painter->setLayoutDirection(Qt::LeftToRight); // what is typed is read in one direction everywhere
     write(row.top(), fontScaled(1), Role::Text, index.data().toString());
+    painter->setLayoutDirection(option.direction);
     write(row.top() + textHeight() + space::inner / 2, fontScaled(scale::small), Role::Text2,
           index.data(Qt::ToolTipRole).toString());
     painter->restore();
