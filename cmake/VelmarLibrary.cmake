@@ -82,10 +82,12 @@ function(velmar_icons name)
     qt_add_resources(velmar_${name} velmar_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/data/icons FILES ${icons})
 endfunction()
 
-# velmar_demo(app): the demo mailbox and the program's own icon inside that library, at :/demo.mbox and :/velmar.svg.
+# velmar_demo(app): the demo mailbox, the sample templates and the program's own icon inside that library, at
+# :/demo.mbox, :/templates and :/velmar.svg.
 function(velmar_demo name)
+    file(GLOB templates CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/templates/*.txt)
     qt_add_resources(velmar_${name} velmar_demo PREFIX / BASE ${CMAKE_SOURCE_DIR}/data
-        FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox ${CMAKE_SOURCE_DIR}/data/velmar.svg)
+        FILES ${CMAKE_SOURCE_DIR}/data/demo.mbox ${CMAKE_SOURCE_DIR}/data/velmar.svg ${templates})
 endfunction()
 
 # velmar_program(velmar-cli cli): the program whose main.cpp lies in the folder of the library it consists of.

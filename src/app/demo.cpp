@@ -1,5 +1,6 @@
 #include "app/demo.h"
 
+#include "app/demowriter.h"
 #include "config/directory.h"
 #include "message/message.h"
 
@@ -87,6 +88,7 @@ bool Demo::prepare()
 void Demo::fill(Engine &engine)
 {
     m_engine = &engine;
+    fillDemoWriter(engine.identities());
     AccountData account;
     account.name = u"Tidewater Press"_s;
     account.host = m_directory.path() + u"/demo.mbox"_s;
