@@ -4,6 +4,7 @@
 #include "store/messagerows.h"
 
 #include <QElapsedTimer>
+#include <QStringMatcher>
 
 #include <algorithm>
 
@@ -181,11 +182,11 @@ void SeenAddresses::addWritten(const QList<Address> &addresses)
 
 QList<SeenAddresses::Known> SeenAddresses::complete(const QString &beginning, int most) const
 {
-    const QString wanted = u' ' + beginning.trimmed().toLower();
+    const QStringMatcher wanted(u' ' + beginning.trimmed().toLower());
     std::vector<const Known *> found;
-    if (wanted.size() > 1) {
+    if (wanted.pattern().size() > 1) {
         for (const Entry &entry : m_entries) {
-            if (entry.words.contains(wanted))
+            if (wanted.indexIn(entry.words) >= 0)
                 found.push_back(&entry.known);
         }
     }

@@ -28,7 +28,7 @@ public:
     struct Limits
     {
         int messages = 200'000; ///< of all groups together
-        int addresses = 30'000;
+        int addresses = 20'000;
     };
 
     /// @p store must outlive this. Nothing is looked at before start().
