@@ -292,13 +292,14 @@ quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wis
         return 0;
     }
     touched();
-    const OutboxRecord &first = *m_file.find(tickets.front());
+    OutboxRecord &first = *m_file.find(tickets.front());
+    first.isFresh = true;
     const int account = first.account;
     m_sendoff.resume(account);
     if (account == 0 && first.transport == OutboxTransport::Mail)
         emit accountMissing();
-    else if (first.hold == OutboxRecord::Hold::None && boolSetting(Setting::AutoSend))
-        m_sendoff.start(account, false);
+    else if (first.hold == OutboxRecord::Hold::None)
+        sendWaiting(false);
     return tickets.front();
 }
 
@@ -395,7 +396,7 @@ void Outbox::sendNow(quint64 ticket)
     if (record->account == 0 && record->transport == OutboxTransport::Mail)
         emit accountMissing();
     else
-        m_sendoff.start(record->account, true);
+        m_sendoff.start(record->account, Sendoff::Wish::AtOnce);
 }
 
 void Outbox::holdUntil(quint64 ticket, qint64 due)
@@ -488,6 +489,8 @@ int Outbox::accountFor(const OutboxRecord &record) const
 /// Whose account is gone, or who never had one, gets another.
 void Outbox::assignAccounts()
 {
+    if (storeAccess() != StoreAccess::ReadWrite)
+        return;
     for (OutboxRecord &record : m_file.records()) {
         const Account *account = m_accounts.account(record.account);
         const AccountKind wanted =

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <set>
 
 // How waiting messages get to their senders, and what comes back.
 
@@ -62,6 +61,7 @@ std::optional<OutgoingMessage> Outbox::next(int account)
         if (record.isAdopted)
             text = withoutControls(text);
         record.isLeased = true;
+        record.isFresh = false;
         record.isPutOff = record.isRefused = false;
         record.leasedAt = now;
         OutgoingMessage message{record.ticket, dated(text, now, record.wish.isBounce), {}};
@@ -207,8 +207,11 @@ void Outbox::fileSettled()
 void Outbox::endLeases(int account, const QString &reason)
 {
     std::vector<quint64> leased;
-    for (const OutboxRecord &record : m_file.records()) {
-        if (record.isLeased && record.account == account)
+    for (OutboxRecord &record : m_file.records()) {
+        if (record.account != account)
+            continue;
+        record.isFresh = false; // nobody is asked a second time
+        if (record.isLeased)
             leased.push_back(record.ticket);
     }
     for (const quint64 ticket : leased)
@@ -243,13 +246,18 @@ void Outbox::sendWaiting(bool manual)
 {
     const qint64 now = clockSeconds();
     const bool isAuto = boolSetting(Setting::AutoSend);
-    std::set<int> accounts;
+    std::map<int, Sendoff::Wish> accounts;
     for (OutboxRecord &record : m_file.records()) {
         record.restsUntil = manual ? 0 : record.restsUntil;
         const bool isWanted =
             manual || isAuto || record.attempts > 0 || record.hold == OutboxRecord::Hold::Date;
-        if (isWanted && record.mayGo(now))
-            accounts.insert(record.account);
+        if (!isWanted || !record.mayGo(now))
+            continue;
+        Sendoff::Wish &wish = accounts.try_emplace(record.account, Sendoff::Wish::ByItself).first->second;
+        if (manual)
+            wish = Sendoff::Wish::AtOnce;
+        else if (record.isFresh)
+            wish = Sendoff::Wish::Attended;
     }
     const bool isMissing =
         std::any_of(m_file.records().begin(), m_file.records().end(), [now](const auto &one) {
@@ -257,6 +265,6 @@ void Outbox::sendWaiting(bool manual)
         });
     if (manual && isMissing)
         emit accountMissing();
-    for (const int account : accounts)
-        m_sendoff.start(account, manual);
+    for (const auto &[account, wish] : accounts)
+        m_sendoff.start(account, wish);
 }

@@ -59,6 +59,7 @@ struct OutboxRecord
 
     /// @name Not on the disk
     /// @{
+    bool isFresh = false; ///< handed over in this run and not tried yet: its user is there
     bool isLeased = false;
     bool isPutOff = false;  ///< refused for now during this lease
     bool isRefused = false; ///< refused for good during this lease

@@ -24,17 +24,17 @@ Sendoff::Sendoff(AccountManager &accounts, QObject *parent)
     });
 }
 
-void Sendoff::start(int number, bool manual)
+bool Sendoff::start(int number, Wish wish)
 {
     Account *account = m_accounts.account(number);
     if (!account || account->kind() != AccountKind::Smtp || account->isFetching())
-        return; // posts go with the fetch of their account
+        return false; // posts go with the fetch of their account
     const Trouble trouble = m_troubles.value(number);
-    if (!manual && (trouble.isStopped || trouble.notBefore > clockSeconds()))
-        return;
-    if (manual)
+    if (wish != Wish::AtOnce && (trouble.isStopped || trouble.notBefore > clockSeconds()))
+        return false;
+    if (wish == Wish::AtOnce)
         m_troubles.remove(number);
-    account->fetch(manual, true);
+    return account->fetch(wish != Wish::ByItself, true) != FetchAnswer::Nothing;
 }
 
 void Sendoff::resume(int account)

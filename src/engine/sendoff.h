@@ -14,8 +14,14 @@ class Sendoff : public QObject
 public:
     explicit Sendoff(AccountManager &accounts, QObject *parent = nullptr);
 
-    /// Has the account send now. @p manual: the user wants it, whatever happened before.
-    void start(int account, bool manual);
+    enum class Wish {
+        ByItself,
+        Attended, ///< the same, but the user is there and may be asked
+        AtOnce,   ///< the user wants it, whatever happened before
+    };
+
+    /// Has the account send now. False: it does not.
+    bool start(int account, Wish wish);
 
     /// Something new waits: what the user stopped may go on.
     void resume(int account);

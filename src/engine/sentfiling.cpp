@@ -64,6 +64,11 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
     Job job{record.ticket, {}, nullptr};
     if (!keepsCopy(record))
         return job;
+    Group *outbox = m_store.group(record.place.group);
+    if (outbox)
+        outbox->rowCount(); // opens it
+    if (outbox && !outbox->isOpen())
+        return {}; // it cannot be looked into now
     const QByteArray text = textOf(record);
     if (text.isNull())
         return job; // said already; what was sent is not sent again for that

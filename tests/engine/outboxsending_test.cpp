@@ -1,3 +1,4 @@
+#include "engine/logintest.h"
 #include "outboxattest.h"
 #include "servers/scriptedserver.h"
 #include "support/memory.h"
@@ -49,6 +50,8 @@ private slots:
     void stoppedByTheUser();
     void theAccountGoesMeanwhile();
     void theProgramEndsMeanwhile();
+    void firstLogin_data();
+    void firstLogin();
 };
 
 void OutboxSendingTest::sessions_data()
@@ -173,6 +176,41 @@ void OutboxSendingTest::theProgramEndsMeanwhile()
     QCOMPARE(int(next.outbox.entries().size()), 2);
     QCOMPARE(next.outbox.entries()[0].state, OutboxState::PerhapsSent);
     QCOMPARE(next.outbox.entries()[1].state, OutboxState::Waiting);
+}
+
+void OutboxSendingTest::firstLogin_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<AccountFetchReason>("reason");
+    QTest::addColumn<bool>("refused");
+    const QByteArray bye = "C: QUIT\nS: 221 bye\nX\n";
+    QTest::newRow("let in") << "S: 235 welcome\n" + bye << AccountFetchReason::None << false;
+    QTest::newRow("refused") << QByteArray("S: 535 no\nX\n") << AccountFetchReason::Unexpected << true;
+}
+
+/// Of an account that is not saved yet; no message is touched.
+void OutboxSendingTest::firstLogin()
+{
+    QFETCH(QByteArray, reply);
+    QFETCH(AccountFetchReason, reason);
+    QFETCH(bool, refused);
+    const Scratch scratch;
+    ScriptedServer server(
+        "S: 220 ready\nC~ EHLO .*\nS: 250-localhost\nS: 250 AUTH PLAIN\nC~ AUTH PLAIN .+\n" + reply);
+    AccountData data;
+    data.name = u"new"_s;
+    data.host = u"127.0.0.1"_s;
+    data.port = server.port();
+    data.user = u"ada"_s;
+    data.password = u"secret"_s;
+    data.kind = AccountKind::Smtp;
+    std::optional<LoginResult> result;
+    SystemLoginTester().test(data, {}, nullptr, this, [&](const LoginResult &found) { result = found; });
+    QVERIFY(comesTrue([&] { return result.has_value(); }, 20000));
+    QCOMPARE(result->reason, reason);
+    QCOMPARE(result->isRefused, refused);
+    QCOMPARE(result->messages, -1);
+    QVERIFY2(server.finished(), server.problem());
 }
 
 QTEST_GUILESS_MAIN(OutboxSendingTest)
