@@ -1,8 +1,6 @@
-#include "support/scratch.h"
+#include "identityprogram.h"
 
-#include "engine/engine.h"
 #include "identity/signatures.h"
-#include "identity/templates.h"
 #include "ui/identities/identitiesdialog.h"
 #include "ui/identities/identityeditor.h"
 #include "ui/identities/identityform.h"
@@ -12,109 +10,16 @@
 #include "ui/identities/taglinesdialog.h"
 #include "ui/identities/templateeditor.h"
 #include "ui/identities/templatesdialog.h"
-#include "ui/identities/templatevariables.h"
-#include "ui/look/looks.h"
 
-#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
-#include <QLineEdit>
-#include <QListView>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTextBrowser>
-
-using namespace Qt::StringLiterals;
-
-namespace {
-
-Identity identityOf(const QString &name, const QString &address)
-{
-    Identity identity;
-    identity.name = name;
-    identity.address = address;
-    return identity;
-}
-
-/// The windows in a program of their own, over a window that stands for the main one.
-struct Program
-{
-    Program()
-    {
-        looks.start();
-        if (!engine.load())
-            qFatal("the engine does not load");
-        clara = identities().add(identityOf(u"Clara Winter"_s, u"clara@tidewater.example"_s));
-        club = identities().add(identityOf(u"Sailing club"_s, u"club@sailing.example"_s));
-        window.show();
-    }
-    ~Program()
-    {
-        qDeleteAll(window.findChildren<QDialog *>(Qt::FindDirectChildrenOnly));
-        engine.shutDown();
-    }
-
-    IdentityManager &identities() { return engine.identities(); }
-    const Identity &identity(int number) { return *identities().identity(number); }
-
-    Scratch scratch;
-    Looks looks;
-    Engine engine;
-    QWidget window;
-    int clara = 0;
-    int club = 0;
-};
-
-template <typename Type = QLineEdit>
-Type *field(QWidget *window, const char *name)
-{
-    auto *found = window->findChild<Type *>(QLatin1StringView(name));
-    if (!found)
-        qFatal("there is no %s", name);
-    return found;
-}
-
-void press(QWidget *window, const char *name)
-{
-    auto *button = field<QAbstractButton>(window, name);
-    if (!button->isEnabled())
-        qFatal("%s cannot be pressed", name);
-    button->click();
-}
-
-bool canPress(QWidget *window, const char *name)
-{
-    return field<QAbstractButton>(window, name)->isEnabled();
-}
-
-/// What a manager lists.
-QStringList rows(QWidget *manager)
-{
-    const QAbstractItemModel *model = field<QListView>(manager, "list")->model();
-    QStringList names;
-    for (int row = 0; row < model->rowCount(); ++row)
-        names += model->index(row, 0).data().toString();
-    return names;
-}
-
-/// The dialog of that type that was opened last.
-template <typename Dialog>
-Dialog *opened(QWidget *over)
-{
-    const auto all = over->findChildren<Dialog *>();
-    return all.isEmpty() ? nullptr : all.last();
-}
-
-void confirmDelete(QWidget *manager)
-{
-    press(field<QDialog>(manager, "deleteDialog"), "deleteIt");
-}
-
-} // namespace
 
 class IdentitiesTest : public QObject
 {
@@ -136,19 +41,13 @@ private slots:
     void commandsAreTried_data();
     void commandsAreTried();
     void taglinesAreEdited();
-    void templatesAreKept();
-    void variablesAreInserted_data();
-    void variablesAreInserted();
-    void previewFollows();
-    void unknownVariablesAreNamed_data();
-    void unknownVariablesAreNamed();
     void windowsComeToTheFront();
     void theKeyboardSuffices();
 };
 
 void IdentitiesTest::theListFollows()
 {
-    Program program;
+    IdentityProgram program;
     IdentitiesDialog *dialog = openIdentityManager(program.engine, &program.window);
     QCOMPARE(rows(dialog), (QStringList{u"Clara Winter"_s, u"Sailing club"_s}));
     dialog->select(program.club);
@@ -165,7 +64,7 @@ void IdentitiesTest::theListFollows()
 
 void IdentitiesTest::orderAndDefault()
 {
-    Program program;
+    IdentityProgram program;
     IdentitiesDialog *dialog = openIdentityManager(program.engine, &program.window);
     QVERIFY(QTest::qWaitForWindowActive(dialog));
     dialog->select(program.clara);
@@ -184,7 +83,7 @@ void IdentitiesTest::orderAndDefault()
 
 void IdentitiesTest::deletionIsAskedAndGuarded()
 {
-    Program program;
+    IdentityProgram program;
     program.identities().setGuard(
         [&program](int number) { return number == program.club ? u"Invitations"_s : QString(); });
     IdentitiesDialog *dialog = openIdentityManager(program.engine, &program.window);
@@ -209,7 +108,7 @@ void IdentitiesTest::deletionIsAskedAndGuarded()
 
 void IdentitiesTest::everyAttributeIsSaved()
 {
-    Program program;
+    IdentityProgram program;
     QVERIFY(writeSignature(program.clara, {u"Work"_s, Signature::Kind::Plain, u"Clara"_s}));
     const Group *copies = program.engine.groups().make(u"Copies"_s);
     QVERIFY(copies);
@@ -246,7 +145,7 @@ void IdentitiesTest::everyAttributeIsSaved()
 /// What the form does not know, and choices that are no longer there, stay as they are.
 void IdentitiesTest::nothingEnteredChangesNothing()
 {
-    Program program;
+    IdentityProgram program;
     Identity odd = program.identity(program.clara);
     odd.flags |= 1u << 9;
     odd.others = {u"Zlater"_s};
@@ -278,7 +177,7 @@ void IdentitiesTest::problemsStandAtTheirFields()
     QFETCH(QByteArray, name);
     QFETCH(QString, text);
     QFETCH(QString, note);
-    Program program;
+    IdentityProgram program;
     const Identity before = program.identity(program.clara);
     IdentityEditor *editor = editIdentity(program.engine, program.clara, &program.window);
     QVERIFY(QTest::qWaitForWindowActive(editor));
@@ -296,7 +195,7 @@ void IdentitiesTest::problemsStandAtTheirFields()
 
 void IdentitiesTest::aCopyTakesSignaturesAlong()
 {
-    Program program;
+    IdentityProgram program;
     QVERIFY(writeSignature(program.clara, {u"Work"_s, Signature::Kind::Html, u"<b>C</b>"_s}));
     QVERIFY(writeTaglines(program.clara, {u"one"_s, u"two\nlines"_s}));
     IdentitiesDialog *dialog = openIdentityManager(program.engine, &program.window);
@@ -316,7 +215,7 @@ void IdentitiesTest::aCopyTakesSignaturesAlong()
 
 void IdentitiesTest::aNewOneIsEnteredForItsSignatures()
 {
-    Program program;
+    IdentityProgram program;
     IdentityEditor *editor = newIdentity(program.engine, {}, &program.window);
     press(editor, "signatures");
     QVERIFY(!opened<SignaturesDialog>(editor)); // it has no address yet
@@ -328,7 +227,7 @@ void IdentitiesTest::aNewOneIsEnteredForItsSignatures()
 
 void IdentitiesTest::signaturesAreKept()
 {
-    Program program;
+    IdentityProgram program;
     IdentityEditor *editor = editIdentity(program.engine, program.clara, &program.window);
     press(editor, "signatures");
     auto *dialog = opened<SignaturesDialog>(editor);
@@ -355,7 +254,7 @@ void IdentitiesTest::signaturesAreKept()
 
 void IdentitiesTest::aRenamedSignatureStaysTheDefault()
 {
-    Program program;
+    IdentityProgram program;
     QVERIFY(writeSignature(program.clara, {u"Work"_s, Signature::Kind::Plain, u"Clara"_s}));
     Identity identity = program.identity(program.clara);
     identity.signature = u"Work"_s;
@@ -377,7 +276,7 @@ void IdentitiesTest::aRenamedSignatureStaysTheDefault()
 
 void IdentitiesTest::htmlIsSeenHarmless()
 {
-    Program program;
+    IdentityProgram program;
     auto *editor = new SignatureEditor(program.clara, {}, &program.window);
     editor->open();
     QVERIFY(field<QTextBrowser>(editor, "look")->isHidden() ||
@@ -404,7 +303,7 @@ void IdentitiesTest::commandsAreTried()
 {
     QFETCH(QString, command);
     QFETCH(QString, seen);
-    Program program;
+    IdentityProgram program;
     auto *editor = new SignatureEditor(program.clara, {}, &program.window);
     editor->open();
     field<QComboBox>(editor, "kind")->setCurrentIndex(2);
@@ -419,7 +318,7 @@ void IdentitiesTest::commandsAreTried()
 
 void IdentitiesTest::taglinesAreEdited()
 {
-    Program program;
+    IdentityProgram program;
     QVERIFY(writeTaglines(program.clara, {u"first"_s, u"second"_s}));
     IdentityEditor *editor = editIdentity(program.engine, program.clara, &program.window);
     press(editor, "taglines");
@@ -435,108 +334,9 @@ void IdentitiesTest::taglinesAreEdited()
     QCOMPARE(readTaglines(program.clara), (QStringList{u"first\nof two lines"_s, u"% third"_s}));
 }
 
-void IdentitiesTest::templatesAreKept()
-{
-    Program program;
-    TemplatesDialog *dialog = openTemplateManager(program.engine, &program.window);
-    QVERIFY(field<QListView>(dialog, "list")->isHidden());
-    press(dialog, "new");
-    auto *editor = opened<TemplateEditor>(dialog);
-    QVERIFY(!canPress(editor, "ok"));
-    field(editor, "name")->setText(u"Thanks"_s);
-    field<QPlainTextEdit>(editor, "text")->setPlainText(u"Dear %from[name],"_s);
-    press(editor, "ok");
-    QCOMPARE(rows(dialog), QStringList{u"Thanks"_s});
-    QCOMPARE(readTemplate(u"Thanks"_s), u"Dear %from[name],"_s);
-    press(dialog, "edit");
-    editor = opened<TemplateEditor>(dialog);
-    field(editor, "name")->setText(u"Many thanks"_s);
-    press(editor, "ok");
-    QCOMPARE(templateNames(), QStringList{u"Many thanks"_s});
-    press(dialog, "copy");
-    press(opened<TemplateEditor>(dialog), "ok");
-    QCOMPARE(templateNames(), (QStringList{u"Copy of Many thanks"_s, u"Many thanks"_s}));
-    press(dialog, "delete");
-    confirmDelete(dialog);
-    QCOMPARE(templateNames(), QStringList{u"Many thanks"_s});
-}
-
-void IdentitiesTest::variablesAreInserted_data()
-{
-    QTest::addColumn<QString>("variable");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("plain") << u"%subject"_s << u"!"_s << u"a %subject!b"_s;
-    QTest::newRow("with a part") << u"%from[name]"_s << u"!"_s << u"a %from[name]!b"_s;
-    QTest::newRow("any field: typed over")
-        << u"%header[X-Mailer]"_s << u"List-Id"_s << u"a %header[List-Id]b"_s;
-    QTest::newRow("any format: typed over") << u"%date[d MMMM yyyy]"_s << u"yy"_s << u"a %date[yy]b"_s;
-}
-
-void IdentitiesTest::variablesAreInserted()
-{
-    QFETCH(QString, variable);
-    QFETCH(QString, typed);
-    Program program;
-    auto *editor = new TemplateEditor(program.identities(), Message(), {}, &program.window);
-    editor->show();
-    QVERIFY(QTest::qWaitForWindowActive(editor));
-    auto *text = field<QPlainTextEdit>(editor, "text");
-    text->setPlainText(u"a b"_s);
-    QTextCursor cursor = text->textCursor();
-    cursor.setPosition(2);
-    text->setTextCursor(cursor);
-    auto *list = field<QListView>(editor, "variables");
-    const QModelIndexList found =
-        list->model()->match(list->model()->index(0, 0), Qt::DisplayRole, variable, 1, Qt::MatchFixedString);
-    QCOMPARE(found.size(), 1);
-    list->setCurrentIndex(found.first());
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Return);
-    QTRY_VERIFY(text->hasFocus());
-    QVERIFY(editor->isVisible()); // that Enter meant the list alone
-    text->insertPlainText(typed);
-    QTEST(text->toPlainText(), "text");
-}
-
-void IdentitiesTest::previewFollows()
-{
-    Program program;
-    const Message current(QByteArray("From: Otto <otto@pier.example>\nSubject: Boats\n\nAhoy\n"));
-    auto *editor = new TemplateEditor(program.identities(), current, {}, &program.window);
-    editor->show();
-    auto *text = field<QPlainTextEdit>(editor, "text");
-    auto *preview = field<QPlainTextEdit>(editor, "preview");
-    text->setPlainText(u"%from[name], 100%%, %subject, %identity[address]\n%body[quoted]"_s);
-    QTRY_VERIFY2(preview->toPlainText().startsWith(u"Otto, 100%, Boats, clara@tidewater.example"_s),
-                 qPrintable(preview->toPlainText()));
-    QVERIFY(preview->toPlainText().contains(u"\n> Ahoy"_s));
-    field<QComboBox>(editor, "identity")->setCurrentIndex(1);
-    QVERIFY(preview->toPlainText().contains(u"club@sailing.example"_s));
-
-    auto *other = new TemplateEditor(program.identities(), Message(), {}, &program.window);
-    other->setTemplate(u"x"_s, u"%from[address]"_s); // an example, where no message is open
-    QVERIFY(field<QPlainTextEdit>(other, "preview")->toPlainText().contains(u'@'));
-}
-
-void IdentitiesTest::unknownVariablesAreNamed_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("unknown");
-    QTest::newRow("none") << u"%from %FROM[name] 100%% %% 5 % %"_s << QStringList();
-    QTest::newRow("letters behind a name") << u"%fromX and %%fromY"_s << QStringList{u"%fromX"_s};
-    QTest::newRow("once each") << u"%foo %bar %foo"_s << QStringList{u"%foo"_s, u"%bar"_s};
-}
-
-void IdentitiesTest::unknownVariablesAreNamed()
-{
-    QFETCH(QString, text);
-    QTEST(unknownVariables(text), "unknown");
-}
-
 void IdentitiesTest::windowsComeToTheFront()
 {
-    Program program;
+    IdentityProgram program;
     QCOMPARE(openIdentityManager(program.engine, &program.window),
              openIdentityManager(program.engine, &program.window));
     QCOMPARE(editIdentity(program.engine, program.club, &program.window),
@@ -550,7 +350,7 @@ void IdentitiesTest::windowsComeToTheFront()
 /// Tab reaches every control, each has a name, no mnemonic is there twice.
 void IdentitiesTest::theKeyboardSuffices()
 {
-    Program program;
+    IdentityProgram program;
     QVERIFY(writeSignature(program.clara, {u"Work"_s, Signature::Kind::Html, u"<b>C</b>"_s}));
     const QList<QDialog *> windows = {
         openIdentityManager(program.engine, &program.window),
