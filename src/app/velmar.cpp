@@ -200,6 +200,7 @@ bool Velmar::startUp()
     createWindow();
     connect(this, &QCoreApplication::aboutToQuit, this, &Velmar::slotAboutToQuit);
     m_timer.start();
+    m_window->reopenWriting();
     if (m_demo)
         beginDemo();
     else if (!m_options.exitWhenShown) {
@@ -277,7 +278,7 @@ void Velmar::processMessage(const QString &message)
 }
 
 /// What a link or a file asks for. What has no window yet is said so plainly.
-void Velmar::openUrl(const QString &url, const QStringList &)
+void Velmar::openUrl(const QString &url, const QStringList &attachments)
 {
     const ParsedUrl parsed = parseUrl(url);
     if (parsed.kind == UrlKind::None)
@@ -285,6 +286,10 @@ void Velmar::openUrl(const QString &url, const QStringList &)
     if (parsed.kind == UrlKind::File && !parsed.path.isEmpty() && m_window) {
         // After the main window has come forward, so that this one stands in front.
         QTimer::singleShot(0, m_window, [this, path = parsed.path] { m_window->openMessageFile(path); });
+        return;
+    }
+    if (parsed.kind == UrlKind::Mail && m_window) {
+        QTimer::singleShot(0, m_window, [this, url, attachments] { m_window->write(url, attachments); });
         return;
     }
     if (isWebLink(url) && openWebLink(url))
@@ -304,9 +309,11 @@ void Velmar::slotAboutToQuit()
     if (std::exchange(m_down, true))
         return;
     m_timer.stop();
-    if (m_window)
+    if (m_window) {
         m_window->refresh(); // notes where it stands
-    collectReports();        // no box opens any more
+        m_window->keepWriting();
+    }
+    collectReports(); // no box opens any more
     m_engine.shutDown();
     if (m_window)
         m_window->close();

@@ -71,7 +71,7 @@ bool RecipientEdit::eventFilter(QObject *watched, QEvent *event)
         return QAbstractScrollArea::eventFilter(watched, event);
     if (event->type() == QEvent::KeyPress)
         return entryKey(static_cast<QKeyEvent *>(event));
-    if (event->type() == QEvent::FocusOut &&
+    if (event->type() == QEvent::FocusOut && QApplication::focusWidget() != this &&
         static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason) {
         commit();
         m_pills.selectNone();

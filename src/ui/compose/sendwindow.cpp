@@ -348,7 +348,6 @@ void SendWindow::updateStatus()
     const QString title = subject.trimmed().isEmpty() ? (m_isArticle ? tr("New article") : tr("New message"))
                                                       : harmlessLine(subject, kLongestTitle);
     setWindowTitle(title + u" - Velmar"_s);
-    setWindowModified(m_isChanged);
     m_saved->setText(m_savedText);
     const int delay = Outbox::undoDelay();
     m_delay->setText(delay > 0 ? tr("Sent %1 s after you press Send, with Undo").arg(delay) : QString());

@@ -84,6 +84,12 @@ void MessageBar::showMessage(Kind kind, const QString &text, const QString &firs
     QAccessible::updateAccessibility(&alert);
 }
 
+void MessageBar::changeText(const QString &text)
+{
+    m_text->setText(text);
+    setAccessibleName(m_text->text());
+}
+
 QString MessageBar::text() const
 {
     return m_text->text();

@@ -25,6 +25,9 @@ public:
     /// it as an alert.
     void showMessage(Kind kind, const QString &text, const QString &first = {}, const QString &second = {});
 
+    /// Says it in other words, without another alert: a countdown.
+    void changeText(const QString &text);
+
     Kind kind() const { return m_kind; }
     QString text() const;
 

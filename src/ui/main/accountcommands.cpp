@@ -274,6 +274,21 @@ void AccountCommands::showTransfers()
     bringForward(m_transfers);
 }
 
+void AccountCommands::offerOutgoingAccount()
+{
+    if (std::exchange(m_offeredOutgoing, true))
+        return;
+    m_boxes.ask({tr("You have not set up any outgoing mail accounts.\nWould you like to set one up now?"),
+                 {},
+                 {tr("&Yes"), tr("&No")},
+                 false,
+                 ReportLevel::Information},
+                this, [this](int button) {
+                    if (button == 0)
+                        newAccount(AccountKind::Smtp);
+                });
+}
+
 void AccountCommands::offerFirstAccount()
 {
     if (anyReceives())

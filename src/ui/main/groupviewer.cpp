@@ -45,8 +45,8 @@ GroupViewer::GroupViewer(const ViewerSurroundings &surroundings, QObject *parent
     m_reader->setObjectName(u"reader"_s);
     m_reader->setRemoteContent(&surroundings.remote);
     m_reader->setHeaderActions({actions[Act::Previous], actions[Act::PreviousUnread],
-                                actions[Act::NextUnread], actions[Act::Next], nullptr, actions[Act::Archive],
-                                actions[Act::Junk]},
+                                actions[Act::NextUnread], actions[Act::Next], nullptr, actions[Act::Reply],
+                                actions[Act::Forward], nullptr, actions[Act::Archive], actions[Act::Junk]},
                                surroundings.readerActions.moreActions());
     m_reader->setPartFinder([this](const QByteArray &id, PieceSearch::Found found) {
         Group *home = m_engine.groups().group(m_shown.group);

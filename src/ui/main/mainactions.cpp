@@ -127,14 +127,32 @@ constexpr std::array kActs = {
     ActRow{Act::DeleteOnServer,
            {"message.deleteOnServer", TEXT("De&lete on the server"), "", "", NeedsServer}},
 
+    ActRow{Act::Compose, {"write.new", TEXT("&New message"), "compose", "Ctrl+N"}},
+    ActRow{Act::Reply, {"write.reply", TEXT("&Reply"), "reply", "Ctrl+R", NeedsCurrent, kSeparates}},
+    ActRow{Act::ReplyAll,
+           {"write.replyAll", TEXT("Reply to &all"), "reply-all", "Ctrl+Shift+R", NeedsCurrent}},
+    ActRow{Act::FollowUp,
+           {"write.followUp", TEXT("Follow up to &list or newsgroup"), "follow-up", "Ctrl+Shift+L",
+            NeedsCurrent}},
+    ActRow{Act::Forward,
+           {"write.forward", TEXT("&Forward"), "forward", "Ctrl+L", NeedsSelection, kSeparates}},
+    ActRow{Act::ForwardAttached,
+           {"write.forwardAttached", TEXT("Forward as a&ttachment"), "", "", NeedsSelection}},
+    ActRow{Act::EditAsNew, {"write.editAsNew", TEXT("&Edit as new"), "", "Ctrl+E", NeedsCurrent, kSeparates}},
+    ActRow{Act::Resend, {"write.resend", TEXT("&Send on unchanged…"), "", "", NeedsCurrent}},
+    ActRow{Act::EditOwn, {"write.editOwn", TEXT("&Go on writing"), "drafts", "", NeedsOwnMessage}},
+
     ActRow{Act::GetMail, {"tools.getMail", TEXT("&Get mail"), "get-mail", "F5"}},
     ActRow{Act::GetAllMail, {"tools.getAllMail", TEXT("Get &all mail"), "", "Shift+F5"}},
+    ActRow{Act::SendWaiting, {"tools.sendWaiting", TEXT("Send waiting &messages"), "send", "", NeedsWaiting}},
     ActRow{Act::StopTransfers, {"tools.stop", TEXT("&Stop transfers"), "stop", "", NeedsTransfers}},
     ActRow{Act::Online, {"tools.online", TEXT("Work &offline"), "online", ""}},
     ActRow{Act::Transfers, {"tools.transfers", TEXT("&Transfers…"), "transfers", "", 0, kSeparates}},
     ActRow{Act::Errors, {"tools.errors", TEXT("Errors and &notices…"), "error", ""}},
     ActRow{Act::NewAccount, {"tools.newAccount", TEXT("Ne&w account…"), "mail", "", 0, kSeparates}},
     ActRow{Act::Accounts, {"tools.accounts", TEXT("Acco&unts…"), "settings", ""}},
+    ActRow{Act::Identities, {"tools.identities", TEXT("&Identities…"), "identity", ""}},
+    ActRow{Act::Templates, {"tools.templates", TEXT("Temp&lates…"), "template", ""}},
     ActRow{Act::AddBatchAccount, {"tools.addMailbox", TEXT("A&dd a mailbox file…"), "", ""}},
     ActRow{Act::EmptyWasteBasket,
            {"tools.emptyWaste", TEXT("&Empty waste basket…"), "waste", "", NeedsWaste, kSeparates}},
@@ -202,9 +220,11 @@ struct LetterRow
     char16_t letter;
     Act act;
 };
-constexpr LetterRow kMainBar[] = {{u'M', Act::GetMail}, {u'L', Act::Online}, {u't', Act::Transfers}};
-constexpr LetterRow kGroupBar[] = {
-    {u'C', Act::MarkGroupRead}, {u'D', Act::Delete}, {u'U', Act::MarkUnread}, {u'g', Act::Flag}};
+constexpr LetterRow kMainBar[] = {
+    {u'M', Act::GetMail}, {u'N', Act::Compose}, {u'L', Act::Online}, {u't', Act::Transfers}};
+constexpr LetterRow kGroupBar[] = {{u'C', Act::MarkGroupRead}, {u'D', Act::Delete},  {u'U', Act::MarkUnread},
+                                   {u'g', Act::Flag},          {u'R', Act::Reply},   {u'r', Act::ReplyAll},
+                                   {u'F', Act::Forward},       {u'f', Act::FollowUp}};
 
 void makeExclusive(const MainActions &actions, Act first, Act last)
 {

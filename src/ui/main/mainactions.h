@@ -87,15 +87,28 @@ enum class Act {
     CopyTo,
     FetchRest,
     DeleteOnServer,
+    // Write
+    Compose,
+    Reply,
+    ReplyAll,
+    FollowUp,
+    Forward,
+    ForwardAttached,
+    EditAsNew,
+    Resend,
+    EditOwn,
     // Tools
     GetMail,
     GetAllMail,
+    SendWaiting,
     StopTransfers,
     Online,
     Transfers,
     Errors,
     NewAccount,
     Accounts,
+    Identities,
+    Templates,
     AddBatchAccount,
     EmptyWasteBasket,
     EmptyJunk,
@@ -130,6 +143,8 @@ enum Need : unsigned {
     NeedsTransfers = 1u << 14,  ///< something is being transferred
     NeedsHeaderOnly = 1u << 15, ///< of the current message only the header is here
     NeedsServer = 1u << 16,     ///< the current message came from an account that may delete it on the server
+    NeedsWaiting = 1u << 17,    ///< something waits in the outbox
+    NeedsOwnMessage = 1u << 18, ///< the current message is a draft, or waits in the outbox
 };
 
 /// The main window's actions, made in its registry.

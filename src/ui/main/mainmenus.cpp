@@ -7,7 +7,9 @@
 #include "ui/look/looks.h"
 #include "ui/look/messageboxes.h"
 #include "ui/look/toolbuttons.h"
+#include "ui/look/velmarstyle.h"
 #include "ui/main/accountcommands.h"
+#include "ui/main/composecommands.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messagecommands.h"
@@ -18,6 +20,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QToolBar>
+#include <QToolButton>
 
 #include <algorithm>
 
@@ -32,9 +35,12 @@ void MainWindow::createMainBar()
     fillFromLetters(m_mainBar, toolBarLayout(ToolBarWindow::Main, ToolBarKind::Main),
                     [this](char16_t letter) {
                         QAction *action = m_actions.forLetter(letter, true);
-                        if (action)
-                            addToToolBar(m_mainBar, action, letter == u'M');
-                        return action != nullptr;
+                        if (!action)
+                            return false;
+                        QToolButton *button = addToToolBar(m_mainBar, action, letter == u'M');
+                        if (letter == u'N')
+                            setButtonKind(button, ButtonKind::Accent);
+                        return true;
                     });
 }
 
@@ -64,6 +70,9 @@ void MainWindow::createMenus()
     QMenu *go = menuBar()->addMenu(tr("&Go"));
     m_actions.addTo(go, Act::ReadOn, Act::PreviousPane);
     createMessageMenu();
+    QMenu *write = menuBar()->addMenu(tr("&Write"));
+    write->setObjectName(u"writeMenu"_s);
+    m_actions.addTo(write, Act::Compose, Act::EditOwn);
     createToolsMenu();
     QMenu *help = menuBar()->addMenu(tr("&Help"));
     m_actions.addTo(help, Act::Palette, Act::About);
@@ -145,7 +154,7 @@ void MainWindow::createToolsMenu()
     m_actions.addTo(tools, Act::GetMail, Act::GetAllMail);
     QMenu *from = tools->addMenu(icon(u"get-mail"_s), tr("Get mail &from"));
     m_accountCommands->keepGetMailMenu(from);
-    m_actions.addTo(tools, Act::StopTransfers, Act::RepairGroup);
+    m_actions.addTo(tools, Act::SendWaiting, Act::RepairGroup);
 }
 
 /// The tags have other names, or there are others.
@@ -197,6 +206,8 @@ unsigned MainWindow::have() const
         {NeedsTransfers, m_accountCommands->isTransferring()},
         {NeedsHeaderOnly, current && current->has(Mark::HeaderOnly)},
         {NeedsServer, current && m_accountCommands->canDeleteOnServer(*current)},
+        {NeedsWaiting, m_composeCommands->anythingWaits()},
+        {NeedsOwnMessage, m_composeCommands->isOwn(list.current())},
     };
     unsigned have = m_readerActions.have();
     for (const auto &each : needs)
@@ -279,6 +290,10 @@ void MainWindow::messageMenu(const QPoint &position)
         return;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_composeCommands->isOwn(viewer().list().current()))
+        menu->addAction(m_actions[Act::EditOwn]);
+    QMenu *answer = menu->addMenu(icon(u"reply"_s), tr("Ans&wer or forward"));
+    m_actions.addTo(answer, Act::Reply, Act::Resend);
     m_actions.addTo(menu, Act::Open, Act::Flag);
     menu->addMenu(m_tagMenu);
     m_actions.addTo(menu, Act::MarkThreadRead, Act::MarkThreadRead);

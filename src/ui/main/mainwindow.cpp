@@ -15,6 +15,7 @@
 #include "ui/look/messageboxes.h"
 #include "ui/look/toolbuttons.h"
 #include "ui/main/accountcommands.h"
+#include "ui/main/composecommands.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/listpane.h"
 #include "ui/main/messagecommands.h"
@@ -81,6 +82,7 @@ MainWindow::MainWindow(Engine &engine, Looks &looks)
     createPanes();
     m_groupCommands = new GroupCommands(engine, *m_boxes, this);
     m_accountCommands = new AccountCommands(engine, *m_boxes, this);
+    m_composeCommands = new ComposeCommands(engine, *m_boxes, this);
     createMenus();
     createPalette();
     connectActions();
@@ -99,6 +101,7 @@ MainWindow::~MainWindow()
         &m_engine.groups(),
         &m_engine.accounts(),
         &m_engine.serverWishes(),
+        &m_engine.outbox(),
         &m_engine.journal(),
         &m_engine.tags(),
         &m_looks,
@@ -187,7 +190,11 @@ void MainWindow::connectPanes()
         updateStatus();
         updateActions();
     });
-    connect(m_viewers, &Viewers::openWanted, this, &MainWindow::openInWindow);
+    connect(m_viewers, &Viewers::openWanted, this, [this](MessageRef message) {
+        if (!m_composeCommands->editOwn(message))
+            openInWindow(message);
+    });
+    connect(m_viewers, &Viewers::changed, this, &MainWindow::showOwnMessage);
     connect(m_viewers, &Viewers::spacePressed, this, &MainWindow::readOn);
     connect(m_viewers, &Viewers::messageMenuWanted, this, &MainWindow::messageMenu);
     connect(&m_readerActions, &ReaderActions::haveChanged, this, &MainWindow::updateActions);
@@ -219,6 +226,7 @@ void MainWindow::connectEngine()
     connect(&m_engine.accounts(), &AccountManager::accountAdded, this, &MainWindow::updateWelcome);
     connect(&m_looks, &Looks::lookChanged, this, &MainWindow::updateActions);
     connectTransfers();
+    connectComposing();
 }
 
 // --- What is remembered ---------------------------------------------------------------------------------
@@ -267,6 +275,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         return askBeforeClosing();
     }
     remember();
+    keepWriting();
     QMainWindow::closeEvent(event);
 }
 
@@ -430,6 +439,8 @@ void MainWindow::findFrom(const QString &address)
 
 void MainWindow::followLink(const QString &target)
 {
+    if (target.startsWith("mailto:"_L1, Qt::CaseInsensitive))
+        return write(target);
     emit urlWanted(target);
 }
 

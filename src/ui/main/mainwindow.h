@@ -1,5 +1,6 @@
 #pragma once
 
+#include "compose/replies.h"
 #include "config/reporter.h"
 #include "store/group.h"
 #include "store/messageref.h"
@@ -17,6 +18,7 @@
 class AccountCommands;
 class AskingBar;
 class CommandPalette;
+class ComposeCommands;
 class Engine;
 class GroupCommands;
 class GroupTree;
@@ -63,6 +65,13 @@ public:
     /// Opens a message in a window of its own; false, after a report, when the file cannot be read.
     bool openMessageFile(const QString &path);
 
+    /// Begins a message: to whom a mailto: URL says, or empty; @p attachments are files that the user named.
+    void write(const QString &mailto = {}, const QStringList &attachments = {});
+
+    /// Opens what was being written when the program ended; keepWriting() keeps it at the end of a run.
+    void reopenWriting();
+    void keepWriting();
+
     /// Brings the window to the front, from the task bar too.
     void comeForward();
 
@@ -101,6 +110,11 @@ private:
     void connectPanes();
     void connectEngine();
     void connectTransfers();
+    void connectComposing();
+    void connectWriting();
+    void reply(ReplyKind kind);
+    void forward(bool attached);
+    void showOwnMessage();
     void addViewer(GroupViewer *viewer);
     void askBeforeClosing();
     void closeWhenIdle();
@@ -158,8 +172,11 @@ private:
     StatusLine *m_status;
     GroupCommands *m_groupCommands;
     AccountCommands *m_accountCommands;
+    ComposeCommands *m_composeCommands;
     CommandPalette *m_palette;
     QPointer<AskingBar> m_failureBar;        ///< where a failed transfer was told of
+    QPointer<AskingBar> m_writingBar;        ///< where something of the outbox was told of
+    QString m_writingText;                   ///< what it said
     QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
     bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;

@@ -32,6 +32,9 @@ constexpr ActionRow kDeeds[] = {
     {"go.previousUnread", TEXT("P&revious unread"), "previous-unread", "P", kNeedsGroup},
     {"go.nextUnread", TEXT("Next &unread"), "next-unread", "N", kNeedsGroup},
     {"go.next", TEXT("&Next message"), "next", "F", kNeedsGroup},
+    {"write.reply", TEXT("&Reply"), "reply", "Ctrl+R", kNeedsGroup},
+    {"write.replyAll", TEXT("Reply to a&ll"), "reply-all", "Ctrl+Shift+R", kNeedsGroup},
+    {"write.forward", TEXT("Forwar&d"), "forward", "Ctrl+L", kNeedsGroup},
     {"message.archive", TEXT("Archi&ve"), "archive", "A", kNeedsGroup},
     {"message.junk", TEXT("&Junk"), "junk", "J", kNeedsGroup},
     {"message.flag", TEXT("&Flagged"), "flag", "S", kNeedsGroup},
@@ -79,8 +82,9 @@ void MessageWindow::addDeeds()
     }
     const auto deed = [this](QStringView name) { return m_registry.find(name); };
     m_view->setHeaderActions({deed(u"go.previous"), deed(u"go.previousUnread"), deed(u"go.nextUnread"),
-                              deed(u"go.next"), nullptr, deed(u"message.archive"), deed(u"message.junk"),
-                              deed(u"edit.delete")},
+                              deed(u"go.next"), nullptr, deed(u"write.reply"), deed(u"write.replyAll"),
+                              deed(u"write.forward"), nullptr, deed(u"message.archive"),
+                              deed(u"message.junk"), deed(u"edit.delete")},
                              m_actions.moreActions());
 }
 
