@@ -57,9 +57,9 @@ ComposeHeader::ComposeHeader(QWidget *parent)
     , m_grid(new QGridLayout(this))
 {
     setSurface(this, Role::Base);
-    m_grid->setContentsMargins(space::dialog, 0, space::card, 0);
+    m_grid->setContentsMargins(space::dialog, 0, space::card, 1);
     m_grid->setHorizontalSpacing(space::group);
-    m_grid->setVerticalSpacing(0);
+    m_grid->setVerticalSpacing(1); // the line under each field
     m_grid->setColumnStretch(1, 1);
     addFrom();
     for (int i = 0; i < kFieldCount; ++i)
@@ -267,6 +267,6 @@ void ComposeHeader::paintEvent(QPaintEvent *)
     for (int i = 0; i < m_grid->rowCount(); ++i) {
         const QRect cell = m_grid->cellRect(i, 1);
         if (cell.height() > 0)
-            painter.fillRect(0, cell.bottom(), width(), 1, colour(Role::Line));
+            painter.fillRect(0, cell.bottom() + 1, width(), 1, colour(Role::Line));
     }
 }

@@ -256,7 +256,9 @@ void RecipientEdit::paintPill(QPainter &painter, const RecipientPill &pill)
     paintIcon(&painter, leading(&option, inside, icon), doubtful ? u"warning"_s : u"person"_s,
               doubtful ? ink : colour(Role::Text2));
     const QRect cross = crossOf(place);
-    paintIcon(&painter, cross, u"close"_s, colour(Role::Text2));
+    const QSize small(icon * 3 / 4, icon * 3 / 4); // less than the person beside the name
+    paintIcon(&painter, QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, small, cross), u"close"_s,
+              colour(Role::Text2));
     QRect text = trailing(&option, inside, inside.width() - icon - space::inner);
     text = leading(&option, text, text.width() - icon);
     painter.setPen(ink);

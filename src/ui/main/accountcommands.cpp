@@ -5,6 +5,7 @@
 #include "ui/accounts/accountsdialog.h"
 #include "ui/accounts/accountwindows.h"
 #include "ui/accounts/accountwizard.h"
+#include "ui/accounts/outgoingoffer.h"
 #include "ui/look/messageboxes.h"
 #include "ui/transfers/fetchercontrol.h"
 
@@ -242,7 +243,11 @@ void AccountCommands::newAccount(AccountKind kind)
         return bringForward(m_wizard);
     m_wizard = new AccountWizard(m_engine, m_discovery, m_tester, m_window);
     m_wizard->setAttribute(Qt::WA_DeleteOnClose);
-    connect(m_wizard, &AccountWizard::accountMade, this, [this](int number) { m_asked.insert(number); });
+    connect(m_wizard, &AccountWizard::accountMade, this, [this](int number) {
+        const Account *made = accounts().account(number);
+        if (made && made->data().isIncoming())
+            m_asked.insert(number);
+    });
     if (kind != AccountKind::None)
         m_wizard->beginWith(kind);
     m_wizard->open();
@@ -276,17 +281,8 @@ void AccountCommands::showTransfers()
 
 void AccountCommands::offerOutgoingAccount()
 {
-    if (std::exchange(m_offeredOutgoing, true))
-        return;
-    m_boxes.ask({tr("You have not set up any outgoing mail accounts.\nWould you like to set one up now?"),
-                 {},
-                 {tr("&Yes"), tr("&No")},
-                 false,
-                 ReportLevel::Information},
-                this, [this](int button) {
-                    if (button == 0)
-                        newAccount(AccountKind::Smtp);
-                });
+    if (!std::exchange(m_offeredOutgoing, true))
+        ::offerOutgoingAccount(m_engine, m_boxes, this, [this] { newAccount(AccountKind::Smtp); });
 }
 
 void AccountCommands::offerFirstAccount()
