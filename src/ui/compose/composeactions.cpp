@@ -28,7 +28,7 @@ constexpr std::array kActs = {
            {"compose.history", TEXT("Earlier &versions…"), "undo", "", ComposeNeedsVersions}},
     ActRow{ComposeAct::Attach, {"compose.attach", TEXT("&Attach…"), "attach", "Ctrl+Shift+A", 0, kSeparates}},
     ActRow{ComposeAct::Discard, {"compose.discard", TEXT("Dis&card draft"), "delete", "", 0, kSeparates}},
-    ActRow{ComposeAct::Close, {"compose.close", TEXT("Cl&ose"), "close", "Ctrl+W Esc"}},
+    ActRow{ComposeAct::Close, {"compose.close", TEXT("Cl&ose"), "close", "Ctrl+W"}},
 
     ActRow{ComposeAct::Undo, {"compose.undo", TEXT("&Undo"), "undo", "Ctrl+Z", ComposeNeedsUndo}},
     ActRow{ComposeAct::Redo,

@@ -1,6 +1,5 @@
 #include "ui/compose/composeeditor.h"
 
-#include "html/htmlescape.h"
 #include "ui/compose/htmlwriter.h"
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/quotecolours.h"
@@ -16,29 +15,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A plain text as formatted one: its lines are paragraphs, quoted ones quotations.
-QString htmlOfPlain(const QString &text)
-{
-    QString html;
-    int depth = 0;
-    for (const QString &line : text.split(u'\n')) {
-        const int wanted = QuoteColours::depthOf(line);
-        for (; depth < wanted; ++depth)
-            html += u"<blockquote type=\"cite\">"_s;
-        for (; depth > wanted; --depth)
-            html += u"</blockquote>"_s;
-        QString rest = line;
-        for (int i = 0; i < wanted; ++i)
-            rest = rest.mid(rest.indexOf(u'>') + 1);
-        if (wanted > 0 && rest.startsWith(u' '))
-            rest.remove(0, 1);
-        html += u"<p>"_s + (rest.isEmpty() ? u"<br>"_s : htmlEscaped(rest)) + u"</p>"_s;
-    }
-    for (; depth > 0; --depth)
-        html += u"</blockquote>"_s;
-    return html;
-}
 
 int wordsIn(const QTextDocument &document)
 {
@@ -128,7 +104,7 @@ void ComposeEditor::setRich(bool rich)
         return;
     m_isFilling = true;
     if (rich)
-        m_rich->setContents(htmlOfPlain(m_plain->toPlainText()), {});
+        m_rich->setPlain(m_plain->toPlainText());
     else
         m_plain->setPlainText(m_rich->plainForm());
     m_isRich = rich;
@@ -140,13 +116,13 @@ void ComposeEditor::setRich(bool rich)
     emit changed();
 }
 
-/// Whether its HTML is more than that of its own plain form.
+/// Whether its HTML is more than that of its own plain form. Asked when the user goes over, not by a key.
 bool ComposeEditor::hasFormatting() const
 {
     if (!m_isRich)
         return false;
     QTextDocument plain;
-    plain.setHtml(htmlOfPlain(m_rich->plainForm()));
+    fillWithPlain(plain, m_rich->plainForm());
     return !m_rich->pictures().isEmpty() || htmlOf(plain) != m_rich->html();
 }
 

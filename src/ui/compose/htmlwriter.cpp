@@ -28,6 +28,17 @@ QString alignmentOf(const QTextBlockFormat &format)
     return {};
 }
 
+/// Blanks that a reader of HTML would take away: at an end of @p text, and all but the last of several.
+QString withLastingBlanks(QString text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const bool isAtEnd = i == 0 || i + 1 == text.size();
+        if (text[i] == u' ' && (isAtEnd || text[i + 1] == u' ' || text[i - 1] == QChar::LineSeparator))
+            text[i] = QChar::Nbsp;
+    }
+    return text;
+}
+
 class Writer
 {
 public:
@@ -36,8 +47,8 @@ public:
         for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
             add(block);
         toDepth(0);
-        return u"<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"></head><body>\n"_s + m_html +
-               u"</body></html>\n"_s;
+        return u"<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"></head><body>"_s + m_html +
+               u"</body></html>"_s;
     }
 
 private:
@@ -54,8 +65,9 @@ private:
         const QString tag = list ? u"li"_s : heading > 0 ? u"h%1"_s.arg(heading) : u"p"_s;
         QString inside = contents(block, heading > 0);
         if (inside.isEmpty())
-            inside = u"<br>"_s; // an empty paragraph has no height otherwise
-        m_html += u'<' + tag + alignmentOf(format) + u'>' + inside + u"</"_s + tag + u">\n"_s;
+            inside = QChar(QChar::Nbsp); // an empty paragraph has no height otherwise
+        // line ends only here: behind a paragraph that is the last they would be read back as a blank
+        m_html += u"\n<"_s + tag + alignmentOf(format) + u'>' + inside + u"</"_s + tag + u'>';
     }
 
     void toDepth(int depth)
@@ -63,9 +75,9 @@ private:
         if (depth != m_depth)
             endList();
         for (; m_depth > depth; --m_depth)
-            m_html += u"</blockquote>\n"_s;
+            m_html += u"</blockquote>"_s;
         for (; m_depth < depth; ++m_depth)
-            m_html += u"<blockquote type=\"cite\">\n"_s;
+            m_html += u"<blockquote type=\"cite\">"_s;
     }
 
     static bool isNumbered(const QTextList *list)
@@ -77,13 +89,13 @@ private:
     {
         m_list = list;
         m_listTag = isNumbered(list) ? u"ol"_s : u"ul"_s;
-        m_html += u'<' + m_listTag + u">\n"_s;
+        m_html += u'<' + m_listTag + u'>';
     }
 
     void endList()
     {
         if (m_list)
-            m_html += u"</"_s + m_listTag + u">\n"_s;
+            m_html += u"</"_s + m_listTag + u'>';
         m_list = nullptr;
     }
 
@@ -101,8 +113,9 @@ private:
         const QTextCharFormat format = fragment.charFormat();
         if (format.isImageFormat())
             return picture(format.toImageFormat());
-        QString html = htmlEscaped(fragment.text());
-        html.replace(QChar::LineSeparator, u"<br>"_s).replace(u"  "_s, u" &nbsp;"_s);
+        QString html = htmlEscaped(withLastingBlanks(fragment.text()));
+        html.replace(QChar::LineSeparator, u"<br>"_s);
+        html.replace(u'\t', u"<span style=\"white-space: pre\">\t</span>"_s);
         if (format.fontWeight() > QFont::Normal && !isHeading)
             html = u"<b>"_s + html + u"</b>"_s;
         if (format.fontItalic())
@@ -154,6 +167,8 @@ QString plainTextOf(const QTextDocument &document)
                           : u"- "_s;
         QString line = block.text();
         line.remove(QChar::ObjectReplacementCharacter);
+        if (line == QChar(QChar::Nbsp)) // as the writer marks an empty paragraph
+            line.clear();
         line.replace(QChar::Nbsp, u' ');
         line.replace(QChar::LineSeparator, u'\n' + (depth > 0 ? QString(depth, u'>') + u' ' : QString()));
         text += prefix + line + u'\n';

@@ -20,6 +20,9 @@ namespace {
 
 constexpr int kNarrowest = 20; ///< `SendWrapWidth` below this is a mistake
 
+/// A longer line was pasted, not typed: it is wrapped when the message is sent, not at every key.
+constexpr int kLongestTyped = 2000;
+
 int wrapWidth()
 {
     return std::max(intSetting(Setting::SendWrapWidth), kNarrowest);
@@ -101,10 +104,17 @@ void PlainEditor::changeEvent(QEvent *event)
 
 void PlainEditor::keyPressEvent(QKeyEvent *event)
 {
-    QPlainTextEdit::keyPressEvent(event);
     const QString typed = event->text();
-    if (boolSetting(Setting::AutoWrapCompose) && !typed.isEmpty() && typed.front().isPrint())
-        wrapLine();
+    const bool mayWrap = !typed.isEmpty() && typed.front().isPrint() &&
+                         boolSetting(Setting::AutoWrapCompose) && textCursor().block().length() > wrapWidth();
+    if (!mayWrap)
+        return QPlainTextEdit::keyPressEvent(event);
+    QTextCursor step = textCursor(); // what is typed and the break that it makes are undone together
+    step.beginEditBlock();
+    QPlainTextEdit::keyPressEvent(event);
+    wrapLine();
+    step.endEditBlock();
+    ensureCursorVisible();
 }
 
 /// A line that has become too long is broken at its last blank within the width, as part of what was typed.
@@ -114,7 +124,7 @@ void PlainEditor::wrapLine()
     QTextCursor cursor = textCursor();
     const QTextBlock line = cursor.block();
     const int width = wrapWidth();
-    if (line.length() - 1 <= width || QuoteColours::depthOf(line.text()) > 0)
+    if (line.length() - 1 <= width || line.length() > kLongestTyped || QuoteColours::depthOf(line.text()) > 0)
         return;
     const QString wrapped = wrapText(line.text(), width);
     const qsizetype end = wrapped.indexOf(u'\n');
@@ -127,11 +137,9 @@ void PlainEditor::wrapLine()
         ++next;
     if (next >= whole.size())
         return; // only blanks would go over
-    cursor.joinPreviousEditBlock();
     cursor.setPosition(line.position() + int(end));
     cursor.setPosition(line.position() + int(next), QTextCursor::KeepAnchor);
     cursor.insertText(u"\n"_s);
-    cursor.endEditBlock();
 }
 
 QTextCursor PlainEditor::paragraph() const

@@ -6,6 +6,7 @@
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/htmlwriter.h"
 #include "ui/compose/plaineditor.h"
+#include "ui/compose/quotecolours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/storedcolours.h"
 
@@ -44,7 +45,42 @@ QByteArray newContentId()
     return QUuid::createUuid().toByteArray(QUuid::WithoutBraces) + "@velmar.invalid";
 }
 
+/// What a hostile text has beyond these levels of quotation stays text.
+constexpr int kDeepest = 20;
+
+/// Takes the marks of @p depth levels off @p line, and the blank behind them.
+QStringView withoutMarks(QStringView line, int depth)
+{
+    for (; depth > 0; --depth)
+        line = line.sliced(line.indexOf(u'>') + 1);
+    return line.startsWith(u' ') ? line.sliced(1) : line;
+}
+
 } // namespace
+
+void fillWithPlain(QTextDocument &document, const QString &text)
+{
+    QStringView lines(text);
+    if (lines.endsWith(u'\n'))
+        lines.chop(1);
+    document.clear();
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    bool isFirst = true;
+    for (const QStringView line : lines.split(u'\n')) {
+        const int depth = std::min(QuoteColours::depthOf(line), kDeepest);
+        QTextBlockFormat format;
+        if (depth > 0)
+            setQuoteDepth(format, depth);
+        if (isFirst)
+            cursor.setBlockFormat(format);
+        else
+            cursor.insertBlock(format, {});
+        isFirst = false;
+        cursor.insertText((depth > 0 ? withoutMarks(line, depth) : line).toString());
+    }
+    cursor.endEditBlock();
+}
 
 RichEditor::RichEditor(QWidget *parent)
     : QTextEdit(parent)
@@ -87,15 +123,28 @@ void RichEditor::setContents(const QString &html, const QList<Attachment> &pictu
     setHtml(html);
     QTextCursor cursor(document());
     cursor.beginEditBlock();
+    bool isQuotedAbove = false;
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
         QTextBlockFormat format = block.blockFormat();
-        const int quoted = format.intProperty(QTextFormat::BlockQuoteLevel);
-        if (quoted > 0)
-            setQuoteDepth(format, std::max(1, qRound(format.leftMargin() / kToolkitQuoteMargin)));
+        // the toolkit says it of the first paragraph of a quotation only; the others have just its margin
+        const int deep = qRound(format.leftMargin() / kToolkitQuoteMargin);
+        const bool isQuoted =
+            format.intProperty(QTextFormat::BlockQuoteLevel) > 0 || (isQuotedAbove && deep > 0);
+        if (isQuoted)
+            setQuoteDepth(format, std::clamp(deep, 1, kDeepest));
+        isQuotedAbove = isQuoted;
         cursor.setPosition(block.position());
         cursor.setBlockFormat(format);
     }
     cursor.endEditBlock();
+    document()->clearUndoRedoStacks();
+    document()->setModified(false);
+}
+
+void RichEditor::setPlain(const QString &text)
+{
+    m_pictures.clear();
+    fillWithPlain(*document(), text);
     document()->clearUndoRedoStacks();
     document()->setModified(false);
 }
@@ -113,6 +162,8 @@ QString RichEditor::plainForm() const
 QList<Attachment> RichEditor::pictures() const
 {
     QList<Attachment> shown;
+    if (m_pictures.isEmpty())
+        return shown;
     const QString text = html();
     for (auto it = m_pictures.begin(); it != m_pictures.end(); ++it)
         if (text.contains(u"cid:"_s + it.key()))

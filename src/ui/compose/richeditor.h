@@ -17,6 +17,9 @@ public:
     /// @p pictures: the inline parts that @p html names.
     void setContents(const QString &html, const QList<Attachment> &pictures);
 
+    /// A plain text: its lines are paragraphs, quoted ones quotations.
+    void setPlain(const QString &text);
+
     QString html() const;               ///< a whole document
     QString plainForm() const;          ///< the same as text, quotations behind "> "
     QList<Attachment> pictures() const; ///< those that the text still shows
@@ -54,3 +57,6 @@ private:
 
     QHash<QString, Attachment> m_pictures; ///< by Content-ID
 };
+
+/// Puts @p text into @p document as RichEditor::setPlain() does; plainTextOf() (htmlwriter.h) gives it back.
+void fillWithPlain(QTextDocument &document, const QString &text);

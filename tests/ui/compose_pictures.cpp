@@ -1,0 +1,223 @@
+// Draws the compose window into a directory: plain, formatted, full, as an article; light, dark, in high
+// contrast, in 14 points and from right to left. With "keys" in the place of a directory it says what a key
+// costs in the middle of a long text.
+#include "support/scratch.h"
+
+#include "engine/engine.h"
+#include "ui/compose/composeattachments.h"
+#include "ui/compose/composeeditor.h"
+#include "ui/compose/composeheader.h"
+#include "ui/compose/plaineditor.h"
+#include "ui/compose/richeditor.h"
+#include "ui/compose/sendwindow.h"
+#include "ui/look/askingbar.h"
+#include "ui/look/looks.h"
+#include "ui/look/messageboxes.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QTest>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kKeys = 200;
+
+Composition letter()
+{
+    Composition letter;
+    letter.identity.name = u"Clara Brandt"_s;
+    letter.identity.address = u"clara@tidewater.example"_s;
+    letter.to = u"Aiko Tanabe <aiko@tidewater.example>, Tomás Rivera <tomas@rivera.example>"_s;
+    letter.cc = u"proofs@tidewater.example, hanna.at.korhonen"_s;
+    letter.subject = u"Re: Tide tables, second reading"_s;
+    letter.text =
+        u"Dear Aiko,\n\nthank you for the careful reading. I have shifted the Port Ellis times and\n"
+        u"taken the footnote out; the star chart gets its lighter grid tomorrow.\n\n"
+        u"Could you send the corrected sheet to the printer by Thursday noon?\n\nClara\n\n"
+        u"Aiko Tanabe wrote:\n> Shift them, please, and drop the footnote.\n"
+        u">> The times for Port Ellis are still in winter time.\n>\n> Aiko\n\n-- \n"
+        u"Clara Brandt, editor\nTidewater Press\n"_s;
+    letter.attachments = {{u"Tide tables 2026.pdf"_s, "application/pdf", QByteArray(1'800'000, 'x'), {}},
+                          {u"port-ellis-june.ods"_s,
+                           "application/vnd.oasis.opendocument.spreadsheet",
+                           QByteArray(46'000, 'x'),
+                           {}},
+                          {u"Cover.jpg"_s, "image/jpeg", QByteArray(312'000, 'x'), {}}};
+    return letter;
+}
+
+class Scene
+{
+public:
+    Scene()
+        : m_boxes(&m_parent)
+    {
+        if (!m_engine.load())
+            qFatal("the engine does not load");
+        looks.start();
+        m_engine.identities().add(letter().identity);
+    }
+
+    SendWindow *open(Composition composition, DraftContext::Deed deed = DraftContext::Deed::New)
+    {
+        composition.identity = m_engine.identities().all().front();
+        Composer::Started started;
+        started.composition = composition;
+        started.context.deed = deed;
+        const ComposeServices services = {m_engine.composer(),   m_engine.drafts(), m_engine.outbox(),
+                                          m_engine.identities(), m_boxes,           {}};
+        auto *window = new SendWindow(services, started);
+        window->resize(1000, 760);
+        window->comeForward();
+        if (!QTest::qWaitForWindowActive(window))
+            qFatal("the window does not come");
+        return window;
+    }
+
+    Looks looks;
+
+private:
+    Scratch m_scratch;
+    Engine m_engine;
+    QWidget m_parent;
+    MessageBoxes m_boxes;
+};
+
+void save(QWidget &window, const QString &path)
+{
+    QTest::qWait(60);
+    if (!window.grab().save(path))
+        qFatal("%s cannot be written", qPrintable(path));
+}
+
+void draw(Scene &scene, const QString &stem)
+{
+    SendWindow *plain = scene.open(letter(), DraftContext::Deed::Reply);
+    auto *to = plain->findChild<ComposeHeader *>()->recipients(ComposeHeader::Field::To);
+    to->entry()->setFocus();
+    QTest::keyClick(to->entry(), Qt::Key_Backspace);
+    save(*plain, stem + u"-plain.png"_s);
+    plain->actions().find(u"compose.rich"_s)->trigger();
+    auto *editor = plain->findChild<ComposeEditor *>()->rich();
+    QTextCursor cursor = editor->document()->find(u"Thursday noon"_s);
+    editor->setTextCursor(cursor);
+    editor->setBold(true);
+    plain->findChild<AskingBar *>()->tell(
+        MessageBar::Kind::Warning, u"korhomen.example is new and one letter away from korhonen.example."_s);
+    save(*plain, stem + u"-rich.png"_s);
+    plain->resize(640, 480);
+    save(*plain, stem + u"-small.png"_s);
+    delete plain;
+    SendWindow *empty = scene.open({});
+    save(*empty, stem + u"-empty.png"_s);
+    delete empty;
+    Composition article = letter();
+    article.to.clear();
+    article.cc.clear();
+    article.newsgroups = u"comp.lang.c++"_s;
+    SendWindow *news = scene.open(article);
+    save(*news, stem + u"-article.png"_s);
+    delete news;
+}
+
+/// Milliseconds of each key, layout and painting included, sorted.
+std::vector<double> keys(QAbstractScrollArea *editor)
+{
+    std::vector<double> times;
+    for (int i = 0; i < kKeys; ++i) {
+        QElapsedTimer clock;
+        clock.start();
+        QTest::keyClick(editor, i % 9 == 8 ? Qt::Key_Space : Qt::Key_A);
+        editor->viewport()->repaint();
+        times.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return times;
+}
+
+void tell(const char *what, const std::vector<double> &times)
+{
+    std::printf("%-44s median %6.2f ms, 99 %% %6.2f ms, most %6.2f ms\n", what, times[times.size() / 2],
+                times[times.size() * 99 / 100], times.back());
+}
+
+void tell(const char *what, const std::function<void()> &work)
+{
+    QElapsedTimer clock;
+    clock.start();
+    work();
+    std::printf("%-44s %8.2f ms\n", what, double(clock.nsecsElapsed()) / 1e6);
+}
+
+void measureKeys(Scene &scene, const char *name, int lines, bool rich)
+{
+    Composition long_ = letter();
+    long_.attachments.clear();
+    long_.attachments.append({u"film.mp4"_s, "video/mp4", QByteArray(50'000'000, 'x'), {}});
+    long_.text.clear();
+    for (int i = 0; i < lines; ++i)
+        long_.text += u"> a quoted line of the message that is answered here\n"_s;
+    SendWindow *window = scene.open(long_, DraftContext::Deed::Reply);
+    auto *editor = window->findChild<ComposeEditor *>();
+    if (rich)
+        tell("  over to formatted text", [&] { editor->setRich(true); });
+    auto *widget = qobject_cast<QAbstractScrollArea *>(editor->current());
+    QTextDocument *document = rich ? editor->rich()->document() : editor->plain()->document();
+    QTextCursor cursor(document->findBlockByNumber(lines / 2));
+    cursor.insertText(u"\n"_s);
+    cursor.movePosition(QTextCursor::PreviousBlock);
+    if (rich)
+        editor->rich()->setTextCursor(cursor);
+    else
+        editor->plain()->setTextCursor(cursor);
+    QTest::qWait(50);
+    tell(name, keys(widget));
+    tell("  composition()", [&] { (void)window->composition(); });
+    tell("  keeping a version, the first", [&] { (void)window->keepNow(); });
+    QTest::keyClick(widget, Qt::Key_A);
+    tell("  keeping the next version", [&] { (void)window->keepNow(); });
+    tell("  counting words", [&] { (void)editor->wordCount(); });
+    delete window;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    if (argc < 2)
+        return 2;
+    Scene scene;
+    const QString where = QString::fromLocal8Bit(argv[1]);
+    if (where == u"keys"_s) {
+        measureKeys(scene, "plain, 20,000 quoted lines", 20'000, false);
+        measureKeys(scene, "formatted, 2,000 lines", 2'000, true);
+        return 0;
+    }
+    QDir().mkpath(where);
+    const std::pair<const char *, Look> looks[] = {
+        {"light", Look::Light}, {"dark", Look::Dark}, {"contrast", Look::HighContrast}};
+    for (const auto &[name, look] : looks) {
+        scene.looks.setLook(look);
+        draw(scene, where + u"/compose-"_s + QLatin1StringView(name));
+    }
+    scene.looks.setLook(Look::Light);
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    draw(scene, where + u"/compose-rtl"_s);
+    QApplication::setLayoutDirection(Qt::LeftToRight);
+    QFont large = QApplication::font();
+    large.setPointSize(14);
+    scene.looks.setFont(large);
+    draw(scene, where + u"/compose-large"_s);
+    return 0;
+}
