@@ -16,6 +16,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kLeastLines = 4; ///< of the text that stay in sight
+
 int wordsIn(const QTextDocument &document)
 {
     int words = 0;
@@ -43,8 +45,10 @@ ComposeEditor::ComposeEditor(QWidget *parent)
 {
     m_stack->addWidget(m_plain);
     m_stack->addWidget(m_rich);
-    for (QWidget *editor : {static_cast<QWidget *>(m_plain), static_cast<QWidget *>(m_rich)})
+    for (QWidget *editor : {static_cast<QWidget *>(m_plain), static_cast<QWidget *>(m_rich)}) {
         editor->setAccessibleName(tr("Text of the message"));
+        editor->setMinimumHeight(kLeastLines * textHeight());
+    }
     m_plain->document()->setDocumentMargin(space::dialog);
     connectDocument(m_plain->document());
     connectDocument(m_rich->document());

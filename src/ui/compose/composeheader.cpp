@@ -45,6 +45,9 @@ static_assert(std::size(kFields) == ComposeHeader::kFieldCount);
 
 constexpr Field kAsked[] = {Field::Bcc, Field::ReplyTo}; ///< those with a button in the first line
 
+/// So that words begin where those in the box of senders do; the toolkit's own margin is 2.
+constexpr int kTextInset = space::between - 2;
+
 const FieldRow &rowFor(Field field)
 {
     return kFields[std::size_t(field)];
@@ -115,7 +118,7 @@ void ComposeHeader::addRow(Field field)
         made.words = new QLineEdit(this);
         made.line = made.words;
         made.words->setFrame(false);
-        made.words->setTextMargins(0, space::inner, 0, space::inner);
+        made.words->setTextMargins(kTextInset, space::inner, 0, space::inner);
         made.words->setAccessibleName(name);
         connect(made.words, &QLineEdit::textChanged, this, &ComposeHeader::changed);
         connect(made.words, &QLineEdit::returnPressed, this, [this, field] { next(field); });
@@ -123,7 +126,7 @@ void ComposeHeader::addRow(Field field)
             setFontScale(made.words, 1.0, QFont::DemiBold);
     }
     made.label->setBuddy(entryOf(field));
-    made.label->setMinimumHeight(textHeight() + 2 * space::between);
+    made.label->setMinimumHeight(textHeight() + 2 * space::between + space::inner);
     const int place = m_grid->rowCount();
     m_grid->addWidget(made.label, place, 0, Qt::AlignTrailing | Qt::AlignTop);
     m_grid->addWidget(made.line, place, 1, Qt::AlignVCenter);
@@ -146,11 +149,11 @@ void ComposeHeader::setIdentities(const std::vector<Identity> &identities, int c
 {
     m_from->clear();
     for (const Identity &each : identities) {
-        m_from->addItem(harmlessLine(each.name.isEmpty() ? each.address : each.display(), 200), each.number);
+        m_from->addItem(isolatedName(harmlessLine(each.name.isEmpty() ? each.address : each.display(), 200)),
+                        each.number);
         if (each.number == current)
             m_from->setCurrentIndex(m_from->count() - 1);
     }
-    m_from->setEnabled(m_from->count() > 1);
 }
 
 int ComposeHeader::identity() const
@@ -264,9 +267,8 @@ void ComposeHeader::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.fillRect(rect(), colour(Role::Base));
-    for (int i = 0; i < m_grid->rowCount(); ++i) {
-        const QRect cell = m_grid->cellRect(i, 1);
-        if (cell.height() > 0)
-            painter.fillRect(0, cell.bottom() + 1, width(), 1, colour(Role::Line));
-    }
+    for (const Row &each : m_rows) // the labels stand at the top of their rows
+        if (!each.label->isHidden())
+            painter.fillRect(0, each.label->y() - 1, width(), 1, colour(Role::Line));
+    painter.fillRect(0, height() - 1, width(), 1, colour(Role::Line));
 }

@@ -43,7 +43,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize kFirstSize(820, 680);
-constexpr QSize kSmallest(640, 480);
+constexpr int kSmallestWidth = 640;
 constexpr int kLongestTitle = 200;  ///< UTF-16 units
 constexpr int kTypingPause = 2000;  ///< milliseconds without a key after which a version is kept
 constexpr int kCountingPause = 300; ///< the same, before words are counted
@@ -79,7 +79,7 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(u"sendWindow"_s);
     setAcceptDrops(true);
-    setMinimumSize(kSmallest);
+    setMinimumWidth(kSmallestWidth); // its height is what the parts need, with a large font more
     if (m_draft == 0)
         m_draft = m_services.drafts.begin(m_context);
     qApp->installEventFilter(this);
