@@ -138,6 +138,11 @@ void ComposeTest::takesBack()
     QVERIFY(m_window);
     QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"Too early"_s);
     QCOMPARE(header()->text(Field::To), u"bob@example.org"_s);
+    m_program->answer(u"No"_s); // an account that sends was offered
+    m_window->close();          // it lies nowhere else: that is asked about
+    QVERIFY(m_program->box());
+    m_program->answer(u"Resume Editing"_s);
+    QVERIFY(m_window);
 }
 
 void ComposeTest::asksBeforeSending_data()
@@ -190,6 +195,12 @@ void ComposeTest::quietWarnings()
     auto *bar = m_window->findChild<AskingBar *>();
     QVERIFY(bar->isVisible());
     QCOMPARE(outbox().counts().total, 0);
+    header()->setText(Field::To, {}); // what is wrong by then is found
+    bar->findChild<QAbstractButton *>(u"second"_s)->click();
+    m_program->answer(u"OK"_s);
+    QCOMPARE(outbox().counts().total, 0);
+    header()->setText(Field::To, u"bob@example.org"_s);
+    act("compose.send");
     bar->findChild<QAbstractButton *>(u"second"_s)->click();
     QTRY_COMPARE(outbox().counts().total, 1);
 }

@@ -108,7 +108,7 @@ void ComposeEditor::setRich(bool rich)
         return;
     m_isFilling = true;
     if (rich)
-        m_rich->setPlain(m_plain->toPlainText());
+        m_rich->setPlain(m_plain->text());
     else
         m_plain->setPlainText(m_rich->plainForm());
     m_isRich = rich;
@@ -134,7 +134,7 @@ QString ComposeEditor::plainForm() const
 {
     if (m_isRich)
         return m_rich->plainForm();
-    QString text = m_plain->toPlainText();
+    QString text = m_plain->text();
     return text.isEmpty() || text.endsWith(u'\n') ? text : text + u'\n';
 }
 

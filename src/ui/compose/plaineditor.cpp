@@ -174,6 +174,12 @@ void PlainEditor::rewrap()
     cursor.insertText(text);
 }
 
+QString PlainEditor::text() const
+{
+    QString raw = document()->toRawText();
+    return raw.replace(QChar::ParagraphSeparator, u'\n').replace(QChar::LineSeparator, u'\n');
+}
+
 void PlainEditor::insertText(const QString &text)
 {
     textCursor().insertText(text);

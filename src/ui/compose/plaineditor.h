@@ -15,6 +15,8 @@ class PlainEditor : public QPlainTextEdit
 public:
     explicit PlainEditor(QWidget *parent = nullptr);
 
+    QString text() const; ///< "\n" line ends; no-break spaces are what they are
+
     /// @name Each is one step to undo
     /// @{
     void pasteAsQuotation();

@@ -372,7 +372,7 @@ void SendWindow::connectActions()
     on(ComposeAct::SaveDraft, [this] { saveDraft(); });
     on(ComposeAct::History, [this] { showHistory(); });
     on(ComposeAct::Attach, [this] { askForFiles(); });
-    on(ComposeAct::Discard, [this] { askBeforeClosing(); });
+    on(ComposeAct::Discard, [this] { askBeforeDiscarding(); });
     on(ComposeAct::Close, [this] { close(); });
     on(ComposeAct::Undo, [this] { m_editor->undo(); });
     on(ComposeAct::Redo, [this] { m_editor->redo(); });

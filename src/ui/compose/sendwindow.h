@@ -55,6 +55,9 @@ public:
     bool keepNow();
     bool isChanged() const { return m_isChanged; }
 
+    /// What it holds lies nowhere else, as after it was taken back: closing asks, and a version is kept now.
+    void markUnsaved();
+
     const ActionRegistry &actions() const { return m_registry; }
 
 signals:
@@ -115,18 +118,20 @@ private:
     void showHistory();
     void restore(const Composition &version);
     void askBeforeClosing();
+    void askBeforeDiscarding();
     void discard();
     /// @}
 
     /// @name Sending (sendwindowsend.cpp)
     /// @{
     void send(qint64 notBefore);
+    void check();
     void sendLater();
     void goThrough(QList<SendFinding> findings);
     void refuse(const SendFinding &finding);
     void ask(const SendFinding &finding, QList<SendFinding> rest);
     void askCharset(const SendFinding &finding, QList<SendFinding> rest);
-    void warn(const SendFinding &finding, QList<SendFinding> rest);
+    void warn(const SendFinding &finding);
     void handOver();
     /// @}
 
@@ -146,6 +151,7 @@ private:
     bool m_isComposing = false; ///< an input method has characters that are not settled
     bool m_isSending = false;   ///< questions are open
     qint64 m_notBefore = 0;
+    QList<std::pair<SendProblem, QString>> m_confirmed; ///< findings that the user has answered with "Send"
     QString m_savedText;
     QTimer m_typed;
     QTimer m_interval;

@@ -28,6 +28,13 @@ bool SendWindow::keepNow()
     return kept;
 }
 
+void SendWindow::markUnsaved()
+{
+    m_isChanged = true;
+    m_isKept = false;
+    keepNow();
+}
+
 void SendWindow::keepSoon()
 {
     keepNow();
@@ -96,6 +103,23 @@ void SendWindow::askBeforeClosing()
             discard();
         else
             m_editor->setFocus();
+    });
+}
+
+void SendWindow::askBeforeDiscarding()
+{
+    if (m_isSending)
+        return;
+    MessageBoxes::Question question;
+    question.text = tr("Delete this draft and its earlier versions?");
+    question.buttons = {tr("&Delete draft"), tr("&Keep it")};
+    question.dangerous = true;
+    m_services.boxes.ask(question, this, [this](int button) {
+        if (button != 0)
+            return;
+        m_services.drafts.discard(m_draft);
+        m_isOver = true;
+        close();
     });
 }
 

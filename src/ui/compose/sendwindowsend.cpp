@@ -19,7 +19,14 @@ void SendWindow::send(qint64 notBefore)
         return;
     m_header->commit();
     m_notBefore = notBefore;
+    m_confirmed.clear();
     keepNow();
+    check();
+}
+
+/// Everything that stands in the way; what the user has answered already does not.
+void SendWindow::check()
+{
     SendContext context;
     context.textAtFirst = m_textAtFirst;
     context.isArticle = m_isArticle;
@@ -28,7 +35,11 @@ void SendWindow::send(qint64 notBefore)
     context.isKnown = [this](const QString &address) { return m_services.composer.isKnown(address); };
     context.knownAddresses = m_services.composer.knownAddresses();
     m_isSending = true;
-    goThrough(checkBeforeSending(composition(), context));
+    QList<SendFinding> findings = checkBeforeSending(composition(), context);
+    findings.removeIf([this](const SendFinding &each) {
+        return m_confirmed.contains(std::pair(each.problem, each.detail));
+    });
+    goThrough(std::move(findings));
 }
 
 void SendWindow::sendLater()
@@ -49,7 +60,7 @@ void SendWindow::goThrough(QList<SendFinding> findings)
     else if (finding.problem == SendProblem::CharsetTooSmall)
         askCharset(finding, std::move(findings));
     else if (row.isQuiet)
-        warn(finding, std::move(findings));
+        warn(finding);
     else
         ask(finding, std::move(findings));
 }
@@ -77,8 +88,10 @@ void SendWindow::ask(const SendFinding &finding, QList<SendFinding> rest)
         question.neverAgain = tr("Don't ask me this again");
         question.whenTicked = [problem] { turnOff(problem); };
     }
-    m_services.boxes.ask(question, this, [this, problem, rest = std::move(rest)](int button) {
+    const auto answered = std::pair(problem, finding.detail);
+    m_services.boxes.ask(question, this, [this, problem, answered, rest = std::move(rest)](int button) {
         if (button == 0) {
+            m_confirmed.append(answered);
             goThrough(rest);
             return;
         }
@@ -95,8 +108,9 @@ void SendWindow::askCharset(const SendFinding &finding, QList<SendFinding> rest)
     MessageBoxes::Question question;
     question.text = finding.text;
     const QByteArray suggested = finding.detail.toLatin1();
-    question.buttons = {tr("&Use Suggested Character Set"), tr("&Select Character Set Manually"),
-                        tr("&Continue With Current Setting")};
+    // the one that goes back to the text stands last: it is what Esc means
+    question.buttons = {tr("&Use Suggested Character Set"), tr("&Continue With Current Setting"),
+                        tr("&Select Character Set Manually")};
     if (suggested.isEmpty())
         question.buttons.removeFirst();
     const int offset = suggested.isEmpty() ? 1 : 0;
@@ -107,23 +121,24 @@ void SendWindow::askCharset(const SendFinding &finding, QList<SendFinding> rest)
             changed();
             goThrough(rest);
             break;
-        case 1:
+        case 1: goThrough(rest); break;
+        default:
             m_isSending = false;
             m_bar->tell(MessageBar::Kind::Information,
                         tr("Choose the character set in the menu Options, then send the message."));
-            break;
-        default: goThrough(rest);
         }
     });
 }
 
-/// What is only worth a second look stands in the window; sending goes on from there.
-void SendWindow::warn(const SendFinding &finding, QList<SendFinding> rest)
+/// What is only worth a second look stands in the window; it is all looked at again when sending goes on,
+/// because the message may be another one by then.
+void SendWindow::warn(const SendFinding &finding)
 {
     m_isSending = false;
-    const auto goOn = [this, rest = std::move(rest)] {
-        m_isSending = true;
-        goThrough(rest);
+    const auto goOn = [this, answered = std::pair(finding.problem, finding.detail)] {
+        m_header->commit();
+        m_confirmed.append(answered);
+        check();
     };
     AskingBar::Answer first;
     if (finding.problem == SendProblem::AttachmentForgotten)

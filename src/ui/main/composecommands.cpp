@@ -78,6 +78,9 @@ SendWindow *ComposeCommands::open(const Composer::Started &started)
     m_windows.removeAll(nullptr);
     m_windows.append(window);
     connect(window, &SendWindow::sent, this, &ComposeCommands::sent);
+    if (started.context.deed == DraftContext::Deed::Reply)
+        connect(window, &SendWindow::sent, this,
+                [this, original = started.context.original] { emit answered(original); });
     window->comeForward();
     return window;
 }
@@ -191,7 +194,10 @@ void ComposeCommands::reopen()
         started.draft = draft;
         started.context = m_engine.drafts().context(draft);
         started.composition = m_engine.drafts().version(draft, 0);
-        opened += open(started) != nullptr;
+        if (SendWindow *window = open(started)) {
+            window->markUnsaved();
+            ++opened;
+        }
     }
     if (opened > 0)
         emit told(MessageBar::Kind::Information,
@@ -200,14 +206,19 @@ void ComposeCommands::reopen()
                   {}, {}, {}, {});
 }
 
-void ComposeCommands::keepAll()
+bool ComposeCommands::keepAll()
 {
-    for (const QPointer<SendWindow> &each : std::as_const(m_windows)) {
-        if (!each)
-            continue;
-        each->keepNow();
+    bool kept = true;
+    for (const QPointer<SendWindow> &each : std::as_const(m_windows))
+        kept = (!each || each->keepNow()) && kept;
+    return kept;
+}
+
+void ComposeCommands::closeAll()
+{
+    keepAll();
+    for (const QPointer<SendWindow> &each : std::as_const(m_windows))
         delete each;
-    }
     m_windows.clear();
 }
 
@@ -222,6 +233,24 @@ void ComposeCommands::sendNow(MessageRef place)
 {
     if (const OutboxEntry *entry = m_engine.outbox().entryAt(place))
         m_engine.outbox().sendNow(entry->ticket);
+}
+
+void ComposeCommands::settleAsSent(MessageRef place)
+{
+    if (const OutboxEntry *entry = m_engine.outbox().entryAt(place))
+        m_engine.outbox().settleAsSent(entry->ticket);
+}
+
+bool ComposeCommands::isPerhapsSent(MessageRef place) const
+{
+    const OutboxEntry *entry = m_engine.outbox().entryAt(place);
+    return entry && entry->state == OutboxState::PerhapsSent;
+}
+
+bool ComposeCommands::isDraft(MessageRef place) const
+{
+    const Group *group = place.isNull() ? nullptr : m_engine.groups().group(place.group);
+    return group && group->role() == GroupRole::Drafts;
 }
 
 bool ComposeCommands::anythingWaits() const
@@ -275,8 +304,8 @@ void ComposeCommands::takeBack(quint64 ticket)
     wish.text = m_engine.outbox().takeBack(ticket);
     if (wish.text.isNull())
         emit told(MessageBar::Kind::Warning, tr("The message is on its way already."), {}, {}, {}, {});
-    else
-        start(wish);
+    else if (SendWindow *window = open(m_engine.composer().start(wish)))
+        window->markUnsaved(); // it lies in the outbox no more
 }
 
 void ComposeCommands::failed(quint64 ticket, const QString &why)
@@ -295,16 +324,16 @@ QString ComposeCommands::stateOf(MessageRef place) const
     const qint64 left = entry->due - clockSeconds();
     switch (entry->state) {
     case OutboxState::Held:
-        return left <= 0                    ? tr("The message is sent now.")
-               : left > Outbox::undoDelay() ? tr("The message is sent on %1.").arg(timeInWords(entry->due))
-               : left == 1                  ? tr("The message is sent in 1 second.")
-                                            : tr("The message is sent in %1 seconds.").arg(left);
+        return !entry->countsDown ? tr("The message is sent on %1.").arg(timeInWords(entry->due))
+               : left <= 0        ? tr("The message is sent now.")
+               : left == 1        ? tr("The message is sent in 1 second.")
+                                  : tr("The message is sent in %1 seconds.").arg(left);
     case OutboxState::Waiting:
         return entry->account == 0 ? tr("The message waits for an account that sends it.")
                                    : tr("The message waits to be sent.");
     case OutboxState::Sending: return tr("The message is being sent.");
     case OutboxState::PerhapsSent:
-        return tr("Nobody knows whether the message was sent: the program ended while it was on its way.");
+        return tr("Nobody knows whether the message was sent. %1").arg(entry->reason);
     case OutboxState::Retrying:
         return tr("It could not be sent (%1) and is tried again at %2.")
             .arg(entry->reason, timeInWords(entry->due));

@@ -42,9 +42,14 @@ public:
     void sendNow(MessageRef place);
     bool anythingWaits() const; ///< that could go
 
-    /// Keeps every open message as it is and closes the windows; reopen() brings them back the next time.
-    void keepAll();
+    /// Keeps every open message as it is; closeAll() closes the windows besides, without a question, and
+    /// reopen() brings them back the next time. False, after a report: one could not be kept.
+    bool keepAll();
+    void closeAll();
 
+    bool isDraft(MessageRef place) const;
+    bool isPerhapsSent(MessageRef place) const;
+    void settleAsSent(MessageRef place);
     bool isOwn(MessageRef place) const; ///< a draft, or what waits in the outbox
 
     /// What is to be said about a message of the outbox; empty when it is none.
@@ -61,6 +66,9 @@ signals:
 
     /// What it said holds no more.
     void untold();
+
+    /// The answer to that message is in the outbox.
+    void answered(MessageRef original);
 
     /// There is nothing that could send it.
     void accountWanted();

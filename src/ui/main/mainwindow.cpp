@@ -191,8 +191,10 @@ void MainWindow::connectPanes()
         updateActions();
     });
     connect(m_viewers, &Viewers::openWanted, this, [this](MessageRef message) {
-        if (!m_composeCommands->editOwn(message))
-            openInWindow(message);
+        if (m_composeCommands->isDraft(message))
+            m_composeCommands->editOwn(message);
+        else
+            openInWindow(message); // what waits in the outbox goes on waiting
     });
     connect(m_viewers, &Viewers::changed, this, &MainWindow::showOwnMessage);
     connect(m_viewers, &Viewers::spacePressed, this, &MainWindow::readOn);
@@ -273,6 +275,10 @@ void MainWindow::closeEvent(QCloseEvent *event)
     if (Fetcher::busyCount() > 0 && isVisible()) {
         event->ignore();
         return askBeforeClosing();
+    }
+    if (!m_composeCommands->keepAll() && !m_losesText && isVisible()) {
+        event->ignore();
+        return askBeforeLosingText();
     }
     remember();
     keepWriting();

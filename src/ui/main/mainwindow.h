@@ -115,6 +115,7 @@ private:
     void reply(ReplyKind kind);
     void forward(bool attached);
     void showOwnMessage();
+    void askBeforeLosingText();
     void addViewer(GroupViewer *viewer);
     void askBeforeClosing();
     void closeWhenIdle();
@@ -177,6 +178,8 @@ private:
     QPointer<AskingBar> m_failureBar;        ///< where a failed transfer was told of
     QPointer<AskingBar> m_writingBar;        ///< where something of the outbox was told of
     QString m_writingText;                   ///< what it said
+    bool m_showsOwnMessage = false;          ///< that is about the current message
+    bool m_losesText = false;                ///< the user closes the window although a draft cannot be kept
     QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
     bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;

@@ -1,11 +1,14 @@
+#include "config/settings.h"
 #include "engine/engine.h"
 #include "ui/identities/identitywindows.h"
 #include "ui/list/messagelist.h"
 #include "ui/look/askingbar.h"
+#include "ui/look/messageboxes.h"
 #include "ui/main/accountcommands.h"
 #include "ui/main/composecommands.h"
 #include "ui/main/listpane.h"
 #include "ui/main/mainwindow.h"
+#include "ui/main/messagewindow.h"
 #include "ui/main/viewers.h"
 #include "ui/reader/messageview.h"
 
@@ -56,6 +59,11 @@ void MainWindow::connectComposing()
     });
     connect(m_composeCommands, &ComposeCommands::accountWanted, m_accountCommands,
             &AccountCommands::offerOutgoingAccount);
+    connect(m_composeCommands, &ComposeCommands::answered, this, [this](MessageRef original) {
+        if (boolSetting(Setting::CloseMessageOnReply) && m_messageWindow &&
+            m_messageWindow->ref() == original)
+            m_messageWindow->close();
+    });
     connect(m_composeCommands, &ComposeCommands::waitingChanged, this, [this] {
         updateActions();
         showOwnMessage();
@@ -74,7 +82,7 @@ void MainWindow::reopenWriting()
 
 void MainWindow::keepWriting()
 {
-    m_composeCommands->keepAll();
+    m_composeCommands->closeAll();
 }
 
 void MainWindow::reply(ReplyKind kind)
@@ -94,11 +102,37 @@ void MainWindow::showOwnMessage()
 {
     const MessageRef current = viewer().list().current();
     const QString state = m_composeCommands->stateOf(current);
-    if (state.isEmpty())
+    if (state.isEmpty()) {
+        if (m_showsOwnMessage && m_writingBar && m_writingBar->text() == m_writingText)
+            m_writingBar->hide();
+        m_showsOwnMessage = false;
         return;
+    }
+    const AskingBar::Answer sendNow = {tr("Send now"),
+                                       [this, current] { m_composeCommands->sendNow(current); }};
+    const AskingBar::Answer edit = {tr("Edit"), [this, current] { m_composeCommands->editOwn(current); }};
+    const AskingBar::Answer wasSent = {tr("It was sent"),
+                                       [this, current] { m_composeCommands->settleAsSent(current); }};
     m_writingBar = &viewer().pane()->bar();
-    m_writingBar->ask(MessageBar::Kind::Information, state,
-                      {tr("Edit"), [this, current] { m_composeCommands->editOwn(current); }},
-                      {tr("Send now"), [this, current] { m_composeCommands->sendNow(current); }});
+    if (m_composeCommands->isPerhapsSent(current))
+        m_writingBar->ask(MessageBar::Kind::Warning, state, sendNow, wasSent);
+    else
+        m_writingBar->ask(MessageBar::Kind::Information, state, edit, sendNow);
     m_writingText = m_writingBar->text();
+    m_showsOwnMessage = true;
+}
+
+/// A message that is being written and cannot be kept is lost with its window.
+void MainWindow::askBeforeLosingText()
+{
+    m_boxes->ask({tr("A message that is being written could not be saved."),
+                  tr("It is lost when Velmar closes now."),
+                  {tr("&Close and lose it"), tr("&Stay")},
+                  true,
+                  ReportLevel::Warning},
+                 this, [this](int button) {
+                     m_losesText = button == 0;
+                     if (m_losesText)
+                         close();
+                 });
 }
