@@ -1,5 +1,6 @@
 #include "net/socket/tcppointer.h"
 
+#include <QCoreApplication>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -16,6 +17,7 @@ constexpr auto kLinger = 5s;
 void TcpRelease::operator()(QTcpSocket *socket) const
 {
     socket->disconnect();
+    socket->setParent(QCoreApplication::instance()); // should the program end first
     if (socket->state() == QAbstractSocket::ClosingState && socket->bytesToWrite() > 0) {
         QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         QTimer::singleShot(kLinger, socket, &QObject::deleteLater);
