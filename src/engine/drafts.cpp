@@ -123,6 +123,8 @@ void Drafts::settleStoring(Draft &draft)
 /// Whether nothing is left to be kept; what a crash left between two phases is put into one.
 bool Drafts::isOver(Draft &draft)
 {
+    if (!groupsAreReadable())
+        return false; // what seems to be gone may come back with the repair
     DraftState state = draft.state();
     const bool isStored = isAlive(state.context.stored);
     switch (state.phase) {
@@ -149,6 +151,18 @@ bool Drafts::isOver(Draft &draft)
     }
     draft.setState(state);
     return false;
+}
+
+/// False while one of the groups that tell what became of a draft waits for its repair.
+bool Drafts::groupsAreReadable() const
+{
+    for (const GroupRole role : {GroupRole::Drafts, GroupRole::Outbox}) {
+        Group *group = m_store.group(role);
+        group->rowCount();
+        if (!group->isOpen())
+            return false;
+    }
+    return true;
 }
 
 bool Drafts::waitsInOutbox(const Draft &draft) const
@@ -396,6 +410,8 @@ void Drafts::close(int number)
     Draft *draft = find(number);
     if (!draft || draft->state().phase != DraftPhase::Open)
         return;
+    if (!groupsAreReadable())
+        return; // it is found open at the next start
     DraftState state = draft->state();
     if (!isAlive(state.context.stored))
         return discard(number);

@@ -113,6 +113,7 @@ private:
     void settleStoring(Draft &draft);
     bool isOver(Draft &draft);
     bool waitsInOutbox(const Draft &draft) const;
+    bool groupsAreReadable() const;
     bool removeMessage(MessageRef place);
     int openNew(MessageRef place);
     void remove(int draft);

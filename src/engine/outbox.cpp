@@ -263,9 +263,26 @@ std::optional<OutboxRecord> Outbox::recordFor(const QByteArray &text, int identi
     return record;
 }
 
+namespace {
+
+/// Whether @p text is marked to be encrypted and nobody has done it.
+bool wouldLeaveInClear(const QByteArray &text)
+{
+    const Message message(text);
+    return message.rawHeader("X-Velmar-Encrypt").compare("yes", Qt::CaseInsensitive) == 0 &&
+           !message.rawHeader("Content-Type").toLower().startsWith("multipart/encrypted");
+}
+
+} // namespace
+
 quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wish)
 {
     const QByteArray text = Message(message).text();
+    if (!wish.isBounce && wouldLeaveInClear(text)) {
+        report(ReportLevel::Warning, "The message is to be encrypted, which is not possible yet.\n"
+                                     "It was not sent.");
+        return 0;
+    }
     std::optional<OutboxRecord> record = recordFor(text, identity, wish);
     if (!record)
         return 0;

@@ -46,6 +46,9 @@ std::optional<OutgoingMessage> Outbox::next(int account)
 {
     if (account == 0)
         return {};
+    group().rowCount();
+    if (!group().isOpen())
+        return {}; // it waits for its repair; nothing in it is lost
     const QDateTime now = clockNow();
     for (OutboxRecord &record : m_file.records()) {
         if (record.account != account || !record.mayGo(now.toSecsSinceEpoch()))

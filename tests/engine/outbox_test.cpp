@@ -27,6 +27,8 @@ private slots:
     void mailAndPostSettleEachByItself();
     void accountsComeAndGo();
     void theGroupIsTheUsersToo();
+    void aWishToEncryptIsNotPassedOver();
+    void whileTheGroupWaitsForItsRepair();
 };
 
 void OutboxTest::sentAndFiled()
@@ -425,6 +427,35 @@ void OutboxTest::theGroupIsTheUsersToo()
     QCOMPARE(server.serve(f.outbox, f.account), 2);
     QCOMPARE(server.taken.last().remaining, QList<QByteArray>{"bob@example.org"});
     QVERIFY(!server.taken.last().text.contains("eve@"));
+}
+
+/// Nobody can do it yet: such a message must not leave readable.
+void OutboxTest::aWishToEncryptIsNotPassedOver()
+{
+    Scratch scratch;
+    OutboxAtTest f;
+    QCOMPARE(f.add("X-Velmar-Encrypt: Yes\n" + outgoing("1")), 0U);
+    QCOMPARE(scratch.reports.size(), 1);
+    QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
+    QVERIFY(f.add("X-Velmar-Encrypt: No\n" + outgoing("2")) != 0);
+}
+
+void OutboxTest::whileTheGroupWaitsForItsRepair()
+{
+    Scratch scratch;
+    OutboxAtTest f;
+    const quint64 ticket = f.add(outgoing("1"));
+    Group &group = *f.engine.groups().group(GroupRole::Outbox);
+    group.close();
+    group.setRepairsItself(false);
+    QVERIFY(QFile::remove(configPathOf(u"Groups/%1/Overview"_s.arg(group.number()))));
+    QVERIFY(!f.outbox.next(f.account));
+    QVERIFY(group.needsRepair());
+    QCOMPARE(f.state(ticket), OutboxState::Waiting); // not given up because it cannot be read now
+    QVERIFY(group.repair());
+    FakeServer server;
+    server.serve(f.outbox, f.account);
+    QCOMPARE(server.taken.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(OutboxTest)
