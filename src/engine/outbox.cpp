@@ -370,7 +370,7 @@ bool Outbox::holdsDraft(int draft) const
            });
 }
 
-QByteArray Outbox::takeBack(quint64 ticket)
+QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep)
 {
     std::vector<quint64> together;
     for (const OutboxRecord &record : m_file.records()) {
@@ -388,8 +388,10 @@ QByteArray Outbox::takeBack(quint64 ticket)
     const bool wasServed = record->has(Fate::Served);
     if (wasServed)
         text = onlyTo(text, record->entry(clockSeconds()).remaining);
-    const auto leaving =
-        record->wish.draft == 0 ? SentFiling::Leaving::ToBasket : SentFiling::Leaving::ForGood;
+    if (keep && !keep(text))
+        return {};
+    const bool isKept = keep || record->wish.draft != 0;
+    const auto leaving = isKept ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket;
     const QScopedValueRollback own(m_isOwnChange, true);
     for (const quint64 one : together) {
         if (one == ticket && wasServed)

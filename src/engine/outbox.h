@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
 #include <vector>
 
 class Group;
@@ -44,14 +45,21 @@ public:
     const OutboxEntry *entry(quint64 ticket) const;  ///< null when there is none; the same
     const OutboxEntry *entryAt(MessageRef place) const;
 
+    /// False: the journal cannot be read, and nobody knows in this run what waits.
+    bool isReadable() const { return m_file.isReadable(); }
+
     /// Whether a message waits that was written as that draft: it is not lost and not to be offered again.
     bool holdsDraft(int draft) const;
 
     /// Takes a message back as long as it is not on its way: it is edited again; its text, control headers
-    /// included, with the recipients that were not served. What some were served of is filed. Without a draft
-    /// the message goes to the waste basket, so that it is nowhere else lost either. Null: too late, or after
-    /// a report.
-    QByteArray takeBack(quint64 ticket);
+    /// included, with the recipients that were not served. What some were served of is filed. Null: too late,
+    /// or after a report.
+    ///
+    /// Before anything is forgotten, @p keep gets that text and sees to it that it is on the disk as a draft;
+    /// where it answers false, the message waits as before. Without it, and without a draft, the message goes
+    /// to the waste basket, so that it is not lost.
+    using Keep = std::function<bool(const QByteArray &text)>;
+    QByteArray takeBack(quint64 ticket, const Keep &keep = {});
 
     void sendNow(quint64 ticket);               ///< out of its countdown, its date, its refusal, its doubt
     void holdUntil(quint64 ticket, qint64 due); ///< seconds since 1970 UTC

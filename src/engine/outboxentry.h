@@ -39,6 +39,7 @@ struct SendWish
 {
     int draft = 0;            ///< goes when the message was accepted and its copy stored
     MessageRef original = {}; ///< gets the mark Replied or Forwarded
+    MessageRefs others = {};  ///< forwarded with it: they get the mark, too
     bool isReply = false;
     bool isForward = false;
     bool isBounce = false;  ///< a received message sent on (`KeepBouncedMail`)

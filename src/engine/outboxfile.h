@@ -51,6 +51,7 @@ public:
 
     /// False after a report.
     bool sync();
+    bool isReadable() const { return !m_isUnreadable; }
     bool isUnsynced() const { return m_isUnsynced; }
 
     /// Writes the journal anew when that is worth while.
