@@ -17,9 +17,30 @@ Composition readComposition(const Message &message, bool ownMessage,
 /// A mailto: URL (RFC 6068): to, cc, bcc, subject, body and in-reply-to, nothing else. Empty: it is none.
 std::optional<Composition> readMailto(const QString &url, const Identity &identity);
 
-/// The signature below the text, behind "-- \n" where the identity wants it; one that stands there already
-/// (behind the last separator, above it nothing changes) is replaced. Without a signature and a tagline it is
-/// taken away. Where no separator marks it, @p previous is what an earlier call returned: it goes if the text
-/// still ends with it. Returns what now ends the plain text.
+/// What is put below a text: signature and tagline, behind "-- \n" where the identity wants it. All are empty
+/// where there is neither.
+struct SignatureBlock
+{
+    QString plain; ///< ends in "\n"
+    QString html;
+    QString shown; ///< what findSignature() finds in a formatted text where @a html was put in
+};
+SignatureBlock signatureBlock(const Identity &identity, const QString &signature, bool isHtml,
+                              const QString &tagline);
+
+struct TextSpan
+{
+    qsizetype start = -1; ///< -1: there is none
+    qsizetype length = 0;
+};
+
+/// Where @p known, a signature that was put in, stands in @p text: whole lines, the last of their kind, with
+/// their line ends, below all that is forwarded. Blanks and empty lines may differ. What was typed behind it
+/// does not belong to it. The same for plain texts and for the plain text of a formatted document.
+TextSpan findSignature(QStringView text, QStringView known);
+
+/// Puts the signature in the place of @p previous, which an earlier call returned, in text and HTML alike;
+/// where that is not found, below the text. Nothing else changes: what stands there and is not known is the
+/// writer's. Without a signature and a tagline @p previous is taken away. Returns what to look for later.
 QString setSignature(Composition &composition, const QString &signature, bool isHtml, const QString &tagline,
                      const QString &previous = {});

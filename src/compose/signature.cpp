@@ -1,12 +1,17 @@
 #include "compose/editing.h"
 #include "compose/quotemarks.h"
-#include "compose/quoting.h"
 #include "html/htmlescape.h"
 #include "html/htmltotext.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr int kMostTries = 200; ///< places at which a known signature is looked for
 
 QString withLineEnd(QString text)
 {
@@ -26,86 +31,6 @@ QString plainBlock(bool isSeparated, const QString &signature, const QString &ta
            (first.isEmpty() || second.isEmpty() ? u""_s : u"\n"_s) + second;
 }
 
-/// @p text up to the signature that stands below it.
-QString above(const QString &text, const QString &previous)
-{
-    const qsizetype separator = signatureStart(text);
-    if (separator >= 0)
-        return text.first(separator);
-    return !previous.isEmpty() && text.endsWith(previous) ? text.chopped(previous.size()) : text;
-}
-
-/// An empty line between the text and what comes below; its own empty lines stay.
-QString joined(QString text, const QString &block, bool wasThere)
-{
-    if (block.isEmpty() || wasThere)
-        return text + block;
-    if (!text.isEmpty() && !text.endsWith(u'\n'))
-        text += u'\n';
-    return text + u'\n' + block;
-}
-
-struct Span
-{
-    qsizetype start = -1;
-    qsizetype end = -1;
-};
-
-/// Whether the separator at @p at stands alone in its block: between tags, with its blank in any spelling.
-Span separatorBlock(QStringView html, qsizetype at)
-{
-    QStringView rest = html.sliced(at + 2);
-    const auto skip = [&](QStringView text) {
-        const bool is = rest.startsWith(text);
-        rest = is ? rest.sliced(text.size()) : rest;
-        return is;
-    };
-    if (!skip(u" ") && !skip(u"\u00A0") && !skip(u"&nbsp;") && !skip(u"&#160;"))
-        return {};
-    qsizetype start = at;
-    while (start > 0 && html[start - 1].isSpace())
-        --start;
-    if (!rest.startsWith(u'<') || start == 0 || html[start - 1] != u'>')
-        return {};
-    for (;;) { // the spans around it begin with it, and so does its paragraph
-        const qsizetype open = html.first(start).lastIndexOf(u'<');
-        const QStringView tag = open < 0 ? QStringView() : html.sliced(open, start - open);
-        const bool isBlock = tag.startsWith(u"<p") || tag.startsWith(u"<div");
-        if (!isBlock && !tag.startsWith(u"<span"))
-            return {start, start};
-        start = open;
-        if (isBlock || start == 0 || html[start - 1] != u'>')
-            return {start, start};
-    }
-}
-
-/// How deep quotations are nested where @p at stands.
-bool isInQuotation(QStringView html, qsizetype at)
-{
-    const QStringView behind = html.sliced(at);
-    return behind.count(u"</blockquote") > behind.count(u"<blockquote");
-}
-
-/// The rich signature that stands at the end, from its separator on; start is -1 where there is none.
-Span richSignature(const QString &html)
-{
-    constexpr int kMostTries = 200;
-    const qsizetype body = html.lastIndexOf(u"</body>", -1, Qt::CaseInsensitive);
-    const qsizetype end = body < 0 ? html.size() : body;
-    qsizetype from = end;
-    for (int i = 0; i < kMostTries && from > 0; ++i) {
-        from = QStringView(html).first(from).lastIndexOf(u"--");
-        if (from < 0)
-            break;
-        const Span block = separatorBlock(html, from);
-        if (block.start < 0)
-            continue;
-        const bool isForwarded = html.indexOf(kForwardEnd, from) >= 0;
-        return isForwarded || isInQuotation(html, from) ? Span{-1, end} : Span{block.start, end};
-    }
-    return {-1, end};
-}
-
 QString richBlock(bool isSeparated, const QString &signature, bool isHtml, const QString &tagline)
 {
     const auto lines = [](const QString &text) {
@@ -122,20 +47,227 @@ QString richBlock(bool isSeparated, const QString &signature, bool isHtml, const
     return out;
 }
 
+// --- Finding it again
+// ---------------------------------------------------------------------------------------
+
+/// The characters that can be seen, each with where it begins and ends in what they were taken from. Blanks
+/// are left out: editors add and drop them.
+struct Visible
+{
+    QString characters;
+    std::vector<TextSpan> places;
+
+    void add(QStringView text, TextSpan place)
+    {
+        for (const QChar c : text) {
+            if (c.isSpace())
+                continue;
+            characters += c;
+            places.push_back(place);
+        }
+    }
+};
+
+Visible visibleIn(QStringView text)
+{
+    Visible visible;
+    for (qsizetype i = 0; i < text.size(); ++i)
+        visible.add(text.sliced(i, 1), {i, 1});
+    return visible;
+}
+
+struct Entity
+{
+    QStringView name;
+    QChar character;
+};
+constexpr std::array kEntities = {Entity{u"&lt;", u'<'},   Entity{u"&gt;", u'>'},   Entity{u"&amp;", u'&'},
+                                  Entity{u"&quot;", u'"'}, Entity{u"&#39;", u'\''}, Entity{u"&nbsp;", u' '},
+                                  Entity{u"&#160;", u' '}};
+
+/// Those that the editors write; any other stands for itself, and is found where both sides have it.
+Visible visibleInHtml(QStringView html)
+{
+    Visible visible;
+    for (qsizetype i = 0; i < html.size();) {
+        if (html[i] == u'<') {
+            const qsizetype end = html.indexOf(u'>', i);
+            i = end < 0 ? html.size() : end + 1;
+            continue;
+        }
+        const auto entity = std::find_if(kEntities.begin(), kEntities.end(), [&](const Entity &each) {
+            return html[i] == u'&' && html.sliced(i).startsWith(each.name);
+        });
+        const qsizetype length = entity == kEntities.end() ? 1 : entity->name.size();
+        visible.add(entity == kEntities.end() ? html.sliced(i, 1) : QStringView(&entity->character, 1),
+                    {i, length});
+        i += length;
+    }
+    return visible;
+}
+
+bool hasLineEnd(QStringView gap)
+{
+    return std::any_of(gap.begin(), gap.end(), [](QChar c) {
+        return c == u'\n' || c == QChar::ParagraphSeparator || c == QChar::LineSeparator;
+    });
+}
+
+QStringView tagName(QStringView tag)
+{
+    QStringView name = tag.sliced(1);
+    if (name.startsWith(u'/'))
+        name = name.sliced(1);
+    const auto end = std::find_if_not(name.begin(), name.end(), [](QChar c) { return c.isLetterOrNumber(); });
+    return name.first(end - name.begin());
+}
+
+/// Whether a tag in @p gap begins another line.
+bool hasBreak(QStringView gap)
+{
+    static constexpr QStringView kWithinLines[] = {u"a",   u"b",   u"big", u"code",  u"em",   u"font",
+                                                   u"i",   u"img", u"s",   u"small", u"span", u"strong",
+                                                   u"sub", u"sup", u"tt",  u"u"};
+    for (qsizetype at = 0; (at = gap.indexOf(u'<', at)) >= 0; ++at) {
+        const QStringView name = tagName(gap.sliced(at));
+        const bool isWithin = std::any_of(std::begin(kWithinLines), std::end(kWithinLines), [&](auto each) {
+            return name.compare(each, Qt::CaseInsensitive) == 0;
+        });
+        if (!isWithin)
+            return true;
+    }
+    return false;
+}
+
+/// The last place of @p known that fills whole lines, below everything that is forwarded and outside of what
+/// is quoted; start is -1 where there is none.
+template <typename IsGap, typename IsQuoted>
+TextSpan lastOf(QStringView text, const Visible &visible, QStringView known, IsGap isGap, IsQuoted isQuoted)
+{
+    const QString wanted = visibleIn(known).characters;
+    const qsizetype forwarded = text.lastIndexOf(kForwardEnd);
+    qsizetype at = wanted.isEmpty() ? -1 : visible.characters.lastIndexOf(wanted);
+    for (int i = 0; i < kMostTries && at >= 0; ++i) {
+        const qsizetype start = visible.places[std::size_t(at)].start;
+        if (start < forwarded)
+            break;
+        const std::size_t behind = std::size_t(at + wanted.size());
+        const TextSpan last = visible.places[behind - 1];
+        const qsizetype end = last.start + last.length;
+        const qsizetype before =
+            at == 0 ? 0
+                    : visible.places[std::size_t(at - 1)].start + visible.places[std::size_t(at - 1)].length;
+        const qsizetype next = behind < visible.places.size() ? visible.places[behind].start : text.size();
+        const bool isWhole = (at == 0 || isGap(text.sliced(before, start - before))) &&
+                             (behind == visible.places.size() || isGap(text.sliced(end, next - end)));
+        if (isWhole && !isQuoted(start))
+            return {start, end - start};
+        at = at == 0 ? -1 : visible.characters.lastIndexOf(wanted, at - 1);
+    }
+    return {};
+}
+
+bool isInQuotation(QStringView html, qsizetype at)
+{
+    const QStringView behind = html.sliced(at);
+    return behind.count(u"</blockquote", Qt::CaseInsensitive) >
+           behind.count(u"<blockquote", Qt::CaseInsensitive);
+}
+
+/// With the blocks and spans that open directly before it and close directly behind it.
+TextSpan withItsTags(QStringView html, TextSpan span)
+{
+    static constexpr QStringView kAlone[] = {u"br", u"hr", u"img"};
+    int open = 0;
+    const auto count = [&](QStringView part) {
+        for (qsizetype at = 0; (at = part.indexOf(u'<', at)) >= 0; ++at) {
+            const QStringView name = tagName(part.sliced(at));
+            if (std::find(std::begin(kAlone), std::end(kAlone), name) == std::end(kAlone))
+                open += at + 1 < part.size() && part[at + 1] == u'/' ? -1 : 1;
+        }
+    };
+    qsizetype start = span.start;
+    while (start > 0 && html[start - 1] == u'>') {
+        const qsizetype tag = html.first(start).lastIndexOf(u'<');
+        const QStringView name = tag < 0 ? QStringView() : tagName(html.sliced(tag, start - tag));
+        if (html[tag + 1] == u'/' || (name != u"p" && name != u"div" && name != u"span"))
+            break;
+        start = tag;
+        if (name == u"p")
+            break;
+    }
+    qsizetype end = span.start + span.length;
+    count(html.sliced(start, end - start));
+    while (open > 0 && html.sliced(end).startsWith(u"</")) {
+        const qsizetype close = html.indexOf(u'>', end);
+        if (close < 0)
+            break;
+        end = close + 1;
+        --open;
+    }
+    return open == 0 ? TextSpan{start, end - start} : span;
+}
+
+TextSpan findRichSignature(QStringView html, QStringView known)
+{
+    if (known.isEmpty())
+        return {};
+    const TextSpan found = lastOf(html, visibleInHtml(html), known, hasBreak,
+                                  [html](qsizetype at) { return isInQuotation(html, at); });
+    return found.start < 0 ? found : withItsTags(html, found);
+}
+
+/// An empty line between the text and what comes below; its own empty lines stay.
+QString joined(QString text, const QString &block)
+{
+    if (block.isEmpty())
+        return text;
+    if (!text.isEmpty() && !text.endsWith(u'\n'))
+        text += u'\n';
+    return text + u'\n' + block;
+}
+
 } // namespace
+
+SignatureBlock signatureBlock(const Identity &identity, const QString &signature, bool isHtml,
+                              const QString &tagline)
+{
+    const bool isSeparated = identity.has(IdentityStandardSeparator);
+    return {plainBlock(isSeparated, isHtml ? htmlToText(signature) : signature, tagline),
+            richBlock(isSeparated, signature, isHtml, tagline),
+            plainBlock(isSeparated, isHtml ? htmlToText(signature, {.links = false}) : signature, tagline)};
+}
+
+TextSpan findSignature(QStringView text, QStringView known)
+{
+    if (known.isEmpty())
+        return {};
+    TextSpan found = lastOf(text, visibleIn(text), known, hasLineEnd, [](qsizetype) { return false; });
+    if (found.start < 0)
+        return found;
+    qsizetype end = found.start + found.length;
+    while (found.start > 0 && !hasLineEnd(text.sliced(found.start - 1, 1)))
+        --found.start;
+    while (end < text.size() && !hasLineEnd(text.sliced(end++, 1))) {
+    }
+    found.length = end - found.start;
+    return found;
+}
 
 QString setSignature(Composition &composition, const QString &signature, bool isHtml, const QString &tagline,
                      const QString &previous)
 {
-    const bool isSeparated = composition.identity.has(IdentityStandardSeparator);
-    const QString plain = isHtml ? htmlToText(signature) : signature;
-    const QString block = plainBlock(isSeparated, plain, tagline);
-    const QString text = above(composition.text, previous);
-    composition.text = joined(text, block, text.size() < composition.text.size());
-    if (!composition.html.isEmpty()) {
-        const Span old = richSignature(composition.html);
-        const qsizetype start = old.start < 0 ? old.end : old.start;
-        composition.html.replace(start, old.end - start, richBlock(isSeparated, signature, isHtml, tagline));
+    const SignatureBlock block = signatureBlock(composition.identity, signature, isHtml, tagline);
+    const TextSpan old = findSignature(composition.text, previous);
+    composition.text = old.start < 0 ? joined(composition.text, block.plain)
+                                     : composition.text.replace(old.start, old.length, block.plain);
+    if (composition.html.isEmpty())
+        return block.plain;
+    TextSpan place = findRichSignature(composition.html, previous);
+    if (place.start < 0) {
+        const qsizetype body = composition.html.lastIndexOf(u"</body>", -1, Qt::CaseInsensitive);
+        place = {body < 0 ? composition.html.size() : body, 0};
     }
-    return block;
+    composition.html.replace(place.start, place.length, block.html);
+    return block.shown;
 }

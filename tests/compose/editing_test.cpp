@@ -317,38 +317,48 @@ void EditingTest::mailtoTakesLinearTime()
 void EditingTest::signaturesAreReplaced_data()
 {
     QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("previous");
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QString>("tagline");
     QTest::addColumn<QString>("result");
-    const auto row = [](const char *name, const QString &text, const QString &signature,
-                        const QString &tagline, const QString &result) {
-        QTest::newRow(name) << text << signature << tagline << result;
+    const auto row = [](const char *name, const QString &text, const QString &previous,
+                        const QString &signature, const QString &tagline, const QString &result) {
+        QTest::newRow(name) << text << previous << signature << tagline << result;
     };
     const QString forwarded =
-        u"----- Begin forwarded message -----\nx\n-- \nJoe\n------ End forwarded message ------\n"_s;
-    row("below an empty text", QString(), u"Me"_s, {}, u"\n-- \nMe\n"_s);
-    row("below a text", u"text"_s, u"Me\nHere\n"_s, {}, u"text\n\n-- \nMe\nHere\n"_s);
-    row("replaced", u"text\n\n\n-- \nOld\nlines\n"_s, u"Me"_s, {}, u"text\n\n\n-- \nMe\n"_s);
-    row("only behind the last separator", u"a\n-- \nb\n-- \nOld"_s, u"Me"_s, {}, u"a\n-- \nb\n-- \nMe\n"_s);
-    row("taken away", u"text\n\n-- \nOld\n"_s, {}, {}, u"text\n\n"_s);
-    row("nothing to take away", u"text"_s, {}, {}, u"text"_s);
-    row("a tagline", u"text\n"_s, u"Me"_s, u"Be\nnice"_s, u"text\n\n-- \nMe\n\nBe\nnice\n"_s);
-    row("a tagline alone", u"text\n"_s, {}, u"Be nice"_s, u"text\n\n-- \nBe nice\n"_s);
-    row("below a quotation", u"> a\n> -- \n> Joe\n"_s, u"Me"_s, {}, u"> a\n> -- \n> Joe\n\n-- \nMe\n"_s);
-    row("below a forwarded message", forwarded, u"Me"_s, {}, forwarded + u"\n-- \nMe\n"_s);
+        u"----- Begin forwarded message -----\nx\n-- \nOld\n------ End forwarded message ------\n"_s;
+    const QString old = u"-- \nOld\n"_s;
+    row("below an empty text", {}, {}, u"Me"_s, {}, u"\n-- \nMe\n"_s);
+    row("below a text", u"text"_s, {}, u"Me\nHere\n"_s, {}, u"text\n\n-- \nMe\nHere\n"_s);
+    row("replaced", u"text\n\n\n-- \nOld\n"_s, old, u"Me"_s, {}, u"text\n\n\n-- \nMe\n"_s);
+    row("what was typed below stays", u"text\n\n-- \nOld\n\nP.S. more\n> quoted\n"_s, old, u"Me"_s, {},
+        u"text\n\n-- \nMe\n\nP.S. more\n> quoted\n"_s);
+    row("blanks may differ", u"text\n-- \nOld\n\n lines  "_s, u"-- \nOld\nlines\n"_s, u"Me"_s, {},
+        u"text\n-- \nMe\n"_s);
+    row("the last of two", u"-- \nOld\n-- \nOld\n"_s, old, u"Me"_s, {}, u"-- \nOld\n-- \nMe\n"_s);
+    row("one that nobody knows stays", u"a\n-- \nChanged\n"_s, old, u"Me"_s, {},
+        u"a\n-- \nChanged\n\n-- \nMe\n"_s);
+    row("no part of a line", u"-- \nOlder\n"_s, old, u"Me"_s, {}, u"-- \nOlder\n\n-- \nMe\n"_s);
+    row("taken away", u"text\n\n-- \nOld\nmore"_s, old, {}, {}, u"text\n\nmore"_s);
+    row("nothing to take away", u"text"_s, old, {}, {}, u"text"_s);
+    row("a tagline", u"text\n"_s, {}, u"Me"_s, u"Be\nnice"_s, u"text\n\n-- \nMe\n\nBe\nnice\n"_s);
+    row("a tagline alone", u"text\n"_s, {}, {}, u"Be nice"_s, u"text\n\n-- \nBe nice\n"_s);
+    row("below a quotation", u"> a\n> -- \n> Old\n"_s, old, u"Me"_s, {}, u"> a\n> -- \n> Old\n\n-- \nMe\n"_s);
+    row("below a forwarded message", forwarded, old, u"Me"_s, {}, forwarded + u"\n-- \nMe\n"_s);
 }
 
 void EditingTest::signaturesAreReplaced()
 {
+    QFETCH(QString, previous);
     QFETCH(QString, signature);
     QFETCH(QString, tagline);
     QFETCH(QString, result);
     Composition composition;
     QFETCH(QString, text);
     composition.text = text;
-    setSignature(composition, signature, false, tagline);
+    const QString known = setSignature(composition, signature, false, tagline, previous);
     QCOMPARE(composition.text, result);
-    setSignature(composition, signature, false, tagline);
+    setSignature(composition, signature, false, tagline, known);
     QCOMPARE(composition.text, result);
     QVERIFY(composition.html.isEmpty());
 }
@@ -360,28 +370,32 @@ void EditingTest::signaturesWithoutSeparatorAreReplaced()
     composition.text = u"text"_s;
     const QString first = setSignature(composition, u"Old"_s, false, {});
     QCOMPARE(composition.text, u"text\n\nOld\n"_s);
+    composition.text += u"\nP.S."_s;
     setSignature(composition, u"<b>Me</b>"_s, true, u"Be nice"_s, first);
-    QCOMPARE(composition.text, u"text\n\nMe\n\nBe nice\n"_s);
-    setSignature(composition, u"More"_s, false, {}, first); // somebody has changed what stood there
-    QCOMPARE(composition.text, u"text\n\nMe\n\nBe nice\n\nMore\n"_s);
+    QCOMPARE(composition.text, u"text\n\nMe\n\nBe nice\n\nP.S."_s);
 }
 
 void EditingTest::richSignaturesAreReplaced()
 {
-    const QString start = u"<html><body><p>text -- here</p><blockquote><p>-- </p><p>Joe</p></blockquote>"_s;
+    const QString start = u"<html><body><p>text -- here</p><blockquote><p>-- </p><p>Old</p></blockquote>"_s;
     Composition composition;
     composition.html = start + u"</body></html>"_s;
-    composition.text = u"text -- here\n> -- \n> Joe\n"_s;
-    setSignature(composition, u"<i>Old</i>"_s, true, {});
+    composition.text = u"text -- here\n> -- \n> Old\n"_s;
+    const QString first = setSignature(composition, u"<i>Old</i>"_s, true, {});
     QCOMPARE(composition.html, start + u"<p>-- </p><div><i>Old</i></div></body></html>"_s);
     QVERIFY(composition.text.endsWith("\n\n-- \nOld\n"_L1));
-    setSignature(composition, u"a < b\nMe"_s, false, u"Be nice"_s);
+    const QString second = setSignature(composition, u"a < b\nMe"_s, false, u"Be nice"_s, first);
     QCOMPARE(composition.html, start + u"<p>-- </p><p>a &lt; b<br>Me</p><p>Be nice</p></body></html>"_s);
-    for (const auto &spelling : {u"<p style=\"x\"><span style=\"y\">-- </span></p><p>Old</p>"_s,
-                                 u"<div>--&nbsp;<br>Old</div>"_s, u"<p>--\u00A0</p>Old"_s}) {
+    setSignature(composition, {}, false, {}, second);
+    QCOMPARE(composition.html, start + u"</body></html>"_s);
+    for (const auto &[spelling, left] :
+         {std::pair(u"<p style=\"x\"><span style=\"y\">-- </span></p><p>Old</p>"_s, QString()),
+          {u"<p>--\u00A0</p>Old<p>P.S.</p>"_s, u"<p>P.S.</p>"_s},
+          {u"<div>--&nbsp;<br>Old<br>P.S.</div>"_s, u"<div><br>P.S.</div>"_s},
+          {u"<p>-- </p><p>Older</p>"_s, u"<p>-- </p><p>Older</p>"_s}}) {
         composition.html = start + spelling + u"</body></html>"_s;
-        setSignature(composition, {}, false, {});
-        QCOMPARE(composition.html, start + u"</body></html>"_s);
+        setSignature(composition, {}, false, {}, first);
+        QCOMPARE(composition.html, start + left + u"</body></html>"_s);
     }
 }
 
@@ -395,8 +409,9 @@ void EditingTest::signaturesTakeLinearTime()
         Composition composition;
         composition.html = piece.repeated(kMega / piece.size()) + u"-- </p>"_s;
         composition.text = composition.html;
-        setSignature(composition, u"Me"_s, false, {});
+        setSignature(composition, u"Me"_s, false, {}, u"-- \nMe\n"_s);
         QVERIFY(composition.html.endsWith("<p>Me</p>"_L1) && composition.text.endsWith("-- \nMe\n"_L1));
+        setSignature(composition, u"Me"_s, false, {}, piece);
     }
     QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
 }
