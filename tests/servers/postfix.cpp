@@ -47,6 +47,8 @@ Postfix::Postfix(Dovecot &mailboxes, const QStringList &users)
     , m_directory((QDir::tempPath().size() + 20 > kLongestDirectory ? u"/tmp"_s : QDir::tempPath()) +
                   u"/postfix-XXXXXX"_s)
 {
+    if (!m_directory.isValid()) // else its files would go into the root directory
+        qFatal("no temporary directory: %s", qPrintable(m_directory.errorString()));
     m_process.setChildProcessModifier(leadOwnProcessGroup);
     m_process.setStandardInputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(path(u"output"_s));
