@@ -142,6 +142,7 @@ Composer::Started Composer::start(const ComposeWish &wish)
 Composer::Started Composer::startNew(const ComposeWish &wish)
 {
     Started started;
+    started.isArticle = wish.article;
     const Identity *identity = m_identities.identity(wish.identity);
     started.composition =
         newComposition(identity ? *identity : *m_identities.defaultIdentity(), wish.article);

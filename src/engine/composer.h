@@ -58,8 +58,9 @@ public:
     {
         Composition composition; ///< signature, tagline and template in place
         DraftContext context;
-        int draft = 0; ///< of Kind::Draft and of what was taken back: its number; else begin() one
-        QString error; ///< not empty: it cannot be begun, and why
+        bool isArticle = false; ///< an article was wanted, though no newsgroup is named yet
+        int draft = 0;          ///< of Kind::Draft and of what was taken back: its number; else begin() one
+        QString error;          ///< not empty: it cannot be begun, and why
 
         QString tagline;      ///< that is in the text, for a change of the signature
         QString signatureEnd; ///< what setSignature() returned
