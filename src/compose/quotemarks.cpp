@@ -2,6 +2,8 @@
 
 #include "config/settings.h"
 
+using namespace Qt::StringLiterals;
+
 QuoteMarks::QuoteMarks()
     : m_prefix(stringSetting(Setting::QuotePrefix))
     , m_mark(m_prefix.trimmed())
@@ -34,4 +36,23 @@ qsizetype QuoteMarks::prefixLength(QStringView line) const
         length = next;
     }
     return length;
+}
+
+int QuoteMarks::depthOf(QStringView line) const
+{
+    int depth = 0;
+    for (qsizetype length = markLength(line); length > 0; length = markLength(line)) {
+        ++depth;
+        line = line.sliced(length);
+        if (line.startsWith(u' ') && markLength(line.sliced(1)) > 0)
+            line = line.sliced(1);
+    }
+    return depth;
+}
+
+QString QuoteMarks::prefixOf(int depth) const
+{
+    if (m_mark.isEmpty())
+        return QString(depth, u'>') + u' ';
+    return m_mark.repeated(depth) + (m_prefix.endsWith(u' ') ? u" "_s : QString());
 }

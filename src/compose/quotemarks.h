@@ -6,6 +6,7 @@
 /// The lines that have a meaning of their own in a text that people write.
 
 constexpr QStringView kSignatureSeparator = u"-- ";
+constexpr QStringView kSignatureClass = u"signature"; ///< in rich text, of the <div> that holds the signature
 constexpr QStringView kForwardBegin = u"----- Begin forwarded message -----";
 constexpr QStringView kForwardEnd = u"------ End forwarded message ------"; ///< one dash more, as ever
 
@@ -20,6 +21,11 @@ public:
 
     /// The length of what stands before the quoted text, with its blank.
     qsizetype prefixLength(QStringView line) const;
+
+    int depthOf(QStringView line) const; ///< how many marks that has; 0: the line is not quoted
+
+    /// What stands before a line that is quoted @p depth times: all marks, and the blank that the prefix has.
+    QString prefixOf(int depth) const;
 
 private:
     qsizetype markLength(QStringView rest) const;
