@@ -41,6 +41,8 @@ private slots:
     void texts();
     void parameters_data();
     void parameters();
+    void lettersInHeaders_data();
+    void lettersInHeaders();
     void reencoded_data();
     void reencoded();
     void largeMessage();
@@ -389,8 +391,13 @@ void SmtpMessagesTest::hiddenFields_data()
     row("folded, in any case",
         "A: 1\nbCC: a@x,\n b@x\n\tc@x\nX-velmar-Anything: 1\n 2\nB: 2\n\nBcc: body\nX-VELMAR-SIGN: 1\n",
         "A: 1\nB: 2\n\nBcc: body\nX-VELMAR-SIGN: 1\n");
-    row("a blank before the colon, none at all, and the copies of one who sends on",
-        "Bcc : a@x\nX-VELMAR-SIGN\nResent-Bcc: b@x\nBccc: kept\n\nx\n", "Bccc: kept\n\nx\n");
+    row("blanks before the colon, none at all, and the copies of one who sends on",
+        "Bcc : a@x\nBCC \t : a@x,\n b@x\nBcc\t: c@x\nBcc\n : d@x\nX-VELMAR-SIGN\n"
+        "X-VELMAR-RCPT-TO\t: a@x\nResent-Bcc: b@x\nBccc: kept\n\nx\n",
+        "Bccc: kept\n\nx\n");
+    row("behind empty lines, which would end the header", "\n\nA: 1\nBcc: a@x\n\nx\n", "A: 1\n\nx\n");
+    row("an empty line of others ends the header, too", "A: 1\r\nBcc: a@x\r\n\r\nBcc: body\r\n",
+        "A: 1\n\nBcc: body\n");
     row("behind a bare CR", "Subject: x\rBcc: a@x\nB: 2\n\nx\n", "Subject: x Bcc: a@x\nB: 2\n\nx\n");
     row("behind the line ends of others", "A: 1\r\nBcc: a@x\r\n b@x\r\nB: 2\n\nx\n", "A: 1\nB: 2\n\nx\n");
     row("first and last", "X-VELMAR-SIGN: 1\nA: 1\nBcc: a@x\n\nx\n", "A: 1\n\nx\n");
@@ -475,6 +482,57 @@ void SmtpMessagesTest::parameters()
                   "S: 250 ok\n";
     QVERIFY(user.play(script + smtpQuit()));
     QCOMPARE(user.queue.calls.first(), mail == "-" ? "refused 1 | " + refusal : "sending 1 " + recipients);
+}
+
+void SmtpMessagesTest::lettersInHeaders_data()
+{
+    QTest::addColumn<QByteArray>("extensions");
+    QTest::addColumn<QByteArray>("header");
+    QTest::addColumn<QByteArray>("sent"); ///< the lines of the header; empty: nothing
+    QTest::addColumn<QByteArrayList>("calls");
+    const QByteArray from = "From: ada@example.com\n";
+    const QByteArrayList toBob = {"sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1"};
+    const QByteArray names = "To: J\xc3\xbcrg <bob@example.org>,\n \"\xc3\x84, B\" <bob@example.org>\n";
+    const QByteArray odd = "To: b\xc3\xb6\xc3\xb6@example.org, bob@example.org\n";
+    QTest::newRow("names and texts, also in other sets and for those who would take them")
+        << QByteArray("8BITMIME|SMTPUTF8")
+        << from + names + "Subject: Gr\xfc\xdf"_ba + "e\nX-A : \xe2\x82\xac\n"
+        << QByteArray(
+               "C: From: ada@example.com\nC: To: =?UTF-8?q?J=C3=BCrg?= <bob@example.org>,\n"
+               "C:  =?UTF-8?q?=C3=84=2C_B?= <bob@example.org>\nC: Subject: =?UTF-8?q?Gr=C3=BC=C3=9Fe?=\n"
+               "C: X-A: =?UTF-8?q?=E2=82=AC?=\n")
+        << toBob;
+    QTest::newRow("an address that the server does not take, beside one that it does")
+        << QByteArray("8BITMIME") << from + odd
+        << QByteArray("C: From: ada@example.com\nC: To: =?UTF-8?q?b=C3=B6=C3=B6=40example=2Eorg?=:;,\n"
+                      "C:  bob@example.org\n")
+        << QByteArrayList{"refused 1 | b\xc3\xb6\xc3\xb6@example.org 0 The server takes no address with "
+                          "letters "
+                          "beyond ASCII before the '@'"} +
+               toBob;
+    QTest::newRow("what machines read")
+        << QByteArray("8BITMIME") << from + "To: bob@example.org\nContent-Type: a/b; name=\xc3\xa4\n"
+        << QByteArray()
+        << QByteArrayList{"refused 1 |  0 The header of the message holds letters "
+                          "beyond ASCII where they cannot be encoded, and the "
+                          "server takes none",
+                          "release 1"};
+}
+
+/// What a header holds beyond ASCII never leaves as it is, unless the server takes it so.
+void SmtpMessagesTest::lettersInHeaders()
+{
+    QFETCH(const QByteArray, extensions);
+    QFETCH(const QByteArray, header);
+    QFETCH(const QByteArray, sent);
+    SmtpUserAtTest user(0, {});
+    user.queue.add(header + "\nx\n");
+    QByteArray script = smtpHello(extensions);
+    if (!sent.isEmpty())
+        script += kMail + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n" + sent +
+                  "C:\nC: x\nC: .\nS: 250 ok\n";
+    QVERIFY(user.play(script + smtpQuit()));
+    QTEST(user.queue.calls, "calls");
 }
 
 void SmtpMessagesTest::reencoded_data()

@@ -26,6 +26,7 @@ private slots:
     void stop_data();
     void stop();
     void abandonedBehindTheDot();
+    void drip();
     void patience();
 };
 
@@ -121,6 +122,17 @@ void SmtpSenderTest::encryption_data()
     row("EHLO is refused", AccountStartTls, "S: 500 what\nE\n", Reason::LoginFailed);
     row("STARTTLS is refused", AccountStartTls, "S: 250 STARTTLS\nC: STARTTLS\nS: 454 no\nE\n",
         Reason::LoginFailed);
+    const QByteArray none =
+        "C: AUTH CRAM-MD5\nS: 502 no\n" + kPlain + "S: 502 no\nC: AUTH LOGIN\nS: 502 no\n";
+    const QByteArray encrypt = "S: 530 encrypt\nC: STARTTLS\nS: 220 go\nT\nC~ EHLO .*\n";
+    row("530 to MAIL asks for it", 0,
+        "S: 250-a\nS: 250 STARTTLS\n" + none + "C: MAIL FROM:<ada@example.com>\n" + encrypt + secure,
+        Reason::None);
+    row("530 to a batch asks for it", 0,
+        "S: 250-a\nS: 250-PIPELINING\nS: 250 STARTTLS\n" + none +
+            "C: MAIL FROM:<ada@example.com>\nC: RCPT TO:<bob@example.org>\nS: 530 encrypt\nQ\n" +
+            QByteArray(encrypt).replace("530 encrypt", "503 MAIL first") + secure,
+        Reason::None);
     row("530 asks for it", 0,
         "S: 250-a\nS: 250-STARTTLS\nS: 250 AUTH PLAIN\n" + kPlain +
             "S: 530 encrypt\nC: STARTTLS\nS: 220 go\nT\nC~ EHLO .*\n" + secure,
@@ -190,6 +202,15 @@ void SmtpSenderTest::failures_data()
     row("RCPT answered as nobody does", rcpt + "S: 354 go\nE\n", Reason::Unexpected, u"354 go"_s, waits);
     row("a text answered as nobody does", text + "S: 220 ok\nE\n", Reason::Unexpected, u"220 ok"_s, perhaps);
     row("no reply to the text", text + "S: hello\nE\n", Reason::Unexpected, u"hello"_s, perhaps);
+    row("a reply of too many bytes", kGreeting + "G: 300 250-" + QByteArray(2000, 'x') + "\\r\\n\nE\n",
+        Reason::Unexpected, QString(), {});
+    row("530 to MAIL", mail + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
+    row("530 to RCPT", rcpt + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
+    row("530 to DATA", data + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
+    row("a text that is not for people",
+        mail + "S: 421 \\x1b[31m\\xe2\\x80\\xae" + QByteArray(400, 'x') + "\nE\n", Reason::Unexpected,
+        u"421 \\x1b[31m\\u202e"_s + QString(400, u'x'),
+        {"refused 1 |  421 \\x1b[31m\\u202e" + QByteArray(286, 'x') + "\xe2\x80\xa6", "release 1 early"});
     row("421 after MAIL", mail + "S: 421 full\nE\n", Reason::Unexpected, u"421 full"_s,
         {"refused 1 |  421 full", "release 1 early"});
     row("421 after RCPT", rcpt + "S: 421 full\nE\n", Reason::Unexpected, u"421 full"_s,
@@ -294,6 +315,18 @@ void SmtpSenderTest::abandonedBehindTheDot()
     server.release();
     QVERIFY2(server.finished(), server.problem());
     QCOMPARE(user.end.times, 0);
+}
+
+/// Each byte is a sign of life, and yet there is an end to the waiting for a reply.
+void SmtpSenderTest::drip()
+{
+    SmtpUserAtTest user(0, {});
+    ScriptedServer server("S: 220 a\nC~ EHLO .*\nG: 100000000 x\n");
+    SMTPSender &sender = user.meet(server);
+    sender.setMinute(100);
+    server.setSlice(1);
+    QVERIFY(sender.start() && user.waitForEnd());
+    QCOMPARE(user.end.reason, Reason::TimedOut);
 }
 
 /// Ten minutes after the final dot: a server that gives up earlier would be sent the message twice.

@@ -24,11 +24,6 @@ bool concernsMethod(int code)
     return code == 500 || code == 502 || code == 503 || code == 504;
 }
 
-QString peopleText(const QByteArray &line)
-{
-    return QString::fromUtf8(line);
-}
-
 } // namespace
 
 void SMTPSender::slotConnected()
@@ -44,7 +39,7 @@ void SMTPSender::slotConnected()
 void SMTPSender::greeting(const SmtpReply &reply)
 {
     if (reply.code() != 220)
-        return end(AccountFetchReason::Unavailable, peopleText(reply.lines()));
+        return end(AccountFetchReason::Unavailable, reply.lines());
     greet();
 }
 
@@ -52,6 +47,7 @@ void SMTPSender::greeting(const SmtpReply &reply)
 void SMTPSender::greet()
 {
     m_extensions = {};
+    m_isLoggedIn = false;
     say("EHLO " + clientName(), State::Ehlo);
 }
 
@@ -103,13 +99,15 @@ void SMTPSender::startTlsReply(const SmtpReply &reply)
     end(AccountFetchReason::LoginFailed,
         tr("The server refuses to encrypt the connection. Neither the user name nor the password nor a "
            "message was sent.\n%1")
-            .arg(peopleText(reply.lines())));
+            .arg(reply.lines()));
 }
 
 void SMTPSender::logIn()
 {
+    m_user = account()->data().user.toUtf8();
+    m_password = account()->password().toUtf8();
     if (m_user.isEmpty() || m_password.isEmpty())
-        return loggedIn();
+        return ready();
     if (!mayLogIn())
         return end(AccountFetchReason::LoginFailed,
                    tr("The connection is not encrypted, and the account does not allow a login without. "
@@ -180,8 +178,10 @@ void SMTPSender::plainReply(const SmtpReply &reply)
 
 void SMTPSender::authReply(const SmtpReply &reply)
 {
-    if (reply.code() == 235)
-        return loggedIn();
+    if (reply.code() == 235) {
+        m_isLoggedIn = true;
+        return ready();
+    }
     if (reply.code() == 530 && m_extensions.startTls && !socket()->isEncrypted())
         return say("STARTTLS", State::StartTls);
     if (reply.isPermanent() && reply.code() != 530)
@@ -202,14 +202,26 @@ void SMTPSender::methodRefused(const SmtpReply &reply)
 void SMTPSender::methodsExhausted()
 {
     if (m_methodRefusal.isEmpty())
-        return loggedIn();
-    const QString reply = peopleText(m_methodRefusal);
+        return ready();
     if (m_loginRefused)
-        noteLoginRefused(reply);
-    end(AccountFetchReason::Unexpected, reply);
+        noteLoginRefused(m_methodRefusal);
+    end(AccountFetchReason::Unexpected, m_methodRefusal);
 }
 
-void SMTPSender::loggedIn()
+/// 530 says that mail is taken behind a login alone, or over an encrypted connection: so will it be with
+/// every other message. What the server offers to that end is tried, once; these ones wait.
+void SMTPSender::logInAfterAll()
+{
+    m_mail->putBack();
+    const QString said = std::exchange(m_loginWish, {});
+    if (m_extensions.startTls && !socket()->isEncrypted())
+        return say("STARTTLS", State::StartTls);
+    if (!m_user.isEmpty() && !m_isLoggedIn)
+        noteLoginRefused(said);
+    end(AccountFetchReason::LoginFailed, said);
+}
+
+void SMTPSender::ready()
 {
     m_loginRefused = false;
     for (QByteArray *secret : {&m_password, &m_secret}) {

@@ -1,5 +1,6 @@
 #include "net/smtp/smtpmail.h"
 
+#include "net/smtp/headerencoding.h"
 #include "net/smtp/transferencoding.h"
 
 #include <QCoreApplication>
@@ -19,9 +20,9 @@ SmtpMail::SmtpMail(const OutgoingMessage &message)
     m_all = qsizetype(m_waiting.size());
 }
 
-void SmtpMail::reencode(bool mayHaveEightBit)
+void SmtpMail::reencode(bool mayHaveEightBit, bool mayBeUtf8)
 {
-    m_message = withFittingEncodings(m_message, mayHaveEightBit);
+    m_message = withFittingEncodings(withEncodedHeader(m_message, mayBeUtf8), mayHaveEightBit);
     m_text = SmtpText(m_message);
     m_isReencoded = true;
 }
@@ -49,7 +50,7 @@ void SmtpMail::begin(qsizetype most)
     m_recipients.clear();
     for (; !m_waiting.empty() && m_recipients.size() < most; m_waiting.pop_front())
         m_recipients.append(m_waiting.front());
-    m_answered = 0;
+    m_answered = m_postponed = 0;
     m_taken.clear();
     m_refusals.clear();
     isMailRefused = isSending = isSettled = false;
@@ -81,6 +82,15 @@ void SmtpMail::refuse(int code, const QString &text)
 void SmtpMail::postpone()
 {
     m_waiting.push_back(m_recipients[m_answered++]);
+    ++m_postponed;
+}
+
+void SmtpMail::putBack()
+{
+    m_waiting.resize(m_waiting.size() - std::size_t(m_postponed));
+    m_waiting.insert(m_waiting.begin(), m_recipients.begin(), m_recipients.end());
+    m_recipients.clear();
+    begin(0);
 }
 
 QList<QByteArray> SmtpMail::unrefused() const

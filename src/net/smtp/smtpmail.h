@@ -16,8 +16,8 @@ public:
     quint64 ticket() const { return m_ticket; }
     SmtpText &text() { return m_text; }
 
-    /// The text in a transfer encoding that the server takes; to be surveyed again.
-    void reencode(bool mayHaveEightBit);
+    /// The text, and its header, in an encoding that the server takes; to be surveyed again.
+    void reencode(bool mayHaveEightBit, bool mayBeUtf8);
     bool isReencoded() const { return m_isReencoded; }
 
     /// None: the message names nobody who sends it.
@@ -41,6 +41,7 @@ public:
     void take();                                ///< the server takes that recipient
     void refuse(int code, const QString &text); ///< it does not
     void postpone();                            ///< it does in a further transaction
+    void putBack();                             ///< the transaction never was: all of them wait again
     const QList<QByteArray> &taken() const { return m_taken; }
     QList<OutgoingRefusal> takeRefusals() { return std::exchange(m_refusals, {}); }
 
@@ -66,6 +67,7 @@ private:
     std::deque<EnvelopeAddress> m_waiting;
     QList<EnvelopeAddress> m_recipients; ///< of the transaction
     qsizetype m_answered = 0;
+    qsizetype m_postponed = 0; ///< of these
     QList<QByteArray> m_taken;
     QList<OutgoingRefusal> m_refusals;
 };

@@ -1,5 +1,6 @@
 #include "net/smtp/smtpreply.h"
 
+#include "config/reporter.h"
 #include "message/ascii.h"
 
 #include <QStringList>
@@ -9,7 +10,23 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kMostLines = 1000;
-constexpr qsizetype kMostBytes = 4000; ///< of a reply that is kept for people
+constexpr qsizetype kMostHeard = 256 * 1024; // bytes of a reply
+constexpr qsizetype kMostBytes = 4000;       // of them that are kept for people
+constexpr qsizetype kMostShown = 1000;       // characters
+constexpr qsizetype kMostInLine = 300;       // of a text that stands in one line
+
+QString shown(const QByteArray &line)
+{
+    return onOneLine(QString::fromUtf8(line).simplified());
+}
+
+QString cut(QString text, qsizetype most)
+{
+    if (text.size() <= most)
+        return text;
+    text.truncate(text[most - 1].isHighSurrogate() ? most - 1 : most);
+    return text + u'\u2026';
+}
 
 /// 0: the line begins with none.
 int codeOf(QByteArrayView line)
@@ -29,7 +46,9 @@ SmtpReply::Progress SmtpReply::take(QByteArrayView line)
         *this = {};
     const int code = codeOf(line);
     const bool isFirst = m_count++ == 0;
-    const bool fits = code > 0 && (isFirst || code == m_code) && m_count <= kMostLines;
+    m_heard += line.size();
+    const bool fits =
+        code > 0 && (isFirst || code == m_code) && m_count <= kMostLines && m_heard <= kMostHeard;
     m_code = code;
     m_last = line.toByteArray();
     if (m_lines.size() < kMostBytes)
@@ -45,10 +64,18 @@ QByteArray SmtpReply::argument() const
     return m_last.mid(4).trimmed();
 }
 
+QString SmtpReply::lines() const
+{
+    QStringList lines;
+    for (const QByteArray &line : m_lines.split('\n'))
+        lines += shown(line);
+    return cut(lines.join(u'\n'), kMostShown);
+}
+
 QString SmtpReply::text() const
 {
     QStringList texts;
     for (const QByteArray &line : m_lines.split('\n'))
-        texts += QString::fromUtf8(line.mid(4)).simplified();
-    return texts.join(u' ').simplified();
+        texts += shown(line.mid(4));
+    return cut(texts.join(u' ').simplified(), kMostInLine);
 }

@@ -26,10 +26,11 @@ public:
     /// What stands behind the code in the last line.
     QByteArray argument() const;
 
-    /// The lines as the server said them, joined by "\n"; at most some thousand bytes.
-    QByteArray lines() const { return m_lines; }
+    /// The lines with their codes for people, joined by "\n".
+    QString lines() const;
 
-    /// The text behind the codes as one line for people.
+    /// The text behind the codes as one line for people. In both, controls and what turns the direction of
+    /// text are spelled out, and there is no more than a window shows.
     QString text() const;
 
 private:
@@ -37,5 +38,6 @@ private:
     QByteArray m_last;
     int m_code = 0;
     int m_count = 0;
+    qsizetype m_heard = 0; ///< bytes
     bool m_isOver = false;
 };

@@ -21,11 +21,6 @@ QByteArray withoutLineEnd(QByteArray line)
     return line;
 }
 
-QString peopleText(const QByteArray &line)
-{
-    return QString::fromUtf8(line);
-}
-
 } // namespace
 
 constexpr std::array<SMTPSender::Step, std::size_t(SMTPSender::State::Ended) + 1> SMTPSender::s_steps = {{
@@ -67,6 +62,8 @@ SMTPSender::SMTPSender(Account &account, SmtpTask task, OutgoingQueue *queue, QO
     }());
     m_slice.setSingleShot(true);
     connect(&m_slice, &QTimer::timeout, this, &SMTPSender::sendNext);
+    m_replyLimit.setSingleShot(true);
+    connect(&m_replyLimit, &QTimer::timeout, this, &SMTPSender::lookAtReplyLimit);
     connect(this, &Fetcher::fetchComplete, this, [this] { emit sendComplete(this, m_sent); });
     connect(this, &Fetcher::fetchError, this,
             [this](Fetcher *, AccountFetchReason reason, const QString &detail) {
@@ -84,6 +81,7 @@ void SMTPSender::abandoned()
 {
     m_state = State::Ended;
     m_slice.stop();
+    m_replyLimit.stop();
     releaseMail(tr("The transfer was stopped"));
 }
 
@@ -91,8 +89,6 @@ bool SMTPSender::start()
 {
     if (!account() || (m_task == SmtpTask::Send && !m_queue))
         return false;
-    m_user = account()->data().user.toUtf8();
-    m_password = account()->password().toUtf8();
     enter(State::Connecting);
     openConnection();
     return true;
@@ -100,13 +96,32 @@ bool SMTPSender::start()
 
 int SMTPSender::patience() const
 {
-    return step().seconds * 1000;
+    return int(qint64(step().seconds) * m_minute / kMinute);
 }
 
 void SMTPSender::enter(State state)
 {
     m_state = state;
     setTimeLimit(patience());
+    startReplyLimit();
+}
+
+/// Several addresses may be tried one after the other, each as long.
+void SMTPSender::startReplyLimit()
+{
+    if (m_state == State::Connecting || patience() == 0)
+        m_replyLimit.stop();
+    else
+        m_replyLimit.start(patience());
+}
+
+/// While the user looks at a certificate nobody else is late.
+void SMTPSender::lookAtReplyLimit()
+{
+    if (isTimeLimitHeld())
+        startReplyLimit();
+    else
+        slotTimeout();
 }
 
 /// The one place that speaks: @p shown is what the log gets to see of a secret.
@@ -149,7 +164,7 @@ void SMTPSender::hear(const QByteArray &said)
     switch (m_reply.take(line)) {
     case SmtpReply::Progress::More:
         if (m_state == State::Ehlo)
-            enter(State::EhloList);
+            m_state = State::EhloList; // still the same reply, and the same time for it
         if (m_state == State::EhloList && m_reply.code() == 250)
             m_extensions.read(QByteArrayView(line).sliced(4));
         return;
@@ -181,6 +196,7 @@ void SMTPSender::end(AccountFetchReason reason, const QString &detail)
         return;
     m_state = State::Ended;
     m_slice.stop();
+    m_replyLimit.stop();
     const QString told = fetchMessage(reason, account() ? account()->name() : QString(), detail).simplified();
     releaseMail(told.isEmpty() ? tr("The transfer was stopped") : told);
     closeConnection();
@@ -194,7 +210,7 @@ void SMTPSender::end(AccountFetchReason reason, const QString &detail)
 
 void SMTPSender::endWithReply(const SmtpReply &reply)
 {
-    end(AccountFetchReason::Unexpected, peopleText(reply.lines()));
+    end(AccountFetchReason::Unexpected, reply.lines());
 }
 
 void SMTPSender::quit()

@@ -39,8 +39,15 @@ public:
     /// Whether the session ended because the server refused the name or the password.
     bool isLoginRefused() const { return m_loginRefused; }
 
-    /// Milliseconds for which it waits now at most without a sign of life (RFC 5321 4.5.3.2).
+    /// Whether the server took the name and the password; some take mail without.
+    bool isLoggedIn() const { return m_isLoggedIn; }
+
+    /// Milliseconds for which it waits now at most: for the whole of a reply, for the next piece of a text to
+    /// go out (RFC 5321 4.5.3.2).
     int patience() const;
+
+    /// How long a minute of patience is.
+    void setMinute(int milliseconds) { m_minute = milliseconds; }
 
 signals:
     /// Besides those of every fetcher: how the session ended. @p sent: whether a message went out.
@@ -101,6 +108,8 @@ private:
     /// @name The dialogue
     /// @{
     void enter(State state);
+    void startReplyLimit();
+    void lookAtReplyLimit();
     void say(const QByteArray &command, State next, const QByteArray &shown = {});
     void sayAll(const QList<QByteArray> &commands, State next);
     void saySecret(const QByteArray &secret, State next);
@@ -131,7 +140,8 @@ private:
     void authReply(const SmtpReply &reply);
     void methodRefused(const SmtpReply &reply);
     void methodsExhausted();
-    void loggedIn();
+    void logInAfterAll();
+    void ready();
     /// @}
 
     /// @name A message
@@ -174,11 +184,15 @@ private:
     QByteArray m_secret; ///< the last that was said; a server may repeat it
     SmtpReply m_reply;
     SmtpExtensions m_extensions;
-    int m_method = 0;           ///< the next to try
-    QByteArray m_methodRefusal; ///< the last reply that was a refusal of the name or the password
+    int m_method = 0;        ///< the next to try
+    QString m_methodRefusal; ///< the last reply that was a refusal of the name or the password
+    QString m_loginWish;     ///< the reply that wants a login or encryption before mail
+    bool m_isLoggedIn = false;
     bool m_isPlainSaid = false;
 
-    QTimer m_slice; ///< goes on with the look at a large message
+    QTimer m_slice;        ///< goes on with the look at a large message
+    QTimer m_replyLimit;   ///< bytes that drip in do not stop it
+    int m_minute = 60'000; ///< milliseconds
     std::unique_ptr<SmtpMail> m_mail;
     int m_number = 0; ///< of the message in hand, from 1
     int m_total = 0;

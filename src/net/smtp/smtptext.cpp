@@ -8,37 +8,50 @@
 
 namespace {
 
-/// Fields for the eyes of the sender alone begin so; matched in any case.
-constexpr const char *kHidden[] = {"x-velmar-", "bcc:", "resent-bcc:"};
+constexpr QByteArrayView kControls = "x-velmar-";
+constexpr QByteArrayView kBlindCopies[] = {"bcc", "resent-bcc"};
 
 bool isFolded(QByteArrayView line)
 {
     return line.startsWith(' ') || line.startsWith('\t');
 }
 
-bool isHidden(QByteArrayView line)
+/// Of a field as software of all ages writes it: without the blanks before the colon, wherever they are
+/// folded, and without what cannot be in a name and would hide it from us alone.
+QByteArray nameOf(QByteArrayView field)
 {
-    const QByteArray start = line.first(qMin(line.size(), qsizetype(40))).toByteArray().toLower();
-    QByteArray name = start;
-    name.replace(" :", ":"); // old software writes a blank before the colon
-    return std::any_of(std::begin(kHidden), std::end(kHidden),
-                       [&name](const char *hidden) { return name.startsWith(hidden); });
+    QByteArray name;
+    for (const char c : field.first(field.contains(':') ? field.indexOf(':') : field.size())) {
+        if (c > ' ' && c < 0x7f)
+            name += c;
+    }
+    return name.toLower();
 }
 
-/// A bare CR in a header would begin a field of its own where it is taken for a line end.
-QByteArray shownHeader(const QByteArray &header)
+/// For the eyes of the sender alone.
+bool isHidden(QByteArrayView field)
+{
+    const QByteArray name = nameOf(field);
+    return name.startsWith(kControls) ||
+           std::find(std::begin(kBlindCopies), std::end(kBlindCopies), name) != std::end(kBlindCopies);
+}
+
+/// A bare CR in a header would begin a field of its own where it is taken for a line end; an empty line in
+/// front of it would end it.
+QByteArray shownHeader(QByteArrayView header)
 {
     QByteArray shown;
     shown.reserve(header.size());
-    bool isLeftOut = false;
-    for (QByteArrayView rest = header; !rest.isEmpty();) {
-        const qsizetype feed = rest.indexOf('\n');
-        const QByteArrayView line = rest.first(feed < 0 ? rest.size() : feed + 1);
-        rest = rest.sliced(line.size());
-        if (!isFolded(line))
-            isLeftOut = isHidden(line);
-        if (!isLeftOut)
-            shown += line;
+    while (header.startsWith('\n'))
+        header = header.sliced(1);
+    while (!header.isEmpty()) {
+        qsizetype end = header.indexOf('\n') + 1;
+        while (end > 0 && end < header.size() && isFolded(header.sliced(end)))
+            end = header.indexOf('\n', end) + 1;
+        const QByteArrayView field = header.first(end > 0 ? end : header.size());
+        header = header.sliced(field.size());
+        if (!isHidden(field))
+            shown += field;
     }
     return shown.replace('\r', ' ');
 }
@@ -64,7 +77,9 @@ SmtpText::SmtpText(const QByteArray &message)
     : m_message(message)
 {
     const HeaderExtent extent = headerExtent(message);
-    m_header = shownHeader(withUnixLineEnds(message.first(extent.length)));
+    const QByteArray header = withUnixLineEnds(message.first(extent.length));
+    const qsizetype end = headerExtent(header).length; // an empty line may have been "\r\n"
+    m_header = shownHeader(QByteArrayView(header).first(end)) + header.mid(end);
     if (extent.bodyOffset > extent.length)
         m_header += '\n';
     m_hasEightBitHeader = hasEightBit(m_header);

@@ -72,10 +72,11 @@ bool SMTPSender::fitMail()
 {
     const SmtpText &text = m_mail->text();
     const bool mayHaveEightBit = m_extensions.eightBitMime;
-    const bool fits = text.longestLine() <= kLongestMailLine && (mayHaveEightBit || !text.hasEightBitBody());
+    const bool fits = text.longestLine() <= kLongestMailLine && !text.hasEightBitHeader() &&
+                      (mayHaveEightBit || !text.hasEightBitBody());
     if (fits || m_mail->isReencoded())
         return false;
-    m_mail->reencode(mayHaveEightBit);
+    m_mail->reencode(mayHaveEightBit, m_extensions.smtpUtf8);
     return true;
 }
 
@@ -99,6 +100,12 @@ bool SMTPSender::beginMail()
     }
     if (!m_mail->hasWaiting()) {
         refuseMail(tr("The message has no recipients"));
+        return false;
+    }
+    if (m_mail->text().hasEightBitHeader() && !m_extensions.smtpUtf8) {
+        refuseMail(
+            tr("The header of the message holds letters beyond ASCII where they cannot be encoded, and "
+               "the server takes none"));
         return false;
     }
     tellRefusals(m_mail->takeUnusable(m_extensions.smtpUtf8));
@@ -141,6 +148,10 @@ void SMTPSender::mailReply(const SmtpReply &reply)
 {
     if (reply.code() != 250 && !reply.isRefusal())
         return endWithReply(reply);
+    if (reply.code() == 530) {
+        m_loginWish = reply.lines();
+        return m_extensions.pipelining ? enter(State::RcptTo) : logInAfterAll();
+    }
     if (reply.isRefusal()) {
         m_mail->isMailRefused = true;
         tellRefusals(m_mail->refusalFor(m_mail->unrefused(), reply.code(), reply.text()));
@@ -164,6 +175,8 @@ void SMTPSender::rcptReply(const SmtpReply &reply)
     const bool isTaken = reply.code() == 250 || reply.code() == 251;
     if (!isTaken && !reply.isRefusal())
         return endWithReply(reply);
+    if (reply.code() == 530 && !m_isLoggedIn && m_loginWish.isEmpty())
+        m_loginWish = reply.lines();
     if (isTaken)
         m_mail->take();
     else if (reply.code() == 452 && !m_mail->taken().isEmpty() && !m_mail->isMailRefused)
@@ -172,13 +185,17 @@ void SMTPSender::rcptReply(const SmtpReply &reply)
         m_mail->refuse(reply.code(), reply.text());
     if (!m_mail->unanswered())
         return recipientsAnswered();
-    if (!m_extensions.pipelining)
+    if (m_extensions.pipelining)
+        return enter(State::RcptTo); // for the next answer
+    if (m_loginWish.isEmpty())
         return sayRcpt();
-    restartTimeLimit();
+    logInAfterAll();
 }
 
 void SMTPSender::recipientsAnswered()
 {
+    if (!m_loginWish.isEmpty())
+        return logInAfterAll();
     if (m_mail->isMailRefused)
         return m_mail->taken().isEmpty() ? nextTransaction() : say("RSET", State::Rset);
     tellRefusals(m_mail->takeRefusals());
@@ -190,6 +207,10 @@ void SMTPSender::recipientsAnswered()
 
 void SMTPSender::dataReply(const SmtpReply &reply)
 {
+    if (reply.code() == 530 && !m_isLoggedIn) {
+        m_loginWish = reply.lines();
+        return logInAfterAll();
+    }
     if (reply.isRefusal()) {
         transactionRefused(reply);
         return say("RSET", State::Rset);
@@ -233,6 +254,7 @@ void SMTPSender::slotBytesWritten(int bytes)
     if (m_state != State::Writing && m_state != State::Text)
         return;
     m_written += bytes;
+    startReplyLimit();
     showText(m_state == State::Text && socket()->bytesToWrite() == 0);
     if (m_state == State::Writing)
         writeText();
