@@ -39,12 +39,14 @@ QString richBlock(bool isSeparated, const QString &signature, bool isHtml, const
     };
     if (signature.trimmed().isEmpty() && tagline.trimmed().isEmpty())
         return {};
-    QString out = isSeparated ? u"<p>-- </p>"_s : QString();
+    QString out = u"<div class=\"%1\">"_s.arg(kSignatureClass);
+    if (isSeparated)
+        out += u"<p>-- </p>"_s;
     if (!signature.trimmed().isEmpty())
         out += isHtml ? u"<div>"_s + signature + u"</div>"_s : u"<p>"_s + lines(signature) + u"</p>"_s;
     if (!tagline.trimmed().isEmpty())
         out += u"<p>"_s + lines(tagline) + u"</p>"_s;
-    return out;
+    return out + u"</div>"_s;
 }
 
 // --- Finding it again
@@ -174,38 +176,41 @@ bool isInQuotation(QStringView html, qsizetype at)
            behind.count(u"<blockquote", Qt::CaseInsensitive);
 }
 
-/// With the blocks and spans that open directly before it and close directly behind it.
-TextSpan withItsTags(QStringView html, TextSpan span)
+/// How many elements @p part leaves open.
+int leftOpen(QStringView part)
 {
     static constexpr QStringView kAlone[] = {u"br", u"hr", u"img"};
     int open = 0;
-    const auto count = [&](QStringView part) {
-        for (qsizetype at = 0; (at = part.indexOf(u'<', at)) >= 0; ++at) {
-            const QStringView name = tagName(part.sliced(at));
-            if (std::find(std::begin(kAlone), std::end(kAlone), name) == std::end(kAlone))
-                open += at + 1 < part.size() && part[at + 1] == u'/' ? -1 : 1;
-        }
-    };
+    for (qsizetype at = 0; (at = part.indexOf(u'<', at)) >= 0; ++at) {
+        const QStringView name = tagName(part.sliced(at));
+        if (std::find(std::begin(kAlone), std::end(kAlone), name) == std::end(kAlone))
+            open += at + 1 < part.size() && part[at + 1] == u'/' ? -1 : 1;
+    }
+    return open;
+}
+
+/// With the most of the blocks and spans that open directly before it and close directly behind it.
+TextSpan withItsTags(QStringView html, TextSpan span)
+{
+    constexpr int kMostTags = 8;
+    TextSpan widest = span;
     qsizetype start = span.start;
-    while (start > 0 && html[start - 1] == u'>') {
-        const qsizetype tag = html.first(start).lastIndexOf(u'<');
-        const QStringView name = tag < 0 ? QStringView() : tagName(html.sliced(tag, start - tag));
-        if (html[tag + 1] == u'/' || (name != u"p" && name != u"div" && name != u"span"))
+    for (int i = 0; i < kMostTags; ++i) {
+        while (start > 0 && html[start - 1].isSpace())
+            --start;
+        const qsizetype tag = start > 0 && html[start - 1] == u'>' ? html.first(start).lastIndexOf(u'<') : -1;
+        const QStringView name = tag < 0 || html[tag + 1] == u'/' ? QStringView() : tagName(html.sliced(tag));
+        if (name != u"p" && name != u"div" && name != u"span")
             break;
         start = tag;
-        if (name == u"p")
-            break;
+        qsizetype end = span.start + span.length;
+        int open = leftOpen(html.sliced(start, end - start));
+        for (; open > 0 && html.sliced(end).trimmed().startsWith(u"</"); --open)
+            end = html.indexOf(u'>', end) + 1;
+        if (open == 0 && end > 0)
+            widest = {start, end - start};
     }
-    qsizetype end = span.start + span.length;
-    count(html.sliced(start, end - start));
-    while (open > 0 && html.sliced(end).startsWith(u"</")) {
-        const qsizetype close = html.indexOf(u'>', end);
-        if (close < 0)
-            break;
-        end = close + 1;
-        --open;
-    }
-    return open == 0 ? TextSpan{start, end - start} : span;
+    return widest;
 }
 
 TextSpan findRichSignature(QStringView html, QStringView known)

@@ -378,19 +378,22 @@ void EditingTest::signaturesWithoutSeparatorAreReplaced()
 void EditingTest::richSignaturesAreReplaced()
 {
     const QString start = u"<html><body><p>text -- here</p><blockquote><p>-- </p><p>Old</p></blockquote>"_s;
+    const QString block = u"<div class=\"signature\">%1</div>"_s;
     Composition composition;
     composition.html = start + u"</body></html>"_s;
     composition.text = u"text -- here\n> -- \n> Old\n"_s;
     const QString first = setSignature(composition, u"<i>Old</i>"_s, true, {});
-    QCOMPARE(composition.html, start + u"<p>-- </p><div><i>Old</i></div></body></html>"_s);
+    QCOMPARE(composition.html, start + block.arg(u"<p>-- </p><div><i>Old</i></div>"_s) + u"</body></html>"_s);
     QVERIFY(composition.text.endsWith("\n\n-- \nOld\n"_L1));
     const QString second = setSignature(composition, u"a < b\nMe"_s, false, u"Be nice"_s, first);
-    QCOMPARE(composition.html, start + u"<p>-- </p><p>a &lt; b<br>Me</p><p>Be nice</p></body></html>"_s);
+    QCOMPARE(composition.html,
+             start + block.arg(u"<p>-- </p><p>a &lt; b<br>Me</p><p>Be nice</p>"_s) + u"</body></html>"_s);
     setSignature(composition, {}, false, {}, second);
     QCOMPARE(composition.html, start + u"</body></html>"_s);
     for (const auto &[spelling, left] :
          {std::pair(u"<p style=\"x\"><span style=\"y\">-- </span></p><p>Old</p>"_s, QString()),
           {u"<p>--\u00A0</p>Old<p>P.S.</p>"_s, u"<p>P.S.</p>"_s},
+          {block.arg(u"\n<p>-- </p>\n<p>Old</p>\n<p>P.S.</p>\n"_s), block.arg(u"\n\n<p>P.S.</p>\n"_s)},
           {u"<div>--&nbsp;<br>Old<br>P.S.</div>"_s, u"<div><br>P.S.</div>"_s},
           {u"<p>-- </p><p>Older</p>"_s, u"<p>-- </p><p>Older</p>"_s}}) {
         composition.html = start + spelling + u"</body></html>"_s;
@@ -410,7 +413,7 @@ void EditingTest::signaturesTakeLinearTime()
         composition.html = piece.repeated(kMega / piece.size()) + u"-- </p>"_s;
         composition.text = composition.html;
         setSignature(composition, u"Me"_s, false, {}, u"-- \nMe\n"_s);
-        QVERIFY(composition.html.endsWith("<p>Me</p>"_L1) && composition.text.endsWith("-- \nMe\n"_L1));
+        QVERIFY(composition.html.endsWith("<p>Me</p></div>"_L1) && composition.text.endsWith("-- \nMe\n"_L1));
         setSignature(composition, u"Me"_s, false, {}, piece);
     }
     QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
