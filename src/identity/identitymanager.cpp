@@ -1,5 +1,6 @@
 #include "identity/identitymanager.h"
 
+#include "config/clock.h"
 #include "config/removedfolders.h"
 #include "config/reporter.h"
 #include "identity/oneline.h"
@@ -11,6 +12,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qint64 kRest = 5 * 60; // seconds
 
 const QString &room()
 {
@@ -95,12 +98,19 @@ bool IdentityManager::save()
 {
     if (!m_changed)
         return true;
+    m_restsUntil = clockSeconds() + kRest;
     if (!m_file.write({m_counter, m_identities, true}))
         return false;
     m_changed = false;
     for (const int number : std::exchange(m_removed, {}))
         setFolderAside(room(), QString::number(number));
     return true;
+}
+
+bool IdentityManager::saveInPassing()
+{
+    const bool rests = m_changed && clockSeconds() < m_restsUntil;
+    return rests ? false : save();
 }
 
 const Identity *IdentityManager::identity(int number) const
@@ -242,5 +252,6 @@ void IdentityManager::settleDefault()
 void IdentityManager::markChanged()
 {
     m_changed = true;
+    m_restsUntil = 0;
     emit changed();
 }

@@ -20,6 +20,8 @@ public:
     bool load(); ///< false after a report: there is a list, and it will be neither read nor written in this
                  ///< run
     bool save(); ///< what changed. False after a report.
+    bool saveInPassing(); ///< the same; what failed, and was told, is tried again once it changes, or after
+                          ///< five minutes
     bool isReadable() const { return m_isReadable; } ///< what load() said
 
     const std::vector<Identity> &all() const { return m_identities; }
@@ -66,4 +68,5 @@ private:
     int m_counter = 0;          ///< the highest number given so far
     bool m_isReadable = true;
     bool m_changed = false;
+    qint64 m_restsUntil = 0; ///< what failed is left alone; seconds since 1970 UTC
 };

@@ -3,6 +3,7 @@
 #include "config/files.h"
 #include "identity/oneline.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
@@ -16,7 +17,6 @@ namespace {
 
 constexpr qsizetype kMostBytes = 64 * 1024;
 constexpr qsizetype kMostErrors = 500;
-constexpr int kLastBreath = 100; ///< milliseconds for which a killed shell is waited for
 
 /// What a terminal would show: programs that print for one colour their text.
 QString shownText(const QByteArray &bytes)
@@ -36,6 +36,18 @@ void endGroupOf(QProcess &process)
 {
     if (const qint64 leader = process.processId(); leader > 0)
         ::kill(-pid_t(leader), SIGKILL);
+}
+
+/// Nobody waits for what was killed: it is taken away when the system says that it is gone.
+void letGo(QProcess *process)
+{
+    process->setParent(QCoreApplication::instance());
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    QObject::connect(process, &QProcess::errorOccurred, process, &QObject::deleteLater);
+    endGroupOf(*process);
+    process->kill();
+    if (process->state() == QProcess::NotRunning)
+        process->deleteLater(); // it may be the one that called
 }
 
 } // namespace
@@ -82,10 +94,7 @@ void SignatureCommand::stop()
     if (!process)
         return;
     process->disconnect(this);
-    endGroupOf(*process);
-    process->kill();
-    process->waitForFinished(kLastBreath);
-    process->deleteLater(); // it may be the one that called
+    letGo(process);
 }
 
 void SignatureCommand::takeOutput()

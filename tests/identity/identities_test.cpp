@@ -465,6 +465,11 @@ void IdentitiesTest::unreadable()
     QVERIFY(!identities.save());
     QCOMPARE(scratch.reports.last(), u"Unable to write identities file"_s);
     QVERIFY(QDir(indexPath()).exists());
+    QVERIFY(!identities.saveInPassing());
+    QCOMPARE(scratch.reports.size(), 2); // nobody is told every few seconds
+    identities.add(person(u"B"_s, u"b@b"_s));
+    QVERIFY(!identities.saveInPassing());
+    QCOMPARE(scratch.reports.size(), 3);
 }
 
 void IdentitiesTest::unwritable()
