@@ -16,8 +16,8 @@
 #include <algorithm>
 #include <set>
 
-// What the user and the start of the program do with waiting messages; the senders' side is in
-// outboxqueue.cpp.
+// How messages come in, and what the start of the program finds. What the user does with them is in
+// outboxuser.cpp, the senders' side in outboxqueue.cpp.
 
 using namespace Qt::StringLiterals;
 
@@ -31,6 +31,7 @@ constexpr int kMostUndoDelay = 24 * 3600;
 constexpr int kSyncedTogether = 20; ///< milliseconds
 constexpr int kFiledTogether = 200; ///< the same
 constexpr int kToldTogether = 20;   ///< the same
+constexpr std::size_t kMostOriginals = 1000;
 
 QString undoDelayPath()
 {
@@ -59,6 +60,8 @@ Outbox::Outbox(GroupStore &store, AccountManager &accounts, IdentityManager &ide
     connect(&m_filing, &SentFiling::filed, this, &Outbox::sent);
     connect(&m_filing, &SentFiling::draftSettled, this, &Outbox::draftSettled);
     connect(&m_sendoff, &Sendoff::ended, this, &Outbox::endLeases);
+    connect(&accounts, &AccountManager::fetchStarted, this, &Outbox::fetchStarted);
+    connect(&identities, &IdentityManager::changed, this, &Outbox::assignAccounts);
     connect(&accounts, &AccountManager::accountAdded, this, &Outbox::assignAccounts);
     connect(&accounts, &AccountManager::accountUpdated, this, &Outbox::assignAccounts);
     connect(&accounts, &AccountManager::accountDeleted, this, &Outbox::assignAccounts);
@@ -130,6 +133,8 @@ void Outbox::lookUp(quint64 ticket)
     OutboxRecord &record = *m_file.find(ticket);
     if (record.copy)
         return m_filing.recover(ticket);
+    if (record.away)
+        return lookForAway(record);
     const std::optional<Overview> overview = group().overview(record.place.article);
     const bool isThere = overview && record.place.group == group().number() &&
                          overview->textCrc() == record.crc && overview->unpackedLength() == record.length;
@@ -152,8 +157,10 @@ void Outbox::lookUp(quint64 ticket)
 void Outbox::adoptAll(OutboxFile::Found found)
 {
     std::set<quint32> known;
-    for (const OutboxRecord &record : m_file.records())
-        known.insert(record.place.article);
+    for (const OutboxRecord &record : m_file.records()) {
+        if (!record.away)
+            known.insert(record.place.article);
+    }
     if (group().counts().total == qint64(known.size()) && !group().isOpen())
         return;
     Articles strangers;
@@ -162,8 +169,10 @@ void Outbox::adoptAll(OutboxFile::Found found)
         if (!overview.isDead() && !known.contains(overview.article()))
             strangers.push_back(overview.article());
     }
-    for (const quint32 article : strangers)
-        adopt(article, found != OutboxFile::Found::Whole);
+    for (const quint32 article : strangers) {
+        if (!cameBack(article))
+            adopt(article, found != OutboxFile::Found::Whole);
+    }
 }
 
 void Outbox::adopt(quint32 article, bool isDoubtful)
@@ -196,47 +205,6 @@ void Outbox::adopt(quint32 article, bool isDoubtful)
                 {textField(tr("It was put here by hand, and is not sent by itself"))}, Durable::Later);
 }
 
-/// What the user does in the list of the group.
-void Outbox::followGroup()
-{
-    connect(&group(), &Group::messagesRemoved, this, &Outbox::messagesRemoved, Qt::UniqueConnection);
-    connect(&group(), &Group::messagesAdded, this, [this](const Articles &articles) {
-        if (m_isOwnChange)
-            return;
-        for (const quint32 article : articles)
-            adopt(article, false);
-        m_syncing.start();
-        touched();
-    });
-}
-
-void Outbox::messagesRemoved(const Articles &articles)
-{
-    if (m_isOwnChange)
-        return;
-    const std::set<quint32> removed(articles.begin(), articles.end());
-    std::vector<quint64> tickets;
-    for (OutboxRecord &record : m_file.records()) {
-        if (!removed.contains(record.place.article) || record.copy)
-            continue;
-        record.isWithdrawn = true;
-        if (!record.isLeased)
-            tickets.push_back(record.ticket);
-    }
-    for (const quint64 ticket : tickets) {
-        const OutboxRecord &record = *m_file.find(ticket);
-        const int draft = record.wish.draft;
-        if (record.has(Fate::Served)) {
-            settle(ticket);
-        } else {
-            m_file.drop(ticket);
-            giveUp(draft);
-        }
-    }
-    m_syncing.start();
-    touched();
-}
-
 std::optional<OutboxRecord> Outbox::recordFor(const QByteArray &text, int identity,
                                               const SendWish &wish) const
 {
@@ -252,6 +220,7 @@ std::optional<OutboxRecord> Outbox::recordFor(const QByteArray &text, int identi
     record.crc = crc32Of(text);
     record.identity = identity;
     record.wish = wish;
+    record.originals = originalsOf(wish);
     const qint64 now = clockSeconds();
     if (wish.notBefore > now) {
         record.hold = OutboxRecord::Hold::Date;
@@ -263,46 +232,52 @@ std::optional<OutboxRecord> Outbox::recordFor(const QByteArray &text, int identi
     return record;
 }
 
-namespace {
-
-/// Whether @p text is marked to be encrypted and nobody has done it.
-bool wouldLeaveInClear(const QByteArray &text)
+/// By their Message-IDs they are found again where they lie when it was sent.
+std::vector<OutboxOriginal> Outbox::originalsOf(const SendWish &wish) const
 {
-    const Message message(text);
-    return message.rawHeader("X-Velmar-Encrypt").compare("yes", Qt::CaseInsensitive) == 0 &&
-           !message.rawHeader("Content-Type").toLower().startsWith("multipart/encrypted");
+    MessageRefs places = wish.others;
+    places.insert(places.begin(), wish.original);
+    std::vector<OutboxOriginal> originals;
+    for (const MessageRef place : places) {
+        Group *group = place.isNull() ? nullptr : m_store.group(place.group);
+        const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+        if (overview && originals.size() < kMostOriginals)
+            originals.push_back({place, group->texts(*overview).messageId.toLatin1()});
+    }
+    return originals;
 }
 
-} // namespace
+/// Why a message cannot be taken; empty: it can.
+QString Outbox::refusalOf(const QByteArray &text, const SendWish &wish, bool isNews) const
+{
+    if (!wish.isBounce && wouldLeaveInClear(text))
+        return tr("The message is to be encrypted, which is not possible yet.\nIt was not sent.");
+    if (!isNews && outgoingRecipients(text, true).isEmpty())
+        return tr("You have not specified any recipients");
+    if (isNews && newsAccount() == 0)
+        return tr("There is no account for news that the message could be posted with.\nIt was not sent.");
+    return {};
+}
 
 quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wish)
 {
     const QByteArray text = Message(message).text();
-    if (!wish.isBounce && wouldLeaveInClear(text)) {
-        report(ReportLevel::Warning, "The message is to be encrypted, which is not possible yet.\n"
-                                     "It was not sent.");
+    const bool isNews = !wish.isBounce && isPost(text);
+    const QString refusal = refusalOf(text, wish, isNews);
+    if (!refusal.isEmpty()) {
+        report(ReportLevel::Warning, "%s", qUtf8Printable(refusal));
         return 0;
     }
     std::optional<OutboxRecord> record = recordFor(text, identity, wish);
     if (!record)
         return 0;
-    const bool isNews = !wish.isBounce && isPost(text);
     const QList<QByteArray> recipients = outgoingRecipients(text, true);
     std::vector<quint64> tickets;
-    for (const OutboxTransport transport : {OutboxTransport::Mail, OutboxTransport::News}) {
-        const bool isMail = transport == OutboxTransport::Mail;
-        if (isMail ? isNews && recipients.isEmpty() : !isNews)
-            continue;
-        record->transport = transport;
-        record->account = accountFor(*record);
-        record->recipients.clear();
-        for (const QByteArray &address : isMail ? recipients : QList<QByteArray>())
-            record->recipients.push_back({address, Fate::Open, {}});
-        if (record->recipients.empty())
-            record->recipients.emplace_back();
-        tickets.push_back(m_file.add(*record, Durable::Now));
-    }
-    if (!storeText(text, tickets)) {
+    if (!recipients.isEmpty())
+        tickets.push_back(enter(*record, OutboxTransport::Mail, recipients));
+    if (isNews)
+        tickets.push_back(enter(*record, OutboxTransport::News, {QByteArray()}));
+    if (!m_file.sync() || !storeText(text, tickets)) {
         for (const quint64 ticket : tickets)
             m_file.drop(ticket);
         m_file.sync();
@@ -318,6 +293,21 @@ quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wis
     else if (first.hold == OutboxRecord::Hold::None)
         sendWaiting(false);
     return tickets.front();
+}
+
+quint64 Outbox::enter(OutboxRecord record, OutboxTransport transport, const QList<QByteArray> &recipients)
+{
+    record.transport = transport;
+    record.account = accountFor(record);
+    for (const QByteArray &address : recipients)
+        record.recipients.push_back({address, Fate::Open, {}});
+    const std::vector<OutboxOriginal> originals = std::exchange(record.originals, {});
+    const quint64 ticket = m_file.add(std::move(record), Durable::Later);
+    for (const OutboxOriginal &original : originals) {
+        if (ticket != 0)
+            m_file.mark(ticket, OutboxVerb::Original, originalFields(original), Durable::Later);
+    }
+    return ticket;
 }
 
 /// The journal has named it; now it comes. Were it the other way round, a crash would leave a message of
@@ -340,8 +330,10 @@ const std::vector<OutboxEntry> &Outbox::entries() const
     if (std::exchange(m_isStale, false)) {
         m_entries.clear();
         const qint64 now = clockSeconds();
-        for (const OutboxRecord &record : m_file.records())
-            m_entries.push_back(record.entry(now));
+        for (const OutboxRecord &record : m_file.records()) {
+            if (!record.away)
+                m_entries.push_back(record.entry(now));
+        }
     }
     return m_entries;
 }
@@ -366,98 +358,8 @@ bool Outbox::holdsDraft(int draft) const
 {
     const std::vector<OutboxRecord> &all = m_file.records();
     return draft != 0 && std::any_of(all.begin(), all.end(), [draft](const OutboxRecord &record) {
-               return record.wish.draft == draft;
+               return record.wish.draft == draft && !record.away;
            });
-}
-
-QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep)
-{
-    std::vector<quint64> together;
-    for (const OutboxRecord &record : m_file.records()) {
-        const OutboxRecord *wanted = m_file.find(ticket);
-        if (!wanted || record.place != wanted->place)
-            continue;
-        if (record.isLeased || record.isServed() || record.copy)
-            return {};
-        together.push_back(record.ticket);
-    }
-    const OutboxRecord *record = m_file.find(ticket);
-    QByteArray text = record ? m_filing.textOf(*record) : QByteArray();
-    if (text.isNull())
-        return {};
-    const bool wasServed = record->has(Fate::Served);
-    if (wasServed)
-        text = onlyTo(text, record->entry(clockSeconds()).remaining);
-    if (keep && !keep(text))
-        return {};
-    const bool isKept = keep || record->wish.draft != 0;
-    const auto leaving = isKept ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket;
-    const QScopedValueRollback own(m_isOwnChange, true);
-    for (const quint64 one : together) {
-        if (one == ticket && wasServed)
-            settle(ticket);
-        else if (!m_filing.forget(one, leaving))
-            return {};
-    }
-    m_file.sync();
-    touched();
-    return text;
-}
-
-void Outbox::sendNow(quint64 ticket)
-{
-    OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || record->isServed() || record->copy)
-        return;
-    if (!m_file.mark(ticket, OutboxVerb::Wait, {}, Durable::Now))
-        return;
-    touched();
-    if (record->account == 0 && record->transport == OutboxTransport::Mail)
-        emit accountMissing();
-    else
-        m_sendoff.start(record->account, Sendoff::Wish::AtOnce);
-}
-
-void Outbox::holdUntil(quint64 ticket, qint64 due)
-{
-    const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || record->isServed() || record->has(Fate::Doubtful) || due <= 0)
-        return;
-    m_file.mark(ticket, OutboxVerb::Wait, {}, Durable::Later);
-    m_file.mark(ticket, OutboxVerb::Hold, {QByteArray::number(due)}, Durable::Now);
-    touched();
-}
-
-void Outbox::settleAsSent(quint64 ticket)
-{
-    const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || !record->has(Fate::Doubtful) ||
-        !m_file.mark(ticket, OutboxVerb::Settled, {}, Durable::Now))
-        return;
-    if (record->isServed())
-        settle(ticket);
-    touched();
-}
-
-void Outbox::remove(quint64 ticket)
-{
-    const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || record->copy)
-        return;
-    const QScopedValueRollback own(m_isOwnChange, true);
-    const int draft = record->wish.draft;
-    if (record->has(Fate::Served))
-        settle(ticket); // some have got it
-    else if (m_filing.forget(ticket, SentFiling::Leaving::ToBasket))
-        giveUp(draft);
-    m_file.sync();
-    touched();
-}
-
-void Outbox::giveUp(int draft)
-{
-    if (draft != 0 && !holdsDraft(draft))
-        emit draftReturned(draft);
 }
 
 int Outbox::undoDelay()
@@ -477,27 +379,34 @@ void Outbox::setUndoDelay(int seconds)
         report(ReportLevel::Warning, "Unable to write file '%s'", qUtf8Printable(path));
 }
 
+/// No identity's mail goes through the server of another one: that would be told whom it knows by two names,
+/// and may refuse them.
 int Outbox::accountFor(int identity) const
 {
-    int any = 0;
-    int first = 0;
+    const Identity *wanted = m_identities.identity(identity);
+    if (!wanted)
+        wanted = m_identities.defaultIdentity();
+    int general = 0;
+    int sameAddress = 0;
     for (const AccountData &account : m_accounts.all()) {
         if (account.kind != AccountKind::Smtp)
             continue;
-        if (account.identity == identity && identity != 0)
+        if (wanted && account.identity == wanted->number)
             return account.number;
-        if (account.identity == 0 && any == 0)
-            any = account.number;
-        if (first == 0)
-            first = account.number;
+        if (m_identities.identity(account.identity)) // somebody else's
+            continue;
+        if (general == 0)
+            general = account.number;
+        const bool isOfAddress = wanted && !account.address.isEmpty() &&
+                                 account.address.compare(wanted->address, Qt::CaseInsensitive) == 0;
+        if (isOfAddress && sameAddress == 0)
+            sameAddress = account.number;
     }
-    return any != 0 ? any : first;
+    return sameAddress != 0 ? sameAddress : general;
 }
 
-int Outbox::accountFor(const OutboxRecord &record) const
+int Outbox::newsAccount() const
 {
-    if (record.transport == OutboxTransport::Mail)
-        return accountFor(record.identity);
     for (const AccountData &account : m_accounts.all()) {
         if (account.kind == AccountKind::Nntp)
             return account.number;
@@ -505,18 +414,19 @@ int Outbox::accountFor(const OutboxRecord &record) const
     return 0;
 }
 
-/// Whose account is gone, or who never had one, gets another.
+int Outbox::accountFor(const OutboxRecord &record) const
+{
+    return record.transport == OutboxTransport::Mail ? accountFor(record.identity) : newsAccount();
+}
+
+/// With each change of accounts and identities: whose account is gone, who never had one, and for whom a
+/// better one appeared.
 void Outbox::assignAccounts()
 {
     if (storeAccess() != StoreAccess::ReadWrite)
         return;
     for (OutboxRecord &record : m_file.records()) {
-        const Account *account = m_accounts.account(record.account);
-        const AccountKind wanted =
-            record.transport == OutboxTransport::Mail ? AccountKind::Smtp : AccountKind::Nntp;
-        if (record.isLeased || (account && account->kind() == wanted))
-            continue;
-        const int other = accountFor(record);
+        const int other = record.isLeased ? record.account : accountFor(record);
         if (other != record.account)
             m_file.mark(record.ticket, OutboxVerb::Account, {QByteArray::number(other)}, Durable::Later);
     }

@@ -17,6 +17,9 @@ class IdentityManager;
 
 /// The messages that wait to be sent: the group of the outbox, what is known of each, and the order in which
 /// senders get them. Nothing is sent twice, whenever the program ends.
+///
+/// Who deletes a message from the group gives it up. What is known of it is kept: where it comes back, by an
+/// undo, it waits again as it did.
 class Outbox : public QObject, public OutgoingQueue
 {
     Q_OBJECT
@@ -28,6 +31,7 @@ public:
 
     /// Reads what is known of the waiting messages; a countdown begins again, what was "sending" is perhaps
     /// sent, and what was accepted is filed. draftSettled() comes from within; perhapsSent() soon after.
+    /// What was being taken back waits for the user.
     void load();
 
     /// Files what was accepted. For the end of a run, after the senders.
@@ -37,8 +41,9 @@ public:
     void tick();
 
     /// Stores @p message (buildMessage(), for sending) and lets it wait. Its ticket, the first of two where
-    /// it is both mailed and posted; 0 after a report: nothing is stored, the draft stays. accountMissing()
-    /// follows where there is no account for it.
+    /// it is both mailed and posted; 0 after a report: nothing is stored, the draft stays. That happens also
+    /// to a message without any recipient, to a post while there is no account for news, and to what is to
+    /// be encrypted and is not. accountMissing() follows where there is no account for its mail.
     quint64 add(const QByteArray &message, int identity, const SendWish &wish);
 
     const std::vector<OutboxEntry> &entries() const; ///< holds until something changes
@@ -58,26 +63,34 @@ public:
     /// Before anything is forgotten, @p keep gets that text and sees to it that it is on the disk as a draft;
     /// where it answers false, the message waits as before. Without it, and without a draft, the message goes
     /// to the waste basket, so that it is not lost.
+    ///
+    /// @p notice, for people: why it was not taken back; else what is gone already and is not sent again (of
+    /// a message that is both mailed and posted the half that went: then the text has no recipients, or no
+    /// newsgroups, any more). Empty: there is nothing to say.
     using Keep = std::function<bool(const QByteArray &text)>;
-    QByteArray takeBack(quint64 ticket, const Keep &keep = {});
+    QByteArray takeBack(quint64 ticket, const Keep &keep = {}, QString *notice = nullptr);
 
-    void sendNow(quint64 ticket);               ///< out of its countdown, its date, its refusal, its doubt
-    void holdUntil(quint64 ticket, qint64 due); ///< seconds since 1970 UTC
+    /// Where the message stands, why it waits and until when: a line for people, never empty while it is
+    /// there. It changes with changed() and, while something is counted down, with each second.
+    QString status(quint64 ticket) const;
+    QString statusAt(MessageRef place) const; ///< a line for each of its entries; empty: none waits there
+
+    /// Out of its countdown, its date, its refusal, its doubt; whatever `AutoSend` says, and nothing but it.
+    void sendNow(quint64 ticket);
+    bool holdUntil(quint64 ticket, qint64 due); ///< seconds since 1970 UTC; false: it waits as before
     void settleAsSent(quint64 ticket);          ///< the user knows that a "perhaps sent" one was sent
-
-    /// The user gives it up: its message goes to the waste basket, its draft stays. Not while it is on its
-    /// way.
-    void remove(quint64 ticket);
 
     /// Seconds for which a message can be taken back; 0: it goes at once.
     static int undoDelay();
     static void setUndoDelay(int seconds);
 
-    /// The outgoing account of an identity: the one that names it, else the first that names none, else the
-    /// first; 0: there is none.
+    /// The outgoing account of an identity: the one that names it, else of those that name none the one of
+    /// its address, or the first; 0: there is none. Without an identity that of the default one.
     int accountFor(int identity) const;
 
-    /// Sends what may go, through every account that something waits for (`AutoSend`, F5, the user).
+    /// Sends what may go, through every account that something waits for: with @p manual ("Send waiting", F5)
+    /// all of it, else what goes by itself (`AutoSend`, a date that has come, a further try) or was asked for
+    /// before.
     void sendWaiting(bool manual);
 
     /// @name OutgoingQueue
@@ -98,28 +111,55 @@ signals:
     void failed(quint64 ticket, const QString &why); ///< some or all refused it, and it waits for the user
     void perhapsSent(quint64 ticket);
     void draftSettled(int draft);  ///< it was sent, its copy is stored
-    void draftReturned(int draft); ///< the user gave its message up: it is there as before
+    void draftReturned(int draft); ///< the user gave its message up: it is no longer on its way, and closed
     void accountMissing();         ///< something waits, and there is no outgoing account
 
 private:
-    Group &group() const;
     std::optional<OutboxRecord> recordFor(const QByteArray &text, int identity, const SendWish &wish) const;
+    std::vector<OutboxOriginal> originalsOf(const SendWish &wish) const;
+    QString refusalOf(const QByteArray &text, const SendWish &wish, bool isNews) const;
+    quint64 enter(OutboxRecord record, OutboxTransport transport, const QList<QByteArray> &recipients);
     bool storeText(const QByteArray &text, const std::vector<quint64> &tickets);
     int accountFor(const OutboxRecord &record) const;
+    int newsAccount() const;
     void assignAccounts();
+
     void doubtEverything();
     void lookUp(quint64 ticket);
+    void lookForAway(OutboxRecord &record);
     void adoptAll(OutboxFile::Found found);
     void adopt(quint32 article, bool isDoubtful);
+    void doubt(OutboxRecord &record, const QString &reason);
+
+    struct Taking
+    {
+        std::vector<quint64> tickets; ///< those that wait no more
+        QByteArray text;              ///< null: it cannot be
+        QString notice;
+    };
+    Taking lookAtTaking(quint64 ticket) const;
+    bool markTaken(const std::vector<quint64> &tickets, bool isTaken);
+    void letGo(const std::vector<quint64> &tickets, bool isKept);
     void followGroup();
     void messagesRemoved(const std::vector<quint32> &articles);
-    void doubt(OutboxRecord &record, const QString &reason);
+    void sendAway(OutboxRecord &record);
+    void rescueDoubtful(const std::vector<quint32> &articles);
+    bool cameBack(quint32 article);
+    void giveUp(int draft);
+
+    QString waitingStatus(const OutboxRecord &record) const;
+    QString accountStatus(const OutboxRecord &record) const;
+
+    bool isWanted(const OutboxRecord &record) const;
+    void askAll(int account);
+    void fetchStarted(const Account *account);
+    void keepInClear(OutboxRecord &record);
     void putOff(OutboxRecord &record);
     void released(OutboxRecord &record, const QString &reason);
     void settle(quint64 ticket);
-    void giveUp(int draft);
     void fileSettled();
     void endLeases(int account, const QString &reason);
+    Group &group() const;
     void touched();
 
     GroupStore &m_store;
@@ -138,4 +178,5 @@ private:
     qint64 m_lastTick = 0;
     qint64 m_fileAgain = 0; ///< after a failure
     bool m_isOwnChange = false;
+    bool m_wasOnline = false;
 };

@@ -32,6 +32,7 @@ struct OutboxEntry
     QString reason;              ///< what the server said, for people; a line for each recipient
     QList<QByteArray> remaining; ///< recipients still to be served, when some were; empty: all
     int draft = 0;               ///< the draft that goes with it; 0: none
+    bool isOwn = false;          ///< written here, not received and sent on, nor put into the group
 };
 
 /// What is to become of a message that is handed over.

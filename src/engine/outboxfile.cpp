@@ -125,12 +125,17 @@ bool OutboxFile::apply(quint64 ticket, OutboxVerb verb, const OutboxFields &fiel
     return record && applyMark(*record, verb, fields);
 }
 
-OutboxRecord *OutboxFile::find(quint64 ticket)
+const OutboxRecord *OutboxFile::find(quint64 ticket) const
 {
     const auto found =
         std::lower_bound(m_records.begin(), m_records.end(), ticket,
                          [](const OutboxRecord &record, quint64 wanted) { return record.ticket < wanted; });
     return found == m_records.end() || found->ticket != ticket ? nullptr : &*found;
+}
+
+OutboxRecord *OutboxFile::find(quint64 ticket)
+{
+    return const_cast<OutboxRecord *>(std::as_const(*this).find(ticket));
 }
 
 bool OutboxFile::failed()
@@ -154,7 +159,7 @@ bool OutboxFile::rewrite()
         !writeReplacing(path, contents))
         return false;
     m_file = FileHandle(path, FileHandle::Mode::ReadWrite);
-    m_end = m_reserved = contents.size();
+    m_end = m_reserved = m_written = contents.size();
     m_isUnsynced = false;
     return m_file.isOpen();
 }
@@ -241,8 +246,9 @@ bool OutboxFile::sync()
     return rewrite() || failed();
 }
 
+/// So seldom that it costs nothing beside what has been written since.
 void OutboxFile::compact()
 {
-    if (m_records.empty() && m_end > kWorthCompacting && !rewrite())
+    if (m_end - m_written > qMax(kWorthCompacting, m_written) && !rewrite())
         failed();
 }

@@ -14,7 +14,7 @@
 /// A line is the CRC-32 of its rest in eight digits, the ticket, a word and its fields, separated by blanks.
 /// What is behind the last line is NULs, reserved beforehand: so a mark is on the disk after one fdatasync of
 /// data alone, and an acceptance finds its place on a full disk, too. The journal is written anew, with what
-/// still holds, when it is loaded and when it has grown while nothing waits.
+/// still holds, when it is loaded and when little of it holds any more.
 class OutboxFile
 {
 public:
@@ -33,6 +33,7 @@ public:
     std::vector<OutboxRecord> &records() { return m_records; }
     const std::vector<OutboxRecord> &records() const { return m_records; }
     OutboxRecord *find(quint64 ticket); ///< null when there is none; holds until one is added or goes
+    const OutboxRecord *find(quint64 ticket) const;
 
     enum class Durable {
         Later, ///< with the next that is Now, or with sync()
@@ -73,6 +74,7 @@ private:
     quint64 m_next = 1;
     FileHandle m_file;
     qint64 m_end = 0;
+    qint64 m_written = 0; ///< its size when it was written anew
     qint64 m_reserved = 0;
     bool m_isUnsynced = false;
     bool m_isUnreadable = false;

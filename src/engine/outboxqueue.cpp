@@ -37,8 +37,8 @@ int Outbox::waiting(int account) const
 {
     const qint64 now = clockSeconds();
     const std::vector<OutboxRecord> &all = m_file.records();
-    return int(std::count_if(all.begin(), all.end(), [=](const OutboxRecord &record) {
-        return record.account == account && record.mayGo(now);
+    return int(std::count_if(all.begin(), all.end(), [=, this](const OutboxRecord &record) {
+        return record.account == account && record.mayGo(now) && isWanted(record);
     }));
 }
 
@@ -51,7 +51,7 @@ std::optional<OutgoingMessage> Outbox::next(int account)
         return {}; // it waits for its repair; nothing in it is lost
     const QDateTime now = clockNow();
     for (OutboxRecord &record : m_file.records()) {
-        if (record.account != account || !record.mayGo(now.toSecsSinceEpoch()))
+        if (record.account != account || !record.mayGo(now.toSecsSinceEpoch()) || !isWanted(record))
             continue;
         QByteArray text = m_filing.textOf(record);
         touched();
@@ -59,6 +59,10 @@ std::optional<OutgoingMessage> Outbox::next(int account)
             m_file.mark(record.ticket, OutboxVerb::Refused,
                         {"0", indicesField(record.indices({})), textField(tr("It cannot be read"))},
                         Durable::Later);
+            continue;
+        }
+        if (!record.wish.isBounce && wouldLeaveInClear(text)) {
+            keepInClear(record);
             continue;
         }
         if (record.isAdopted)
@@ -75,6 +79,17 @@ std::optional<OutgoingMessage> Outbox::next(int account)
         return message;
     }
     return {};
+}
+
+/// It came here when nobody looked at that, or by hand.
+void Outbox::keepInClear(OutboxRecord &record)
+{
+    const QString reason = tr("It is to be encrypted, which is not possible yet");
+    m_file.mark(record.ticket, OutboxVerb::Retry, {"0", "-1", "0"}, Durable::Later);
+    m_file.mark(record.ticket, OutboxVerb::Told, {textField(reason)}, Durable::Later);
+    m_syncing.start();
+    QMetaObject::invokeMethod(
+        this, [this, ticket = record.ticket, reason] { emit failed(ticket, reason); }, Qt::QueuedConnection);
 }
 
 bool Outbox::sending(quint64 ticket, const QList<QByteArray> &recipients)
@@ -142,11 +157,10 @@ void Outbox::release(quint64 ticket, const QString &reason)
         return settle(ticket);
     released(*record, reason);
     record = m_file.find(ticket);
-    if (record && record->isWithdrawn) { // the user took it away meanwhile
+    if (record && record->away) { // the user deleted it meanwhile
         if (record->has(Fate::Served))
             settle(ticket);
-        else
-            m_file.drop(ticket);
+        giveUp(record->wish.draft);
     }
     assignAccounts(); // its own may be gone
 }
@@ -201,7 +215,11 @@ void Outbox::fileSettled()
         return;
     const QScopedValueRollback own(m_isOwnChange, true);
     m_filing.file(std::vector(m_settled)); // who is told of a filed one may settle another
-    std::erase_if(m_settled, [this](quint64 ticket) { return m_file.find(ticket) == nullptr; });
+    std::erase_if(m_settled, [this](quint64 ticket) {
+        const OutboxRecord *record = m_file.find(ticket);
+        return !record ||
+               (!record->isServed() && !record->isTaken && !record->copy && !record->wish.keepsCopy);
+    });
     m_fileAgain = m_settled.empty() ? 0 : clockSeconds() + kPauseOfFiling;
     touched();
 }
@@ -219,6 +237,7 @@ void Outbox::endLeases(int account, const QString &reason)
     }
     for (const quint64 ticket : leased)
         release(ticket, reason);
+    touched(); // why it waits
 }
 
 void Outbox::finish()
@@ -238,34 +257,59 @@ void Outbox::tick()
         return record.due > m_lastTick && record.due <= now;
     });
     m_lastTick = now;
-    if (isDue)
+    const bool wasOnline = std::exchange(m_wasOnline, isOnline());
+    if (isDue || wasOnline != m_wasOnline)
         touched();
+    m_file.compact();
     if (!m_settled.empty() && !m_fileSoon.isActive() && m_fileAgain <= now)
         fileSettled();
     sendWaiting(false);
 }
 
+/// What goes by itself, and what was asked for.
+bool Outbox::isWanted(const OutboxRecord &record) const
+{
+    return record.isAsked || record.attempts > 0 || record.hold == OutboxRecord::Hold::Date ||
+           boolSetting(Setting::AutoSend);
+}
+
+/// 0: those of all accounts.
+void Outbox::askAll(int account)
+{
+    const qint64 now = clockSeconds();
+    for (OutboxRecord &record : m_file.records()) {
+        if (account != 0 && record.account != account)
+            continue;
+        record.restsUntil = 0;
+        record.isAsked = record.isAsked || record.mayGo(now);
+    }
+}
+
+/// One that the user began elsewhere is for all that waits.
+void Outbox::fetchStarted(const Account *account)
+{
+    if (!m_sendoff.hasStarted(account->number()))
+        askAll(account->number());
+    touched();
+}
+
 void Outbox::sendWaiting(bool manual)
 {
     const qint64 now = clockSeconds();
-    const bool isAuto = boolSetting(Setting::AutoSend);
+    if (manual)
+        askAll(0);
+    bool isMissing = false;
     std::map<int, Sendoff::Wish> accounts;
-    for (OutboxRecord &record : m_file.records()) {
-        record.restsUntil = manual ? 0 : record.restsUntil;
-        const bool isWanted =
-            manual || isAuto || record.attempts > 0 || record.hold == OutboxRecord::Hold::Date;
-        if (!isWanted || !record.mayGo(now))
+    for (const OutboxRecord &record : m_file.records()) {
+        if (!record.mayGo(now) || !isWanted(record))
             continue;
+        isMissing = isMissing || (record.account == 0 && record.transport == OutboxTransport::Mail);
         Sendoff::Wish &wish = accounts.try_emplace(record.account, Sendoff::Wish::ByItself).first->second;
         if (manual)
             wish = Sendoff::Wish::AtOnce;
         else if (record.isFresh)
             wish = Sendoff::Wish::Attended;
     }
-    const bool isMissing =
-        std::any_of(m_file.records().begin(), m_file.records().end(), [now](const auto &one) {
-            return one.account == 0 && one.transport == OutboxTransport::Mail && one.mayGo(now);
-        });
     if (manual && isMissing)
         emit accountMissing();
     for (const auto &[account, wish] : accounts)

@@ -24,9 +24,14 @@ enum AddFlag : quint32 {
     AddAdopted = 1u << 4,
 };
 
+QByteArray decoded(const QByteArray &field)
+{
+    return QByteArray::fromPercentEncoding(field);
+}
+
 QString textOf(const QByteArray &field)
 {
-    return QString::fromUtf8(QByteArray::fromPercentEncoding(field));
+    return QString::fromUtf8(decoded(field));
 }
 
 QByteArray bytesField(const QByteArray &bytes)
@@ -57,13 +62,6 @@ bool forRecipients(OutboxRecord &record, const QByteArray &field, Change change)
     return known;
 }
 
-bool hold(OutboxRecord &record, const OutboxFields &fields)
-{
-    record.due = fields[0].toLongLong();
-    record.hold = record.due == 0 ? OutboxRecord::Hold::Countdown : OutboxRecord::Hold::Date;
-    return true;
-}
-
 bool wait(OutboxRecord &record, const OutboxFields &)
 {
     record.hold = OutboxRecord::Hold::None;
@@ -71,12 +69,23 @@ bool wait(OutboxRecord &record, const OutboxFields &)
     record.attempts = 0;
     record.firstRefusal = 0;
     record.isGivenUp = false;
+    record.isAsked = true;
+    record.isTaken = false;
     record.restsUntil = 0;
     record.reason.clear();
     for (OutboxRecipient &recipient : record.recipients) {
         if (recipient.fate != Fate::Served)
             recipient = {recipient.address, Fate::Open, {}};
     }
+    return true;
+}
+
+bool hold(OutboxRecord &record, const OutboxFields &fields)
+{
+    wait(record, {});
+    record.isAsked = false;
+    record.due = fields[0].toLongLong();
+    record.hold = record.due == 0 ? OutboxRecord::Hold::Countdown : OutboxRecord::Hold::Date;
     return true;
 }
 
@@ -91,15 +100,6 @@ bool sending(OutboxRecord &record, const OutboxFields &fields)
     record.date = fields[0].toLongLong();
     record.zone = fields[1].toInt();
     return forRecipients(record, fields[2], [](OutboxRecipient &one) { one.fate = Fate::Doubtful; });
-}
-
-bool unsent(OutboxRecord &record, const OutboxFields &)
-{
-    for (OutboxRecipient &recipient : record.recipients) {
-        if (recipient.fate == Fate::Doubtful)
-            recipient.fate = Fate::Open;
-    }
-    return true;
 }
 
 bool accepted(OutboxRecord &record, const OutboxFields &fields)
@@ -153,6 +153,39 @@ bool copy(OutboxRecord &record, const OutboxFields &fields)
     return true;
 }
 
+/// Its copy is safe, but it may still go to others.
+bool filed(OutboxRecord &record, const OutboxFields &)
+{
+    record.copy.reset();
+    record.wish.keepsCopy = false;
+    return true;
+}
+
+bool original(OutboxRecord &record, const OutboxFields &fields)
+{
+    record.originals.push_back({{fields[0].toInt(), fields[1].toUInt()}, decoded(fields[2])});
+    return true;
+}
+
+bool taken(OutboxRecord &record, const OutboxFields &fields)
+{
+    record.isTaken = fields[0] == "1";
+    return true;
+}
+
+bool away(OutboxRecord &record, const OutboxFields &fields)
+{
+    record.away = decoded(fields[0]);
+    return true;
+}
+
+bool back(OutboxRecord &record, const OutboxFields &fields)
+{
+    record.place = {fields[0].toInt(), fields[1].toUInt()};
+    record.away.reset();
+    return true;
+}
+
 struct MarkRow
 {
     OutboxVerb verb;
@@ -162,10 +195,12 @@ struct MarkRow
 constexpr std::array kMarks = {
     MarkRow{OutboxVerb::Add, 0, nullptr},       MarkRow{OutboxVerb::Hold, 1, hold},
     MarkRow{OutboxVerb::Wait, 0, wait},         MarkRow{OutboxVerb::Account, 1, account},
-    MarkRow{OutboxVerb::Sending, 3, sending},   MarkRow{OutboxVerb::Unsent, 0, unsent},
-    MarkRow{OutboxVerb::Accepted, 1, accepted}, MarkRow{OutboxVerb::Refused, 3, refused},
-    MarkRow{OutboxVerb::Retry, 3, retry},       MarkRow{OutboxVerb::Told, 1, told},
-    MarkRow{OutboxVerb::Settled, 0, settled},   MarkRow{OutboxVerb::Copy, 4, copy},
+    MarkRow{OutboxVerb::Sending, 3, sending},   MarkRow{OutboxVerb::Accepted, 1, accepted},
+    MarkRow{OutboxVerb::Refused, 3, refused},   MarkRow{OutboxVerb::Retry, 3, retry},
+    MarkRow{OutboxVerb::Told, 1, told},         MarkRow{OutboxVerb::Settled, 0, settled},
+    MarkRow{OutboxVerb::Copy, 4, copy},         MarkRow{OutboxVerb::Filed, 0, filed},
+    MarkRow{OutboxVerb::Original, 3, original}, MarkRow{OutboxVerb::Taken, 1, taken},
+    MarkRow{OutboxVerb::Away, 1, away},         MarkRow{OutboxVerb::Back, 2, back},
     MarkRow{OutboxVerb::Gone, 0, nullptr},
 };
 static_assert(kMarks.size() == kOutboxVerbs.size());
@@ -215,7 +250,7 @@ bool OutboxRecord::isServed() const
 
 bool OutboxRecord::mayGo(qint64 now) const
 {
-    return !isLeased && !isWithdrawn && !isGivenUp && !copy && due <= now && restsUntil <= now &&
+    return !isLeased && !isTaken && !away && !isGivenUp && !copy && due <= now && restsUntil <= now &&
            !has(Fate::Doubtful) && has(Fate::Open);
 }
 
@@ -225,7 +260,7 @@ OutboxState OutboxRecord::state(qint64 now) const
         return OutboxState::Sending;
     if (has(Fate::Doubtful))
         return OutboxState::PerhapsSent;
-    if (isGivenUp || !has(Fate::Open))
+    if (isGivenUp || isTaken || !has(Fate::Open))
         return OutboxState::Refused;
     if (due > now)
         return hold == Hold::None ? OutboxState::Retrying : OutboxState::Held;
@@ -244,6 +279,7 @@ OutboxEntry OutboxRecord::entry(qint64 now) const
     entry.countsDown = entry.state == OutboxState::Held && hold == Hold::Countdown;
     entry.attempts = attempts;
     entry.draft = wish.draft;
+    entry.isOwn = !isAdopted && !wish.isBounce;
     QStringList reasons;
     if (!reason.isEmpty())
         reasons += reason;
@@ -292,6 +328,16 @@ QByteArray indicesField(const std::vector<int> &indices)
 QByteArray textField(const QString &text)
 {
     return bytesField(text.toUtf8());
+}
+
+OutboxFields originalFields(const OutboxOriginal &original)
+{
+    return {number(original.place.group), number(original.place.article), bytesField(original.messageId)};
+}
+
+OutboxFields awayFields(const QByteArray &messageId)
+{
+    return {bytesField(messageId)};
 }
 
 OutboxFields addFields(const OutboxRecord &record)
@@ -354,6 +400,10 @@ std::vector<std::pair<OutboxVerb, OutboxFields>> marksOf(const OutboxRecord &rec
         }
         return indicesField(indices);
     };
+    if (record.isAsked)
+        marks.push_back({OutboxVerb::Wait, {}});
+    for (const OutboxOriginal &original : record.originals)
+        marks.push_back({OutboxVerb::Original, originalFields(original)});
     for (std::size_t i = 0; i < record.recipients.size(); ++i) {
         const OutboxRecipient &one = record.recipients[i];
         if (!one.reason.isEmpty() || one.fate == Fate::Failed)
@@ -377,5 +427,9 @@ std::vector<std::pair<OutboxVerb, OutboxFields>> marksOf(const OutboxRecord &rec
             {OutboxVerb::Copy,
              {number(copy.place.group), number(copy.place.article), number(copy.length), number(copy.crc)}});
     }
+    if (record.isTaken)
+        marks.push_back({OutboxVerb::Taken, {"1"}});
+    if (record.away)
+        marks.push_back({OutboxVerb::Away, awayFields(*record.away)});
     return marks;
 }

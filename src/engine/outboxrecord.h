@@ -31,6 +31,13 @@ struct SentCopy
     quint32 crc = 0;
 };
 
+/// A message that was answered or forwarded.
+struct OutboxOriginal
+{
+    MessageRef place;     ///< when it was answered; by now it may lie elsewhere
+    QByteArray messageId; ///< "<...>"; empty: not known
+};
+
 /// What is known of one waiting message for one transport.
 struct OutboxRecord
 {
@@ -45,16 +52,20 @@ struct OutboxRecord
     bool isAdopted = false; ///< it was not handed over but found in the group: its control headers are no
                             ///< word of ours
     std::vector<OutboxRecipient> recipients;
+    std::vector<OutboxOriginal> originals; ///< those of the wish
 
     enum class Hold { None, Countdown, Date };
     Hold hold = Hold::None;
-    qint64 due = 0;          ///< of the hold or of the next try; 0: none
-    int attempts = 0;        ///< that were refused for now
-    qint64 firstRefusal = 0; ///< of these; seconds since 1970 UTC
-    bool isGivenUp = false;  ///< no further try by itself
-    qint64 date = 0;         ///< of the last sending; the same
-    int zone = 0;            ///< of that date: seconds east of UTC
-    QString reason;          ///< what is told of the whole message
+    qint64 due = 0;                 ///< of the hold or of the next try; 0: none
+    int attempts = 0;               ///< that were refused for now
+    qint64 firstRefusal = 0;        ///< of these; seconds since 1970 UTC
+    bool isGivenUp = false;         ///< no further try by itself
+    bool isAsked = false;           ///< the user wants it sent, whatever `AutoSend` says
+    bool isTaken = false;           ///< it is being made a draft again
+    std::optional<QByteArray> away; ///< it was deleted from the group and may come back: its Message-ID
+    qint64 date = 0;                ///< of the last sending; the same
+    int zone = 0;                   ///< of that date: seconds east of UTC
+    QString reason;                 ///< what is told of the whole message
     std::optional<SentCopy> copy;
 
     /// @name Not on the disk
@@ -64,8 +75,7 @@ struct OutboxRecord
     bool isPutOff = false;  ///< refused for now during this lease
     bool isRefused = false; ///< refused for good during this lease
     QDateTime leasedAt;
-    qint64 restsUntil = 0;    ///< a sender gave it back as it was: it would only be given it again
-    bool isWithdrawn = false; ///< its message was taken away meanwhile
+    qint64 restsUntil = 0; ///< a sender gave it back as it was: it would only be given it again
     /// @}
 
     bool has(OutboxRecipient::Fate fate) const;
@@ -85,17 +95,22 @@ enum class OutboxVerb {
     Wait,
     Account,
     Sending,
-    Unsent,
     Accepted,
     Refused,
     Retry,
     Told,
     Settled,
     Copy,
+    Filed,
+    Original,
+    Taken,
+    Away,
+    Back,
     Gone,
 };
-constexpr std::array kOutboxVerbs = {"add",     "hold",  "wait", "account", "sending", "unsent", "accepted",
-                                     "refused", "retry", "told", "settled", "copy",    "gone"};
+constexpr std::array kOutboxVerbs = {"add",      "hold",  "wait", "account", "sending", "accepted",
+                                     "refused",  "retry", "told", "settled", "copy",    "filed",
+                                     "original", "taken", "away", "back",    "gone"};
 static_assert(kOutboxVerbs.size() == std::size_t(OutboxVerb::Gone) + 1);
 
 using OutboxFields = QList<QByteArray>;
@@ -107,6 +122,8 @@ bool applyMark(OutboxRecord &record, OutboxVerb verb, const OutboxFields &fields
 /// @{
 OutboxFields addFields(const OutboxRecord &record);
 std::optional<OutboxRecord> recordOf(quint64 ticket, const OutboxFields &fields); ///< of Add
+OutboxFields originalFields(const OutboxOriginal &original);
+OutboxFields awayFields(const QByteArray &messageId);
 QByteArray indicesField(const std::vector<int> &indices);
 QByteArray textField(const QString &text); ///< no blank, no line end
 

@@ -7,6 +7,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+#include <array>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -15,6 +17,8 @@ namespace {
 
 constexpr QByteArrayView kControls = "x-velmar-";
 constexpr QByteArrayView kEnvelope = "X-VELMAR-RCPT-TO";
+constexpr std::array kPostFields = {"Newsgroups",   "Followup-To",       "Supersedes",
+                                    "Distribution", "Posted-And-Mailed", "Path"};
 
 bool isNamed(QByteArrayView name, QByteArrayView wanted)
 {
@@ -66,6 +70,23 @@ bool isPost(const QByteArray &message)
     return !Message(message.first(headerExtent(message).length)).rawHeader("Newsgroups").isEmpty();
 }
 
+bool wouldLeaveInClear(const QByteArray &message)
+{
+    const Message header(message.first(headerExtent(message).length));
+    return header.rawHeader("X-Velmar-Encrypt").compare("yes", Qt::CaseInsensitive) == 0 &&
+           !header.rawHeader("Content-Type").toLower().startsWith("multipart/encrypted");
+}
+
+QByteArray withoutPost(const QByteArray &message)
+{
+    return changed(message, [](QByteArrayView name, QByteArrayView field) {
+        const bool isOfPost = std::any_of(kPostFields.begin(), kPostFields.end(), [name](const char *one) {
+            return isNamed(name, QByteArrayView(one));
+        });
+        return isOfPost ? QByteArray() : field.toByteArray();
+    });
+}
+
 QByteArray withoutControls(const QByteArray &message)
 {
     return changed(message, [](QByteArrayView name, QByteArrayView field) {
@@ -86,7 +107,13 @@ QByteArray dated(const QByteArray &message, const QDateTime &date, bool isResent
         isThere = true;
         return line;
     });
-    return isThere ? text : line + text;
+    if (isThere)
+        return text;
+    const bool hasHeader = headerExtent(text).length > 0;
+    qsizetype first = 0; // an empty line behind the date would end the header
+    while (hasHeader && first < text.size() && text[first] == '\n')
+        ++first;
+    return line + text.mid(first);
 }
 
 QByteArray onlyTo(const QByteArray &message, const QList<QByteArray> &left)

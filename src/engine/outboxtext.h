@@ -13,6 +13,12 @@ QList<QByteArray> outgoingRecipients(const QByteArray &message, bool ownControls
 /// Whether it is to be posted, too.
 bool isPost(const QByteArray &message);
 
+/// Whether it is marked to be encrypted, and nobody has done it.
+bool wouldLeaveInClear(const QByteArray &message);
+
+/// @p message without the newsgroups and what else concerns its posting.
+QByteArray withoutPost(const QByteArray &message);
+
 /// @p message without its control headers.
 QByteArray withoutControls(const QByteArray &message);
 

@@ -1,6 +1,7 @@
 #include "engine/sendoff.h"
 
 #include "config/clock.h"
+#include "net/fetchreason.h"
 
 #include <array>
 
@@ -16,10 +17,13 @@ Sendoff::Sendoff(AccountManager &accounts, QObject *parent)
     , m_accounts(accounts)
 {
     connect(&accounts, &AccountManager::fetchEnded, this, &Sendoff::fetchEnded);
+    connect(&accounts, &AccountManager::fetchDropped, this,
+            [this](const Account *account) { m_started.remove(account->number()); });
     connect(&accounts, &AccountManager::accountUpdated, this,
             [this](const Account *account) { m_troubles.remove(account->number()); });
     connect(&accounts, &AccountManager::accountDeleted, this, [this](const Account *account) {
         m_troubles.remove(account->number());
+        m_started.remove(account->number());
         emit ended(account->number(), {});
     });
 }
@@ -34,7 +38,11 @@ bool Sendoff::start(int number, Wish wish)
         return false;
     if (wish == Wish::AtOnce)
         m_troubles.remove(number);
-    return account->fetch(wish != Wish::ByItself, true) != FetchAnswer::Nothing;
+    m_started.insert(number); // it may begin, and end, at once
+    const bool isWelcome = account->fetch(wish != Wish::ByItself, true) != FetchAnswer::Nothing;
+    if (!isWelcome)
+        m_started.remove(number);
+    return isWelcome;
 }
 
 void Sendoff::resume(int account)
@@ -49,6 +57,7 @@ void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QStr
     if (account->kind() != AccountKind::Smtp && account->kind() != AccountKind::Nntp)
         return;
     const int number = account->number();
+    m_started.remove(number);
     if (reason == AccountFetchReason::None || reason == AccountFetchReason::WithErrors) {
         m_troubles.remove(number);
     } else if (reason == AccountFetchReason::Stopped) {
@@ -57,6 +66,7 @@ void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QStr
         Trouble &trouble = m_troubles[number];
         const auto pause = qMin<std::size_t>(std::size_t(trouble.failures++), kPauses.size() - 1);
         trouble.notBefore = clockSeconds() + kPauses[pause];
+        trouble.said = fetchMessage(reason, account->name(), detail).simplified();
     }
     emit ended(number, detail);
 }

@@ -4,6 +4,8 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
+#include <QString>
 
 /// Starts the senders of outgoing accounts: one at most for each, sooner or later again where a session
 /// failed, and not by itself where the user stopped it.
@@ -26,23 +28,27 @@ public:
     /// Something new waits: what the user stopped may go on.
     void resume(int account);
 
-    /// When the account is tried again by itself: seconds since 1970 UTC; 0: at once.
-    qint64 nextTry(int account) const { return m_troubles.value(account).notBefore; }
+    /// What keeps the account from sending by itself: its last session failed, or was stopped.
+    struct Trouble
+    {
+        int failures = 0;
+        qint64 notBefore = 0;   ///< when it is tried again: seconds since 1970 UTC; 0: at once
+        bool isStopped = false; ///< by the user; it is not
+        QString said;           ///< how the last session failed, for people
+    };
+    Trouble trouble(int account) const { return m_troubles.value(account); }
+
+    /// Whether the fetch that begins or runs is one of start(); else the user wanted it elsewhere.
+    bool hasStarted(int account) const { return m_started.contains(account); }
 
 signals:
     /// No sender of this account has anything in hand any more.
     void ended(int account, const QString &reason);
 
 private:
-    struct Trouble
-    {
-        int failures = 0;
-        qint64 notBefore = 0;
-        bool isStopped = false; ///< by the user
-    };
-
     void fetchEnded(Account *account, AccountFetchReason reason, const QString &detail);
 
     AccountManager &m_accounts;
     QHash<int, Trouble> m_troubles;
+    QSet<int> m_started;
 };

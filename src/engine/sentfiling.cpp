@@ -15,6 +15,10 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+constexpr std::size_t kMostCopies = 20; ///< of one original that get its marks
+}
+
 SentFiling::SentFiling(GroupStore &store, IdentityManager &identities, OutboxFile &file, QObject *parent)
     : QObject(parent)
     , m_store(store)
@@ -184,17 +188,40 @@ void SentFiling::recover(quint64 ticket)
     finish({ticket});
 }
 
-void SentFiling::markOriginal(const OutboxRecord &record) const
+/// Where it lies by now: it may have been moved, or copied, since.
+MessageRefs SentFiling::placesOf(const OutboxOriginal &original) const
 {
-    Group *group = m_store.group(record.wish.original.group);
-    if (!group || record.wish.original.isNull())
-        return;
+    MessageRefs places;
+    if (Group *group = m_store.group(original.place.group); group && group->overview(original.place.article))
+        places.push_back(original.place);
+    if (original.messageId.isEmpty() || !places.empty())
+        return places;
+    for (const MessageIndex::Place &place : m_store.findMessage(original.messageId)) {
+        Group *group = m_store.group(place.group);
+        const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+        if (overview && group->texts(*overview).messageId.toLatin1() == original.messageId)
+            places.push_back({place.group, place.article});
+        if (places.size() >= kMostCopies)
+            break;
+    }
+    return places;
+}
+
+void SentFiling::markOriginals(const OutboxRecord &record) const
+{
     Marks set;
     set.setFlag(Mark::Replied, record.wish.isReply);
     set.setFlag(Mark::Forwarded, record.wish.isForward);
+    if (!set)
+        return;
     const bool unflags = record.wish.isReply && boolSetting(Setting::UnflagOnReply);
-    if (set)
-        group->setMarks({record.wish.original.article}, set, unflags ? Marks(Mark::Flagged) : Marks());
+    std::map<int, Articles> found;
+    for (const OutboxOriginal &original : record.originals) {
+        for (const MessageRef place : placesOf(original))
+            found[place.group].push_back(place.article);
+    }
+    for (const auto &[group, articles] : found)
+        m_store.group(group)->setMarks(articles, set, unflags ? Marks(Mark::Flagged) : Marks());
 }
 
 /// The entries of one message have tickets side by side.
@@ -208,31 +235,35 @@ bool SentFiling::isNeededElsewhere(const OutboxRecord &record, const std::set<qu
     return false;
 }
 
-/// The copies are safe: the messages leave the outbox, and at last they are forgotten.
+/// The copies are safe: the messages leave the outbox, and at last they are forgotten. What still waits for
+/// others, because it was deleted and may come back, is only told that its copy is there.
 void SentFiling::finish(const std::vector<quint64> &tickets)
 {
     struct Filed
     {
         quint64 ticket;
         MessageRef copy;
-        int draft;
     };
     std::vector<Filed> filed;
     std::map<int, Articles> leaving;
-    const std::set<quint64> going(tickets.begin(), tickets.end());
+    std::set<quint64> going;
     for (const quint64 ticket : tickets) {
         const OutboxRecord *record = m_file.find(ticket);
-        const SentCopy copy = record ? record->copy.value_or(SentCopy()) : SentCopy();
         if (!record)
             continue;
-        markOriginal(*record);
+        markOriginals(*record);
+        if (!record->isServed() && !record->isTaken) {
+            m_file.mark(ticket, OutboxVerb::Filed, {}, OutboxFile::Durable::Later);
+            continue;
+        }
+        going.insert(ticket);
+        const SentCopy copy = record->copy.value_or(SentCopy());
         const quint32 article = copy.place.isNull() ? 0 : findCopy(copy);
-        filed.push_back({ticket, article == 0 ? MessageRef() : MessageRef{copy.place.group, article},
-                         record->wish.draft});
+        filed.push_back({ticket, article == 0 ? MessageRef() : MessageRef{copy.place.group, article}});
     }
-    for (const quint64 ticket : tickets) {
+    for (const quint64 ticket : going) {
         const OutboxRecord *record = m_file.find(ticket);
-        if (record && !isNeededElsewhere(*record, going))
+        if (!isNeededElsewhere(*record, going))
             leaving[record->place.group].push_back(record->place.article);
     }
     for (auto &[number, articles] : leaving) {
@@ -244,13 +275,23 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
     }
     for (const Filed &one : filed) {
         const OutboxRecord *record = m_file.find(one.ticket);
-        const bool isLast = record && !isNeededElsewhere(*record);
-        if (isLast && one.draft != 0)
-            emit draftSettled(one.draft);
+        if (record && record->wish.draft != 0 && !isNeededElsewhere(*record))
+            emit draftSettled(record->wish.draft);
         m_file.drop(one.ticket);
         emit this->filed(one.ticket, one.copy);
     }
     m_file.compact();
+}
+
+bool SentFiling::takeOut(const OutboxRecord &record, Leaving how)
+{
+    Group *group = m_store.group(record.place.group);
+    const Articles articles = {record.place.article};
+    if (!group || !group->overview(articles[0]))
+        return true;
+    if (how == Leaving::ToBasket)
+        return !m_store.move(*group, articles, *m_store.group(GroupRole::WasteBasket)).empty();
+    return m_store.deleteMessages(*group, articles, true);
 }
 
 bool SentFiling::forget(quint64 ticket, Leaving how)
@@ -258,10 +299,7 @@ bool SentFiling::forget(quint64 ticket, Leaving how)
     const OutboxRecord *record = m_file.find(ticket);
     if (!record)
         return true;
-    Group *group = m_store.group(record->place.group);
-    const Articles articles = {record->place.article};
-    if (group && !isNeededElsewhere(*record) && group->overview(articles[0]) &&
-        !m_store.deleteMessages(*group, articles, how == Leaving::ForGood))
+    if (!isNeededElsewhere(*record) && !takeOut(*record, how))
         return false;
     m_file.drop(ticket);
     return true;

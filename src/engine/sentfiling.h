@@ -35,7 +35,10 @@ public:
 
     /// Takes its message out of the outbox, unless another transport still needs it, and forgets it. False
     /// after a report: it waits as before.
-    enum class Leaving { ToBasket, ForGood };
+    enum class Leaving {
+        ToBasket, ///< whatever the settings say
+        ForGood,
+    };
     bool forget(quint64 ticket, Leaving how);
 
 signals:
@@ -56,8 +59,10 @@ private:
     bool announce(std::vector<Job> &jobs);
     bool store(const std::vector<Job> &jobs);
     quint32 findCopy(const SentCopy &copy) const;
+    bool takeOut(const OutboxRecord &record, Leaving how);
     void finish(const std::vector<quint64> &tickets);
-    void markOriginal(const OutboxRecord &record) const;
+    void markOriginals(const OutboxRecord &record) const;
+    MessageRefs placesOf(const OutboxOriginal &original) const;
     bool isNeededElsewhere(const OutboxRecord &record, const std::set<quint64> &except = {}) const;
 
     GroupStore &m_store;

@@ -1,6 +1,7 @@
 #include "outboxattest.h"
 #include "support/memory.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -21,13 +22,21 @@ private slots:
     void held();
     void takenBack();
     void takenBackInPart();
+    void takenBackWhenHalfIsGone_data();
+    void takenBackWhenHalfIsGone();
     void whereTheCopyGoes_data();
     void whereTheCopyGoes();
     void marksOnTheOriginal();
     void mailAndPostSettleEachByItself();
     void accountsComeAndGo();
+    void anIdentityKeepsToItsServer();
     void theGroupIsTheUsersToo();
-    void aWishToEncryptIsNotPassedOver();
+    void deletedAndBroughtBack_data();
+    void deletedAndBroughtBack();
+    void whatIsNotTaken_data();
+    void whatIsNotTaken();
+    void whyItWaits_data();
+    void whyItWaits();
     void whileTheGroupWaitsForItsRepair();
 };
 
@@ -246,7 +255,6 @@ void OutboxTest::takenBack()
     const quint64 second = f.add(outgoing("2"));
     QVERIFY(f.outbox.next(f.account));
     QVERIFY(f.outbox.takeBack(second).isNull()); // on its way
-    f.outbox.remove(second);
     f.outbox.release(second, u"stopped"_s);
     QCOMPARE(f.state(second), OutboxState::Waiting);
     QCOMPARE(f.outbox.takeBack(second), outgoing("2"));
@@ -263,13 +271,51 @@ void OutboxTest::takenBackInPart()
     FakeServer server;
     server.recipients["carol@example.org"] = 550;
     server.serve(f.outbox, f.account);
-    const QByteArray rest = f.outbox.takeBack(ticket);
+    QString notice;
+    const QByteArray rest = f.outbox.takeBack(ticket, {}, &notice);
+    QCOMPARE(notice, u"Some have it already; they are no recipients any more."_s);
     QVERIFY(rest.contains("X-VELMAR-RCPT-TO: carol@example.org\n"));
     QVERIFY(rest.contains("Bcc: carol@example.org\n"));
     QVERIFY(!rest.contains("bob@"));
     f.outbox.finish();
     QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s}); // bob has got it
     QCOMPARE(f.outbox.entries().size(), 0u);
+}
+
+void OutboxTest::takenBackWhenHalfIsGone_data()
+{
+    QTest::addColumn<OutboxTransport>("gone");
+    QTest::addColumn<bool>("isFiled");
+    QTest::newRow("the mail") << OutboxTransport::Mail << true;
+    QTest::newRow("the mail, not filed yet") << OutboxTransport::Mail << false;
+    QTest::newRow("the post") << OutboxTransport::News << true;
+}
+
+/// Sending again what was edited must not send that half again.
+void OutboxTest::takenBackWhenHalfIsGone()
+{
+    QFETCH(OutboxTransport, gone);
+    QFETCH(bool, isFiled);
+    const Scratch scratch;
+    OutboxAtTest f;
+    const int news = f.addAccount(u"news"_s, 0, AccountKind::Nntp);
+    const quint64 mail = f.add(outgoing("1", "bob@example.org", "Newsgroups: misc.test\n"));
+    const bool isMail = gone == OutboxTransport::Mail;
+    const auto message = f.outbox.next(isMail ? f.account : news);
+    QVERIFY(message && f.outbox.sending(message->ticket, {}));
+    f.outbox.accepted(message->ticket, {});
+    f.outbox.release(message->ticket, {});
+    if (isFiled)
+        f.outbox.finish();
+    QString notice;
+    const QByteArray rest = f.outbox.takeBack(isMail ? mail + 1 : mail, {}, &notice);
+    QVERIFY(!rest.isNull() && !notice.isEmpty());
+    QCOMPARE(rest.contains("Newsgroups:"), isMail);
+    for (const char *field : {"\nTo:", "\nBcc:", "X-VELMAR-RCPT-TO:"})
+        QCOMPARE(rest.contains(field), !isMail);
+    f.outbox.finish();
+    QCOMPARE(f.outbox.entries().size(), 0u);
+    QCOMPARE(f.subjects(isMail ? GroupRole::SentMail : GroupRole::SentNews), QStringList{u"s 1"_s});
 }
 
 void OutboxTest::whereTheCopyGoes_data()
@@ -333,19 +379,28 @@ void OutboxTest::marksOnTheOriginal()
 {
     const Scratch scratch;
     OutboxAtTest f;
-    Group &inbox = *f.engine.groups().group(GroupRole::Inbox);
+    GroupStore &store = f.engine.groups();
+    Group &inbox = *store.group(GroupRole::Inbox);
+    Group &work = *store.make(u"Work"_s);
     for (const bool isReply : {true, false}) {
-        const quint32 article =
-            f.engine.groups().add(inbox, Message(mailText("o", "o")), Mark::Flagged, 0, 1);
+        const auto add = [&](const char *id) {
+            return store.add(inbox, Message(mailText(id, "o")), Mark::Flagged, 0, 1);
+        };
+        const quint32 article = add(isReply ? "a" : "b");
+        const quint32 moves = add(isReply ? "c" : "d");
         SendWish wish{.isReply = isReply, .isForward = !isReply};
         wish.original = {inbox.number(), article};
+        wish.others = {{inbox.number(), moves}};
         f.add(outgoing(isReply ? "1" : "2"), wish);
+        const quint32 moved = store.move(inbox, {moves}, work).front(); // while it waits
         QVERIFY(!inbox.overview(article)->has(Mark::Replied));
         FakeServer().serve(f.outbox, f.account);
         f.outbox.finish();
-        QCOMPARE(inbox.overview(article)->has(Mark::Replied), isReply);
-        QCOMPARE(inbox.overview(article)->has(Mark::Forwarded), !isReply);
-        QCOMPARE(inbox.overview(article)->has(Mark::Flagged), !isReply); // `UnflagOnReply`
+        for (const Overview &overview : {*inbox.overview(article), *work.overview(moved)}) {
+            QCOMPARE(overview.has(Mark::Replied), isReply);
+            QCOMPARE(overview.has(Mark::Forwarded), !isReply);
+            QCOMPARE(overview.has(Mark::Flagged), !isReply); // `UnflagOnReply`
+        }
     }
 }
 
@@ -353,11 +408,7 @@ void OutboxTest::mailAndPostSettleEachByItself()
 {
     const Scratch scratch;
     OutboxAtTest f;
-    AccountData data;
-    data.name = u"news"_s;
-    data.host = u"127.0.0.1"_s;
-    data.kind = AccountKind::Nntp;
-    const int news = f.engine.accounts().add(data);
+    const int news = f.addAccount(u"news"_s, 0, AccountKind::Nntp);
     const quint64 mail = f.add(outgoing("1", "bob@example.org", "Newsgroups: misc.test\n"), {.draft = 5});
     QCOMPARE(f.outbox.entries().size(), 2u);
     const OutboxEntry post = f.outbox.entries().back();
@@ -402,6 +453,38 @@ void OutboxTest::accountsComeAndGo()
     QCOMPARE(FakeServer().serve(f.outbox, second), 3);
 }
 
+/// What one writes as somebody else does not go through the server of the first.
+void OutboxTest::anIdentityKeepsToItsServer()
+{
+    const Scratch scratch;
+    OutboxAtTest f;
+    Identity identity;
+    identity.name = u"Ada"_s;
+    identity.address = u"ada@example.org"_s;
+    const int ada = f.engine.identities().add(identity);
+    identity.name = u"Eve"_s;
+    identity.address = u"eve@example.org"_s;
+    const int eve = f.engine.identities().add(identity);
+    AccountData data = f.engine.accounts().account(f.account)->data();
+    data.identity = ada;
+    QVERIFY(f.engine.accounts().update(data));
+    QCOMPARE(f.outbox.accountFor(0), f.account); // the default one's
+    QSignalSpy missing(&f.outbox, &Outbox::accountMissing);
+    const quint64 ticket = f.outbox.add(outgoing("1"), eve, {});
+    QCOMPARE(f.outbox.entry(ticket)->account, 0);
+    QCOMPARE(missing.size(), 1);
+    QVERIFY(f.outbox.status(ticket).contains(u"Eve"_s));
+    const int general = f.addAccount(u"general"_s);
+    QCOMPARE(f.outbox.entry(ticket)->account, general);
+    const int own = f.addAccount(u"own"_s, eve);
+    QCOMPARE(f.outbox.entry(ticket)->account, own);
+    QVERIFY(f.engine.identities().remove(ada)); // its server is nobody's now
+    QCOMPARE(f.outbox.accountFor(0), own);
+    f.engine.accounts().remove(own);
+    f.engine.accounts().remove(general);
+    QCOMPARE(f.outbox.entry(ticket)->account, f.account);
+}
+
 void OutboxTest::theGroupIsTheUsersToo()
 {
     const Scratch scratch;
@@ -429,15 +512,144 @@ void OutboxTest::theGroupIsTheUsersToo()
     QVERIFY(!server.taken.last().text.contains("eve@"));
 }
 
-/// Nobody can do it yet: such a message must not leave readable.
-void OutboxTest::aWishToEncryptIsNotPassedOver()
+void OutboxTest::deletedAndBroughtBack_data()
 {
+    QTest::addColumn<bool>("isRestarted");
+    QTest::newRow("at once") << false;
+    QTest::newRow("in another run") << true;
+}
+
+/// Whom it has reached it does not reach again.
+void OutboxTest::deletedAndBroughtBack()
+{
+    QFETCH(bool, isRestarted);
+    const Scratch scratch;
+    FakeServer server;
+    server.recipients = {{"b@example.org", 550}};
+    std::optional<OutboxAtTest> f(std::in_place);
+    QSignalSpy returned(&f->outbox, &Outbox::draftReturned);
+    const quint64 partly = f->add(outgoing("1", kThree), {.draft = 3});
+    server.serve(f->outbox, f->account);
+    server.text = 0;
+    const quint64 perhaps = f->add(outgoing("2"));
+    server.serve(f->outbox, f->account);
+    Group &outbox = *f->engine.groups().group(GroupRole::Outbox);
+    f->engine.groups().deleteMessages(outbox, {f->outbox.entry(partly)->place.article});
+    setBoolSetting(Setting::UseWasteBasket, false);
+    f->engine.groups().deleteMessages(outbox, {f->outbox.entry(perhaps)->place.article}); // not destroyed
+    QCOMPARE(f->outbox.entries().size(), 0u);
+    QCOMPARE(returned.size(), 1);
+    f->outbox.finish();
+    QCOMPARE(f->subjects(GroupRole::SentMail), QStringList{u"s 1"_s}); // two have it
+    QCOMPARE(f->drafts, QList<int>());
+    if (isRestarted) {
+        QVERIFY(f->engine.shutDown());
+        f.emplace();
+        QCOMPARE(f->outbox.entries().size(), 0u);
+    }
+    Group &basket = *f->engine.groups().group(GroupRole::WasteBasket);
+    Articles articles;
+    for (int row = 0; row < basket.rowCount(); ++row)
+        articles.push_back(basket.row(row).article());
+    QCOMPARE(articles.size(), 2u);
+    f->engine.groups().move(basket, articles, *f->engine.groups().group(GroupRole::Outbox));
+    QCOMPARE(f->outbox.entries().size(), 2u);
+    QCOMPARE(f->state(partly), OutboxState::Refused);
+    QCOMPARE(f->outbox.entry(partly)->remaining, QList<QByteArray>{"b@example.org"});
+    QCOMPARE(f->state(perhaps), OutboxState::PerhapsSent);
+    f->outbox.sendNow(partly);
+    FakeServer good;
+    good.serve(f->outbox, f->account);
+    QCOMPARE(good.taken.size(), 1);
+    QCOMPARE(good.taken[0].remaining, QList<QByteArray>{"b@example.org"});
+    f->outbox.finish();
+    QCOMPARE(f->subjects(GroupRole::SentMail), QStringList{u"s 1"_s}); // and one copy is enough
+    QCOMPARE(f->drafts, QList<int>{3});
+}
+
+void OutboxTest::whatIsNotTaken_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("nobody can encrypt it yet, and it must not leave readable")
+        << "X-Velmar-Encrypt: Yes\n" + outgoing("1");
+    QTest::newRow("it goes to nobody")
+        << QByteArray("From: ada@example.org\nSubject: s\nMessage-ID: <1>\n\nHello\n");
+    QTest::newRow("it is posted, and nothing can be posted")
+        << outgoing("1", "bob@example.org", "Newsgroups: misc.test\n");
+}
+
+void OutboxTest::whatIsNotTaken()
+{
+    QFETCH(QByteArray, text);
     Scratch scratch;
     OutboxAtTest f;
-    QCOMPARE(f.add("X-Velmar-Encrypt: Yes\n" + outgoing("1")), 0U);
+    QCOMPARE(f.add(text), 0U);
     QCOMPARE(scratch.reports.size(), 1);
     QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
     QVERIFY(f.add("X-Velmar-Encrypt: No\n" + outgoing("2")) != 0);
+    // Put there by hand it stays, and says why.
+    f.engine.groups().add(*f.engine.groups().group(GroupRole::Outbox), Message(text), {}, 0, 1);
+    const quint64 ticket = f.outbox.entries().back().ticket;
+    f.outbox.sendNow(ticket);
+    FakeServer server;
+    server.serve(f.outbox, f.account);
+    const bool isSecret = text.startsWith("X-Velmar-Encrypt");
+    if (isSecret)
+        QCOMPARE(f.outbox.status(ticket),
+                 u"It could not be sent: It is to be encrypted, which is not possible yet."_s);
+    for (const OutgoingMessage &taken : std::as_const(server.taken))
+        QVERIFY(!isSecret || !taken.text.contains("s 1"));
+}
+
+void OutboxTest::whyItWaits_data()
+{
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("status");
+    QTest::newRow("countdown") << u"countdown"_s << u"The message is sent in 10 seconds."_s;
+    QTest::newRow("date") << u"date"_s << u"The message is held until *."_s;
+    QTest::newRow("offline") << u"offline"_s << u"The message waits until Velmar is online again."_s;
+    QTest::newRow("account held back") << u"leftout"_s << u"The message waits: account “out” is held back."_s;
+    QTest::newRow("no account") << u"noaccount"_s << u"The message waits for an account that sends it."_s;
+    QTest::newRow("not asked for") << u"byhand"_s << u"The message waits until you send it."_s;
+    QTest::newRow("refused for now") << u"451"_s
+                                     << u"It could not be sent and is tried again at *: *no such box."_s;
+    QTest::newRow("refused") << u"550"_s << u"It could not be sent: *no such box."_s;
+    QTest::newRow("in doubt") << u"doubt"_s
+                              << u"Nobody knows whether the message was sent. It may have arrived: *."_s;
+    QTest::newRow("under way") << u"leased"_s << u"The message is being sent."_s;
+}
+
+void OutboxTest::whyItWaits()
+{
+    QFETCH(QString, what);
+    QFETCH(QString, status);
+    const Scratch scratch;
+    OutboxAtTest f;
+    Outbox::setUndoDelay(what == u"countdown"_s ? 10 : 0);
+    setBoolSetting(Setting::AutoSend, what != u"byhand"_s);
+    AccountData data = f.engine.accounts().account(f.account)->data();
+    data.set(AccountLeftOut, what == u"leftout"_s);
+    f.engine.accounts().update(data);
+    const quint64 ticket = f.add(outgoing("1"), {.notBefore = what == u"date"_s ? kNow + 86400 * 3 : 0});
+    if (what == u"noaccount"_s)
+        f.engine.accounts().remove(f.account);
+    FakeServer server;
+    server.text = what == u"doubt"_s ? 0 : 250;
+    if (const int code = what.toInt(); code != 0) {
+        server.recipients["bob@example.org"] = code;
+        server.serve(f.outbox, f.account);
+    } else if (what == u"doubt"_s) {
+        server.serve(f.outbox, f.account);
+    } else if (what == u"leased"_s) {
+        QVERIFY(f.outbox.next(f.account));
+    }
+    setOnline(what != u"offline"_s);
+    const QString said = f.outbox.status(ticket);
+    const QString saidAtPlace = f.outbox.statusAt(f.outbox.entry(ticket)->place);
+    setOnline(true);
+    const auto pattern = QRegularExpression::fromWildcard(status);
+    QVERIFY2(pattern.match(said).hasMatch(), qPrintable(said));
+    QCOMPARE(saidAtPlace, said);
 }
 
 void OutboxTest::whileTheGroupWaitsForItsRepair()

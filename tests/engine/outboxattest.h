@@ -32,18 +32,19 @@ struct OutboxAtTest
                          [this](quint64, const QString &why) { failures += why; });
         if (!engine.load())
             qFatal("the test cannot begin");
-        setBoolSetting(Setting::AutoSend, false); // the senders here are the test's own
+        engine.accounts().setFetchesBlocked(true); // the senders here are the test's own
         if (engine.accounts().accounts().empty())
             addAccount(QStringLiteral("out"));
         account = engine.accounts().all().front().number;
     }
 
-    int addAccount(const QString &name)
+    int addAccount(const QString &name, int identity = 0, AccountKind kind = AccountKind::Smtp)
     {
         AccountData data;
         data.name = name;
         data.host = QStringLiteral("127.0.0.1");
-        data.kind = AccountKind::Smtp;
+        data.kind = kind;
+        data.identity = identity;
         return engine.accounts().add(data);
     }
 

@@ -17,6 +17,8 @@ private slots:
     void journal_data();
     void journal();
     void aFullDisk();
+    void aFullDiskWhileTheUserChangesHisMind();
+    void itStaysSmall();
     void killed();
 };
 
@@ -101,6 +103,61 @@ void OutboxJournalTest::aFullDisk()
     QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
     QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
     QCOMPARE(f.outbox.entries().size(), 0u);
+}
+
+/// Nothing goes sooner than was said before, and nothing that somebody edits.
+void OutboxJournalTest::aFullDiskWhileTheUserChangesHisMind()
+{
+    const Scratch scratch;
+    OutboxAtTest f;
+    Outbox::setUndoDelay(10);
+    const quint64 ticket = f.add(outgoing("1"), {.draft = 2});
+    DiskFaults::isFull = true;
+    QVERIFY(!f.outbox.holdUntil(ticket, kNow + 3600));
+    QCOMPARE(f.state(ticket), OutboxState::Held);
+    QString notice;
+    const auto keep = [](const QByteArray &) { return true; };
+    QVERIFY(f.outbox.takeBack(ticket, keep, &notice).isNull());
+    QVERIFY(!notice.isEmpty());
+    DiskFaults::isFull = false;
+    QVERIFY(f.outbox.holdUntil(ticket, kNow + 3600));
+    QVERIFY(f.outbox
+                .takeBack(
+                    ticket, [](const QByteArray &) { return false; }, &notice)
+                .isNull());
+    QVERIFY(!notice.isEmpty());
+    QCOMPARE(f.state(ticket), OutboxState::Held);
+    QVERIFY(!f.outbox
+                 .takeBack(ticket,
+                           [](const QByteArray &) {
+                               DiskFaults::isFull =
+                                   true; // the draft is there, and nothing else can be written
+                               return true;
+                           })
+                 .isNull());
+    f.advance(24 * 3600);
+    QCOMPARE(f.outbox.waiting(f.account), 0);
+    DiskFaults::isFull = false;
+}
+
+/// Also while something waits all the time.
+void OutboxJournalTest::itStaysSmall()
+{
+    const Scratch scratch;
+    OutboxAtTest f;
+    const QString reason(2000, u'x');
+    const quint64 ticket = f.add(outgoing("1"));
+    const QString path = configPathOf(u"Outbox/Journal"_s);
+    for (int i = 0; i < 1000; ++i) {
+        f.outbox.sendNow(ticket);
+        if (!f.outbox.next(f.account))
+            QFAIL("it does not wait");
+        f.outbox.refused(ticket, {{{}, 554, reason}});
+        f.outbox.release(ticket, {});
+        f.outbox.tick();
+    }
+    QVERIFY2(QFileInfo(path).size() < 1'500'000, QByteArray::number(QFileInfo(path).size()).constData());
+    QCOMPARE(f.state(ticket), OutboxState::Refused);
 }
 
 namespace {

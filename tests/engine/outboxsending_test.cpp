@@ -23,6 +23,8 @@ struct SendingAtTest : OutboxAtTest
         AccountData data = engine.accounts().account(account)->data();
         data.port = server.port();
         engine.accounts().update(data);
+        setBoolSetting(Setting::AutoSend, false);
+        engine.accounts().setFetchesBlocked(false);
         QObject::connect(&engine.accounts(), &AccountManager::fetchEnded, &engine, [this] { ++ended; });
     }
 
@@ -46,6 +48,7 @@ private slots:
     void sessions_data();
     void sessions();
     void byItself();
+    void onlyWhatIsAskedFor();
     void againAfterAFailure();
     void stoppedByTheUser();
     void theAccountGoesMeanwhile();
@@ -110,14 +113,42 @@ void OutboxSendingTest::byItself()
     QCOMPARE(s.subjects(GroupRole::SentMail), (QStringList{u"s 1"_s, u"s 2"_s}));
 }
 
+/// Without `AutoSend` "Send now" is for one message, and a fetch of the account for all.
+void OutboxSendingTest::onlyWhatIsAskedFor()
+{
+    const Scratch scratch;
+    const QByteArray one = kEnvelope + "S: 250 ok\n" + kText + "S: 250 taken\n";
+    ScriptedServer server(kHello + one + kBye + "--\n" + kHello + one + one + kBye);
+    SendingAtTest s(server);
+    QList<quint64> tickets;
+    for (const char *id : {"1", "2", "3"})
+        tickets += s.add(outgoing(id));
+    s.advance(1);
+    s.outbox.sendNow(tickets[1]);
+    QVERIFY(s.waitForEnd());
+    s.outbox.finish();
+    QCOMPARE(s.subjects(GroupRole::SentMail), QStringList{u"s 2"_s});
+    QCOMPARE(s.outbox.status(tickets[0]), u"The message waits until you send it."_s);
+    s.advance(3600);
+    QCOMPARE(s.ended, 1);
+    s.engine.fetch(s.account);
+    QVERIFY(s.waitForEnd(2));
+    s.outbox.finish();
+    QVERIFY2(server.finished(), server.problem());
+    QCOMPARE(s.subjects(GroupRole::SentMail), (QStringList{u"s 2"_s, u"s 1"_s, u"s 3"_s}));
+}
+
 void OutboxSendingTest::againAfterAFailure()
 {
     const Scratch scratch;
     ScriptedServer server("X\n--\n" + kHello + kEnvelope + "S: 250 ok\n" + kText + "S: 250 taken\n" + kBye);
     SendingAtTest s(server);
     setBoolSetting(Setting::AutoSend, true);
-    s.add(outgoing("1"));
+    const quint64 ticket = s.add(outgoing("1"));
     QVERIFY(s.waitForEnd());
+    const QString status = s.outbox.status(ticket); // when, and what happened
+    QVERIFY2(status.startsWith(u"It is tried again at "_s) && status.contains(u"'out' closed connection"_s),
+             qPrintable(status));
     s.advance(59);
     QCOMPARE(s.ended, 1);
     s.advance(2);
@@ -140,7 +171,7 @@ void OutboxSendingTest::stoppedByTheUser()
     s.advance(24 * 3600); // not by itself
     QCOMPARE(s.ended, 1);
     QVERIFY(!s.engine.accounts().isBusy());
-    QCOMPARE(s.state(ticket), OutboxState::Waiting);
+    QCOMPARE(s.outbox.status(ticket), u"The message waits: sending through “out” was stopped."_s);
 }
 
 void OutboxSendingTest::theAccountGoesMeanwhile()

@@ -1,0 +1,273 @@
+#include "config/clock.h"
+#include "engine/outbox.h"
+#include "engine/outboxtext.h"
+#include "store/groupstore.h"
+
+#include <QScopedValueRollback>
+
+#include <algorithm>
+#include <set>
+
+// What the user does with waiting messages: taking them back, sending, holding and deleting them.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Fate = OutboxRecipient::Fate;
+using Durable = OutboxFile::Durable;
+
+QByteArray numberField(qint64 number)
+{
+    return QByteArray::number(number);
+}
+
+} // namespace
+
+// --- Taking back ----------------------------------------------------------------------------------------
+
+/// The text keeps only those to whom it has not gone: of what is both mailed and posted, one half may be
+/// done.
+Outbox::Taking Outbox::lookAtTaking(quint64 ticket) const
+{
+    const OutboxRecord *wanted = m_file.find(ticket);
+    if (!wanted || wanted->away || wanted->isServed() || wanted->copy)
+        return {{}, {}, tr("The message was sent already.")};
+    Taking taking{{}, m_filing.textOf(*wanted), {}};
+    if (taking.text.isNull())
+        return {{}, {}, tr("The message cannot be read. It stays in the outbox.")};
+    QStringList notices;
+    bool mailWaits = false;
+    bool postWaits = false;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (record.place != wanted->place || record.isServed() || record.copy)
+            continue;
+        if (record.isLeased)
+            return {{}, {}, tr("The message is on its way already.")};
+        const bool isMail = record.transport == OutboxTransport::Mail;
+        (isMail ? mailWaits : postWaits) = true;
+        taking.tickets.push_back(record.ticket);
+        if (record.has(Fate::Doubtful))
+            notices += tr("It may have been sent already.");
+        if (isMail && record.has(Fate::Served)) {
+            taking.text = onlyTo(taking.text, record.entry(0).remaining);
+            notices += tr("Some have it already; they are no recipients any more.");
+        }
+    }
+    const bool isBounce = wanted->wish.isBounce;
+    if (!postWaits && !isBounce && isPost(taking.text)) {
+        taking.text = withoutPost(taking.text);
+        notices += tr("It was posted already, and is only mailed now.");
+    }
+    if (!mailWaits && !outgoingRecipients(taking.text, true).isEmpty()) {
+        taking.text = onlyTo(taking.text, {});
+        notices += tr("It was mailed already, and is only posted now.");
+    }
+    taking.notice = notices.join(u' ');
+    return taking;
+}
+
+/// From here on, and after a crash, too, it does not go by itself any more.
+bool Outbox::markTaken(const std::vector<quint64> &tickets, bool isTaken)
+{
+    for (const quint64 ticket : tickets) {
+        if (!m_file.mark(ticket, OutboxVerb::Taken, {isTaken ? "1" : "0"}, Durable::Now) && isTaken)
+            return false;
+    }
+    return true;
+}
+
+QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep, QString *notice)
+{
+    Taking taking = lookAtTaking(ticket);
+    if (!taking.text.isNull() && !markTaken(taking.tickets, true)) {
+        markTaken(taking.tickets, false);
+        taking = {{}, {}, tr("It cannot be written down that it is taken back. It stays in the outbox.")};
+    }
+    if (!taking.text.isNull() && keep && !keep(taking.text)) {
+        markTaken(taking.tickets, false);
+        taking = {{}, {}, tr("The message cannot be saved as a draft. It stays in the outbox.")};
+    }
+    if (notice)
+        *notice = taking.notice;
+    if (!taking.text.isNull())
+        letGo(taking.tickets, bool(keep));
+    touched();
+    return taking.text;
+}
+
+/// Its draft is there; what cannot be forgotten now does not go by itself, and is forgotten at the next
+/// start.
+void Outbox::letGo(const std::vector<quint64> &tickets, bool isKept)
+{
+    const QScopedValueRollback own(m_isOwnChange, true);
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_file.find(ticket);
+        if (!record)
+            continue;
+        const bool mayGo = (isKept || record->wish.draft != 0) && !record->has(Fate::Doubtful);
+        if (record->has(Fate::Served))
+            settle(ticket); // some have got it
+        else
+            m_filing.forget(ticket, mayGo ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket);
+    }
+    m_file.sync();
+}
+
+// --- Sending and holding --------------------------------------------------------------------------------
+
+void Outbox::sendNow(quint64 ticket)
+{
+    const OutboxRecord *wanted = m_file.find(ticket);
+    if (!wanted || wanted->isServed() || wanted->copy || wanted->away)
+        return;
+    const MessageRef place = wanted->place;
+    std::set<int> accounts;
+    for (const OutboxRecord &record : m_file.records()) {
+        const bool goesAlong = record.place == place && !record.has(Fate::Doubtful) && !record.isGivenUp &&
+                               !record.isServed() && record.has(Fate::Open);
+        if ((record.ticket != ticket && !goesAlong) || record.isLeased || record.copy || record.away)
+            continue;
+        const bool isMarked = m_file.mark(record.ticket, OutboxVerb::Wait, {}, Durable::Now);
+        if (isMarked && record.transport == OutboxTransport::Mail)
+            accounts.insert(record.account);
+    }
+    touched();
+    for (const int account : accounts) {
+        if (account == 0)
+            emit accountMissing();
+        else
+            m_sendoff.start(account, Sendoff::Wish::AtOnce);
+    }
+}
+
+bool Outbox::holdUntil(quint64 ticket, qint64 due)
+{
+    const OutboxRecord *record = m_file.find(ticket);
+    if (!record || record->isLeased || record->isServed() || record->copy || record->has(Fate::Doubtful) ||
+        due <= 0)
+        return false;
+    const bool isHeld = m_file.mark(ticket, OutboxVerb::Hold, {numberField(due)}, Durable::Now);
+    touched();
+    return isHeld;
+}
+
+void Outbox::settleAsSent(quint64 ticket)
+{
+    const OutboxRecord *record = m_file.find(ticket);
+    if (!record || record->isLeased || !record->has(Fate::Doubtful) ||
+        !m_file.mark(ticket, OutboxVerb::Settled, {}, Durable::Now))
+        return;
+    if (record->isServed())
+        settle(ticket);
+    touched();
+}
+
+// --- Deleting, and bringing back ------------------------------------------------------------------------
+
+/// What the user does in the list of the group.
+void Outbox::followGroup()
+{
+    connect(&group(), &Group::messagesRemoved, this, &Outbox::messagesRemoved, Qt::UniqueConnection);
+    connect(&m_store, &GroupStore::messagesDeleting, this,
+            [this](const Group *from, const Articles &articles) {
+                if (from == &group() && !m_isOwnChange && !m_store.usesWasteBasket(*from))
+                    rescueDoubtful(articles);
+            });
+    connect(&group(), &Group::messagesAdded, this, [this](const Articles &articles) {
+        if (m_isOwnChange)
+            return;
+        for (const quint32 article : articles) {
+            if (!cameBack(article))
+                adopt(article, false);
+        }
+        m_syncing.start();
+        touched();
+    });
+}
+
+void Outbox::messagesRemoved(const Articles &articles)
+{
+    if (m_isOwnChange)
+        return;
+    const std::set<quint32> removed(articles.begin(), articles.end());
+    std::vector<quint64> tickets;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (removed.contains(record.place.article) && !record.copy && !record.away)
+            tickets.push_back(record.ticket);
+    }
+    for (const quint64 ticket : tickets) {
+        OutboxRecord &record = *m_file.find(ticket);
+        const int draft = record.wish.draft;
+        const bool isLeased = record.isLeased; // then its end decides
+        sendAway(record);
+        if (!isLeased)
+            giveUp(draft);
+    }
+    m_syncing.start();
+    touched();
+}
+
+/// What is known of a deleted message is kept: when it comes back, who was served must not get it again. What
+/// some were served of is filed.
+void Outbox::sendAway(OutboxRecord &record)
+{
+    const int row = group().rowOf(record.place.article);
+    const QByteArray messageId =
+        row < 0 ? QByteArray() : group().texts(group().row(row)).messageId.toLatin1();
+    const quint64 ticket = record.ticket;
+    m_file.mark(ticket, OutboxVerb::Away, awayFields(messageId), Durable::Later);
+    if (record.has(Fate::Served) && !record.isLeased)
+        settle(ticket);
+}
+
+/// Without a waste basket, too, nothing is destroyed of which nobody knows whether it was sent.
+void Outbox::rescueDoubtful(const Articles &articles)
+{
+    const std::set<quint32> leaving(articles.begin(), articles.end());
+    Articles doubtful;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (record.has(Fate::Doubtful) && !record.away && leaving.contains(record.place.article))
+            doubtful.push_back(record.place.article);
+    }
+    if (!doubtful.empty())
+        m_store.move(group(), doubtful, *m_store.group(GroupRole::WasteBasket));
+}
+
+/// Whether the message is one that was deleted before: it waits again as it did.
+bool Outbox::cameBack(quint32 article)
+{
+    const std::optional<Overview> overview = group().overview(article);
+    bool isKnown = false;
+    for (OutboxRecord &record : m_file.records()) {
+        if (!overview || !record.away || record.crc != overview->textCrc() ||
+            record.length != overview->unpackedLength())
+            continue;
+        isKnown = true;
+        m_file.mark(record.ticket, OutboxVerb::Back, {numberField(group().number()), numberField(article)},
+                    Durable::Later);
+        const qint64 now = clockSeconds();
+        if (record.hold != OutboxRecord::Hold::None && record.due <= now) { // not before it can be seen
+            record.hold = OutboxRecord::Hold::Countdown;
+            record.due = now + undoDelay();
+        }
+    }
+    return isKnown;
+}
+
+/// At the start: one that lies nowhere any more does not come back.
+void Outbox::lookForAway(OutboxRecord &record)
+{
+    const std::vector<MessageIndex::Place> places =
+        record.away->isEmpty() ? std::vector<MessageIndex::Place>() : m_store.findMessage(*record.away);
+    if (places.empty())
+        m_file.drop(record.ticket);
+    else if (record.has(Fate::Served) && record.wish.keepsCopy)
+        m_settled.push_back(record.ticket);
+}
+
+void Outbox::giveUp(int draft)
+{
+    if (draft != 0 && !holdsDraft(draft))
+        emit draftReturned(draft);
+}
