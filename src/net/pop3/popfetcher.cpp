@@ -33,30 +33,31 @@ QByteArray withoutLineEnd(QByteArray line)
 } // namespace
 
 constexpr std::array<POPFetcher::Step, std::size_t(POPFetcher::State::Ended) + 1> POPFetcher::s_steps = {{
-    {State::Connecting, "a connection", &POPFetcher::ignore},
-    {State::Greeting, "the greeting", &POPFetcher::greeting},
-    {State::Capa, "the reply to CAPA", &POPFetcher::capaReply},
-    {State::CapaList, "the list of capabilities", &POPFetcher::capaLine},
-    {State::Stls, "the reply to STLS", &POPFetcher::stlsReply},
-    {State::Handshake, "encryption", &POPFetcher::ignore},
-    {State::Apop, "the reply to APOP", &POPFetcher::apopReply},
-    {State::User, "the reply to USER", &POPFetcher::userReply},
-    {State::Pass, "the reply to PASS", &POPFetcher::passReply},
-    {State::Stat, "the reply to STAT", &POPFetcher::statReply},
-    {State::Uidl, "the reply to UIDL", &POPFetcher::uidlReply},
-    {State::UidlList, "the list of identifiers", &POPFetcher::uidlLine},
-    {State::List, "the reply to LIST", &POPFetcher::listReply},
-    {State::SizeList, "the list of sizes", &POPFetcher::sizeLine},
-    {State::Transfer, "messages", &POPFetcher::transferReply},
-    {State::Idle, "nothing", &POPFetcher::nothingAwaited},
-    {State::BodyUidl, "the reply to UIDL", &POPFetcher::bodyUidlReply},
-    {State::BodyUidlList, "the list of identifiers", &POPFetcher::bodyUidlLine},
-    {State::BodySizes, "the reply to LIST", &POPFetcher::bodySizesReply},
-    {State::BodySizeList, "the list of sizes", &POPFetcher::bodySizesLine},
-    {State::BodySize, "the size of a message", &POPFetcher::bodySizeReply},
-    {State::BodyText, "a message", &POPFetcher::bodyReply},
-    {State::Quit, "the reply to QUIT", &POPFetcher::quitReply},
-    {State::Ended, "nothing", &POPFetcher::ignore},
+    {State::Connecting, QT_TRANSLATE_NOOP("POPFetcher", "a connection"), &POPFetcher::ignore},
+    {State::Greeting, QT_TRANSLATE_NOOP("POPFetcher", "the greeting"), &POPFetcher::greeting},
+    {State::Capa, QT_TRANSLATE_NOOP("POPFetcher", "the reply to CAPA"), &POPFetcher::capaReply},
+    {State::CapaList, QT_TRANSLATE_NOOP("POPFetcher", "the list of capabilities"), &POPFetcher::capaLine},
+    {State::Stls, QT_TRANSLATE_NOOP("POPFetcher", "the reply to STLS"), &POPFetcher::stlsReply},
+    {State::Handshake, QT_TRANSLATE_NOOP("POPFetcher", "encryption"), &POPFetcher::ignore},
+    {State::Apop, QT_TRANSLATE_NOOP("POPFetcher", "the reply to APOP"), &POPFetcher::apopReply},
+    {State::User, QT_TRANSLATE_NOOP("POPFetcher", "the reply to USER"), &POPFetcher::userReply},
+    {State::Pass, QT_TRANSLATE_NOOP("POPFetcher", "the reply to PASS"), &POPFetcher::passReply},
+    {State::Stat, QT_TRANSLATE_NOOP("POPFetcher", "the reply to STAT"), &POPFetcher::statReply},
+    {State::Uidl, QT_TRANSLATE_NOOP("POPFetcher", "the reply to UIDL"), &POPFetcher::uidlReply},
+    {State::UidlList, QT_TRANSLATE_NOOP("POPFetcher", "the list of identifiers"), &POPFetcher::uidlLine},
+    {State::List, QT_TRANSLATE_NOOP("POPFetcher", "the reply to LIST"), &POPFetcher::listReply},
+    {State::SizeList, QT_TRANSLATE_NOOP("POPFetcher", "the list of sizes"), &POPFetcher::sizeLine},
+    {State::Transfer, QT_TRANSLATE_NOOP("POPFetcher", "messages"), &POPFetcher::transferReply},
+    {State::Idle, QT_TRANSLATE_NOOP("POPFetcher", "nothing"), &POPFetcher::nothingAwaited},
+    {State::BodyUidl, QT_TRANSLATE_NOOP("POPFetcher", "the reply to UIDL"), &POPFetcher::bodyUidlReply},
+    {State::BodyUidlList, QT_TRANSLATE_NOOP("POPFetcher", "the list of identifiers"),
+     &POPFetcher::bodyUidlLine},
+    {State::BodySizes, QT_TRANSLATE_NOOP("POPFetcher", "the reply to LIST"), &POPFetcher::bodySizesReply},
+    {State::BodySizeList, QT_TRANSLATE_NOOP("POPFetcher", "the list of sizes"), &POPFetcher::bodySizesLine},
+    {State::BodySize, QT_TRANSLATE_NOOP("POPFetcher", "the size of a message"), &POPFetcher::bodySizeReply},
+    {State::BodyText, QT_TRANSLATE_NOOP("POPFetcher", "a message"), &POPFetcher::bodyReply},
+    {State::Quit, QT_TRANSLATE_NOOP("POPFetcher", "the reply to QUIT"), &POPFetcher::quitReply},
+    {State::Ended, QT_TRANSLATE_NOOP("POPFetcher", "nothing"), &POPFetcher::ignore},
 }};
 
 POPFetcher::POPFetcher(Account &account, PopTask task, std::unique_ptr<MailReceiver> receiver,
@@ -314,10 +315,10 @@ void POPFetcher::slotConnectionClosed()
     const QString setAside = hungUpAtMessage();
     if (!setAside.isEmpty())
         return end(AccountFetchReason::WithErrors, setAside);
-    end(AccountFetchReason::ConnectionClosed, tr("Awaited was: %1").arg(QLatin1String(step().awaits)));
+    end(AccountFetchReason::ConnectionClosed, tr("Awaited was: %1").arg(tr(step().awaits)));
 }
 
 void POPFetcher::slotTimeout()
 {
-    end(AccountFetchReason::TimedOut, tr("Awaited was: %1").arg(QLatin1String(step().awaits)));
+    end(AccountFetchReason::TimedOut, tr("Awaited was: %1").arg(tr(step().awaits)));
 }

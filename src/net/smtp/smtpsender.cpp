@@ -24,28 +24,40 @@ QByteArray withoutLineEnd(QByteArray line)
 } // namespace
 
 constexpr std::array<SMTPSender::Step, std::size_t(SMTPSender::State::Ended) + 1> SMTPSender::s_steps = {{
-    {State::Preparing, "nothing", 0, &SMTPSender::unexpected},
-    {State::Connecting, "a connection", 2 * kMinute, &SMTPSender::ignore},
-    {State::Greeting, "the greeting", 5 * kMinute, &SMTPSender::greeting},
-    {State::Handshake, "encryption", 2 * kMinute, &SMTPSender::ignore},
-    {State::Ehlo, "the reply to EHLO", 5 * kMinute, &SMTPSender::ehloReply},
-    {State::Helo, "the reply to HELO", 5 * kMinute, &SMTPSender::heloReply},
-    {State::StartTls, "the reply to STARTTLS", 2 * kMinute, &SMTPSender::startTlsReply},
-    {State::CramMd5, "the challenge of CRAM-MD5", 5 * kMinute, &SMTPSender::cramMd5Reply},
-    {State::CramMd5Answer, "the reply to the login", 5 * kMinute, &SMTPSender::authReply},
-    {State::Login, "the reply to AUTH LOGIN", 5 * kMinute, &SMTPSender::loginReply},
-    {State::LoginUser, "the reply to the user name", 5 * kMinute, &SMTPSender::loginReply},
-    {State::LoginPassword, "the reply to the login", 5 * kMinute, &SMTPSender::authReply},
-    {State::Plain, "the reply to the login", 5 * kMinute, &SMTPSender::plainReply},
-    {State::EhloList, "the rest of the reply to EHLO", 5 * kMinute, &SMTPSender::ehloReply},
-    {State::MailFrom, "the reply to MAIL", 5 * kMinute, &SMTPSender::mailReply},
-    {State::RcptTo, "the reply to RCPT", 5 * kMinute, &SMTPSender::rcptReply},
-    {State::Data, "the reply to DATA", 2 * kMinute, &SMTPSender::dataReply},
-    {State::Writing, "the way for the message", 3 * kMinute, &SMTPSender::earlyReply},
-    {State::Text, "the reply to the message", 10 * kMinute, &SMTPSender::textReply},
-    {State::Quit, "the reply to QUIT", 1 * kMinute, &SMTPSender::quitReply},
-    {State::Rset, "the reply to RSET", 5 * kMinute, &SMTPSender::rsetReply},
-    {State::Ended, "nothing", 0, &SMTPSender::ignore},
+    {State::Preparing, QT_TRANSLATE_NOOP("SMTPSender", "nothing"), 0, &SMTPSender::unexpected},
+    {State::Connecting, QT_TRANSLATE_NOOP("SMTPSender", "a connection"), 2 * kMinute, &SMTPSender::ignore},
+    {State::Greeting, QT_TRANSLATE_NOOP("SMTPSender", "the greeting"), 5 * kMinute, &SMTPSender::greeting},
+    {State::Handshake, QT_TRANSLATE_NOOP("SMTPSender", "encryption"), 2 * kMinute, &SMTPSender::ignore},
+    {State::Ehlo, QT_TRANSLATE_NOOP("SMTPSender", "the reply to EHLO"), 5 * kMinute, &SMTPSender::ehloReply},
+    {State::Helo, QT_TRANSLATE_NOOP("SMTPSender", "the reply to HELO"), 5 * kMinute, &SMTPSender::heloReply},
+    {State::StartTls, QT_TRANSLATE_NOOP("SMTPSender", "the reply to STARTTLS"), 2 * kMinute,
+     &SMTPSender::startTlsReply},
+    {State::CramMd5, QT_TRANSLATE_NOOP("SMTPSender", "the challenge of CRAM-MD5"), 5 * kMinute,
+     &SMTPSender::cramMd5Reply},
+    {State::CramMd5Answer, QT_TRANSLATE_NOOP("SMTPSender", "the reply to the login"), 5 * kMinute,
+     &SMTPSender::authReply},
+    {State::Login, QT_TRANSLATE_NOOP("SMTPSender", "the reply to AUTH LOGIN"), 5 * kMinute,
+     &SMTPSender::loginReply},
+    {State::LoginUser, QT_TRANSLATE_NOOP("SMTPSender", "the reply to the user name"), 5 * kMinute,
+     &SMTPSender::loginReply},
+    {State::LoginPassword, QT_TRANSLATE_NOOP("SMTPSender", "the reply to the login"), 5 * kMinute,
+     &SMTPSender::authReply},
+    {State::Plain, QT_TRANSLATE_NOOP("SMTPSender", "the reply to the login"), 5 * kMinute,
+     &SMTPSender::plainReply},
+    {State::EhloList, QT_TRANSLATE_NOOP("SMTPSender", "the rest of the reply to EHLO"), 5 * kMinute,
+     &SMTPSender::ehloReply},
+    {State::MailFrom, QT_TRANSLATE_NOOP("SMTPSender", "the reply to MAIL"), 5 * kMinute,
+     &SMTPSender::mailReply},
+    {State::RcptTo, QT_TRANSLATE_NOOP("SMTPSender", "the reply to RCPT"), 5 * kMinute,
+     &SMTPSender::rcptReply},
+    {State::Data, QT_TRANSLATE_NOOP("SMTPSender", "the reply to DATA"), 2 * kMinute, &SMTPSender::dataReply},
+    {State::Writing, QT_TRANSLATE_NOOP("SMTPSender", "the way for the message"), 3 * kMinute,
+     &SMTPSender::earlyReply},
+    {State::Text, QT_TRANSLATE_NOOP("SMTPSender", "the reply to the message"), 10 * kMinute,
+     &SMTPSender::textReply},
+    {State::Quit, QT_TRANSLATE_NOOP("SMTPSender", "the reply to QUIT"), 1 * kMinute, &SMTPSender::quitReply},
+    {State::Rset, QT_TRANSLATE_NOOP("SMTPSender", "the reply to RSET"), 5 * kMinute, &SMTPSender::rsetReply},
+    {State::Ended, QT_TRANSLATE_NOOP("SMTPSender", "nothing"), 0, &SMTPSender::ignore},
 }};
 
 SMTPSender::SMTPSender(Account &account, SmtpTask task, OutgoingQueue *queue, QObject *parent)
@@ -259,10 +271,10 @@ void SMTPSender::slotConnectionClosed()
 {
     if (m_state == State::Quit)
         return quitReply({});
-    end(AccountFetchReason::ConnectionClosed, tr("Awaited was: %1").arg(QLatin1String(step().awaits)));
+    end(AccountFetchReason::ConnectionClosed, tr("Awaited was: %1").arg(tr(step().awaits)));
 }
 
 void SMTPSender::slotTimeout()
 {
-    end(AccountFetchReason::TimedOut, tr("Awaited was: %1").arg(QLatin1String(step().awaits)));
+    end(AccountFetchReason::TimedOut, tr("Awaited was: %1").arg(tr(step().awaits)));
 }
