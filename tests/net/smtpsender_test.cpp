@@ -53,7 +53,9 @@ void SmtpSenderTest::login_data()
     const auto row = [](const char *name, const QByteArray &script, Reason reason = Reason::None,
                         const QString &detail = {}) {
         QTest::newRow(name) << kGreeting + script +
-                                   (reason == Reason::None ? smtpDelivery() + smtpQuit() : "E\n")
+                                   (reason == Reason::None               ? smtpDelivery() + smtpQuit()
+                                    : reason == Reason::ConnectionClosed ? "X\n"
+                                                                         : "E\n")
                             << reason << detail;
     };
     row("the strongest first", "S: 250-a\nS: 250 AUTH PLAIN LOGIN CRAM-MD5\n" + kCram + "S: 235 ok\n");
@@ -79,6 +81,18 @@ void SmtpSenderTest::login_data()
     row("not now", "S: 250 AUTH PLAIN\n" + kPlain + "S: 454 later\n", Reason::Unexpected, u"454 later"_s);
     row("530 without a way to encrypt", "S: 250 AUTH PLAIN LOGIN\n" + kPlain + "S: 530 encrypt\n",
         Reason::Unexpected, u"530 encrypt"_s);
+    const auto hangsUp = [&](const char *name, const QByteArray &script, const QString &awaited) {
+        row(name, script, Reason::ConnectionClosed, u"Awaited was: "_s + awaited);
+    };
+    hangsUp("closed after HELO", "S: 502 no\nC~ HELO .*\n", u"the reply to HELO"_s);
+    const QByteArray all = "S: 250 AUTH CRAM-MD5 PLAIN LOGIN\n";
+    hangsUp("closed after AUTH CRAM-MD5", all + "C: AUTH CRAM-MD5\n", u"the challenge of CRAM-MD5"_s);
+    hangsUp("closed after its answer", all + kCram, u"the reply to the login"_s);
+    hangsUp("closed after AUTH PLAIN", "S: 250 AUTH PLAIN\n" + kPlain, u"the reply to the login"_s);
+    const QByteArray login = "S: 250 AUTH LOGIN\nC: AUTH LOGIN\n";
+    hangsUp("closed after AUTH LOGIN", login, u"the reply to AUTH LOGIN"_s);
+    hangsUp("closed after the name", login + "S: 334 a\nC: dGlt\n", u"the reply to the user name"_s);
+    hangsUp("closed after the password", "S: 250 AUTH LOGIN\n" + kLogin, u"the reply to the login"_s);
     row("421 ends it", "S: 250 AUTH PLAIN LOGIN\n" + kPlain + "S: 421 full\n", Reason::Unexpected,
         u"421 full"_s);
 }
@@ -122,6 +136,10 @@ void SmtpSenderTest::encryption_data()
     row("EHLO is refused", AccountStartTls, "S: 500 what\nE\n", Reason::LoginFailed);
     row("STARTTLS is refused", AccountStartTls, "S: 250 STARTTLS\nC: STARTTLS\nS: 454 no\nE\n",
         Reason::LoginFailed);
+    row("closed after STARTTLS", AccountStartTls, "S: 250 STARTTLS\nC: STARTTLS\nX\n",
+        Reason::ConnectionClosed);
+    row("closed as encryption begins", AccountStartTls, "S: 250 STARTTLS\nC: STARTTLS\nS: 220 go\nX\n",
+        Reason::ConnectionClosed);
     const QByteArray none =
         "C: AUTH CRAM-MD5\nS: 502 no\n" + kPlain + "S: 502 no\nC: AUTH LOGIN\nS: 502 no\n";
     const QByteArray encrypt = "S: 530 encrypt\nC: STARTTLS\nS: 220 go\nT\nC~ EHLO .*\n";
@@ -187,6 +205,8 @@ void SmtpSenderTest::failures_data()
     hangsUp("closed after DATA", data, u"the reply to DATA"_s, waits);
     hangsUp("closed after the final dot", text, u"the reply to the message"_s, perhaps);
     hangsUp("closed in the last reply", text + "P: 250 o\n", u"the reply to the message"_s, perhaps);
+    hangsUp("closed after RSET", rcpt + "S: 550 no\nC: RSET\n", u"the reply to RSET"_s,
+            {"refused 1 | bob@example.org 550 no", "release 1 early"});
     row("closed instead of a reply to QUIT", text + "S: 250 ok\nC: QUIT\nX\n", Reason::None, {},
         {"sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1"});
     row("anything in reply to QUIT", text + "S: 250 ok\nC: QUIT\nS: what?\nE\n", Reason::None, {},

@@ -199,8 +199,8 @@ void SmtpTest::refused_data()
                                     << u"535 5.7.8"_s;
     QTest::newRow("no encryption is offered") << Door::Plain << quint32(AccountStartTls) << u"secret"_s
                                               << Reason::LoginFailed << u"does not offer one (STARTTLS)"_s;
-    QTest::newRow("encryption is demanded")
-        << Door::Submission << quint32(0) << QString() << Reason::WithErrors << u"530 5.7.0"_s;
+    QTest::newRow("encryption is demanded, and behind it a login")
+        << Door::Submission << quint32(0) << QString() << Reason::WithErrors << u"554 5.7.1"_s;
 }
 
 void SmtpTest::refused()
@@ -210,6 +210,7 @@ void SmtpTest::refused()
     QFETCH(const QString, password);
     QFETCH(const QString, detail);
     SmtpUserAtTest ada(flags, password);
+    ada.trusted = m_mailboxes->caFile();
     ada.data.user = u"user0"_s;
     ada.queue.add(buildMessage(mail(addressOf(u"user0"_s))));
     QVERIFY(ada.meet(m_server->port(door)).start() && ada.waitForEnd());

@@ -1,13 +1,10 @@
 #include "servers/dovecot.h"
 
 #include "servers/certificates.h"
-#include "servers/serverprocess.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QStandardPaths>
-#include <QTcpSocket>
 
 #include <fcntl.h>
 #include <grp.h>
@@ -19,7 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kLongestDirectory = 70; // the paths of its sockets end at 107
 constexpr int kLongestStart = 10'000; // milliseconds
 constexpr int kTries = 20;
 
@@ -85,16 +81,9 @@ QByteArray nameOf(Shown shown)
 } // namespace
 
 Dovecot::Dovecot()
-    : m_directory((QDir::tempPath().size() + 20 > kLongestDirectory ? u"/tmp"_s : QDir::tempPath()) +
-                  u"/dovecot-XXXXXX"_s)
+    : m_directory(u"dovecot"_s)
+    , m_process(path(u"output"_s))
 {
-    if (!m_directory.isValid()) // else its files would go into the root directory
-        qFatal("no temporary directory: %s", qPrintable(m_directory.errorString()));
-    m_process.setChildProcessModifier(leadOwnProcessGroup);
-    m_process.setStandardInputFile(QProcess::nullDevice());
-    m_process.setStandardErrorFile(path(u"output"_s));
-    m_process.setStandardOutputFile(QProcess::nullDevice());
-    QFile::setPermissions(m_directory.path(), QFile::Permissions::fromInt(0x7755)); // its users walk through
     makeCertificates();
     const QByteArray hash = QCryptographicHash::hash("secret", QCryptographicHash::Sha256).toBase64();
     write(u"hashed"_s, "hashed:{SHA256}" + hash + "::::::\n");
@@ -107,7 +96,7 @@ Dovecot::Dovecot()
 
 Dovecot::~Dovecot()
 {
-    kill();
+    m_process.kill();
 }
 
 void Dovecot::write(const QString &name, const QByteArray &bytes) const
@@ -240,39 +229,10 @@ bool Dovecot::start()
         write(u"configuration"_s, configuration());
     }
     QFile::remove(path(u"log"_s));
-    m_process.start(program(), {u"-F"_s, u"-c"_s, path(u"configuration"_s)});
-    if (!m_process.waitForStarted())
-        m_problem = m_process.errorString();
-    else if (!awaitReady())
+    m_problem = m_process.start(program(), {u"-F"_s, u"-c"_s, path(u"configuration"_s)});
+    if (m_problem.isEmpty() && !m_process.awaitGreeting(host(), m_port, kLongestStart))
         m_problem = u"Dovecot does not start:\n"_s + QString::fromUtf8(read(u"output"_s) + log());
     return m_problem.isEmpty();
-}
-
-/// Until the server answers, or has ended.
-bool Dovecot::awaitReady()
-{
-    m_started = startOfProcess(m_process.processId());
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < kLongestStart) {
-        QTcpSocket socket;
-        socket.connectToHost(host(), quint16(m_port));
-        if (socket.waitForConnected(1000) && socket.waitForReadyRead(kLongestStart))
-            return true;
-        if (m_process.waitForFinished(5))
-            return false;
-    }
-    return false;
-}
-
-void Dovecot::kill()
-{
-    const qint64 id = m_process.processId();
-    if (id == 0)
-        return;
-    if (startOfProcess(id) == m_started) // else the number is somebody else's by now
-        ::kill(pid_t(-id), SIGKILL);
-    m_process.waitForFinished();
 }
 
 QByteArray Dovecot::log() const

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "servers/serverprocess.h"
+
 #include <QByteArray>
 #include <QHash>
-#include <QProcess>
 #include <QStringList>
-#include <QTemporaryDir>
 
 #include <array>
 #include <vector>
@@ -35,7 +35,7 @@ public:
     bool start();
 
     /// At once and without a word to anybody, sessions included.
-    void kill();
+    void kill() { m_process.kill(); }
 
     int port() const { return m_port; }       ///< plain, promoted by STLS
     int tlsPort() const { return m_tlsPort; } ///< TLS from the start
@@ -82,14 +82,12 @@ private:
     void makeCertificates();
     QByteArray configuration() const;
     void makeFolder(const QString &user) const;
-    bool awaitReady();
 
-    QTemporaryDir m_directory;
-    QProcess m_process;
+    ServerDirectory m_directory;
+    ServerProcess m_process;
     QString m_problem;
     std::array<QByteArray, kShownNames.size()> m_fingerprints;
     QHash<QString, int> m_delivered; ///< messages by user
-    QByteArray m_started;            ///< when the process began, as the system writes it
     int m_port = 0;
     int m_tlsPort = 0;
 };

@@ -1,12 +1,8 @@
 #include "servers/postfix.h"
 
-#include "servers/serverprocess.h"
-
 #include <QDateTime>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QStandardPaths>
-#include <QTcpSocket>
 
 #include <grp.h>
 #include <pwd.h>
@@ -16,7 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kLongestDirectory = 70; // the paths of its sockets end at 107
 constexpr int kLongestStart = 20'000; // milliseconds
 constexpr int kTries = 20;
 
@@ -44,16 +39,9 @@ bool Postfix::canRun()
 
 Postfix::Postfix(Dovecot &mailboxes, const QStringList &users)
     : m_mailboxes(mailboxes)
-    , m_directory((QDir::tempPath().size() + 20 > kLongestDirectory ? u"/tmp"_s : QDir::tempPath()) +
-                  u"/postfix-XXXXXX"_s)
+    , m_directory(u"postfix"_s)
+    , m_process(path(u"output"_s))
 {
-    if (!m_directory.isValid()) // else its files would go into the root directory
-        qFatal("no temporary directory: %s", qPrintable(m_directory.errorString()));
-    m_process.setChildProcessModifier(leadOwnProcessGroup);
-    m_process.setStandardInputFile(QProcess::nullDevice());
-    m_process.setStandardErrorFile(path(u"output"_s));
-    m_process.setStandardOutputFile(QProcess::nullDevice());
-    QFile::setPermissions(m_directory.path(), QFile::Permissions::fromInt(0x7755)); // its users walk through
     for (const QString &user : users)
         mailboxes.deliver(user, {});
     if (program().isEmpty())
@@ -71,7 +59,7 @@ Postfix::Postfix(Dovecot &mailboxes, const QStringList &users)
 
 Postfix::~Postfix()
 {
-    kill();
+    m_process.kill();
 }
 
 void Postfix::write(const QString &name, const QByteArray &bytes) const
@@ -202,42 +190,13 @@ bool Postfix::start()
     QFile::remove(path(u"log"_s));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"MAIL_CONFIG"_s, m_directory.path());
-    m_process.setProcessEnvironment(environment);
-    m_process.start(program(), {u"-s"_s, u"-c"_s, m_directory.path()});
-    if (!m_process.waitForStarted())
-        m_problem = m_process.errorString();
-    else if (!awaitReady())
+    m_process.setEnvironment(environment);
+    m_problem = m_process.start(program(), {u"-s"_s, u"-c"_s, m_directory.path()});
+    if (m_problem.isEmpty() && !m_process.awaitGreeting(host(), port(Door::Plain), kLongestStart))
         m_problem = u"Postfix does not start:\n"_s + QString::fromUtf8(log());
     if (!m_problem.isEmpty())
-        kill();
+        m_process.kill();
     return m_problem.isEmpty();
-}
-
-/// Until the server greets, or has ended.
-bool Postfix::awaitReady()
-{
-    m_started = startOfProcess(m_process.processId());
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < kLongestStart) {
-        QTcpSocket socket;
-        socket.connectToHost(host(), quint16(port(Door::Plain)));
-        if (socket.waitForConnected(1000) && socket.waitForReadyRead(kLongestStart))
-            return true;
-        if (m_process.waitForFinished(5))
-            return false;
-    }
-    return false;
-}
-
-void Postfix::kill()
-{
-    const qint64 id = m_process.processId();
-    if (id == 0)
-        return;
-    if (startOfProcess(id) == m_started) // else the number is somebody else's by now
-        ::kill(pid_t(-id), SIGKILL);
-    m_process.waitForFinished();
 }
 
 QByteArray Postfix::log() const

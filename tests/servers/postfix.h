@@ -2,9 +2,6 @@
 
 #include "servers/dovecot.h"
 
-#include <QProcess>
-#include <QTemporaryDir>
-
 /// The doors of a Postfix for tests.
 enum class Door {
     Plain,      ///< no login, no encryption, and few extensions: mail for its own domain only
@@ -50,13 +47,10 @@ private:
     QByteArray mainFile() const;
     QByteArray masterFile() const;
     bool start();
-    bool awaitReady();
-    void kill();
 
     Dovecot &m_mailboxes;
-    QTemporaryDir m_directory;
-    QProcess m_process;
+    ServerDirectory m_directory;
+    ServerProcess m_process;
     QString m_problem;
-    QByteArray m_started; ///< when the process began, as the system writes it
     std::array<int, 4> m_ports = {};
 };
