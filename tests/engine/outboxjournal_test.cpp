@@ -20,6 +20,7 @@ private slots:
     void aFullDiskWhileTheUserChangesHisMind();
     void itStaysSmall();
     void killed();
+    void killedWhileItIsTakenBack();
 };
 
 void OutboxJournalTest::journal_data()
@@ -275,6 +276,46 @@ void OutboxJournalTest::killed()
         QVERIFY(f.engine.shutDown());
     }
     QVERIFY(doubtful > 0);
+}
+
+/// What somebody may be writing on does not go by itself, and what nobody has is still there.
+void OutboxJournalTest::killedWhileItIsTakenBack()
+{
+    const auto takeBack = [](Witness &witness) {
+        OutboxAtTest f;
+        const quint64 ticket = f.add(outgoing("1"), {.draft = 4});
+        DiskFaults::calls = 0;
+        f.outbox.takeBack(ticket, [&](const QByteArray &) {
+            witness.say("kept");
+            return true;
+        });
+        DiskFaults::killBefore = -1;
+        return DiskFaults::calls;
+    };
+    int stayed = 0;
+    bool isAlive = false;
+    for (long call = 1; !isAlive; ++call) {
+        const Scratch scratch;
+        Witness witness(scratch);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            DiskFaults::calls = -1'000'000;
+            DiskFaults::killBefore = call;
+            takeBack(witness);
+            ::_exit(0);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        isAlive = !WIFSIGNALED(status);
+        OutboxAtTest f;
+        const bool isKept = witness.count("kept") == 1;
+        const bool isThere = !f.outbox.entries().empty();
+        QVERIFY2(isKept || isThere, QByteArray::number(call).constData());
+        QVERIFY2(!isKept || f.outbox.waiting(f.account) == 0, QByteArray::number(call).constData());
+        QCOMPARE(isThere, !f.subjects(GroupRole::Outbox).isEmpty());
+        stayed += isKept && isThere ? 1 : 0;
+    }
+    QVERIFY(stayed > 0);
 }
 
 QTEST_GUILESS_MAIN(OutboxJournalTest)
