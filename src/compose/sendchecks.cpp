@@ -316,9 +316,10 @@ bool isTurnedOff(SendProblem problem)
     return (intSetting(Setting::DisabledWarnings) & rowOf(problem).bit) != 0;
 }
 
-void turnOff(SendProblem problem)
+void turnOff(SendProblem problem, bool off)
 {
-    setIntSetting(Setting::DisabledWarnings, intSetting(Setting::DisabledWarnings) | rowOf(problem).bit);
+    const int others = intSetting(Setting::DisabledWarnings) & ~rowOf(problem).bit;
+    setIntSetting(Setting::DisabledWarnings, off ? others | rowOf(problem).bit : others);
 }
 
 QList<SendFinding> checkBeforeSending(const Composition &composition, const SendContext &context)

@@ -42,7 +42,7 @@ const SendProblemRow &rowOf(SendProblem problem);
 
 /// "Don't ask me this again": in `DisabledWarnings`. The checks leave out what is turned off.
 bool isTurnedOff(SendProblem problem);
-void turnOff(SendProblem problem);
+void turnOff(SendProblem problem, bool off = true);
 
 /// What the checks ask about the world.
 struct SendContext

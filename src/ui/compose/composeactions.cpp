@@ -53,6 +53,7 @@ constexpr std::array kActs = {
     ActRow{ComposeAct::FindPrevious, {"compose.findPrevious", TEXT("Find pre&vious"), "", "Shift+F3"}},
     ActRow{ComposeAct::Replace, {"compose.replace", TEXT("Replace…"), "", "Ctrl+Shift+F"}},
 
+    ActRow{ComposeAct::ShowTo, {"compose.to", TEXT("&To"), "", "", ComposeNeedsArticle, kChecks}},
     ActRow{ComposeAct::ShowCc, {"compose.cc", TEXT("&Cc"), "", "Ctrl+Shift+C", 0, kChecks}},
     ActRow{ComposeAct::ShowBcc, {"compose.bcc", TEXT("&Bcc"), "", "Ctrl+Shift+B", 0, kChecks}},
     ActRow{ComposeAct::ShowReplyTo, {"compose.replyTo", TEXT("&Reply-To"), "", "", 0, kChecks}},
@@ -61,7 +62,9 @@ constexpr std::array kActs = {
     ActRow{ComposeAct::ShowDistribution,
            {"compose.distribution", TEXT("&Distribution"), "", "", ComposeNeedsArticle, kChecks}},
     ActRow{ComposeAct::MoreFields,
-           {"compose.headers", TEXT("&More header fields…"), "headers", "", 0, kSeparates}},
+           {"compose.headers", TEXT("&More header fields"), "headers", "", 0, kChecks | kSeparates}},
+    ActRow{ComposeAct::NextPane, {"compose.nextPane", TEXT("&Next pane"), "", "F6", 0, kSeparates}},
+    ActRow{ComposeAct::PreviousPane, {"compose.previousPane", TEXT("&Previous pane"), "", "Shift+F6"}},
 
     ActRow{ComposeAct::InsertFile, {"compose.insertFile", TEXT("Text from a &file…"), "file-text", ""}},
     ActRow{ComposeAct::InsertPicture,
@@ -101,6 +104,8 @@ constexpr std::array kActs = {
            {"compose.noArchive", TEXT("Not to be &archived"), "archive", "", 0, kChecks}},
     ActRow{ComposeAct::Wrap, {"compose.wrap", TEXT("&Wrap the text"), "", "", 0, kChecks | kSeparates}},
     ActRow{ComposeAct::Charset, {"compose.charset", TEXT("Character &set"), "font", ""}},
+    ActRow{ComposeAct::UndoDelay, {"compose.undoDelay", TEXT("&Undo sending"), "undo", "", 0, kSeparates}},
+    ActRow{ComposeAct::Warnings, {"compose.warnings", TEXT("War&n before sending"), "warning", ""}},
 
     ActRow{ComposeAct::Palette, {"help.palette", TEXT("Find an &action…"), "search", "Ctrl+Shift+P"}},
     ActRow{ComposeAct::Keys, {"help.keys", TEXT("&Keys"), "keyboard", "F1"}},

@@ -33,12 +33,15 @@ enum class ComposeAct {
     FindPrevious,
     Replace,
     // View
+    ShowTo,
     ShowCc,
     ShowBcc,
     ShowReplyTo,
     ShowFollowupTo,
     ShowDistribution,
     MoreFields,
+    NextPane,
+    PreviousPane,
     // Insert
     InsertFile,
     InsertPicture,
@@ -63,6 +66,8 @@ enum class ComposeAct {
     RefuseArchive,
     Wrap,
     Charset,
+    UndoDelay,
+    Warnings,
     // Help
     Palette,
     Keys,

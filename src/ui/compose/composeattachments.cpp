@@ -1,21 +1,19 @@
 #include "ui/compose/composeattachments.h"
 
-#include "config/reporter.h"
-#include "message/contenttypes.h"
 #include "message/safename.h"
+#include "ui/compose/smallpicture.h"
 #include "ui/look/colours.h"
 #include "ui/look/icons.h"
 #include "ui/look/metrics.h"
+#include "ui/look/progressline.h"
 #include "ui/look/recolour.h"
 #include "ui/reader/attachmentfiles.h"
 #include "ui/reader/attachmentview.h"
 #include "ui/texts/harmless.h"
 #include "ui/texts/sizetext.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDragEnterEvent>
-#include <QFile>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -25,25 +23,35 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
-std::optional<Attachment> readAttachment(const QString &path)
+namespace {
+
+// Base64: four bytes for three, a line end after 76.
+constexpr int kEncodedLine = 78;
+constexpr int kBytesOfLine = 57;
+constexpr qint64 kUsualLimit = 25'000'000; ///< on its way: more than that, many servers refuse
+constexpr int kLongestName = 40;           ///< of a file whose reading is shown
+
+} // namespace
+
+QStringList localFilesIn(const QMimeData *data)
 {
-    QFile file(path);
-    // only what is a file has an end: a device or a pipe would be read for ever
-    if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly)) {
-        Attachment read;
-        read.name = QFileInfo(path).fileName();
-        read.contentType = contentTypeOf(read.name);
-        read.data = file.readAll();
-        if (file.error() == QFileDevice::NoError)
-            return read;
-    }
-    report(ReportLevel::Warning, "%s",
-           qPrintable(
-               QCoreApplication::translate("ComposeAttachments", "Unable to attach file '%1'").arg(path)));
-    return {};
+    QStringList paths;
+    for (const QUrl &url : data->urls())
+        if (url.isLocalFile())
+            paths.append(url.toLocalFile());
+    return paths;
+}
+
+ComposeAttachmentModel::ComposeAttachmentModel(QObject *parent)
+    : QAbstractListModel(parent)
+    , m_files(AttachmentFiles::common())
+{
+    m_picturing.setInterval(0);
+    connect(&m_picturing, &QTimer::timeout, this, &ComposeAttachmentModel::makePicture);
 }
 
 void ComposeAttachmentModel::setAll(QList<Attachment> attachments)
@@ -54,7 +62,9 @@ void ComposeAttachmentModel::setAll(QList<Attachment> attachments)
     m_all = std::move(attachments);
     m_listed = int(
         std::count_if(m_all.begin(), m_all.end(), [](const Attachment &each) { return !each.isInline(); }));
+    m_pictures = QList<std::optional<QImage>>(m_listed);
     endResetModel();
+    m_picturing.start();
     emit changed();
 }
 
@@ -65,7 +75,9 @@ void ComposeAttachmentModel::add(const Attachment &attachment)
     } else {
         beginInsertRows({}, m_listed, m_listed);
         m_all.insert(m_listed++, attachment);
+        m_pictures.append(std::nullopt);
         endInsertRows();
+        m_picturing.start();
     }
     emit changed();
 }
@@ -74,9 +86,23 @@ void ComposeAttachmentModel::remove(int row)
 {
     beginRemoveRows({}, row, row);
     m_all.removeAt(row);
+    m_pictures.removeAt(row);
     --m_listed;
     endRemoveRows();
     emit changed();
+}
+
+/// One at a time: a message may have a hundred of them.
+void ComposeAttachmentModel::makePicture()
+{
+    const auto next = std::find(m_pictures.begin(), m_pictures.end(), std::nullopt);
+    if (next == m_pictures.end())
+        return m_picturing.stop();
+    const int row = int(next - m_pictures.begin());
+    const int side = int(std::ceil(AttachmentView::pictureSide() * qApp->devicePixelRatio()));
+    *next = m_all[row].contentType.startsWith("image/") ? smallPictureOf(m_all[row].data, side) : QImage();
+    if (!(*next)->isNull())
+        emit dataChanged(index(row), index(row));
 }
 
 void ComposeAttachmentModel::rename(int row, const QString &name)
@@ -103,6 +129,7 @@ QVariant ComposeAttachmentModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleTextRole: return u"%1, %2, %3"_s.arg(row.name, type, size);
     case AttachmentView::SizeRole: return size;
     case AttachmentView::IconRole: return iconOfType(type.toLatin1());
+    case AttachmentView::PictureRole: return m_pictures[index.row()].value_or(QImage());
     default: return {};
     }
 }
@@ -117,7 +144,25 @@ bool ComposeAttachmentModel::setData(const QModelIndex &index, const QVariant &v
 
 Qt::ItemFlags ComposeAttachmentModel::flags(const QModelIndex &index) const
 {
-    return QAbstractListModel::flags(index) | Qt::ItemIsEditable;
+    return QAbstractListModel::flags(index) | Qt::ItemIsEditable | Qt::ItemIsDragEnabled;
+}
+
+QStringList ComposeAttachmentModel::mimeTypes() const
+{
+    return {u"text/uri-list"_s};
+}
+
+QMimeData *ComposeAttachmentModel::mimeData(const QModelIndexList &indexes) const
+{
+    QList<QUrl> urls;
+    for (const QModelIndex &index : indexes) {
+        const Attachment &each = m_all[index.row()];
+        if (const QString path = m_files->copyOf(each.name, each.data); !path.isEmpty())
+            urls.append(QUrl::fromLocalFile(path));
+    }
+    auto *data = new QMimeData;
+    data->setUrls(urls);
+    return data;
 }
 
 ComposeAttachments::ComposeAttachments(QWidget *parent)
@@ -125,11 +170,13 @@ ComposeAttachments::ComposeAttachments(QWidget *parent)
     , m_model(new ComposeAttachmentModel(this))
     , m_view(new AttachmentView(this))
     , m_sum(new QLabel(this))
+    , m_progress(new ProgressLine(this))
+    , m_loader(new AttachmentLoader(this))
 {
     setSurface(this, Role::Base);
     setAcceptDrops(true);
     m_view->setModel(m_model);
-    m_view->setDragEnabled(false);
+    m_view->setRemovable(true);
     m_view->setEditTriggers(QAbstractItemView::EditKeyPressed);
     m_view->setAccessibleName(tr("Attachments"));
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -140,10 +187,26 @@ ComposeAttachments::ComposeAttachments(QWidget *parent)
     layout->setContentsMargins(space::card, space::inner + 1, space::card, space::inner);
     layout->setSpacing(space::between);
     layout->addWidget(m_view, 1);
+    layout->addWidget(m_progress);
     layout->addWidget(m_sum);
     connect(m_model, &ComposeAttachmentModel::changed, this, &ComposeAttachments::refresh);
     connect(m_view, &QListView::activated, this,
             [this](const QModelIndex &index) { emit openWanted(m_model->attachment(index.row())); });
+    connect(m_view, &AttachmentView::removeClicked, this,
+            [this](const QModelIndex &index) { m_model->remove(index.row()); });
+    connect(m_loader, &AttachmentLoader::loaded, m_model, &ComposeAttachmentModel::add);
+    connect(m_loader, &AttachmentLoader::progressed, this,
+            [this](const QString &name, qint64 done, qint64 whole) {
+                m_progress->setProgress(tr("Attaching %1").arg(harmlessLine(name, kLongestName)), done,
+                                        whole);
+                refresh();
+            });
+    connect(m_loader, &AttachmentLoader::finished, this, [this] {
+        m_progress->finish();
+        refresh();
+        emit readingFinished();
+    });
+    connect(m_progress, &ProgressLine::stopClicked, m_loader, &AttachmentLoader::stop);
     connect(m_view, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &position) { menu(m_view->viewport()->mapToGlobal(position)); });
     hide();
@@ -163,13 +226,33 @@ qint64 ComposeAttachments::sum() const
     return bytes;
 }
 
+qint64 ComposeAttachments::sumOnItsWay() const
+{
+    return sum() / kBytesOfLine * kEncodedLine;
+}
+
+void ComposeAttachments::addFiles(const QStringList &paths)
+{
+    m_loader->add(paths);
+}
+
+bool ComposeAttachments::isReading() const
+{
+    return m_loader->isBusy();
+}
+
 void ComposeAttachments::refresh()
 {
-    const bool tooLarge = m_limit > 0 && sum() > m_limit;
-    m_sum->setText(m_limit > 0 ? tr("%1 of %2").arg(sizeText(sum()), sizeText(m_limit)) : sizeText(sum()));
-    setTextRole(m_sum, tooLarge ? Role::Error : Role::Text2);
-    setVisible(m_model->rowCount() > 0);
+    // what is said is what files may have, not what becomes of them
+    const QString limit = sizeText(m_limit / kEncodedLine * kBytesOfLine);
+    m_sum->setText(m_limit > 0 ? tr("%1 of %2").arg(sizeText(sum()), limit) : sizeText(sum()));
+    setTextRole(m_sum, isTooLarge() ? Role::Error : Role::Text2);
+    setVisible(m_model->rowCount() > 0 || isReading());
     m_view->fitHeight();
+    const bool isAlarming = sumOnItsWay() > (m_limit > 0 ? m_limit : kUsualLimit);
+    if (isAlarming && !m_wasAlarming)
+        emit becameLarge();
+    m_wasAlarming = isAlarming;
 }
 
 void ComposeAttachments::removeSelected()
@@ -221,17 +304,13 @@ void ComposeAttachments::changeEvent(QEvent *event)
 
 void ComposeAttachments::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (event->mimeData()->hasUrls())
+    if (event->source() != m_view && event->mimeData()->hasUrls())
         event->acceptProposedAction();
 }
 
 void ComposeAttachments::dropEvent(QDropEvent *event)
 {
-    QStringList paths;
-    for (const QUrl &url : event->mimeData()->urls())
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
-    emit filesDropped(paths);
+    addFiles(localFilesIn(event->mimeData()));
     event->acceptProposedAction();
 }
 

@@ -1,22 +1,29 @@
 #pragma once
 
-#include "compose/composition.h"
+#include "ui/compose/attachmentloader.h"
 
 #include <QAbstractListModel>
+#include <QImage>
+#include <QTimer>
 #include <QWidget>
 
+#include <memory>
 #include <optional>
 
-class QLabel;
+class AttachmentFiles;
 class AttachmentView;
+class ProgressLine;
+class QLabel;
+class QMimeData;
 
-/// What goes with the message that is written, by rows; pictures inside the text are not listed.
+/// What goes with the message that is written, by rows; pictures inside the text are not listed. Small
+/// pictures for the rows are made one after the other, between events. What is dragged out is a copy.
 class ComposeAttachmentModel : public QAbstractListModel
 {
     Q_OBJECT
 
 public:
-    using QAbstractListModel::QAbstractListModel;
+    explicit ComposeAttachmentModel(QObject *parent);
 
     void setAll(QList<Attachment> attachments);
     const QList<Attachment> &all() const { return m_all; } ///< the inline ones behind the others
@@ -29,17 +36,24 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
+    QStringList mimeTypes() const override;
+    QMimeData *mimeData(const QModelIndexList &indexes) const override;
 
 signals:
     void changed();
 
 private:
+    void makePicture();
+
     QList<Attachment> m_all;
-    int m_listed = 0; ///< of those, from the first
+    int m_listed = 0;                        ///< of those, from the first
+    QList<std::optional<QImage>> m_pictures; ///< of the listed ones; a null image: there is none
+    QTimer m_picturing;
+    std::shared_ptr<AttachmentFiles> m_files; ///< what was dragged out lives as long as a window
 };
 
 /// The cards of the attachments at the foot of the compose window, with their sum; hidden while there are
-/// none. Del takes one away, F2 renames it, Enter opens it.
+/// none. Del or its cross takes one away, F2 renames it, Enter opens it.
 class ComposeAttachments : public QWidget
 {
     Q_OBJECT
@@ -49,14 +63,24 @@ public:
 
     ComposeAttachmentModel &model() { return *m_model; }
 
-    /// The most that may go, in bytes; 0: nobody knows.
+    /// The most that a message may have on its way, in bytes; 0: nobody knows.
     void setLimit(qint64 bytes);
+    qint64 limit() const { return m_limit; }
+
+    /// The bytes of the files, and what they come to on their way, encoded.
     qint64 sum() const;
+    qint64 sumOnItsWay() const;
+    bool isTooLarge() const { return m_limit > 0 && sumOnItsWay() > m_limit; }
+
+    /// Files that are still being read are not in the model yet.
+    void addFiles(const QStringList &paths);
+    bool isReading() const;
 
 signals:
     void openWanted(const Attachment &attachment);
     void addWanted();
-    void filesDropped(const QStringList &paths);
+    void becameLarge(); ///< more than may go, or than many servers take where nobody knows
+    void readingFinished();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -73,9 +97,11 @@ private:
     ComposeAttachmentModel *m_model;
     AttachmentView *m_view;
     QLabel *m_sum;
+    ProgressLine *m_progress;
+    AttachmentLoader *m_loader;
     qint64 m_limit = 0;
+    bool m_wasAlarming = false;
 };
 
-/// The file at @p path to attach, its bytes as they are now. Empty, after the report "Unable to attach file
-/// '%1'", when it cannot be read.
-std::optional<Attachment> readAttachment(const QString &path);
+/// The local files among what is dragged or pasted.
+QStringList localFilesIn(const QMimeData *data);

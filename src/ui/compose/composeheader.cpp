@@ -1,5 +1,6 @@
 #include "ui/compose/composeheader.h"
 
+#include "ui/compose/extrafields.h"
 #include "ui/look/colours.h"
 #include "ui/look/metrics.h"
 #include "ui/look/recolour.h"
@@ -43,7 +44,8 @@ constexpr FieldRow kFields[] = {
 #undef TEXT
 static_assert(std::size(kFields) == ComposeHeader::kFieldCount);
 
-constexpr Field kAsked[] = {Field::Bcc, Field::ReplyTo}; ///< those with a button in the first line
+/// Those with a button in the first line while they are hidden.
+constexpr Field kAsked[] = {Field::To, Field::Cc, Field::Bcc, Field::ReplyTo};
 
 /// So that words begin where those in the box of senders do; the toolkit's own margin is 2.
 constexpr int kTextInset = space::between - 2;
@@ -67,8 +69,27 @@ ComposeHeader::ComposeHeader(QWidget *parent)
     addFrom();
     for (int i = 0; i < kFieldCount; ++i)
         addRow(Field(i));
+    addExtra();
     for (int i = 0; i < kFieldCount; ++i)
         setShown(Field(i), kFields[i].atFirst);
+}
+
+void ComposeHeader::addExtra()
+{
+    m_extra = new ExtraFields(this);
+    m_extra->hide();
+    connect(m_extra, &ExtraFields::changed, this, &ComposeHeader::changed);
+    m_grid->addWidget(m_extra, m_grid->rowCount(), 0, 1, 2);
+    alignExtra();
+}
+
+/// The names stand in the column of the labels, the values in that of the fields.
+void ComposeHeader::alignExtra()
+{
+    int width = 0;
+    for (const Row &each : m_rows)
+        width = std::max(width, each.label->sizeHint().width());
+    m_extra->setNameWidth(width);
 }
 
 void ComposeHeader::addFrom()
@@ -168,6 +189,8 @@ void ComposeHeader::show(const Composition &composition)
         if (!(composition.*kFields[i].value).isEmpty())
             setShown(Field(i), true);
     }
+    m_extra->setFields(composition.extra);
+    setExtraShown(!composition.extra.isEmpty());
     if (const int at = m_from->findData(composition.identity.number); at >= 0)
         m_from->setCurrentIndex(at);
 }
@@ -176,6 +199,7 @@ void ComposeHeader::read(Composition &composition) const
 {
     for (int i = 0; i < kFieldCount; ++i)
         composition.*kFields[i].value = text(Field(i));
+    composition.extra = m_extra->fields();
 }
 
 void ComposeHeader::setText(Field field, const QString &text)
@@ -204,6 +228,32 @@ void ComposeHeader::setShown(Field field, bool shown)
     if (QPushButton *button = m_buttons[std::size_t(field)])
         button->setVisible(!show);
     update();
+    emit shownChanged(field, show);
+}
+
+void ComposeHeader::setExtraShown(bool shown)
+{
+    m_extra->setVisible(shown || !m_extra->fields().isEmpty());
+    update();
+}
+
+bool ComposeHeader::extraIsShown() const
+{
+    return !m_extra->isHidden();
+}
+
+void ComposeHeader::moveToBcc()
+{
+    QStringList everybody;
+    for (const Field field : {Field::Bcc, Field::To, Field::Cc}) {
+        recipients(field)->commit();
+        if (const QString some = text(field); !some.isEmpty())
+            everybody.append(some);
+    }
+    setText(Field::To, {});
+    setText(Field::Cc, {});
+    setText(Field::Bcc, everybody.join(u", "_s));
+    setShown(Field::Bcc, true);
 }
 
 bool ComposeHeader::isShown(Field field) const
@@ -242,7 +292,7 @@ void ComposeHeader::judgeAgain()
 
 bool ComposeHeader::focusFirstEmpty()
 {
-    for (const Field field : {Field::To, Field::Newsgroups, Field::Subject})
+    for (const Field field : {Field::Newsgroups, Field::To, Field::Subject})
         if (isShown(field) && text(field).isEmpty()) {
             entryOf(field)->setFocus();
             return true;
@@ -270,5 +320,14 @@ void ComposeHeader::paintEvent(QPaintEvent *)
     for (const Row &each : m_rows) // the labels stand at the top of their rows
         if (!each.label->isHidden())
             painter.fillRect(0, each.label->y() - 1, width(), 1, colour(Role::Line));
+    if (!m_extra->isHidden())
+        painter.fillRect(0, m_extra->y() - 1, width(), 1, colour(Role::Line));
     painter.fillRect(0, height() - 1, width(), 1, colour(Role::Line));
+}
+
+void ComposeHeader::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange && m_extra)
+        alignExtra();
 }

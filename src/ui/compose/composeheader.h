@@ -7,6 +7,7 @@
 
 #include <array>
 
+class ExtraFields;
 class QComboBox;
 class QGridLayout;
 class QHBoxLayout;
@@ -44,7 +45,15 @@ public:
     /// Shows or hides a field; hiding one that holds something is not done.
     void setShown(Field field, bool shown);
     bool isShown(Field field) const;
-    void setNews(bool news); ///< the fields of an article
+    void setNews(bool news); ///< the fields of an article, or of a mail
+
+    /// The rows for header lines of the user's own (`EditHeaders`); those that hold something stay.
+    void setExtraShown(bool shown);
+    bool extraIsShown() const;
+    ExtraFields &extra() { return *m_extra; }
+
+    /// Everybody whom To and Cc name becomes a recipient whom nobody else sees.
+    void moveToBcc();
 
     void setText(Field field, const QString &text);
     QString text(Field field) const;
@@ -65,9 +74,11 @@ signals:
     void changed();
     void identityChosen(int number);
     void leaveDown(); ///< Enter in the last field
+    void shownChanged(ComposeHeader::Field field, bool shown);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     struct Row
@@ -80,7 +91,8 @@ private:
 
     void addFrom();
     void addRow(Field field);
-    void showButtons();
+    void addExtra();
+    void alignExtra();
     Row &row(Field field) { return m_rows[std::size_t(field)]; }
     const Row &row(Field field) const { return m_rows[std::size_t(field)]; }
     void next(Field field);
@@ -89,6 +101,7 @@ private:
     QGridLayout *m_grid;
     QComboBox *m_from;
     QLabel *m_fromLabel;
+    ExtraFields *m_extra = nullptr;
     std::array<Row, kFieldCount> m_rows;
     std::array<QPushButton *, kFieldCount> m_buttons = {}; ///< that show a hidden field
 };

@@ -42,12 +42,14 @@ QList<Proposal> proposals(const QDateTime &now)
 
 } // namespace
 
-QDialog *askSendingTime(QWidget *parent, std::function<void(qint64)> done)
+QDialog *askSendingTime(QWidget *parent, std::function<void(qint64)> done, qint64 planned)
 {
-    auto *dialog = new SmallDialog(parent, words(QT_TRANSLATE_NOOP("SendLater", "Send later")),
-                                   words(QT_TRANSLATE_NOOP("SendLater", "Send then")));
+    const QString title = planned > 0 ? words(QT_TRANSLATE_NOOP("SendLater", "Change time"))
+                                      : words(QT_TRANSLATE_NOOP("SendLater", "Send later"));
+    auto *dialog = new SmallDialog(parent, title, words(QT_TRANSLATE_NOOP("SendLater", "Send then")));
     const QDateTime now = clockNow();
-    auto *time = new QDateTimeEdit(now.addSecs(3600));
+    const bool isPlanned = planned > clockSeconds();
+    auto *time = new QDateTimeEdit(isPlanned ? QDateTime::fromSecsSinceEpoch(planned) : now.addSecs(3600));
     time->setCalendarPopup(true);
     time->setMinimumDateTime(now);
     time->setAccessibleName(words(QT_TRANSLATE_NOOP("SendLater", "Date and time")));
@@ -70,8 +72,9 @@ QDialog *askSendingTime(QWidget *parent, std::function<void(qint64)> done)
     QObject::connect(dialog, &QDialog::accepted, dialog, [time, done = std::move(done)] {
         done(std::max(time->dateTime().toSecsSinceEpoch(), clockSeconds() + 1));
     });
-    (first ? first : own)->setChecked(true);
-    (first ? first : own)->setFocus();
+    QRadioButton *start = isPlanned || !first ? own : first;
+    start->setChecked(true);
+    start->setFocus();
     dialog->open();
     return dialog;
 }

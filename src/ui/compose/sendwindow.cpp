@@ -1,12 +1,8 @@
 #include "ui/compose/sendwindow.h"
 
-#include "compose/charsets.h"
 #include "config/settings.h"
 #include "identity/identitymanager.h"
-#include "identity/signatures.h"
-#include "identity/templates.h"
 #include "ui/actions/commandpalette.h"
-#include "ui/actions/keyhelp.h"
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/composeheader.h"
@@ -25,13 +21,10 @@
 #include "ui/reader/findbar.h"
 #include "ui/texts/harmless.h"
 
-#include <QActionGroup>
 #include <QApplication>
 #include <QComboBox>
 #include <QInputMethodEvent>
 #include <QLabel>
-#include <QMenu>
-#include <QMenuBar>
 #include <QStatusBar>
 #include <QTextList>
 #include <QToolBar>
@@ -70,7 +63,7 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     , m_actions(m_registry)
     , m_context(started.context)
     , m_draft(draft)
-    , m_isArticle(started.composition.isNews())
+    , m_isArticle(started.isArticle || started.composition.isNews())
     , m_header(new ComposeHeader)
     , m_bar(new AskingBar)
     , m_editor(new ComposeEditor)
@@ -203,77 +196,16 @@ void SendWindow::createStatus()
     }
 }
 
-void SendWindow::createMenus()
-{
-    const auto menu = [this](const QString &title, ComposeAct first, ComposeAct last) {
-        QMenu *made = menuBar()->addMenu(title);
-        m_actions.addTo(made, first, last);
-        return made;
-    };
-    menu(tr("&Message"), ComposeAct::Send, ComposeAct::Close);
-    menu(tr("&Edit"), ComposeAct::Undo, ComposeAct::Replace);
-    menu(tr("&View"), ComposeAct::ShowCc, ComposeAct::MoreFields);
-    menu(tr("&Insert"), ComposeAct::InsertFile, ComposeAct::InsertTemplate);
-    menu(tr("F&ormat"), ComposeAct::Rich, ComposeAct::Numbered);
-    menu(tr("O&ptions"), ComposeAct::ImportanceHigh, ComposeAct::Charset);
-    menu(tr("&Help"), ComposeAct::Palette, ComposeAct::Keys);
-    const auto under = [this](ComposeAct act, void (SendWindow::*fill)(QMenu *)) {
-        auto *below = new QMenu(this);
-        m_actions[act]->setMenu(below);
-        connect(below, &QMenu::aboutToShow, this, [this, below, fill] {
-            below->clear();
-            (this->*fill)(below);
-        });
-    };
-    under(ComposeAct::InsertSignature, &SendWindow::fillSignatures);
-    under(ComposeAct::InsertTemplate, &SendWindow::fillTemplates);
-    under(ComposeAct::Charset, &SendWindow::fillCharsets);
-    if (auto *button =
-            qobject_cast<QToolButton *>(m_mainBar->widgetForAction(m_actions[ComposeAct::InsertTemplate])))
-        button->setPopupMode(QToolButton::InstantPopup);
-    m_palette = new CommandPalette(m_registry);
-}
-
-void SendWindow::fillCharsets(QMenu *menu)
-{
-    auto *group = new QActionGroup(menu);
-    for (const QByteArray &charset : offeredCharsets()) {
-        QAction *action = menu->addAction(QString::fromLatin1(charset));
-        action->setCheckable(true);
-        action->setChecked(charset == m_rest.charset);
-        group->addAction(action);
-        connect(action, &QAction::triggered, this, [this, charset] {
-            m_rest.charset = charset;
-            changed();
-        });
-    }
-}
-
-void SendWindow::fillSignatures(QMenu *menu)
-{
-    menu->addAction(tr("None"), this, [this] { takeSignature({}); });
-    menu->addSeparator();
-    for (const QString &name : signatureNames(m_header->identity()))
-        menu->addAction(QString(name).replace(u'&', u"&&"_s), this, [this, name] { takeSignature(name); });
-}
-
-void SendWindow::fillTemplates(QMenu *menu)
-{
-    menu->addAction(tr("None"))->setEnabled(false);
-    const QStringList names = templateNames();
-    if (names.isEmpty())
-        menu->addAction(tr("No templates defined"))->setEnabled(false);
-    for (const QString &name : names)
-        menu->addAction(QString(name).replace(u'&', u"&&"_s), this, [this, name] { takeTemplate(name); });
-}
-
 void SendWindow::show(const Composition &composition)
 {
     m_rest = composition;
     m_header->setIdentities(m_services.identities.all(), composition.identity.number);
     m_header->setNews(m_isArticle);
     m_header->show(composition);
+    m_header->setExtraShown(boolSetting(Setting::EditHeaders));
+    m_actions[ComposeAct::MoreFields]->setChecked(m_header->extraIsShown());
     m_editor->show(composition);
+    m_attachments->setLimit(m_services.sizeLimit ? m_services.sizeLimit(m_header->identity()) : 0);
     m_attachments->model().setAll(composition.attachments);
     m_actions[ComposeAct::ImportanceHigh]->setChecked(composition.importance == Importance::High);
     m_actions[ComposeAct::ImportanceLow]->setChecked(composition.importance == Importance::Low);
@@ -282,6 +214,8 @@ void SendWindow::show(const Composition &composition)
     m_actions[ComposeAct::Wrap]->setChecked(composition.wrap);
     updateHave();
     updateFormat();
+    if (composition.encrypt)
+        warnOfEncryption();
 }
 
 Composition SendWindow::composition() const
@@ -362,81 +296,6 @@ void SendWindow::resizeEvent(QResizeEvent *event)
     m_delay->setVisible(width() >= columnWidth(kBarTextsFrom));
 }
 
-void SendWindow::connectActions()
-{
-    const auto on = [this](ComposeAct act, auto then) {
-        connect(m_actions[act], &QAction::triggered, this, then);
-    };
-    on(ComposeAct::Send, [this] { send(0); });
-    on(ComposeAct::SendLater, [this] { sendLater(); });
-    on(ComposeAct::SaveDraft, [this] { saveDraft(); });
-    on(ComposeAct::History, [this] { showHistory(); });
-    on(ComposeAct::Attach, [this] { askForFiles(); });
-    on(ComposeAct::Discard, [this] { askBeforeDiscarding(); });
-    on(ComposeAct::Close, [this] { close(); });
-    on(ComposeAct::Undo, [this] { m_editor->undo(); });
-    on(ComposeAct::Redo, [this] { m_editor->redo(); });
-    on(ComposeAct::Cut, [this] { m_editor->cut(); });
-    on(ComposeAct::Copy, [this] { m_editor->copy(); });
-    on(ComposeAct::Paste, [this] { m_editor->paste(); });
-    on(ComposeAct::PastePlain, [this] { m_editor->pastePlain(); });
-    on(ComposeAct::PasteQuoted, [this] { m_editor->pasteAsQuotation(); });
-    on(ComposeAct::SelectAll, [this] { m_editor->selectAll(); });
-    on(ComposeAct::Rewrap, [this] { m_editor->rewrap(); });
-    on(ComposeAct::QuoteMore, [this] { m_editor->plain()->changeQuoteDepth(1); });
-    on(ComposeAct::QuoteLess, [this] { m_editor->plain()->changeQuoteDepth(-1); });
-    on(ComposeAct::Find, [this] { find(false, true); });
-    on(ComposeAct::FindNext, [this] { find(false, false); });
-    on(ComposeAct::FindPrevious, [this] { find(true, false); });
-    on(ComposeAct::Replace, [this] { m_replace->open(); });
-    on(ComposeAct::MoreFields, [this] { editMoreFields(); });
-    on(ComposeAct::InsertFile, [this] { insertFile(); });
-    on(ComposeAct::InsertPicture, [this] { insertPicture(); });
-    on(ComposeAct::Palette, [this] { m_palette->open(); });
-    on(ComposeAct::Keys, [this] { showKeyHelp(m_registry); });
-    using Field = ComposeHeader::Field;
-    const std::pair<ComposeAct, Field> fields[] = {{ComposeAct::ShowCc, Field::Cc},
-                                                   {ComposeAct::ShowBcc, Field::Bcc},
-                                                   {ComposeAct::ShowReplyTo, Field::ReplyTo},
-                                                   {ComposeAct::ShowFollowupTo, Field::FollowupTo},
-                                                   {ComposeAct::ShowDistribution, Field::Distribution}};
-    for (const auto &[act, field] : fields)
-        connect(m_actions[act], &QAction::triggered, this, [this, act = act, field = field](bool shown) {
-            m_header->setShown(field, shown);
-            m_actions[act]->setChecked(m_header->isShown(field));
-        });
-    for (const ComposeAct act : {ComposeAct::ImportanceHigh, ComposeAct::ImportanceLow, ComposeAct::Receipt,
-                                 ComposeAct::RefuseArchive, ComposeAct::Wrap})
-        connect(m_actions[act], &QAction::triggered, this, &SendWindow::changed);
-    on(ComposeAct::ImportanceHigh, [this] { m_actions[ComposeAct::ImportanceLow]->setChecked(false); });
-    on(ComposeAct::ImportanceLow, [this] { m_actions[ComposeAct::ImportanceHigh]->setChecked(false); });
-}
-
-void SendWindow::connectFormat()
-{
-    RichEditor *editor = m_editor->rich();
-    const auto on = [this](ComposeAct act, auto then) {
-        connect(m_actions[act], &QAction::triggered, this, then);
-    };
-    on(ComposeAct::Rich, [this](bool rich) { setRich(rich); });
-    on(ComposeAct::Bold, [editor](bool on) { editor->setBold(on); });
-    on(ComposeAct::Italic, [editor](bool on) { editor->setItalic(on); });
-    on(ComposeAct::Underline, [editor](bool on) { editor->setUnderline(on); });
-    on(ComposeAct::Bullets, [editor](bool on) { editor->setList(on, false); });
-    on(ComposeAct::Numbered, [editor](bool on) { editor->setList(on, true); });
-    on(ComposeAct::AlignLeft, [editor] { editor->setAlignment(Qt::AlignLeading); });
-    on(ComposeAct::AlignCentre, [editor] { editor->setAlignment(Qt::AlignHCenter); });
-    on(ComposeAct::AlignRight, [editor] { editor->setAlignment(Qt::AlignRight); });
-    on(ComposeAct::Justify, [editor] { editor->setAlignment(Qt::AlignJustify); });
-    on(ComposeAct::Colour, [this] { chooseColour(); });
-    connect(m_style, &QComboBox::activated, this, [this, editor] {
-        editor->setBlockStyle(m_style->currentData().toInt());
-        editor->setFocus();
-    });
-    connect(m_form, &QComboBox::activated, this, [this](int index) { setRich(index == 1); });
-    connect(editor, &RichEditor::formatChanged, this, &SendWindow::updateFormat);
-}
-
 void SendWindow::connectParts()
 {
     connect(m_header, &ComposeHeader::changed, this, &SendWindow::changed);
@@ -460,10 +319,13 @@ void SendWindow::connectParts()
     connect(m_editor, &ComposeEditor::filesDropped, this, &SendWindow::attachFiles);
     connect(m_editor, &ComposeEditor::imageDropped, this, &SendWindow::attachPicture);
     connect(&m_attachments->model(), &ComposeAttachmentModel::changed, this, &SendWindow::changed);
-    connect(m_attachments, &ComposeAttachments::filesDropped, this, &SendWindow::attachFiles);
+    connect(m_attachments, &ComposeAttachments::becameLarge, this, &SendWindow::warnOfSize);
     connect(m_attachments, &ComposeAttachments::addWanted, this, &SendWindow::askForFiles);
     connect(m_attachments, &ComposeAttachments::openWanted, this, &SendWindow::attachmentOpened);
     connect(&m_typed, &QTimer::timeout, this, &SendWindow::keepSoon);
     connect(&m_interval, &QTimer::timeout, this, &SendWindow::keepSoon);
-    connect(&m_counting, &QTimer::timeout, this, &SendWindow::updateStatus);
+    connect(&m_counting, &QTimer::timeout, this, [this] {
+        updateStatus();
+        lookAtNewPeople();
+    });
 }

@@ -4,12 +4,14 @@
 #include "engine/composer.h"
 #include "ui/actions/actionregistry.h"
 #include "ui/compose/composeactions.h"
+#include "ui/look/askingbar.h"
 
+#include <QHash>
 #include <QMainWindow>
 #include <QPointer>
+#include <QSet>
 #include <QTimer>
 
-class AskingBar;
 class CommandPalette;
 class ComposeAttachments;
 class ComposeEditor;
@@ -32,6 +34,9 @@ struct ComposeServices
     IdentityManager &identities;
     MessageBoxes &boxes;
     std::function<bool(const QString &group)> isSubscribed; ///< to a newsgroup; null: nobody knows
+
+    /// The bytes of a message that the server of an identity takes; 0 or null: nobody knows.
+    std::function<qint64(int identity)> sizeLimit = {};
 };
 
 /// The window in which a message is written. It keeps versions of it as a draft while one types, and closes
@@ -46,6 +51,7 @@ public:
     ~SendWindow() override;
 
     int draft() const { return m_draft; }
+    AskingBar &bar() const { return *m_bar; }
     void comeForward();
 
     /// The message as it stands now.
@@ -77,18 +83,27 @@ private:
     /// @name Made of (sendwindow.cpp)
     /// @{
     void createBars();
-    void createMenus();
     void createStatus();
-    void connectActions();
-    void connectFormat();
     void connectParts();
-    void fillCharsets(QMenu *menu);
-    void fillSignatures(QMenu *menu);
-    void fillTemplates(QMenu *menu);
     void show(const Composition &composition);
     void updateHave();
     void updateFormat();
     void updateStatus();
+    /// @}
+
+    /// @name Menus and panes (sendwindowmenus.cpp)
+    /// @{
+    void createMenus();
+    void connectActions();
+    void connectFormat();
+    void fillCharsets(QMenu *menu);
+    void fillSignatures(QMenu *menu);
+    void fillTemplates(QMenu *menu);
+    void fillUndoDelays(QMenu *menu);
+    void fillWarnings(QMenu *menu);
+    void showMoreFields(bool shown);
+    void focusNextPane(int direction);
+    void focusPane(QWidget *pane);
     /// @}
 
     /// @name Writing (sendwindowedit.cpp)
@@ -106,15 +121,27 @@ private:
     void insertFile();
     void insertPicture();
     void setRich(bool rich);
-    void editMoreFields();
     void find(bool backwards, bool open);
+    /// @}
+
+    /// @name To whom (sendwindowpeople.cpp)
+    /// @{
     QString doubtAbout(const Address &address) const;
+    void lookAtNewPeople();
+    QString similarTo(const QString &address) const;
+    QString nameOf(const QString &address) const;
+    void replacePerson(const QString &address, const QString &better);
+    void moveToBcc();
+    void warnOfEncryption();
+    void warnOfSize();
     /// @}
 
     /// @name The draft (sendwindowdraft.cpp)
     /// @{
     void keepSoon();
     void saveDraft();
+    void tellUnsaved(const QString &why);
+    void saveElsewhere();
     void showHistory();
     void restore(const Composition &version);
     void askBeforeClosing();
@@ -131,7 +158,9 @@ private:
     void refuse(const SendFinding &finding);
     void ask(const SendFinding &finding, QList<SendFinding> rest);
     void askCharset(const SendFinding &finding, QList<SendFinding> rest);
+    bool canBeSent();
     void warn(const SendFinding &finding);
+    AskingBar::Answer remedyFor(const SendFinding &finding);
     void handOver();
     /// @}
 
@@ -147,11 +176,15 @@ private:
     bool m_isArticle = false;
     bool m_isChanged = false;   ///< since the draft was stored, or since the window opened
     bool m_isKept = true;       ///< the newest version holds everything
+    bool m_isTold = false;      ///< that it could not be kept
     bool m_isOver = false;      ///< sent or discarded: nothing is kept any more
     bool m_isComposing = false; ///< an input method has characters that are not settled
     bool m_isSending = false;   ///< questions are open
     qint64 m_notBefore = 0;
     QList<std::pair<SendProblem, QString>> m_confirmed; ///< findings that the user has answered with "Send"
+    QSet<QString> m_seenPeople;                         ///< addresses that were looked at, in lower case
+    QHash<QString, QString> m_doubts;                   ///< of those: what is meant instead
+    QSet<QString> m_kept;                               ///< new addresses that are right, in lower case
     QString m_savedText;
     QTimer m_typed;
     QTimer m_interval;

@@ -1,5 +1,8 @@
+#include "compose/messagebuilder.h"
 #include "config/clock.h"
+#include "config/reporter.h"
 #include "config/settings.h"
+#include "message/safename.h"
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/composeheader.h"
@@ -7,25 +10,93 @@
 #include "ui/compose/sendwindow.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/messageboxes.h"
+#include "ui/reader/attachmentfiles.h"
 
 #include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLocale>
 
 using namespace Qt::StringLiterals;
 
 // The draft that the compose window keeps.
 
+namespace {
+
+/// Catches what is reported while it lives: said once in the window, and not in a box after every pause.
+class CaughtReports
+{
+public:
+    CaughtReports()
+        : m_before(setReportSink([this](const Report &report) { m_texts.append(report.text); }))
+    {}
+    ~CaughtReports() { setReportSink(m_before); }
+    CaughtReports(const CaughtReports &) = delete;
+    CaughtReports &operator=(const CaughtReports &) = delete;
+
+    QString text() const { return m_texts.join(u' '); }
+
+private:
+    QStringList m_texts;
+    ReportSink m_before;
+};
+
+QString timeNow()
+{
+    return QLocale().toString(clockNow().time(), QLocale::ShortFormat);
+}
+
+} // namespace
+
 bool SendWindow::keepNow()
 {
     if (m_isOver || m_isKept)
         return true;
-    const bool kept = m_services.drafts.keep(m_draft, composition());
-    m_isKept = kept;
-    m_savedText = kept ? tr("Draft saved %1").arg(QLocale().toString(clockNow().time(), QLocale::ShortFormat))
-                       : tr("The draft could not be saved");
+    QString why;
+    {
+        const CaughtReports reports;
+        m_isKept = m_services.drafts.keep(m_draft, composition());
+        why = reports.text();
+    }
+    m_savedText = m_isKept ? tr("Draft saved %1").arg(timeNow()) : tr("Not saved");
+    if (!m_isKept)
+        tellUnsaved(why);
+    else if (m_isTold)
+        m_bar->tell(MessageBar::Kind::Good, tr("The draft is saved again."));
+    m_isTold = !m_isKept;
     updateHave();
     updateStatus();
-    return kept;
+    return m_isKept;
+}
+
+void SendWindow::tellUnsaved(const QString &why)
+{
+    const QString text = tr("This message could not be saved. %1").arg(why);
+    if (m_isTold && m_bar->isVisible() && m_bar->text() == text)
+        return; // said already
+    m_bar->ask(MessageBar::Kind::Error, text, {tr("Try again"), [this] { keepNow(); }},
+               {tr("Save elsewhere…"), [this] { saveElsewhere(); }});
+}
+
+/// The way out of a full disk: the whole message as a file of its own.
+void SendWindow::saveElsewhere()
+{
+    auto *dialog = new QFileDialog(this, tr("Save the message"));
+    dialog->setObjectName(u"saveElsewhere"_s);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave); // asks before it replaces a file
+    dialog->setDefaultSuffix(u"eml"_s);
+    const QString subject = m_header->text(ComposeHeader::Field::Subject).replace(u'/', u'-');
+    dialog->selectFile(safeFileName((subject.isEmpty() ? tr("Draft") : subject) + u".eml"_s));
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &path) {
+        const QByteArray message = buildMessage(composition(), {BuildFor::Draft, {}, clockNow()});
+        if (!message.isEmpty() && writeWholeFile(path, message))
+            m_bar->tell(MessageBar::Kind::Good,
+                        tr("A copy of the message is in %1.").arg(QFileInfo(path).fileName()));
+        else
+            tellUnsaved(tr("%1 cannot be written.").arg(QFileInfo(path).fileName()));
+    });
+    dialog->open();
 }
 
 void SendWindow::markUnsaved()
@@ -46,7 +117,7 @@ void SendWindow::saveDraft()
     if (!keepNow() || !m_services.drafts.store(m_draft))
         return;
     m_isChanged = false;
-    m_savedText = tr("Saved in Drafts %1").arg(QLocale().toString(clockNow().time(), QLocale::ShortFormat));
+    m_savedText = tr("Saved in Drafts %1").arg(timeNow());
     updateStatus();
 }
 

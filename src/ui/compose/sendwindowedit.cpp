@@ -8,7 +8,6 @@
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/composeheader.h"
-#include "ui/compose/morefields.h"
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/replacebar.h"
 #include "ui/compose/richeditor.h"
@@ -23,7 +22,6 @@
 #include <QFileDialog>
 #include <QImage>
 #include <QMimeData>
-#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -47,6 +45,7 @@ void SendWindow::identityChosen(int number)
     if (before.signature != chosen->signature || before.number != number)
         takeSignature(chosen->signature);
     m_header->judgeAgain();
+    m_attachments->setLimit(m_services.sizeLimit ? m_services.sizeLimit(number) : 0);
     changed();
 }
 
@@ -97,9 +96,7 @@ void SendWindow::takeTemplate(const QString &name)
 
 void SendWindow::attachFiles(const QStringList &paths)
 {
-    for (const QString &path : paths)
-        if (const std::optional<Attachment> read = readAttachment(path))
-            m_attachments->model().add(*read);
+    m_attachments->addFiles(paths);
 }
 
 void SendWindow::attachPicture(const QImage &image)
@@ -168,14 +165,6 @@ void SendWindow::setRich(bool rich)
                {tr("Make it plain"), [this] { m_editor->setRich(false); }}, {tr("Keep it"), [] {}});
 }
 
-void SendWindow::editMoreFields()
-{
-    showMoreFields(this, m_rest.extra, [this](const QList<ExtraHeader> &extra) {
-        m_rest.extra = extra;
-        changed();
-    });
-}
-
 void SendWindow::find(bool backwards, bool open)
 {
     FindBar *bar = m_editor->isRich() ? m_findRich : m_findPlain;
@@ -187,14 +176,6 @@ void SendWindow::find(bool backwards, bool open)
         bar->findNext();
 }
 
-/// What is no address at all; what is new is told when the message is sent.
-QString SendWindow::doubtAbout(const Address &address) const
-{
-    if (isValidAddress(address.address))
-        return {};
-    return address.address.isEmpty() ? tr("There is no address.") : tr("This is not an address.");
-}
-
 void SendWindow::dragEnterEvent(QDragEnterEvent *event)
 {
     if (event->mimeData()->hasUrls())
@@ -203,10 +184,6 @@ void SendWindow::dragEnterEvent(QDragEnterEvent *event)
 
 void SendWindow::dropEvent(QDropEvent *event)
 {
-    QStringList paths;
-    for (const QUrl &url : event->mimeData()->urls())
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
-    attachFiles(paths);
+    attachFiles(localFilesIn(event->mimeData()));
     event->acceptProposedAction();
 }

@@ -3,6 +3,7 @@
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/composeheader.h"
+#include "ui/compose/extrafields.h"
 #include "ui/compose/sendlater.h"
 #include "ui/compose/sendwindow.h"
 #include "ui/look/askingbar.h"
@@ -18,10 +19,31 @@ void SendWindow::send(qint64 notBefore)
     if (m_isSending || m_isOver || m_isComposing)
         return;
     m_header->commit();
+    if (!canBeSent())
+        return;
     m_notBefore = notBefore;
     m_confirmed.clear();
     keepNow();
     check();
+}
+
+/// What no answer can help: files that are not there yet, fields that would be lost on the way, a secret
+/// that cannot be kept.
+bool SendWindow::canBeSent()
+{
+    if (m_attachments->isReading()) {
+        m_bar->tell(MessageBar::Kind::Information,
+                    tr("Files are still being attached. Send the message when they are there."));
+        return false;
+    }
+    if (const QString problem = m_header->extra().problem(); !problem.isEmpty()) {
+        m_bar->tell(MessageBar::Kind::Error, problem);
+        m_header->extra().focusProblem();
+        return false;
+    }
+    if (m_rest.encrypt)
+        warnOfEncryption();
+    return !m_rest.encrypt;
 }
 
 /// Everything that stands in the way; what the user has answered already does not.
@@ -37,7 +59,8 @@ void SendWindow::check()
     m_isSending = true;
     QList<SendFinding> findings = checkBeforeSending(composition(), context);
     findings.removeIf([this](const SendFinding &each) {
-        return m_confirmed.contains(std::pair(each.problem, each.detail));
+        const bool isKept = each.problem == SendProblem::NewAddress && m_kept.contains(each.detail.toLower());
+        return isKept || m_confirmed.contains(std::pair(each.problem, each.detail));
     });
     goThrough(std::move(findings));
 }
@@ -121,7 +144,10 @@ void SendWindow::askCharset(const SendFinding &finding, QList<SendFinding> rest)
             changed();
             goThrough(rest);
             break;
-        case 1: goThrough(rest); break;
+        case 1:
+            m_confirmed.append({SendProblem::CharsetTooSmall, QString::fromLatin1(suggested)});
+            goThrough(rest);
+            break;
         default:
             m_isSending = false;
             m_bar->tell(MessageBar::Kind::Information,
@@ -140,10 +166,27 @@ void SendWindow::warn(const SendFinding &finding)
         m_confirmed.append(answered);
         check();
     };
-    AskingBar::Answer first;
-    if (finding.problem == SendProblem::AttachmentForgotten)
-        first = {tr("Attach…"), [this] { askForFiles(); }};
-    m_bar->ask(MessageBar::Kind::Warning, finding.text, first, {tr("Send anyway"), goOn});
+    m_bar->ask(MessageBar::Kind::Warning, finding.text, remedyFor(finding),
+               {m_isArticle ? tr("Post anyway") : tr("Send anyway"), goOn});
+    if (rowOf(finding.problem).bit != 0)
+        m_bar->offerTick(tr("Don't warn me about this again"),
+                         [problem = finding.problem](bool on) { turnOff(problem, on); });
+}
+
+/// What would put it right; nothing where only the writer can.
+AskingBar::Answer SendWindow::remedyFor(const SendFinding &finding)
+{
+    switch (finding.problem) {
+    case SendProblem::AttachmentForgotten: return {tr("Attach…"), [this] { askForFiles(); }};
+    case SendProblem::ManyRecipients: return {tr("Move to Bcc"), [this] { moveToBcc(); }};
+    case SendProblem::NewAddress: break;
+    default: return {};
+    }
+    const QString meant = similarTo(finding.detail);
+    if (meant.isEmpty())
+        return {};
+    return {tr("Use %1").arg(nameOf(meant)),
+            [this, address = finding.detail, meant] { replacePerson(address, meant); }};
 }
 
 void SendWindow::handOver()

@@ -21,6 +21,9 @@ public:
 
     /// An answer hides the bar before it acts.
     void ask(Kind kind, const QString &text, Answer first = {}, Answer second = {});
+    /// A box to tick beside what was asked last; @p then learns of each change at once.
+    void offerTick(const QString &text, std::function<void(bool)> then);
+
     void tell(Kind kind, const QString &text) { ask(kind, text); }
 
 private:
@@ -28,4 +31,5 @@ private:
 
     Answer m_first;
     Answer m_second;
+    std::function<void(bool)> m_whenTicked;
 };

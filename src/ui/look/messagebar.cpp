@@ -9,6 +9,7 @@
 #include "ui/look/velmarstyle.h"
 
 #include <QAccessible>
+#include <QCheckBox>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QPainter>
@@ -42,6 +43,7 @@ MessageBar::MessageBar(QWidget *parent)
     : QWidget(parent)
     , m_sign(new QWidget(this))
     , m_text(new ElidedLabel({}, this))
+    , m_tick(new QCheckBox(this))
     , m_first(textButton(this))
     , m_second(textButton(this))
     , m_close(newToolButton(u"close"_s, tr("Close"), this))
@@ -49,12 +51,16 @@ MessageBar::MessageBar(QWidget *parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_first->setObjectName(u"first"_s);
     m_second->setObjectName(u"second"_s);
+    m_tick->setObjectName(u"tick"_s);
+    m_tick->hide();
     m_close->setObjectName(u"close"_s);
     m_close->setFocusPolicy(Qt::TabFocus);
     auto *layout = new QHBoxLayout(this);
     layout->setSpacing(0);
     layout->addWidget(m_sign);
     layout->addWidget(m_text, 1);
+    layout->addSpacing(space::between);
+    layout->addWidget(m_tick);
     layout->addWidget(m_first);
     layout->addWidget(m_second);
     layout->addSpacing(space::between);
@@ -62,6 +68,7 @@ MessageBar::MessageBar(QWidget *parent)
     arrange();
     connect(m_first, &QPushButton::clicked, this, &MessageBar::firstClicked);
     connect(m_second, &QPushButton::clicked, this, &MessageBar::secondClicked);
+    connect(m_tick, &QCheckBox::clicked, this, &MessageBar::ticked);
     connect(m_close, &QToolButton::clicked, this, [this] {
         hide();
         emit closed();
@@ -78,10 +85,33 @@ void MessageBar::showMessage(Kind kind, const QString &text, const QString &firs
     m_second->setText(second);
     m_second->setVisible(!second.isEmpty());
     setAccessibleName(m_text->text());
+    m_tick->setText({});
+    fitTick();
     show();
     update();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
+}
+
+void MessageBar::offerTick(const QString &text)
+{
+    m_tick->setText(text);
+    m_tick->setChecked(false);
+    fitTick();
+}
+
+/// What the bar says goes before the box.
+void MessageBar::fitTick()
+{
+    const int others = m_sign->width() + m_text->sizeHint().width() + m_first->sizeHint().width() +
+                       m_second->sizeHint().width() + m_close->width() + 2 * space::dialog;
+    m_tick->setVisible(!m_tick->text().isEmpty() && others + m_tick->sizeHint().width() <= width());
+}
+
+void MessageBar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitTick();
 }
 
 void MessageBar::changeText(const QString &text)

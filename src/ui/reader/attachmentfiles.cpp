@@ -293,14 +293,33 @@ bool AttachmentFiles::makeDirectory()
     return false;
 }
 
-QString AttachmentFiles::copyOf(const Message &message, int part)
+/// Where a copy of that name goes, its directory there; empty after a warning.
+QString AttachmentFiles::freshPath(const QString &name)
 {
     if (!makeDirectory())
         return {};
     const QString folder = m_directory->filePath(QString::number(++m_count));
-    const QString path = folder + u'/' + attachmentName(message, part);
-    if (!QDir().mkpath(folder) || !message.mime().savePart(part, path))
+    return QDir().mkpath(folder) ? folder + u'/' + name : QString();
+}
+
+QString AttachmentFiles::copyOf(const Message &message, int part)
+{
+    const QString path = freshPath(attachmentName(message, part));
+    if (path.isEmpty() || !message.mime().savePart(part, path))
         return {};
+    QFile::setPermissions(path, QFile::ReadOwner);
+    return path;
+}
+
+QString AttachmentFiles::copyOf(const QString &name, const QByteArray &bytes)
+{
+    const QString path = freshPath(safeFileName(name));
+    if (path.isEmpty())
+        return {};
+    if (!writeWholeFile(path, bytes)) {
+        report(ReportLevel::Warning, "Unable to write file '%s'", qUtf8Printable(path));
+        return {};
+    }
     QFile::setPermissions(path, QFile::ReadOwner);
     return path;
 }

@@ -64,8 +64,12 @@ public:
     /// The path of a copy of a part; empty, after a warning, when it cannot be written.
     QString copyOf(const Message &message, int part);
 
+    /// The same of a file that is in no message yet.
+    QString copyOf(const QString &name, const QByteArray &bytes);
+
 private:
     bool makeDirectory();
+    QString freshPath(const QString &name);
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<QLockFile> m_lock; ///< says that somebody lives here; goes before the directory does

@@ -6,7 +6,10 @@
 #include "ui/look/styleparts.h"
 #include "ui/texts/harmless.h"
 
+#include <QImage>
+#include <QMouseEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QStyledItemDelegate>
 
 using namespace Qt::StringLiterals;
@@ -20,14 +23,19 @@ constexpr int kMostRowsShown = 2;
 class CardDelegate : public QStyledItemDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    explicit CardDelegate(AttachmentView *view)
+        : QStyledItemDelegate(view)
+        , m_view(view)
+    {}
+
+    void setRemovable(bool removable) { m_removable = removable; }
 
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         const int name = option.fontMetrics.horizontalAdvance(index.data().toString());
         const int size = sizeMetrics().horizontalAdvance(index.data(AttachmentView::SizeRole).toString());
-        const int wanted = 2 * space::group + iconSize(IconUse::Row) + 2 * space::between + 2 +
-                           std::min(name, columnWidth(kNameColumns)) + size;
+        const int wanted = 2 * space::group + signSide(index) + 2 * space::between + 2 +
+                           std::min(name, columnWidth(kNameColumns)) + size + crossWidth();
         const int room = option.widget ? option.widget->width() - 2 * space::between - kScrollBar : wanted;
         return {std::max(std::min(wanted, room), columnWidth(kFewColumns)), controlHeight()};
     }
@@ -45,10 +53,16 @@ public:
                    colour(Role::Line));
         if (focused)
             paintFocusRing(painter, option.rect, radius::card);
-        const QRect inside = option.rect.adjusted(space::group, 0, -space::group, 0);
-        const int icon = iconSize(IconUse::Row);
-        paintIcon(painter, leading(&option, inside, icon), index.data(AttachmentView::IconRole).toString(),
-                  colour(Role::Text2), option.direction);
+        QRect inside = option.rect.adjusted(space::group, 0, -space::group, 0);
+        const int icon = signSide(index);
+        paintSign(painter, leading(&option, inside, icon), option, index);
+        if (m_removable) {
+            const int side = iconSize(IconUse::Row) * 3 / 4;
+            paintIcon(painter,
+                      QStyle::alignedRect(option.direction, Qt::AlignCenter, {side, side}, crossOf(option)),
+                      u"close"_s, colour(Role::Text2), option.direction);
+            inside = leading(&option, inside, inside.width() - crossWidth());
+        }
         const QString size = index.data(AttachmentView::SizeRole).toString();
         const int sizeWidth = sizeMetrics().horizontalAdvance(size) + 1;
         QRect text = trailing(&option, inside, inside.width() - icon - space::between);
@@ -65,11 +79,69 @@ public:
         painter->restore();
     }
 
+    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option,
+                     const QModelIndex &index) override
+    {
+        if (m_removable && event->type() == QEvent::MouseButtonRelease) {
+            const auto *mouse = static_cast<QMouseEvent *>(event);
+            if (mouse->button() == Qt::LeftButton && crossOf(option).contains(mouse->position().toPoint())) {
+                emit m_view->removeClicked(index);
+                return true;
+            }
+        }
+        return QStyledItemDelegate::editorEvent(event, model, option, index);
+    }
+
 private:
     static QFontMetrics sizeMetrics() { return QFontMetrics(fontScaled(scale::small)); }
+
+    static int signSide(const QModelIndex &index)
+    {
+        const bool hasPicture = !index.data(AttachmentView::PictureRole).value<QImage>().isNull();
+        return hasPicture ? AttachmentView::pictureSide() : iconSize(IconUse::Row);
+    }
+
+    int crossWidth() const { return m_removable ? iconSize(IconUse::Row) + space::between : 0; }
+
+    QRect crossOf(const QStyleOptionViewItem &option) const
+    {
+        return trailing(&option, option.rect, iconSize(IconUse::Row) + space::between + space::group);
+    }
+
+    /// A picture fills its square; what is longer is cut on both sides.
+    static void paintSign(QPainter *painter, const QRect &place, const QStyleOptionViewItem &option,
+                          const QModelIndex &index)
+    {
+        const auto picture = index.data(AttachmentView::PictureRole).value<QImage>();
+        if (picture.isNull()) {
+            paintIcon(painter, place, index.data(AttachmentView::IconRole).toString(), colour(Role::Text2),
+                      option.direction);
+            return;
+        }
+        const int side = place.width();
+        const QRect square(place.x(), place.center().y() - side / 2 + 1, side, side);
+        const int least = std::min(picture.width(), picture.height());
+        const QRect source((picture.width() - least) / 2, (picture.height() - least) / 2, least, least);
+        QPainterPath path;
+        path.addRoundedRect(square, radius::box, radius::box);
+        painter->save();
+        painter->setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter->setClipPath(path);
+        painter->fillRect(square, colour(Role::Base)); // below what is transparent
+        painter->drawImage(square, picture, source);
+        painter->restore();
+    }
+
+    AttachmentView *m_view;
+    bool m_removable = false;
 };
 
 } // namespace
+
+int AttachmentView::pictureSide()
+{
+    return controlHeight() - 2 * space::inner;
+}
 
 AttachmentView::AttachmentView(QWidget *parent)
     : QListView(parent)
@@ -91,6 +163,12 @@ AttachmentView::AttachmentView(QWidget *parent)
     setMouseTracking(true);
     viewport()->setAutoFillBackground(false);
     setItemDelegate(new CardDelegate(this));
+}
+
+void AttachmentView::setRemovable(bool removable)
+{
+    static_cast<CardDelegate *>(itemDelegate())->setRemovable(removable);
+    doItemsLayout();
 }
 
 void AttachmentView::fitHeight()
