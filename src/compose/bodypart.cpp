@@ -7,6 +7,7 @@
 #include "message/contenttypes.h"
 #include "message/lineends.h"
 
+#include <QHash>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -48,6 +49,32 @@ EncodedText encodedText(const QString &text, const QByteArray &wanted)
         if (std::optional<QByteArray> bytes = encodeCharset(text, wanted))
             return {std::move(*bytes), wanted.trimmed()};
     return {text.toUtf8(), "UTF-8"};
+}
+
+/// @p text with substitutes for those of its characters that @p charset does not hold.
+QString fitting(const QString &text, const QByteArray &charset, bool isHtml)
+{
+    QHash<char32_t, bool> fits;
+    QString out;
+    out.reserve(text.size());
+    for (const char32_t c : text.toUcs4()) {
+        const QString character = QString::fromUcs4(&c, 1);
+        auto known = fits.constFind(c);
+        if (known == fits.constEnd())
+            known = fits.insert(c, c < 0x80 || encodeCharset(character, charset).has_value());
+        if (*known)
+            out += character;
+        else
+            out += isHtml ? u"&#%1;"_s.arg(quint32(c)) : u"?"_s;
+    }
+    return out;
+}
+
+EncodedText encodedText(const QString &text, const TextRules &rules, bool isHtml)
+{
+    const bool isAsItIs = !rules.isForced || !holdsAscii(rules.charset) || isAsciiText(text) ||
+                          encodeCharset(text, rules.charset);
+    return encodedText(isAsItIs ? text : fitting(text, rules.charset, isHtml), rules.charset);
 }
 
 QByteArray encodingField(TransferEncoding encoding)
@@ -209,7 +236,7 @@ void appendContent(QByteArray &out, const BodyPart &part)
 
 BodyPart textPart(const QString &text, const char *subtype, const TextRules &rules)
 {
-    EncodedText encoded = encodedText(text, rules.charset);
+    EncodedText encoded = encodedText(text, rules, qstrcmp(subtype, "html") == 0);
     BodyPart part;
     part.encoding = textEncoding(encoded.bytes, rules);
     part.fields = textFields(subtype, encoded.charset, part.encoding);
@@ -227,7 +254,7 @@ std::optional<BodyPart> textWithBlocks(const QString &text, const QList<Attachme
     if (form == AttachmentForm::Yenc) {
         part.encoding = EightBit;
         part.fields = textFields(
-            "plain", isAsciiText(text) ? "ISO-8859-1" : encodedText(text, rules.charset).charset, EightBit);
+            "plain", isAsciiText(text) ? "ISO-8859-1" : encodedText(text, rules, false).charset, EightBit);
     }
     for (const Attachment &attachment : attachments) {
         BodyPart block;

@@ -21,9 +21,10 @@ struct BodyPart
 /// How texts are written.
 struct TextRules
 {
-    QByteArray charset;           ///< wanted; UTF-8 where a text does not fit
+    QByteArray charset;           ///< wanted; UTF-8 where a text does not fit, unless it is forced
     bool quotedPrintable = false; ///< for all that is not ASCII
     bool sevenBit = false;        ///< nothing may be changed on its way: it gets signed (RFC 3156 section 3)
+    bool isForced = false;        ///< what does not fit into charset goes as "?", in HTML as its number
 };
 
 /// A text of type "text/" + @p subtype.

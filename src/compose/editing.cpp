@@ -1,6 +1,7 @@
 #include "compose/editing.h"
 
 #include "compose/charsets.h"
+#include "compose/mailedmark.h"
 #include "compose/messagebody.h"
 #include "compose/messagebuilder.h"
 #include "compose/references.h"
@@ -149,9 +150,14 @@ void dropLinesOfBlocks(Composition &composition)
 /// What is put in front of the mailed form of an article is not the writer's.
 void dropMailedMark(Composition &composition, const Message &message)
 {
-    static constexpr QStringView kMark = u"[Posted and mailed]\n\n";
-    if (message.hasHeader("Posted-And-Mailed") && composition.text.startsWith(kMark))
-        composition.text.remove(0, kMark.size());
+    if (!message.hasHeader("Posted-And-Mailed"))
+        return;
+    const QLatin1StringView mark(kMailedMark);
+    if (composition.text.startsWith(mark))
+        composition.text.remove(0, mark.size());
+    const QLatin1StringView paragraph(kMailedParagraph);
+    if (const qsizetype at = composition.html.indexOf(paragraph); at >= 0)
+        composition.html.remove(at, paragraph.size());
 }
 
 } // namespace

@@ -2,11 +2,14 @@
 
 #include "compose/bodypart.h"
 #include "compose/envelope.h"
+#include "compose/mailedmark.h"
+#include "compose/messagebody.h"
 #include "compose/quoting.h"
 #include "config/clock.h"
 #include "config/reporter.h"
 #include "config/settings.h"
 #include "message/date.h"
+#include "message/headerblock.h"
 #include "message/messageid.h"
 #include "message/useragent.h"
 
@@ -16,8 +19,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr char kPostedAndMailed[] = "[Posted and mailed]";
 
 /// Fields that the program writes itself, those that it shows as entry fields or choices, and those that a
 /// message gets on its way.
@@ -60,20 +61,13 @@ constexpr std::array kOwnFields = {
 };
 constexpr std::array kOwnBeginnings = {"content-", "x-velmar-", "resent-"};
 
-bool wantsMail(const Composition &composition, const BuildOptions &options)
-{
-    return composition.isMail() && !(options.postedCopy && composition.isNews());
-}
-
 bool isPostedAndMailed(const Composition &composition)
 {
     return composition.isNews() && composition.isMail();
 }
 
-QList<Address> recipientsOf(const Composition &composition, const BuildOptions &options)
+QList<Address> recipientsOf(const Composition &composition)
 {
-    if (!wantsMail(composition, options))
-        return {};
     return envelopeRecipients({composition.to, composition.cc, composition.bcc});
 }
 
@@ -130,8 +124,8 @@ void writeExtraFields(HeaderWriter &header, const QList<ExtraHeader> &fields)
 QByteArray controlFields(const Composition &composition, const BuildOptions &options)
 {
     HeaderWriter header(composition.charset);
-    if (options.purpose == BuildFor::Sending && wantsMail(composition, options))
-        writeEnvelope(header, composition.identity, recipientsOf(composition, options));
+    if (options.purpose == BuildFor::Sending && composition.isMail())
+        writeEnvelope(header, composition.identity, recipientsOf(composition));
     header.line("X-Velmar-Sign", composition.sign ? "Yes" : "No");
     header.line("X-Velmar-Encrypt", composition.encrypt ? "Yes" : "No");
     header.line("MIME-Version", "1.0");
@@ -155,14 +149,14 @@ QString withLineEnd(const QString &text)
     return text.isEmpty() || text.endsWith(u'\n') ? text : text + u'\n';
 }
 
-/// @p line as the first paragraph of @p html.
-QString withFirstParagraph(QString html, QLatin1StringView line)
+/// @p paragraph as the first one of @p html, on a line of its own.
+QString withFirstParagraph(QString html, QLatin1StringView paragraph)
 {
     if (html.isEmpty())
         return html;
     const qsizetype body = html.indexOf("<body"_L1, 0, Qt::CaseInsensitive);
     const qsizetype end = body < 0 ? -1 : html.indexOf(u'>', body);
-    return html.insert(end + 1, "<p>"_L1 + line + "</p>\n"_L1);
+    return html.insert(end + 1, (end < 0 ? ""_L1 : "\n"_L1) + paragraph);
 }
 
 /// The texts of a message in the form in which they go.
@@ -179,9 +173,9 @@ Texts textsOf(const Composition &composition, const BuildOptions &options)
         const int width = intSetting(Setting::SendWrapWidth);
         if (composition.wrap && width > 0)
             texts.plain = wrapText(texts.plain, width);
-        if (isPostedAndMailed(composition) && wantsMail(composition, options)) {
-            texts.plain.prepend(QLatin1StringView(kPostedAndMailed) + "\n\n"_L1);
-            texts.html = withFirstParagraph(texts.html, QLatin1StringView(kPostedAndMailed));
+        if (isPostedAndMailed(composition)) {
+            texts.plain.prepend(QLatin1StringView(kMailedMark));
+            texts.html = withFirstParagraph(texts.html, QLatin1StringView(kMailedParagraph));
         }
     }
     texts.plain = withLineEnd(texts.plain);
@@ -215,7 +209,9 @@ BodyPart richPart(const Texts &texts, QList<Attachment> &others, const TextRules
 BodyPart bodyOf(const Composition &composition, const BuildOptions &options)
 {
     const Texts texts = textsOf(composition, options);
-    const TextRules rules{composition.charset, boolSetting(Setting::ForceQP), composition.sign};
+    // Who sends with a character set that is too small was asked; a draft holds all that was written.
+    const bool isForced = options.purpose == BuildFor::Sending;
+    const TextRules rules{composition.charset, boolSetting(Setting::ForceQP), composition.sign, isForced};
     QList<Attachment> others = composition.attachments;
     if (composition.html.isEmpty() && !others.isEmpty() &&
         composition.attachmentForm != AttachmentForm::Mime) {
@@ -238,7 +234,7 @@ BodyPart bodyOf(const Composition &composition, const BuildOptions &options)
 QByteArray buildMessage(const Composition &composition, const BuildOptions &options)
 {
     if (options.purpose == BuildFor::Sending &&
-        !canBeAddressed(composition.identity, recipientsOf(composition, options)))
+        !canBeAddressed(composition.identity, recipientsOf(composition)))
         return {};
     // One buffer from the first byte to the last: with a large attachment a second would not be free.
     const BodyPart body = bodyOf(composition, options);
@@ -260,8 +256,7 @@ QByteArray buildHeaders(const Composition &composition, const BuildOptions &opti
     header.names("Newsgroups", composition.newsgroups);
     header.addresses("To", composition.to);
     header.addresses("Cc", composition.cc);
-    if (!options.postedCopy)
-        header.addresses("Bcc", composition.bcc);
+    header.addresses("Bcc", composition.bcc);
     header.text("Subject", composition.subject);
     writeReferences(header, composition, options);
     header.names("Distribution", composition.distribution);
@@ -285,6 +280,26 @@ QByteArray buildBody(const Composition &composition, const BuildOptions &options
     text.reserve(writtenSize(body));
     appendPart(text, body);
     return text;
+}
+
+QByteArray postedForm(const QByteArray &message)
+{
+    const QByteArray lineBefore = "\n\n";
+    const Message header(message.first(headerExtent(message).length));
+    const qsizetype mark = message.indexOf(lineBefore + kMailedMark);
+    if (!header.hasHeader("Posted-And-Mailed") || mark < 0)
+        return message;
+    QByteArray text = message;
+    text.remove(mark + lineBefore.size(), qsizetype(qstrlen(kMailedMark)));
+    const qsizetype html = text.indexOf("\nContent-Type: text/html", mark);
+    const qsizetype paragraph = html < 0 ? -1 : text.indexOf(QByteArray("\n") + kMailedParagraph, html);
+    if (paragraph >= 0)
+        text.remove(paragraph + 1, qsizetype(qstrlen(kMailedParagraph)));
+    text = withoutPrivateHeaders(text);
+    const qsizetype length = headerExtent(text).length;
+    const qsizetype lines = text.first(length).indexOf("\nLines: ") + 1;
+    const QByteArray field = linesField(QByteArrayView(text).sliced(contentOffset(text, 0)));
+    return lines == 0 ? text : text.replace(lines, text.indexOf('\n', lines) + 1 - lines, field);
 }
 
 QByteArray newIdentifier(const Identity &identity)

@@ -20,10 +20,6 @@ struct BuildOptions
     BuildFor purpose = BuildFor::Sending;
     QByteArray messageId; ///< empty: a new one
     QDateTime date;       ///< invalid: now
-
-    /// The copy for the newsgroups of a message that is mailed as well: without envelope, Bcc and the mail's
-    /// "[Posted and mailed]". Both copies bear one messageId.
-    bool postedCopy = false;
 };
 
 /// The whole message. Empty after a report when an address cannot be sent to or from.
@@ -50,6 +46,11 @@ QByteArray encryptedBody(const QByteArray &armoured);
 /// everything else unchanged; the envelope goes to @p to, from the identity's bare address. Empty after a
 /// report as in buildMessage().
 QByteArray resentMessage(const QByteArray &message, const Identity &identity, const QString &to);
+
+/// What goes to the newsgroups of a message that was built to be posted and mailed: without its envelope, its
+/// Bcc, and "[Posted and mailed]", which stands in what is mailed alone. Both bear one identifier. Any other
+/// message is as it was.
+QByteArray postedForm(const QByteArray &message);
 
 /// A new message identifier under the identity's host name, or else the domain of its address.
 QByteArray newIdentifier(const Identity &identity);

@@ -58,14 +58,16 @@ QString carriedDistribution(const Message &original)
     return distribution.compare(u"world", Qt::CaseInsensitive) == 0 ? QString() : distribution;
 }
 
-QString forwardSubject(const QString &subject, ForwardMark mark)
+constexpr QStringView kMarksInFront[] = {u"fw:", u"fwd:"};
+constexpr QStringView kMarkBehind = u"(fwd)";
+
+QStringView withoutMarkInFront(QStringView subject)
 {
-    if (mark == ForwardMark::Behind)
-        return subject.endsWith("(fwd)"_L1, Qt::CaseInsensitive) ? subject
-                                                                 : (subject + u" (fwd)"_s).trimmed();
-    const bool isMarked = subject.startsWith("fw:"_L1, Qt::CaseInsensitive) ||
-                          subject.startsWith("fwd:"_L1, Qt::CaseInsensitive);
-    return isMarked ? subject : (u"Fw: "_s + subject).trimmed();
+    for (const QStringView mark : kMarksInFront) {
+        if (subject.startsWith(mark, Qt::CaseInsensitive))
+            return subject.sliced(mark.size()).trimmed();
+    }
+    return subject;
 }
 
 Attachment attachedMessage(const Message &message)
@@ -146,6 +148,18 @@ bool isPersonalReply(const Message &original, ReplyKind kind, const Identity &id
 {
     return isPersonalAnswer(replyAddresses(original, kind, allOwn(identity, options), options.ownMessage),
                             kind);
+}
+
+QString forwardSubject(const QString &subject, ForwardMark mark)
+{
+    const QStringView whole = QStringView(subject).trimmed();
+    const bool isBehind = whole.endsWith(kMarkBehind, Qt::CaseInsensitive);
+    const bool isInFront = withoutMarkInFront(whole).size() < whole.size();
+    if (mark == ForwardMark::Behind ? isBehind : isInFront)
+        return whole.toString();
+    if (mark == ForwardMark::Behind)
+        return u"%1 (fwd)"_s.arg(withoutMarkInFront(whole)).trimmed();
+    return u"Fw: %1"_s.arg(isBehind ? whole.chopped(kMarkBehind.size()) : whole).trimmed();
 }
 
 Composition forward(const QList<Message> &originals, ForwardKind kind, ForwardMark mark,

@@ -32,6 +32,9 @@ Composition replyTo(const Message &original, ReplyKind kind, const Identity &ide
 bool isPersonalReply(const Message &original, ReplyKind kind, const Identity &identity,
                      const ReplyOptions &options);
 
+/// @p subject with that mark and without the other one: what a window shows when the user chooses another.
+QString forwardSubject(const QString &subject, ForwardMark mark);
+
 /// Several originals are attached each, without "Bcc" and control headers; inline forwards only the first,
 /// and its files with it.
 Composition forward(const QList<Message> &originals, ForwardKind kind, ForwardMark mark,

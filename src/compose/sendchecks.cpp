@@ -28,6 +28,7 @@ constexpr std::array kRows = {
     SendProblemRow{SendProblem::NoNewsgroups, true, false, 0},
     SendProblemRow{SendProblem::ControlSubject, true, false, 0},
     SendProblemRow{SendProblem::InvalidAddress, true, false, 0},
+    SendProblemRow{SendProblem::CannotEncrypt, true, false, 0},
     SendProblemRow{SendProblem::NoSubject, false, false, 1 << 0},
     SendProblemRow{SendProblem::NoContent, false, false, 1 << 1},
     SendProblemRow{SendProblem::Unmodified, false, false, 1 << 2},
@@ -134,6 +135,7 @@ public:
         whereTo();
         controlSubject();
         invalidAddress();
+        encryption();
         noSubject();
         content();
         groups();
@@ -182,6 +184,14 @@ private:
             return add(SendProblem::InvalidAddress,
                        translated("'%1' is not a mail address").arg(shown.left(200)), shown);
         }
+    }
+
+    void encryption()
+    {
+        if (m_composition.encrypt)
+            add(SendProblem::CannotEncrypt,
+                translated("Your message is to be encrypted, which is not possible yet.\n"
+                           "It can only be sent without encryption."));
     }
 
     void noSubject()
@@ -256,7 +266,7 @@ private:
         QStringList unknown;
         bool anyKnown = false;
         for (const Address &address : m_recipients) {
-            if (address.address.isEmpty())
+            if (!isValidAddress(address.address))
                 continue;
             if (m_context.isKnown(address.address))
                 anyKnown = true;

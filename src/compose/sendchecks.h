@@ -12,6 +12,7 @@ enum class SendProblem {
     NoNewsgroups,   ///< refused
     ControlSubject, ///< refused: "cmsg "
     InvalidAddress, ///< refused, says which
+    CannotEncrypt,  ///< refused
     NoSubject,
     NoContent,
     Unmodified,

@@ -1,3 +1,4 @@
+#include "compose/messagebuilder.h"
 #include "config/clock.h"
 #include "config/reporter.h"
 #include "config/settings.h"
@@ -67,6 +68,8 @@ std::optional<OutgoingMessage> Outbox::next(int account)
         }
         if (record.isAdopted)
             text = withoutControls(text);
+        if (record.transport == OutboxTransport::News)
+            text = postedForm(text);
         record.isLeased = true;
         record.isFresh = false;
         record.isPutOff = record.isRefused = false;

@@ -1,5 +1,6 @@
 #include "engine/sentfiling.h"
 
+#include "compose/messagebuilder.h"
 #include "config/clock.h"
 #include "config/reporter.h"
 #include "config/settings.h"
@@ -77,7 +78,7 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
     if (text.isNull())
         return job; // said already; what was sent is not sent again for that
     const QDateTime date = QDateTime::fromSecsSinceEpoch(record.date, Qt::OffsetFromUTC, record.zone);
-    job.text = withoutControls(text);
+    job.text = withoutControls(record.transport == OutboxTransport::News ? postedForm(text) : text);
     if (record.date != 0)
         job.text = dated(job.text, date, record.wish.isBounce);
     job.target = targetOf(record);

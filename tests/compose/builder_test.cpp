@@ -123,6 +123,7 @@ private slots:
     void whoCannotBeReachedIsTold();
     void draftsHaveNoEnvelope();
     void postedAndMailed();
+    void aCharsetThatIsTooSmall();
     void linesAreCounted();
     void resending();
     void resendingWhatIsOdd_data();
@@ -484,21 +485,40 @@ void BuilderTest::postedAndMailed()
     Composition composition = mail();
     composition.newsgroups = u"comp.test"_s;
     composition.bcc = u"secret@example.net"_s;
-    BuildOptions options;
-    options.messageId = "<1@x>";
-    const QByteArray mailed = buildMessage(composition, options);
-    QCOMPARE(bodyOf(mailed), "[Posted and mailed]\n\nHello Bob\n");
-    QCOMPARE(valueIn(mailed, "Lines"), "3");
-    options.postedCopy = true;
-    const QByteArray posted = buildMessage(composition, options);
-    QCOMPARE(bodyOf(posted), "Hello Bob\n");
+    composition.text = u"Hello Bob\n\n[Posted and mailed]\n\n\u20ac\n"_s; // what somebody wrote stays
+    const QByteArray mailed = buildMessage(composition);
+    QVERIFY(bodyOf(mailed).startsWith("[Posted and mailed]\n\nHello Bob\n\n[Posted and mailed]\n\n"));
+    QCOMPARE(valueIn(mailed, "Lines"), "7");
+    const QByteArray posted = postedForm(mailed);
+    QCOMPARE(bodyOf(posted), bodyOf(mailed).sliced(21));
+    QCOMPARE(valueIn(posted, "Lines"), "5");
     QVERIFY(!namesIn(posted).contains("X-VELMAR-RCPT-TO") && !posted.contains("secret"));
     for (const char *name : {"Posted-And-Mailed", "Newsgroups", "To", "Message-ID"})
         QCOMPARE(valueIn(posted, name), valueIn(mailed, name));
 
     composition.html = u"<html><BODY style=\"x\"><b>Hello</b></body></html>"_s;
-    options.postedCopy = false;
-    QVERIFY(buildMessage(composition, options).contains("<BODY style=\"x\"><p>[Posted and mailed]</p>\n<b>"));
+    const QByteArray rich = buildMessage(composition);
+    QVERIFY(rich.contains("<BODY style=\"x\">\n<p>[Posted and mailed]</p>\n<b>"));
+    QVERIFY(!postedForm(rich).contains("<p>[Posted") && postedForm(rich).count("[Posted and mailed]") == 1);
+    composition.newsgroups.clear();
+    const QByteArray mail = buildMessage(composition);
+    QCOMPARE(postedForm(mail), mail);
+}
+
+/// Who goes on with a character set that is too small was told so; a draft loses nothing.
+void BuilderTest::aCharsetThatIsTooSmall()
+{
+    Composition composition = mail();
+    composition.charset = "ISO-8859-1";
+    composition.text = u"B\u00f6b \u20ac \U0001F600"_s;
+    composition.html = u"<p>\u20ac</p>"_s;
+    const QByteArray sent = buildMessage(composition);
+    QVERIFY(sent.contains("charset=ISO-8859-1\nContent-Transfer-Encoding: 8bit\n\nB\xf6"
+                          "b ? ?\n"));
+    QVERIFY(sent.contains("<p>&#8364;</p>"));
+    BuildOptions draft;
+    draft.purpose = BuildFor::Draft;
+    QVERIFY(buildMessage(composition, draft).contains(composition.text.toUtf8()));
 }
 
 void BuilderTest::linesAreCounted()

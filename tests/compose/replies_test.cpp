@@ -298,6 +298,8 @@ void RepliesTest::inlineForwardsHaveTheirMarks()
     const Message again("Subject: fw: News (FWD)\n\n");
     for (const ForwardMark mark : {ForwardMark::Front, ForwardMark::Behind})
         QCOMPARE(forward({again}, ForwardKind::Inline, mark, me(), {}).subject, u"fw: News (FWD)"_s);
+    QCOMPARE(forwardSubject(u"Fw: News"_s, ForwardMark::Behind), u"News (fwd)"_s); // chosen afterwards
+    QCOMPARE(forwardSubject(u"News (fwd)"_s, ForwardMark::Front), u"Fw: News"_s);
 }
 
 void RepliesTest::inlineForwardsTakeTheFilesAlong()

@@ -68,6 +68,11 @@ void SendChecksTest::problemsAreFound_data()
     row("a word for an address", {InvalidAddress}, [](auto &c, auto &) { c.cc = u"a@b.example, Joe"_s; });
     row("a broken address", {InvalidAddress}, [](auto &c, auto &) { c.bcc = u"a@b..c"_s; });
     row("a broken Reply-To", {InvalidAddress}, [](auto &c, auto &) { c.replyTo = u"a b c"_s; });
+    row("to be encrypted", {CannotEncrypt}, [](auto &c, auto &) { c.encrypt = true; });
+    row("half an address is not new, but broken", {InvalidAddress}, [](auto &c, auto &x) {
+        c.cc = u"joe"_s;
+        x.isKnown = [](const QString &address) { return address.contains(u'@'); };
+    });
     row("no subject", {NoSubject}, [](auto &c, auto &) { c.subject = u"  "_s; });
     row("no content", {NoContent}, [](auto &c, auto &) { c.text = u"\n \n-- \nMe\n"_s; });
     row("only a file", {}, [](auto &c, auto &) {
