@@ -146,6 +146,7 @@ Composer::Started Composer::startNew(const ComposeWish &wish)
     const Identity *identity = m_identities.identity(wish.identity);
     started.composition =
         newComposition(identity ? *identity : *m_identities.defaultIdentity(), wish.article);
+    started.composition.newsgroups = wish.article ? wish.newsgroups : QString();
     if (wantsRich(wish, wish.article))
         started.composition.html = paragraphsOf({});
     dress(started, wish, Message());
@@ -184,11 +185,15 @@ Composer::Started Composer::startAnswer(const ComposeWish &wish)
     started.context.original = place;
     if (wish.kind == ComposeWish::Kind::Reply) {
         started.context.deed = DraftContext::Deed::Reply;
+        started.context.isPersonal = isPersonalReply(original, wish.reply, *identity, options);
         started.composition = replyTo(original, wish.reply, *identity, options);
     } else {
         started.context.deed = DraftContext::Deed::Forward;
+        if (wish.forward == ForwardKind::Attached)
+            started.context.others.assign(wish.originals.begin() + 1, wish.originals.end());
         started.composition = forward(originals, wish.forward, wish.mark, *identity, options);
     }
+    started.isArticle = started.composition.isNews();
     dress(started, wish, original);
     return started;
 }
@@ -199,46 +204,130 @@ Composer::Started Composer::startDraft(const ComposeWish &wish)
     Started started;
     started.draft = m_drafts.open(place);
     if (started.draft == 0)
-        return failed(tr("The draft is not there any more"));
+        return failed(m_drafts.waitsInOutbox(place) ? tr("The message waits in the outbox to be sent")
+                                                    : tr("The draft is not there any more"));
     started.context = m_drafts.context(started.draft);
     started.composition = m_drafts.version(started.draft, 0);
+    started.isArticle = started.composition.isNews();
+    recogniseSignature(started);
     return started;
 }
 
 Composer::Started Composer::startAgain(const ComposeWish &wish)
 {
     const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
-    const std::optional<Message> message = wish.text.isEmpty() ? read(place) : Message(wish.text);
+    const std::optional<Message> message = read(place);
     if (!message)
         return failed(tr("The message is not there any more"));
     Started started;
-    if (!wish.text.isEmpty())
-        started.draft = m_drafts.takenBack(message->messageId());
-    const Group *group = m_store.group(place.group);
-    const bool isOwn = !wish.text.isEmpty() ||
-                       (group && (group->role() == GroupRole::Outbox || group->role() == GroupRole::Drafts));
-    const Identity fitting = *identityFor(wish, *message, place);
-    started.composition = readComposition(*message, isOwn, [&](const QString &address) {
-        const Identity *identity = m_identities.find(address);
-        return identity ? *identity : fitting;
-    });
-    if (started.draft != 0)
-        goOnWith(started);
+    started.composition = reading(*message, isOwn(place), place);
+    started.isArticle = started.composition.isNews();
+    recogniseSignature(started);
     return started;
 }
 
-/// The draft knows more than the message; but who was served already is no recipient of that any more.
-void Composer::goOnWith(Started &started) const
+/// Whether the message was written here: where it lies does not tell, people move what they received.
+bool Composer::isOwn(MessageRef place) const
 {
-    const Composition message = started.composition;
-    started.context = m_drafts.context(started.draft);
-    if (m_drafts.versions(started.draft).empty())
-        return;
-    started.composition = m_drafts.version(started.draft, 0);
-    started.composition.to = message.to;
-    started.composition.cc = message.cc;
-    started.composition.bcc = message.bcc;
+    const OutboxEntry *waiting = m_outbox.entryAt(place);
+    return waiting ? waiting->isOwn : m_drafts.knows(place);
 }
+
+Composition Composer::reading(const Message &message, bool isOwn, MessageRef place) const
+{
+    const Identity fitting = *identityFor({}, message, place);
+    return readComposition(message, isOwn, [&](const QString &address) {
+        const Identity *identity = m_identities.find(address);
+        return identity ? *identity : fitting;
+    });
+}
+
+/// Which of the identity's signatures stands in the text, and the tagline behind it: a draft does not say.
+void Composer::recogniseSignature(Started &started)
+{
+    const Composition &composition = started.composition;
+    const Identity &identity = composition.identity;
+    for (const QString &name : signatureNames(identity.number)) {
+        const std::optional<Signature> signature = readSignature(identity.number, name);
+        if (!signature || signature->kind == Signature::Kind::Command)
+            continue;
+        const auto with = [&, isHtml = signature->kind == Signature::Kind::Html](const QString &tagline) {
+            const SignatureBlock block = signatureBlock(identity, signature->text, isHtml, tagline);
+            return composition.html.isEmpty() ? block.plain : block.shown;
+        };
+        const QString bare = with({});
+        const TextSpan place = findSignature(composition.text, bare);
+        if (place.start < 0 || bare.size() <= started.signatureEnd.size())
+            continue;
+        const QString behind = composition.text.sliced(place.start + place.length).trimmed();
+        const QStringList taglines = behind.isEmpty() ? QStringList() : readTaglines(identity.number);
+        const auto tagline = std::find_if(taglines.begin(), taglines.end(), [&](const QString &each) {
+            return !each.trimmed().isEmpty() && behind.startsWith(each.trimmed());
+        });
+        started.tagline = tagline == taglines.end() ? QString() : *tagline;
+        started.signatureEnd = with(started.tagline);
+    }
+}
+
+// --- Out of the outbox ----------------------------------------------------------------------------------
+
+Composer::Started Composer::takeBack(quint64 ticket)
+{
+    const OutboxEntry *waiting = m_outbox.entry(ticket);
+    if (!waiting || m_identities.all().empty())
+        return failed(tr("The message is not there any more"));
+    const OutboxEntry entry = *waiting; // it goes meanwhile
+    Started started;
+    QString notice;
+    const QByteArray text = m_outbox.takeBack(
+        ticket, [&](const QByteArray &taken) { return keepTakenBack(started, Message(taken), entry); },
+        &notice);
+    if (!text.isNull()) {
+        m_drafts.takenBack(started.draft);
+        started.notice = notice;
+        return started;
+    }
+    if (started.draft == entry.draft)
+        m_drafts.takeBackFailed(started.draft);
+    else
+        m_drafts.discard(started.draft);
+    return failed(notice.isEmpty() ? tr("The message is on its way already, or cannot be kept as a draft")
+                                   : notice);
+}
+
+/// The draft knows more than the message; but who was served already is no recipient of that any more.
+bool Composer::keepTakenBack(Started &started, const Message &message, const OutboxEntry &entry)
+{
+    const bool isSentOn = !entry.isOwn && message.hasHeader("Resent-Message-ID");
+    if (isSentOn && liesElsewhere(message, entry.place))
+        return true; // nothing was written
+    Composition composition = reading(message, entry.isOwn, entry.place);
+    started.context = m_drafts.context(entry.draft);
+    if (!m_drafts.versions(entry.draft).empty()) {
+        const Composition left = std::exchange(composition, m_drafts.version(entry.draft, 0));
+        composition.to = left.to;
+        composition.cc = left.cc;
+        composition.bcc = left.bcc;
+        composition.newsgroups = left.newsgroups;
+    }
+    started.composition = composition;
+    started.isArticle = composition.isNews();
+    recogniseSignature(started);
+    started.draft = m_drafts.takeBack(entry.draft, message.messageId(), composition);
+    return started.draft != 0;
+}
+
+bool Composer::liesElsewhere(const Message &message, MessageRef place) const
+{
+    for (const MessageIndex::Place &found : m_store.findMessage(message.messageId())) {
+        Group *group = m_store.group(found.group);
+        if (group && found.group != place.group && group->overview(found.article))
+            return true;
+    }
+    return false;
+}
+
+// --- What a message begins with -------------------------------------------------------------------------
 
 Composer::Started Composer::startResend(const ComposeWish &wish)
 {
@@ -264,8 +353,9 @@ void Composer::dress(Started &started, const ComposeWish &wish, const Message &o
         TemplateValues values;
         values.message = original;
         values.identity = composition.identity;
-        const bool isPersonal = wish.kind == ComposeWish::Kind::Reply && wish.reply == ReplyKind::Sender;
-        values.quotedBody = [&] { return quotation(original, isPersonal, wish.selectedText); };
+        values.quotedBody = [&] {
+            return quotation(original, started.context.isPersonal, wish.selectedText);
+        };
         const QString expanded = expandTemplate(*text, values);
         const bool staysBelow = wish.kind == ComposeWish::Kind::Forward;
         composition.text = staysBelow ? expanded + composition.text : expanded;
@@ -310,7 +400,7 @@ QString Composer::expandedTemplate(const QString &name, const DraftContext &cont
     if (const std::optional<Message> original = read(context.original))
         values.message = *original;
     values.identity = identity;
-    values.quotedBody = [&] { return quotation(values.message, false, {}); };
+    values.quotedBody = [&] { return quotation(values.message, context.isPersonal); };
     return expandTemplate(*text, values);
 }
 
@@ -334,24 +424,27 @@ void Composer::sign(Started &started) const
 
 // --- Sending --------------------------------------------------------------------------------------------
 
-quint64 Composer::send(const Composition &composition, const SendWish &wish)
+quint64 Composer::send(const Composition &composition, const SendWish &wanted)
 {
     const QByteArray id = newIdentifier(composition.identity);
     const QByteArray message = buildMessage(composition, {BuildFor::Sending, id, clockNow()});
     if (message.isEmpty())
         return 0;
+    SendWish wish = wanted;
     if (wish.draft != 0) {
-        m_drafts.keep(wish.draft, composition); // what comes back is what was sent
-        m_drafts.handOver(wish.draft, id);
+        wish.others = m_drafts.context(wish.draft).others;
+        // What comes back is what was sent.
+        if (!m_drafts.keep(wish.draft, composition) || !m_drafts.handOver(wish.draft, id))
+            return 0;
     }
     const quint64 ticket = m_outbox.add(message, composition.identity.number, wish);
-    if (ticket == 0)
+    if (ticket == 0) {
         m_drafts.handOverFailed(wish.draft);
-    else
-        m_drafts.handedOver(wish.draft);
-    if (ticket != 0)
-        m_addresses.addWritten(
-            parseAddresses(QStringList{composition.to, composition.cc, composition.bcc}.join(", "_L1)));
+        return 0;
+    }
+    m_drafts.handedOver(wish.draft);
+    m_addresses.addWritten(
+        parseAddresses(QStringList{composition.to, composition.cc, composition.bcc}.join(", "_L1)));
     return ticket;
 }
 
@@ -379,6 +472,12 @@ bool Composer::isKnown(const QString &address)
 {
     m_addresses.start();
     return m_addresses.isKnown(address) || contains(ownAddresses(), address);
+}
+
+bool Composer::isNew(const QString &address)
+{
+    const QString bare = address.trimmed();
+    return isValidAddress(bare) && !isKnown(bare) && m_addresses.isComplete();
 }
 
 QStringList Composer::knownAddresses()

@@ -33,15 +33,13 @@ struct ComposeWish
     QString templateName;
     int identity = 0; ///< 0: the fitting one
     bool article = false;
+    QString newsgroups; ///< of a new article: where it goes
 
     enum class Form { AsSet, Plain, Rich } form = Form::AsSet; ///< AsSet: `SendRichTextMail` and its like
 
     /// What is written already: below a quotation, above what is forwarded, behind a template.
     QString body;
     bool bodyIsHtml = false;
-
-    /// Of EditAsNew: a message that was taken back out of the outbox, in the place of an original.
-    QByteArray text;
 };
 
 /// Begins, sends and keeps the messages that a person writes: what the windows and the command line share.
@@ -58,9 +56,10 @@ public:
     {
         Composition composition; ///< signature, tagline and template in place
         DraftContext context;
-        bool isArticle = false; ///< an article was wanted, though no newsgroup is named yet
         int draft = 0;          ///< of Kind::Draft and of what was taken back: its number; else begin() one
+        bool isArticle = false; ///< it goes to newsgroups, even when none is named yet
         QString error;          ///< not empty: it cannot be begun, and why
+        QString notice;         ///< what the user is to know besides; mostly empty
 
         QString tagline;      ///< that is in the text, for a change of the signature
         QString signatureEnd; ///< what setSignature() returned
@@ -68,6 +67,11 @@ public:
             signatureCommand; ///< not empty: what it prints (SignatureCommand) belongs in as the signature
     };
     Started start(const ComposeWish &wish);
+
+    /// Takes a waiting message out of the outbox, to be written on: it is kept as a draft before the outbox
+    /// forgets it. One that was only sent on unchanged is taken out, and there is nothing to write: error and
+    /// notice are empty, and draft is 0. error: it is too late, or it cannot be kept; it waits as before.
+    Started takeBack(quint64 ticket);
 
     /// The template of that name with its variables filled, to be put into a message that is being written;
     /// empty after a report.
@@ -87,7 +91,10 @@ public:
     /// @{
     using KnownAddress = SeenAddresses::Known;
     QList<KnownAddress> complete(const QString &beginning, int most);
-    bool isKnown(const QString &address);
+    bool isKnown(const QString &address); ///< also when it is one of the user's own
+
+    /// Whether that is a whole address which occurs nowhere; not before all have been looked for.
+    bool isNew(const QString &address);
     QStringList knownAddresses(); ///< bare, of those written to
     /// @}
 
@@ -106,7 +113,11 @@ private:
     Started startDraft(const ComposeWish &wish);
     Started startAgain(const ComposeWish &wish);
     Started startResend(const ComposeWish &wish);
-    void goOnWith(Started &started) const;
+    bool isOwn(MessageRef place) const;
+    bool liesElsewhere(const Message &message, MessageRef place) const;
+    Composition reading(const Message &message, bool isOwn, MessageRef place) const;
+    bool keepTakenBack(Started &started, const Message &message, const OutboxEntry &entry);
+    static void recogniseSignature(Started &started);
     void dress(Started &started, const ComposeWish &wish, const Message &original) const;
     static void place(Composition &composition, const ComposeWish &wish);
     void sign(Started &started) const;

@@ -37,6 +37,24 @@ MessageRef placeOf(const QByteArray &text)
     return place.group > 0 ? place : MessageRef();
 }
 
+QByteArray placesText(const MessageRefs &places)
+{
+    QByteArrayList texts;
+    for (const MessageRef place : places)
+        texts += placeText(place);
+    return texts.join(',');
+}
+
+MessageRefs placesOf(const QByteArray &text)
+{
+    MessageRefs places;
+    for (const QByteArray &one : text.split(',')) {
+        if (const MessageRef place = placeOf(one); !place.isNull())
+            places.push_back(place);
+    }
+    return places;
+}
+
 template <std::size_t size>
 int codeOf(const QByteArray &word, const char *const (&words)[size])
 {
@@ -59,6 +77,10 @@ constexpr StateField kStateFields[] = {
      [](DraftState &s, const QByteArray &text) {
          s.context.deed = DraftContext::Deed(codeOf(text, kDeeds));
      }},
+    {"others ", [](const DraftState &s) { return placesText(s.context.others); },
+     [](DraftState &s, const QByteArray &text) { s.context.others = placesOf(text); }},
+    {"personal ", [](const DraftState &s) { return QByteArray(s.context.isPersonal ? "1" : "0"); },
+     [](DraftState &s, const QByteArray &text) { s.context.isPersonal = text == "1"; }},
     {"stored ", [](const DraftState &s) { return placeText(s.context.stored); },
      [](DraftState &s, const QByteArray &text) { s.context.stored = placeOf(text); }},
     {"stored-version ", [](const DraftState &s) { return QByteArray::number(s.storedVersion); },
@@ -120,6 +142,15 @@ bool Draft::setState(const DraftState &state)
         return true;
     m_state = state;
     return !m_isOnDisk || writeState();
+}
+
+bool Draft::setStateOrStay(const DraftState &state)
+{
+    const DraftState before = m_state;
+    if (setState(state))
+        return true;
+    m_state = before;
+    return false;
 }
 
 bool Draft::makeDirectory()

@@ -16,9 +16,18 @@ enum class DraftPhase {
     HandingOver, ///< its message is about to come into the outbox
     HandedOver,  ///< its message waits there
     Gone,        ///< it is being removed
+    TakingBack,  ///< its message is about to leave the outbox, to be written on
 };
-constexpr const char *kDraftPhases[] = {"open", "closed", "handing-over", "handed-over", "gone"};
-static_assert(std::size(kDraftPhases) == std::size_t(DraftPhase::Gone) + 1);
+constexpr const char *kDraftPhases[] = {"open",        "closed", "handing-over",
+                                        "handed-over", "gone",   "taking-back"};
+static_assert(std::size(kDraftPhases) == std::size_t(DraftPhase::TakingBack) + 1);
+
+/// Whether what becomes of it is for the outbox to say.
+constexpr bool isOnItsWay(DraftPhase phase)
+{
+    return phase == DraftPhase::HandingOver || phase == DraftPhase::HandedOver ||
+           phase == DraftPhase::TakingBack;
+}
 
 /// What is known of a draft besides its versions: the file "State", replaced whole with each change.
 struct DraftState
@@ -49,6 +58,9 @@ public:
     /// Takes over @p state, on the disk as well once there is a version. False, after a report, when it
     /// cannot be written; it holds in this run all the same.
     bool setState(const DraftState &state);
+
+    /// The same, but what cannot be written does not hold.
+    bool setStateOrStay(const DraftState &state);
 
     /// False after a report.
     bool keep(const Composition &composition);

@@ -9,6 +9,7 @@
 #include "config/reporter.h"
 #include "engine/draft.h"
 #include "identity/identitymanager.h"
+#include "message/address.h"
 #include "store/groupstore.h"
 
 #include <QDir>
@@ -86,8 +87,8 @@ void Drafts::settle(std::unique_ptr<Draft> draft)
     if (storeAccess() == StoreAccess::ReadWrite) {
         settleStoring(*draft);
         if (isOver(*draft)) {
-            removeMessage(draft->state().phase == DraftPhase::Gone ? draft->state().context.stored
-                                                                   : MessageRef());
+            const bool isDone = draft->state().phase == DraftPhase::Gone || wasSent(*draft);
+            removeMessage(isDone ? draft->state().context.stored : MessageRef());
             draft->remove();
             return;
         }
@@ -135,22 +136,45 @@ bool Drafts::isOver(Draft &draft)
         if (isStored && draft.newestSerial() == state.storedVersion)
             state.phase = DraftPhase::Closed; // nothing was written since
         break;
-    case DraftPhase::HandingOver:
-        state.phase = waitsInOutbox(draft) ? DraftPhase::HandedOver : DraftPhase::Open;
-        break;
-    case DraftPhase::HandedOver:
-        if (waitsInOutbox(draft))
-            return false;
-        if (!isStored)
-            return true;
-        state.phase = DraftPhase::Closed;
-        break;
     case DraftPhase::Closed:
         // In another group it may still be on its way back.
-        return !isStored && placesOf(state.messageId).empty();
+        return wasSent(draft) ||
+               (!isStored && placesOf(state.messageId).empty() && placesOf(state.sentId).empty());
+    case DraftPhase::HandingOver:
+    case DraftPhase::HandedOver:
+    case DraftPhase::TakingBack: return false; // settleWithOutbox()
     }
     draft.setState(state);
     return false;
+}
+
+void Drafts::settleWithOutbox(const std::function<bool(int draft)> &holds)
+{
+    if (storeAccess() != StoreAccess::ReadWrite || !groupsAreReadable())
+        return;
+    std::vector<int> numbers;
+    for (const auto &[number, draft] : m_drafts) {
+        if (isOnItsWay(draft->state().phase))
+            numbers.push_back(number);
+    }
+    for (const int number : numbers)
+        settleWithOutbox(*find(number), holds(number));
+}
+
+/// The outbox tells of a message that was settled before it forgets it: one that it does not know did not go,
+/// or was taken back, or its journal was lost; then the sent message is the only witness.
+void Drafts::settleWithOutbox(Draft &draft, bool isHeld)
+{
+    const bool isTakenBack = draft.state().phase == DraftPhase::TakingBack;
+    const bool isThere = liesInOutbox(draft);
+    if (isTakenBack && isThere && !isHeld)
+        remove(draft.number()); // made for the taking back, of a message without a draft
+    else if (isHeld || isThere)
+        enter(draft, DraftPhase::HandedOver, draft.state().sentId);
+    else if (!isTakenBack && wasSent(draft))
+        discard(draft.number());
+    else
+        enter(draft, DraftPhase::Open, {});
 }
 
 /// False while one of the groups that tell what became of a draft waits for its repair.
@@ -165,12 +189,22 @@ bool Drafts::groupsAreReadable() const
     return true;
 }
 
-bool Drafts::waitsInOutbox(const Draft &draft) const
+bool Drafts::liesInOutbox(const Draft &draft) const
 {
     const int outbox = m_store.group(GroupRole::Outbox)->number();
     const MessageRefs places = placesOf(draft.state().sentId);
     return std::any_of(places.begin(), places.end(),
                        [outbox](MessageRef place) { return place.group == outbox; });
+}
+
+/// What the user threw away before it went lies in the waste basket.
+bool Drafts::wasSent(const Draft &draft) const
+{
+    const MessageRefs places = placesOf(draft.state().sentId);
+    return std::any_of(places.begin(), places.end(), [this](MessageRef place) {
+        const GroupRole role = m_store.group(place.group)->role();
+        return role != GroupRole::Outbox && role != GroupRole::Drafts && role != GroupRole::WasteBasket;
+    });
 }
 
 std::vector<int> Drafts::recovered() const
@@ -336,40 +370,69 @@ bool Drafts::store(int number)
     return true;
 }
 
+/// The one that was stored there; or whose message was deleted and brought back, as another article.
+Draft *Drafts::at(MessageRef place) const
+{
+    if (!isAlive(place))
+        return nullptr;
+    const QByteArray messageId = group().texts(*group().overview(place.article)).messageId.toLatin1();
+    for (const auto &[number, draft] : m_drafts) {
+        const DraftState &state = draft->state();
+        const bool isIt =
+            state.context.stored == place ||
+            (!messageId.isEmpty() && (state.messageId == messageId || state.sentId == messageId) &&
+             !isAlive(state.context.stored));
+        if (isIt && state.phase != DraftPhase::Gone && draft->newestSerial() != 0)
+            return draft.get();
+    }
+    return nullptr;
+}
+
+bool Drafts::knows(MessageRef place) const
+{
+    return at(place) != nullptr;
+}
+
+bool Drafts::waitsInOutbox(MessageRef place) const
+{
+    const Draft *draft = at(place);
+    return draft && isOnItsWay(draft->state().phase);
+}
+
 int Drafts::open(MessageRef place)
 {
     if (!isAlive(place))
         return 0;
-    const QByteArray messageId = group().texts(*group().overview(place.article)).messageId.toLatin1();
-    for (const auto &[number, draft] : m_drafts) {
-        DraftState state = draft->state();
-        const bool isIt =
-            state.context.stored == place ||
-            (!messageId.isEmpty() && state.messageId == messageId && !isAlive(state.context.stored));
-        if (!isIt || state.phase == DraftPhase::Gone || state.phase == DraftPhase::HandingOver ||
-            state.phase == DraftPhase::HandedOver || draft->newestSerial() == 0)
-            continue;
-        state.context.stored = place;
-        state.phase = DraftPhase::Open;
-        draft->setState(state);
-        return number;
-    }
-    return openNew(place);
+    Draft *draft = at(place);
+    if (!draft)
+        return openNew(place);
+    DraftState state = draft->state();
+    if (isOnItsWay(state.phase))
+        return 0;
+    state.context.stored = place;
+    state.phase = DraftPhase::Open;
+    state.sentId.clear();
+    draft->setState(state);
+    return draft->number();
 }
 
-/// A draft of another program, of another machine, or of a time that is forgotten.
+/// A draft of another program, of another machine, or of a time that is forgotten; or just a message that
+/// somebody put there, whose sender may have written anything into it. Its hidden copies are kept, because
+/// whoever wrote it meant them, and they are seen in the window.
 int Drafts::openNew(MessageRef place)
 {
     const QByteArray text = group().readMessage(*group().overview(place.article));
     if (text.isNull())
         return 0;
     const Message message(text);
-    const Composition composition = readComposition(message, true, [this](const QString &address) {
+    Composition composition = readComposition(message, false, [this](const QString &address) {
         const Identity *identity = m_identities.find(address);
         if (!identity)
             identity = m_identities.defaultIdentity();
         return identity ? *identity : Identity();
     });
+    for (const Address &address : message.addresses("Bcc"))
+        composition.bcc += (composition.bcc.isEmpty() ? ""_L1 : ", "_L1) + formatAddress(address);
     const int number = begin({});
     Draft &draft = *find(number);
     if (!draft.keep(composition)) {
@@ -422,18 +485,25 @@ void Drafts::close(int number)
     draft->rest();
 }
 
-void Drafts::enter(Draft &draft, DraftPhase phase, const QByteArray &sentId)
+// --- On the way through the outbox ----------------------------------------------------------------------
+
+bool Drafts::enter(Draft &draft, DraftPhase phase, const QByteArray &sentId)
 {
     DraftState state = draft.state();
     state.phase = phase;
     state.sentId = sentId;
-    draft.setState(state);
+    return draft.setState(state);
 }
 
-void Drafts::handOver(int number, const QByteArray &messageId)
+bool Drafts::handOver(int number, const QByteArray &messageId)
 {
-    if (Draft *draft = find(number))
-        enter(*draft, DraftPhase::HandingOver, messageId);
+    Draft *draft = find(number);
+    if (!draft)
+        return false;
+    DraftState state = draft->state();
+    state.phase = DraftPhase::HandingOver;
+    state.sentId = messageId;
+    return draft->setStateOrStay(state);
 }
 
 void Drafts::handedOver(int number)
@@ -448,26 +518,60 @@ void Drafts::handedOver(int number)
 void Drafts::handOverFailed(int number)
 {
     Draft *draft = find(number);
-    const bool isOnItsWay = draft && (draft->state().phase == DraftPhase::HandingOver ||
-                                      draft->state().phase == DraftPhase::HandedOver);
-    if (isOnItsWay)
+    if (draft && draft->state().phase == DraftPhase::HandingOver)
         enter(*draft, DraftPhase::Open, {});
 }
 
-int Drafts::takenBack(const QByteArray &messageId)
+int Drafts::takeBack(int number, const QByteArray &messageId, const Composition &composition)
 {
-    for (const auto &[number, draft] : m_drafts) {
-        if (draft->state().phase != DraftPhase::HandedOver || draft->state().sentId != messageId)
-            continue;
-        enter(*draft, DraftPhase::Open, {});
+    const bool isNew = !find(number);
+    if (isNew)
+        number = begin({});
+    Draft &draft = *find(number);
+    DraftState state = draft.state();
+    state.phase = DraftPhase::TakingBack;
+    state.sentId = messageId;
+    if (draft.setStateOrStay(state) && draft.keep(composition))
         return number;
-    }
+    if (isNew)
+        remove(number);
+    else
+        takeBackFailed(number);
     return 0;
+}
+
+void Drafts::takenBack(int number)
+{
+    Draft *draft = find(number);
+    if (draft && draft->state().phase == DraftPhase::TakingBack)
+        enter(*draft, DraftPhase::Open, {});
+}
+
+void Drafts::takeBackFailed(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || draft->state().phase != DraftPhase::TakingBack)
+        return;
+    enter(*draft, DraftPhase::HandedOver, draft->state().sentId);
+    draft->rest();
+}
+
+void Drafts::givenUp(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || !isOnItsWay(draft->state().phase))
+        return;
+    enter(*draft, DraftPhase::Closed, draft->state().sentId); // it may come back out of the waste basket
+    draft->rest();
 }
 
 void Drafts::settled(int number)
 {
     const Draft *draft = find(number);
-    if (draft && draft->state().phase == DraftPhase::HandedOver)
+    if (!draft)
+        return;
+    const DraftState &state = draft->state();
+    const bool isGivenUp = state.phase == DraftPhase::Closed && !state.sentId.isEmpty();
+    if (isGivenUp || state.phase == DraftPhase::HandedOver || state.phase == DraftPhase::HandingOver)
         discard(number);
 }

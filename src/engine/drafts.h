@@ -5,6 +5,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -21,7 +22,9 @@ struct DraftContext
 {
     MessageRef original; ///< the message that is answered or forwarded; null: none
     enum class Deed { New, Reply, Forward } deed = Deed::New;
-    MessageRef stored; ///< where the draft lies in Drafts; null: not saved there yet
+    MessageRef stored;       ///< where the draft lies in Drafts; null: not saved there yet
+    MessageRefs others = {}; ///< forwarded with the original
+    bool isPersonal = false; ///< nobody but the author of the original reads the answer
 
     bool operator==(const DraftContext &) const = default;
 };
@@ -43,7 +46,8 @@ struct DraftVersion
 ///
 /// The life of one: begin() or open(); keep() as often as there is something new; store() where the user
 /// saves; then close(), discard(), or handOver() when it goes to the outbox, which discards it once the
-/// message was accepted and filed.
+/// message was accepted and filed. From then on a draft counts as sent only where the outbox says so, or
+/// where the sent message lies in the store.
 class Drafts : public QObject
 {
     Q_OBJECT
@@ -55,6 +59,10 @@ public:
 
     /// Finds the drafts and completes what a crash left half done; after the groups and the identities.
     void load();
+
+    /// Completes it for those on their way through the outbox, when that has been read and has filed what was
+    /// accepted: @p holds tells whether it knows of a message that was written as that draft.
+    void settleWithOutbox(const std::function<bool(int draft)> &holds);
 
     /// A new one; its number, never given twice. There is nothing on the disk until the first keep().
     int begin(const DraftContext &context);
@@ -73,8 +81,15 @@ public:
     bool store(int draft);
 
     /// The draft that belongs to the message at @p place of Drafts: an earlier one with its versions, or one
-    /// begun from its text. 0: there is no such message, or, after a report, it cannot be read or kept.
+    /// begun from its text, which counts as somebody else's: without control headers, its HTML made safe. 0:
+    /// there is no such message, it waitsInOutbox(), or, after a report, it cannot be read or kept.
     int open(MessageRef place);
+
+    /// Whether the message at @p place of Drafts was written as one of these, and by nobody else.
+    bool knows(MessageRef place) const;
+
+    /// Whether the draft at @p place is on its way, so that it cannot be opened.
+    bool waitsInOutbox(MessageRef place) const;
 
     /// It was sent, or the user gave it up: versions, attachments and the message in Drafts go.
     void discard(int draft);
@@ -90,16 +105,20 @@ public:
     /// @{
 
     /// The message @p messageId is about to be made of it. It stays, but nothing opens it, until settled()
-    /// or takenBack().
-    void handOver(int draft, const QByteArray &messageId);
+    /// or takenBack(). False after a report: it is open as before.
+    [[nodiscard]] bool handOver(int draft, const QByteArray &messageId);
     void handedOver(int draft);     ///< it is in the outbox now
-    void handOverFailed(int draft); ///< nothing came there, or the user took it out: it is open as before
+    void handOverFailed(int draft); ///< nothing came there: it is open as before
 
-    /// The message was taken out of the outbox to be edited again: its draft, open; 0 when there is none.
-    int takenBack(const QByteArray &messageId);
+    /// Its message is about to be taken out of the outbox and to be written on, as @p composition: kept here
+    /// first. Where @p draft is 0, the message had none, and one is begun. Its number; 0 after a report: it
+    /// waits as before.
+    int takeBack(int draft, const QByteArray &messageId, const Composition &composition);
+    void takenBack(int draft);      ///< it is out of there: open
+    void takeBackFailed(int draft); ///< it waits there as before; one that was begun for it is to be discarded
 
-    /// The outbox is done with it: discarded, unless it was taken back and is being written again.
-    void settled(int draft);
+    void givenUp(int draft); ///< the user took it out of there for good: it is closed
+    void settled(int draft); ///< the outbox is done with it: discarded
     /// @}
 
 private:
@@ -112,12 +131,15 @@ private:
     void settle(std::unique_ptr<Draft> draft);
     void settleStoring(Draft &draft);
     bool isOver(Draft &draft);
-    bool waitsInOutbox(const Draft &draft) const;
+    void settleWithOutbox(Draft &draft, bool isHeld);
+    bool liesInOutbox(const Draft &draft) const;
+    bool wasSent(const Draft &draft) const;
+    Draft *at(MessageRef place) const;
     bool groupsAreReadable() const;
     bool removeMessage(MessageRef place);
     int openNew(MessageRef place);
     void remove(int draft);
-    void enter(Draft &draft, DraftPhase phase, const QByteArray &sentId);
+    bool enter(Draft &draft, DraftPhase phase, const QByteArray &sentId);
     Composition resolved(Composition composition) const;
 
     GroupStore &m_store;

@@ -31,7 +31,7 @@ Engine::Engine(QObject *parent)
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
     connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
     connect(&m_outbox, &Outbox::draftSettled, &m_drafts, &Drafts::settled);
-    connect(&m_outbox, &Outbox::draftReturned, &m_drafts, &Drafts::handOverFailed);
+    connect(&m_outbox, &Outbox::draftReturned, &m_drafts, &Drafts::givenUp);
 }
 
 /// What is under way must not outlive what it works with.
@@ -57,6 +57,8 @@ bool Engine::load()
     }
     m_drafts.load();
     m_outbox.load(); // what it files lets drafts go
+    if (m_outbox.isReadable())
+        m_drafts.settleWithOutbox([this](int draft) { return m_outbox.holdsDraft(draft); });
     return true;
 }
 
@@ -75,7 +77,7 @@ void Engine::settleArrivals()
 bool Engine::save(bool force)
 {
     bool saved = m_groups.save(force);
-    saved = m_identities.save() && saved;
+    saved = (force ? m_identities.save() : m_identities.saveInPassing()) && saved;
     saved = m_accounts.save() && saved;
     saved = m_tags.save() && saved;
     saved = m_imageSenders.save() && saved;

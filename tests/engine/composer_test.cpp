@@ -4,6 +4,8 @@
 #include "engine/engine.h"
 #include "identity/signatures.h"
 #include "identity/templates.h"
+#include "net/accountmanager.h"
+#include "support/diskfaults.h"
 #include "support/mail.h"
 #include "support/memory.h"
 #include "support/scratch.h"
@@ -104,7 +106,9 @@ private slots:
     void sendingKeepsTheDraftUntilTheOutboxLetsItGo();
     void sendingThatFailsLeavesTheDraftOpen();
     void takingBack();
+    void aFullDisk();
     void resending();
+    void postedAndMailed();
 
     void addresses();
     void addressesOfLaterMail();
@@ -240,21 +244,27 @@ void ComposerTest::answersKnowTheirOriginal()
 {
     const Scratch scratch;
     Program program;
-    const MessageRef original = program.add(GroupRole::Inbox, mailText("1@x", "Lunch"));
+    const MessageRef original =
+        program.add(GroupRole::Inbox, "From: bob@example.org\nTo: ada@example.org\nMessage-ID: <1@x>\n"
+                                      "Subject: Lunch\n\nHello\n");
+    const MessageRef second = program.add(GroupRole::Inbox, mailText("2@x", "Dinner"));
     const auto reply = program.start(Kind::Reply, {original});
-    const DraftContext wanted{original, DraftContext::Deed::Reply, {}};
+    const DraftContext wanted{original, DraftContext::Deed::Reply, {}, {}, true};
     QCOMPARE(reply.context, wanted);
     QCOMPARE(reply.composition.subject, u"Re: Lunch"_s);
     QCOMPARE(reply.composition.inReplyTo, QByteArray("<1@x>"));
     const auto selected =
         program.start(Kind::Reply, {original}, [](ComposeWish &wish) { wish.selectedText = u"ell"_s; });
     QVERIFY(selected.composition.text.contains(u"> ell\n"_s));
-    const auto forward = program.start(Kind::Forward, {original, original}, [](ComposeWish &wish) {
+    const auto forward = program.start(Kind::Forward, {original, second}, [](ComposeWish &wish) {
         wish.forward = ForwardKind::Attached;
         wish.mark = ForwardMark::Behind;
     });
     QCOMPARE(forward.context.deed, DraftContext::Deed::Forward);
     QCOMPARE(forward.composition.attachments.size(), 2);
+    QCOMPARE(forward.context.others, MessageRefs{second});
+    QVERIFY(!program.start(Kind::Reply, {original}, [](ComposeWish &wish) { wish.reply = ReplyKind::All; })
+                 .context.isPersonal);
     QCOMPARE(forward.composition.subject, u"Lunch (fwd)"_s);
     setBoolSetting(Setting::QuoteText, false);
     QVERIFY(!program.start(Kind::Reply, {original}).composition.text.contains(u'>'));
@@ -337,27 +347,64 @@ void ComposerTest::takingBack()
 {
     const Scratch scratch;
     Program program;
+    QVERIFY(writeSignature(program.ada, {u"main"_s, Signature::Kind::Plain, u"Ada"_s}));
+    QVERIFY(writeTaglines(program.ada, {u"To err is human."_s}));
+    program.change(program.ada, [](Identity &identity) {
+        identity.signature = u"main"_s;
+        identity.set(IdentityTagline, true);
+    });
     const MessageRef original = program.add(GroupRole::Inbox, mailText("1@x", "Lunch"));
     Composer::Started begun = program.start(Kind::Reply, {original});
+    QVERIFY(!begun.signatureEnd.isEmpty() && !begun.tagline.isEmpty());
     begun.composition.bcc = u"Carol <carol@example.org>"_s;
     SendWish wish;
     wish.draft = program.engine.drafts().begin(begun.context);
     QVERIFY(program.engine.drafts().keep(wish.draft, begun.composition));
     const quint64 ticket = program.composer.send(begun.composition, wish);
-    const QByteArray text = program.engine.outbox().takeBack(ticket);
-    QVERIFY(!text.isNull());
-    const auto again = program.start(Kind::EditAsNew, {}, [&](ComposeWish &other) { other.text = text; });
+    const auto again = program.composer.takeBack(ticket);
+    QCOMPARE(again.error, QString());
     QCOMPARE(again.draft, wish.draft);
     QCOMPARE(again.context, begun.context);
     QCOMPARE(again.composition.text, begun.composition.text);
     QCOMPARE(again.composition.bcc, u"Carol <carol@example.org>"_s);
+    QCOMPARE(again.signatureEnd, begun.signatureEnd);
+    QCOMPARE(again.tagline, begun.tagline);
     QCOMPARE(program.engine.drafts().recovered(), std::vector<int>{wish.draft});
-    // Without a draft the text alone is what there is.
-    program.engine.drafts().discard(wish.draft);
-    const auto bare = program.start(Kind::EditAsNew, {}, [&](ComposeWish &other) { other.text = text; });
-    QCOMPARE(bare.draft, 0);
+    QVERIFY(!program.composer.takeBack(ticket).error.isEmpty());
+    // Without a draft one is begun.
+    const auto bare = program.composer.takeBack(program.composer.send(begun.composition, {}));
+    QVERIFY(bare.draft != 0 && bare.draft != wish.draft);
+    QCOMPARE(program.engine.drafts().versions(bare.draft).size(), std::size_t(1));
     QCOMPARE(bare.composition.subject, u"Re: Lunch"_s);
     QCOMPARE(bare.composition.bcc, u"Carol <carol@example.org>"_s);
+    QVERIFY(program.engine.outbox().entries().empty());
+    QCOMPARE(program.group(GroupRole::WasteBasket).counts().total, 0u);
+}
+
+/// Where the draft cannot be kept, nothing is sent, and nothing is taken back.
+void ComposerTest::aFullDisk()
+{
+    Scratch scratch;
+    Program program;
+    Composition composition = program.start(Kind::New).composition;
+    composition.to = u"bob@example.org"_s;
+    SendWish wish;
+    wish.draft = program.engine.drafts().begin({});
+    QVERIFY(program.engine.drafts().keep(wish.draft, composition));
+    composition.text = u"changed"_s;
+    DiskFaults::isFull = true;
+    QCOMPARE(program.composer.send(composition, wish), quint64(0));
+    DiskFaults::isFull = false;
+    QVERIFY(!scratch.reports.isEmpty());
+    QVERIFY(program.engine.outbox().entries().empty());
+    const quint64 ticket = program.composer.send(composition, wish);
+    QVERIFY(ticket != 0);
+    DiskFaults::isFull = true;
+    QVERIFY(!program.composer.takeBack(ticket).error.isEmpty());
+    DiskFaults::isFull = false;
+    QVERIFY(program.engine.outbox().entry(ticket));
+    QVERIFY(program.engine.drafts().recovered().empty());
+    QCOMPARE(program.composer.takeBack(ticket).draft, wish.draft);
 }
 
 void ComposerTest::resending()
@@ -371,6 +418,54 @@ void ComposerTest::resending()
     QCOMPARE(waiting.messageId(), QByteArray("<1@x>"));
     QCOMPARE(waiting.rawHeader("Resent-To"), QByteArray("dora@example.org"));
     QCOMPARE(program.composer.resend({1, 99}, identity, u"dora@example.org"_s), quint64(0));
+    // Nothing was written: the message that came lies where it lay.
+    const auto taken = program.composer.takeBack(program.engine.outbox().entries().front().ticket);
+    QVERIFY(taken.error.isEmpty() && taken.draft == 0);
+    QVERIFY(program.engine.outbox().entries().empty() && program.engine.drafts().recovered().empty());
+    // Without it the message is written on, as somebody else's.
+    const QByteArray foreign = mailText("2@x", "Dinner", "X-Velmar-Sign: Yes\nBcc: evil@example.com\n");
+    const MessageRef gone = program.add(GroupRole::Inbox, foreign);
+    const quint64 ticket = program.composer.resend(gone, identity, u"dora@example.org"_s);
+    QVERIFY(program.engine.groups().deleteMessages(program.group(GroupRole::Inbox), {gone.article}, true));
+    const auto kept = program.composer.takeBack(ticket);
+    QVERIFY(kept.draft != 0 && !kept.composition.sign && kept.composition.bcc.isEmpty());
+    QCOMPARE(kept.composition.subject, u"Dinner"_s);
+}
+
+void ComposerTest::postedAndMailed()
+{
+    const Scratch scratch;
+    Program program;
+    Outbox &outbox = program.engine.outbox();
+    Outbox::setUndoDelay(0);
+    setBoolSetting(Setting::AutoSend, false);
+    AccountData data;
+    data.host = u"127.0.0.1"_s;
+    data.name = u"out"_s;
+    data.kind = AccountKind::Smtp;
+    const int mail = program.engine.accounts().add(data);
+    data.name = u"news"_s;
+    data.kind = AccountKind::Nntp;
+    const int news = program.engine.accounts().add(data);
+    Composition composition = program
+                                  .start(Kind::New, {},
+                                         [](ComposeWish &wish) {
+                                             wish.article = true;
+                                             wish.newsgroups = u"misc.test"_s;
+                                         })
+                                  .composition;
+    composition.to = u"bob@example.org"_s;
+    composition.text = u"Hello"_s;
+    QVERIFY(program.composer.send(composition, {}) != 0);
+    const std::vector<OutboxEntry> entries = outbox.entries();
+    QCOMPARE(entries.size(), std::size_t(2));
+    for (const OutboxEntry &entry : entries)
+        outbox.sendNow(entry.ticket);
+    const auto mailed = outbox.next(mail);
+    const auto posted = outbox.next(news);
+    QVERIFY(mailed && mailed->text.contains("\n\n[Posted and mailed]\n\nHello\n"));
+    QVERIFY(posted && posted->text.contains("\n\nHello\n"));
+    QVERIFY(!posted->text.contains("[Posted and mailed]"));
 }
 
 void ComposerTest::addresses()
@@ -414,6 +509,8 @@ void ComposerTest::addresses()
     QVERIFY(program.composer.isKnown(u"Once@Seen.org"_s));
     QVERIFY(program.composer.isKnown(u"ada@example.org"_s)); // oneself
     QVERIFY(!program.composer.isKnown(u"abuser@junk.org"_s));
+    QVERIFY(program.composer.isNew(u"abuser@junk.org"_s));
+    QVERIFY(!program.composer.isNew(u"abuser@"_s) && !program.composer.isNew(u"once@seen.org"_s));
     QCOMPARE(program.composer.knownAddresses(), QStringList({u"zoe@written.org"_s, u"anton@written.org"_s}));
 }
 

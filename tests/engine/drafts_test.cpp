@@ -1,94 +1,22 @@
-#include "engine/drafts.h"
-
-#include "config/clock.h"
+#include "draftsattest.h"
 #include "engine/draftjournal.h"
-#include "identity/identitymanager.h"
-#include "message/message.h"
-#include "store/groupstore.h"
-#include "support/mail.h"
 #include "support/memory.h"
-#include "support/scratch.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
 
 #include <csignal>
 #include <fcntl.h>
-#include <functional>
-#include <optional>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
+// The versions of drafts, whatever happens to the program or the disk.
+
 namespace {
-
-/// Everything that drafts need, as one run of the program has it.
-struct Run
-{
-    Run()
-    {
-        if (!store.load() || !identities.load())
-            qFatal("the test cannot load the store");
-        if (identities.all().empty()) {
-            Identity ada;
-            ada.name = u"Ada"_s;
-            ada.address = u"ada@example.org"_s;
-            identities.add(ada);
-        }
-        drafts.load();
-    }
-    ~Run()
-    {
-        if (!store.close() || !identities.save())
-            qFatal("the test cannot save the store");
-    }
-
-    Group &group(GroupRole role = GroupRole::Drafts) { return *store.group(role); }
-
-    Articles articles()
-    {
-        Articles alive;
-        for (int row = 0; row < group().rowCount(); ++row) {
-            if (!group().row(row).isDead())
-                alive.push_back(group().row(row).article());
-        }
-        return alive;
-    }
-
-    Message message(quint32 article) { return Message(group().readMessage(*group().overview(article))); }
-
-    MessageRef stored(int draft) { return drafts.context(draft).stored; }
-
-    GroupStore store;
-    IdentityManager identities;
-    Drafts drafts{store, identities};
-};
-
-Composition saying(const QString &text)
-{
-    Composition composition;
-    composition.identity.number = 1;
-    composition.identity.name = u"Ada"_s;
-    composition.identity.address = u"ada@example.org"_s;
-    composition.to = u"bob@example.org"_s;
-    composition.subject = u"Lunch"_s;
-    composition.text = text;
-    return composition;
-}
-
-QString directoryOf(int draft)
-{
-    return configPathOf(u"Drafts/%1"_s.arg(draft));
-}
-
-QStringList attachmentFiles(int draft)
-{
-    return QDir(directoryOf(draft) + u"/Attachments"_s).entryList(QDir::Files);
-}
 
 /// No file of this process may grow beyond @p bytes for as long as it lives: a full disk.
 class FullDisk
@@ -152,16 +80,6 @@ private slots:
     void anAttachmentIsStoredOnce();
     void aLostAttachmentIsToldOf();
     void numbersAreNeverGivenTwice();
-
-    void afterTheEndOfARun_data();
-    void afterTheEndOfARun();
-    void storingTakesThePlaceOfTheEarlier();
-    void openingFindsTheVersionsAgain();
-    void openingAForeignMessage();
-    void closingGoesBackToWhatIsStored();
-    void discardingLeavesNothing();
-    void whatWasTakenBackIsNotDiscarded();
-
     void aFullDiskKeepsTheOldDraft();
     void cutAnywhereTheWholeVersionsStay();
     void damageTakesOneVersion();
@@ -333,230 +251,6 @@ void DraftsTest::numbersAreNeverGivenTwice()
             run.drafts.discard(draft);
         }
     }
-}
-
-void DraftsTest::afterTheEndOfARun_data()
-{
-    QTest::addColumn<std::function<void(Run &, int)>>("deed");
-    QTest::addColumn<int>("recovered");
-    QTest::addColumn<int>("inDrafts");
-    QTest::addColumn<bool>("hasFiles");
-    using Deed = std::function<void(Run &, int)>;
-    const QByteArray id = "<sent@example.org>";
-    const auto wait = [id](Run &run) {
-        run.store.add(run.group(GroupRole::Outbox), Message(mailText("sent@example.org", "Lunch")), {}, 0, 1);
-    };
-    QTest::newRow("nothing was written") << Deed() << 0 << 0 << false;
-    QTest::newRow("kept") << Deed([](Run &run, int draft) { run.drafts.keep(draft, saying(u"x"_s)); }) << 1
-                          << 0 << true;
-    QTest::newRow("kept, closed") << Deed([](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.close(draft);
-    }) << 0 << 0 << false;
-    QTest::newRow("stored, not closed") << Deed([](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.store(draft);
-    }) << 0 << 1 << true;
-    QTest::newRow("stored, then written on") << Deed([](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.store(draft);
-        run.drafts.keep(draft, saying(u"y"_s));
-    }) << 1 << 1 << true;
-    QTest::newRow("stored, closed") << Deed([](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.store(draft);
-        run.drafts.close(draft);
-    }) << 0 << 1 << true;
-    QTest::newRow("stored, its message deleted by the user") << Deed([](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.store(draft);
-        run.drafts.close(draft);
-        run.store.deleteMessages(run.group(), run.articles(), true);
-    }) << 0 << 0 << false;
-    QTest::newRow("about to be handed over, and did not arrive") << Deed([id](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.handOver(draft, id);
-    }) << 1 << 0 << true;
-    QTest::newRow("about to be handed over, and arrived") << Deed([id, wait](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.handOver(draft, id);
-        wait(run);
-    }) << 0 << 0 << true;
-    QTest::newRow("waits in the outbox, window closed") << Deed([id, wait](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.handOver(draft, id);
-        wait(run);
-        run.drafts.handedOver(draft);
-        run.drafts.close(draft);
-    }) << 0 << 0 << true;
-    QTest::newRow("went through the outbox, which could not tell any more")
-        << Deed([id](Run &run, int draft) {
-               run.drafts.keep(draft, saying(u"x"_s));
-               run.drafts.handOver(draft, id);
-               run.drafts.handedOver(draft);
-           })
-        << 0 << 0 << false;
-    QTest::newRow("the outbox refused it") << Deed([id](Run &run, int draft) {
-        run.drafts.keep(draft, saying(u"x"_s));
-        run.drafts.handOver(draft, id);
-        run.drafts.handOverFailed(draft);
-    }) << 1 << 0 << true;
-}
-
-void DraftsTest::afterTheEndOfARun()
-{
-    QFETCH(std::function<void(Run &, int)>, deed);
-    QFETCH(int, recovered);
-    QFETCH(int, inDrafts);
-    QFETCH(bool, hasFiles);
-    const Scratch scratch;
-    int draft = 0;
-    {
-        Run run;
-        draft = run.drafts.begin({});
-        if (deed)
-            deed(run, draft);
-    }
-    for (int start = 0; start < 2; ++start) { // what the first start settles, the second one finds settled
-        Run run;
-        QCOMPARE(int(run.drafts.recovered().size()), recovered);
-        QCOMPARE(int(run.articles().size()), inDrafts);
-        QCOMPARE(QFileInfo::exists(directoryOf(draft)), hasFiles);
-    }
-    QCOMPARE(scratch.reports, QStringList());
-}
-
-void DraftsTest::storingTakesThePlaceOfTheEarlier()
-{
-    const Scratch scratch;
-    Run run;
-    const MessageRef original{run.group(GroupRole::Inbox).number(), 7};
-    const int draft = run.drafts.begin({original, DraftContext::Deed::Reply, {}});
-    QVERIFY(!run.drafts.store(draft)); // nothing to store
-    QVERIFY(run.drafts.keep(draft, saying(u"one"_s)));
-    QVERIFY(run.drafts.store(draft));
-    const Articles first = run.articles();
-    QCOMPARE(first.size(), std::size_t(1));
-    QVERIFY(run.group().overview(first[0])->has(Mark::Read));
-    QVERIFY(run.drafts.store(draft)); // nothing new
-    QCOMPARE(run.articles(), first);
-
-    QVERIFY(run.group().setMarks(first, Mark::Flagged, {}));
-    QVERIFY(run.group().setTags(first, 4, 0));
-    QVERIFY(run.drafts.keep(draft, saying(u"two\u00e9"_s)));
-    QVERIFY(run.drafts.store(draft));
-    const Articles second = run.articles();
-    QCOMPARE(second.size(), std::size_t(1));
-    QVERIFY(second[0] > first[0]);
-    const MessageRef place{run.group().number(), second[0]};
-    QCOMPARE(run.stored(draft), place);
-    QCOMPARE(run.drafts.context(draft).original, original);
-    QVERIFY(run.group().overview(second[0])->has(Mark::Flagged));
-    QCOMPARE(run.group().overview(second[0])->tags(), 4u);
-    QCOMPARE(run.message(second[0]).subject(), u"Lunch"_s);
-    QCOMPARE(run.message(second[0]).to(), u"bob@example.org"_s);
-}
-
-void DraftsTest::openingFindsTheVersionsAgain()
-{
-    const Scratch scratch;
-    Run run;
-    const int draft = run.drafts.begin({});
-    for (const QString &text : {u"one"_s, u"two"_s})
-        QVERIFY(run.drafts.keep(draft, saying(text)));
-    QVERIFY(run.drafts.store(draft));
-    run.drafts.close(draft);
-    QCOMPARE(run.drafts.open(run.stored(draft)), draft);
-    QCOMPARE(run.drafts.versions(draft).size(), std::size_t(2));
-    run.drafts.close(draft);
-
-    // Deleted and brought back: another article of the same draft.
-    Group &basket = run.group(GroupRole::WasteBasket);
-    const Articles there = run.store.move(run.group(), run.articles(), basket);
-    QCOMPARE(run.drafts.open({basket.number(), there[0]}), 0); // no draft while it lies there
-    const Articles back = run.store.move(basket, there, run.group());
-    QCOMPARE(run.drafts.open({run.group().number(), back[0]}), draft);
-    QCOMPARE(run.drafts.versions(draft).size(), std::size_t(2));
-
-    // A copy of it is another one.
-    const Articles copy = run.store.copy(run.group(), back, run.group());
-    const int other = run.drafts.open({run.group().number(), copy[0]});
-    QVERIFY(other != 0 && other != draft);
-    QCOMPARE(run.drafts.open({run.group().number(), 4711}), 0);
-}
-
-void DraftsTest::openingAForeignMessage()
-{
-    const Scratch scratch;
-    Run run;
-    const quint32 article = run.store.add(
-        run.group(), Message(mailText("foreign@example.com", "From elsewhere", "Cc: carol@example.org\n")),
-        {}, 0, 1);
-    const int draft = run.drafts.open({run.group().number(), article});
-    QVERIFY(draft > 0);
-    const Composition composition = run.drafts.version(draft, 0);
-    QCOMPARE(composition.subject, u"From elsewhere"_s);
-    QCOMPARE(composition.cc, u"carol@example.org"_s);
-    QCOMPARE(composition.text.trimmed(), u"Hello"_s);
-    QCOMPARE(composition.identity.number, 1);
-    Composition changed = composition;
-    changed.text = u"Goodbye"_s;
-    QVERIFY(run.drafts.keep(draft, changed));
-    QVERIFY(run.drafts.store(draft));
-    QCOMPARE(run.articles().size(), std::size_t(1)); // in its place
-    QVERIFY(run.articles()[0] != article);
-}
-
-void DraftsTest::closingGoesBackToWhatIsStored()
-{
-    const Scratch scratch;
-    Run run;
-    const int draft = run.drafts.begin({});
-    QVERIFY(run.drafts.keep(draft, saying(u"stored"_s)));
-    QVERIFY(run.drafts.store(draft));
-    QVERIFY(run.drafts.keep(draft, saying(u"given up"_s)));
-    run.drafts.close(draft);
-    QCOMPARE(run.drafts.open(run.stored(draft)), draft);
-    QCOMPARE(run.drafts.version(draft, 0).text, u"stored"_s);
-    QCOMPARE(run.drafts.version(draft, 1).text, u"given up"_s); // still to be had
-    QCOMPARE(run.articles().size(), std::size_t(1));
-}
-
-void DraftsTest::discardingLeavesNothing()
-{
-    const Scratch scratch;
-    Run run;
-    const int draft = run.drafts.begin({});
-    Composition composition = saying(u"x"_s);
-    composition.attachments = {{u"a"_s, "a/b", "data", {}}};
-    QVERIFY(run.drafts.keep(draft, composition));
-    QVERIFY(run.drafts.store(draft));
-    run.drafts.discard(draft);
-    run.drafts.discard(draft); // twice is once
-    QCOMPARE(run.articles(), Articles());
-    QVERIFY(!QFileInfo::exists(directoryOf(draft)));
-    QVERIFY(run.drafts.recovered().empty());
-    QVERIFY(run.drafts.versions(draft).empty());
-}
-
-void DraftsTest::whatWasTakenBackIsNotDiscarded()
-{
-    const Scratch scratch;
-    Run run;
-    const int draft = run.drafts.begin({});
-    QVERIFY(run.drafts.keep(draft, saying(u"x"_s)));
-    QCOMPARE(run.drafts.takenBack("<a@example.org>"), 0);
-    run.drafts.handOver(draft, "<a@example.org>");
-    run.drafts.handedOver(draft);
-    QVERIFY(run.drafts.recovered().empty());
-    QCOMPARE(run.drafts.takenBack("<b@example.org>"), 0);
-    QCOMPARE(run.drafts.takenBack("<a@example.org>"), draft);
-    run.drafts.settled(draft); // some had been served: the outbox has filed that
-    QCOMPARE(run.drafts.version(draft, 0).text, u"x"_s);
-    run.drafts.handOver(draft, "<c@example.org>");
-    run.drafts.handedOver(draft);
-    run.drafts.settled(draft);
-    QVERIFY(run.drafts.versions(draft).empty());
 }
 
 void DraftsTest::aFullDiskKeepsTheOldDraft()
