@@ -1,8 +1,10 @@
 #include "ui/compose/composeeditor.h"
 
+#include "compose/quotemarks.h"
+#include "ui/compose/composeformat.h"
 #include "ui/compose/htmlwriter.h"
 #include "ui/compose/plaineditor.h"
-#include "ui/compose/quotecolours.h"
+#include "ui/compose/plainform.h"
 #include "ui/compose/richeditor.h"
 #include "ui/look/metrics.h"
 
@@ -18,12 +20,14 @@ namespace {
 
 constexpr int kLeastLines = 4; ///< of the text that stay in sight
 
+/// What is quoted is not counted.
 int wordsIn(const QTextDocument &document)
 {
+    const QuoteMarks marks;
     int words = 0;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         const QString text = block.text();
-        if (QuoteColours::depthOf(text) > 0)
+        if (marks.isQuoted(text) || composeformat::quoteLevel(block.blockFormat()) > 0)
             continue;
         bool inWord = false;
         for (const QChar c : text) {
@@ -54,13 +58,12 @@ ComposeEditor::ComposeEditor(QWidget *parent)
     connectDocument(m_rich->document());
     connect(m_plain, &PlainEditor::filesDropped, this, &ComposeEditor::filesDropped);
     connect(m_plain, &PlainEditor::imageDropped, this, &ComposeEditor::imageDropped);
+    connect(m_plain, &PlainEditor::tooMuchPasted, this,
+            [this](const QString &text) { emit tooMuchPasted(text, {}); });
     connect(m_rich, &RichEditor::filesDropped, this, &ComposeEditor::filesDropped);
+    connect(m_rich, &RichEditor::tooMuchPasted, this, &ComposeEditor::tooMuchPasted);
     connect(m_plain, &QPlainTextEdit::copyAvailable, this, &ComposeEditor::selectionChanged);
     connect(m_rich, &QTextEdit::copyAvailable, this, &ComposeEditor::selectionChanged);
-    connect(m_plain, &QPlainTextEdit::undoAvailable, this, &ComposeEditor::canUndoChanged);
-    connect(m_plain, &QPlainTextEdit::redoAvailable, this, &ComposeEditor::canRedoChanged);
-    connect(m_rich, &QTextEdit::undoAvailable, this, &ComposeEditor::canUndoChanged);
-    connect(m_rich, &QTextEdit::redoAvailable, this, &ComposeEditor::canRedoChanged);
     setFocusProxy(m_plain);
 }
 
@@ -70,6 +73,17 @@ void ComposeEditor::connectDocument(QTextDocument *document)
         if (!m_isFilling)
             emit changed();
     });
+    connect(document, &QTextDocument::undoCommandAdded, this, [this] {
+        if (!m_isFilling)
+            m_undone.clear(); // what is done anew cannot be followed by what was undone
+    });
+    connect(document, &QTextDocument::undoAvailable, this, [this] { emit canUndoChanged(canUndo()); });
+    connect(document, &QTextDocument::redoAvailable, this, [this] { emit canRedoChanged(canRedo()); });
+}
+
+QTextDocument *ComposeEditor::document() const
+{
+    return m_isRich ? m_rich->document() : m_plain->document();
 }
 
 QWidget *ComposeEditor::current() const
@@ -80,14 +94,32 @@ QWidget *ComposeEditor::current() const
 void ComposeEditor::show(const Composition &composition)
 {
     m_isFilling = true;
-    m_isRich = !composition.html.isEmpty();
-    if (m_isRich)
+    const bool rich = !composition.html.isEmpty();
+    if (rich)
         m_rich->setContents(composition.html, composition.attachments);
     else
         m_plain->setPlainText(composition.text);
+    forgetHistory();
+    m_isFilling = false;
+    showForm(rich);
+}
+
+void ComposeEditor::changeTo(const Composition &composition)
+{
+    if (m_isRich)
+        m_rich->changeTo(composition.html);
+    else
+        m_plain->changeTo(composition.text);
+}
+
+void ComposeEditor::showForm(bool rich)
+{
+    m_isRich = rich;
+    const bool hadFocus = m_plain->hasFocus() || m_rich->hasFocus();
     m_stack->setCurrentWidget(current());
     setFocusProxy(current());
-    m_isFilling = false;
+    if (hadFocus)
+        current()->setFocus();
     emit formChanged(m_isRich);
 }
 
@@ -106,17 +138,90 @@ void ComposeEditor::setRich(bool rich)
 {
     if (rich == m_isRich)
         return;
+    // straight back again, nothing written since: then nothing was lost on the way
+    if (isAtSwitch()) {
+        undoText();
+        current()->setFocus();
+        return;
+    }
+    const int stepsLeft = document()->availableUndoSteps();
     m_isFilling = true;
     if (rich)
         m_rich->setPlain(m_plain->text());
     else
-        m_plain->setPlainText(m_rich->plainForm());
-    m_isRich = rich;
-    m_stack->setCurrentWidget(current());
-    setFocusProxy(current());
-    current()->setFocus();
+        m_plain->setAll(m_rich->plainForm());
     m_isFilling = false;
-    emit formChanged(m_isRich);
+    m_undone.clear();
+    showForm(rich);
+    current()->setFocus();
+    m_done.push_back({rich, stepsLeft, document()->availableUndoSteps()});
+    emit canUndoChanged(true);
+    emit canRedoChanged(false);
+    emit changed();
+}
+
+// --- One history for both forms -------------------------------------------------------------------------
+
+/// Whether the next step back is the change of the form.
+bool ComposeEditor::isAtSwitch() const
+{
+    return !m_done.empty() && m_done.back().toRich == m_isRich &&
+           document()->availableUndoSteps() <= m_done.back().stepsThere;
+}
+
+bool ComposeEditor::canUndo() const
+{
+    return isAtSwitch() || document()->isUndoAvailable();
+}
+
+bool ComposeEditor::canRedo() const
+{
+    return document()->isRedoAvailable() || !m_undone.empty();
+}
+
+void ComposeEditor::forgetHistory()
+{
+    m_done.clear();
+    m_undone.clear();
+    m_plain->document()->clearUndoRedoStacks();
+    m_rich->document()->clearUndoRedoStacks();
+}
+
+void ComposeEditor::undoText()
+{
+    if (!isAtSwitch()) {
+        m_isRich ? m_rich->undo() : m_plain->undo();
+        return;
+    }
+    const Switch last = m_done.back();
+    m_done.pop_back();
+    m_isFilling = true; // the form gone back to is as it was left; the other one is made as it was before
+    m_isRich ? m_rich->undo() : m_plain->undo();
+    m_isFilling = false;
+    m_undone.push_back(last);
+    showForm(!last.toRich);
+    emit canUndoChanged(canUndo());
+    emit canRedoChanged(true);
+    emit changed();
+}
+
+void ComposeEditor::redoText()
+{
+    const bool isAtUndone = !m_undone.empty() && m_undone.back().toRich != m_isRich &&
+                            document()->availableUndoSteps() >= m_undone.back().stepsLeft;
+    if (!isAtUndone) {
+        m_isRich ? m_rich->redo() : m_plain->redo();
+        return;
+    }
+    const Switch next = m_undone.back();
+    m_undone.pop_back();
+    m_isFilling = true;
+    next.toRich ? m_rich->redo() : m_plain->redo();
+    m_isFilling = false;
+    m_done.push_back(next);
+    showForm(next.toRich);
+    emit canUndoChanged(true);
+    emit canRedoChanged(canRedo());
     emit changed();
 }
 
@@ -127,7 +232,7 @@ bool ComposeEditor::hasFormatting() const
         return false;
     QTextDocument plain;
     fillWithPlain(plain, m_rich->plainForm());
-    return !m_rich->pictures().isEmpty() || htmlOf(plain) != m_rich->html();
+    return htmlOf(plain) != m_rich->html();
 }
 
 QString ComposeEditor::plainForm() const
@@ -163,13 +268,21 @@ void doWhereFocusIs(Field inField, Text inText)
         doWhereFocusIs([](QLineEdit *field) { field->name(); },                                              \
                        [this] { m_isRich ? m_rich->name() : m_plain->name(); });                             \
     }
-FORWARD(undo)
-FORWARD(redo)
 FORWARD(cut)
 FORWARD(copy)
 FORWARD(paste)
 FORWARD(selectAll)
 #undef FORWARD
+
+void ComposeEditor::undo()
+{
+    doWhereFocusIs([](QLineEdit *field) { field->undo(); }, [this] { undoText(); });
+}
+
+void ComposeEditor::redo()
+{
+    doWhereFocusIs([](QLineEdit *field) { field->redo(); }, [this] { redoText(); });
+}
 
 void ComposeEditor::pastePlain()
 {
@@ -189,7 +302,9 @@ void ComposeEditor::rewrap()
 
 void ComposeEditor::insertText(const QString &text)
 {
-    if (m_isRich)
+    if (!isFitToEdit(text))
+        emit tooMuchPasted(text, {});
+    else if (m_isRich)
         m_rich->textCursor().insertText(text);
     else
         m_plain->insertText(text);
@@ -197,12 +312,11 @@ void ComposeEditor::insertText(const QString &text)
 
 void ComposeEditor::placeCursor(bool atEnd)
 {
-    QTextDocument *document = m_isRich ? m_rich->document() : m_plain->document();
-    QTextBlock block = document->begin();
+    QTextBlock block = document()->begin();
     if (atEnd) { // behind the quotation, before the signature
-        QTextBlock last = document->lastBlock();
+        QTextBlock last = document()->lastBlock();
         for (QTextBlock each = last; each.isValid(); each = each.previous())
-            if (each.text() == "-- "_L1) {
+            if (each.text() == kSignatureSeparator) {
                 last = each.previous().isValid() ? each.previous() : each;
                 break;
             }

@@ -4,6 +4,8 @@
 
 #include <QWidget>
 
+#include <vector>
+
 class FindBar;
 class PlainEditor;
 class QStackedLayout;
@@ -31,7 +33,11 @@ public:
     /// Takes text, html and the pictures inside the text; other attachments are left alone.
     void read(Composition &composition) const;
 
-    /// Goes over to the other form, with the text as far as that can hold it.
+    /// The same as one step to undo, as far as it differs from what is shown; the cursor stays in its place.
+    void changeTo(const Composition &composition);
+
+    /// Goes over to the other form, with the text as far as that can hold it. undo() goes back, formatting
+    /// and all.
     void setRich(bool rich);
 
     /// Whether anything would be lost by going over to plain text.
@@ -42,6 +48,9 @@ public:
 
     void undo();
     void redo();
+    bool canUndo() const;
+    bool canRedo() const;
+    void forgetHistory();
     void cut();
     void copy();
     void paste();
@@ -58,17 +67,36 @@ signals:
     void changed();
     void filesDropped(const QStringList &paths);
     void imageDropped(const QImage &image); ///< where the text cannot hold it
+
+    /// More was pasted or dropped than can be written in: one of the two, the other is empty.
+    void tooMuchPasted(const QString &text, const QString &html);
     void canUndoChanged(bool can);
     void canRedoChanged(bool can);
     void selectionChanged(bool any);
     void formChanged(bool rich);
 
 private:
+    /// A change of the form in the history: how many steps to undo the form had that was left, and the one
+    /// gone to, the change itself included.
+    struct Switch
+    {
+        bool toRich;
+        int stepsLeft;
+        int stepsThere;
+    };
+
     void connectDocument(QTextDocument *document);
+    QTextDocument *document() const;
+    void showForm(bool rich);
+    bool isAtSwitch() const;
+    void undoText();
+    void redoText();
 
     PlainEditor *m_plain;
     RichEditor *m_rich;
     QStackedLayout *m_stack;
+    std::vector<Switch> m_done;   ///< changes of the form, the last at the end
+    std::vector<Switch> m_undone; ///< those that redo() does again
     bool m_isRich = false;
     bool m_isFilling = false;
 };

@@ -20,6 +20,9 @@ namespace {
 
 constexpr int kNarrowest = 20; ///< `SendWrapWidth` below this is a mistake
 
+constexpr qsizetype kMostText = 2'000'000; ///< characters that are taken at once
+constexpr qsizetype kLongestLine = 20'000; ///< beyond it a key takes longer than the screen
+
 /// A longer line was pasted, not typed: it is wrapped when the message is sent, not at every key.
 constexpr int kLongestTyped = 2000;
 
@@ -47,6 +50,21 @@ void extendToWholeLines(QTextCursor &cursor)
 }
 
 } // namespace
+
+bool isFitToEdit(QStringView text)
+{
+    if (text.size() > kMostText)
+        return false;
+    qsizetype begin = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && text[i] != u'\n' && text[i] != u'\r' && text[i] != QChar::ParagraphSeparator)
+            continue;
+        if (i - begin > kLongestLine)
+            return false;
+        begin = i + 1;
+    }
+    return true;
+}
 
 bool takeDropped(const QMimeData *source, const std::function<void(const QStringList &)> &files,
                  const std::function<void(const QImage &)> &image)
@@ -124,7 +142,7 @@ void PlainEditor::wrapLine()
     QTextCursor cursor = textCursor();
     const QTextBlock line = cursor.block();
     const int width = wrapWidth();
-    if (line.length() - 1 <= width || line.length() > kLongestTyped || QuoteColours::depthOf(line.text()) > 0)
+    if (line.length() - 1 <= width || line.length() > kLongestTyped || m_marks.depthOf(line.text()) > 0)
         return;
     const QString wrapped = wrapText(line.text(), width);
     const qsizetype end = wrapped.indexOf(u'\n');
@@ -149,10 +167,10 @@ QTextCursor PlainEditor::paragraph() const
         extendToWholeLines(cursor);
         return cursor;
     }
-    const int depth = QuoteColours::depthOf(cursor.block().text());
-    const auto belongs = [depth](const QTextBlock &block) {
+    const int depth = m_marks.depthOf(cursor.block().text());
+    const auto belongs = [this, depth](const QTextBlock &block) {
         const QString text = block.text();
-        return block.isValid() && !text.trimmed().isEmpty() && QuoteColours::depthOf(text) == depth;
+        return block.isValid() && !text.trimmed().isEmpty() && m_marks.depthOf(text) == depth;
     };
     QTextBlock first = cursor.block();
     QTextBlock last = first;
@@ -185,31 +203,58 @@ void PlainEditor::insertText(const QString &text)
     textCursor().insertText(text);
 }
 
-void PlainEditor::replaceAll(const QString &text)
+void PlainEditor::setAll(const QString &text)
 {
-    const int line = textCursor().blockNumber();
     QTextCursor cursor(document());
     cursor.select(QTextCursor::Document);
     cursor.insertText(text);
-    cursor.setPosition(
-        document()->findBlockByNumber(std::min(line, document()->blockCount() - 1)).position());
-    setTextCursor(cursor);
+    moveCursor(QTextCursor::Start);
+}
+
+void PlainEditor::changeTo(const QString &text)
+{
+    const QString old = this->text();
+    const qsizetype most = std::min(old.size(), text.size());
+    const auto [oldEnd, newEnd] = std::mismatch(old.begin(), old.begin() + most, text.begin());
+    const qsizetype same = oldEnd - old.begin();
+    qsizetype below = 0;
+    while (below < most - same && old[old.size() - 1 - below] == text[text.size() - 1 - below])
+        ++below;
+    const int taken = int(old.size() - same - below);
+    const QString given = text.sliced(same, text.size() - same - below);
+    if (taken == 0 && given.isEmpty())
+        return;
+    keepingCursor(*this, int(same), taken, int(given.size()), [&] {
+        QTextCursor cursor(document());
+        cursor.setPosition(int(same));
+        cursor.setPosition(int(same) + taken, QTextCursor::KeepAnchor);
+        cursor.insertText(given);
+    });
 }
 
 void PlainEditor::changeQuoteDepth(int by)
 {
     QTextCursor cursor = textCursor();
+    const bool hadSelection = cursor.hasSelection();
     extendToWholeLines(cursor);
     QStringList lines = textOf(cursor).split(u'\n');
+    const QString mark = m_marks.prefixOf(1);
     for (QString &line : lines) {
+        const int depth = m_marks.depthOf(line);
         if (by > 0)
-            line.prepend(QuoteColours::depthOf(line) > 0 ? u">"_s : u"> "_s);
-        else if (line.startsWith("> "_L1))
-            line.remove(0, 2);
-        else if (line.startsWith(u'>'))
-            line.remove(0, 1);
+            line.prepend(depth > 0 && !mark.trimmed().isEmpty() ? mark.trimmed() : mark);
+        else if (depth > 0) // the first mark, and with the last one its blank
+            line = (depth > 1 ? m_marks.prefixOf(depth - 1) : QString()) +
+                   line.sliced(m_marks.prefixLength(line));
     }
+    const int from = cursor.selectionStart();
     cursor.insertText(lines.join(u'\n'));
+    if (!hadSelection)
+        return;
+    const int end = cursor.position();
+    cursor.setPosition(from); // once more does the same lines
+    cursor.setPosition(end, QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
 }
 
 void PlainEditor::pasteAsQuotation()
@@ -220,6 +265,12 @@ void PlainEditor::pasteAsQuotation()
     text = quotedText(text);
     if (!text.endsWith(u'\n'))
         text.append(u'\n');
+    if (!isFitToEdit(text)) {
+        emit tooMuchPasted(QGuiApplication::clipboard()->text());
+        return;
+    }
+    if (!textCursor().atBlockStart() && !textCursor().hasSelection())
+        text.prepend(u'\n'); // marks are none in the middle of a line
     insertText(text);
 }
 
@@ -233,6 +284,10 @@ void PlainEditor::insertFromMimeData(const QMimeData *source)
     const bool taken = takeDropped(
         source, [this](const QStringList &paths) { emit filesDropped(paths); },
         [this](const QImage &image) { emit imageDropped(image); });
-    if (!taken)
+    if (taken)
+        return;
+    if (const QString text = source->text(); !isFitToEdit(text))
+        emit tooMuchPasted(text);
+    else
         QPlainTextEdit::insertFromMimeData(source);
 }

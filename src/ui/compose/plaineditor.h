@@ -1,5 +1,7 @@
 #pragma once
 
+#include "compose/quotemarks.h"
+
 #include <QPlainTextEdit>
 
 #include <functional>
@@ -22,14 +24,18 @@ public:
     void pasteAsQuotation();
     void rewrap(); ///< the selection, or the paragraph the cursor is in
     void insertText(const QString &text);
-    void replaceAll(const QString &text); ///< the cursor stays in its line where it can
-    void changeQuoteDepth(int by);        ///< of the selected lines, or the cursor's
+    void setAll(const QString &text);
+    void changeTo(const QString &text); ///< only what differs is replaced; the cursor stays where it is
+    void changeQuoteDepth(int by);      ///< of the selected lines, or the cursor's
     /// @}
 
 signals:
     /// Files or a picture were pasted or dropped.
     void filesDropped(const QStringList &paths);
     void imageDropped(const QImage &image);
+
+    /// More was pasted or dropped than can be written in; nothing was inserted.
+    void tooMuchPasted(const QString &text);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
@@ -42,8 +48,32 @@ private:
     void wrapLine();
     QTextCursor paragraph() const;
 
+    QuoteMarks m_marks;
     QuoteColours *m_colours;
 };
+
+/// Whether @p text can be written in: an editor lays a line out whole, at every key.
+bool isFitToEdit(QStringView text);
+
+/// Does @p work, which replaces the characters from @p from on, @p taken of them by @p given others, with a
+/// cursor of its own, and leaves the user's where it stood in the text.
+template <typename Editor, typename Work>
+void keepingCursor(Editor &editor, int from, int taken, int given, Work work)
+{
+    const auto moved = [=](int position) {
+        return position <= from ? position : position >= from + taken ? position - taken + given : from;
+    };
+    QTextCursor cursor = editor.textCursor();
+    const int anchor = moved(cursor.anchor());
+    const int position = moved(cursor.position());
+    work();
+    cursor = editor.textCursor();
+    if (cursor.anchor() == anchor && cursor.position() == position)
+        return;
+    cursor.setPosition(anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    editor.setTextCursor(cursor);
+}
 
 /// What @p source holds beside text: the paths of local files, or a picture. Whether there was any.
 bool takeDropped(const QMimeData *source, const std::function<void(const QStringList &)> &files,

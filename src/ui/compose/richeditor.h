@@ -5,6 +5,10 @@
 #include <QHash>
 #include <QTextEdit>
 
+class RichColours;
+class QTextFrame;
+class QTextTable;
+
 /// The editor of a formatted text. Its HTML is written anew in a small subset, without the toolkit's styles;
 /// pictures in it are parts of the message ("cid:"), nothing is loaded from anywhere.
 class RichEditor : public QTextEdit
@@ -17,7 +21,10 @@ public:
     /// @p pictures: the inline parts that @p html names.
     void setContents(const QString &html, const QList<Attachment> &pictures);
 
-    /// A plain text: its lines are paragraphs, quoted ones quotations.
+    /// The same as one step to undo: only the paragraphs that differ are replaced, the cursor stays.
+    void changeTo(const QString &html);
+
+    /// A plain text: its lines are paragraphs, quoted ones quotations. One step to undo.
     void setPlain(const QString &text);
 
     QString html() const;               ///< a whole document
@@ -25,7 +32,7 @@ public:
     QList<Attachment> pictures() const; ///< those that the text still shows
 
     void insertPicture(const QImage &image, const QString &name);
-    bool insertPictureFile(const QString &path); ///< false after a report
+    bool insertPictureFile(const QString &path); ///< false: it cannot be read or is none
 
     /// @name The format tool bar
     /// @{
@@ -44,19 +51,27 @@ signals:
     void filesDropped(const QStringList &paths);
     void formatChanged(); ///< at the cursor
 
+    /// More was pasted or dropped than can be written in; nothing was inserted. One of the two is empty.
+    void tooMuchPasted(const QString &text, const QString &html);
+
 protected:
     bool canInsertFromMimeData(const QMimeData *source) const override;
     void insertFromMimeData(const QMimeData *source) override;
     QVariant loadResource(int type, const QUrl &name) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     void merge(const QTextCharFormat &format);
     void takeFont();
+    void insertAttached(const Attachment &picture, const QImage &image);
+    void insertHtmlSafely(const QString &html);
+    bool leaveBlock();
+    bool changeListLevel(int by);
+    void paintBars(QPainter &painter, const QRectF &place, double left, int level);
+    const QTextTable *quotedTable(const QTextBlock &block) const;
 
+    RichColours *m_colours;
     QHash<QString, Attachment> m_pictures; ///< by Content-ID
 };
-
-/// Puts @p text into @p document as RichEditor::setPlain() does; plainTextOf() (htmlwriter.h) gives it back.
-void fillWithPlain(QTextDocument &document, const QString &text);

@@ -236,12 +236,11 @@ Composition SendWindow::composition() const
 void SendWindow::updateHave()
 {
     const bool rich = m_editor->isRich();
-    const auto *document = rich ? m_editor->rich()->document() : m_editor->plain()->document();
     const std::pair<ComposeNeed, bool> needs[] = {
         {ComposeNeedsRich, rich},
         {ComposeNeedsPlain, !rich},
-        {ComposeNeedsUndo, document->isUndoAvailable()},
-        {ComposeNeedsRedo, document->isRedoAvailable()},
+        {ComposeNeedsUndo, m_editor->canUndo()},
+        {ComposeNeedsRedo, m_editor->canRedo()},
         {ComposeNeedsArticle, m_isArticle},
         {ComposeNeedsVersions, !m_services.drafts.versions(m_draft).empty()},
     };
@@ -318,6 +317,7 @@ void SendWindow::connectParts()
     });
     connect(m_editor, &ComposeEditor::filesDropped, this, &SendWindow::attachFiles);
     connect(m_editor, &ComposeEditor::imageDropped, this, &SendWindow::attachPicture);
+    connect(m_editor, &ComposeEditor::tooMuchPasted, this, &SendWindow::attachPasted);
     connect(&m_attachments->model(), &ComposeAttachmentModel::changed, this, &SendWindow::changed);
     connect(m_attachments, &ComposeAttachments::becameLarge, this, &SendWindow::warnOfSize);
     connect(m_attachments, &ComposeAttachments::addWanted, this, &SendWindow::askForFiles);

@@ -119,6 +119,8 @@ private:
     void chooseColour();
     void askForFiles();
     void insertFile();
+    void insertTextOf(const QString &path);
+    void attachPasted(const QString &text, const QString &html);
     void insertPicture();
     void setRich(bool rich);
     void find(bool backwards, bool open);

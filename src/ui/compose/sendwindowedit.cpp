@@ -20,6 +20,7 @@
 #include <QColorDialog>
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QImage>
 #include <QMimeData>
 
@@ -50,12 +51,18 @@ void SendWindow::identityChosen(int number)
 }
 
 /// The signature of that name takes the place of the one in the text; a command's comes when it has run.
+/// Where it cannot be read, what is in the text stays.
 void SendWindow::takeSignature(const QString &name)
 {
+    qDeleteAll(findChildren<SignatureCommand *>()); // what was chosen before comes no more
     const std::optional<Signature> signature =
         name.isEmpty() ? std::optional(Signature()) : readSignature(m_header->identity(), name);
-    if (!signature)
+    if (!signature || signature->text.contains(QChar::ReplacementCharacter) ||
+        signature->text.contains(QChar::Null)) {
+        m_bar->tell(MessageBar::Kind::Warning,
+                    tr("The signature “%1” cannot be read; the text stays as it is.").arg(name));
         return;
+    }
     if (signature->kind != Signature::Kind::Command) {
         putSignature(signature->text, signature->kind == Signature::Kind::Html);
         return;
@@ -76,15 +83,28 @@ void SendWindow::runSignature(const QString &command)
     run->start(command);
 }
 
+/// A step to undo of its own, wherever the cursor is. In a window in which nobody has done anything yet it is
+/// how the message began.
 void SendWindow::putSignature(const QString &text, bool isHtml)
 {
+    const bool wasTouched = m_isChanged;
+    const QString before = m_signatureEnd;
     Composition now = composition();
-    m_signatureEnd = setSignature(now, text, isHtml, m_tagline, m_signatureEnd);
-    if (!m_editor->isRich() && now.html.isEmpty())
-        m_editor->plain()->replaceAll(now.text);
-    else
-        m_editor->show(now);
-    changed();
+    m_signatureEnd = setSignature(now, text, isHtml, m_tagline, before);
+    m_editor->changeTo(now);
+    Composition atFirst;
+    atFirst.identity = now.identity;
+    atFirst.text = m_textAtFirst;
+    setSignature(atFirst, text, isHtml, m_tagline, before);
+    m_textAtFirst = wasTouched ? atFirst.text : m_editor->plainForm();
+    if (wasTouched) {
+        changed();
+        return;
+    }
+    m_editor->forgetHistory();
+    m_isChanged = false;
+    m_isKept = true;
+    m_typed.stop();
 }
 
 void SendWindow::takeTemplate(const QString &name)
@@ -123,12 +143,34 @@ void SendWindow::insertFile()
     auto *dialog = new QFileDialog(this, tr("Insert the text of a file"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFile);
-    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &path) {
-        const QString text = readTextFile(path, this);
-        if (!text.isEmpty())
-            m_editor->insertText(text);
-    });
+    connect(dialog, &QFileDialog::fileSelected, this, &SendWindow::insertTextOf);
     dialog->open();
+}
+
+void SendWindow::insertTextOf(const QString &path)
+{
+    constexpr qint64 kMostBytes = 4'000'000;
+    const QFileInfo file(path);
+    const QString text = file.isFile() && file.size() <= kMostBytes ? readTextFile(path, this) : QString();
+    const auto isNoText = [](QChar c) { return c.isNull() || c == QChar::ReplacementCharacter; };
+    if (text.isEmpty() && file.size() > 0)
+        m_bar->tell(MessageBar::Kind::Warning, tr("This file is too large for a text; it can be attached."));
+    else if (std::any_of(text.begin(), text.end(), isNoText))
+        m_bar->tell(MessageBar::Kind::Warning, tr("This file is no text; it can be attached."));
+    else
+        m_editor->insertText(text);
+}
+
+/// What was pasted goes along, but not into the text.
+void SendWindow::attachPasted(const QString &text, const QString &html)
+{
+    Attachment pasted;
+    pasted.name = html.isEmpty() ? tr("Pasted text") + u".txt"_s : tr("Pasted text") + u".html"_s;
+    pasted.contentType = html.isEmpty() ? "text/plain; charset=UTF-8" : "text/html; charset=UTF-8";
+    pasted.data = (html.isEmpty() ? text : html).toUtf8();
+    m_attachments->model().add(pasted);
+    m_bar->tell(MessageBar::Kind::Information,
+                tr("This is too long to be written in; it is attached as “%1”.").arg(pasted.name));
 }
 
 void SendWindow::insertPicture()

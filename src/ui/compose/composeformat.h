@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QTextFormat>
+
+/// What a text in the formatted editor carries besides the toolkit's own formats.
+namespace composeformat {
+
+enum Property {
+    QuoteLevel = QTextFormat::BlockQuoteLevel,     ///< int, of paragraphs and tables; in a cell from its edge
+    IsSignature = QTextFormat::UserProperty + 100, ///< bool: inside the <div> of kSignatureClass
+    IsFiller,                                      ///< bool: stands only because a table needs a neighbour
+    ListStart,                                     ///< int, of lists: the number of the first item
+};
+
+constexpr int kDeepestQuote = 20; ///< what a hostile text has beyond these levels stays at the last
+constexpr int kQuoteStep = 14;    ///< pixels from the bar of one level to that of the next
+
+inline int quoteLevel(const QTextFormat &format)
+{
+    return format.intProperty(QuoteLevel);
+}
+
+/// @p indent: beyond what the quotation itself is moved in.
+inline void setQuoteLevel(QTextBlockFormat &format, int level, double indent = 0)
+{
+    format.setLeftMargin(level * kQuoteStep + indent);
+    format.setRightMargin(0);
+    level > 0 ? format.setProperty(QuoteLevel, level) : format.clearProperty(QuoteLevel);
+}
+
+/// How far a paragraph is moved in beyond its quotation.
+inline double ownIndent(const QTextBlockFormat &format)
+{
+    return std::max(0.0, format.leftMargin() - quoteLevel(format) * kQuoteStep);
+}
+
+} // namespace composeformat
