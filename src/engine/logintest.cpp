@@ -88,6 +88,7 @@ private:
     {
         LoginResult result{reason, detail};
         result.isRefused = m_pop ? m_pop->isLoginRefused() : m_sender && m_sender->isLoginRefused();
+        result.isSignedIn = !m_sender || m_sender->isLoggedIn();
         result.messages = m_pop ? m_pop->messageCount() : -1;
         m_fetcher->disconnect(this);
         QMetaObject::invokeMethod(

@@ -17,7 +17,8 @@ struct LoginResult
     AccountFetchReason reason = AccountFetchReason::None; ///< None: it worked
     QString detail;                                       ///< the server's line, or the socket's text
     bool isRefused = false;                               ///< the server refused the name or the password
-    int messages = -1; ///< in the mailbox; -1: nobody knows, or it has none
+    int messages = -1;      ///< in the mailbox; -1: nobody knows, or it has none
+    bool isSignedIn = true; ///< false where it worked: the server asks nobody for a name and a password
 };
 
 /// Tries whether an account that is not saved yet can log in. Nothing is fetched, stored, remembered or

@@ -36,6 +36,7 @@ private slots:
     void aCopyTakesSignaturesAlong();
     void aNewOneIsEnteredForItsSignatures();
     void signaturesAreKept();
+    void anUnreadableSignatureStays();
     void aRenamedSignatureStaysTheDefault();
     void htmlIsSeenHarmless();
     void commandsAreTried_data();
@@ -44,6 +45,19 @@ private slots:
     void windowsComeToTheFront();
     void theKeyboardSuffices();
 };
+
+namespace {
+
+/// All that the question before a deletion says.
+QString wordsOf(QWidget *manager)
+{
+    QStringList words;
+    for (const QLabel *label : field<QDialog>(manager, "deleteDialog")->findChildren<QLabel *>())
+        words += label->text();
+    return words.join(u' ');
+}
+
+} // namespace
 
 void IdentitiesTest::theListFollows()
 {
@@ -102,8 +116,12 @@ void IdentitiesTest::deletionIsAskedAndGuarded()
     dialog->select(program.clara);
     QTest::keyClick(field<QListView>(dialog, "list"), Qt::Key_Delete);
     QTRY_VERIFY(dialog->findChild<QDialog *>(u"deleteDialog"_s));
+    QVERIFY(wordsOf(dialog).contains(u"“Sailing club” becomes the default identity"_s));
     confirmDelete(dialog);
     QCOMPARE(rows(dialog), QStringList{u"Sailing club"_s});
+    QTRY_VERIFY(!dialog->findChild<QDialog *>(u"deleteDialog"_s));
+    press(dialog, "delete");
+    QVERIFY(wordsOf(dialog).contains(u"It is the only one"_s));
 }
 
 void IdentitiesTest::everyAttributeIsSaved()
@@ -250,6 +268,22 @@ void IdentitiesTest::signaturesAreKept()
     confirmDelete(dialog);
     QVERIFY(signatureNames(program.clara).isEmpty());
     QCOMPARE(field<QComboBox>(editor, "signature")->count(), 1);
+}
+
+/// What cannot be read is named, and nothing can be saved over it.
+void IdentitiesTest::anUnreadableSignatureStays()
+{
+    IdentityProgram program;
+    QVERIFY(writeSignature(program.clara, {u"Work"_s, Signature::Kind::Plain, u"Clara"_s}));
+    QFile file(configPathOf(u"Identities/%1/Signatures/Work"_s.arg(program.clara)));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(2'000'000));
+    SignaturesDialog dialog(program.identities(), program.clara, &program.window);
+    const QAbstractItemModel *model = field<QListView>(&dialog, "list")->model();
+    QVERIFY(model->index(0, 0).data(Qt::AccessibleTextRole).toString().contains(u"cannot be read"_s));
+    press(&dialog, "edit");
+    auto *signature = opened<SignatureEditor>(&dialog);
+    QVERIFY(field<QLabel>(signature, "problem")->text().contains(u"cannot be read"_s));
+    QVERIFY(!canPress(signature, "ok"));
 }
 
 void IdentitiesTest::aRenamedSignatureStaysTheDefault()

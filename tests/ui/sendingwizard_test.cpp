@@ -16,6 +16,9 @@ private slots:
     void sendingMayWait();
     void whatIsThereIsNotAskedFor();
     void onlySending();
+    void anotherLoginToSend_data();
+    void anotherLoginToSend();
+    void nothingIsHalfSaved();
     void anOutgoingAccountIsOffered_data();
     void anOutgoingAccountIsOffered();
 };
@@ -127,6 +130,80 @@ void SendingWizardTest::onlySending()
     QVERIFY(wizard.only());
     QCOMPARE(wizard.only()->kind(), AccountKind::Smtp);
     QCOMPARE(wizard.only()->password(), u"right"_s);
+    QCOMPARE(wizard.engine.identities().all().size(), std::size_t(1));
+}
+
+/// Who signs in to send with another name and password than to fetch; and what happens when nobody asks.
+void SendingWizardTest::anotherLoginToSend_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QString>("result");
+    QTest::addColumn<QString>("kept");
+    QTest::newRow("another name and password") << u"sender"_s << u"right"_s << u"signed in"_s << u"right"_s;
+    QTest::newRow("the same password") << u"sender"_s << QString() << u"the server refused"_s << u"wrong"_s;
+    QTest::newRow("the server asks nobody")
+        << u"anybody"_s << u"right"_s << u"it takes mail without a sign-in"_s << u"right"_s;
+    QTest::newRow("no name, no password") << QString() << u"right"_s << QString() << QString();
+}
+
+void SendingWizardTest::anotherLoginToSend()
+{
+    QFETCH(QString, user);
+    QFETCH(QString, password);
+    QFETCH(QString, result);
+    QFETCH(QString, kept);
+    Wizard wizard;
+    wizard.publishSending();
+    wizard.enter(u"clara@tidewater.example"_s, u"wrong"_s);
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.press(Qt::Key_Return);
+    QTRY_COMPARE(wizard.verb(), u"Try again"_s);
+    wizard.button(u"secondary")->click(); // untried
+    QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
+    wizard.change();
+    wizard.field(u"user")->setText(user);
+    wizard.field(u"ownPassword")->setText(password);
+    wizard.tester.asksNobody = user == u"anybody"_s;
+    wizard.press(Qt::Key_Return);
+    QTRY_VERIFY2(result.isEmpty() || wizard.result().contains(result), qPrintable(wizard.result()));
+    if (result.contains(u"refused"_s))
+        return;
+    if (!result.isEmpty())
+        wizard.press(Qt::Key_Return);
+    wizard.press(Qt::Key_Return);
+    const QString summary = wizard.notice(u"summary");
+    QCOMPARE(summary.contains(u"Signed in to smtp.tidewater.example"_s), user == u"sender"_s);
+    QCOMPARE(summary.contains(u"smtp.tidewater.example is used without a sign-in"_s), user != u"sender"_s);
+    wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+    wizard.press(Qt::Key_Return);
+    QVERIFY(wizard.account(AccountKind::Smtp));
+    QCOMPARE(wizard.account(AccountKind::Smtp)->user, user);
+    QTEST(wizard.passwordOf(AccountKind::Smtp), "kept");
+    QCOMPARE(wizard.passwordOf(AccountKind::Pop3), u"wrong"_s);
+}
+
+/// Both accounts and the identity, or none of them.
+void SendingWizardTest::nothingIsHalfSaved()
+{
+    Wizard wizard;
+    wizard.publishSending();
+    wizard.enter(u"clara@tidewater.example"_s, {});
+    QTRY_COMPARE(wizard.verb(), u"Continue"_s);
+    wizard.press(Qt::Key_Return);
+    wizard.press(Qt::Key_Return);
+    wizard.press(Qt::Key_Return);
+    wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
+    const QString beside = configPathOf(u"Accounts/Index~"_s);
+    QVERIFY(QDir().mkpath(beside)); // nothing can be written beside the list
+    wizard.press(Qt::Key_Return);
+    QVERIFY(wizard.window && wizard.window->isVisible());
+    QVERIFY(!wizard.scratch.reports.isEmpty());
+    QVERIFY(wizard.engine.accounts().accounts().empty() && wizard.engine.identities().all().empty());
+    QVERIFY(QDir().rmdir(beside));
+    wizard.press(Qt::Key_Return);
+    QTRY_VERIFY(!wizard.window);
+    QCOMPARE(wizard.engine.accounts().accounts().size(), std::size_t(2));
     QCOMPARE(wizard.engine.identities().all().size(), std::size_t(1));
 }
 

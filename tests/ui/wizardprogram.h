@@ -37,6 +37,7 @@ public:
                 result = {AccountFetchReason::Unreachable, u"the certificate was refused"_s};
             else if (account.password != u"right"_s)
                 result = {AccountFetchReason::Unexpected, u"-ERR [AUTH] no"_s, true};
+            result.isSignedIn = !asksNobody;
             if (!silent)
                 QMetaObject::invokeMethod(
                     context, [done, result] { done(result); }, Qt::QueuedConnection);
@@ -49,6 +50,7 @@ public:
 
     std::vector<AccountData> tried;
     bool silent = false;
+    bool asksNobody = false; ///< for a name and a password
     CertificateReport problem;
 };
 
@@ -188,6 +190,11 @@ public:
                 return &each->data();
         }
         return nullptr;
+    }
+    QString passwordOf(AccountKind kind) const
+    {
+        const AccountData *data = account(kind);
+        return data ? const_cast<Engine &>(engine).accounts().account(data->number)->password() : QString();
     }
     /// The incoming one.
     Account *only() const

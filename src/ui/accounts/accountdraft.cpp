@@ -1,5 +1,6 @@
 #include "ui/accounts/accountdraft.h"
 
+#include "config/reporter.h"
 #include "net/accountmanager.h"
 
 #include <QCoreApplication>
@@ -73,17 +74,24 @@ int makeAccount(const AccountDraft &draft, AccountManager &accounts)
 {
     const int number = accounts.add(accountDataOf(draft));
     Account *account = accounts.account(number);
-    if (!account)
+    if (!account) {
+        report(ReportLevel::Critical, "%s", qUtf8Printable(draftProblem(draft, accounts)));
         return 0;
+    }
     if (draft.accepted) {
         AccountOptions options = account->options();
         options.accept(*draft.accepted);
-        account->setOptions(options);
+        if (!account->setOptions(options)) {
+            accounts.remove(number);
+            return 0;
+        }
     }
     if (!draft.password.isEmpty())
         account->keepPassword(draft.password, draft.keeping);
-    accounts.save();
-    return number;
+    if (accounts.save())
+        return number;
+    accounts.remove(number);
+    return 0;
 }
 
 AccountDraft outgoingDraftOf(const AccountDraft &draft)

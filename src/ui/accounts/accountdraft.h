@@ -18,6 +18,7 @@ struct AccountDraft
     QString password;
     PasswordKeeping keeping = PasswordKeeping::AccountsFile; ///< ThisRun: asked for each time
     MailServer server;
+    bool isOpen = false;                     ///< the server was tried and asks nobody to sign in
     bool leaves = true;                      ///< what is fetched stays on the server
     int daysOnServer = 0;                    ///< and for how many days; 0: for good
     int interval = 10;                       ///< minutes between two fetches; 0: only by hand
@@ -39,7 +40,7 @@ QString outgoingAccountName(const QString &incoming);
 QString draftProblem(const AccountDraft &draft, const AccountManager &accounts);
 
 /// Enters the account and saves it, its password and the certificate that was accepted. Its number; 0 after
-/// a report: it was not made.
+/// a report: nothing of it was made.
 int makeAccount(const AccountDraft &draft, AccountManager &accounts);
 
 /// The same for an account that sends what the one of @p draft answers.

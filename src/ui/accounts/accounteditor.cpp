@@ -6,25 +6,15 @@
 #include "ui/accounts/logincheck.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/dialogfooter.h"
-#include "ui/look/hairline.h"
-#include "ui/look/metrics.h"
-#include "ui/look/recolour.h"
-#include "ui/look/wheel.h"
 #include "ui/texts/harmless.h"
 #include "ui/transfers/transfertexts.h"
 
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kWidth = 96; ///< characters
-constexpr int kHeight = 38;
 
 AccountOptions optionsOf(AccountManager &accounts, int number)
 {
@@ -48,16 +38,15 @@ QString faultText(AccountFault fault)
 
 AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTester &tester, QWidget *parent,
                              int copied)
-    : QDialog(parent)
+    : EditorDialog(parent)
     , m_engine(engine)
     , m_tester(tester)
     , m_number(account.number)
 {
     setObjectName(u"accountEditor"_s);
-    setAttribute(Qt::WA_DeleteOnClose);
-    build(account, optionsOf(engine.accounts(), account.number > 0 ? account.number : copied));
+    arrange(account, optionsOf(engine.accounts(), account.number > 0 ? account.number : copied));
     AccountManager &accounts = engine.accounts();
-    connect(m_form, &AccountForm::changed, this, &AccountEditor::showChanged);
+    connect(m_form, &AccountForm::changed, this, [this] { setChanged(true); });
     connect(&accounts, &AccountManager::accountDeleted, this, [this](Account *gone) {
         if (gone->number() == m_number)
             reject();
@@ -72,87 +61,30 @@ AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTe
                 form->offerKeyring();
         });
     }
-    resize(columnWidth(kWidth), textHeight() * kHeight);
-    m_apply->setEnabled(false);
 }
 
-void AccountEditor::build(const AccountData &account, const AccountOptions &options)
+void AccountEditor::arrange(const AccountData &account, const AccountOptions &options)
 {
     m_form = new AccountForm(m_engine.accounts(), m_engine.groups(), m_engine.identities(), account, options);
     m_notice = new AskingBar;
-    auto *notice = new QWidget;
-    auto *room = new QVBoxLayout(notice);
-    room->setContentsMargins(space::page, 0, space::page, space::group);
-    room->addWidget(m_notice);
-    auto *scroll = new QScrollArea;
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidgetResizable(true);
-    scroll->setFocusPolicy(Qt::NoFocus);
-    scroll->setWidget(m_form);
-    keepFromWheel(m_form);
-    auto *all = new QVBoxLayout(this);
-    all->setContentsMargins(0, 0, 0, 0);
-    all->setSpacing(0);
-    all->addWidget(newHead());
-    all->addWidget(notice);
-    all->addWidget(new HairLine(Qt::Horizontal, this));
-    all->addWidget(scroll, 1);
-    all->addWidget(newFooter());
-    showHead(account);
+    m_test = footer()->addSecondary(tr("&Test login"));
+    m_test->setObjectName(u"test"_s);
+    m_test->setVisible(canTestLogin(account.kind));
+    connect(m_test, &QPushButton::clicked, this, &AccountEditor::testLogin);
+    build(m_form, m_notice);
+    showName(account);
     auto *name = qobject_cast<QLineEdit *>(m_form->control(AccountField::Name));
     name->setFocus();
     if (account.number == 0)
         name->selectAll(); // it is a proposal, if there is one
 }
 
-QWidget *AccountEditor::newHead()
-{
-    auto *head = new QWidget;
-    m_title = new QLabel;
-    m_title->setTextFormat(Qt::PlainText);
-    setFontScale(m_title, scale::dialog, QFont::DemiBold);
-    m_kind = new QLabel;
-    setTextRole(m_kind, Role::Text2);
-    auto *layout = new QHBoxLayout(head);
-    layout->setContentsMargins(space::page, space::dialog, space::page, space::group);
-    layout->setSpacing(space::group);
-    layout->addWidget(m_title);
-    layout->addWidget(m_kind, 0, Qt::AlignBottom);
-    layout->addStretch(1);
-    return head;
-}
-
-QWidget *AccountEditor::newFooter()
-{
-    auto *footer = new DialogFooter(tr("OK"));
-    footer->defaultButton()->setObjectName(u"ok"_s);
-    m_apply = footer->addButton(tr("Apply"));
-    m_apply->setObjectName(u"apply"_s);
-    m_test = footer->addSecondary(tr("&Test login"));
-    m_test->setObjectName(u"test"_s);
-    m_test->setVisible(canTestLogin(m_form->data().kind));
-    connect(m_test, &QPushButton::clicked, this, &AccountEditor::testLogin);
-    connect(m_apply, &QPushButton::clicked, this, &AccountEditor::apply);
-    connect(footer, &DialogFooter::rejected, this, &QDialog::reject);
-    connect(footer, &DialogFooter::accepted, this, [this] {
-        if (apply())
-            accept();
-    });
-    return footer;
-}
-
-void AccountEditor::showHead(const AccountData &account)
+void AccountEditor::showName(const AccountData &account)
 {
     const bool isNew = account.number == 0;
     const QString name = harmlessLine(account.name, 60);
-    m_title->setText(isNew ? tr("New account") : name);
+    showHead(isNew ? tr("New account") : name, accountKindText(account.kind));
     setWindowTitle(isNew ? tr("New account") : tr("Account “%1”").arg(name));
-    m_kind->setText(accountKindText(account.kind));
-}
-
-void AccountEditor::showChanged()
-{
-    m_apply->setEnabled(true);
 }
 
 bool AccountEditor::apply()
@@ -173,9 +105,9 @@ bool AccountEditor::apply()
     if (!accounts.account(m_number)->setOptions(options) || !keepPassword(before, entered) ||
         !accounts.save())
         return false; // said by whoever failed
-    showHead(accounts.account(m_number)->data());
+    showName(accounts.account(m_number)->data());
     m_form->setStored(accounts.account(m_number)->data(), options);
-    m_apply->setEnabled(false);
+    setChanged(false);
     emit saved(m_number);
     return true;
 }

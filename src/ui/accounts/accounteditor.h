@@ -1,8 +1,8 @@
 #pragma once
 
 #include "net/accountdata.h"
+#include "ui/look/editordialog.h"
 
-#include <QDialog>
 #include <QPointer>
 
 class AccountForm;
@@ -11,11 +11,10 @@ class AskingBar;
 class Engine;
 class LoginCheck;
 class LoginTester;
-class QLabel;
 class QPushButton;
 
 /// All that can be set of one account. OK and Apply change it at once; what is wrong is said at its field.
-class AccountEditor : public QDialog
+class AccountEditor : public EditorDialog
 {
     Q_OBJECT
 
@@ -33,24 +32,18 @@ signals:
     void saved(int account);
 
 private:
-    void build(const AccountData &account, const AccountOptions &options);
-    QWidget *newHead();
-    QWidget *newFooter();
-    void showHead(const AccountData &account);
-    bool apply();
+    void arrange(const AccountData &account, const AccountOptions &options);
+    void showName(const AccountData &account);
+    bool apply() override;
     bool enter(const AccountData &data);
     bool keepPassword(const AccountData &before, const QString &entered);
     void testLogin();
-    void showChanged();
 
     Engine &m_engine;
     LoginTester &m_tester;
     int m_number;
     AccountForm *m_form = nullptr;
-    QLabel *m_title = nullptr;
-    QLabel *m_kind = nullptr;
     AskingBar *m_notice = nullptr;
-    QPushButton *m_apply = nullptr;
     QPushButton *m_test = nullptr;
     QPointer<LoginCheck> m_check;
 };

@@ -172,8 +172,7 @@ void AccountWizard::beginWith(AccountKind kind)
 void AccountWizard::choose(AccountKind kind)
 {
     m_draft.kind = kind;
-    if (kind == AccountKind::Pop3)
-        m_sending->makeOptional();
+    m_sending->setBeside(kind == AccountKind::Pop3);
     show(path()[m_asksForKind ? 1 : 0]);
 }
 
@@ -314,8 +313,9 @@ void AccountWizard::goBack()
     show(pages[std::max(qsizetype(0), pages.indexOf(m_page) - 1)]);
 }
 
-/// The identity with the address of the account, made here where there is none; 0: none.
-int AccountWizard::makeIdentity()
+/// The identity with the address of the account, made here where there is none; 0: none. None at all after a
+/// report: it cannot be saved.
+std::optional<int> AccountWizard::makeIdentity()
 {
     IdentityManager &identities = m_engine.identities();
     if (m_draft.kind == AccountKind::BatchFile)
@@ -332,24 +332,45 @@ int AccountWizard::makeIdentity()
         if (writeSignature(number, {name, Signature::Kind::Plain, text}))
             identities.update(made);
     }
-    identities.save();
-    return number;
+    if (identities.save())
+        return number;
+    identities.remove(number);
+    return std::nullopt;
+}
+
+/// All that was entered, or, after a report, nothing of it: then the last page stays.
+int AccountWizard::makeAll()
+{
+    AccountManager &accounts = m_engine.accounts();
+    const std::size_t known = m_engine.identities().all().size();
+    const std::optional<int> identity = makeIdentity();
+    if (!identity)
+        return 0;
+    m_draft.identity = *identity;
+    const int number = makeAccount(m_draft, accounts);
+    bool isWhole = number > 0;
+    if (isWhole && m_outgoing && !isSendingSetUp()) {
+        AccountDraft outgoing = *m_outgoing;
+        outgoing.identity = m_draft.identity;
+        outgoing.keeping = m_draft.keeping;
+        outgoing.name = freeAccountName(outgoingAccountName(m_draft.name), accounts);
+        isWhole = makeAccount(outgoing, accounts) > 0;
+    }
+    if (isWhole)
+        return number;
+    accounts.remove(number);
+    accounts.save();
+    if (m_engine.identities().all().size() > known && m_engine.identities().remove(*identity))
+        m_engine.identities().save();
+    return 0;
 }
 
 void AccountWizard::make()
 {
     m_ready->putInto(m_draft);
-    m_draft.identity = makeIdentity();
-    const int number = makeAccount(m_draft, m_engine.accounts());
+    const int number = makeAll();
     if (number == 0)
         return refreshFooter();
-    if (m_outgoing && !isSendingSetUp()) {
-        AccountDraft outgoing = *m_outgoing;
-        outgoing.identity = m_draft.identity;
-        outgoing.keeping = m_draft.keeping;
-        outgoing.name = freeAccountName(outgoingAccountName(m_draft.name), m_engine.accounts());
-        makeAccount(outgoing, m_engine.accounts());
-    }
     if (m_draft.kind != AccountKind::Smtp && m_ready->fetchesAtOnce())
         m_engine.fetch(number);
     emit accountMade(number);

@@ -54,7 +54,8 @@ private:
     void beginReady();
     bool isSendingSetUp() const;
     void make();
-    int makeIdentity();
+    int makeAll();
+    std::optional<int> makeIdentity();
     void refreshFooter();
     bool canGoOn() const;
     QList<Page> path() const;

@@ -103,6 +103,8 @@ void LoginCheck::judge(const CertificateReport &report, std::function<void(bool)
 
 void LoginCheck::tell(const LoginResult &result)
 {
+    if (result.reason == AccountFetchReason::None && !result.isSignedIn)
+        return emit finished(true, tr("The server works, and takes mail without a login."));
     if (result.reason == AccountFetchReason::None) {
         return emit finished(
             true, result.messages < 0

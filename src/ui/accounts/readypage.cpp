@@ -101,11 +101,11 @@ QString ReadyPage::sentence(const AccountDraft &draft, bool works) const
     if (draft.kind == AccountKind::BatchFile)
         return tr("Velmar takes new mail out of %1.").arg(harmlessLine(draft.file));
     const QString host = harmlessLine(draft.server.host);
+    if (draft.server.user.isEmpty() || draft.isOpen)
+        return tr("%1 is used without a sign-in.").arg(host);
     if (works)
         return draft.kind == AccountKind::Smtp ? tr("Signed in to %1, which sends.").arg(host)
                                                : tr("Signed in to %1, which receives.").arg(host);
-    if (draft.server.user.isEmpty())
-        return tr("%1 is used without a sign-in.").arg(host);
     if (draft.password.isEmpty())
         return tr("Signing in to %1 was not tried, because no password was entered.").arg(host);
     if (!mayTryLogin(draft.server))

@@ -130,6 +130,7 @@ ServerCard::ServerCard(QWidget *parent)
     all->addLayout(head);
     all->addLayout(body);
     connect(m_change, &QPushButton::clicked, this, &ServerCard::changeWanted);
+    setPasswordOffered(false);
     setEditing(false);
     setResult(Trying::NotYet);
 }
@@ -170,6 +171,11 @@ void ServerCard::fillFields()
     addField(grid, tr("&Encryption"), m_encryptionField);
     addField(grid, tr("Po&rt"), m_portField);
     addField(grid, tr("Sign in &as"), m_userField);
+    m_passwordField = new QLineEdit;
+    m_passwordField->setObjectName(u"ownPassword"_s);
+    m_passwordField->setEchoMode(QLineEdit::Password);
+    m_passwordField->setPlaceholderText(tr("The same as for receiving"));
+    m_passwordName = addField(grid, tr("Passwor&d"), m_passwordField);
     m_warning =
         newLabel(Role::Warning, tr("Without encryption everybody on the way can read your password and "
                                    "your mail."));
@@ -178,11 +184,12 @@ void ServerCard::fillFields()
     grid->addWidget(m_warning, grid->rowCount(), 1);
     connect(m_hostField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
     connect(m_userField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
+    connect(m_passwordField, &QLineEdit::textChanged, this, &ServerCard::fieldEdited);
     connect(m_portField, &QSpinBox::valueChanged, this, &ServerCard::fieldEdited);
     connect(m_encryptionField, &QComboBox::currentIndexChanged, this, &ServerCard::encryptionChosen);
 }
 
-void ServerCard::addField(QGridLayout *grid, const QString &label, QWidget *field)
+QLabel *ServerCard::addField(QGridLayout *grid, const QString &label, QWidget *field)
 {
     auto *name = newLabel(Role::Text2, label);
     name->setTextFormat(Qt::AutoText); // else "&" is no mnemonic
@@ -190,6 +197,27 @@ void ServerCard::addField(QGridLayout *grid, const QString &label, QWidget *fiel
     const int row = grid->rowCount();
     grid->addWidget(name, row, 0);
     grid->addWidget(field, row, 1, qobject_cast<QLineEdit *>(field) ? Qt::Alignment() : Qt::AlignLeading);
+    return name;
+}
+
+void ServerCard::setPasswordOffered(bool isOffered)
+{
+    m_isPasswordOffered = isOffered;
+    m_passwordName->setVisible(isOffered);
+    m_passwordField->setVisible(isOffered);
+    if (!isOffered)
+        m_passwordField->clear();
+}
+
+QString ServerCard::password() const
+{
+    return m_passwordField->text();
+}
+
+void ServerCard::focusPassword()
+{
+    m_passwordField->setFocus();
+    m_passwordField->selectAll();
 }
 
 void ServerCard::setServer(const MailServer &server)
@@ -200,6 +228,7 @@ void ServerCard::setServer(const MailServer &server)
     m_portField->setValue(server.port);
     m_encryptionField->setCurrentIndex(m_encryptionField->findData(int(server.encryption)));
     m_userField->setText(server.user);
+    m_passwordField->clear(); // it was for another one
     m_isFilling = false;
     showFacts();
 }

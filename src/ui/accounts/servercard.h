@@ -25,6 +25,14 @@ public:
     /// As it is shown, or as it was entered.
     MailServer server() const;
 
+    /// @name A password of its own, where there is a server that has one already
+    /// @{
+    void setPasswordOffered(bool isOffered);
+    bool isPasswordOffered() const { return m_isPasswordOffered; }
+    QString password() const; ///< empty: that of the other one
+    void focusPassword();
+    /// @}
+
     /// Whether it can be tried as it stands.
     bool isWhole() const;
 
@@ -46,7 +54,7 @@ signals:
 private:
     void fillFacts();
     void fillFields();
-    void addField(QGridLayout *grid, const QString &label, QWidget *field);
+    QLabel *addField(QGridLayout *grid, const QString &label, QWidget *field);
     void showFacts();
     void encryptionChosen();
     void fieldEdited();
@@ -64,6 +72,8 @@ private:
     QSpinBox *m_portField;
     QComboBox *m_encryptionField;
     QLineEdit *m_userField;
+    QLabel *m_passwordName = nullptr;
+    QLineEdit *m_passwordField;
     QLabel *m_warning;
     QWidget *m_result;
     SignLabel *m_resultSign;
@@ -71,4 +81,5 @@ private:
     QLabel *m_resultText;
     bool m_isFilling = false;
     bool m_isEditing = false;
+    bool m_isPasswordOffered = false;
 };

@@ -21,8 +21,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString countOf(int messages)
+QString outcomeOf(const LoginResult &result)
 {
+    const int messages = result.messages;
+    if (!result.isSignedIn)
+        return ServerPage::tr("it takes mail without a sign-in");
     if (messages < 0)
         return ServerPage::tr("signed in");
     return messages == 1 ? ServerPage::tr("signed in, 1 message")
@@ -89,7 +92,7 @@ ServerPage::ServerPage(MailProtocol protocol, DiscoveryNetwork &network, LoginTe
     connect(m_card, &ServerCard::edited, this, &ServerPage::edited);
     connect(m_card, &ServerCard::changeWanted, this, &ServerPage::enterByHand);
     connect(m_needs, &Notice::clicked, this, [this] { QDesktopServices::openUrl(QUrl(m_page)); });
-    connect(m_outcome, &Notice::clicked, this, &ServerPage::passwordWanted);
+    connect(m_outcome, &Notice::clicked, this, &ServerPage::changePassword);
 }
 
 ServerPage::~ServerPage()
@@ -111,9 +114,10 @@ void ServerPage::begin(const AccountDraft &draft, const std::optional<MailSettin
     focusFirst();
 }
 
-void ServerPage::makeOptional()
+void ServerPage::setBeside(bool isBeside)
 {
-    m_wanted->show();
+    m_wanted->setVisible(isBeside);
+    m_card->setPasswordOffered(isBeside);
 }
 
 bool ServerPage::isWanted() const
@@ -281,6 +285,8 @@ void ServerPage::putInto(AccountDraft &draft) const
 {
     draft.server = m_card->server();
     draft.accepted = m_accepted;
+    draft.isOpen = works() && m_isOpen;
+    draft.password = password();
     if (m_protocol == MailProtocol::Pop3)
         m_keep->putInto(draft);
 }
@@ -341,7 +347,24 @@ void ServerPage::useFound()
 bool ServerPage::canTry() const
 {
     const MailServer server = m_card->server();
-    return !m_draft.password.isEmpty() && !server.user.isEmpty() && mayTryLogin(server);
+    return !password().isEmpty() && !server.user.isEmpty() && mayTryLogin(server);
+}
+
+/// Who signs in as nobody needs none.
+QString ServerPage::password() const
+{
+    if (m_protocol == MailProtocol::Smtp && m_card->server().user.isEmpty())
+        return {};
+    return m_card->password().isEmpty() ? m_draft.password : m_card->password();
+}
+
+/// Where the one that may be wrong was entered.
+void ServerPage::changePassword()
+{
+    if (!m_card->isPasswordOffered())
+        return emit passwordWanted();
+    enterByHand();
+    m_card->focusPassword();
 }
 
 void ServerPage::goOn()
@@ -424,8 +447,9 @@ void ServerPage::tried(const LoginResult &result)
         explain(result);
         setState(State::Failed);
     } else {
-        m_card->setResult(ServerCard::Trying::Works, tr("Works"), countOf(result.messages));
+        m_card->setResult(ServerCard::Trying::Works, tr("Works"), outcomeOf(result));
         m_card->setEditing(false);
+        m_isOpen = !result.isSignedIn;
         setState(State::Works);
     }
     window()->setFocus();

@@ -34,8 +34,9 @@ public:
     /// one that was searched for already.
     void begin(const AccountDraft &draft, const std::optional<MailSettings> &known = std::nullopt);
 
-    /// Lets the user do without this server.
-    void makeOptional();
+    /// Whether it stands beside the server that receives: then the user can do without, and may sign in there
+    /// with another password.
+    void setBeside(bool isBeside);
 
     /// Whether there is to be an account for it.
     bool isWanted() const;
@@ -82,6 +83,8 @@ private:
     void arrange();
     void setState(State state);
     bool canTry() const;
+    QString password() const;
+    void changePassword();
     void tryLogin();
     void judge(const CertificateReport &report, const std::function<void(bool)> &answer);
     void tried(const LoginResult &result);
@@ -103,6 +106,7 @@ private:
     QPointer<CertificateDialog> m_question;
     QSet<QByteArray> m_acceptedOnce;
     std::optional<CertificateInfo> m_accepted;
+    bool m_isOpen = false;        ///< it asks nobody to sign in
     bool m_passwordHelps = false; ///< another one may mend what went wrong
 
     QCheckBox *m_wanted;

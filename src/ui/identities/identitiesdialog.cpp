@@ -3,7 +3,6 @@
 #include "engine/engine.h"
 #include "ui/identities/identityeditor.h"
 #include "ui/identities/identitywindows.h"
-#include "ui/look/velmarstyle.h"
 #include "ui/texts/harmless.h"
 
 #include <QListView>
@@ -33,14 +32,9 @@ IdentitiesDialog::IdentitiesDialog(Engine &engine, QWidget *parent)
     , m_engine(engine)
 {
     setObjectName(u"identitiesDialog"_s);
-    setEmpty(tr("No identities yet"), tr("An identity says who you are when you write."), tr("New identity…"),
-             [this] { add(); });
-    addButton(tr("&New…"), "new", Needs::Nothing, [this] { add(); });
-    setEditButton(addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { edit(); }));
-    addButton(tr("&Copy…"), "copy", Needs::ARow, [this] { copy(); });
-    QPushButton *remove = addButton(
-        tr("&Delete…"), "delete", Needs::ARow, [this] { askDelete(); }, QKeySequence::Delete);
-    setButtonKind(remove, ButtonKind::Dangerous);
+    setEmpty(tr("No identities yet"), tr("An identity says who you are when you write."),
+             tr("New identity…"));
+    addUsualButtons({[this] { add(); }, [this] { edit(); }, [this] { copy(); }, [this] { askDelete(); }});
     addGap();
     m_up = addButton(
         tr("&Up"), "up", Needs::ARow, [this] { move(-1); }, Qt::ALT | Qt::Key_Up);
@@ -91,16 +85,32 @@ void IdentitiesDialog::copy()
     connect(editor, &IdentityEditor::saved, this, [this](int number) { select(number); });
 }
 
+/// What becomes of what the user does without it.
+QString IdentitiesDialog::lossOf(const Identity &identity) const
+{
+    const QString own = tr("Its signatures and taglines go with it. Messages that were written as it stay as "
+                           "they are.");
+    const std::vector<Identity> &all = m_engine.identities().all();
+    if (all.size() == 1)
+        return own + u' ' + tr("It is the only one: without an identity nothing can be written.");
+    const Identity &next = all.front().number == identity.number ? all[1] : all.front();
+    const QString heir =
+        identity.has(IdentityDefault) ? titleOf(next) : titleOf(*m_engine.identities().defaultIdentity());
+    return own + u' ' +
+           (identity.has(IdentityDefault)
+                ? tr("“%1” becomes the default identity, also for the accounts that use this one.")
+                : tr("Accounts that use it use “%1” from then on."))
+               .arg(harmlessLine(heir, 60));
+}
+
 void IdentitiesDialog::askDelete()
 {
     const Identity *identity = current();
     if (!identity)
         return;
-    askBeforeDelete(
-        tr("Delete the identity “%1”").arg(harmlessLine(titleOf(*identity), 60)),
-        tr("Its signatures and taglines go with it. Messages that were written as it stay as they "
-           "are; accounts that use it use the default identity from then on."),
-        tr("&Delete the identity"), [this, number = identity->number] { remove(number); });
+    askBeforeDelete(tr("Delete the identity “%1”").arg(harmlessLine(titleOf(*identity), 60)),
+                    lossOf(*identity), tr("&Delete the identity"),
+                    [this, number = identity->number] { remove(number); });
 }
 
 /// What refuses says so itself.

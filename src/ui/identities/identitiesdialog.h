@@ -20,6 +20,7 @@ private:
     void add();
     void edit();
     void copy();
+    QString lossOf(const Identity &identity) const;
     void askDelete();
     void remove(int number);
     void move(int by);

@@ -5,25 +5,13 @@
 #include "ui/identities/identityform.h"
 #include "ui/identities/signaturesdialog.h"
 #include "ui/identities/taglinesdialog.h"
-#include "ui/look/dialogfooter.h"
-#include "ui/look/hairline.h"
-#include "ui/look/metrics.h"
-#include "ui/look/recolour.h"
-#include "ui/look/wheel.h"
 #include "ui/texts/harmless.h"
 
-#include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
-#include <QScrollArea>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kWidth = 96; ///< characters
-constexpr int kHeight = 38;
 
 /// Signatures and taglines of @p from under the number @p to.
 void copyFolder(int from, int to)
@@ -39,87 +27,34 @@ void copyFolder(int from, int to)
 } // namespace
 
 IdentityEditor::IdentityEditor(Engine &engine, const Identity &identity, QWidget *parent, int copied)
-    : QDialog(parent)
+    : EditorDialog(parent)
     , m_engine(engine)
     , m_new(identity)
     , m_number(identity.number)
     , m_copied(copied)
 {
     setObjectName(u"identityEditor"_s);
-    setAttribute(Qt::WA_DeleteOnClose);
-    build(identity);
+    m_form = new IdentityForm(m_engine.groups(), identity);
+    build(m_form);
+    showName(identity);
+    m_form->line(IdentityField::Name)->setFocus();
     m_form->setSignatures(signatureNames(m_number > 0 ? m_number : copied), identity.signature);
     showFolder();
-    connect(m_form, &IdentityForm::changed, this, [this] { m_apply->setEnabled(true); });
+    connect(m_form, &IdentityForm::changed, this, [this] { setChanged(true); });
     connect(m_form, &IdentityForm::signaturesWanted, this, &IdentityEditor::openSignatures);
     connect(m_form, &IdentityForm::taglinesWanted, this, &IdentityEditor::openTaglines);
     connect(&engine.identities(), &IdentityManager::changed, this, [this] {
         if (m_number > 0 && !m_engine.identities().identity(m_number))
             reject();
     });
-    resize(columnWidth(kWidth), textHeight() * kHeight);
-    m_apply->setEnabled(false);
 }
 
-void IdentityEditor::build(const Identity &identity)
-{
-    m_form = new IdentityForm(m_engine.groups(), identity);
-    auto *scroll = new QScrollArea;
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidgetResizable(true);
-    scroll->setFocusPolicy(Qt::NoFocus);
-    scroll->setWidget(m_form);
-    keepFromWheel(m_form);
-    auto *all = new QVBoxLayout(this);
-    all->setContentsMargins(0, 0, 0, 0);
-    all->setSpacing(0);
-    all->addWidget(newHead());
-    all->addWidget(new HairLine(Qt::Horizontal, this));
-    all->addWidget(scroll, 1);
-    all->addWidget(newFooter());
-    showHead(identity);
-    m_form->line(IdentityField::Name)->setFocus();
-}
-
-QWidget *IdentityEditor::newHead()
-{
-    auto *head = new QWidget;
-    m_title = new QLabel;
-    m_title->setTextFormat(Qt::PlainText);
-    setFontScale(m_title, scale::dialog, QFont::DemiBold);
-    m_address = new QLabel;
-    m_address->setTextFormat(Qt::PlainText);
-    setTextRole(m_address, Role::Text2);
-    auto *layout = new QHBoxLayout(head);
-    layout->setContentsMargins(space::page, space::dialog, space::page, space::group);
-    layout->setSpacing(space::group);
-    layout->addWidget(m_title);
-    layout->addWidget(m_address, 0, Qt::AlignBottom);
-    layout->addStretch(1);
-    return head;
-}
-
-QWidget *IdentityEditor::newFooter()
-{
-    auto *footer = new DialogFooter(tr("OK"));
-    footer->defaultButton()->setObjectName(u"ok"_s);
-    m_apply = footer->addButton(tr("Apply"));
-    m_apply->setObjectName(u"apply"_s);
-    connect(m_apply, &QPushButton::clicked, this, &IdentityEditor::apply);
-    connect(footer, &DialogFooter::rejected, this, &QDialog::reject);
-    connect(footer, &DialogFooter::accepted, this, [this] {
-        if (apply())
-            accept();
-    });
-    return footer;
-}
-
-void IdentityEditor::showHead(const Identity &identity)
+void IdentityEditor::showName(const Identity &identity)
 {
     const bool isNew = identity.number == 0;
     const QString name = harmlessLine(identity.name.isEmpty() ? identity.address : identity.name, 60);
-    m_title->setText(isNew ? tr("New identity") : name);
-    m_address->setText(isNew || identity.name.isEmpty() ? QString() : harmlessLine(identity.address, 80));
+    showHead(isNew ? tr("New identity") : name,
+             isNew || identity.name.isEmpty() ? QString() : harmlessLine(identity.address, 80));
     setWindowTitle(isNew ? tr("New identity") : tr("Identity “%1”").arg(name));
 }
 
@@ -173,8 +108,8 @@ bool IdentityEditor::apply()
         copyFolder(m_copied, m_number);
     if (!identities.save())
         return false; // which has said so
-    showHead(*identities.identity(m_number));
-    m_apply->setEnabled(false);
+    showName(*identities.identity(m_number));
+    setChanged(false);
     emit saved(m_number);
     return true;
 }

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "identity/identity.h"
-
-#include <QDialog>
+#include "ui/look/editordialog.h"
 
 class Engine;
 class IdentityForm;
-class QLabel;
-class QPushButton;
 
 /// All that can be set of one identity. OK and Apply change it at once; what is wrong is said at its field.
-class IdentityEditor : public QDialog
+class IdentityEditor : public EditorDialog
 {
     Q_OBJECT
 
@@ -26,14 +23,11 @@ signals:
     void saved(int identity);
 
 private:
-    void build(const Identity &identity);
-    QWidget *newHead();
-    QWidget *newFooter();
-    void showHead(const Identity &identity);
+    void showName(const Identity &identity);
     void showFolder();
     void openSignatures();
     void openTaglines();
-    bool apply();
+    bool apply() override;
     bool isEntered();
 
     Engine &m_engine;
@@ -41,7 +35,4 @@ private:
     int m_number;
     int m_copied;
     IdentityForm *m_form = nullptr;
-    QLabel *m_title = nullptr;
-    QLabel *m_address = nullptr;
-    QPushButton *m_apply = nullptr;
 };

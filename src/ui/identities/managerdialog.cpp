@@ -106,16 +106,25 @@ QPushButton *ManagerDialog::addButton(const QString &text, const char *name, Nee
     return button;
 }
 
+void ManagerDialog::addUsualButtons(const Usual &usual)
+{
+    m_whenEmpty = usual.add;
+    addButton(tr("&New…"), "new", Needs::Nothing, usual.add);
+    m_edit = addButton(tr("&Edit…"), "edit", Needs::ARow, usual.edit);
+    addButton(tr("&Copy…"), "copy", Needs::ARow, usual.copy);
+    QPushButton *remove =
+        addButton(tr("&Delete…"), "delete", Needs::ARow, usual.remove, QKeySequence::Delete);
+    setButtonKind(remove, ButtonKind::Dangerous);
+}
+
 void ManagerDialog::addGap()
 {
     m_buttons->addSpacing(space::group);
 }
 
-void ManagerDialog::setEmpty(const QString &title, const QString &sentence, const QString &button,
-                             std::function<void()> deed)
+void ManagerDialog::setEmpty(const QString &title, const QString &sentence, const QString &button)
 {
     m_empty->setTexts(title, sentence, button);
-    m_whenEmpty = std::move(deed);
 }
 
 void ManagerDialog::setRows(const std::vector<ManagerRow> &rows)

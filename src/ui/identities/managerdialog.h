@@ -44,11 +44,20 @@ protected:
     QPushButton *addButton(const QString &text, const char *name, Needs needs, std::function<void()> deed,
                            const QKeySequence &key = {});
     void addGap();
-    void setEditButton(QPushButton *button) { m_edit = button; }
 
-    /// What stands in the place of an empty list; its button does what @p deed does.
-    void setEmpty(const QString &title, const QString &sentence, const QString &button,
-                  std::function<void()> deed);
+    /// The buttons that every manager begins with, and what an empty list offers: its button, like "New…",
+    /// does what @p add does.
+    struct Usual
+    {
+        std::function<void()> add;
+        std::function<void()> edit;
+        std::function<void()> copy;
+        std::function<void()> remove;
+    };
+    void addUsualButtons(const Usual &usual);
+
+    /// What stands in the place of an empty list.
+    void setEmpty(const QString &title, const QString &sentence, const QString &button);
 
     /// Puts @p rows into the list. The chosen one stays; where it is gone, the row in its place.
     void setRows(const std::vector<ManagerRow> &rows);

@@ -85,8 +85,11 @@ SignatureEditor::SignatureEditor(int identity, const QString &name, QWidget *par
     connect(&m_command, &SignatureCommand::finished, this, &SignatureEditor::commandEnded);
     connect(m_footer, &DialogFooter::accepted, this, &SignatureEditor::save);
     connect(m_footer, &DialogFooter::rejected, this, &QDialog::reject);
-    if (const auto stored = name.isEmpty() ? std::nullopt : readSignature(identity, name))
+    const auto stored = name.isEmpty() ? std::nullopt : readSignature(identity, name);
+    if (stored)
         setSignature(*stored);
+    else if (!name.isEmpty())
+        showUnreadable(name);
     kindChosen();
     showProblem();
     (m_stored.isEmpty() ? static_cast<QWidget *>(m_name) : m_text)->setFocus();
@@ -234,6 +237,8 @@ void SignatureEditor::commandEnded(const QString &text, const QString &problem)
 /// Names count as the same in any case: some disks see them so.
 QString SignatureEditor::problem() const
 {
+    if (m_isUnreadable)
+        return tr("The file of this signature cannot be read. It stays as it is.");
     const Signature now = signature();
     if (now.name.isEmpty())
         return tr("The signature needs a name.");
@@ -251,10 +256,20 @@ void SignatureEditor::showProblem()
 {
     const QString found = problem();
     const bool isStarted = !m_name->text().isEmpty() && !m_text->document()->isEmpty();
-    m_problem->setText(isStarted ? found : QString());
+    m_problem->setText(isStarted || m_isUnreadable ? found : QString());
     m_problem->setVisible(!m_problem->text().isEmpty());
     m_footer->defaultButton()->setEnabled(found.isEmpty());
     m_try->setEnabled(!m_text->toPlainText().trimmed().isEmpty());
+}
+
+/// What would be saved would take the place of what is there.
+void SignatureEditor::showUnreadable(const QString &name)
+{
+    m_isUnreadable = true;
+    m_name->setText(name);
+    m_name->setEnabled(false);
+    m_kind->setEnabled(false);
+    m_text->setEnabled(false);
 }
 
 void SignatureEditor::save()

@@ -44,10 +44,12 @@ private:
     void commandEnded(const QString &text, const QString &problem);
     QString problem() const;
     void showProblem();
+    void showUnreadable(const QString &name);
     void save();
 
     const int m_identity;
     const QString m_stored; ///< the name in use
+    bool m_isUnreadable = false;
     SignatureCommand m_command;
     QLineEdit *m_name;
     QComboBox *m_kind;

@@ -4,7 +4,6 @@
 #include "identity/signatures.h"
 #include "ui/identities/freename.h"
 #include "ui/identities/signatureeditor.h"
-#include "ui/look/velmarstyle.h"
 #include "ui/texts/harmless.h"
 
 #include <QListView>
@@ -38,14 +37,9 @@ SignaturesDialog::SignaturesDialog(IdentityManager &identities, int identity, QW
 {
     setObjectName(u"signaturesDialog"_s);
     setEmpty(tr("No signatures yet"), tr("A signature stands below the text of every message."),
-             tr("New signature…"), [this] { openEditor({}); });
-    addButton(tr("&New…"), "new", Needs::Nothing, [this] { openEditor({}); });
-    setEditButton(
-        addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { openEditor(currentKey().toString()); }));
-    addButton(tr("&Copy…"), "copy", Needs::ARow, [this] { copy(); });
-    QPushButton *remove = addButton(
-        tr("&Delete…"), "delete", Needs::ARow, [this] { askDelete(); }, QKeySequence::Delete);
-    setButtonKind(remove, ButtonKind::Dangerous);
+             tr("New signature…"));
+    addUsualButtons({[this] { openEditor({}); }, [this] { openEditor(currentKey().toString()); },
+                     [this] { copy(); }, [this] { askDelete(); }});
     fill();
     list()->setFocus();
 }
@@ -55,10 +49,12 @@ void SignaturesDialog::fill()
     const Identity *identity = m_identities.identity(m_identity);
     std::vector<ManagerRow> rows;
     for (const QString &name : signatureNames(m_identity)) {
-        const Signature signature = readSignature(m_identity, name).value_or(Signature());
+        const std::optional<Signature> stored = readSignature(m_identity, name);
+        const Signature signature = stored.value_or(Signature());
         const bool isDefault = identity && identity->signature == name;
         rows.push_back({name, QLatin1StringView(kIcons[std::size_t(signature.kind)]), name,
-                        summaryOf(signature), isDefault ? tr("Default") : QString()});
+                        stored ? summaryOf(signature) : tr("Its file cannot be read"),
+                        isDefault ? tr("Default") : QString()});
     }
     setRows(rows);
 }

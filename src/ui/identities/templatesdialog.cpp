@@ -3,7 +3,6 @@
 #include "identity/templates.h"
 #include "ui/identities/freename.h"
 #include "ui/identities/templateeditor.h"
-#include "ui/look/velmarstyle.h"
 #include "ui/texts/harmless.h"
 
 #include <QListView>
@@ -30,14 +29,9 @@ TemplatesDialog::TemplatesDialog(const IdentityManager &identities, const Messag
 {
     setObjectName(u"templatesDialog"_s);
     setEmpty(tr("No templates defined"), tr("A template is a text that a message begins with."),
-             tr("New template…"), [this] { openEditor({}); });
-    addButton(tr("&New…"), "new", Needs::Nothing, [this] { openEditor({}); });
-    setEditButton(
-        addButton(tr("&Edit…"), "edit", Needs::ARow, [this] { openEditor(currentKey().toString()); }));
-    addButton(tr("&Copy…"), "copy", Needs::ARow, [this] { copy(); });
-    QPushButton *remove = addButton(
-        tr("&Delete…"), "delete", Needs::ARow, [this] { askDelete(); }, QKeySequence::Delete);
-    setButtonKind(remove, ButtonKind::Dangerous);
+             tr("New template…"));
+    addUsualButtons({[this] { openEditor({}); }, [this] { openEditor(currentKey().toString()); },
+                     [this] { copy(); }, [this] { askDelete(); }});
     fill();
     list()->setFocus();
 }
