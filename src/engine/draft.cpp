@@ -181,6 +181,23 @@ std::optional<QList<QByteArray>> Draft::keepContents(const Composition &composit
     return keys;
 }
 
+std::optional<Draft::Storing> Draft::keepAttachmentsOn(const Composition &composition)
+{
+    const Attachment *next = nullptr;
+    Storing storing;
+    for (const Attachment &attachment : composition.attachments) {
+        const bool isKnown = m_contents.knows(attachment.data);
+        storing.total += attachment.data.size();
+        storing.done += isKnown ? attachment.data.size() : 0;
+        if (!isKnown && !next)
+            next = &attachment;
+    }
+    if (!next || !makeDirectory() || m_contents.keepOn(next->data) == DraftContents::Progress::Failed)
+        return {};
+    storing.done += m_contents.knows(next->data) ? next->data.size() : m_contents.storedSoFar();
+    return storing;
+}
+
 bool Draft::keep(const Composition &composition)
 {
     if (!makeDirectory())

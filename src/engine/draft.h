@@ -65,6 +65,15 @@ public:
     /// False after a report.
     bool keep(const Composition &composition);
 
+    /// Stores attachments for about some milliseconds, so that keep() has little to do; then it tells how far
+    /// it is, else nothing: all of them are stored, or one cannot be, which keep() says.
+    struct Storing
+    {
+        qint64 done = 0; ///< bytes
+        qint64 total = 0;
+    };
+    std::optional<Storing> keepAttachmentsOn(const Composition &composition);
+
     /// The same version once more, as the newest. False when there is none of that serial.
     bool keepAgain(int serial);
 

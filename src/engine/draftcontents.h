@@ -1,9 +1,13 @@
 #pragma once
 
+#include "store/filehandle.h"
+
 #include <QByteArray>
+#include <QCryptographicHash>
 #include <QList>
 #include <QString>
 
+#include <memory>
 #include <optional>
 
 /// The bytes of a draft's attachments, each a file whose name is its hash: what several versions hold is
@@ -17,13 +21,22 @@ public:
     /// Stores @p data unless it is there, synced; its key. Empty when it cannot be written.
     std::optional<QByteArray> keep(const QByteArray &data);
 
+    enum class Progress { Working, Done, Failed };
+
+    /// The same in slices of some milliseconds: to be called until it is done; other data ends what was begun
+    /// before. What it did is not lost on keep().
+    Progress keepOn(const QByteArray &data);
+    qint64 storedSoFar() const { return m_storing ? m_storing->synced : 0; } ///< bytes of that
+
+    bool knows(const QByteArray &data) const; ///< keep() has nothing to do
+
     /// Empty when it is gone or damaged.
     std::optional<QByteArray> read(const QByteArray &key) const;
 
     /// Removes what none of @p keys names.
     void removeAllBut(const QList<QByteArray> &keys);
 
-    /// Lets go of the bytes that keep() remembers, but for those of @p keys.
+    /// Lets go of the bytes that keep() remembers, but for those of @p keys, and of what is half stored.
     void forgetAllBut(const QList<QByteArray> &keys);
 
 private:
@@ -33,8 +46,29 @@ private:
         QByteArray key;
     };
 
+    /// A content on its way: hashed, then written and synced piece by piece, at last put in its place.
+    struct Storing
+    {
+        QByteArray data;
+        QCryptographicHash hash{QCryptographicHash::Blake2b_256};
+        qint64 hashed = 0;
+        QByteArray key;
+        FileHandle file;
+        qint64 written = 0;
+        qint64 synced = 0;
+    };
+
     QString pathOf(const QByteArray &key) const;
+    QString pathOfNew(const QByteArray &key) const { return pathOf(key) + u'~'; }
+    const Known *known(const QByteArray &data) const;
+    Progress goOn(const QByteArray &data, qsizetype pieceSize);
+    Progress step(qsizetype pieceSize);
+    bool hashOn();
+    Progress beginWriting(qsizetype pieceSize);
+    Progress putInPlace();
+    Progress ended(Progress progress);
 
     QString m_directory;
     QList<Known> m_known; ///< those that lie on the disk: large ones are hashed and compared once
+    std::unique_ptr<Storing> m_storing;
 };

@@ -44,7 +44,10 @@ Drafts::Drafts(GroupStore &store, IdentityManager &identities, QObject *parent)
     : QObject(parent)
     , m_store(store)
     , m_identities(identities)
-{}
+{
+    m_slices.setInterval(0);
+    connect(&m_slices, &QTimer::timeout, this, &Drafts::keepOn);
+}
 
 Drafts::~Drafts() = default;
 
@@ -260,8 +263,32 @@ DraftContext Drafts::context(int number) const
 
 bool Drafts::keep(int number, const Composition &composition)
 {
+    m_soon.erase(number);
     Draft *draft = find(number);
     return draft && draft->keep(composition);
+}
+
+void Drafts::keepSoon(int number, const Composition &composition)
+{
+    m_soon.insert_or_assign(number, composition);
+    keepOn();
+    if (!m_soon.empty())
+        m_slices.start();
+}
+
+/// One slice.
+void Drafts::keepOn()
+{
+    if (m_soon.empty())
+        return m_slices.stop();
+    const auto [number, composition] = *m_soon.begin();
+    Draft *draft = find(number);
+    const std::optional<Draft::Storing> storing =
+        draft ? draft->keepAttachmentsOn(composition) : std::nullopt;
+    if (storing)
+        emit keeping(number, storing->done, storing->total);
+    else
+        emit kept(number, keep(number, composition));
 }
 
 std::vector<DraftVersion> Drafts::versions(int number) const
@@ -454,6 +481,7 @@ void Drafts::remove(int number)
     if (Draft *draft = find(number))
         draft->remove();
     m_drafts.erase(number);
+    m_soon.erase(number);
 }
 
 void Drafts::discard(int number)

@@ -4,6 +4,7 @@
 #include "store/messageref.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <functional>
 #include <map>
@@ -73,6 +74,12 @@ public:
     /// untouched.
     bool keep(int draft, const Composition &composition);
 
+    /// The same, with the attachments stored in slices between events: keeping() tells how far it is, kept()
+    /// that it is done, at once where there is little to do. A later call, or keep(), takes its place: who
+    /// takes a file off again waits for it no more.
+    void keepSoon(int draft, const Composition &composition);
+    bool isKeeping(int draft) const { return m_soon.contains(draft); }
+
     std::vector<DraftVersion> versions(int draft) const; ///< the newest first
     Composition version(int draft, int index) const;     ///< index into versions(); empty beyond them
 
@@ -114,14 +121,20 @@ public:
     /// first. Where @p draft is 0, the message had none, and one is begun. Its number; 0 after a report: it
     /// waits as before.
     int takeBack(int draft, const QByteArray &messageId, const Composition &composition);
-    void takenBack(int draft);      ///< it is out of there: open
-    void takeBackFailed(int draft); ///< it waits there as before; one that was begun for it is to be discarded
+    void takenBack(int draft); ///< it is out of there: open
+    void takeBackFailed(
+        int draft); ///< it waits there as before; one that was begun for it is to be discarded
 
     void givenUp(int draft); ///< the user took it out of there for good: it is closed
     void settled(int draft); ///< the outbox is done with it: discarded
     /// @}
 
+signals:
+    void keeping(int draft, qint64 done, qint64 total); ///< bytes of its attachments
+    void kept(int draft, bool good);                    ///< by keepSoon(); false after a report
+
 private:
+    void keepOn();
     Draft *find(int draft) const;
     Group &group() const;
     int nextNumber();
@@ -145,6 +158,8 @@ private:
     GroupStore &m_store;
     IdentityManager &m_identities;
     std::map<int, std::unique_ptr<Draft>> m_drafts;
+    std::map<int, Composition> m_soon;
+    QTimer m_slices;
     int m_lastNumber = 0;
     int m_reserved = 0; ///< no number up to this is given again in another run
 };

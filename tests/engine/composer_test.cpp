@@ -8,13 +8,12 @@
 #include "support/diskfaults.h"
 #include "support/mail.h"
 #include "support/memory.h"
+#include "support/processortime.h"
 #include "support/scratch.h"
 
 #include <QDeadlineTimer>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <ctime>
 
 using namespace Qt::StringLiterals;
 
@@ -71,14 +70,6 @@ struct Program
 Message textAt(Group &group, quint32 article)
 {
     return Message(group.readMessage(*group.overview(article)));
-}
-
-/// Microseconds that this process has worked: what it waits for others does not count.
-qint64 processorTime()
-{
-    timespec time = {};
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return time.tv_sec * qint64(1'000'000) + time.tv_nsec / 1000;
 }
 
 using Kind = ComposeWish::Kind;

@@ -1,9 +1,11 @@
 #include "draftsattest.h"
 #include "engine/draftjournal.h"
 #include "support/memory.h"
+#include "support/processortime.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <csignal>
@@ -78,6 +80,7 @@ private slots:
     void onlyChangesAreVersions();
     void theLastFiftyStay();
     void anAttachmentIsStoredOnce();
+    void largeAttachmentsAreStoredInSlices();
     void aLostAttachmentIsToldOf();
     void numbersAreNeverGivenTwice();
     void aFullDiskKeepsTheOldDraft();
@@ -212,6 +215,49 @@ void DraftsTest::anAttachmentIsStoredOnce()
     QCOMPARE(attachmentFiles(draft).size(), 1);
     QVERIFY(QFileInfo(directoryOf(draft) + u"/Versions"_s).size() < 5000);
     QCOMPARE(run.drafts.version(draft, 0).attachments[1].data, data);
+}
+
+/// Whatever is attached, nothing waits long for it; and it is on the disk when that is said.
+void DraftsTest::largeAttachmentsAreStoredInSlices()
+{
+    const Scratch scratch;
+    Run run;
+    const int draft = run.drafts.begin({});
+    QByteArray large(20'000'000, 'x');
+    for (qsizetype i = 0; i < large.size(); i += 4096)
+        large[i] = char(i >> 12);
+    Composition composition = saying(u"one"_s);
+    composition.attachments = {{u"large.bin"_s, "a/b", large, {}}, {u"small.bin"_s, "a/b", "small", {}}};
+    QSignalSpy kept(&run.drafts, &Drafts::kept);
+    QSignalSpy keeping(&run.drafts, &Drafts::keeping);
+    run.drafts.keepSoon(draft, composition);
+    QVERIFY(run.drafts.isKeeping(draft) && kept.isEmpty());
+    composition.text = u"two"_s; // written meanwhile
+    run.drafts.keepSoon(draft, composition);
+    int slices = 0;
+    qint64 longest = 0;
+    for (; kept.isEmpty(); ++slices) {
+        const qint64 before = processorTime();
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        longest = qMax(longest, processorTime() - before);
+    }
+    QVERIFY2(slices > 20 && longest < 10'000, qPrintable(u"%1, %2 us"_s.arg(slices).arg(longest)));
+    QVERIFY(kept.at(0).at(1).toBool() && !run.drafts.isKeeping(draft));
+    QCOMPARE(keeping.last().at(1), keeping.last().at(2));
+    QCOMPARE(run.drafts.versions(draft).size(), std::size_t(1));
+    QCOMPARE(run.drafts.version(draft, 0).text, u"two"_s);
+    QCOMPARE(run.drafts.version(draft, 0).attachments.value(0).data, large);
+
+    // Taken off again before it was stored: nobody waits for it, and nothing is left of it.
+    composition.attachments = {{u"other.bin"_s, "a/b", large + large, {}}};
+    run.drafts.keepSoon(draft, composition);
+    for (int i = 0; i < 40; ++i)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QVERIFY(run.drafts.isKeeping(draft));
+    composition.attachments.clear();
+    run.drafts.keepSoon(draft, composition);
+    QCOMPARE(kept.size(), 2);
+    QCOMPARE(attachmentFiles(draft).size(), 2); // of the earlier version
 }
 
 void DraftsTest::aLostAttachmentIsToldOf()
