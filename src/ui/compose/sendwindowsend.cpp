@@ -54,7 +54,7 @@ void SendWindow::check()
     context.isArticle = m_isArticle;
     context.isReply = m_context.deed == DraftContext::Deed::Reply;
     context.isSubscribed = m_services.isSubscribed;
-    context.isKnown = [this](const QString &address) { return m_services.composer.isKnown(address); };
+    context.isKnown = [this](const QString &address) { return !m_services.composer.isNew(address); };
     context.knownAddresses = m_services.composer.knownAddresses();
     m_isSending = true;
     QList<SendFinding> findings = checkBeforeSending(composition(), context);
