@@ -75,49 +75,47 @@ void OutboxTest::whatTheServerSays_data()
 {
     QTest::addColumn<int>("text");
     QTest::addColumn<int>("recipient");
-    QTest::addColumn<int>("state");
-    QTest::addColumn<int>("attempts");
-    QTest::addColumn<bool>("told");
-    QTest::newRow("the text is refused for good") << 554 << 250 << int(OutboxState::Refused) << 0 << true;
-    QTest::newRow("the text is refused for now") << 452 << 250 << int(OutboxState::Retrying) << 1 << false;
-    QTest::newRow("the recipient is refused for good")
-        << 250 << 550 << int(OutboxState::Refused) << 0 << true;
-    QTest::newRow("the recipient is refused for now")
-        << 250 << 451 << int(OutboxState::Retrying) << 1 << false;
-    QTest::newRow("the sender refuses it itself") << 250 << 0 << int(OutboxState::Refused) << 0 << true;
-    QTest::newRow("nothing comes after the dot") << 0 << 250 << int(OutboxState::PerhapsSent) << 0 << false;
+    QTest::addColumn<OutboxState>("state");
+    QTest::addColumn<QString>("status");
+    const QString refused = u"It could not be sent: *."_s;
+    const QString later = u"It could not be sent and is tried again at *: *."_s;
+    QTest::newRow("the text is refused for good") << 554 << 250 << OutboxState::Refused << refused;
+    QTest::newRow("the text is refused for now") << 452 << 250 << OutboxState::Retrying << later;
+    QTest::newRow("the recipient is refused for good") << 250 << 550 << OutboxState::Refused << refused;
+    QTest::newRow("the recipient is refused for now") << 250 << 451 << OutboxState::Retrying << later;
+    QTest::newRow("the sender refuses it itself") << 250 << 0 << OutboxState::Refused << refused;
+    QTest::newRow("nothing comes after the dot")
+        << 0 << 250 << OutboxState::PerhapsSent
+        << u"Nobody knows whether the message was sent. It may have arrived: *."_s;
 }
 
 void OutboxTest::whatTheServerSays()
 {
     QFETCH(int, text);
     QFETCH(int, recipient);
-    QFETCH(int, state);
-    QFETCH(int, attempts);
-    QFETCH(bool, told);
+    QFETCH(OutboxState, state);
+    QFETCH(QString, status);
     const Scratch scratch;
     QByteArray id;
     for (const bool afterwards : {false, true}) { // the same is known by the next run
         OutboxAtTest f;
         if (!afterwards) {
-            const quint64 ticket = f.add(outgoing("1"));
+            f.add(outgoing("1"));
             FakeServer server;
             server.text = text;
             server.recipients["bob@example.org"] = recipient;
             QCOMPARE(server.serve(f.outbox, f.account), 1);
-            QCOMPARE(f.failures.size(), told ? 1 : 0);
-            QCOMPARE(f.perhaps.size(), text == 0 ? 1 : 0);
+            QCOMPARE(f.failures.size(), state == OutboxState::Refused ? 1 : 0);
             id = Message(f.lastText(GroupRole::Outbox)).messageId();
-            QVERIFY(f.outbox.entry(ticket));
-        } else {
-            f.advance(1);
-            QCOMPARE(f.perhaps.size(), text == 0 ? 1 : 0);
         }
+        f.advance(1);
+        QCOMPARE(f.perhaps.size(), state == OutboxState::PerhapsSent ? 1 : 0);
         QCOMPARE(f.outbox.entries().size(), 1u);
         const OutboxEntry entry = f.outbox.entries().front();
-        QCOMPARE(int(entry.state), state);
-        QCOMPARE(entry.attempts, attempts);
-        QVERIFY(!entry.reason.isEmpty());
+        QCOMPARE(entry.state, state);
+        QCOMPARE(entry.attempts, state == OutboxState::Retrying ? 1 : 0);
+        const QString told = f.outbox.status(entry.ticket);
+        QVERIFY2(QRegularExpression::fromWildcard(status).match(told).hasMatch(), qPrintable(told));
         QCOMPARE(f.outbox.waiting(f.account), 0);
         QCOMPARE(f.subjects(GroupRole::SentMail), QStringList());
         if (afterwards) { // by hand it goes, as the same message
@@ -438,19 +436,17 @@ void OutboxTest::accountsComeAndGo()
     const int first = f.account;
     const quint64 ticket = f.add(outgoing("1"));
     QCOMPARE(f.outbox.entry(ticket)->account, first);
-    const quint64 leased = f.add(outgoing("2"));
-    f.outbox.sendNow(leased);
     QSignalSpy missing(&f.outbox, &Outbox::accountMissing);
     f.engine.accounts().remove(first);
     QCOMPARE(f.outbox.entry(ticket)->account, 0);
-    f.add(outgoing("3"));
+    QCOMPARE(f.outbox.status(ticket), u"The message waits for an account that sends it."_s);
+    f.add(outgoing("2"));
     QCOMPARE(missing.size(), 1);
     f.outbox.sendWaiting(true);
     QCOMPARE(missing.size(), 2);
     const int second = f.addAccount(u"another"_s);
-    QCOMPARE(f.outbox.waiting(second), 3);
     QCOMPARE(FakeServer().serve(f.outbox, first), 0);
-    QCOMPARE(FakeServer().serve(f.outbox, second), 3);
+    QCOMPARE(FakeServer().serve(f.outbox, second), 2);
 }
 
 /// What one writes as somebody else does not go through the server of the first.
@@ -458,30 +454,28 @@ void OutboxTest::anIdentityKeepsToItsServer()
 {
     const Scratch scratch;
     OutboxAtTest f;
-    Identity identity;
-    identity.name = u"Ada"_s;
-    identity.address = u"ada@example.org"_s;
-    const int ada = f.engine.identities().add(identity);
-    identity.name = u"Eve"_s;
-    identity.address = u"eve@example.org"_s;
-    const int eve = f.engine.identities().add(identity);
+    const auto add = [&](const QString &name) {
+        Identity identity;
+        identity.name = name;
+        identity.address = name + u"@example.org"_s;
+        return f.engine.identities().add(identity);
+    };
+    const int ada = add(u"ada"_s);
+    const int eve = add(u"eve"_s);
     AccountData data = f.engine.accounts().account(f.account)->data();
     data.identity = ada;
     QVERIFY(f.engine.accounts().update(data));
     QCOMPARE(f.outbox.accountFor(0), f.account); // the default one's
-    QSignalSpy missing(&f.outbox, &Outbox::accountMissing);
     const quint64 ticket = f.outbox.add(outgoing("1"), eve, {});
     QCOMPARE(f.outbox.entry(ticket)->account, 0);
-    QCOMPARE(missing.size(), 1);
-    QVERIFY(f.outbox.status(ticket).contains(u"Eve"_s));
+    QVERIFY(f.outbox.status(ticket).contains(u"eve"_s));
     const int general = f.addAccount(u"general"_s);
     QCOMPARE(f.outbox.entry(ticket)->account, general);
     const int own = f.addAccount(u"own"_s, eve);
     QCOMPARE(f.outbox.entry(ticket)->account, own);
-    QVERIFY(f.engine.identities().remove(ada)); // its server is nobody's now
-    QCOMPARE(f.outbox.accountFor(0), own);
     f.engine.accounts().remove(own);
     f.engine.accounts().remove(general);
+    QVERIFY(f.engine.identities().remove(ada)); // its server is nobody's now
     QCOMPARE(f.outbox.entry(ticket)->account, f.account);
 }
 
@@ -587,18 +581,15 @@ void OutboxTest::whatIsNotTaken()
     QCOMPARE(scratch.reports.size(), 1);
     QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
     QVERIFY(f.add("X-Velmar-Encrypt: No\n" + outgoing("2")) != 0);
-    // Put there by hand it stays, and says why.
+    if (!text.startsWith("X-Velmar-Encrypt"))
+        return;
+    // By another way it comes there all the same, stays, and says why.
     f.engine.groups().add(*f.engine.groups().group(GroupRole::Outbox), Message(text), {}, 0, 1);
     const quint64 ticket = f.outbox.entries().back().ticket;
     f.outbox.sendNow(ticket);
-    FakeServer server;
-    server.serve(f.outbox, f.account);
-    const bool isSecret = text.startsWith("X-Velmar-Encrypt");
-    if (isSecret)
-        QCOMPARE(f.outbox.status(ticket),
-                 u"It could not be sent: It is to be encrypted, which is not possible yet."_s);
-    for (const OutgoingMessage &taken : std::as_const(server.taken))
-        QVERIFY(!isSecret || !taken.text.contains("s 1"));
+    QCOMPARE(FakeServer().serve(f.outbox, f.account), 1); // the other one
+    QCOMPARE(f.outbox.status(ticket),
+             u"It could not be sent: It is to be encrypted, which is not possible yet."_s);
 }
 
 void OutboxTest::whyItWaits_data()
@@ -609,13 +600,7 @@ void OutboxTest::whyItWaits_data()
     QTest::newRow("date") << u"date"_s << u"The message is held until *."_s;
     QTest::newRow("offline") << u"offline"_s << u"The message waits until Velmar is online again."_s;
     QTest::newRow("account held back") << u"leftout"_s << u"The message waits: account “out” is held back."_s;
-    QTest::newRow("no account") << u"noaccount"_s << u"The message waits for an account that sends it."_s;
     QTest::newRow("not asked for") << u"byhand"_s << u"The message waits until you send it."_s;
-    QTest::newRow("refused for now") << u"451"_s
-                                     << u"It could not be sent and is tried again at *: *no such box."_s;
-    QTest::newRow("refused") << u"550"_s << u"It could not be sent: *no such box."_s;
-    QTest::newRow("in doubt") << u"doubt"_s
-                              << u"Nobody knows whether the message was sent. It may have arrived: *."_s;
     QTest::newRow("under way") << u"leased"_s << u"The message is being sent."_s;
 }
 
@@ -631,18 +616,7 @@ void OutboxTest::whyItWaits()
     data.set(AccountLeftOut, what == u"leftout"_s);
     f.engine.accounts().update(data);
     const quint64 ticket = f.add(outgoing("1"), {.notBefore = what == u"date"_s ? kNow + 86400 * 3 : 0});
-    if (what == u"noaccount"_s)
-        f.engine.accounts().remove(f.account);
-    FakeServer server;
-    server.text = what == u"doubt"_s ? 0 : 250;
-    if (const int code = what.toInt(); code != 0) {
-        server.recipients["bob@example.org"] = code;
-        server.serve(f.outbox, f.account);
-    } else if (what == u"doubt"_s) {
-        server.serve(f.outbox, f.account);
-    } else if (what == u"leased"_s) {
-        QVERIFY(f.outbox.next(f.account));
-    }
+    QVERIFY(what != u"leased"_s || f.outbox.next(f.account));
     setOnline(what != u"offline"_s);
     const QString said = f.outbox.status(ticket);
     const QString saidAtPlace = f.outbox.statusAt(f.outbox.entry(ticket)->place);
