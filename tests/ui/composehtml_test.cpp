@@ -8,6 +8,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextList>
@@ -90,9 +91,8 @@ private:
         m_words += format.fontWeight() > QFont::Normal ? u"b" : u"";
         m_words += format.fontItalic() ? u"i" : u"";
         m_words += format.fontStrikeOut() ? u"s" : u"";
-        m_words += format.hasProperty(QTextFormat::ForegroundBrush) && !format.isAnchor()
-                       ? format.foreground().color().name()
-                       : QString();
+        m_words +=
+            format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color().name() : QString();
         m_words +=
             format.hasProperty(QTextFormat::BackgroundBrush) ? format.background().color().name() : QString();
         m_words += u"%1 %2 %3|"_s.arg(format.intProperty(QTextFormat::FontPixelSize))
@@ -182,6 +182,12 @@ void ComposeHtmlTest::structuresComeBack_data()
         u"<a href=\"https://x.example/?a=1&amp;b=2\">read <b>this</b></a> <img "
         "src=\"cid:p1\" width=\"20\" height=\"10\" alt=\"logo\">"_s,
         {u"https://x.example/?a=1&b=2||read >"_s, u"|cid:p1|"_s});
+    row("lists and code that end a cell",
+        u"<table><tr><td><ul><li>a</li></ul></td><td><pre>b</pre></td></tr></table><p>c</p>"_s,
+        {u"list-1 1 from1<0  0|||a>})"_s, u" pre<0 monospace 0|||b>})"_s});
+    row("a button",
+        u"x <a href=\"https://x.example\" style=\"background-color:#003355;color:#ffffff\">Buy</a>"_s,
+        {u"<#ffffff#0033550  0|https://x.example||Buy>"_s});
     row("the signature",
         u"<p>t</p><div class=\"signature\"><p>-- </p><table><tr><td>me</td></tr></table>"
         "<div>end</div></div><p>below</p>"_s,
@@ -200,6 +206,9 @@ void ComposeHtmlTest::structuresComeBack()
     for (const QString &each : holds)
         QVERIFY2(outline.contains(each), qPrintable(each + u'\n' + outline));
     const QString written = htmlOf(first);
+    for (const QString &tag : {u"li"_s, u"pre"_s, u"td"_s, u"blockquote"_s, u"div"_s, u"a"_s})
+        QCOMPARE(written.count(u"</%1>"_s.arg(tag)),
+                 written.count(QRegularExpression(u"<%1[ >]"_s.arg(tag))));
     QTextDocument second;
     fillWithHtml(second, written);
     QCOMPARE(Outline::of(second), outline);

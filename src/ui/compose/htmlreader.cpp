@@ -3,6 +3,8 @@
 #include "compose/quotemarks.h"
 #include "ui/compose/composeformat.h"
 
+#include <QGuiApplication>
+#include <QPalette>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -253,6 +255,7 @@ private:
     void settle(const QTextBlock &block)
     {
         trim(block);
+        settleLinks(block);
         const auto first = block.begin();
         const QTextCharFormat text = first.atEnd() ? block.charFormat() : first.fragment().charFormat();
         const Mark mark = markIn(text, QTextFormat::FontWordSpacing);
@@ -277,6 +280,26 @@ private:
             return;
         m_cursor.setPosition(block.position() + int(text.size()));
         m_cursor.deletePreviousChar();
+    }
+
+    /// The colour that every link is given by itself is none of the text.
+    void settleLinks(const QTextBlock &block)
+    {
+        const QBrush usual = QGuiApplication::palette().link();
+        QList<QTextFragment> links;
+        for (auto it = block.begin(); !it.atEnd(); ++it)
+            if (const QTextCharFormat format = it.fragment().charFormat();
+                format.isAnchor() && format.foreground() == usual)
+                links.append(it.fragment());
+        for (const QTextFragment &link : links) {
+            QTextCharFormat format = link.charFormat();
+            format.clearForeground();
+            const int from = link.position();
+            const int end = from + link.length();
+            m_cursor.setPosition(from);
+            m_cursor.setPosition(end, QTextCursor::KeepAnchor);
+            m_cursor.setCharFormat(format);
+        }
     }
 
     static void settleList(QTextList &list)

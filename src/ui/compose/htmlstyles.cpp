@@ -131,9 +131,7 @@ QString styleAttribute(QString declarations)
 
 QString characterStyle(const QTextCharFormat &format, const QBrush &ground, bool isHeading)
 {
-    QString css;
-    if (!format.isAnchor())
-        css += colourIn(format, QTextFormat::ForegroundBrush, "color"_L1);
+    QString css = colourIn(format, QTextFormat::ForegroundBrush, "color"_L1);
     css += groundStyle(format, ground);
     if (const QString names = families(format.fontFamilies().toStringList()); !names.isEmpty())
         css += declaration("font-family"_L1, names);

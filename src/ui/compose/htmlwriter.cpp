@@ -132,6 +132,8 @@ public:
             if (!isBeside || block.length() > 1 || !block.blockFormat().boolProperty(IsFiller))
                 add(block);
         }
+        endLists();
+        endVerbatim();
         toPlace(false, 0);
     }
 

@@ -21,6 +21,14 @@ constexpr Setting kQuoteColours[] = {Setting::ReadColourQ1, Setting::ReadColourQ
                                      Setting::ReadColourQ4};
 constexpr int kQuoteKinds = int(std::size(kQuoteColours));
 
+/// @p above: the state of the line above.
+int signatureState(const QString &text, int above)
+{
+    if (text == kSignatureSeparator)
+        return 0;
+    return above >= 0 && above < kLongestSignature ? above + 1 : kNoSignature;
+}
+
 /// Whether something lies between the paper and @p block: such a place is a card of the light look.
 bool hasGround(const QTextBlock &block)
 {
@@ -46,12 +54,7 @@ QuoteColours::QuoteColours(QTextDocument *document)
 
 void QuoteColours::highlightBlock(const QString &text)
 {
-    const int above = previousBlockState();
-    int state = kNoSignature;
-    if (text == kSignatureSeparator)
-        state = 0;
-    else if (above >= 0 && above < kLongestSignature)
-        state = above + 1;
+    const int state = signatureState(text, previousBlockState());
     setCurrentBlockState(state);
     if (const int depth = m_marks.depthOf(text); depth > 0)
         setFormat(0, int(text.size()), shownColour(kQuoteColours[(depth - 1) % kQuoteKinds]));
@@ -86,14 +89,16 @@ QColor RichColours::usualColour(const QTextBlock &block) const
     const QTextBlockFormat format = block.blockFormat();
     if (const int level = composeformat::quoteLevel(format); level > 0)
         return levelColour(level);
-    return format.boolProperty(composeformat::IsSignature) ? m_signature : QColor();
+    const bool isSignature =
+        format.boolProperty(composeformat::IsSignature) || currentBlockState() != kNoSignature;
+    return isSignature ? m_signature : QColor();
 }
 
 QColor RichColours::colourOf(const QTextCharFormat &format, const QColor &usual, bool isOnGround) const
 {
     const bool isLight = currentScheme() == Scheme::Light;
     const bool isCard = isOnGround || format.hasProperty(QTextFormat::BackgroundBrush);
-    if (format.isAnchor())
+    if (format.isAnchor() && !format.hasProperty(QTextFormat::ForegroundBrush))
         return colour(Role::Link, isCard ? Scheme::Light : currentScheme());
     if (format.hasProperty(QTextFormat::ForegroundBrush)) {
         const QColor own = format.foreground().color();
@@ -104,8 +109,9 @@ QColor RichColours::colourOf(const QTextCharFormat &format, const QColor &usual,
     return usual;
 }
 
-void RichColours::highlightBlock(const QString &)
+void RichColours::highlightBlock(const QString &text)
 {
+    setCurrentBlockState(signatureState(QString(text).replace(QChar::Nbsp, u' '), previousBlockState()));
     const QTextBlock block = currentBlock();
     const QColor usual = usualColour(block);
     const bool isOnGround = hasGround(block);
