@@ -35,9 +35,6 @@ private slots:
     void deletedAndBroughtBack();
     void whatIsNotTaken_data();
     void whatIsNotTaken();
-    void whyItWaits_data();
-    void whyItWaits();
-    void whileTheGroupWaitsForItsRepair();
 };
 
 void OutboxTest::sentAndFiled()
@@ -590,58 +587,6 @@ void OutboxTest::whatIsNotTaken()
     QCOMPARE(FakeServer().serve(f.outbox, f.account), 1); // the other one
     QCOMPARE(f.outbox.status(ticket),
              u"It could not be sent: It is to be encrypted, which is not possible yet."_s);
-}
-
-void OutboxTest::whyItWaits_data()
-{
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QString>("status");
-    QTest::newRow("countdown") << u"countdown"_s << u"The message is sent in 10 seconds."_s;
-    QTest::newRow("date") << u"date"_s << u"The message is held until *."_s;
-    QTest::newRow("offline") << u"offline"_s << u"The message waits until Velmar is online again."_s;
-    QTest::newRow("account held back") << u"leftout"_s << u"The message waits: account “out” is held back."_s;
-    QTest::newRow("not asked for") << u"byhand"_s << u"The message waits until you send it."_s;
-    QTest::newRow("under way") << u"leased"_s << u"The message is being sent."_s;
-}
-
-void OutboxTest::whyItWaits()
-{
-    QFETCH(QString, what);
-    QFETCH(QString, status);
-    const Scratch scratch;
-    OutboxAtTest f;
-    Outbox::setUndoDelay(what == u"countdown"_s ? 10 : 0);
-    setBoolSetting(Setting::AutoSend, what != u"byhand"_s);
-    AccountData data = f.engine.accounts().account(f.account)->data();
-    data.set(AccountLeftOut, what == u"leftout"_s);
-    f.engine.accounts().update(data);
-    const quint64 ticket = f.add(outgoing("1"), {.notBefore = what == u"date"_s ? kNow + 86400 * 3 : 0});
-    QVERIFY(what != u"leased"_s || f.outbox.next(f.account));
-    setOnline(what != u"offline"_s);
-    const QString said = f.outbox.status(ticket);
-    const QString saidAtPlace = f.outbox.statusAt(f.outbox.entry(ticket)->place);
-    setOnline(true);
-    const auto pattern = QRegularExpression::fromWildcard(status);
-    QVERIFY2(pattern.match(said).hasMatch(), qPrintable(said));
-    QCOMPARE(saidAtPlace, said);
-}
-
-void OutboxTest::whileTheGroupWaitsForItsRepair()
-{
-    Scratch scratch;
-    OutboxAtTest f;
-    const quint64 ticket = f.add(outgoing("1"));
-    Group &group = *f.engine.groups().group(GroupRole::Outbox);
-    group.close();
-    group.setRepairsItself(false);
-    QVERIFY(QFile::remove(configPathOf(u"Groups/%1/Overview"_s.arg(group.number()))));
-    QVERIFY(!f.outbox.next(f.account));
-    QVERIFY(group.needsRepair());
-    QCOMPARE(f.state(ticket), OutboxState::Waiting); // not given up because it cannot be read now
-    QVERIFY(group.repair());
-    FakeServer server;
-    server.serve(f.outbox, f.account);
-    QCOMPARE(server.taken.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(OutboxTest)

@@ -19,6 +19,7 @@ private slots:
     void aFullDisk();
     void aFullDiskWhileTheUserChangesHisMind();
     void itStaysSmall();
+    void whileTheGroupWaitsForItsRepair();
     void killed();
     void killedWhileItIsTakenBack();
 };
@@ -159,6 +160,24 @@ void OutboxJournalTest::itStaysSmall()
     }
     QVERIFY2(QFileInfo(path).size() < 1'500'000, QByteArray::number(QFileInfo(path).size()).constData());
     QCOMPARE(f.state(ticket), OutboxState::Refused);
+}
+
+void OutboxJournalTest::whileTheGroupWaitsForItsRepair()
+{
+    Scratch scratch;
+    OutboxAtTest f;
+    const quint64 ticket = f.add(outgoing("1"));
+    Group &group = *f.engine.groups().group(GroupRole::Outbox);
+    group.close();
+    group.setRepairsItself(false);
+    QVERIFY(QFile::remove(configPathOf(u"Groups/%1/Overview"_s.arg(group.number()))));
+    QVERIFY(!f.outbox.next(f.account));
+    QVERIFY(group.needsRepair());
+    QCOMPARE(f.state(ticket), OutboxState::Waiting); // not given up because it cannot be read now
+    QVERIFY(group.repair());
+    FakeServer server;
+    server.serve(f.outbox, f.account);
+    QCOMPARE(server.taken.size(), 1);
 }
 
 namespace {

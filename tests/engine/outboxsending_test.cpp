@@ -3,7 +3,7 @@
 #include "servers/scriptedserver.h"
 #include "support/memory.h"
 
-#include <QSignalSpy>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -51,6 +51,8 @@ private slots:
     void onlyWhatIsAskedFor();
     void againAfterAFailure();
     void stoppedByTheUser();
+    void whyItWaits_data();
+    void whyItWaits();
     void theAccountGoesMeanwhile();
     void theProgramEndsMeanwhile();
     void firstLogin_data();
@@ -172,6 +174,40 @@ void OutboxSendingTest::stoppedByTheUser()
     QCOMPARE(s.ended, 1);
     QVERIFY(!s.engine.accounts().isBusy());
     QCOMPARE(s.outbox.status(ticket), u"The message waits: sending through “out” was stopped."_s);
+}
+
+void OutboxSendingTest::whyItWaits_data()
+{
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("status");
+    QTest::newRow("countdown") << u"countdown"_s << u"The message is sent in 10 seconds."_s;
+    QTest::newRow("date") << u"date"_s << u"The message is held until *."_s;
+    QTest::newRow("offline") << u"offline"_s << u"The message waits until Velmar is online again."_s;
+    QTest::newRow("account held back") << u"leftout"_s << u"The message waits: account “out” is held back."_s;
+    QTest::newRow("not asked for") << u"byhand"_s << u"The message waits until you send it."_s;
+    QTest::newRow("under way") << u"leased"_s << u"The message is being sent."_s;
+}
+
+void OutboxSendingTest::whyItWaits()
+{
+    QFETCH(QString, what);
+    QFETCH(QString, status);
+    const Scratch scratch;
+    OutboxAtTest f;
+    Outbox::setUndoDelay(what == u"countdown"_s ? 10 : 0);
+    setBoolSetting(Setting::AutoSend, what != u"byhand"_s);
+    AccountData data = f.engine.accounts().account(f.account)->data();
+    data.set(AccountLeftOut, what == u"leftout"_s);
+    f.engine.accounts().update(data);
+    const quint64 ticket = f.add(outgoing("1"), {.notBefore = what == u"date"_s ? kNow + 86400 * 3 : 0});
+    QVERIFY(what != u"leased"_s || f.outbox.next(f.account));
+    setOnline(what != u"offline"_s);
+    const QString said = f.outbox.status(ticket);
+    const QString saidAtPlace = f.outbox.statusAt(f.outbox.entry(ticket)->place);
+    setOnline(true);
+    const auto pattern = QRegularExpression::fromWildcard(status);
+    QVERIFY2(pattern.match(said).hasMatch(), qPrintable(said));
+    QCOMPARE(saidAtPlace, said);
 }
 
 void OutboxSendingTest::theAccountGoesMeanwhile()
