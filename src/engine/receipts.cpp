@@ -88,6 +88,23 @@ bool isOwnGroup(const Group &group)
     }
 }
 
+/// Whether it went to whoever is on a list: who wrote to all of them is told nothing of each.
+bool wentToMany(const Message &message)
+{
+    const QByteArray precedence = message.rawHeader("Precedence").trimmed().toLower();
+    return precedence == "list" || precedence == "bulk" || precedence == "junk" ||
+           message.hasHeader("List-Id") || message.hasHeader("List-Post") ||
+           message.hasHeader("List-Unsubscribe");
+}
+
+/// RFC 8098 2.1 allows one such field; who knows what more of them mean.
+bool asksTwice(const Message &message)
+{
+    constexpr QByteArrayView kField = "disposition-notification-to:";
+    const QByteArray header = '\n' + message.headerBlock().toByteArray().toLower();
+    return header.count(QByteArray('\n' + kField.toByteArray())) > 1;
+}
+
 /// Whether a program wrote it, a receipt for instance: two programs must not thank each other for ever.
 bool isAutomatic(const Message &message)
 {
@@ -133,7 +150,8 @@ std::optional<Message> ReadReceipts::read(MessageRef message) const
 {
     Group *group = m_store.group(message.group);
     const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
-    if (!overview || !overview->has(Mark::ReceiptWanted) || overview->has(Mark::Junk) || isOwnGroup(*group))
+    if (!overview || !overview->has(Mark::ReceiptWanted) || overview->has(Mark::Junk) ||
+        overview->has(Mark::HeaderOnly) || isOwnGroup(*group)) // nobody has read what is not here
         return {};
     const QByteArray text = group->readMessage(*overview);
     return text.isNull() ? std::optional<Message>() : Message(text);
@@ -144,7 +162,10 @@ std::optional<ReceiptQuestion> ReadReceipts::due(MessageRef place) const
     if (intSetting(Setting::SendReadReceipts) == int(Wish::Never))
         return {};
     const std::optional<Message> message = read(place);
-    if (!message || isAutomatic(*message) || !m_identities.defaultIdentity())
+    if (!message || isAutomatic(*message) || wentToMany(*message) || asksTwice(*message) ||
+        !m_identities.defaultIdentity())
+        return {};
+    if (m_identities.find(bareAddress(message->header("From", {})))) // who writes here knows
         return {};
     const QList<Address> receivers = parseAddresses(message->readReceiptTo());
     if (receivers.isEmpty() || !isValidAddress(receivers.front().address))
@@ -152,6 +173,7 @@ std::optional<ReceiptQuestion> ReadReceipts::due(MessageRef place) const
     const QString returned = bareAddress(message->header("Return-Path"));
     ReceiptQuestion question;
     question.message = place;
+    question.id = message->messageId();
     question.sender = message->header("From");
     question.receiver = receivers.front().address;
     question.isElsewhere =
@@ -161,11 +183,13 @@ std::optional<ReceiptQuestion> ReadReceipts::due(MessageRef place) const
 
 void ReadReceipts::shown(MessageRef message)
 {
-    const std::pair<int, quint32> key(message.group, message.article);
-    if (m_asked.contains(key))
-        return;
     const std::optional<ReceiptQuestion> question = due(message);
     if (!question)
+        return;
+    const QByteArray key = question->id.isEmpty()
+                               ? QByteArray::number(message.group) + ' ' + QByteArray::number(message.article)
+                               : question->id;
+    if (m_asked.contains(key))
         return;
     if (intSetting(Setting::SendReadReceipts) == int(Wish::Always) && !question->isElsewhere)
         return send(message, false);
@@ -173,18 +197,19 @@ void ReadReceipts::shown(MessageRef message)
         return;
     m_asked.insert(key);
     const QPointer<ReadReceipts> guard(this);
-    m_ask(*question, [this, guard, message](ReceiptAnswer answer) {
+    m_ask(*question, [this, guard, message, key](ReceiptAnswer answer) {
         if (guard)
-            answered(message, answer);
+            answered(message, key, answer);
     });
 }
 
-void ReadReceipts::answered(MessageRef message, ReceiptAnswer answer)
+void ReadReceipts::answered(MessageRef message, const QByteArray &key, ReceiptAnswer answer)
 {
     switch (answer) {
     case ReceiptAnswer::Send: return send(message, true);
     case ReceiptAnswer::Refuse: return settle(message);
     case ReceiptAnswer::Later: return;
+    case ReceiptAnswer::None: m_asked.remove(key); return;
     }
 }
 
@@ -212,9 +237,15 @@ void ReadReceipts::send(MessageRef place, bool isManual)
         settle(place);
 }
 
-/// It is answered for good.
+/// It is answered for good, in whatever groups it lies.
 void ReadReceipts::settle(MessageRef message)
 {
-    if (Group *group = m_store.group(message.group))
-        group->setMarks({message.article}, {}, Mark::ReceiptWanted);
+    Group *group = m_store.group(message.group);
+    const std::optional<Overview> overview = group ? group->overview(message.article) : std::nullopt;
+    if (!overview)
+        return;
+    group->setMarks({message.article}, {}, Mark::ReceiptWanted);
+    for (const MessageIndex::Place &copy : m_store.findMessage(group->texts(*overview).messageId.toUtf8()))
+        if (Group *there = m_store.group(copy.group))
+            there->setMarks({copy.article}, {}, Mark::ReceiptWanted);
 }

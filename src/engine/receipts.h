@@ -22,6 +22,7 @@ QByteArray buildReadReceipt(const Message &received, const Identity &identity, b
 struct ReceiptQuestion
 {
     MessageRef message;
+    QByteArray id;            ///< its Message-ID
     QString sender;           ///< of the message, for people
     QString receiver;         ///< of the receipt, the bare address
     bool isElsewhere = false; ///< it would not go where the message came from (RFC 8098 2.1)
@@ -31,11 +32,13 @@ enum class ReceiptAnswer {
     Send,
     Refuse, ///< this message asks no more
     Later,  ///< not again in this run
+    None,   ///< the message went out of sight; it is asked when it is shown again
 };
 
 /// Answers the requests for read receipts, as `SendReadReceipts` says: 0 never, 1 asking, 2 always, but still
 /// asking where the receipt would not go to the address that the message came from. Each message is answered
-/// once; then its mark ReceiptWanted goes.
+/// once, however many copies of it there are; then its mark ReceiptWanted goes. None is due to oneself, to a
+/// list, to a program, for junk, or where the request is unclear.
 class ReadReceipts : public QObject
 {
     Q_OBJECT
@@ -57,7 +60,7 @@ public:
     std::optional<ReceiptQuestion> due(MessageRef message) const;
 
 private:
-    void answered(MessageRef message, ReceiptAnswer answer);
+    void answered(MessageRef message, const QByteArray &key, ReceiptAnswer answer);
     void send(MessageRef message, bool isManual);
     void settle(MessageRef message);
     std::optional<Message> read(MessageRef message) const;
@@ -67,5 +70,5 @@ private:
     IdentityManager &m_identities;
     Outbox &m_outbox;
     Ask m_ask;
-    QSet<std::pair<int, quint32>> m_asked;
+    QSet<QByteArray> m_asked; ///< in this run, by identifier
 };

@@ -81,6 +81,9 @@ void ReceiptsTest::whoIsAsked_data()
                                       QByteArray("Content-Type: multipart/report; boundary=x\n")
                                << inbox << 0 << 0;
     QTest::newRow("one's own") << 2 << kWanted + kReturn << int(GroupRole::SentMail) << 0 << 0;
+    QTest::newRow("two requests") << 2 << kWanted + kWanted + kReturn << inbox << 0 << 0;
+    for (const char *field : {"List-Id: <club.example.org>", "Precedence: bulk"})
+        QTest::newRow(field) << 2 << kWanted + kReturn + field + '\n' << inbox << 0 << 0;
     QTest::newRow("junk") << 2 << kWanted + kReturn << int(GroupRole::Junk) << 0 << 0;
 }
 
@@ -113,11 +116,15 @@ void ReceiptsTest::answers()
     const auto wanted = [&] {
         return r.engine.groups().group(message.group)->overview(message.article)->has(Mark::ReceiptWanted);
     };
+    r.reply = ReceiptAnswer::None;
+    r.receipts.shown(message);
     r.reply = ReceiptAnswer::Later;
-    r.receipts.shown(message);
+    r.receipts.shown(message); // it was out of sight in between
     QVERIFY(wanted());
+    const MessageRef copy = r.receive(kWanted + kReturn);
     r.receipts.shown(message);
-    QCOMPARE(r.asked.size(), 1u); // not again in this run
+    r.receipts.shown(copy);
+    QCOMPARE(r.asked.size(), 2u); // not again in this run
     ReadReceipts nextRun(r.engine.groups(), r.engine.accounts(), r.engine.identities(), r.engine.outbox());
     nextRun.shown(message);
     QVERIFY(wanted()); // nobody can be asked
@@ -128,7 +135,14 @@ void ReceiptsTest::answers()
     });
     nextRun.shown(message);
     QVERIFY(!wanted());
+    QVERIFY(!nextRun.due(copy));
     QCOMPARE(r.outbox.entries().size(), 0u);
+    const MessageRef own = r.receive(kWanted + kReturn + "Message-ID: <another>\n");
+    QVERIFY(nextRun.due(own));
+    Identity ada;
+    ada.address = u"Ada@example.org"_s;
+    r.engine.identities().add(ada);
+    QVERIFY(!nextRun.due(own));
 }
 
 void ReceiptsTest::whatIsSent()

@@ -1,13 +1,51 @@
 #include "windowprogram.h"
 
+#include "identity/identitymanager.h"
+#include "ui/compose/sendwindow.h"
+#include "ui/main/messagewindow.h"
+
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
 #include "ui/reader/messageview.h"
 
+#include <QDropEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
+#include <QTextCursor>
 
 namespace {
+
+const QByteArray kWantsReceipt =
+    "Return-Path: <ada@example.org>\nDisposition-Notification-To: ada@example.org\n";
+
+/// A mailbox with somebody who can answer, and one message more in it.
+struct Writer : Program
+{
+    explicit Writer(const QByteArray &header, const QByteArray &body = "Hello\n")
+    {
+        Identity me;
+        me.address = u"clara@tidewater.example"_s;
+        engine.identities().add(me);
+        added = engine.groups().add(inbox(), Message(mailText("added@x", "Added", header, body)), {}, 0, 1);
+        open();
+    }
+
+    MessageBar *question() const
+    {
+        return viewers()->current().reader()->findChild<MessageBar *>(u"question"_s);
+    }
+
+    quint32 added;
+};
+
+SendWindow *sendWindow()
+{
+    for (QWidget *widget : QApplication::topLevelWidgets())
+        if (auto *found = qobject_cast<SendWindow *>(widget); found && found->isVisible())
+            return found;
+    return nullptr;
+}
 
 constexpr char kLink[] = "See https://harbour.example/tides for more.\n";
 
@@ -84,6 +122,91 @@ private slots:
                 action->trigger();
         }
         QCOMPARE(program.viewers()->current().filter().text, u"ada@example.org"_s);
+    }
+
+    void aReceiptIsAskedForWhereTheMessageIs_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("isAskedAgain");
+        QTest::addColumn<int>("sent");
+        QTest::newRow("sent") << u"first"_s << false << 1;
+        QTest::newRow("never") << u"second"_s << false << 0;
+        QTest::newRow("closed") << u"close"_s << false << 0;
+        QTest::newRow("not answered") << QString() << true << 0;
+    }
+
+    void aReceiptIsAskedForWhereTheMessageIs()
+    {
+        QFETCH(QString, button);
+        QFETCH(bool, isAskedAgain);
+        QFETCH(int, sent);
+        Writer w(kWantsReceipt);
+        QVERIFY(w.window->selectMessage(w.articles[0]));
+        QVERIFY(!w.question()->isVisible());
+        QVERIFY(w.window->selectMessage(w.added));
+        QVERIFY(w.question()->isVisible());
+        QVERIFY2(w.question()->text().startsWith(u"Ada would like a receipt"),
+                 qPrintable(w.question()->text()));
+        if (!button.isEmpty())
+            w.question()->findChild<QAbstractButton *>(button)->click();
+        QVERIFY(w.window->selectMessage(w.articles[0]));
+        QVERIFY(!w.question()->isVisible());
+        QVERIFY(w.window->selectMessage(w.added));
+        QCOMPARE(w.question()->isVisible(), isAskedAgain);
+        QCOMPARE(int(w.engine.outbox().entries().size()), sent);
+    }
+
+    void anAnswerQuotesWhatIsSelectedInItsWindow()
+    {
+        Writer w({}, "One sentence. Another one.\n");
+        QVERIFY(w.window->selectMessage(w.added));
+        w.act("message.open");
+        auto *opened = qobject_cast<MessageWindow *>(messageWindow());
+        QVERIFY(opened);
+        auto *body = opened->findChild<BodyView *>();
+        QTextCursor cursor = body->document()->find(u"Another one."_s);
+        body->setTextCursor(cursor);
+        w.window->selectMessage(w.articles[0]);
+        emit opened->deedWanted(u"write.reply"_s);
+        QVERIFY(sendWindow());
+        const QString text = sendWindow()->composition().text;
+        QVERIFY2(text.contains(u"> Another one.") && !text.contains(u"One sentence"), qPrintable(text));
+    }
+
+    void anAttachmentOfOnesOwnOpensWithCare()
+    {
+        Writer w({});
+        w.act("write.new");
+        QVERIFY(sendWindow());
+        emit sendWindow()->attachmentOpened({u"setup.exe"_s, "application/octet-stream", "MZ\x90", {}});
+        QVERIFY2(sendWindow()->bar().text().contains(u"is a program"),
+                 qPrintable(sendWindow()->bar().text()));
+    }
+
+    void anAddressIsDropped()
+    {
+        Writer w({});
+        QMimeData data;
+        data.setUrls({QUrl(u"mailto:bob@example.org?subject=Tides&attach=/etc/passwd"_s)});
+        QDropEvent drop({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(w.window.get(), &drop);
+        QVERIFY(sendWindow());
+        QCOMPARE(sendWindow()->composition().to, u"bob@example.org"_s);
+        QCOMPARE(sendWindow()->composition().subject, u"Tides"_s);
+        QVERIFY(sendWindow()->composition().attachments.isEmpty());
+    }
+
+    void aFollowUpNeedsAList()
+    {
+        Writer w("List-Post: <mailto:club@example.org>\n");
+        QVERIFY(w.window->selectMessage(w.articles[0]));
+        w.act("write.followUp");
+        QVERIFY(!sendWindow());
+        QVERIFY2(w.bar().contains(u"no mailing list"), qPrintable(w.bar()));
+        QVERIFY(w.window->selectMessage(w.added));
+        w.act("write.followUp");
+        QVERIFY(sendWindow());
+        QCOMPARE(sendWindow()->composition().to, u"club@example.org"_s);
     }
 
     void theKeyOfTheTreeTurnsItOffAndOn()

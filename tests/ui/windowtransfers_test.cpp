@@ -1,11 +1,14 @@
 #include "faketransfers.h"
 #include "windowprogram.h"
 
+#include "identity/identitymanager.h"
+#include "ui/compose/sendwindow.h"
 #include "ui/look/elidedlabel.h"
 #include "ui/look/emptystate.h"
 #include "ui/main/statusline.h"
 
 #include <QDialog>
+#include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
 #include <QToolButton>
@@ -65,9 +68,70 @@ struct Receiving
     int club = 0;
 };
 
+/// A window in which somebody writes, whose mail counts down before it goes.
+struct Writing
+{
+    Writing()
+    {
+        Outbox::setUndoDelay(30);
+        program.engine.accounts().setFactory(&clients);
+        AccountData post = popAccount(u"Post"_s, u"smtp.example.org"_s);
+        post.kind = AccountKind::Smtp;
+        account = program.engine.accounts().add(post);
+        me.name = u"Clara Brandt"_s;
+        me.address = u"clara@tidewater.example"_s;
+        me.number = program.engine.identities().add(me);
+        program.open();
+    }
+
+    MessageRef send(const QString &subject)
+    {
+        Composition composition;
+        composition.identity = me;
+        composition.to = u"bob@example.org"_s;
+        composition.subject = subject;
+        composition.text = u"Hello\n"_s;
+        const quint64 ticket = program.engine.composer().send(composition, {});
+        return program.engine.outbox().entry(ticket)->place;
+    }
+
+    std::size_t waiting() { return program.engine.outbox().entries().size(); }
+
+    /// What the bars of the countdowns say, from above.
+    std::vector<AskingBar *> bars() const
+    {
+        std::vector<AskingBar *> shown;
+        for (auto *bar : program.window->findChild<QWidget *>(u"countdowns"_s)->findChildren<AskingBar *>())
+            if (bar->isVisible())
+                shown.push_back(bar);
+        std::sort(shown.begin(), shown.end(), [](auto *a, auto *b) { return a->y() < b->y(); });
+        return shown;
+    }
+
+    static QAbstractButton *button(const MessageBar &bar, QAnyStringView name)
+    {
+        return bar.findChild<QAbstractButton *>(name.toString());
+    }
+
+    MessageBar &bar() const { return program.viewers()->current().pane()->bar(); }
+
+    FakeClients clients;
+    Program program;
+    Identity me;
+    int account = 0;
+};
+
+SendWindow *sendWindow()
+{
+    for (QWidget *each : QApplication::topLevelWidgets())
+        if (auto *found = qobject_cast<SendWindow *>(each); found && found->isVisible())
+            return found;
+    return nullptr;
+}
+
 } // namespace
 
-/// What the main window says of fetches.
+/// What the main window says of fetches, and of mail on its way out.
 class WindowTransfersTest : public QObject
 {
     Q_OBJECT
@@ -165,6 +229,125 @@ private slots:
         QVERIFY2(!r.news().contains(u"new message"_s), qPrintable(r.news()));
         club->end();
         QTRY_COMPARE(r.news(), u"2 new messages"_s);
+    }
+
+    void eachCountdownHasItsUndo()
+    {
+        Writing w;
+        for (const char *subject : {"One", "Two", "Three", "Four", "Five"})
+            w.send(QLatin1String(subject));
+        QTRY_COMPARE(w.bars().size(), 4U);
+        QTRY_VERIFY(w.bars()[0]->y() < w.bars()[1]->y());
+        QVERIFY(w.bars()[0]->text().startsWith(u"“Five” is sent in "));
+        QCOMPARE(w.bars()[3]->text(), u"2 more messages are about to be sent."_s);
+        Writing::button(*w.bars()[1], u"first")->click();
+        QCOMPARE(w.waiting(), 4U);
+        QVERIFY(sendWindow());
+        QCOMPARE(sendWindow()->composition().subject, u"Four"_s);
+        QTRY_COMPARE(w.bars().size(), 4U);
+        QTRY_COMPARE(w.bars()[3]->text(), u"1 more message is about to be sent."_s);
+        w.program.act("write.takeBack");
+        QTRY_COMPARE(w.waiting(), 3U);
+        QCOMPARE(w.program.engine.outbox().entries().back().state, OutboxState::Held);
+    }
+
+    void aWaitingMessageSaysWhy()
+    {
+        Writing w;
+        w.send(u"Other"_s);
+        const MessageRef place = w.send(u"Late"_s);
+        w.program.window->selectGroup(place.group);
+        QVERIFY(w.program.window->selectMessage(place.article));
+        w.program.act("write.changeTime");
+        auto *dialog = w.program.window->findChild<QDialog *>();
+        QVERIFY(dialog);
+        dialog->accept();
+        QTRY_VERIFY2(w.bar().text().contains(u"held until"), qPrintable(w.bar().text()));
+        w.program.act("write.sendNow");
+        QTRY_VERIFY2(!w.bar().text().contains(u"held until"), qPrintable(w.bar().text()));
+        const OutboxEntry *entry = w.program.engine.outbox().entryAt(place);
+        QVERIFY(entry && entry->state != OutboxState::Held);
+        QVERIFY2(w.bars().size() == 1, "the other one goes on counting down");
+        w.program.key(Qt::Key_Delete);
+        QTRY_COMPARE(w.waiting(), 1U);
+    }
+
+    void sendingOnCanBeTakenBack()
+    {
+        Writing w;
+        w.program.key(Qt::Key_F);
+        w.program.act("write.resend");
+        auto *dialog = w.program.window->findChild<QDialog *>(u"nameDialog"_s);
+        QVERIFY(dialog);
+        dialog->findChild<QLineEdit *>()->setText(u"bob@example.org"_s);
+        dialog->accept();
+        QTRY_COMPARE(w.bars().size(), 1U);
+        Writing::button(*w.bars()[0], u"first")->click();
+        QCOMPARE(w.waiting(), 0U);
+        QCOMPARE(w.program.bar(), u"“Third” is not sent on."_s);
+        QVERIFY(!sendWindow());
+        QCOMPARE(w.program.inbox().counts().total, 3U);
+    }
+
+    void closingAsksAboutCountdowns_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<bool>("closes");
+        QTest::addColumn<bool>("goes");
+        QTest::newRow("stay") << u"Stay"_s << false << false;
+        QTest::newRow("later") << u"Close"_s << true << false;
+        QTest::newRow("now") << u"Send and close"_s << true << true;
+    }
+
+    void closingAsksAboutCountdowns()
+    {
+        QFETCH(QString, answer);
+        QFETCH(bool, closes);
+        QFETCH(bool, goes);
+        Writing w;
+        const MessageRef place = w.send(u"Soon"_s);
+        QVERIFY(!w.program.window->close());
+        QCOMPARE(w.program.box()->text(), u"A message is about to be sent."_s);
+        w.program.answer(answer);
+        QTRY_VERIFY(!w.program.window->boxes().isBusy());
+        QCOMPARE(w.clients.of(w.account) != nullptr, goes);
+        if (goes) {
+            QVERIFY(w.program.window->isVisible()); // until it is sent
+            w.clients.of(w.account)->end();
+        }
+        QTRY_COMPARE(w.program.window->isVisible(), !closes);
+        const OutboxEntry *entry = w.program.engine.outbox().entryAt(place);
+        QVERIFY(entry);
+        QCOMPARE(entry->state == OutboxState::Held, !goes);
+    }
+
+    void closingWaitsForWhatIsBeingSent()
+    {
+        Writing w;
+        const MessageRef place = w.send(u"Soon"_s);
+        w.program.engine.outbox().sendNow(w.program.engine.outbox().entryAt(place)->ticket);
+        QVERIFY(w.clients.of(w.account));
+        QVERIFY(!w.program.window->close());
+        QCOMPARE(w.program.box()->text(), u"Mail is being sent."_s);
+        w.program.answer(u"Close when it is sent"_s);
+        QTRY_VERIFY(!w.program.window->boxes().isBusy());
+        QVERIFY(w.program.window->isVisible() && !w.clients.of(w.account)->wasStopped);
+        w.clients.of(w.account)->end();
+        QTRY_VERIFY(!w.program.window->isVisible());
+    }
+
+    void whatIsWrittenOfflineWaits()
+    {
+        Writing w;
+        Outbox::setUndoDelay(0);
+        setOnline(false);
+        w.send(u"Later"_s);
+        QVERIFY(!w.clients.of(w.account));
+        w.program.act("tools.sendWaiting");
+        QVERIFY2(w.program.bar().contains(u"offline"), qPrintable(w.program.bar()));
+        Writing::button(w.bar(), u"first")->click();
+        QVERIFY(isOnline());
+        QTRY_VERIFY(w.clients.of(w.account));
     }
 };
 

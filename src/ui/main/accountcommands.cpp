@@ -31,6 +31,13 @@ AccountCommands::AccountCommands(Engine &engine, MessageBoxes &boxes, QWidget *w
         for (const NewMail &each : mail)
             m_outcome.arrived += int(each.articles.size());
     });
+    connect(&m_engine.outbox(), &Outbox::sent, this, [this] {
+        if (!std::exchange(m_owesOutcome, true)) // filed a moment after its session
+            m_outcome = {};
+        ++m_outcome.sent;
+        if (!m_isTransferring)
+            QMetaObject::invokeMethod(this, &AccountCommands::tellOutcome, Qt::QueuedConnection);
+    });
     connect(&accounts(), &AccountManager::fetchEnded, this, &AccountCommands::fetchEnded);
     connect(&accounts(), &AccountManager::fetchDropped, this,
             [this](Account *account) { fetchEnded(account, AccountFetchReason::Stopped); });
@@ -132,6 +139,32 @@ void AccountCommands::stopTransfers()
     accounts().stopAll();
 }
 
+/// How many accounts send just now.
+int AccountCommands::sending() const
+{
+    const auto &all = accounts().accounts();
+    return int(std::count_if(all.begin(), all.end(), [](const auto &account) {
+        return account->isFetching() && !account->data().isIncoming();
+    }));
+}
+
+QString AccountCommands::progressInWords() const
+{
+    const TransferProgress now = m_engine.transfers().progress();
+    const int senders = sending();
+    if (now.accounts == 1)
+        return now.status;
+    if (senders == now.accounts)
+        return tr("Sending mail through %1 accounts").arg(now.accounts);
+    if (senders > 0)
+        return tr("Sending and getting mail: %1 accounts").arg(now.accounts);
+    const QString text = tr("Getting mail from %1 accounts").arg(now.accounts);
+    return now.totalMessages == 0
+               ? text
+               : tr("%1: %2 of %3 messages")
+                     .arg(text, QLocale().toString(now.messages), QLocale().toString(now.totalMessages));
+}
+
 void AccountCommands::follow()
 {
     const TransferProgress now = m_engine.transfers().progress();
@@ -141,15 +174,8 @@ void AccountCommands::follow()
             m_outcome = {};
         emit transfersBegan();
     }
-    if (m_isTransferring) {
-        const QString text = now.accounts == 1       ? now.status
-                             : now.totalMessages > 0 ? tr("Getting mail from %1 accounts: %2 of %3 messages")
-                                                           .arg(now.accounts)
-                                                           .arg(QLocale().toString(now.messages),
-                                                                QLocale().toString(now.totalMessages))
-                                                     : tr("Getting mail from %1 accounts").arg(now.accounts);
-        return emit progressed(text, now.bytes, now.totalBytes);
-    }
+    if (m_isTransferring)
+        return emit progressed(progressInWords(), now.bytes, now.totalBytes);
     if (!wasTransferring)
         return;
     emit transfersEnded();
@@ -160,7 +186,7 @@ void AccountCommands::follow()
 /// What came last in a session may wait for more to be announced with.
 void AccountCommands::tellOutcome()
 {
-    if (m_isTransferring)
+    if (m_isTransferring || !m_owesOutcome)
         return; // the next ones have begun already: their end tells of all
     m_engine.delivery().announce();
     m_owesOutcome = false;
@@ -168,10 +194,17 @@ void AccountCommands::tellOutcome()
     const QString arrived = outcome.arrived == 1
                                 ? tr("1 new message")
                                 : tr("%1 new messages").arg(QLocale().toString(outcome.arrived));
+    const QString sent = outcome.sent == 1 ? tr("1 message sent")
+                                           : tr("%1 messages sent").arg(QLocale().toString(outcome.sent));
+    QStringList words;
     if (outcome.isStopped)
-        emit settled(outcome.arrived > 0 ? tr("Stopped, %1").arg(arrived) : tr("Stopped"));
-    else if (outcome.arrived > 0)
-        emit settled(arrived);
+        words += tr("Stopped");
+    if (outcome.sent > 0)
+        words += sent;
+    if (outcome.arrived > 0)
+        words += arrived;
+    if (!words.isEmpty())
+        emit settled(words.join(u", "_s));
     else if (outcome.isAsked && !outcome.hasFailed)
         emit settled(tr("No new mail"));
 }

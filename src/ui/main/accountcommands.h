@@ -43,6 +43,7 @@ public:
 
     void stopTransfers();
     bool isTransferring() const { return m_isTransferring; }
+    bool isSending() const { return sending() > 0; }
 
     /// Whether the message came from an account that can delete it on its server.
     bool canDeleteOnServer(const Overview &message) const;
@@ -90,6 +91,8 @@ signals:
 private:
     AccountManager &accounts() const;
     bool anyReceives() const;
+    int sending() const;
+    QString progressInWords() const;
     void fillGetMailMenu(QMenu *menu);
     void mend(MendAction action, int account);
     void tellFailure(const TransferError &error);
@@ -116,6 +119,7 @@ private:
     struct Outcome
     {
         int arrived = 0; ///< new messages
+        int sent = 0;    ///< messages that everybody has got
         bool isAsked = false;
         bool hasFailed = false;
         bool isStopped = false; ///< by the user, one of them at least

@@ -1,26 +1,28 @@
 #include "ui/main/composecommands.h"
 
-#include "config/clock.h"
+#include "compose/bodypart.h"
 #include "engine/engine.h"
+#include "identity/identitymanager.h"
+#include "identity/templates.h"
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/sendwindow.h"
 #include "ui/look/messageboxes.h"
 #include "ui/main/dialogs.h"
+#include "ui/reader/attachmentactions.h"
 #include "ui/texts/harmless.h"
-#include "ui/texts/messagetexts.h"
-
-#include <QLocale>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kSecond = 1000;       ///< milliseconds
-constexpr int kLongestSubject = 60; ///< characters of a subject in a bar
+constexpr int kLongestAddress = 60; ///< characters of an address in a line
 
-QString timeInWords(qint64 seconds)
+/// Nothing but that file, as if it had come by mail.
+Message messageWith(const Attachment &attachment)
 {
-    return QLocale().toString(QDateTime::fromSecsSinceEpoch(seconds), QLocale::ShortFormat);
+    QByteArray text = "MIME-Version: 1.0\n";
+    appendPart(text, attachmentPart(attachment, Disposition::Attachment, {"UTF-8"}));
+    return Message(text);
 }
 
 } // namespace
@@ -30,23 +32,7 @@ ComposeCommands::ComposeCommands(Engine &engine, MessageBoxes &boxes, QWidget *w
     , m_engine(engine)
     , m_boxes(boxes)
     , m_window(window)
-{
-    Outbox &outbox = m_engine.outbox();
-    m_counting.setInterval(kSecond);
-    connect(&m_counting, &QTimer::timeout, this, &ComposeCommands::count);
-    connect(&outbox, &Outbox::changed, this, &ComposeCommands::count);
-    connect(&outbox, &Outbox::changed, this, &ComposeCommands::waitingChanged);
-    connect(&outbox, &Outbox::accountMissing, this, &ComposeCommands::accountWanted);
-    connect(&outbox, &Outbox::failed, this, &ComposeCommands::failed);
-    connect(&outbox, &Outbox::perhapsSent, this, [this](quint64 ticket) {
-        emit told(
-            MessageBar::Kind::Warning,
-            tr("Nobody knows whether “%1” was sent: the program ended while it was on its way.")
-                .arg(subjectOf(ticket)),
-            tr("Send again"), [this, ticket] { m_engine.outbox().sendNow(ticket); }, tr("It was sent"),
-            [this, ticket] { m_engine.outbox().settleAsSent(ticket); });
-    });
-}
+{}
 
 ComposeCommands::~ComposeCommands()
 {
@@ -59,7 +45,10 @@ ComposeCommands::~ComposeCommands()
 SendWindow *ComposeCommands::open(const Composer::Started &started)
 {
     if (!started.error.isEmpty()) {
-        emit told(MessageBar::Kind::Warning, started.error, {}, {}, {}, {});
+        AskingBar::Answer mend;
+        if (m_engine.identities().all().empty())
+            mend = {tr("Identities…"), [this] { emit identityWanted(); }};
+        emit told(MessageBar::Kind::Warning, started.error, mend);
         return nullptr;
     }
     if (SendWindow *there = started.draft != 0 ? windowOf(started.draft) : nullptr) {
@@ -81,7 +70,11 @@ SendWindow *ComposeCommands::open(const Composer::Started &started)
     if (started.context.deed == DraftContext::Deed::Reply)
         connect(window, &SendWindow::sent, this,
                 [this, original = started.context.original] { emit answered(original); });
+    connect(window, &SendWindow::attachmentOpened, this,
+            [this, window](const Attachment &attachment) { openAttachment(*window, attachment); });
     window->comeForward();
+    if (!started.notice.isEmpty())
+        window->bar().tell(MessageBar::Kind::Warning, started.notice);
     return window;
 }
 
@@ -112,22 +105,78 @@ void ComposeCommands::write(const QString &mailto, const QStringList &attachment
     open(started);
 }
 
-void ComposeCommands::reply(MessageRef original, ReplyKind kind, const QString &selectedText)
+void ComposeCommands::writeArticle(const QString &newsgroup)
+{
+    ComposeWish wish;
+    wish.article = true;
+    wish.newsgroups = newsgroup;
+    start(wish);
+}
+
+void ComposeCommands::startWithTemplate(const QString &title, ComposeWish wish)
+{
+    const QStringList names = templateNames();
+    if (names.isEmpty())
+        return emit told(MessageBar::Kind::Information, tr("No templates defined"),
+                         {tr("Templates…"), [this] { emit templatesWanted(); }});
+    askChoice(m_window, title, tr("Write"), names, [this, names, wish](int chosen) {
+        ComposeWish filled = wish;
+        filled.templateName = names.value(chosen);
+        if (!filled.templateName.isEmpty())
+            start(filled);
+    });
+}
+
+void ComposeCommands::writeFromTemplate()
+{
+    startWithTemplate(tr("New message from a template"), {});
+}
+
+namespace {
+
+ComposeWish wishToReply(MessageRef original, ReplyKind kind, const QString &selectedText)
 {
     ComposeWish wish;
     wish.kind = ComposeWish::Kind::Reply;
     wish.originals = {original};
     wish.reply = kind;
     wish.selectedText = selectedText;
-    start(wish);
+    return wish;
 }
 
-void ComposeCommands::forward(const MessageRefs &originals, ForwardKind kind, const QString &selectedText)
+} // namespace
+
+void ComposeCommands::reply(MessageRef original, ReplyKind kind, const QString &selectedText)
+{
+    start(wishToReply(original, kind, selectedText));
+}
+
+void ComposeCommands::replyFromTemplate(MessageRef original, const QString &selectedText)
+{
+    startWithTemplate(tr("Reply with a template"), wishToReply(original, ReplyKind::Sender, selectedText));
+}
+
+void ComposeCommands::followUp(MessageRef original, const QString &selectedText)
+{
+    Group *group = m_engine.groups().group(original.group);
+    const std::optional<Overview> overview = group ? group->overview(original.article) : std::nullopt;
+    const Message message(overview ? group->readMessage(*overview) : QByteArray());
+    for (const ReplyKind kind : {ReplyKind::Followup, ReplyKind::List})
+        if (canReplyTo(message, kind, {}))
+            return reply(original, kind, selectedText);
+    emit told(MessageBar::Kind::Information, tr("This message came from no mailing list or newsgroup."),
+              {tr("Reply to all"),
+               [this, original, selectedText] { reply(original, ReplyKind::All, selectedText); }});
+}
+
+void ComposeCommands::forward(const MessageRefs &originals, ForwardKind kind, ForwardMark mark,
+                              const QString &selectedText)
 {
     ComposeWish wish;
     wish.kind = ComposeWish::Kind::Forward;
     wish.originals = originals;
     wish.forward = originals.size() > 1 ? ForwardKind::Attached : kind;
+    wish.mark = mark;
     wish.selectedText = selectedText;
     start(wish);
 }
@@ -155,35 +204,53 @@ void ComposeCommands::resend(MessageRef original)
     request.check = [](const QString &text) {
         for (const Address &each : parseAddresses(text))
             if (!isValidAddress(each.address))
-                return tr("“%1” is no address.").arg(harmlessLine(formatAddress(each), kLongestSubject));
+                return tr("“%1” is no address.").arg(harmlessLine(formatAddress(each), kLongestAddress));
         return parseAddresses(text).isEmpty() ? tr("Nobody is named yet.") : QString();
     };
     askName(m_window, request, [this, original, identity = started.composition.identity](const QString &to) {
-        if (const quint64 ticket = m_engine.composer().resend(original, identity, to))
-            sent(ticket);
+        const quint64 ticket = m_engine.composer().resend(original, identity, to);
+        if (ticket == 0)
+            return;
+        m_resent.insert(ticket, original);
+        emit sent(ticket);
     });
 }
 
-bool ComposeCommands::isOwn(MessageRef place) const
+void ComposeCommands::resendTakenBack(quint64 ticket, const QString &subject)
 {
-    const Group *group = place.isNull() ? nullptr : m_engine.groups().group(place.group);
-    return group && (group->role() == GroupRole::Drafts || group->role() == GroupRole::Outbox);
+    const MessageRef original = m_resent.take(ticket);
+    AskingBar::Answer again;
+    if (!original.isNull())
+        again = {tr("Send on…"), [this, original] { resend(original); }};
+    emit told(MessageBar::Kind::Information, tr("“%1” is not sent on.").arg(subject), again);
 }
 
-bool ComposeCommands::editOwn(MessageRef place)
+void ComposeCommands::openDraft(MessageRef place)
 {
-    if (const OutboxEntry *waiting = m_engine.outbox().entryAt(place)) {
-        takeBack(waiting->ticket);
-        return true;
-    }
-    const Group *group = m_engine.groups().group(place.group);
-    if (!group || group->role() != GroupRole::Drafts)
-        return false;
     ComposeWish wish;
     wish.kind = ComposeWish::Kind::Draft;
     wish.originals = {place};
     start(wish);
-    return true;
+}
+
+void ComposeCommands::goOnWith(const Composer::Started &taken)
+{
+    if (SendWindow *window = open(taken))
+        window->markUnsaved(); // it lies in the outbox no more
+}
+
+/// As the reader opens what it has received: a copy that nobody else can read or change, after a question
+/// where that is a risk, and never a program. The user may have it from somebody else.
+void ComposeCommands::openAttachment(SendWindow &window, const Attachment &attachment)
+{
+    auto *actions = window.findChild<AttachmentActions *>(QString(), Qt::FindDirectChildrenOnly);
+    if (!actions) {
+        actions = new AttachmentActions(&window.bar(), &window);
+        connect(actions, &AttachmentActions::messageWanted, this, &ComposeCommands::messageWanted);
+        connect(actions, &AttachmentActions::linkActivated, this, &ComposeCommands::linkActivated);
+    }
+    actions->setMessage(messageWith(attachment));
+    actions->activate(0, {0});
 }
 
 void ComposeCommands::reopen()
@@ -202,8 +269,7 @@ void ComposeCommands::reopen()
     if (opened > 0)
         emit told(MessageBar::Kind::Information,
                   opened == 1 ? tr("The message that was being written is open again.")
-                              : tr("%1 messages that were being written are open again.").arg(opened),
-                  {}, {}, {}, {});
+                              : tr("%1 messages that were being written are open again.").arg(opened));
 }
 
 bool ComposeCommands::keepAll()
@@ -220,124 +286,4 @@ void ComposeCommands::closeAll()
     for (const QPointer<SendWindow> &each : std::as_const(m_windows))
         delete each;
     m_windows.clear();
-}
-
-// --- The outbox --------------------------------------------------------------------------------------------
-
-void ComposeCommands::sendWaiting()
-{
-    m_engine.outbox().sendWaiting(true);
-}
-
-void ComposeCommands::sendNow(MessageRef place)
-{
-    if (const OutboxEntry *entry = m_engine.outbox().entryAt(place))
-        m_engine.outbox().sendNow(entry->ticket);
-}
-
-void ComposeCommands::settleAsSent(MessageRef place)
-{
-    if (const OutboxEntry *entry = m_engine.outbox().entryAt(place))
-        m_engine.outbox().settleAsSent(entry->ticket);
-}
-
-bool ComposeCommands::isPerhapsSent(MessageRef place) const
-{
-    const OutboxEntry *entry = m_engine.outbox().entryAt(place);
-    return entry && entry->state == OutboxState::PerhapsSent;
-}
-
-bool ComposeCommands::isDraft(MessageRef place) const
-{
-    const Group *group = place.isNull() ? nullptr : m_engine.groups().group(place.group);
-    return group && group->role() == GroupRole::Drafts;
-}
-
-bool ComposeCommands::anythingWaits() const
-{
-    return !m_engine.outbox().entries().empty();
-}
-
-QString ComposeCommands::subjectOf(quint64 ticket) const
-{
-    const OutboxEntry *entry = m_engine.outbox().entry(ticket);
-    Group *group = entry ? m_engine.groups().group(entry->place.group) : nullptr;
-    const std::optional<Overview> overview = group ? group->overview(entry->place.article) : std::nullopt;
-    return overview ? harmlessLine(subjectOrNone(group->texts(*overview).subject), kLongestSubject)
-                    : QString();
-}
-
-void ComposeCommands::sent(quint64 ticket)
-{
-    m_counted = ticket;
-    const OutboxEntry *entry = m_engine.outbox().entry(ticket);
-    if (!entry || entry->state != OutboxState::Held) {
-        m_counted = 0;
-        return;
-    }
-    emit told(
-        MessageBar::Kind::Information, stateOf(entry->place), tr("Undo"),
-        [this, ticket] { takeBack(ticket); }, tr("Send now"),
-        [this, ticket] { m_engine.outbox().sendNow(ticket); });
-    m_counting.start();
-}
-
-/// The countdown goes on, or is over.
-void ComposeCommands::count()
-{
-    if (m_counted == 0)
-        return;
-    const OutboxEntry *entry = m_engine.outbox().entry(m_counted);
-    if (entry && entry->state == OutboxState::Held) {
-        emit toldAgain(stateOf(entry->place));
-        return;
-    }
-    m_counted = 0;
-    m_counting.stop();
-    emit untold();
-}
-
-void ComposeCommands::takeBack(quint64 ticket)
-{
-    ComposeWish wish;
-    wish.kind = ComposeWish::Kind::EditAsNew;
-    wish.text = m_engine.outbox().takeBack(ticket);
-    if (wish.text.isNull())
-        emit told(MessageBar::Kind::Warning, tr("The message is on its way already."), {}, {}, {}, {});
-    else if (SendWindow *window = open(m_engine.composer().start(wish)))
-        window->markUnsaved(); // it lies in the outbox no more
-}
-
-void ComposeCommands::failed(quint64 ticket, const QString &why)
-{
-    emit told(
-        MessageBar::Kind::Error, tr("“%1” could not be sent: %2").arg(subjectOf(ticket), why), tr("Edit"),
-        [this, ticket] { takeBack(ticket); }, tr("Send again"),
-        [this, ticket] { m_engine.outbox().sendNow(ticket); });
-}
-
-QString ComposeCommands::stateOf(MessageRef place) const
-{
-    const OutboxEntry *entry = m_engine.outbox().entryAt(place);
-    if (!entry)
-        return {};
-    const qint64 left = entry->due - clockSeconds();
-    switch (entry->state) {
-    case OutboxState::Held:
-        return !entry->countsDown ? tr("The message is sent on %1.").arg(timeInWords(entry->due))
-               : left <= 0        ? tr("The message is sent now.")
-               : left == 1        ? tr("The message is sent in 1 second.")
-                                  : tr("The message is sent in %1 seconds.").arg(left);
-    case OutboxState::Waiting:
-        return entry->account == 0 ? tr("The message waits for an account that sends it.")
-                                   : tr("The message waits to be sent.");
-    case OutboxState::Sending: return tr("The message is being sent.");
-    case OutboxState::PerhapsSent:
-        return tr("Nobody knows whether the message was sent. %1").arg(entry->reason);
-    case OutboxState::Retrying:
-        return tr("It could not be sent (%1) and is tried again at %2.")
-            .arg(entry->reason, timeInWords(entry->due));
-    case OutboxState::Refused: return tr("It could not be sent: %1").arg(entry->reason);
-    }
-    return {};
 }

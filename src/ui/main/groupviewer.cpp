@@ -239,6 +239,11 @@ std::optional<Overview> GroupViewer::currentOverview() const
     return home ? home->overview(current.article) : std::nullopt;
 }
 
+bool GroupViewer::showsCurrent() const
+{
+    return m_isReading && !m_shown.isNull() && m_shown == m_list->current();
+}
+
 void GroupViewer::showCurrent()
 {
     m_readTimer.stop();
@@ -264,6 +269,7 @@ void GroupViewer::showCurrent()
                                 tr("Repair the group to find out what is left of it."));
             else
                 m_reader->showMessage(Message(text), readerMarksOf(*overview));
+            emit messageShown(m_shown);
         }
         showMarks();
         if (!m_shown.isNull() && !overview->has(Mark::Read) && !home->has(GroupKeepsUnread))

@@ -80,6 +80,7 @@ public:
 
     bool select(MessageRef message);
     std::optional<Overview> currentOverview() const;
+    bool showsCurrent() const; ///< in the reader
 
     /// Whether the reader may show messages; F8 hides it.
     void setReading(bool reading);
@@ -105,6 +106,7 @@ signals:
     void openWanted(MessageRef message);
     void menuWanted(const QPoint &globalPosition);
     void spacePressed();
+    void messageShown(MessageRef message); ///< in the reader, for somebody to read
 
 private:
     void connectList();

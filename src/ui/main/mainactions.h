@@ -89,14 +89,21 @@ enum class Act {
     DeleteOnServer,
     // Write
     Compose,
+    ComposeArticle,
+    ComposeTemplate,
     Reply,
     ReplyAll,
     FollowUp,
+    ReplyTemplate,
     Forward,
     ForwardAttached,
+    ForwardBehind,
     EditAsNew,
     Resend,
     EditOwn,
+    SendNow,
+    ChangeTime,
+    TakeLastBack,
     // Tools
     GetMail,
     GetAllMail,
@@ -145,6 +152,8 @@ enum Need : unsigned {
     NeedsServer = 1u << 16,     ///< the current message came from an account that may delete it on the server
     NeedsWaiting = 1u << 17,    ///< something waits in the outbox
     NeedsOwnMessage = 1u << 18, ///< the current message is a draft, or waits in the outbox
+    NeedsWaitingOne = 1u << 19, ///< the current message waits in the outbox
+    NeedsCountdown = 1u << 20,  ///< something that was sent can still be taken back
 };
 
 /// The main window's actions, made in its registry.

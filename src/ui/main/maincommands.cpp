@@ -46,7 +46,7 @@ void MainWindow::connectActions()
     on(Act::Keys, [this] { showKeyHelp(m_registry); });
     on(Act::About, [this] { showAbout(this); });
     on(Act::CloseWindow, [this] { close(); });
-    on(Act::Quit, [] { QApplication::closeAllWindows(); });
+    on(Act::Quit, [this] { close(); }); // which asks, keeps what is being written, and takes the others along
 }
 
 void MainWindow::connectMessageActions()
@@ -108,8 +108,18 @@ void MainWindow::connectGroupActions()
     onGroup(Act::ExportGroup, &GroupCommands::exportGroup);
     onGroup(Act::CompactGroup, &GroupCommands::compact);
     onGroup(Act::RepairGroup, &GroupCommands::repair);
-    on(Act::GetMail, [this] { getMail(m_accountCommands->getMail(viewer().place())); });
-    on(Act::GetAllMail, [this] { getMail(m_accountCommands->getAllMail()); });
+    const auto sendToo = [this] {
+        if (isOnline())
+            m_engine.outbox().sendWaiting(true);
+    };
+    on(Act::GetMail, [this, sendToo] {
+        sendToo();
+        getMail(m_accountCommands->getMail(viewer().place()));
+    });
+    on(Act::GetAllMail, [this, sendToo] {
+        sendToo();
+        getMail(m_accountCommands->getAllMail());
+    });
     on(Act::StopTransfers, [this] { m_accountCommands->stopTransfers(); });
     on(Act::Online, [this] { setOnlineWish(!isOnline()); });
     on(Act::Errors, [this] { m_notices.showList(this); });

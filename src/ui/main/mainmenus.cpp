@@ -9,10 +9,10 @@
 #include "ui/look/toolbuttons.h"
 #include "ui/look/velmarstyle.h"
 #include "ui/main/accountcommands.h"
-#include "ui/main/composecommands.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messagecommands.h"
+#include "ui/main/outboxcommands.h"
 #include "ui/main/panes.h"
 #include "ui/main/viewers.h"
 #include "ui/tree/grouptreemodel.h"
@@ -72,7 +72,7 @@ void MainWindow::createMenus()
     createMessageMenu();
     QMenu *write = menuBar()->addMenu(tr("&Write"));
     write->setObjectName(u"writeMenu"_s);
-    m_actions.addTo(write, Act::Compose, Act::EditOwn);
+    m_actions.addTo(write, Act::Compose, Act::TakeLastBack);
     createToolsMenu();
     QMenu *help = menuBar()->addMenu(tr("&Help"));
     m_actions.addTo(help, Act::Palette, Act::About);
@@ -206,8 +206,10 @@ unsigned MainWindow::have() const
         {NeedsTransfers, m_accountCommands->isTransferring()},
         {NeedsHeaderOnly, current && current->has(Mark::HeaderOnly)},
         {NeedsServer, current && m_accountCommands->canDeleteOnServer(*current)},
-        {NeedsWaiting, m_composeCommands->anythingWaits()},
-        {NeedsOwnMessage, m_composeCommands->isOwn(list.current())},
+        {NeedsWaiting, m_outboxCommands->anythingWaits()},
+        {NeedsOwnMessage, isDraft(list.current()) || m_outboxCommands->isWaiting(list.current())},
+        {NeedsWaitingOne, m_outboxCommands->canSendNow(list.current())},
+        {NeedsCountdown, !m_outboxCommands->countingDown().empty()},
     };
     unsigned have = m_readerActions.have();
     for (const auto &each : needs)
@@ -290,18 +292,35 @@ void MainWindow::messageMenu(const QPoint &position)
         return;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    if (m_composeCommands->isOwn(viewer().list().current()))
-        menu->addAction(m_actions[Act::EditOwn]);
-    QMenu *answer = menu->addMenu(icon(u"reply"_s), tr("Ans&wer or forward"));
-    m_actions.addTo(answer, Act::Reply, Act::Resend);
-    m_actions.addTo(menu, Act::Open, Act::Flag);
-    menu->addMenu(m_tagMenu);
-    m_actions.addTo(menu, Act::MarkThreadRead, Act::MarkThreadRead);
-    m_actions.addTo(menu, Act::Junk, Act::DeleteOnServer);
+    const MessageRef current = viewer().list().current();
+    if (isDraft(current) || m_outboxCommands->isWaiting(current))
+        fillOwnMenu(menu);
+    else
+        fillMessageMenu(menu);
     menu->addSeparator();
     menu->addAction(m_actions[Act::SaveAs]);
     menu->addAction(m_readerActions[ReaderAction::Source]);
     menu->addSeparator();
     menu->addAction(m_actions[Act::Delete]);
     menu->popup(position);
+}
+
+/// Of a message that is written here and has not gone yet.
+void MainWindow::fillOwnMenu(QMenu *menu)
+{
+    menu->addAction(m_actions[Act::EditOwn]);
+    if (m_outboxCommands->isWaiting(viewer().list().current()))
+        m_actions.addTo(menu, Act::SendNow, Act::ChangeTime);
+    menu->addSeparator();
+    menu->addAction(m_actions[Act::Open]);
+}
+
+void MainWindow::fillMessageMenu(QMenu *menu)
+{
+    QMenu *answer = menu->addMenu(icon(u"reply"_s), tr("Ans&wer or forward"));
+    m_actions.addTo(answer, Act::Reply, Act::Resend);
+    m_actions.addTo(menu, Act::Open, Act::Flag);
+    menu->addMenu(m_tagMenu);
+    m_actions.addTo(menu, Act::MarkThreadRead, Act::MarkThreadRead);
+    m_actions.addTo(menu, Act::Junk, Act::DeleteOnServer);
 }

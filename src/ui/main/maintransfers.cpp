@@ -65,33 +65,6 @@ void MainWindow::connectTransfers()
     });
 }
 
-/// What has arrived is safe; the window closes when all clients have come to a safe point, those too that
-/// fetch the rest of single messages.
-void MainWindow::askBeforeClosing()
-{
-    const auto close = [this](int button) {
-        if (button != 0)
-            return;
-        m_closesWhenIdle = true;
-        m_accountCommands->stopTransfers();
-        closeWhenIdle();
-    };
-    m_boxes->ask({tr("Mail is being transferred."),
-                  tr("What has arrived is safe; the rest comes the next time."),
-                  {tr("&Stop and close"), tr("&Wait")},
-                  false,
-                  ReportLevel::Information},
-                 this, close);
-}
-
-void MainWindow::closeWhenIdle()
-{
-    if (!m_closesWhenIdle || Fetcher::busyCount() > 0)
-        return;
-    m_closesWhenIdle = false;
-    QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
-}
-
 void MainWindow::offerFirstAccount()
 {
     m_accountCommands->offerFirstAccount();

@@ -3,7 +3,6 @@
 #include "config/settings.h"
 #include "engine/engine.h"
 #include "engine/storetasks.h"
-#include "net/fetcher.h"
 #include "store/mailbox/messagefile.h"
 #include "ui/actions/commandpalette.h"
 #include "ui/list/messagelist.h"
@@ -16,10 +15,12 @@
 #include "ui/look/toolbuttons.h"
 #include "ui/main/accountcommands.h"
 #include "ui/main/composecommands.h"
+#include "ui/main/countdownbars.h"
 #include "ui/main/groupcommands.h"
 #include "ui/main/listpane.h"
 #include "ui/main/messagecommands.h"
 #include "ui/main/messagewindow.h"
+#include "ui/main/outboxcommands.h"
 #include "ui/main/panes.h"
 #include "ui/main/statusline.h"
 #include "ui/main/viewers.h"
@@ -29,7 +30,6 @@
 #include "ui/texts/messagetexts.h"
 #include "ui/tree/grouptree.h"
 
-#include <QCloseEvent>
 #include <QGuiApplication>
 #include <QLocale>
 #include <QMenu>
@@ -78,7 +78,9 @@ MainWindow::MainWindow(Engine &engine, Looks &looks)
     setWindowTitle(u"Velmar"_s);
     setMinimumSize(kMinimumSize);
     setContextMenuPolicy(Qt::NoContextMenu);
+    setAcceptDrops(true);
     m_views.load();
+    m_outboxCommands = new OutboxCommands(engine, this);
     createPanes();
     m_groupCommands = new GroupCommands(engine, *m_boxes, this);
     m_accountCommands = new AccountCommands(engine, *m_boxes, this);
@@ -95,6 +97,7 @@ MainWindow::MainWindow(Engine &engine, Looks &looks)
 MainWindow::~MainWindow()
 {
     m_readerActions.setReader(nullptr);
+    m_engine.receipts().setAsk({});
     const std::initializer_list<QObject *> speakers = {
         &m_engine,
         &m_engine.tasks(),
@@ -104,6 +107,8 @@ MainWindow::~MainWindow()
         &m_engine.outbox(),
         &m_engine.journal(),
         &m_engine.tags(),
+        m_composeCommands,
+        m_outboxCommands,
         &m_looks,
         &m_readerActions,
         m_tree,
@@ -129,6 +134,10 @@ void MainWindow::createPanes()
     layout->setSpacing(0);
     layout->addWidget(new LinedBar(m_mainBar));
     layout->addWidget(m_panes, 1);
+    auto *countdowns = new CountdownBars(*m_outboxCommands);
+    connect(countdowns, &CountdownBars::outboxWanted, this,
+            [this] { selectGroup(m_engine.groups().group(GroupRole::Outbox)->number()); });
+    layout->addWidget(countdowns);
     layout->addWidget(m_status);
     setCentralWidget(page);
     for (const auto &each : m_viewers->all())
@@ -142,6 +151,8 @@ void MainWindow::addViewer(GroupViewer *viewer)
         viewer->list().addAction(m_actions[act]);
         viewer->reader()->addTextAction(m_actions[act]);
     }
+    connect(viewer, &GroupViewer::messageShown, this,
+            [this, viewer](MessageRef message) { noteShown(message, *viewer->reader()); });
     connect(viewer->reader(), &MessageView::linkActivated, this, &MainWindow::followLink);
     connect(viewer->reader(), &MessageView::linkHovered, m_status, &StatusLine::setHint);
     connect(viewer->reader(), &MessageView::messageWanted, this, &MainWindow::openMessage);
@@ -191,12 +202,12 @@ void MainWindow::connectPanes()
         updateActions();
     });
     connect(m_viewers, &Viewers::openWanted, this, [this](MessageRef message) {
-        if (m_composeCommands->isDraft(message))
-            m_composeCommands->editOwn(message);
+        if (isDraft(message))
+            editOwn(message);
         else
             openInWindow(message); // what waits in the outbox goes on waiting
     });
-    connect(m_viewers, &Viewers::changed, this, &MainWindow::showOwnMessage);
+    connect(m_viewers, &Viewers::changed, this, &MainWindow::showWaiting);
     connect(m_viewers, &Viewers::spacePressed, this, &MainWindow::readOn);
     connect(m_viewers, &Viewers::messageMenuWanted, this, &MainWindow::messageMenu);
     connect(&m_readerActions, &ReaderActions::haveChanged, this, &MainWindow::updateActions);
@@ -268,21 +279,6 @@ void MainWindow::remember()
     if (tabs != stringSetting(Setting::GroupTabs))
         setStringSetting(Setting::GroupTabs, tabs);
     m_views.save();
-}
-
-void MainWindow::closeEvent(QCloseEvent *event)
-{
-    if (Fetcher::busyCount() > 0 && isVisible()) {
-        event->ignore();
-        return askBeforeClosing();
-    }
-    if (!m_composeCommands->keepAll() && !m_losesText && isVisible()) {
-        event->ignore();
-        return askBeforeLosingText();
-    }
-    remember();
-    keepWriting();
-    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::resizeEvent(QResizeEvent *event)
@@ -387,6 +383,7 @@ bool MainWindow::showIn(MessageWindow &window, MessageRef message)
     window.showMessage(Message(text), message, readerMarksOf(*overview));
     if (!home->has(GroupKeepsUnread))
         home->setMarks({message.article}, Mark::Read, {});
+    noteShown(message, window.reader());
     return true;
 }
 
@@ -414,7 +411,9 @@ void MainWindow::doFor(MessageWindow &window, const QString &action)
     QAction *deed = m_registry.find(action);
     if (!deed || !deed->isEnabled())
         return;
+    m_actingWindow = &window;
     deed->trigger();
+    m_actingWindow = nullptr;
     const MessageRef now = viewer().list().current();
     const std::optional<Overview> overview = viewer().currentOverview();
     if (!overview)

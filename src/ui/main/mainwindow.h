@@ -13,12 +13,14 @@
 #include <QMainWindow>
 #include <QPointer>
 
+#include <functional>
 #include <memory>
 
 class AccountCommands;
 class AskingBar;
 class CommandPalette;
 class ComposeCommands;
+class CountdownBars;
 class Engine;
 class GroupCommands;
 class GroupTree;
@@ -27,7 +29,9 @@ class Looks;
 class MessageBoxes;
 class Message;
 class MessageCommands;
+class MessageView;
 class MessageWindow;
+class OutboxCommands;
 class Panes;
 class ReaderActions;
 class QMenu;
@@ -37,6 +41,8 @@ class StatusLine;
 class Task;
 class Viewers;
 class Welcome;
+struct ReceiptQuestion;
+enum class ReceiptAnswer;
 
 /// The window of the program: the tree of groups, tabs of groups, the list of one group's messages, the
 /// reader. It asks the engine for everything and listens; while it lives, reports are shown in its boxes.
@@ -90,6 +96,8 @@ signals:
 protected:
     void closeEvent(QCloseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void createPanes();
@@ -113,11 +121,18 @@ private:
     void connectComposing();
     void connectWriting();
     void reply(ReplyKind kind);
-    void forward(bool attached);
-    void showOwnMessage();
+    void forward(ForwardKind kind, ForwardMark mark);
+    QString selectedText() const;
+    bool isDraft(MessageRef message) const;
+    void editOwn(MessageRef message);
+    void showWaiting();
     void askBeforeLosingText();
+    void noteShown(MessageRef message, MessageView &reader);
+    void askForReceipt(MessageView &reader, const ReceiptQuestion &question,
+                       const std::function<void(ReceiptAnswer)> &answer);
     void addViewer(GroupViewer *viewer);
     void askBeforeClosing();
+    void askAboutCountdowns();
     void closeWhenIdle();
     void restore();
     void remember();
@@ -146,6 +161,8 @@ private:
     void followLink(const QString &target);
     void groupMenu(Group *group, const QPoint &position);
     void messageMenu(const QPoint &position);
+    void fillOwnMenu(QMenu *menu);
+    void fillMessageMenu(QMenu *menu);
     void dropped(const MessageRefs &messages, Group *target, bool copy);
     void taskEnded(Task *task);
     void getMail(bool thereIsAnAccount);
@@ -174,12 +191,18 @@ private:
     GroupCommands *m_groupCommands;
     AccountCommands *m_accountCommands;
     ComposeCommands *m_composeCommands;
+    OutboxCommands *m_outboxCommands;
     CommandPalette *m_palette;
     QPointer<AskingBar> m_failureBar;        ///< where a failed transfer was told of
-    QPointer<AskingBar> m_writingBar;        ///< where something of the outbox was told of
-    QString m_writingText;                   ///< what it said
-    bool m_showsOwnMessage = false;          ///< that is about the current message
+    QPointer<AskingBar> m_waitingBar;        ///< where the state of a waiting message is shown
+    QString m_waitingText;                   ///< what it says
+    MessageRef m_waiting;                    ///< of which
+    int m_waitingPhase = 0;                  ///< OutboxCommands::State
+    QPointer<MessageWindow> m_actingWindow;  ///< whose deed is being done
+    bool m_leavesWaiting = false;            ///< what counts down may go the next time
+    bool m_isEnding = false;                 ///< the program ends: nothing is asked any more
     bool m_losesText = false;                ///< the user closes the window although a draft cannot be kept
+    QPointer<MessageView> m_lastReader;      ///< which has shown a message last
     QPointer<MessageWindow> m_messageWindow; ///< the one that shows whatever is opened
     bool m_lookedAround = false;             ///< the user sent the welcome away
     bool m_offeredNextGroup = false;

@@ -9,29 +9,59 @@
 #include "ui/main/listpane.h"
 #include "ui/main/mainwindow.h"
 #include "ui/main/messagewindow.h"
+#include "ui/main/outboxcommands.h"
 #include "ui/main/viewers.h"
 #include "ui/reader/messageview.h"
+#include "ui/texts/harmless.h"
+
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
-// What the main window has to do with messages that are written here.
+// What the main window has to do with messages that are written here, and with receipts.
+
+namespace {
+constexpr int kLongestName = 60; ///< characters of a name or an address in a bar
+
+/// The mailto: URL in what is dragged; empty without one.
+QString mailtoIn(const QMimeData &data)
+{
+    for (const QUrl &url : data.urls())
+        if (url.scheme() == u"mailto")
+            return QString::fromLatin1(url.toEncoded());
+    const QString text = data.text().trimmed();
+    return text.startsWith(u"mailto:", Qt::CaseInsensitive) && !text.contains(u'\n') ? text : QString();
+}
+
+} // namespace
 
 void MainWindow::connectWriting()
 {
     const auto on = [this](Act act, auto then) { connect(m_actions[act], &QAction::triggered, this, then); };
+    const auto current = [this] { return viewer().list().current(); };
     on(Act::Compose, [this] { write(); });
+    on(Act::ComposeArticle, [this] {
+        const bool isNews = group() && group()->kind() == GroupKind::Newsgroup;
+        m_composeCommands->writeArticle(isNews ? group()->name() : QString());
+    });
+    on(Act::ComposeTemplate, [this] { m_composeCommands->writeFromTemplate(); });
     on(Act::Reply, [this] { reply(ReplyKind::Sender); });
     on(Act::ReplyAll, [this] { reply(ReplyKind::All); });
-    on(Act::FollowUp, [this] {
-        const bool isNews = group() && group()->kind() == GroupKind::Newsgroup;
-        reply(isNews ? ReplyKind::Followup : ReplyKind::List);
-    });
-    on(Act::Forward, [this] { forward(false); });
-    on(Act::ForwardAttached, [this] { forward(true); });
-    on(Act::EditAsNew, [this] { m_composeCommands->editAsNew(viewer().list().current()); });
-    on(Act::Resend, [this] { m_composeCommands->resend(viewer().list().current()); });
-    on(Act::EditOwn, [this] { m_composeCommands->editOwn(viewer().list().current()); });
-    on(Act::SendWaiting, [this] { m_composeCommands->sendWaiting(); });
+    on(Act::FollowUp, [this, current] { m_composeCommands->followUp(current(), selectedText()); });
+    on(Act::ReplyTemplate,
+       [this, current] { m_composeCommands->replyFromTemplate(current(), selectedText()); });
+    on(Act::Forward, [this] { forward(ForwardKind::Inline, ForwardMark::Front); });
+    on(Act::ForwardAttached, [this] { forward(ForwardKind::Attached, ForwardMark::Front); });
+    on(Act::ForwardBehind, [this] { forward(ForwardKind::Inline, ForwardMark::Behind); });
+    on(Act::EditAsNew, [this, current] { m_composeCommands->editAsNew(current()); });
+    on(Act::Resend, [this, current] { m_composeCommands->resend(current()); });
+    on(Act::EditOwn, [this, current] { editOwn(current()); });
+    on(Act::SendNow, [this, current] { m_outboxCommands->sendNow(current()); });
+    on(Act::ChangeTime, [this, current] { m_outboxCommands->changeTime(current()); });
+    on(Act::TakeLastBack, [this] { m_outboxCommands->takeLastBack(); });
+    on(Act::SendWaiting, [this] { m_outboxCommands->sendWaiting(); });
     on(Act::Identities, [this] { openIdentityManager(m_engine, this); });
     on(Act::Templates, [this] { openTemplateManager(m_engine, this, viewer().reader()->message()); });
 }
@@ -39,35 +69,44 @@ void MainWindow::connectWriting()
 void MainWindow::connectComposing()
 {
     connectWriting();
-    connect(m_composeCommands, &ComposeCommands::told, this,
-            [this](MessageBar::Kind kind, const QString &text, const QString &first,
-                   const std::function<void()> &onFirst, const QString &second,
-                   const std::function<void()> &onSecond) {
-                m_writingBar = &viewer().pane()->bar();
-                m_writingBar->ask(kind, text, {first, onFirst}, {second, onSecond});
-                m_writingText = text;
-            });
-    connect(m_composeCommands, &ComposeCommands::toldAgain, this, [this](const QString &text) {
-        if (m_writingBar && m_writingBar->text() == m_writingText) {
-            m_writingBar->changeText(text);
-            m_writingText = m_writingBar->text();
-        }
+    const auto tell = [this](MessageBar::Kind kind, const QString &text, const AskingBar::Answer &first,
+                             const AskingBar::Answer &second) {
+        viewer().pane()->bar().ask(kind, text, first, second);
+        if (kind == MessageBar::Kind::Error) // the bar may be taken by the next one
+            m_notices.add(ReportLevel::Warning, text);
+        m_closesWhenIdle = m_closesWhenIdle && kind != MessageBar::Kind::Error;
+    };
+    connect(m_composeCommands, &ComposeCommands::told, this, tell);
+    connect(m_outboxCommands, &OutboxCommands::told, this, tell);
+    connect(m_outboxCommands, &OutboxCommands::changed, this, [this] {
+        updateActions();
+        showWaiting();
     });
-    connect(m_composeCommands, &ComposeCommands::untold, this, [this] {
-        if (m_writingBar && m_writingBar->text() == m_writingText)
-            m_writingBar->hide();
-    });
-    connect(m_composeCommands, &ComposeCommands::accountWanted, m_accountCommands,
+    connect(m_outboxCommands, &OutboxCommands::takenBack, m_composeCommands, &ComposeCommands::goOnWith);
+    connect(m_outboxCommands, &OutboxCommands::resendTakenBack, m_composeCommands,
+            &ComposeCommands::resendTakenBack);
+    connect(m_outboxCommands, &OutboxCommands::accountWanted, m_accountCommands,
             &AccountCommands::offerOutgoingAccount);
+    connect(m_outboxCommands, &OutboxCommands::onlineWanted, this, [this] { setOnlineWish(true); });
+    connect(m_composeCommands, &ComposeCommands::sent, m_outboxCommands, &OutboxCommands::noteSent);
+    connect(m_composeCommands, &ComposeCommands::templatesWanted, m_actions[Act::Templates],
+            &QAction::trigger);
+    connect(m_composeCommands, &ComposeCommands::identityWanted, m_actions[Act::Identities],
+            &QAction::trigger);
+    connect(m_composeCommands, &ComposeCommands::messageWanted, this, &MainWindow::openMessage);
+    connect(m_composeCommands, &ComposeCommands::linkActivated, this, &MainWindow::followLink);
     connect(m_composeCommands, &ComposeCommands::answered, this, [this](MessageRef original) {
         if (boolSetting(Setting::CloseMessageOnReply) && m_messageWindow &&
             m_messageWindow->ref() == original)
             m_messageWindow->close();
     });
-    connect(m_composeCommands, &ComposeCommands::waitingChanged, this, [this] {
-        updateActions();
-        showOwnMessage();
-    });
+    m_engine.receipts().setAsk(
+        [this](const ReceiptQuestion &question, const std::function<void(ReceiptAnswer)> &answer) {
+            if (m_lastReader)
+                askForReceipt(*m_lastReader, question, answer);
+            else
+                answer(ReceiptAnswer::None);
+        });
 }
 
 void MainWindow::write(const QString &mailto, const QStringList &attachments)
@@ -75,64 +114,102 @@ void MainWindow::write(const QString &mailto, const QStringList &attachments)
     m_composeCommands->write(mailto, attachments);
 }
 
+/// An address is dropped to write to it; what else is dropped is for the panes.
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!mailtoIn(*event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    write(mailtoIn(*event->mimeData()));
+    event->acceptProposedAction();
+}
+
 void MainWindow::reopenWriting()
 {
     m_composeCommands->reopen();
 }
 
-void MainWindow::keepWriting()
+/// Of the message that is acted on, in whichever window it is shown.
+QString MainWindow::selectedText() const
 {
-    m_composeCommands->closeAll();
+    const MessageView *reader = m_actingWindow ? &m_actingWindow->reader() : viewer().reader();
+    return m_actingWindow || viewer().showsCurrent() ? reader->selectedText() : QString();
 }
 
 void MainWindow::reply(ReplyKind kind)
 {
-    m_composeCommands->reply(viewer().list().current(), kind, viewer().reader()->selectedText());
+    m_composeCommands->reply(viewer().list().current(), kind, selectedText());
 }
 
-void MainWindow::forward(bool attached)
+void MainWindow::forward(ForwardKind kind, ForwardMark mark)
 {
-    const MessageRefs chosen = viewer().list().selected();
-    m_composeCommands->forward(chosen, attached ? ForwardKind::Attached : ForwardKind::Inline,
-                               viewer().reader()->selectedText());
+    m_composeCommands->forward(viewer().list().selected(), kind, mark, selectedText());
 }
 
-/// Of a message in the outbox: where it stands, and what can be done.
-void MainWindow::showOwnMessage()
+bool MainWindow::isDraft(MessageRef message) const
+{
+    const Group *home = message.isNull() ? nullptr : m_engine.groups().group(message.group);
+    return home && home->role() == GroupRole::Drafts;
+}
+
+/// Goes on with a draft, or takes a message back out of the outbox.
+void MainWindow::editOwn(MessageRef message)
+{
+    if (isDraft(message))
+        m_composeCommands->openDraft(message);
+    else
+        m_outboxCommands->takeBack(message);
+}
+
+/// Of the current message, where it is in the outbox: why it waits and until when, and what can be done.
+/// What the user has closed comes again when it stands elsewhere.
+void MainWindow::showWaiting()
 {
     const MessageRef current = viewer().list().current();
-    const QString state = m_composeCommands->stateOf(current);
-    if (state.isEmpty()) {
-        if (m_showsOwnMessage && m_writingBar && m_writingBar->text() == m_writingText)
-            m_writingBar->hide();
-        m_showsOwnMessage = false;
+    const OutboxCommands::State state = m_outboxCommands->stateOf(current);
+    AskingBar &bar = viewer().pane()->bar();
+    const bool isOurs = m_waitingBar == &bar && bar.text() == m_waitingText;
+    const bool isSame = m_waiting == current && m_waitingPhase == state.phase;
+    if (state.text.isEmpty()) {
+        if (m_waitingBar && m_waitingBar->text() == m_waitingText && !m_waiting.isNull())
+            m_waitingBar->hide();
+        m_waiting = {};
         return;
     }
-    const AskingBar::Answer sendNow = {tr("Send now"),
-                                       [this, current] { m_composeCommands->sendNow(current); }};
-    const AskingBar::Answer edit = {tr("Edit"), [this, current] { m_composeCommands->editOwn(current); }};
-    const AskingBar::Answer wasSent = {tr("It was sent"),
-                                       [this, current] { m_composeCommands->settleAsSent(current); }};
-    m_writingBar = &viewer().pane()->bar();
-    if (m_composeCommands->isPerhapsSent(current))
-        m_writingBar->ask(MessageBar::Kind::Warning, state, sendNow, wasSent);
+    if (isSame && !isOurs)
+        return;
+    if (isSame)
+        bar.changeText(state.text);
     else
-        m_writingBar->ask(MessageBar::Kind::Information, state, edit, sendNow);
-    m_writingText = m_writingBar->text();
-    m_showsOwnMessage = true;
+        bar.ask(state.kind, state.text, state.first, state.second);
+    m_waitingBar = &bar;
+    m_waitingText = bar.text();
+    m_waiting = current;
+    m_waitingPhase = state.phase;
 }
 
-/// A message that is being written and cannot be kept is lost with its window.
-void MainWindow::askBeforeLosingText()
+// --- Receipts -------------------------------------------------------------------------------------------
+
+void MainWindow::noteShown(MessageRef message, MessageView &reader)
 {
-    m_boxes->ask({tr("A message that is being written could not be saved."),
-                  tr("It is lost when Velmar closes now."),
-                  {tr("&Close and lose it"), tr("&Stay")},
-                  true,
-                  ReportLevel::Warning},
-                 this, [this](int button) {
-                     m_losesText = button == 0;
-                     if (m_losesText)
-                         close();
-                 });
+    m_lastReader = &reader;
+    m_engine.receipts().shown(message);
+}
+
+void MainWindow::askForReceipt(MessageView &reader, const ReceiptQuestion &question,
+                               const std::function<void(ReceiptAnswer)> &answer)
+{
+    const Address sender = parseAddresses(question.sender).value(0);
+    const QString name = harmlessLine(shortPerson(sender), kLongestName);
+    const QString wish = tr("%1 would like a receipt that says you have read this.").arg(name);
+    const QString elsewhere =
+        question.isElsewhere
+            ? u' ' + tr("It would go to %1.").arg(harmlessLine(question.receiver, kLongestName))
+            : QString();
+    reader.ask(wish + elsewhere, {tr("Send receipt"), [answer] { answer(ReceiptAnswer::Send); }},
+               {tr("Never"), [answer] { answer(ReceiptAnswer::Refuse); }},
+               [answer](bool isClosed) { answer(isClosed ? ReceiptAnswer::Later : ReceiptAnswer::None); });
 }

@@ -24,6 +24,7 @@ public:
     void showMessage(const Message &message, MessageRef ref, const ReaderMarks &marks);
     void setMarks(const ReaderMarks &marks);
     MessageRef ref() const { return m_ref; }
+    MessageView &reader() const { return *m_view; }
     void comeForward();
 
 signals:

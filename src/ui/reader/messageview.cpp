@@ -86,13 +86,18 @@ MessageView::MessageView(QWidget *parent)
     clear();
 }
 
-MessageView::~MessageView() = default;
+MessageView::~MessageView()
+{
+    dropQuestion(false);
+}
 
 void MessageView::createPanes()
 {
     m_empty = new EmptyState(this);
     m_page = new QWidget(this);
     m_header = new HeaderCard(m_page);
+    m_question = new AskingBar(m_page);
+    m_question->setObjectName(u"question"_s);
     m_bar = new AskingBar(m_page);
     m_body = new BodyView(m_page);
     m_find = new FindBar(m_body, m_page);
@@ -108,6 +113,8 @@ void MessageView::createPanes()
     faultMargins->addWidget(m_faults);
     auto *barMargins = new QVBoxLayout;
     barMargins->setContentsMargins(space::dialog, space::between, space::dialog, 0);
+    barMargins->setSpacing(space::inner);
+    barMargins->addWidget(m_question);
     barMargins->addWidget(m_bar);
     auto *layout = new QVBoxLayout(m_page);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -146,6 +153,7 @@ void MessageView::connectPanes()
     connect(m_body, &BodyView::zoomRequested, this,
             [this](int steps) { setZoom(m_zoom * std::pow(kZoomStep, steps)); });
     connect(m_remote, &RemotePictures::arrived, this, &MessageView::showArrivals);
+    connect(m_question, &MessageBar::closed, this, [this] { dropQuestion(true); });
     connect(m_find, &FindBar::searching, this, &MessageView::unfoldFor);
     connect(m_strip, &AttachmentStrip::activated, m_attachments, &AttachmentActions::activate);
     connect(m_strip, &AttachmentStrip::previewRequested, m_attachments, &AttachmentActions::preview);
@@ -229,6 +237,7 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_marks = marks;
     m_hasMessage = true;
     m_everything = false;
+    dropQuestion(false);
     m_bar->hide();
     m_attachments->setMessage(message);
     m_remote->setMessage(message, marks.junk);
@@ -247,6 +256,27 @@ void MessageView::showMessage(const Message &message, const ReaderMarks &marks)
     m_pieces->showMessage(m_message);
     tellWhatIsOnServer();
     emit linkHovered({});
+}
+
+void MessageView::ask(const QString &text, const AskingBar::Answer &first, const AskingBar::Answer &second,
+                      Unanswered unanswered)
+{
+    dropQuestion(false);
+    m_unanswered = std::move(unanswered);
+    const auto answer = [this](const AskingBar::Answer &given) {
+        return AskingBar::Answer{given.text, [this, then = given.then] {
+                                     m_unanswered = {};
+                                     then();
+                                 }};
+    };
+    m_question->ask(MessageBar::Kind::Information, text, answer(first), answer(second));
+}
+
+void MessageView::dropQuestion(bool isClosed)
+{
+    if (const Unanswered unanswered = std::exchange(m_unanswered, {}))
+        unanswered(isClosed);
+    m_question->hide();
 }
 
 void MessageView::setMarks(const ReaderMarks &marks)
@@ -273,6 +303,7 @@ void MessageView::tellWhatIsOnServer()
 
 void MessageView::clear(const QString &title, const QString &sentence)
 {
+    dropQuestion(false);
     m_message = Message();
     m_hasMessage = false;
     m_remote->setMessage(m_message, true);

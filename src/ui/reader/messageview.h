@@ -44,6 +44,11 @@ public:
     PersonActions *people() const { return m_header->people(); }
     /// Where the other pieces of a message that was sent in several are found.
     void setPartFinder(PartFinder finder) { m_pieces->setFinder(std::move(finder)); }
+    /// A question about the message that is shown, above its text. One of the answers comes, or @p unanswered
+    /// once: @p isClosed, when the user closed the question, else when the message went out of sight.
+    using Unanswered = std::function<void(bool isClosed)>;
+    void ask(const QString &text, const AskingBar::Answer &first, const AskingBar::Answer &second,
+             Unanswered unanswered);
     /// Shows the empty state with these texts (emptystate.h).
     void clear(const QString &title = {}, const QString &sentence = {});
     bool isEmpty() const { return !m_hasMessage; }
@@ -123,6 +128,7 @@ private:
     void unfoldFor(const QString &text);
     void setZoom(double zoom);
     void saveRaw();
+    void dropQuestion(bool isClosed);
     void showParts();
 
     Message m_message;
@@ -140,6 +146,8 @@ private:
     QWidget *m_page;
     HeaderCard *m_header;
     ElidedLabel *m_faults; ///< what is wrong with the message
+    AskingBar *m_question; ///< what the window asks about the message
+    Unanswered m_unanswered;
     AskingBar *m_bar;
     BodyView *m_body;
     FindBar *m_find;

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "engine/composer.h"
+#include "ui/look/askingbar.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <vector>
+
+class Engine;
+class QWidget;
+struct OutboxEntry;
+
+/// What the user does with messages that wait in the outbox, and what he is told of them.
+class OutboxCommands : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Both must outlive this; dialogs belong to @p window.
+    OutboxCommands(Engine &engine, QWidget *window);
+
+    /// Sends everything that may go; offline it says so.
+    void sendWaiting();
+
+    /// These do nothing where @p place is not in the outbox, or is on its way.
+    void sendNow(MessageRef place); ///< that message alone
+    void changeTime(MessageRef place);
+    void settleAsSent(MessageRef place);
+    void takeBack(MessageRef place);
+
+    /// The last message that counts down.
+    void takeLastBack();
+
+    bool anythingWaits() const;              ///< that could go
+    bool isWaiting(MessageRef place) const;  ///< or on its way
+    bool canSendNow(MessageRef place) const; ///< and is not on its way
+
+    /// Messages that can still be taken back before they go, the last one last.
+    std::vector<MessageRef> countingDown() const;
+    QString countdownOf(MessageRef place) const; ///< for people: which of them, and how long still
+
+    /// What is to be said of a message, with what can be done about it; an empty text: it does not wait.
+    struct State
+    {
+        MessageBar::Kind kind = MessageBar::Kind::Information;
+        QString text;
+        AskingBar::Answer first;
+        AskingBar::Answer second;
+        int phase = 0; ///< the answers are the same for as long as this is
+    };
+    State stateOf(MessageRef place);
+
+    /// It was handed to the outbox just now.
+    void noteSent(quint64 ticket);
+
+signals:
+    /// To be shown above the list.
+    void told(MessageBar::Kind kind, const QString &text, const AskingBar::Answer &first = {},
+              const AskingBar::Answer &second = {});
+
+    /// To be written on; or it could not be taken back, and why.
+    void takenBack(const Composer::Started &taken);
+
+    /// A message that was to be sent on unchanged was taken back.
+    void resendTakenBack(quint64 ticket, const QString &subject);
+
+    /// There is nothing that could send it.
+    void accountWanted();
+
+    /// The user wants to work online.
+    void onlineWanted();
+
+    /// What waits, or where it stands; while something is counted down, every second.
+    void changed();
+
+private:
+    QString subjectOf(MessageRef place) const;
+    std::vector<quint64> ticketsAt(MessageRef place) const;
+    void takeBack(quint64 ticket);
+    void failed(quint64 ticket, const QString &why);
+    void doubted(quint64 ticket);
+    void count();
+
+    Engine &m_engine;
+    QWidget *m_window;
+    QTimer m_counting;
+};
