@@ -1,5 +1,6 @@
 #include "engine/seenaddresses.h"
 
+#include "message/message.h"
 #include "store/groupstore.h"
 #include "store/messagerows.h"
 
@@ -10,9 +11,11 @@
 
 namespace {
 
-constexpr int kSlice = 5;             ///< milliseconds of work
-constexpr int kPause = 20;            ///< milliseconds between two slices: nobody waits for it
-constexpr qsizetype kLongList = 2000; ///< characters; longer lists of recipients are cut
+constexpr int kSlice = 5;                 ///< milliseconds of work
+constexpr int kPause = 20;                ///< milliseconds between two slices: nobody waits for it
+constexpr qsizetype kLongList = 2000;     ///< characters; longer lists of recipients are cut
+constexpr qsizetype kMostCopies = 100;    ///< people in copy of one message
+constexpr quint32 kLongText = 256 * 1024; ///< bytes; longer messages are not read for those in copy
 
 QString keyOf(const QString &address)
 {
@@ -140,9 +143,24 @@ void SeenAddresses::look(Group &group, int row)
     ++m_looked;
     const bool isOwn = holdsOwnMessages(group);
     const HeaderTexts texts = group.texts(overview);
-    const QString &field = isOwn ? texts.to : texts.from;
-    for (const Address &address : parseAddresses(field.left(kLongList)))
-        take(address, isOwn);
+    takeAll(parseAddresses((isOwn ? texts.to : texts.from).left(kLongList)), isOwn);
+    if (isOwn && m_read < m_limits.copies && overview.unpackedLength() <= kLongText) {
+        ++m_read;
+        lookForCopies(group, overview);
+    }
+}
+
+void SeenAddresses::lookForCopies(Group &group, const Overview &overview)
+{
+    const Message message(group.readMessage(overview));
+    for (const char *field : {"Cc", "Bcc"})
+        takeAll(message.addresses(field).mid(0, kMostCopies), true);
+}
+
+void SeenAddresses::takeAll(const QList<Address> &addresses, bool isWritten)
+{
+    for (const Address &address : addresses)
+        take(address, isWritten);
 }
 
 void SeenAddresses::take(const Address &address, bool isWritten)

@@ -14,11 +14,13 @@
 
 class Group;
 class GroupStore;
+class Overview;
 class QElapsedTimer;
 
 /// The addresses that occur in the store: those that mail was written to, and those that it came from. They
 /// are gathered from the header caches, in short slices, the newest messages first, and only as many as help
-/// with completing; the files hold nothing of it.
+/// with completing; the files hold nothing of it. Those in copy stand in no header cache: they are read from
+/// the newest messages of one's own.
 class SeenAddresses : public QObject
 {
     Q_OBJECT
@@ -29,6 +31,7 @@ public:
     {
         int messages = 200'000; ///< of all groups together
         int addresses = 20'000;
+        int copies = 1'000; ///< messages of one's own of which the text is read, for those in copy
     };
 
     /// @p store must outlive this. Nothing is looked at before start().
@@ -78,6 +81,8 @@ private:
     bool lookThrough(Place &place, const QElapsedTimer &clock);
     bool isWorthIt(const Group &group) const;
     void look(Group &group, int row);
+    void takeAll(const QList<Address> &addresses, bool isWritten);
+    void lookForCopies(Group &group, const Overview &overview);
     void take(const Address &address, bool isWritten);
 
     GroupStore &m_store;
@@ -88,5 +93,6 @@ private:
     std::deque<MessageRef> m_arrived; ///< since the groups were begun with
     QTimer m_timer;
     int m_looked = 0;
+    int m_read = 0; ///< texts
     bool m_started = false;
 };

@@ -475,7 +475,8 @@ void ComposerTest::addresses()
     from(GroupRole::WasteBasket, "From", "about@waste.org");
     from(GroupRole::Drafts, "To", "absent@draft.org");
     from(GroupRole::SentMail, "To", "anton@written.org, Zoe <zoe@written.org>");
-    from(GroupRole::SentMail, "To", "zoe@written.org");
+    from(GroupRole::SentMail, "To",
+         "zoe@written.org\nCc: Cora <copied@written.org>\nBcc: hidden@written.org");
     from(GroupRole::Inbox, "From", "zoe@written.org");
 
     const QSignalSpy changed(&program.composer, &Composer::addressesChanged);
@@ -493,6 +494,8 @@ void ComposerTest::addresses()
     QCOMPARE(found(u"seen"_s), QStringList({u"anna@seen.org"_s})); // a word of the name, not the domain
     QCOMPARE(found(u"ab\u00e9"_s), QStringList({u"rene@seen.org"_s}));
     QCOMPARE(found(u""_s), QStringList());
+    QCOMPARE(found(u"cora"_s) + found(u"hidden"_s),
+             QStringList({u"copied@written.org"_s, u"hidden@written.org"_s}));
     QCOMPARE(found(u"abu"_s) + found(u"abo"_s) + found(u"abs"_s), QStringList());
     const Composer::KnownAddress zoe = program.composer.complete(u"zoe"_s, 1).at(0);
     const Composer::KnownAddress wanted{{u"Zoe"_s, u"zoe@written.org"_s}, 2, false};
@@ -502,7 +505,9 @@ void ComposerTest::addresses()
     QVERIFY(!program.composer.isKnown(u"abuser@junk.org"_s));
     QVERIFY(program.composer.isNew(u"abuser@junk.org"_s));
     QVERIFY(!program.composer.isNew(u"abuser@"_s) && !program.composer.isNew(u"once@seen.org"_s));
-    QCOMPARE(program.composer.knownAddresses(), QStringList({u"zoe@written.org"_s, u"anton@written.org"_s}));
+    QCOMPARE(program.composer.knownAddresses(),
+             QStringList({u"zoe@written.org"_s, u"copied@written.org"_s, u"hidden@written.org"_s,
+                          u"anton@written.org"_s}));
 }
 
 void ComposerTest::addressesOfLaterMail()
