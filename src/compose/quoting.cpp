@@ -225,9 +225,8 @@ QString attribution(const Message &message, bool personal)
     return out;
 }
 
-QString textToQuote(const Message &message)
+QString textToQuote(const MessageBody &body)
 {
-    const MessageBody body = bodyOf(message.mime());
     QString text = withPlainLines(body.text);
     if (!boolSetting(Setting::QuoteSigs)) {
         text = withoutSignature(text);
@@ -244,7 +243,12 @@ QString textToQuote(const Message &message)
 
 QString quotation(const Message &message, bool personal, const QString &selected)
 {
-    const QString text = selected.trimmed().isEmpty() ? textToQuote(message) : withoutEmptyEnds(selected);
+    return quotation(message, bodyOf(message.mime()), personal, selected);
+}
+
+QString quotation(const Message &message, const MessageBody &body, bool personal, const QString &selected)
+{
+    const QString text = selected.trimmed().isEmpty() ? textToQuote(body) : withoutEmptyEnds(selected);
     if (text.isEmpty())
         return {};
     const QString leading = attribution(message, personal);

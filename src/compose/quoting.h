@@ -1,5 +1,6 @@
 #pragma once
 
+#include "compose/messagebody.h"
 #include "message/message.h"
 
 #include <QString>
@@ -40,10 +41,12 @@ bool isQuotedLine(QStringView line);
 ///     %D  the field Date as it stands           %%  "%"
 QString attribution(const Message &message, bool personal);
 
-/// The text of @p message that a reply quotes: its plain text, or its HTML as text; signature cut unless
+/// The text of a message that a reply quotes: its plain text, or its HTML as text; signature cut unless
 /// `QuoteSigs`. With `SendWrapText` its paragraphs of one line each are wrapped to fit behind `QuotePrefix`.
-QString textToQuote(const Message &message);
+QString textToQuote(const MessageBody &body);
 
 /// The whole quotation: attribution(), an empty line, the quoted text (@p selected alone where that is not
 /// empty). Ends in "\n"; empty when there is nothing to quote.
+QString quotation(const Message &message, const MessageBody &body, bool personal,
+                  const QString &selected = {});
 QString quotation(const Message &message, bool personal, const QString &selected = {});

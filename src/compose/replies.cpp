@@ -41,9 +41,12 @@ bool isPersonalAnswer(const ReplyAddresses &found, ReplyKind kind)
     return kind == ReplyKind::Sender && found.isPrivate();
 }
 
-void quoteRich(Composition &reply, const Message &original, bool personal)
+/// Nobody answers to more than that: what follows is left out, so that the window comes soon.
+constexpr qsizetype kMostQuoted = 300 * 1024;
+
+void quoteRich(Composition &reply, const Message &original, const MessageBody &body, bool personal)
 {
-    const RichQuote quote = richQuote(bodyOf(original.mime()), original.mime(), reply.identity.address);
+    const RichQuote quote = richQuote(body, original.mime(), reply.identity.address, kMostQuoted);
     if (quote.html.isEmpty())
         return;
     reply.html = htmlLine(attribution(original, personal)) + u"<blockquote type=\"cite\">"_s + quote.html +
@@ -136,9 +139,10 @@ Composition replyTo(const Message &original, ReplyKind kind, const Identity &ide
 
     const bool isPersonal = isPersonalAnswer(found, kind);
     if (boolSetting(Setting::QuoteText) || !options.selectedText.isEmpty()) {
-        reply.text = quotation(original, isPersonal, options.selectedText);
+        const MessageBody body = bodyOf(original.mime());
+        reply.text = quotation(original, body, isPersonal, options.selectedText);
         if (options.rich && options.selectedText.isEmpty())
-            quoteRich(reply, original, isPersonal);
+            quoteRich(reply, original, body, isPersonal);
     }
     return reply;
 }

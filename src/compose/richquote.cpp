@@ -126,12 +126,12 @@ QString inBlock(const QString &document)
 
 } // namespace
 
-RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender)
+RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender, qsizetype most)
 {
     RichQuote quote;
     PictureTaker pictures(mime, sender, quote);
     HtmlOptions options;
-    options.cap = HtmlOptions::kEverything;
+    options.cap = most;
     for (const QString &html : body.html) {
         const SafeHtml safe = sanitizeHtml(html, options);
         quote.html += pictures.run(withoutBreakMarks(inBlock(safe.html)));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "compose/messagebody.h"
+#include "html/sanitizer.h"
 
 /// The HTML of a message that is quoted or passed on: the sanitiser's, with those pictures of the message's
 /// own parts that it shows as attachments of their own. Nothing in it refers to anything else.
@@ -12,4 +13,6 @@ struct RichQuote
     bool isCut = false; ///< there was more than the sanitiser takes
 };
 
-RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender);
+/// @p most: bytes of HTML that are looked at, each.
+RichQuote richQuote(const MessageBody &body, const MIMEContext &mime, const QString &sender,
+                    qsizetype most = HtmlOptions::kEverything);

@@ -201,13 +201,19 @@ Composer::Started Composer::startAnswer(const ComposeWish &wish)
 Composer::Started Composer::startDraft(const ComposeWish &wish)
 {
     const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
-    Started started;
-    started.draft = m_drafts.open(place);
-    if (started.draft == 0)
+    const int draft = m_drafts.open(place);
+    if (draft == 0)
         return failed(m_drafts.waitsInOutbox(place) ? tr("The message waits in the outbox to be sent")
                                                     : tr("The draft is not there any more"));
-    started.context = m_drafts.context(started.draft);
-    started.composition = m_drafts.version(started.draft, 0);
+    return goOnWith(draft);
+}
+
+Composer::Started Composer::goOnWith(int draft) const
+{
+    Started started;
+    started.draft = draft;
+    started.context = m_drafts.context(draft);
+    started.composition = m_drafts.version(draft, 0);
     started.isArticle = started.composition.isNews();
     recogniseSignature(started);
     return started;

@@ -68,6 +68,9 @@ public:
     };
     Started start(const ComposeWish &wish);
 
+    /// Goes on with a draft of Drafts::recovered().
+    Started goOnWith(int draft) const;
+
     /// Takes a waiting message out of the outbox, to be written on: it is kept as a draft before the outbox
     /// forgets it. One that was only sent on unchanged is taken out, and there is nothing to write: error and
     /// notice are empty, and draft is 0. error: it is too late, or it cannot be kept; it waits as before.

@@ -25,6 +25,7 @@ private slots:
     void theTextIsQuotedAsTheSettingsSay();
     void richAnswersTakeOnlyPicturesOfTheOriginal();
     void richAnswersHaveNoActiveContent();
+    void longHtmlIsQuotedInPart();
     void inlineForwardsHaveTheirMarks();
     void inlineForwardsTakeTheFilesAlong();
     void attachedForwardsAreNamedAfterTheSubject_data();
@@ -281,6 +282,21 @@ void RepliesTest::richAnswersHaveNoActiveContent()
     QVERIFY(reply.html.indexOf("two"_L1) < reply.html.indexOf("</blockquote"_L1));
     QCOMPARE(reply.text, u"<b>Joe</b> wrote:\n\n> One\n>\n> two\n"_s);
     QVERIFY(replyTo(Message("From: a@b\n\nplain\n"), ReplyKind::All, me(), options).html.isEmpty());
+}
+
+/// An answer quotes as much as somebody reads; what is passed on is whole.
+void RepliesTest::longHtmlIsQuotedInPart()
+{
+    const QByteArray line = "<p>Some words of a long text that says little.</p>\n";
+    const Message original("From: a@b\nContent-Type: text/html\n\n<html><body>" + line.repeated(20'000) +
+                           "<p>the end</p></body></html>\n");
+    ReplyOptions options;
+    options.rich = true;
+    const QString quoted = replyTo(original, ReplyKind::Sender, me(), options).html;
+    QVERIFY2(quoted.size() > 200'000 && quoted.size() < 500'000, qPrintable(QString::number(quoted.size())));
+    QVERIFY(quoted.endsWith("</blockquote><p><br></p>"_L1));
+    QVERIFY(forward({original}, ForwardKind::Inline, ForwardMark::Front, me(), options)
+                .html.contains("the end"_L1));
 }
 
 void RepliesTest::inlineForwardsHaveTheirMarks()

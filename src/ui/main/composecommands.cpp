@@ -257,11 +257,7 @@ void ComposeCommands::reopen()
 {
     int opened = 0;
     for (const int draft : m_engine.drafts().recovered()) {
-        Composer::Started started;
-        started.draft = draft;
-        started.context = m_engine.drafts().context(draft);
-        started.composition = m_engine.drafts().version(draft, 0);
-        if (SendWindow *window = open(started)) {
+        if (SendWindow *window = open(m_engine.composer().goOnWith(draft))) {
             window->markUnsaved();
             ++opened;
         }
