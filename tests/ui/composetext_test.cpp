@@ -193,6 +193,8 @@ void ComposeTextTest::largePastes_data()
     QTest::newRow("5 MB, plain") << false << false << lines << false;
     QTest::newRow("5 MB, formatted") << true << false << lines << false;
     QTest::newRow("HTML of 5 MB") << true << true << paragraphs << false;
+    QTest::newRow("HTML of one paragraph")
+        << true << true << u"<p>"_s + u"<b>a</b> word "_s.repeated(5000) + u"</p>"_s << false;
     QTest::newRow("1 MB, plain") << false << false << lines.first(1'000'000) << true;
 }
 

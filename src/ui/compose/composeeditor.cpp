@@ -302,7 +302,7 @@ void ComposeEditor::rewrap()
 
 void ComposeEditor::insertText(const QString &text)
 {
-    if (!isFitToEdit(text))
+    if (!isFitToEdit(text, m_isRich ? kMostFormatted : kMostPlain))
         emit tooMuchPasted(text, {});
     else if (m_isRich)
         m_rich->textCursor().insertText(text);

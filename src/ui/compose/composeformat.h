@@ -23,8 +23,11 @@ inline int quoteLevel(const QTextFormat &format)
 /// @p indent: beyond what the quotation itself is moved in.
 inline void setQuoteLevel(QTextBlockFormat &format, int level, double indent = 0)
 {
-    format.setLeftMargin(level * kQuoteStep + indent);
-    format.setRightMargin(0);
+    // what is as it was is not said: a document is quadratic in changed items of a list
+    if (format.leftMargin() != level * kQuoteStep + indent)
+        format.setLeftMargin(level * kQuoteStep + indent);
+    if (format.rightMargin() != 0)
+        format.setRightMargin(0);
     level > 0 ? format.setProperty(QuoteLevel, level) : format.clearProperty(QuoteLevel);
 }
 

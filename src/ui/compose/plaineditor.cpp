@@ -20,8 +20,7 @@ namespace {
 
 constexpr int kNarrowest = 20; ///< `SendWrapWidth` below this is a mistake
 
-constexpr qsizetype kMostText = 2'000'000; ///< characters that are taken at once
-constexpr qsizetype kLongestLine = 20'000; ///< beyond it a key takes longer than the screen
+constexpr qsizetype kLongestLine = 10'000; ///< beyond it a key takes longer than the screen
 
 /// A longer line was pasted, not typed: it is wrapped when the message is sent, not at every key.
 constexpr int kLongestTyped = 2000;
@@ -51,9 +50,9 @@ void extendToWholeLines(QTextCursor &cursor)
 
 } // namespace
 
-bool isFitToEdit(QStringView text)
+bool isFitToEdit(QStringView text, qsizetype most)
 {
-    if (text.size() > kMostText)
+    if (text.size() > most)
         return false;
     qsizetype begin = 0;
     for (qsizetype i = 0; i <= text.size(); ++i) {

@@ -52,8 +52,14 @@ private:
     QuoteColours *m_colours;
 };
 
-/// Whether @p text can be written in: an editor lays a line out whole, at every key.
-bool isFitToEdit(QStringView text);
+/// @name How many characters are taken at once
+/// @{
+constexpr qsizetype kMostPlain = 2'000'000;
+constexpr qsizetype kMostFormatted = 500'000; ///< a formatted text is laid out whole
+/// @}
+
+/// Whether @p text can be written in: nor may a line be so long that a key in it takes longer than a frame.
+bool isFitToEdit(QStringView text, qsizetype most = kMostPlain);
 
 /// Does @p work, which replaces the characters from @p from on, @p taken of them by @p given others, with a
 /// cursor of its own, and leaves the user's where it stood in the text.

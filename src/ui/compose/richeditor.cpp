@@ -38,7 +38,6 @@ namespace {
 constexpr int kQuoteBar = 3;
 constexpr int kWidestPicture = 640; ///< shown; the part keeps all its pixels
 constexpr qint64 kLargestPicture = 50'000'000;
-constexpr qsizetype kMostHtml = 1024 * 1024; ///< characters that are taken at once
 
 QByteArray newContentId()
 {
@@ -367,7 +366,7 @@ void RichEditor::pasteAsQuotation()
     QString text = QGuiApplication::clipboard()->text();
     if (text.isEmpty())
         return;
-    if (!isFitToEdit(text)) {
+    if (!isFitToEdit(text, kMostFormatted)) {
         emit tooMuchPasted(text, {});
         return;
     }
@@ -486,7 +485,7 @@ void RichEditor::insertFromMimeData(const QMimeData *source)
         return;
     if (source->hasHtml())
         insertHtmlSafely(source->html());
-    else if (const QString text = source->text(); isFitToEdit(text))
+    else if (const QString text = source->text(); isFitToEdit(text, kMostFormatted))
         QTextEdit::insertFromMimeData(source);
     else
         emit tooMuchPasted(text, {});
@@ -497,14 +496,14 @@ void RichEditor::insertHtmlSafely(const QString &html)
 {
     HtmlOptions options;
     options.images = false;
-    options.cap = HtmlOptions::kEverything;
-    const SafeHtml safe = html.size() <= kMostHtml ? sanitizeHtml(html, options) : SafeHtml();
-    if (html.size() > kMostHtml || safe.truncated) {
+    const bool mayFit = html.size() <= options.cap;
+    const SafeHtml safe = mayFit ? sanitizeHtml(html, options) : SafeHtml();
+    LooseDocument source;
+    fillWithHtml(source, safe.html);
+    if (!mayFit || safe.truncated || !isFitToEdit(source.toRawText(), kMostFormatted)) {
         emit tooMuchPasted({}, html);
         return;
     }
-    LooseDocument source;
-    fillWithHtml(source, safe.html);
     QTextCursor cursor = textCursor();
     cursor.insertFragment(QTextDocumentFragment(&source));
     setTextCursor(cursor);

@@ -169,8 +169,9 @@ void SendWindow::attachPasted(const QString &text, const QString &html)
     pasted.contentType = html.isEmpty() ? "text/plain; charset=UTF-8" : "text/html; charset=UTF-8";
     pasted.data = (html.isEmpty() ? text : html).toUtf8();
     m_attachments->model().add(pasted);
+    const QString told = tr("This is too long to be written in; it is attached as “%1”.").arg(pasted.name);
     m_bar->tell(MessageBar::Kind::Information,
-                tr("This is too long to be written in; it is attached as “%1”.").arg(pasted.name));
+                html.isEmpty() ? told : told + u' ' + tr("“Paste without format” takes its words alone."));
 }
 
 void SendWindow::insertPicture()
