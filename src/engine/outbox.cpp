@@ -94,6 +94,7 @@ void Outbox::load()
         for (const quint64 ticket : tickets)
             lookUp(ticket);
         adoptAll(found);
+        completeTaking();
         m_file.sync();
         fileSettled();
         followGroup();

@@ -31,7 +31,7 @@ public:
 
     /// Reads what is known of the waiting messages; a countdown begins again, what was "sending" is perhaps
     /// sent, and what was accepted is filed. draftSettled() comes from within; perhapsSent() soon after.
-    /// What was being taken back waits for the user.
+    /// What was being taken back waits for the user, unless its draft was kept already.
     void load();
 
     /// Files what was accepted. For the end of a run, after the senders.
@@ -138,8 +138,10 @@ private:
         QString notice;
     };
     Taking lookAtTaking(quint64 ticket) const;
-    bool markTaken(const std::vector<quint64> &tickets, bool isTaken);
+    bool markTaken(const std::vector<quint64> &tickets, const char *stage);
+    void unmarkTaken(const std::vector<quint64> &tickets);
     void letGo(const std::vector<quint64> &tickets, bool isKept);
+    void completeTaking();
     void followGroup();
     void messagesRemoved(const std::vector<quint32> &articles);
     void sendAway(OutboxRecord &record);

@@ -70,7 +70,7 @@ bool wait(OutboxRecord &record, const OutboxFields &)
     record.firstRefusal = 0;
     record.isGivenUp = false;
     record.isAsked = true;
-    record.isTaken = false;
+    record.isTaken = record.isLetGo = false;
     record.restsUntil = 0;
     record.reason.clear();
     for (OutboxRecipient &recipient : record.recipients) {
@@ -169,7 +169,8 @@ bool original(OutboxRecord &record, const OutboxFields &fields)
 
 bool taken(OutboxRecord &record, const OutboxFields &fields)
 {
-    record.isTaken = fields[0] == "1";
+    record.isTaken = fields[0] != kNotTaken;
+    record.isLetGo = fields[0] == kLetGo;
     return true;
 }
 
@@ -428,7 +429,7 @@ std::vector<std::pair<OutboxVerb, OutboxFields>> marksOf(const OutboxRecord &rec
              {number(copy.place.group), number(copy.place.article), number(copy.length), number(copy.crc)}});
     }
     if (record.isTaken)
-        marks.push_back({OutboxVerb::Taken, {"1"}});
+        marks.push_back({OutboxVerb::Taken, {record.isLetGo ? kLetGo : kTaken}});
     if (record.away)
         marks.push_back({OutboxVerb::Away, awayFields(*record.away)});
     return marks;

@@ -62,6 +62,7 @@ struct OutboxRecord
     bool isGivenUp = false;         ///< no further try by itself
     bool isAsked = false;           ///< the user wants it sent, whatever `AutoSend` says
     bool isTaken = false;           ///< it is being made a draft again
+    bool isLetGo = false;           ///< that is done: what is left of it is forgotten
     std::optional<QByteArray> away; ///< it was deleted from the group and may come back: its Message-ID
     qint64 date = 0;                ///< of the last sending; the same
     int zone = 0;                   ///< of that date: seconds east of UTC
@@ -114,6 +115,11 @@ constexpr std::array kOutboxVerbs = {"add",      "hold",  "wait", "account", "se
 static_assert(kOutboxVerbs.size() == std::size_t(OutboxVerb::Gone) + 1);
 
 using OutboxFields = QList<QByteArray>;
+
+/// How far the taking back of a message is: the field of Taken.
+constexpr const char *kNotTaken = "0";
+constexpr const char *kTaken = "1";
+constexpr const char *kLetGo = "2";
 
 /// Applies one mark other than Add and Gone. False: the fields are not what the verb has.
 bool applyMark(OutboxRecord &record, OutboxVerb verb, const OutboxFields &fields);

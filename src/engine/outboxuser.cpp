@@ -63,41 +63,47 @@ Outbox::Taking Outbox::lookAtTaking(quint64 ticket) const
         taking.text = onlyTo(taking.text, {});
         notices += tr("It was mailed already, and is only posted now.");
     }
+    notices.removeDuplicates();
     taking.notice = notices.join(u' ');
     return taking;
 }
 
-/// From here on, and after a crash, too, it does not go by itself any more.
-bool Outbox::markTaken(const std::vector<quint64> &tickets, bool isTaken)
+/// What is taken does not go by itself any more, after a crash neither. False after a report.
+bool Outbox::markTaken(const std::vector<quint64> &tickets, const char *stage)
 {
-    for (const quint64 ticket : tickets) {
-        if (!m_file.mark(ticket, OutboxVerb::Taken, {isTaken ? "1" : "0"}, Durable::Now) && isTaken)
-            return false;
-    }
-    return true;
+    return std::all_of(tickets.begin(), tickets.end(), [&](quint64 ticket) {
+        return m_file.mark(ticket, OutboxVerb::Taken, {stage}, Durable::Now);
+    });
+}
+
+/// It waits as before, whether that can be written down now or later.
+void Outbox::unmarkTaken(const std::vector<quint64> &tickets)
+{
+    for (const quint64 ticket : tickets)
+        m_file.mark(ticket, OutboxVerb::Taken, {kNotTaken}, Durable::Later);
+    m_file.sync();
 }
 
 QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep, QString *notice)
 {
     Taking taking = lookAtTaking(ticket);
-    if (!taking.text.isNull() && !markTaken(taking.tickets, true)) {
-        markTaken(taking.tickets, false);
+    if (!taking.text.isNull() && !markTaken(taking.tickets, kTaken)) {
+        unmarkTaken(taking.tickets);
         taking = {{}, {}, tr("It cannot be written down that it is taken back. It stays in the outbox.")};
     }
     if (!taking.text.isNull() && keep && !keep(taking.text)) {
-        markTaken(taking.tickets, false);
+        unmarkTaken(taking.tickets);
         taking = {{}, {}, tr("The message cannot be saved as a draft. It stays in the outbox.")};
     }
     if (notice)
         *notice = taking.notice;
-    if (!taking.text.isNull())
+    if (!taking.text.isNull() && markTaken(taking.tickets, kLetGo))
         letGo(taking.tickets, bool(keep));
     touched();
     return taking.text;
 }
 
-/// Its draft is there; what cannot be forgotten now does not go by itself, and is forgotten at the next
-/// start.
+/// Its draft is there; what cannot be forgotten now is forgotten at the next start.
 void Outbox::letGo(const std::vector<quint64> &tickets, bool isKept)
 {
     const QScopedValueRollback own(m_isOwnChange, true);
@@ -112,6 +118,17 @@ void Outbox::letGo(const std::vector<quint64> &tickets, bool isKept)
             m_filing.forget(ticket, mayGo ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket);
     }
     m_file.sync();
+}
+
+/// What a crash or a full disk left of that.
+void Outbox::completeTaking()
+{
+    std::vector<quint64> tickets;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (record.isLetGo)
+            tickets.push_back(record.ticket);
+    }
+    letGo(tickets, false);
 }
 
 // --- Sending and holding --------------------------------------------------------------------------------
@@ -258,9 +275,14 @@ bool Outbox::cameBack(quint32 article)
 /// At the start: one that lies nowhere any more does not come back.
 void Outbox::lookForAway(OutboxRecord &record)
 {
-    const std::vector<MessageIndex::Place> places =
-        record.away->isEmpty() ? std::vector<MessageIndex::Place>() : m_store.findMessage(*record.away);
-    if (places.empty())
+    const std::vector<MessageIndex::Place> places = m_store.findMessage(*record.away);
+    const bool isSomewhere = std::any_of(places.begin(), places.end(), [&](const MessageIndex::Place &place) {
+        Group *group = m_store.group(place.group);
+        const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+        return (group && !group->isOpen()) ||
+               (overview && overview->textCrc() == record.crc && overview->unpackedLength() == record.length);
+    });
+    if (!isSomewhere)
         m_file.drop(record.ticket);
     else if (record.has(Fate::Served) && record.wish.keepsCopy)
         m_settled.push_back(record.ticket);
