@@ -65,6 +65,7 @@ struct NewAccount
 {
     AccountData data;
     AccountOptions options;
+    QString identity;     ///< who answers its mail, or whose mail it sends, as the words name them
     QStringList problems; ///< of the usage
 };
 
@@ -144,6 +145,7 @@ NewAccount newAccount(const Arguments &arguments)
     data.fetchInterval = kDefaultInterval;
     const bool hasKind = arguments.has("--kind");
     account.problems = arguments.problems();
+    account.identity = arguments.value("--identity");
     if (hasKind && data.kind == AccountKind::None)
         account.problems += u"--kind '%1' is not known"_s.arg(arguments.value("--kind"));
     if (!hasKind || data.name.trimmed().isEmpty() || data.host.isEmpty())
@@ -165,6 +167,19 @@ QString textOf(AccountFault fault, const AccountData &account)
         return u"--name, --host, --user and the password are on one line and have no tabs"_s;
     }
     return {};
+}
+
+/// False after a complaint.
+bool takeIdentity(Session &session, NewAccount &account)
+{
+    if (account.identity.isEmpty())
+        return true;
+    const Identity *identity = session.engine().identities().find(account.identity);
+    if (identity)
+        account.data.identity = identity->number;
+    else
+        session.output().complain(u"There is no identity '%1'"_s.arg(account.identity));
+    return identity != nullptr;
 }
 
 /// Enters it and writes everything, or leaves nothing of it behind.
@@ -200,7 +215,7 @@ ExitStatus addAccount(Session &session, const Arguments &arguments)
     if (arguments.has("--password-file") &&
         !readPasswordFile(session.output(), arguments.value("--password-file"), account.data.password))
         return ExitStatus::Failed;
-    if (!session.open(Session::Purpose::Write) || !session.hasAccounts())
+    if (!session.open(Session::Purpose::Write) || !session.hasAccounts() || !takeIdentity(session, account))
         return ExitStatus::Failed;
     const AccountFault fault = session.engine().accounts().faultOf(account.data);
     if (fault == AccountFault::Separator)
@@ -274,7 +289,7 @@ ExitStatus runAccount(Session &session, const QStringList &words)
     const QString verb = words.value(0);
     const Arguments arguments(words.mid(1), {"--apop", "--leave-on-server"},
                               {"--kind", "--name", "--host", "--port", "--user", "--password-file", "--tls",
-                               "--ca-file", "--fingerprint"});
+                               "--ca-file", "--fingerprint", "--identity"});
     if (verb == u"add" && (arguments.plain().isEmpty() || !arguments.problems().isEmpty()))
         return addAccount(session, arguments);
     if (!arguments.problem().isEmpty())

@@ -236,11 +236,15 @@ ExitStatus toDrafts(Session &session, const Composer::Started &started)
 
 ExitStatus runCompose(Session &session, const QStringList &words)
 {
-    const Arguments arguments(words, {"--html", "--send", "--print"},
+    const Arguments arguments(words, {"--html", "--send", "--print", "--encrypt", "--sign"},
                               {"--from", "--to", "--cc", "--bcc", "--newsgroups", "--subject", "--attach",
                                "--charset", "--reply-to", "--forward", "--template"});
     if (const QStringList problems = problemsOf(arguments); !problems.isEmpty())
         return wrongUsage(session, problems);
+    if (arguments.has("--encrypt") || arguments.has("--sign")) { // rather nothing than one that is not
+        session.output().complain(u"Messages can be neither encrypted nor signed in this version"_s);
+        return ExitStatus::Failed;
+    }
     const bool prints = arguments.has("--print");
     if (!session.open(prints ? Session::Purpose::Read : Session::Purpose::Write))
         return ExitStatus::Failed;

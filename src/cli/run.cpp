@@ -15,8 +15,9 @@ constexpr Command kCommands[] = {
     {"parse", "[FILE...]", "describe message files, or standard input", &runParse},
     {"account",
      "add --kind pop3|smtp|batch --name N --host H [--port P] [--user U] [--password-file F] [--tls "
-     "none|starttls|tls] "
-     "[--ca-file F] [--apop] [--leave-on-server] [--fingerprint HEX] | list | remove NAME",
+     "none|starttls|tls] [--ca-file F] [--apop] [--leave-on-server] [--fingerprint HEX] [--identity N] | "
+     "list "
+     "| remove NAME",
      "set up accounts", &runAccount},
     {"identity",
      "add --name N --email A [--reply-to A] [--organisation O] [--host H] [--signature-file F] [--default] | "

@@ -33,9 +33,8 @@ bool SendRun::run()
 {
     std::vector<OutboxEntry> wanted = m_outbox.entries();
     std::erase_if(wanted, [](const OutboxEntry &entry) {
-        return entry.state != OutboxState::Waiting || entry.transport != OutboxTransport::Mail;
+        return entry.state == OutboxState::Held || entry.transport != OutboxTransport::Mail;
     });
-    tellOfOthers();
     m_outbox.sendWaiting(true);
     m_timer.start();
     if (m_accounts.isBusy())
@@ -85,34 +84,32 @@ void SendRun::ended(const Account &account, AccountFetchReason reason, const QSt
         m_session.output().complain(howToTrust(account.refusedCertificate()));
 }
 
-/// A row for what waited before; true when it was sent.
+/// A row for what was there before; true when it was sent.
 bool SendRun::tell(const OutboxEntry &before)
 {
     const OutboxEntry *left = m_outbox.entry(before.ticket);
-    QString detail;
-    if (left) {
-        detail = left->reason.simplified();
-        if (detail.isEmpty())
-            detail = m_troubles.value(left->account);
-        if (detail.isEmpty())
-            detail = left->account == 0 ? u"There is no outgoing account"_s
-                     : isOnline()       ? u"Its account cannot send now"_s
-                                        : u"Velmar is set to work offline"_s;
-    }
+    const QString detail = left ? reasonOf(*left) : QString();
     Row row;
     row.add("number", qint64(before.place.article)).add("ok", left == nullptr).add("detail", detail);
     m_session.output().row(row);
+    if (left)
+        m_session.output().complain(u"Message %1 was not sent: %2"_s.arg(before.place.article).arg(detail));
     return left == nullptr;
 }
 
-/// What does not go by itself must not be forgotten.
-void SendRun::tellOfOthers()
+QString SendRun::reasonOf(const OutboxEntry &left) const
 {
-    for (const OutboxEntry &entry : m_outbox.entries()) {
-        if (entry.state == OutboxState::PerhapsSent)
-            m_session.output().complain(
-                u"Message %1 of the outbox may have been sent already, and waits for you: %2"_s
-                    .arg(entry.place.article)
-                    .arg(entry.reason.simplified()));
-    }
+    const QString reason = left.reason.simplified();
+    if (left.state == OutboxState::PerhapsSent)
+        return u"It may have been sent already, and waits for you: %1"_s.arg(reason);
+    if (left.state == OutboxState::Retrying)
+        return u"%1; tried again at %2"_s.arg(reason,
+                                              QDateTime::fromSecsSinceEpoch(left.due).toString(Qt::ISODate));
+    if (!reason.isEmpty())
+        return reason;
+    if (const QString trouble = m_troubles.value(left.account); !trouble.isEmpty())
+        return trouble;
+    return left.account == 0 ? u"There is no outgoing account"_s
+           : isOnline()      ? u"Its account cannot send now"_s
+                             : u"Velmar is set to work offline"_s;
 }

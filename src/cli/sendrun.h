@@ -7,8 +7,9 @@
 #include <QObject>
 #include <QTimer>
 
-/// Sends what waits in the outbox and may go now, and waits on the event loop for the end: a row for each of
-/// these messages, then one with their numbers. SIGINT and SIGTERM end it at the next safe point.
+/// Sends what waits in the outbox and may go now, and waits on the event loop for the end: a row for each
+/// message that nobody holds back, also for one that was refused before or waits for its next try, then one
+/// with their numbers. SIGINT and SIGTERM end it at the next safe point.
 class SendRun : public QObject
 {
     Q_OBJECT
@@ -16,14 +17,14 @@ class SendRun : public QObject
 public:
     explicit SendRun(Session &session);
 
-    /// Returns at the end. False: not all of them were sent.
+    /// Returns at the end. False: not all of them were sent, and each of the others was complained about.
     bool run();
 
 private:
     void look();
     void ended(const Account &account, AccountFetchReason reason, const QString &detail);
     bool tell(const OutboxEntry &before);
-    void tellOfOthers();
+    QString reasonOf(const OutboxEntry &left) const;
 
     Session &m_session;
     Outbox &m_outbox;

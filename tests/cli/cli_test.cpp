@@ -64,6 +64,7 @@ private slots:
     void aFullDisk();
     void textForPeople();
     void rolesOfTheContract();
+    void theManualKnowsAll();
 
 private:
     bool m_inMemory = (useMemoryForFiles(), true);
@@ -432,6 +433,22 @@ void CliTest::rolesOfTheContract()
     QVERIFY2(roles.contains(u"Archive="_s), qPrintable(roles.join(u' ')));
     QVERIFY(roles.contains(u"Junk=junk"_s));
     QVERIFY(program.read(u"config/Groups/Index"_s).contains("role archive")); // not forgotten by it
+}
+
+/// Every command and option that the program tells of.
+void CliTest::theManualKnowsAll()
+{
+    QFile file(QStringLiteral(VELMAR_MANUAL));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString manual = QString::fromUtf8(file.readAll()).remove(u'\\');
+    static const QRegularExpression words(u"--[a-z-]+|^  [a-z]+"_s, QRegularExpression::MultilineOption);
+    const QString help = QString::fromUtf8(m_program.run({u"--help"_s}).out);
+    QRegularExpressionMatchIterator found = words.globalMatch(help);
+    QVERIFY(found.hasNext());
+    while (found.hasNext()) {
+        const QString word = found.next().captured().trimmed();
+        QVERIFY2(manual.contains(word), qPrintable(word));
+    }
 }
 
 QTEST_GUILESS_MAIN(CliTest)

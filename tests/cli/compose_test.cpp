@@ -1,6 +1,7 @@
 #include "program.h"
 
 #include "message/message.h"
+#include "servers/scriptedserver.h"
 
 #include <QTest>
 
@@ -26,6 +27,7 @@ private slots:
     void answers();
     void formattedAndAttached();
     void aCharacterSetThatIsTooSmall();
+    void sent();
 
 private:
     Program::Result compose(const QStringList &words, const QByteArray &body = "Hello\n")
@@ -98,6 +100,8 @@ void ComposeTest::whatCannotBe_data()
         << QStringList{u"--template"_s, u"../Config"_s} << QByteArray("There is no template '../Config'");
     QTest::newRow("no such identity")
         << QStringList{u"--from"_s, u"Eve"_s} << QByteArray("There is no identity 'Eve'");
+    QTest::newRow("what is to be encrypted")
+        << QStringList{u"--encrypt"_s, u"--send"_s} << QByteArray("neither encrypted nor signed");
     QTest::newRow("no address") << QStringList{u"--to"_s, u"not an address"_s, u"--send"_s}
                                 << QByteArray("address");
 }
@@ -217,6 +221,50 @@ void ComposeTest::aCharacterSetThatIsTooSmall()
     QVERIFY(tooSmall.errors.contains("Not everything fits into ISO-8859-1"));
     const QString body = Message(tooSmall.out).header("Content-Type");
     QVERIFY(!body.contains(u"8859-1"_s));
+}
+
+/// Whatever did not go makes the run fail and is told with its reason, in the run and in those behind it.
+void ComposeTest::sent()
+{
+    for (const QString &to : {u"gone@example.org"_s, u"later@example.org"_s, u"bob@example.org"_s})
+        QCOMPARE(compose({u"--to"_s, to, u"--subject"_s, u"s"_s, u"--send"_s}).status, 0);
+    const auto mail = [](const QByteArray &to) {
+        return "C: MAIL FROM:<ada@example.org>\nS: 250 ok\nC: RCPT TO:<" + to + "@example.org>\n";
+    };
+    QByteArray text;
+    for (const QByteArray &line : raw(u"Outbox"_s, u"3"_s).chopped(1).split('\n'))
+        text += line.toLower().startsWith("x-velmar-") ? "" : "C~ .*\n";
+    ScriptedServer server("S: 220 hello\nC~ EHLO .*\nS: 250 hello\n" + mail("gone") +
+                          "S: 550 no such user\nC: RSET\nS: 250 ok\n" + mail("later") +
+                          "S: 450 come later\nC: RSET\nS: 250 ok\n" + mail("bob") +
+                          "S: 250 ok\nC: DATA\nS: 354 go\n" + text +
+                          "C: .\nS: 250 ok\nC: QUIT\nS: 221 bye\nX\n");
+    const QStringList add = {u"account"_s,
+                             u"add"_s,
+                             u"--kind=smtp"_s,
+                             u"--name=Out"_s,
+                             u"--tls=none"_s,
+                             u"--host=127.0.0.1"_s,
+                             u"--port=%1"_s.arg(server.port())};
+    QCOMPARE(m_program->run(add + QStringList{u"--identity=Eve"_s}).status, 1);
+    QCOMPARE(m_program->run(add + QStringList{u"--identity=ada@example.org"_s}).status, 0);
+    const auto first = runBeside(*m_program, {u"--json"_s, u"send"_s});
+    QVERIFY2(server.finished(), server.problem());
+    QCOMPARE(first.rows().size(), 4);
+    QCOMPARE(first.rows().last()[u"sent"_s].toInt(), 1);
+    const auto again = m_program->json({u"send"_s});
+    QCOMPARE(again.rows().size(), 3);
+    for (const Program::Result &result : {first, again}) {
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.rows().last()[u"failed"_s].toInt(), 2);
+        QVERIFY2(result.errors.contains("Message 1 was not sent: gone@example.org: no such user"),
+                 result.errors.constData());
+        QVERIFY2(
+            result.errors.contains("Message 2 was not sent: later@example.org: come later; tried again at "),
+            result.errors.constData());
+    }
+    QCOMPARE(m_program->run({u"delete"_s, u"Outbox"_s, u"1"_s, u"2"_s}).status, 0);
+    QCOMPARE(m_program->run({u"send"_s}).status, 0);
 }
 
 QTEST_GUILESS_MAIN(ComposeTest)

@@ -11,26 +11,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Runs the program while this process goes on serving.
-Program::Result runBeside(Program &program, const QStringList &words,
-                          const std::function<void(QProcess &)> &then = {})
-{
-    QProcess process;
-    program.start(process, words);
-    process.closeWriteChannel();
-    if (!process.waitForStarted())
-        qFatal("the program cannot be started");
-    if (then)
-        then(process);
-    if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60'000))
-        process.kill();
-    return Program::resultOf(process);
-}
-
-} // namespace
-
 /// POP3 accounts on the command line.
 class FetchTest : public QObject
 {

@@ -10,6 +10,9 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
 
 /// Runs the real program on a configuration directory of its own.
 class Program
@@ -100,6 +103,22 @@ public:
 private:
     QTemporaryDir m_directory;
 };
+
+/// Runs the program while this process goes on serving.
+inline Program::Result runBeside(Program &program, const QStringList &words,
+                                 const std::function<void(QProcess &)> &then = {})
+{
+    QProcess process;
+    program.start(process, words);
+    process.closeWriteChannel();
+    if (!process.waitForStarted())
+        qFatal("the program cannot be started");
+    if (then)
+        then(process);
+    if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60'000))
+        process.kill();
+    return Program::resultOf(process);
+}
 
 /// An mbox of @p count mails whose identifiers are @p prefix and a number from 0 on.
 inline QByteArray mbox(const QByteArray &prefix, int count, qsizetype bodySize = 600)
