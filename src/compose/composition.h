@@ -51,6 +51,7 @@ struct Composition
     AttachmentForm attachmentForm = AttachmentForm::Mime;
 
     QByteArray charset = "UTF-8"; ///< wanted for what is not ASCII
+    bool charsetForced = false; ///< the user goes on with it, though not everything fits; else UTF-8 is taken
     Importance importance = Importance::Normal;
     bool receipt = false;        ///< a read receipt is asked for
     bool archiveRefused = false; ///< "Archive: no"

@@ -4,6 +4,7 @@
 #include "html/htmltotext.h"
 #include "html/sanitizer.h"
 #include "message/headerblock.h"
+#include "message/lineends.h"
 
 #include <algorithm>
 
@@ -250,9 +251,13 @@ bool isControlHeader(QByteArrayView name)
            name.first(kControl.size()).compare(kControl, Qt::CaseInsensitive) == 0;
 }
 
-QByteArray withoutPrivateHeaders(const QByteArray &message)
+QByteArray withoutPrivateHeaders(const QByteArray &original)
 {
+    QByteArray message = withUnixLineEnds(original);
     const HeaderExtent extent = headerExtent(message);
+    // On its way a CR may become the end of a line; no field hides behind one, and no header ends there.
+    for (qsizetype at = message.indexOf('\r'); at >= 0 && at < extent.length; at = message.indexOf('\r', at))
+        message[at] = at + 1 < message.size() && message[at + 1] > ' ' ? '\n' : ' ';
     QByteArray out;
     out.reserve(message.size());
     QByteArrayView rest = QByteArrayView(message).first(extent.length);
@@ -263,7 +268,8 @@ QByteArray withoutPrivateHeaders(const QByteArray &message)
         rest = rest.sliced(line.size());
         if (!line.startsWith(' ') && !line.startsWith('\t')) {
             const QByteArrayView name = line.first(std::max<qsizetype>(line.indexOf(':'), 0)).trimmed();
-            isPrivate = isControlHeader(name) || name.compare("Bcc", Qt::CaseInsensitive) == 0;
+            isPrivate = isControlHeader(name) || name.compare("Bcc", Qt::CaseInsensitive) == 0 ||
+                        name.compare("Resent-Bcc", Qt::CaseInsensitive) == 0;
         }
         if (!isPrivate)
             out += line;

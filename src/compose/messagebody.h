@@ -24,8 +24,8 @@ MessageBody bodyOf(const MIMEContext &mime);
 /// A part as a file to go with another message; enclosed messages lose what nobody else may see.
 Attachment attachmentFrom(const MIMEContext &mime, int part);
 
-/// @p message without its control headers and "Bcc", for other eyes.
-QByteArray withoutPrivateHeaders(const QByteArray &message);
+/// A message without its control headers and hidden recipients, for other eyes; "\n" line ends.
+QByteArray withoutPrivateHeaders(const QByteArray &original);
 
 /// Whether a header field is the program's own ("X-VELMAR-...").
 bool isControlHeader(QByteArrayView name);

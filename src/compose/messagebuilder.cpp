@@ -209,8 +209,8 @@ BodyPart richPart(const Texts &texts, QList<Attachment> &others, const TextRules
 BodyPart bodyOf(const Composition &composition, const BuildOptions &options)
 {
     const Texts texts = textsOf(composition, options);
-    // Who sends with a character set that is too small was asked; a draft holds all that was written.
-    const bool isForced = options.purpose == BuildFor::Sending;
+    const bool isForced =
+        composition.charsetForced && options.purpose == BuildFor::Sending; // a draft is whole
     const TextRules rules{composition.charset, boolSetting(Setting::ForceQP), composition.sign, isForced};
     QList<Attachment> others = composition.attachments;
     if (composition.html.isEmpty() && !others.isEmpty() &&

@@ -512,6 +512,8 @@ void BuilderTest::aCharsetThatIsTooSmall()
     composition.charset = "ISO-8859-1";
     composition.text = u"B\u00f6b \u20ac \U0001F600"_s;
     composition.html = u"<p>\u20ac</p>"_s;
+    QVERIFY(buildMessage(composition).contains(composition.text.toUtf8())); // nobody was asked
+    composition.charsetForced = true;
     const QByteArray sent = buildMessage(composition);
     QVERIFY(sent.contains("charset=ISO-8859-1\nContent-Transfer-Encoding: 8bit\n\nB\xf6"
                           "b ? ?\n"));

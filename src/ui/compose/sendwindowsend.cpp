@@ -145,6 +145,7 @@ void SendWindow::askCharset(const SendFinding &finding, QList<SendFinding> rest)
             goThrough(rest);
             break;
         case 1:
+            m_rest.charsetForced = true;
             m_confirmed.append({SendProblem::CharsetTooSmall, QString::fromLatin1(suggested)});
             goThrough(rest);
             break;
