@@ -372,26 +372,28 @@ void OutboxTest::whereTheCopyGoes()
 
 void OutboxTest::marksOnTheOriginal()
 {
-    const Scratch scratch;
-    OutboxAtTest f;
-    GroupStore &store = f.engine.groups();
-    Group &inbox = *store.group(GroupRole::Inbox);
-    Group &work = *store.make(u"Work"_s);
     for (const bool isReply : {true, false}) {
+        const Scratch scratch;
+        std::optional<OutboxAtTest> f(std::in_place);
+        const auto inbox = [&] { return f->engine.groups().group(GroupRole::Inbox); };
+        Group &work = *f->engine.groups().make(u"Work"_s);
         const auto add = [&](const char *id) {
-            return store.add(inbox, Message(mailText(id, "o")), Mark::Flagged, 0, 1);
+            return f->engine.groups().add(*inbox(), Message(mailText(id, "o")), Mark::Flagged, 0, 1);
         };
-        const quint32 article = add(isReply ? "a" : "b");
-        const quint32 moves = add(isReply ? "c" : "d");
+        const quint32 stays = add("a");
+        const quint32 moves = add("b");
         SendWish wish{.isReply = isReply, .isForward = !isReply};
-        wish.original = {inbox.number(), article};
-        wish.others = {{inbox.number(), moves}};
-        f.add(outgoing(isReply ? "1" : "2"), wish);
-        const quint32 moved = store.move(inbox, {moves}, work).front(); // while it waits
-        QVERIFY(!inbox.overview(article)->has(Mark::Replied));
-        FakeServer().serve(f.outbox, f.account);
-        f.outbox.finish();
-        for (const Overview &overview : {*inbox.overview(article), *work.overview(moved)}) {
+        wish.original = {inbox()->number(), stays};
+        wish.others = {{inbox()->number(), moves}};
+        f->add(outgoing("1"), wish);
+        const quint32 moved = f->engine.groups().move(*inbox(), {moves}, work).front();
+        QVERIFY(!inbox()->overview(stays)->has(Mark::Replied));
+        QVERIFY(f->engine.shutDown());
+        f.emplace();
+        FakeServer().serve(f->outbox, f->account);
+        f->outbox.finish();
+        Group &workNow = *f->engine.groups().find(u"Work"_s);
+        for (const Overview &overview : {*inbox()->overview(stays), *workNow.overview(moved)}) {
             QCOMPARE(overview.has(Mark::Replied), isReply);
             QCOMPARE(overview.has(Mark::Forwarded), !isReply);
             QCOMPARE(overview.has(Mark::Flagged), !isReply); // `UnflagOnReply`

@@ -334,7 +334,7 @@ void OutboxJournalTest::killedWhileItIsTakenBack()
         QCOMPARE(isThere, !f.subjects(GroupRole::Outbox).isEmpty());
         stayed += isKept && isThere ? 1 : 0;
     }
-    QVERIFY(stayed > 0);
+    QCOMPARE(stayed, 1); // until it is written down that it may go
 }
 
 QTEST_GUILESS_MAIN(OutboxJournalTest)
