@@ -12,6 +12,7 @@
 namespace {
 
 constexpr qsizetype kPiece = 256 * 1024;
+constexpr qint64 kSyncedTogether = 4 * kPiece;
 constexpr int kSlice = 4; ///< milliseconds of hashing
 
 QByteArray keyOf(const QByteArray &data)
@@ -70,7 +71,7 @@ DraftContents::Progress DraftContents::goOn(const QByteArray &data, qsizetype pi
     return progress == Progress::Working ? progress : ended(progress);
 }
 
-/// Syncing waits for the disk: it gets one piece at a time, which it has had since the last slice.
+/// Syncing waits for the disk: it gets few pieces at a time, which it has had since the slices before.
 DraftContents::Progress DraftContents::step(qsizetype pieceSize)
 {
     Storing &storing = *m_storing;
@@ -78,12 +79,14 @@ DraftContents::Progress DraftContents::step(qsizetype pieceSize)
         return Progress::Working;
     if (!storing.file.isOpen())
         return beginWriting(pieceSize);
-    if (storing.synced < storing.written) {
+    const bool isWritten = storing.written == storing.data.size();
+    if (storing.written - storing.synced >= kSyncedTogether ||
+        (isWritten && storing.synced < storing.written)) {
         if (!storing.file.sync())
             return Progress::Failed;
         storing.synced = storing.written;
     }
-    if (storing.written == storing.data.size())
+    if (isWritten)
         return putInPlace();
     const QByteArrayView piece = QByteArrayView(storing.data)
                                      .sliced(storing.written)

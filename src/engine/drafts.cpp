@@ -20,6 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kPause = 2;           ///< milliseconds between two slices: the disk works meanwhile
 constexpr int kNumbersAtOnce = 100; ///< given out before the file is written again
 constexpr ListFileTexts kTexts = {"Unable to read drafts file", "Unable to write drafts file",
                                   "Unable to backup drafts file"};
@@ -45,7 +46,7 @@ Drafts::Drafts(GroupStore &store, IdentityManager &identities, QObject *parent)
     , m_store(store)
     , m_identities(identities)
 {
-    m_slices.setInterval(0);
+    m_slices.setInterval(kPause);
     connect(&m_slices, &QTimer::timeout, this, &Drafts::keepOn);
 }
 
