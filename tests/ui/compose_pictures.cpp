@@ -1,8 +1,10 @@
-// Draws the compose window into a directory: plain, formatted, full, as an article; light, dark, in high
-// contrast, in 14 points and from right to left. With "keys" in the place of a directory it says what a key
-// costs in the middle of a long text.
+// Draws the compose window into a directory, as in docs/pictures; with "all" behind it also small, empty, as
+// an article, in high contrast, in 14 points and from right to left. With "keys" in the place of a directory
+// it says what a key costs in the middle of a long text, with "pictures" what a picture beside an attachment
+// does.
 #include "support/scratch.h"
 
+#include "config/clock.h"
 #include "engine/engine.h"
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
@@ -10,12 +12,15 @@
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/richeditor.h"
 #include "ui/compose/sendwindow.h"
+#include "ui/compose/smallpicture.h"
 #include "ui/look/askingbar.h"
 #include "ui/look/looks.h"
 #include "ui/look/messageboxes.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
+#include <QCursor>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLineEdit>
@@ -31,6 +36,27 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kKeys = 200;
+
+/// A night sky over water.
+QByteArray cover(int width, int height, const char *format = "PNG")
+{
+    QImage picture(width, height, QImage::Format_RGB32);
+    for (int y = 0; y < height; ++y) {
+        auto *line = reinterpret_cast<QRgb *>(picture.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const bool isWater = y > height * 3 / 5;
+            const bool isStar = !isWater && (x * 7919 + y * 104'729) % 1'009 == 0;
+            const int depth = 255 * y / height;
+            line[x] = isStar    ? qRgb(255, 246, 214)
+                      : isWater ? qRgb(20, 70 + depth / 4, 110 + depth / 5)
+                                : qRgb(24 + depth / 3, 34 + depth / 3, 84);
+        }
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    picture.save(&buffer, format);
+    return bytes;
+}
 
 Composition letter()
 {
@@ -52,7 +78,7 @@ Composition letter()
                            "application/vnd.oasis.opendocument.spreadsheet",
                            QByteArray(46'000, 'x'),
                            {}},
-                          {u"Cover.jpg"_s, "image/jpeg", QByteArray(312'000, 'x'), {}}};
+                          {u"Cover.png"_s, "image/png", cover(640, 480), {}}};
     return letter;
 }
 
@@ -100,24 +126,45 @@ void save(QWidget &window, const QString &path)
         qFatal("%s cannot be written", qPrintable(path));
 }
 
-void draw(Scene &scene, const QString &stem)
+void drawReply(Scene &scene, const QString &plainPath, const QString &richPath)
 {
-    SendWindow *plain = scene.open(letter(), DraftContext::Deed::Reply);
-    auto *to = plain->findChild<ComposeHeader *>()->recipients(ComposeHeader::Field::To);
+    SendWindow *window = scene.open(letter(), DraftContext::Deed::Reply);
+    auto *to = window->findChild<ComposeHeader *>()->recipients(ComposeHeader::Field::To);
     to->entry()->setFocus();
     QTest::keyClick(to->entry(), Qt::Key_Backspace);
-    save(*plain, stem + u"-plain.png"_s);
-    plain->actions().find(u"compose.rich"_s)->trigger();
-    auto *editor = plain->findChild<ComposeEditor *>()->rich();
-    QTextCursor cursor = editor->document()->find(u"Thursday noon"_s);
-    editor->setTextCursor(cursor);
+    window->keepNow();
+    save(*window, plainPath);
+    window->actions().find(u"compose.rich"_s)->trigger();
+    auto *editor = window->findChild<ComposeEditor *>()->rich();
+    const QTextCursor found = editor->document()->find(u"Thursday noon"_s);
+    editor->setTextCursor(found);
     editor->setBold(true);
-    plain->findChild<AskingBar *>()->tell(
-        MessageBar::Kind::Warning, u"korhomen.example is new and one letter away from korhonen.example."_s);
-    save(*plain, stem + u"-rich.png"_s);
-    plain->resize(640, 480);
-    save(*plain, stem + u"-small.png"_s);
-    delete plain;
+    QTextCursor behind = found;
+    behind.setPosition(found.selectionEnd());
+    editor->setTextCursor(behind);
+    editor->setFocus();
+    window->findChild<AskingBar *>()->ask(
+        MessageBar::Kind::Warning,
+        u"hanna@korhomen.example is new and one letter away from hanna@korhonen.example."_s,
+        {u"Use Hanna's address"_s, {}}, {u"Keep"_s, {}});
+    window->keepNow();
+    save(*window, richPath);
+    delete window;
+}
+
+void drawOthers(Scene &scene, const QString &stem)
+{
+    SendWindow *small = scene.open(letter(), DraftContext::Deed::Reply);
+    small->actions().find(u"compose.headers"_s)->trigger();
+    auto *bar = small->findChild<AskingBar *>();
+    bar->ask(MessageBar::Kind::Warning, u"Your message says \"attached\", but nothing is attached to it."_s,
+             {u"Attach…"_s, {}}, {u"Send anyway"_s, {}});
+    bar->offerTick(u"Don't warn me about this again"_s, {});
+    save(*small, stem + u"-warning.png"_s);
+    small->actions().find(u"compose.headers"_s)->trigger();
+    small->resize(640, 480);
+    save(*small, stem + u"-small.png"_s);
+    delete small;
     SendWindow *empty = scene.open({});
     save(*empty, stem + u"-empty.png"_s);
     delete empty;
@@ -194,9 +241,16 @@ void measureKeys(Scene &scene, const char *name, int lines, bool rich)
 
 int main(int argc, char *argv[])
 {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("TZ", "UTC");
     QApplication application(argc, argv);
     if (argc < 2)
         return 2;
+    const ClockOverride clock([] { return 1'780'486'320'000; }); // Wednesday, 11:32
+    QCursor::setPos(10'000, 10'000);                             // under it a button would look pressed
+    QFont font = QApplication::font();
+    font.setPointSizeF(10);
+    QApplication::setFont(font);
     Scene scene;
     const QString where = QString::fromLocal8Bit(argv[1]);
     if (where == u"keys"_s) {
@@ -204,20 +258,38 @@ int main(int argc, char *argv[])
         measureKeys(scene, "formatted, 2,000 lines", 2'000, true);
         return 0;
     }
+    if (where == u"pictures"_s) {
+        for (const char *format : {"PNG", "JPEG", "BMP"})
+            for (const QSize &size : {QSize(640, 480), QSize(1'400, 1'000), QSize(2'300, 1'700)}) {
+                const QByteArray file = cover(size.width(), size.height(), format);
+                const QByteArray name = QByteArray(format) + ' ' + QByteArray::number(size.width());
+                tell(name.constData(), [&] { (void)smallPictureOf(file, 22); });
+            }
+        return 0;
+    }
     QDir().mkpath(where);
+    drawReply(scene, where + u"/compose.png"_s, where + u"/compose-rich.png"_s);
+    scene.looks.setLook(Look::Dark);
+    drawReply(scene, where + u"/compose-dark.png"_s, where + u"/compose-rich-dark.png"_s);
+    if (argc < 3)
+        return 0;
     const std::pair<const char *, Look> looks[] = {
         {"light", Look::Light}, {"dark", Look::Dark}, {"contrast", Look::HighContrast}};
     for (const auto &[name, look] : looks) {
         scene.looks.setLook(look);
-        draw(scene, where + u"/compose-"_s + QLatin1StringView(name));
+        drawOthers(scene, where + u"/compose-"_s + QLatin1StringView(name));
     }
     scene.looks.setLook(Look::Light);
+    const auto drawAll = [&](const QString &stem) {
+        drawReply(scene, stem + u"-plain.png"_s, stem + u"-rich.png"_s);
+        drawOthers(scene, stem);
+    };
     QApplication::setLayoutDirection(Qt::RightToLeft);
-    draw(scene, where + u"/compose-rtl"_s);
+    drawAll(where + u"/compose-rtl"_s);
     QApplication::setLayoutDirection(Qt::LeftToRight);
     QFont large = QApplication::font();
     large.setPointSize(14);
     scene.looks.setFont(large);
-    draw(scene, where + u"/compose-large"_s);
+    drawAll(where + u"/compose-large"_s);
     return 0;
 }

@@ -38,7 +38,7 @@ constexpr std::array kActs = {
     ActRow{ComposeAct::Copy, {"compose.copy", TEXT("&Copy"), "copy", "Ctrl+C Ctrl+Ins", 0, ActionRow::Local}},
     ActRow{ComposeAct::Paste,
            {"compose.paste", TEXT("&Paste"), "paste", "Ctrl+V Shift+Ins", 0, ActionRow::Local}},
-    ActRow{ComposeAct::PastePlain, {"compose.pastePlain", TEXT("Paste &without format"), "", "Ctrl+Shift+V"}},
+    ActRow{ComposeAct::PastePlain, {"compose.pastePlain", TEXT("Paste with&out format"), "", "Ctrl+Shift+V"}},
     ActRow{ComposeAct::PasteQuoted, {"compose.pasteQuoted", TEXT("Paste as &quotation"), "", "Ctrl+Shift+O"}},
     ActRow{ComposeAct::SelectAll,
            {"compose.selectAll", TEXT("Select &all"), "", "Ctrl+A", 0, ActionRow::Local}},

@@ -33,6 +33,7 @@ namespace {
 constexpr int kEncodedLine = 78;
 constexpr int kBytesOfLine = 57;
 constexpr qint64 kUsualLimit = 25'000'000; ///< on its way: more than that, many servers refuse
+constexpr int kPause = 40;                 ///< milliseconds between two small pictures: keys go first
 constexpr int kLongestName = 40;           ///< of a file whose reading is shown
 
 } // namespace
@@ -50,7 +51,7 @@ ComposeAttachmentModel::ComposeAttachmentModel(QObject *parent)
     : QAbstractListModel(parent)
     , m_files(AttachmentFiles::common())
 {
-    m_picturing.setInterval(0);
+    m_picturing.setInterval(kPause);
     connect(&m_picturing, &QTimer::timeout, this, &ComposeAttachmentModel::makePicture);
 }
 
@@ -183,8 +184,9 @@ ComposeAttachments::ComposeAttachments(QWidget *parent)
     m_view->installEventFilter(this);
     setTextRole(m_sum, Role::Text2);
     setFontScale(m_sum, scale::small);
+    m_sum->setContentsMargins(0, 0, 0, space::inner); // the cards have more room below
     auto *layout = new QHBoxLayout(this);
-    layout->setContentsMargins(space::card, space::inner + 1, space::card, space::inner);
+    layout->setContentsMargins(space::card, space::inner + 1, space::card, 0);
     layout->setSpacing(space::between);
     layout->addWidget(m_view, 1);
     layout->addWidget(m_progress);

@@ -80,16 +80,12 @@ void ComposeHeader::addExtra()
     m_extra->hide();
     connect(m_extra, &ExtraFields::changed, this, &ComposeHeader::changed);
     m_grid->addWidget(m_extra, m_grid->rowCount(), 0, 1, 2);
-    alignExtra();
 }
 
-/// The names stand in the column of the labels, the values in that of the fields.
+/// While they are shown, names stand in the column of the labels, values in that of the fields.
 void ComposeHeader::alignExtra()
 {
-    int width = 0;
-    for (const Row &each : m_rows)
-        width = std::max(width, each.label->sizeHint().width());
-    m_extra->setNameWidth(width);
+    m_grid->setColumnMinimumWidth(0, m_extra->isHidden() ? 0 : ExtraFields::nameWidth());
 }
 
 void ComposeHeader::addFrom()
@@ -234,6 +230,7 @@ void ComposeHeader::setShown(Field field, bool shown)
 void ComposeHeader::setExtraShown(bool shown)
 {
     m_extra->setVisible(shown || !m_extra->fields().isEmpty());
+    alignExtra();
     update();
 }
 

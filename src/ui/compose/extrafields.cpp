@@ -10,12 +10,14 @@
 
 #include <QGridLayout>
 #include <QLineEdit>
+#include <QPainter>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kNameColumns = 14; ///< average characters that a name has room for
 constexpr int kLongestName = 60; ///< of a field, in what is said of it
 
 QString problemOf(const QString &name)
@@ -45,7 +47,7 @@ ExtraFields::ExtraFields(QWidget *parent)
     setSurface(this, Role::Base);
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setHorizontalSpacing(space::group);
-    m_grid->setVerticalSpacing(0);
+    m_grid->setVerticalSpacing(1); // the line
     m_grid->setColumnStretch(1, 1);
     addRow({});
 }
@@ -89,17 +91,32 @@ void ExtraFields::focusProblem()
     }
 }
 
-void ExtraFields::setNameWidth(int width)
+int ExtraFields::nameWidth()
 {
-    m_nameWidth = width;
-    m_grid->setColumnMinimumWidth(0, width);
-    for (const Row &row : m_rows)
-        fit(row.name);
+    return columnWidth(kNameColumns);
 }
 
-void ExtraFields::fit(QLineEdit *name) const
+void ExtraFields::fit(const Row &row)
 {
-    name->setFixedWidth(std::max(m_nameWidth, columnWidth(14)));
+    row.name->setFixedWidth(nameWidth());
+    row.value->setMinimumHeight(textHeight() + 2 * space::between + space::inner);
+}
+
+void ExtraFields::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        for (const Row &row : m_rows)
+            fit(row);
+}
+
+/// A line between two rows, from edge to edge as above them.
+void ExtraFields::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    for (const Row &row : m_rows)
+        if (row.name != m_rows.front().name)
+            painter.fillRect(0, row.value->y() - 1, width(), 1, colour(Role::Line));
 }
 
 void ExtraFields::addRow(const ExtraHeader &field)
@@ -117,7 +134,7 @@ void ExtraFields::addRow(const ExtraHeader &field)
     row.value->setAccessibleName(tr("Value of the header field"));
     row.value->setText(field.value);
     row.remove->setVisible(!field.name.isEmpty());
-    fit(row.name);
+    fit(row);
     for (QLineEdit *edit : {row.name, row.value})
         connect(edit, &QLineEdit::textChanged, this, [this, name = row.name] { rowChanged(name); });
     connect(row.remove, &QToolButton::clicked, this, [this, name = row.name] {

@@ -28,11 +28,16 @@ public:
     QString problem() const;
     void focusProblem();
 
-    /// How wide the names are, so that the values begin where other fields do.
-    void setNameWidth(int width);
+    /// The width of the names; the column of labels above takes it over, so that the values begin where
+    /// other fields do.
+    static int nameWidth();
 
 signals:
     void changed();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     struct Row
@@ -45,9 +50,8 @@ private:
     void addRow(const ExtraHeader &field);
     void removeRow(const QLineEdit *name);
     void rowChanged(const QLineEdit *name);
-    void fit(QLineEdit *name) const;
+    static void fit(const Row &row);
 
     QGridLayout *m_grid;
     std::vector<Row> m_rows;
-    int m_nameWidth = 0;
 };

@@ -94,7 +94,9 @@ private:
     void propose(const QString &beginning);
     void edit(int index);
     void move(int by, bool extend);
+    bool paste();
     void copySelected() const;
+    void removeSelected();
     void drag();
     void speak();
 

@@ -95,14 +95,8 @@ bool RecipientEdit::entryKey(QKeyEvent *event)
             commit();
         return true;
     }
-    if (event->matches(QKeySequence::Paste)) {
-        const QString pasted = QGuiApplication::clipboard()->text().left(kMostPasted);
-        if (!pasted.contains(u',') && !pasted.contains(u';') && !pasted.contains(u'\n'))
-            return false;
-        m_entry->insert(QString(pasted).replace(u'\n', u',').replace(u'\r', u' '));
-        commit();
-        return true;
-    }
+    if (event->matches(QKeySequence::Paste))
+        return paste();
     const bool back = event->key() == Qt::Key_Backspace || event->key() == toPills;
     if (atStart && back && m_pills.count() > 0 && event->modifiers() == Qt::NoModifier) {
         m_pills.select(m_pills.count() - 1);
@@ -111,6 +105,17 @@ bool RecipientEdit::entryKey(QKeyEvent *event)
         return true;
     }
     return false;
+}
+
+/// Several addresses become pills at once; a single one is left to the entry field, to be changed.
+bool RecipientEdit::paste()
+{
+    const QString pasted = QGuiApplication::clipboard()->text().left(kMostPasted);
+    if (!pasted.contains(u',') && !pasted.contains(u';') && !pasted.trimmed().contains(u'\n'))
+        return false;
+    m_entry->insert(QString(pasted).replace(u'\n', u',').replace(u'\r', u' '));
+    commit();
+    return true;
 }
 
 void RecipientEdit::keyPressEvent(QKeyEvent *event)
@@ -122,13 +127,16 @@ void RecipientEdit::keyPressEvent(QKeyEvent *event)
     if (event->matches(QKeySequence::Copy) || event->matches(QKeySequence::Cut)) {
         copySelected();
         if (event->matches(QKeySequence::Cut))
-            m_pills.removeSelected(), afterChange();
+            removeSelected();
+    } else if (event->matches(QKeySequence::Paste)) {
+        m_entry->setFocus(); // behind the last pill, as what is typed
+        if (!paste())
+            m_entry->paste();
     } else if (event->matches(QKeySequence::SelectAll)) {
         m_pills.selectAll();
         viewport()->update();
     } else if (event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace) {
-        m_pills.removeSelected();
-        afterChange();
+        removeSelected();
         if (m_pills.count() > 0 && current >= 0)
             m_pills.select(std::min(current, m_pills.count() - 1));
         else
@@ -271,12 +279,12 @@ void RecipientEdit::contextMenuEvent(QContextMenuEvent *event)
     viewport()->update();
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(tr("&Edit"), this, [this, pill] { edit(pill); });
-    menu->addAction(tr("&Copy"), this, &RecipientEdit::copySelected);
-    menu->addAction(tr("&Remove"), this, [this] {
-        m_pills.removeSelected();
-        afterChange();
+    menu->addAction(tr("&Edit"), this, [this, pill] {
+        if (pill < m_pills.count())
+            edit(pill);
     });
+    menu->addAction(tr("&Copy"), this, &RecipientEdit::copySelected);
+    menu->addAction(tr("&Remove"), this, &RecipientEdit::removeSelected);
     menu->popup(event->globalPos());
 }
 
@@ -292,10 +300,14 @@ void RecipientEdit::drag()
     m_pressedPill = -1;
     // what comes back into this field was moved within it by dropEvent
     if (drag->exec(Qt::MoveAction | Qt::CopyAction, Qt::MoveAction) == Qt::MoveAction &&
-        drag->target() != viewport() && drag->target() != this) {
-        m_pills.removeSelected();
-        afterChange();
-    }
+        drag->target() != viewport() && drag->target() != this)
+        removeSelected();
+}
+
+void RecipientEdit::removeSelected()
+{
+    m_pills.removeSelected();
+    afterChange();
 }
 
 void RecipientEdit::dragEnterEvent(QDragEnterEvent *event)

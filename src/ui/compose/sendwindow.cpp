@@ -10,6 +10,7 @@
 #include "ui/compose/replacebar.h"
 #include "ui/compose/richeditor.h"
 #include "ui/look/askingbar.h"
+#include "ui/look/colours.h"
 #include "ui/look/elidedlabel.h"
 #include "ui/look/hairline.h"
 #include "ui/look/lettersbar.h"
@@ -86,8 +87,15 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     m_findRich = new FindBar(m_editor->rich(), page);
     m_replace = new ReplaceBar(m_editor, page);
     for (QWidget *part : {static_cast<QWidget *>(new LinedBar(m_mainBar)), static_cast<QWidget *>(m_header),
-                          static_cast<QWidget *>(m_formatBar), static_cast<QWidget *>(m_bar)})
+                          static_cast<QWidget *>(m_formatBar)})
         layout->addWidget(part);
+    auto *inset = new QWidget; // what is said stands on the page, as wide as the text; it hides with the bar
+    setSurface(inset, Role::Base);
+    auto *margins = new QVBoxLayout(inset);
+    margins->setContentsMargins(space::card, space::between, space::card, 0);
+    margins->addWidget(m_bar);
+    inset->hide();
+    layout->addWidget(inset);
     layout->addWidget(m_editor, 1);
     for (QWidget *part : {static_cast<QWidget *>(m_findPlain), static_cast<QWidget *>(m_findRich),
                           static_cast<QWidget *>(m_replace), static_cast<QWidget *>(m_attachments)})
@@ -129,6 +137,8 @@ SendWindow::~SendWindow() = default;
 /// Keys belong to an input method while it has characters that are not settled.
 bool SendWindow::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_bar && (event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent))
+        m_bar->parentWidget()->setVisible(!m_bar->isHidden());
     const auto *widget = event->type() == QEvent::InputMethod ? qobject_cast<QWidget *>(watched) : nullptr;
     if (widget && isAncestorOf(widget))
         m_isComposing = !static_cast<QInputMethodEvent *>(event)->preeditString().isEmpty();
@@ -151,6 +161,7 @@ void SendWindow::createBars()
         QAction *action = m_actions.forLetter(letter, false);
         if (!action)
             return false;
+        action->setIconText(plainName(action->text()));
         QToolButton *button = addToToolBar(m_mainBar, action, letter == u'S' || letter == u'A');
         if (letter == u'S')
             setButtonKind(button, ButtonKind::Accent);
@@ -160,6 +171,9 @@ void SendWindow::createBars()
     format->setObjectName(u"formatBar"_s);
     m_style = new QComboBox;
     m_style->setFrame(false);
+    auto *edge = new QWidget; // its words begin where the text does
+    edge->setFixedWidth(space::between);
+    format->addWidget(edge);
     m_style->setAccessibleName(tr("Style of the paragraph"));
     for (const Style &each : kStyles)
         m_style->addItem(tr(each.text), each.heading);
@@ -185,6 +199,8 @@ void SendWindow::createStatus()
     m_form->setAccessibleName(tr("Plain or formatted text"));
     m_form->addItems({tr("Plain text"), tr("Formatted text")});
     statusBar()->setSizeGripEnabled(false);
+    statusBar()->setContentsMargins(space::card, 0, 0, 0);
+    m_delay->setContentsMargins(0, 0, space::group, 0);
     statusBar()->addWidget(m_saved, 1);
     for (QWidget *each :
          {static_cast<QWidget *>(m_delay), static_cast<QWidget *>(m_words), static_cast<QWidget *>(m_form)})

@@ -11,11 +11,11 @@
 #include "ui/look/askingbar.h"
 #include "ui/look/messageboxes.h"
 #include "ui/reader/attachmentfiles.h"
+#include "ui/texts/datetext.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QLocale>
 
 using namespace Qt::StringLiterals;
 
@@ -41,11 +41,6 @@ private:
     ReportSink m_before;
 };
 
-QString timeNow()
-{
-    return QLocale().toString(clockNow().time(), QLocale::ShortFormat);
-}
-
 } // namespace
 
 bool SendWindow::keepNow()
@@ -58,7 +53,7 @@ bool SendWindow::keepNow()
         m_isKept = m_services.drafts.keep(m_draft, composition());
         why = reports.text();
     }
-    m_savedText = m_isKept ? tr("Draft saved %1").arg(timeNow()) : tr("Not saved");
+    m_savedText = m_isKept ? tr("Draft saved %1").arg(timeText(clockNow().time())) : tr("Not saved");
     if (!m_isKept)
         tellUnsaved(why);
     else if (m_isTold)
@@ -117,7 +112,7 @@ void SendWindow::saveDraft()
     if (!keepNow() || !m_services.drafts.store(m_draft))
         return;
     m_isChanged = false;
-    m_savedText = tr("Saved in Drafts %1").arg(timeNow());
+    m_savedText = tr("Saved in Drafts %1").arg(timeText(clockNow().time()));
     updateStatus();
 }
 

@@ -6,7 +6,7 @@
 namespace {
 
 // Some ten milliseconds each. The decoder of JPEG leaves out what a small picture does not need.
-constexpr qint64 kMostPixels = 1'500'000;
+constexpr qint64 kMostPixels = 1'000'000;
 constexpr qint64 kMostPhotoPixels = 4'000'000;
 constexpr int kLongest = 20; ///< times as long as it is wide: no picture that says anything in a square
 

@@ -75,7 +75,7 @@ public:
         painter->drawText(text, Qt::AlignLeading | Qt::AlignVCenter, isolatedName(name));
         painter->setFont(fontScaled(scale::small));
         painter->setPen(colour(Role::Text2));
-        painter->drawText(sizeRect, Qt::AlignVCenter | Qt::AlignTrailing, size);
+        painter->drawText(sizeRect, Qt::AlignVCenter | Qt::AlignTrailing, isolatedName(size));
         painter->restore();
     }
 
