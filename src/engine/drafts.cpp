@@ -152,35 +152,6 @@ bool Drafts::isOver(Draft &draft)
     return false;
 }
 
-void Drafts::settleWithOutbox(const std::function<bool(int draft)> &holds)
-{
-    if (storeAccess() != StoreAccess::ReadWrite || !groupsAreReadable())
-        return;
-    std::vector<int> numbers;
-    for (const auto &[number, draft] : m_drafts) {
-        if (isOnItsWay(draft->state().phase))
-            numbers.push_back(number);
-    }
-    for (const int number : numbers)
-        settleWithOutbox(*find(number), holds(number));
-}
-
-/// The outbox tells of a message that was settled before it forgets it: one that it does not know did not go,
-/// or was taken back, or its journal was lost; then the sent message is the only witness.
-void Drafts::settleWithOutbox(Draft &draft, bool isHeld)
-{
-    const bool isTakenBack = draft.state().phase == DraftPhase::TakingBack;
-    const bool isThere = liesInOutbox(draft);
-    if (isTakenBack && isThere && !isHeld)
-        remove(draft.number()); // made for the taking back, of a message without a draft
-    else if (isHeld || isThere)
-        enter(draft, DraftPhase::HandedOver, draft.state().sentId);
-    else if (!isTakenBack && wasSent(draft))
-        discard(draft.number());
-    else
-        enter(draft, DraftPhase::Open, {});
-}
-
 /// False while one of the groups that tell what became of a draft waits for its repair.
 bool Drafts::groupsAreReadable() const
 {
@@ -191,24 +162,6 @@ bool Drafts::groupsAreReadable() const
             return false;
     }
     return true;
-}
-
-bool Drafts::liesInOutbox(const Draft &draft) const
-{
-    const int outbox = m_store.group(GroupRole::Outbox)->number();
-    const MessageRefs places = placesOf(draft.state().sentId);
-    return std::any_of(places.begin(), places.end(),
-                       [outbox](MessageRef place) { return place.group == outbox; });
-}
-
-/// What the user threw away before it went lies in the waste basket.
-bool Drafts::wasSent(const Draft &draft) const
-{
-    const MessageRefs places = placesOf(draft.state().sentId);
-    return std::any_of(places.begin(), places.end(), [this](MessageRef place) {
-        const GroupRole role = m_store.group(place.group)->role();
-        return role != GroupRole::Outbox && role != GroupRole::Drafts && role != GroupRole::WasteBasket;
-    });
 }
 
 std::vector<int> Drafts::recovered() const
@@ -512,95 +465,4 @@ void Drafts::close(int number)
     state.phase = DraftPhase::Closed;
     draft->setState(state);
     draft->rest();
-}
-
-// --- On the way through the outbox ----------------------------------------------------------------------
-
-bool Drafts::enter(Draft &draft, DraftPhase phase, const QByteArray &sentId)
-{
-    DraftState state = draft.state();
-    state.phase = phase;
-    state.sentId = sentId;
-    return draft.setState(state);
-}
-
-bool Drafts::handOver(int number, const QByteArray &messageId)
-{
-    Draft *draft = find(number);
-    if (!draft)
-        return false;
-    DraftState state = draft->state();
-    state.phase = DraftPhase::HandingOver;
-    state.sentId = messageId;
-    return draft->setStateOrStay(state);
-}
-
-void Drafts::handedOver(int number)
-{
-    Draft *draft = find(number);
-    if (!draft || draft->state().phase != DraftPhase::HandingOver)
-        return;
-    enter(*draft, DraftPhase::HandedOver, draft->state().sentId);
-    draft->rest();
-}
-
-void Drafts::handOverFailed(int number)
-{
-    Draft *draft = find(number);
-    if (draft && draft->state().phase == DraftPhase::HandingOver)
-        enter(*draft, DraftPhase::Open, {});
-}
-
-int Drafts::takeBack(int number, const QByteArray &messageId, const Composition &composition)
-{
-    const bool isNew = !find(number);
-    if (isNew)
-        number = begin({});
-    Draft &draft = *find(number);
-    DraftState state = draft.state();
-    state.phase = DraftPhase::TakingBack;
-    state.sentId = messageId;
-    if (draft.setStateOrStay(state) && draft.keep(composition))
-        return number;
-    if (isNew)
-        remove(number);
-    else
-        takeBackFailed(number);
-    return 0;
-}
-
-void Drafts::takenBack(int number)
-{
-    Draft *draft = find(number);
-    if (draft && draft->state().phase == DraftPhase::TakingBack)
-        enter(*draft, DraftPhase::Open, {});
-}
-
-void Drafts::takeBackFailed(int number)
-{
-    Draft *draft = find(number);
-    if (!draft || draft->state().phase != DraftPhase::TakingBack)
-        return;
-    enter(*draft, DraftPhase::HandedOver, draft->state().sentId);
-    draft->rest();
-}
-
-void Drafts::givenUp(int number)
-{
-    Draft *draft = find(number);
-    if (!draft || !isOnItsWay(draft->state().phase))
-        return;
-    enter(*draft, DraftPhase::Closed, draft->state().sentId); // it may come back out of the waste basket
-    draft->rest();
-}
-
-void Drafts::settled(int number)
-{
-    const Draft *draft = find(number);
-    if (!draft)
-        return;
-    const DraftState &state = draft->state();
-    const bool isGivenUp = state.phase == DraftPhase::Closed && !state.sentId.isEmpty();
-    if (isGivenUp || state.phase == DraftPhase::HandedOver || state.phase == DraftPhase::HandingOver)
-        discard(number);
 }
