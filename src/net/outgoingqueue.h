@@ -28,14 +28,15 @@ struct OutgoingRefusal
     bool isTemporary() const { return code >= 400 && code < 500; }
 };
 
-/// Hands the waiting messages of accounts to their senders. What it is told is on the disk when a call
-/// returns, so that nothing is ever sent twice, whenever the program ends.
+/// Hands the waiting messages of accounts to their senders. sending() is on the disk when it returns, and
+/// what a server said of it soon after: so nothing is ever sent twice, whenever the program ends.
 class OutgoingQueue
 {
 public:
     virtual ~OutgoingQueue() = default;
 
-    /// Messages that wait for @p account and may go now (not held, not waiting for a later try, not leased).
+    /// Messages that wait for @p account and may go now: wanted (`AutoSend`, or the user),
+    /// not held, not waiting for a later try, not leased.
     virtual int waiting(int account) const = 0;
 
     /// Leases the next of them; nobody else sees it until it is settled. Empty: there is none.
