@@ -259,16 +259,17 @@ private slots:
         w.program.window->selectGroup(place.group);
         QVERIFY(w.program.window->selectMessage(place.article));
         w.program.act("write.changeTime");
-        auto *dialog = w.program.window->findChild<QDialog *>();
-        QVERIFY(dialog);
-        dialog->accept();
+        const auto dialogs = w.program.window->findChildren<QDialog *>();
+        const auto asking = std::find_if(dialogs.begin(), dialogs.end(), std::mem_fn(&QWidget::isVisible));
+        QVERIFY(asking != dialogs.end());
+        (*asking)->accept();
         QTRY_VERIFY2(w.bar().text().contains(u"held until"), qPrintable(w.bar().text()));
         w.program.act("write.sendNow");
         QTRY_VERIFY2(!w.bar().text().contains(u"held until"), qPrintable(w.bar().text()));
         const OutboxEntry *entry = w.program.engine.outbox().entryAt(place);
         QVERIFY(entry && entry->state != OutboxState::Held);
         QVERIFY2(w.bars().size() == 1, "the other one goes on counting down");
-        w.program.key(Qt::Key_Delete);
+        w.program.act("edit.delete");
         QTRY_COMPARE(w.waiting(), 1U);
     }
 
@@ -343,6 +344,7 @@ private slots:
         setOnline(false);
         w.send(u"Later"_s);
         QVERIFY(!w.clients.of(w.account));
+        QTRY_VERIFY(w.program.window->actions().find(u"tools.sendWaiting")->isEnabled());
         w.program.act("tools.sendWaiting");
         QVERIFY2(w.program.bar().contains(u"offline"), qPrintable(w.program.bar()));
         Writing::button(w.bar(), u"first")->click();
