@@ -61,6 +61,7 @@ AccountEditor::AccountEditor(Engine &engine, const AccountData &account, LoginTe
                 form->offerKeyring();
         });
     }
+    setChanged(false);
 }
 
 void AccountEditor::arrange(const AccountData &account, const AccountOptions &options)

@@ -8,6 +8,7 @@
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
 #include "ui/texts/harmless.h"
+#include "ui/tree/groupbox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -198,9 +199,9 @@ void AccountForm::fillChoice(QComboBox *box, AccountField field) const
     switch (field) {
     case AccountField::Group:
         box->addItem(tr("The inbox"), 0);
-        for (const Group *group : m_groups.groups())
-            if (group->role() != GroupRole::Outbox && group->role() != GroupRole::Inbox)
-                box->addItem(harmlessLine(m_groups.pathOf(*group)), group->number());
+        addGroups(*box, m_groups, [](const Group &group) {
+            return group.role() != GroupRole::Outbox && group.role() != GroupRole::Inbox;
+        });
         break;
     case AccountField::Chained:
         box->addItem(tr("Nothing else"), 0);

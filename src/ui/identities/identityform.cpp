@@ -6,6 +6,7 @@
 #include "ui/look/recolour.h"
 #include "ui/look/toolbuttons.h"
 #include "ui/texts/harmless.h"
+#include "ui/tree/groupbox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -217,11 +218,10 @@ QComboBox *IdentityForm::addFolder(const QString &label, const char *name, const
     auto *box = new QComboBox;
     box->setMaximumWidth(columnWidth(kFieldWidth));
     box->addItem(usual, 0);
-    for (const Group *group : m_groups.groups()) {
-        const GroupRole role = group->role();
-        if (role != GroupRole::Outbox && role != GroupRole::Junk && role != GroupRole::WasteBasket)
-            box->addItem(harmlessLine(m_groups.pathOf(*group)), group->number());
-    }
+    addGroups(*box, m_groups, [](const Group &group) {
+        const GroupRole role = group.role();
+        return role != GroupRole::Outbox && role != GroupRole::Junk && role != GroupRole::WasteBasket;
+    });
     if (box->findData(number) < 0)
         box->addItem(tr("No longer there (%1)").arg(number), number); // kept until another one is chosen
     box->setCurrentIndex(box->findData(number));
