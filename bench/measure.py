@@ -338,6 +338,19 @@ def composing(table):
               peak < 3 * ATTACHMENT)
 
 
+def typing(table):
+    """In the middle of a long message; the worst key of the best round, for other programs run here too."""
+    table.head('A key in the middle of a long message, until it is painted: the median, the worst')
+    rounds = [bench('typing') for _ in range(3)]
+    for name, text in (('plain', 'plain text, 1 MB, 20,000 quoted lines'), ('formatted', 'formatted text, 2,000 lines')):
+        ours, bare = ([[float(number) for number in found[kind].split()] for found in rounds]
+                      for kind in (name, f'bare-{name}'))
+        median, worst = (min(found[i] for found in ours) for i in (0, 1))
+        yardstick, theirs = (min(found[i] for found in bare) for i in (0, 1))
+        table.row(text, f'{median:.2f}, {worst:.1f} ms', '', 'no key over 16 ms', worst < 16)
+        table.row("the toolkit's editor by itself", f'{yardstick:.2f}, {theirs:.1f} ms', f'{yardstick / median:.2f} times')
+
+
 def download_by_us(port, trusted):
     found = bench('download', str(port), trusted, '/large')
     if int(found['bytes']) < DOWNLOAD:
@@ -369,7 +382,7 @@ def main():
     print(f'The best of several runs; the load of the machine was {os.getloadavg()[0]:.1f} at the start.')
     table = Table()
     try:
-        for measure in (parsing, importing, composing, sending, fetching, reading, opening, starting, deeds, next_message,
+        for measure in (parsing, importing, composing, typing, sending, fetching, reading, opening, starting, deeds, next_message,
                         starting_among_others, downloading):
             measure(table)
     except (Failure, RuntimeError) as failure:

@@ -1,19 +1,91 @@
 #include "config/settings.h"
+#include "engine/engine.h"
+#include "identity/signatures.h"
 #include "support/scratch.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/recipientedit.h"
+#include "ui/compose/replacebar.h"
 #include "ui/compose/richeditor.h"
+#include "ui/compose/sendwindow.h"
+#include "ui/look/askingbar.h"
+#include "ui/look/messageboxes.h"
 
 #include <QClipboard>
 #include <QElapsedTimer>
+#include <QFileDialog>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
+#include <QPushButton>
 #include <QTest>
 #include <QTextBlock>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A window in which a message is written, with what it needs.
+class Writing
+{
+public:
+    explicit Writing(bool isRich)
+        : m_boxes(&m_parent)
+    {
+        if (!m_engine.load())
+            qFatal("the engine does not load");
+        Identity identity;
+        identity.address = u"clara@tidewater.example"_s;
+        m_engine.identities().add(identity);
+        Composer::Started started;
+        started.composition.identity = m_engine.identities().all().front();
+        started.composition.text = u"Dear Bob\n"_s;
+        m_number = started.composition.identity.number;
+        const ComposeServices services = {m_engine.composer(),   m_engine.drafts(), m_engine.outbox(),
+                                          m_engine.identities(), m_boxes,           {}};
+        window = new SendWindow(services, started);
+        window->comeForward();
+        editor().setRich(isRich);
+    }
+    ~Writing() { delete window; }
+
+    ComposeEditor &editor() const { return *window->findChild<ComposeEditor *>(); }
+    bool isTold() const { return window->findChild<AskingBar *>()->isVisible(); }
+
+    void insertFile(const QString &path) const
+    {
+        window->actions().find(u"compose.insertFile"_s)->trigger();
+        auto *dialog = window->findChild<QFileDialog *>();
+        emit dialog->fileSelected(path);
+        delete dialog;
+    }
+
+    void addSignature(const QString &name, Signature::Kind kind, const QString &text) const
+    {
+        if (!writeSignature(m_number, {name, kind, text}))
+            qFatal("no signature can be written");
+    }
+
+    void chooseSignature(const QString &name) const
+    {
+        QMenu *menu = window->actions().find(u"compose.signature"_s)->menu();
+        emit menu->aboutToShow();
+        for (QAction *action : menu->actions())
+            if (action->text() == name)
+                action->trigger();
+    }
+
+    SendWindow *window;
+
+private:
+    Engine m_engine;
+    QWidget m_parent;
+    MessageBoxes m_boxes;
+    int m_number = 0;
+};
+
+} // namespace
 
 /// The editors and fields of the compose window by themselves.
 class ComposeTextTest : public QObject
@@ -30,6 +102,11 @@ private slots:
     void pastesAsQuotation();
     void largePastes_data();
     void largePastes();
+    void insertsTextOfFiles_data();
+    void insertsTextOfFiles();
+    void signaturesWhileOneTypes_data();
+    void signaturesWhileOneTypes();
+    void replacesAll();
     void hostileQuotations();
     void coloursByDepth();
     void wrapsWhatIsTyped_data();
@@ -73,7 +150,7 @@ void ComposeTextTest::formsKeepTheText()
     editor.read(composition);
     ComposeEditor other;
     other.show(composition); // a draft that is opened again
-    QVERIFY(other.isRich());
+    QVERIFY(other.isRich() && !other.hasFormatting());
     QCOMPARE(other.plainForm(), expected);
     editor.setRich(false);
     editor.read(composition);
@@ -88,6 +165,7 @@ void ComposeTextTest::oneHistoryForBothForms()
     Composition composition;
     composition.html = u"<p><b>bold</b></p>"_s;
     editor.show(composition);
+    QVERIFY(editor.hasFormatting());
     editor.rich()->textCursor().insertText(u"x"_s);
     const QString formatted = editor.rich()->html();
     editor.setRich(false);
@@ -219,6 +297,85 @@ void ComposeTextTest::largePastes()
     rich ? editor.rich()->paste() : editor.plain()->paste();
     QCOMPARE(refused, taken ? QString() : pasted);
     QCOMPARE(editor.plainForm().size() > 1, taken);
+}
+
+void ComposeTextTest::insertsTextOfFiles_data()
+{
+    QTest::addColumn<bool>("rich");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("taken");
+    QTest::newRow("plain") << false << QByteArray("a <b>\nc") << true;
+    QTest::newRow("formatted") << true << QByteArray("a <b>\nc") << true;
+    QTest::newRow("no text") << false << QByteArray("a\0b", 3) << false;
+    QTest::newRow("too large") << false << QByteArray(5'000'000, 'x') << false;
+}
+
+void ComposeTextTest::insertsTextOfFiles()
+{
+    QFETCH(bool, rich);
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, taken);
+    const Writing writing(rich);
+    writing.insertFile(m_scratch.write(u"file"_s, bytes));
+    const QString expected = taken ? QString::fromUtf8(bytes) + u"Dear Bob\n"_s : u"Dear Bob\n"_s;
+    QCOMPARE(writing.editor().plainForm().trimmed(), expected.trimmed());
+    QCOMPARE(writing.isTold(), !taken);
+    writing.editor().undo();
+    QCOMPARE(writing.editor().plainForm().trimmed(), u"Dear Bob"_s);
+}
+
+void ComposeTextTest::signaturesWhileOneTypes_data()
+{
+    QTest::addColumn<bool>("rich");
+    QTest::newRow("plain") << false;
+    QTest::newRow("formatted") << true;
+}
+
+/// A signature comes below the text, whatever is typed meanwhile; another one takes its place; one that
+/// cannot be read changes nothing.
+void ComposeTextTest::signaturesWhileOneTypes()
+{
+    QFETCH(bool, rich);
+    const Writing writing(rich);
+    writing.addSignature(u"late"_s, Signature::Kind::Command, u"printf 'from a program'"_s);
+    writing.addSignature(u"other"_s, Signature::Kind::Html, u"<b>from HTML</b>"_s);
+    ComposeEditor &editor = writing.editor();
+    writing.chooseSignature(u"late"_s);
+    QTest::keyClicks(editor.current(), u"ab"_s);
+    QTRY_VERIFY(editor.plainForm().contains(u"from a program"_s));
+    QTest::keyClicks(editor.current(), u"c"_s);
+    QVERIFY2(editor.plainForm().startsWith(u"abcDear Bob\n"_s), qPrintable(editor.plainForm()));
+    writing.chooseSignature(u"other"_s);
+    QVERIFY(!editor.plainForm().contains(u"from a program"_s));
+    QCOMPARE(editor.plainForm().count(u"from HTML"_s), 1);
+    const QString before = editor.plainForm();
+    const QString path = configPathOf(u"Identities/1/Signatures/other"_s);
+    QVERIFY(QFile::resize(path, 0) && QFile::remove(path) && QDir().mkdir(path));
+    writing.chooseSignature(u"other"_s);
+    QVERIFY(QDir().rmdir(path));
+    QCOMPARE(editor.plainForm(), before);
+    editor.current()->setFocus();
+    editor.undo();
+    QVERIFY(editor.plainForm().contains(u"from a program"_s));
+}
+
+void ComposeTextTest::replacesAll()
+{
+    for (const bool rich : {false, true}) {
+        ComposeEditor editor;
+        Composition composition;
+        composition.text = u"one two\n> One\nnone\n"_s;
+        editor.show(composition);
+        editor.setRich(rich);
+        ReplaceBar bar(&editor, nullptr);
+        const auto fields = bar.findChildren<QLineEdit *>();
+        fields.at(0)->setText(u"one"_s);
+        fields.at(1)->setText(u"one one"_s);
+        bar.findChildren<QPushButton *>().at(1)->click();
+        QCOMPARE(editor.plainForm(), u"one one two\n> one one\nnone one\n"_s);
+        editor.undo();
+        QCOMPARE(editor.plainForm(), composition.text);
+    }
 }
 
 void ComposeTextTest::hostileQuotations()

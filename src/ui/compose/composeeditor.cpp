@@ -2,7 +2,6 @@
 
 #include "compose/quotemarks.h"
 #include "ui/compose/composeformat.h"
-#include "ui/compose/htmlwriter.h"
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/plainform.h"
 #include "ui/compose/richeditor.h"
@@ -225,14 +224,9 @@ void ComposeEditor::redoText()
     emit changed();
 }
 
-/// Whether its HTML is more than that of its own plain form. Asked when the user goes over, not by a key.
 bool ComposeEditor::hasFormatting() const
 {
-    if (!m_isRich)
-        return false;
-    QTextDocument plain;
-    fillWithPlain(plain, m_rich->plainForm());
-    return htmlOf(plain) != m_rich->html();
+    return m_isRich && ::hasFormatting(*m_rich->document());
 }
 
 QString ComposeEditor::plainForm() const

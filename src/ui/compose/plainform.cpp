@@ -147,6 +147,28 @@ private:
     QString m_text;
 };
 
+bool hasLooks(const QTextCharFormat &format)
+{
+    constexpr int kLooks[] = {QTextFormat::ForegroundBrush, QTextFormat::BackgroundBrush,
+                              QTextFormat::FontPixelSize,   QTextFormat::FontPointSize,
+                              QTextFormat::FontFamilies,    QTextFormat::FontStrikeOut};
+    const auto has = [&format](int property) { return format.hasProperty(property); };
+    return format.isImageFormat() || format.fontWeight() > QFont::Normal || format.fontItalic() ||
+           (format.fontUnderline() && !format.isAnchor()) ||
+           format.intProperty(QTextFormat::FontSizeAdjustment) != 0 ||
+           format.verticalAlignment() != QTextCharFormat::AlignNormal ||
+           std::any_of(std::begin(kLooks), std::end(kLooks), has);
+}
+
+bool hasLooks(const QTextBlock &block)
+{
+    const QTextBlockFormat format = block.blockFormat();
+    return block.textList() || format.headingLevel() > 0 || format.nonBreakableLines() ||
+           ownIndent(format) > 0 || format.hasProperty(QTextFormat::BackgroundBrush) ||
+           format.hasProperty(QTextFormat::BlockTrailingHorizontalRulerWidth) ||
+           (format.alignment() & (Qt::AlignHCenter | Qt::AlignRight | Qt::AlignJustify));
+}
+
 /// Puts @p line at @p cursor, its addresses as links.
 void insertLine(QTextCursor &cursor, const QString &line)
 {
@@ -168,6 +190,20 @@ void insertLine(QTextCursor &cursor, const QString &line)
 QString plainTextOf(const QTextDocument &document)
 {
     return PlainWriter().write(document);
+}
+
+bool hasFormatting(const QTextDocument &document)
+{
+    if (!document.rootFrame()->childFrames().isEmpty())
+        return true;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (hasLooks(block))
+            return true;
+        for (auto it = block.begin(); !it.atEnd(); ++it)
+            if (hasLooks(it.fragment().charFormat()))
+                return true;
+    }
+    return false;
 }
 
 void fillWithPlain(QTextDocument &document, const QString &text)
