@@ -1,7 +1,6 @@
 // Draws the compose window into a directory, as in docs/pictures; with "all" behind it also small, empty, as
-// an article, in high contrast, in 14 points and from right to left. With "keys" in the place of a directory
-// it says what a key costs in the middle of a long text, with "pictures" what a picture beside an attachment
-// does.
+// an article, in high contrast, in 14 points and from right to left. With "pictures" in the place of a
+// directory it says what a picture beside an attachment costs.
 #include "support/scratch.h"
 
 #include "config/clock.h"
@@ -34,8 +33,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kKeys = 200;
 
 /// A night sky over water.
 QByteArray cover(int width, int height, const char *format = "PNG")
@@ -132,7 +129,7 @@ void drawReply(Scene &scene, const QString &plainPath, const QString &richPath)
     auto *to = window->findChild<ComposeHeader *>()->recipients(ComposeHeader::Field::To);
     to->entry()->setFocus();
     QTest::keyClick(to->entry(), Qt::Key_Backspace);
-    window->keepNow();
+    window->markUnsaved(); // so that a version is kept
     save(*window, plainPath);
     window->actions().find(u"compose.rich"_s)->trigger();
     auto *editor = window->findChild<ComposeEditor *>()->rich();
@@ -177,66 +174,6 @@ void drawOthers(Scene &scene, const QString &stem)
     delete news;
 }
 
-/// Milliseconds of each key, layout and painting included, sorted.
-std::vector<double> keys(QAbstractScrollArea *editor)
-{
-    std::vector<double> times;
-    for (int i = 0; i < kKeys; ++i) {
-        QElapsedTimer clock;
-        clock.start();
-        QTest::keyClick(editor, i % 9 == 8 ? Qt::Key_Space : Qt::Key_A);
-        editor->viewport()->repaint();
-        times.push_back(double(clock.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return times;
-}
-
-void tell(const char *what, const std::vector<double> &times)
-{
-    std::printf("%-44s median %6.2f ms, 99 %% %6.2f ms, most %6.2f ms\n", what, times[times.size() / 2],
-                times[times.size() * 99 / 100], times.back());
-}
-
-void tell(const char *what, const std::function<void()> &work)
-{
-    QElapsedTimer clock;
-    clock.start();
-    work();
-    std::printf("%-44s %8.2f ms\n", what, double(clock.nsecsElapsed()) / 1e6);
-}
-
-void measureKeys(Scene &scene, const char *name, int lines, bool rich)
-{
-    Composition long_ = letter();
-    long_.attachments.clear();
-    long_.attachments.append({u"film.mp4"_s, "video/mp4", QByteArray(50'000'000, 'x'), {}});
-    long_.text.clear();
-    for (int i = 0; i < lines; ++i)
-        long_.text += u"> a quoted line of the message that is answered here\n"_s;
-    SendWindow *window = scene.open(long_, DraftContext::Deed::Reply);
-    auto *editor = window->findChild<ComposeEditor *>();
-    if (rich)
-        tell("  over to formatted text", [&] { editor->setRich(true); });
-    auto *widget = qobject_cast<QAbstractScrollArea *>(editor->current());
-    QTextDocument *document = rich ? editor->rich()->document() : editor->plain()->document();
-    QTextCursor cursor(document->findBlockByNumber(lines / 2));
-    cursor.insertText(u"\n"_s);
-    cursor.movePosition(QTextCursor::PreviousBlock);
-    if (rich)
-        editor->rich()->setTextCursor(cursor);
-    else
-        editor->plain()->setTextCursor(cursor);
-    QTest::qWait(50);
-    tell(name, keys(widget));
-    tell("  composition()", [&] { (void)window->composition(); });
-    tell("  keeping a version, the first", [&] { (void)window->keepNow(); });
-    QTest::keyClick(widget, Qt::Key_A);
-    tell("  keeping the next version", [&] { (void)window->keepNow(); });
-    tell("  counting words", [&] { (void)editor->wordCount(); });
-    delete window;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
@@ -253,11 +190,6 @@ int main(int argc, char *argv[])
     QApplication::setFont(font);
     Scene scene;
     const QString where = QString::fromLocal8Bit(argv[1]);
-    if (where == u"keys"_s) {
-        measureKeys(scene, "plain, 20,000 quoted lines", 20'000, false);
-        measureKeys(scene, "formatted, 2,000 lines", 2'000, true);
-        return 0;
-    }
     if (where == u"pictures"_s) {
         for (const char *format : {"PNG", "JPEG", "BMP"})
             for (const QSize &size : {QSize(640, 480), QSize(1'400, 1'000), QSize(2'300, 1'700)}) {

@@ -1,105 +1,44 @@
-#include "identity/identitymanager.h"
-#include "ui/compose/composeattachments.h"
-#include "ui/compose/composeeditor.h"
-#include "ui/compose/composeheader.h"
-#include "ui/compose/plaineditor.h"
+#include "composeprogram.h"
 #include "ui/compose/richeditor.h"
-#include "ui/compose/sendwindow.h"
-#include "windowprogram.h"
+#include "ui/compose/sendlater.h"
 
 #include <QClipboard>
-#include <QLineEdit>
-#include <QMimeData>
+#include <QDateTimeEdit>
+#include <QDir>
+#include <QFileDialog>
+#include <QListWidget>
+#include <QMenu>
 #include <QPlainTextEdit>
-#include <QSignalSpy>
+#include <QRadioButton>
 
-/// Messages are written with the keyboard, through the whole program.
-class ComposeTest : public QObject
+/// Messages are written with the keyboard, through the whole program, from the first key to the outbox.
+class ComposeTest : public QObject, ComposeProgram
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { start(); }
+    void cleanup() { m_program.reset(); }
     void writesAndSends();
     void takesBack();
     void asksBeforeSending_data();
     void asksBeforeSending();
     void quietWarnings();
-    void pills_data();
-    void pills();
-    void keysOnPills();
     void replies();
     void keepsADraft();
     void comesBackAfterACrash();
     void goesOnWithADraft();
     void closesOnlyAfterAsking();
-    void attaches();
+    void warningsHaveAWayBack();
+    void restoresAVersion();
+    void sendsLater();
+    void saysWhatIsNotSaved();
+    void refusesWhatCannotBeSecret();
     void formats();
     void quotesAndWraps();
     void preEditDoesNotSend();
     void mailtoBringsNoFiles();
-
-private:
-    SendWindow *compose(const char *action = "write.new");
-    void type(const QString &text) const;
-    void fill(const QString &to, const QString &subject, const QString &text) const;
-    ComposeHeader *header() const { return m_window->findChild<ComposeHeader *>(); }
-    ComposeEditor *editor() const { return m_window->findChild<ComposeEditor *>(); }
-    void act(const char *name) const;
-    Group &outbox() const { return *m_program->group(GroupRole::Outbox); }
-
-    std::unique_ptr<Program> m_program;
-    QPointer<SendWindow> m_window;
 };
-
-using Field = ComposeHeader::Field;
-
-void ComposeTest::init()
-{
-    m_program = std::make_unique<Program>();
-    Identity me;
-    me.name = u"Clara Brandt"_s;
-    me.address = u"clara@tidewater.example"_s;
-    m_program->engine.identities().add(me);
-    m_program->open();
-}
-
-void ComposeTest::cleanup()
-{
-    m_program.reset();
-}
-
-SendWindow *ComposeTest::compose(const char *action)
-{
-    m_program->act(action);
-    const auto windows = QApplication::topLevelWidgets();
-    for (QWidget *each : windows)
-        if (auto *found = qobject_cast<SendWindow *>(each); found && found->isVisible())
-            m_window = found;
-    if (m_window && !QTest::qWaitForWindowActive(m_window))
-        qFatal("the window does not come");
-    return m_window;
-}
-
-void ComposeTest::type(const QString &text) const
-{
-    QTest::keyClicks(QApplication::focusWidget(), text);
-}
-
-void ComposeTest::fill(const QString &to, const QString &subject, const QString &text) const
-{
-    header()->setText(Field::To, to);
-    header()->setText(Field::Subject, subject);
-    editor()->plain()->setPlainText(text);
-}
-
-void ComposeTest::act(const char *name) const
-{
-    QAction *action = m_window->actions().find(QString::fromLatin1(name));
-    QVERIFY2(action && action->isEnabled(), name);
-    action->trigger();
-}
 
 void ComposeTest::writesAndSends()
 {
@@ -129,12 +68,15 @@ void ComposeTest::takesBack()
     fill(u"bob@example.org"_s, u"Tides"_s, u"Too early"_s);
     act("compose.send");
     QTRY_VERIFY(!m_window);
-    QTRY_VERIFY(m_program->bar().contains(u"second"_s));
-    m_program->viewers()->current().pane()->bar().findChild<QAbstractButton *>(u"first"_s)->click();
+    auto *countdown = m_program->window->findChild<QWidget *>(u"countdowns"_s);
+    QTRY_VERIFY(countdown->isVisible());
+    const auto buttons = countdown->findChildren<QAbstractButton *>(u"first"_s);
+    const auto undo =
+        std::find_if(buttons.begin(), buttons.end(), [](auto *each) { return each->isVisible(); });
+    QVERIFY(undo != buttons.end());
+    (*undo)->click();
     QCOMPARE(m_program->engine.outbox().entries().size(), 0U);
-    for (QWidget *each : QApplication::topLevelWidgets())
-        if (auto *found = qobject_cast<SendWindow *>(each); found && found->isVisible())
-            m_window = found;
+    findWindow();
     QVERIFY(m_window);
     QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"Too early"_s);
     QCOMPARE(header()->text(Field::To), u"bob@example.org"_s);
@@ -192,7 +134,7 @@ void ComposeTest::quietWarnings()
     QVERIFY(compose());
     fill(u"bob@example.org"_s, u"Report"_s, u"The report is attached.\n"_s);
     act("compose.send");
-    auto *bar = m_window->findChild<AskingBar *>();
+    AskingBar *bar = asking();
     QVERIFY(bar->isVisible());
     QCOMPARE(outbox().counts().total, 0);
     header()->setText(Field::To, {}); // what is wrong by then is found
@@ -203,53 +145,6 @@ void ComposeTest::quietWarnings()
     act("compose.send");
     bar->findChild<QAbstractButton *>(u"second"_s)->click();
     QTRY_COMPARE(outbox().counts().total, 1);
-}
-
-void ComposeTest::pills_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QStringList>("addresses");
-    QTest::newRow("two by comma") << u"a@x.example, b@x.example,"_s
-                                  << QStringList{u"a@x.example"_s, u"b@x.example"_s};
-    QTest::newRow("semicolon") << u"a@x.example;b@x.example;"_s
-                               << QStringList{u"a@x.example"_s, u"b@x.example"_s};
-    QTest::newRow("comma in quotes") << u"\"Brandt, Clara\" <c@x.example>,"_s
-                                     << QStringList{u"c@x.example"_s};
-    QTest::newRow("doubled") << u"a@x.example,A@x.example,"_s << QStringList{u"a@x.example"_s};
-}
-
-void ComposeTest::pills()
-{
-    QFETCH(QString, typed);
-    QFETCH(QStringList, addresses);
-    QVERIFY(compose());
-    type(typed);
-    RecipientEdit *to = header()->recipients(Field::To);
-    QStringList found;
-    for (const RecipientPill &pill : to->pills().all())
-        found.append(pill.address.address);
-    QCOMPARE(found, addresses);
-}
-
-void ComposeTest::keysOnPills()
-{
-    QVERIFY(compose());
-    RecipientEdit *to = header()->recipients(Field::To);
-    to->setText(u"a@x.example, b@x.example, not an address"_s);
-    QVERIFY(!to->pills().all().last().doubt.isEmpty());
-    to->entry()->setFocus();
-    m_program->key(Qt::Key_Backspace); // chooses the last one
-    QCOMPARE(to->pills().current(), 2);
-    m_program->key(Qt::Key_Delete);
-    QCOMPARE(to->pills().count(), 2);
-    m_program->key(Qt::Key_Left);
-    m_program->key(Qt::Key_C, Qt::ControlModifier);
-    QCOMPARE(QApplication::clipboard()->text(), u"a@x.example"_s);
-    m_program->key(Qt::Key_F2);
-    QCOMPARE(to->entry()->text(), u"a@x.example"_s);
-    QCOMPARE(to->pills().count(), 1);
-    m_program->key(Qt::Key_Return);
-    QCOMPARE(to->pills().count(), 2);
 }
 
 void ComposeTest::replies()
@@ -290,9 +185,7 @@ void ComposeTest::comesBackAfterACrash()
     m_program->window->keepWriting(); // as at the end of the program
     QVERIFY(!m_window);
     m_program->window->reopenWriting();
-    for (QWidget *each : QApplication::topLevelWidgets())
-        if (auto *found = qobject_cast<SendWindow *>(each))
-            m_window = found;
+    findWindow();
     QVERIFY(m_window);
     QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"Not lost"_s);
 }
@@ -329,28 +222,102 @@ void ComposeTest::closesOnlyAfterAsking()
     QTRY_VERIFY(!m_window);
 }
 
-void ComposeTest::attaches()
+void ComposeTest::warningsHaveAWayBack()
 {
-    const QString path = m_program->scratch.path(u"tide table.txt"_s);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("06:12 low\n");
-    file.close();
     QVERIFY(compose());
-    auto *files = new QMimeData;
-    files->setUrls({QUrl::fromLocalFile(path), QUrl::fromLocalFile(m_program->scratch.path(u"gone"_s))});
-    QApplication::clipboard()->setMimeData(files);
-    editor()->plain()->paste();
-    auto *strip = m_window->findChild<ComposeAttachments *>();
-    QCOMPARE(strip->model().rowCount(), 1);
-    QVERIFY(m_program->box()->text().startsWith(u"Unable to attach file"_s));
-    m_program->answer(u"OK"_s);
-    QVERIFY(strip->isVisible());
-    const Composition now = m_window->composition();
-    QCOMPARE(now.attachments.at(0).name, u"tide table.txt"_s);
-    QCOMPARE(now.attachments.at(0).data, "06:12 low\n");
-    strip->model().remove(0);
-    QVERIFY(strip->isHidden());
+    m_window->resize(1100, 600);
+    fill(u"bob@example.org"_s, u"Report"_s, u"The report is attached.\n"_s);
+    act("compose.send");
+    auto *tick = asking()->findChild<QAbstractButton *>(u"tick"_s);
+    QVERIFY(tick->isVisible());
+    QCOMPARE(tick->text(), u"Don't warn me about this again"_s);
+    tick->click();
+    QVERIFY(isTurnedOff(SendProblem::AttachmentForgotten));
+    QMenu *menu = m_window->actions().find(u"compose.warnings"_s)->menu();
+    emit menu->aboutToShow();
+    QCOMPARE(menu->actions().size(), 9);
+    QVERIFY(!menu->actions().first()->isChecked());
+    menu->actions().first()->trigger();
+    QVERIFY(!isTurnedOff(SendProblem::AttachmentForgotten));
+    turnOff(SendProblem::AttachmentForgotten);
+    act("compose.send");
+    QTRY_COMPARE(outbox().counts().total, 1);
+}
+
+void ComposeTest::restoresAVersion()
+{
+    QVERIFY(compose());
+    for (const QString &text : {u"First thought"_s, u"Second thought"_s}) {
+        editor()->plain()->setPlainText(text);
+        QVERIFY(m_window->keepNow());
+    }
+    act("compose.history");
+    auto *dialog = m_window->findChild<QDialog *>();
+    auto *list = dialog->findChild<QListWidget *>();
+    QCOMPARE(list->count(), 2);
+    list->setCurrentRow(1);
+    dialog->accept();
+    QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"First thought"_s);
+    QVERIFY(m_window->keepNow());
+    QCOMPARE(m_program->engine.drafts().versions(m_window->draft()).size(), 3U);
+}
+
+void ComposeTest::sendsLater()
+{
+    QVERIFY(compose());
+    fill(u"bob@example.org"_s, u"S"_s, u"Text"_s);
+    act("compose.sendLater");
+    auto *dialog = m_window->findChild<QDialog *>();
+    auto *time = dialog->findChild<QDateTimeEdit *>();
+    dialog->findChildren<QRadioButton *>().last()->setChecked(true);
+    const QDateTime then = QDateTime::currentDateTime().addDays(3);
+    time->setDateTime(then);
+    dialog->accept();
+    QTRY_VERIFY(!m_window);
+    const OutboxEntry entry = m_program->engine.outbox().entries().at(0);
+    QCOMPARE(entry.state, OutboxState::Held);
+    QVERIFY(std::abs(entry.due - then.toSecsSinceEpoch()) <= 60);
+    qint64 changed = 0;
+    QDialog *again = askSendingTime(
+        m_program->window.get(), [&changed](qint64 due) { changed = due; }, entry.due);
+    again->accept();
+    QCOMPARE(changed / 60, entry.due / 60);
+}
+
+void ComposeTest::saysWhatIsNotSaved()
+{
+    QVERIFY(compose());
+    const QString directory = configPathOf(u"Drafts"_s);
+    QVERIFY(QDir(directory).removeRecursively());
+    m_program->scratch.write(u"config/Drafts"_s, "in the way");
+    editor()->plain()->setPlainText(u"Not to be lost"_s);
+    QVERIFY(!m_window->keepNow());
+    QVERIFY(asking()->isVisible());
+    QCOMPARE(asking()->kind(), MessageBar::Kind::Error);
+    QVERIFY(!m_program->window->boxes().isBusy());
+    asking()->findChild<QAbstractButton *>(u"second"_s)->click();
+    auto *dialog = m_window->findChild<QFileDialog *>(u"saveElsewhere"_s);
+    QVERIFY(dialog);
+    const QString path = m_program->scratch.path(u"saved.eml"_s);
+    emit dialog->fileSelected(path);
+    dialog->reject();
+    QVERIFY(Scratch::read(path).contains("Not to be lost"));
+    QVERIFY(QFile::remove(directory));
+    QVERIFY(m_window->keepNow());
+    QCOMPARE(asking()->kind(), MessageBar::Kind::Good);
+}
+
+void ComposeTest::refusesWhatCannotBeSecret()
+{
+    setBoolSetting(Setting::EncryptByDefault, true);
+    QVERIFY(compose());
+    fill(u"bob@example.org"_s, u"S"_s, u"Text"_s);
+    act("compose.send");
+    QVERIFY(asking()->isVisible());
+    QCOMPARE(outbox().counts().total, 0);
+    asking()->findChild<QAbstractButton *>(u"first"_s)->click();
+    act("compose.send");
+    QTRY_COMPARE(outbox().counts().total, 1);
 }
 
 void ComposeTest::formats()
@@ -363,7 +330,7 @@ void ComposeTest::formats()
     editor()->rich()->setBold(true);
     Composition now = m_window->composition();
     QVERIFY2(now.html.contains(u"<b>Dear Bob</b>"_s), qPrintable(now.html));
-    QVERIFY(now.html.contains(u"<blockquote type=\"cite\">"_s));
+    QVERIFY(now.html.contains(u"<blockquote type=\"cite\""_s));
     QVERIFY2(now.text.contains(u"> quoted"_s), qPrintable(now.text));
     act("compose.rich"); // what would be lost is asked about
     QVERIFY(editor()->isRich());
@@ -412,9 +379,7 @@ void ComposeTest::mailtoBringsNoFiles()
 {
     m_program->window->write(
         u"mailto:a@x.example?subject=Hi%0ABcc:%20evil@x.example&body=Text&attach=/etc/passwd&attachment=/etc/passwd"_s);
-    for (QWidget *each : QApplication::topLevelWidgets())
-        if (auto *found = qobject_cast<SendWindow *>(each))
-            m_window = found;
+    findWindow();
     QVERIFY(m_window);
     const Composition now = m_window->composition();
     QCOMPARE(now.to, u"a@x.example"_s);

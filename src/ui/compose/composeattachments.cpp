@@ -96,14 +96,20 @@ void ComposeAttachmentModel::remove(int row)
 /// One at a time: a message may have a hundred of them.
 void ComposeAttachmentModel::makePicture()
 {
-    const auto next = std::find(m_pictures.begin(), m_pictures.end(), std::nullopt);
-    if (next == m_pictures.end())
-        return m_picturing.stop();
-    const int row = int(next - m_pictures.begin());
     const int side = int(std::ceil(AttachmentView::pictureSide() * qApp->devicePixelRatio()));
-    *next = m_all[row].contentType.startsWith("image/") ? smallPictureOf(m_all[row].data, side) : QImage();
-    if (!(*next)->isNull())
-        emit dataChanged(index(row), index(row));
+    for (int row = 0; row < m_listed; ++row) {
+        std::optional<QImage> &picture = m_pictures[row];
+        if (picture)
+            continue;
+        picture = QImage();
+        if (!m_all[row].contentType.startsWith("image/"))
+            continue;
+        picture = smallPictureOf(m_all[row].data, side);
+        if (!picture->isNull())
+            emit dataChanged(index(row), index(row));
+        return;
+    }
+    m_picturing.stop();
 }
 
 void ComposeAttachmentModel::rename(int row, const QString &name)

@@ -104,6 +104,7 @@ void SendWindow::fillCharsets(QMenu *menu)
         group->addAction(action);
         connect(action, &QAction::triggered, this, [this, charset] {
             m_rest.charset = charset;
+            m_rest.charsetForced = false; // what does not fit this one is asked about again
             changed();
         });
     }
