@@ -26,7 +26,6 @@
 #include <QTest>
 #include <QTextBlock>
 
-#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -172,6 +171,14 @@ void drawOthers(Scene &scene, const QString &stem)
     SendWindow *news = scene.open(article);
     save(*news, stem + u"-article.png"_s);
     delete news;
+}
+
+void tell(const char *what, const std::function<void()> &work)
+{
+    QElapsedTimer clock;
+    clock.start();
+    work();
+    std::printf("%-44s %8.2f ms\n", what, double(clock.nsecsElapsed()) / 1e6);
 }
 
 } // namespace
