@@ -188,6 +188,9 @@ private slots:
         Writer w({});
         QMimeData data;
         data.setUrls({QUrl(u"mailto:bob@example.org?subject=Tides&attach=/etc/passwd"_s)});
+        QDragEnterEvent enter({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(w.window.get(), &enter);
+        QVERIFY(enter.isAccepted());
         QDropEvent drop({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(w.window.get(), &drop);
         QVERIFY(sendWindow());

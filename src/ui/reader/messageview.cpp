@@ -96,9 +96,9 @@ void MessageView::createPanes()
     m_empty = new EmptyState(this);
     m_page = new QWidget(this);
     m_header = new HeaderCard(m_page);
+    m_bar = new AskingBar(m_page);
     m_question = new AskingBar(m_page);
     m_question->setObjectName(u"question"_s);
-    m_bar = new AskingBar(m_page);
     m_body = new BodyView(m_page);
     m_find = new FindBar(m_body, m_page);
     m_attachments = new AttachmentActions(m_bar, this);
