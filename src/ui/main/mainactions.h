@@ -131,7 +131,7 @@ constexpr int kActCount = int(Act::About) + 1;
 constexpr int kTabKeys = 9; ///< Alt+1 to Alt+9
 constexpr int kTagKeys = 9; ///< 1 to 9
 
-/// What an action may need, see ActionRow::needs.
+/// What an action may need, see ActionRow::needs; bits 20 to 24 are the reader's (readeractions.h).
 enum Need : unsigned {
     NeedsGroup = 1u << 0,     ///< one group is shown
     NeedsOwnGroup = 1u << 1,  ///< one that the user made
@@ -153,7 +153,7 @@ enum Need : unsigned {
     NeedsWaiting = 1u << 17,    ///< something waits in the outbox
     NeedsOwnMessage = 1u << 18, ///< the current message is a draft, or waits in the outbox
     NeedsWaitingOne = 1u << 19, ///< the current message waits in the outbox
-    NeedsCountdown = 1u << 20,  ///< something that was sent can still be taken back
+    NeedsCountdown = 1u << 28,  ///< something that was sent can still be taken back
 };
 
 /// The main window's actions, made in its registry.
