@@ -213,8 +213,12 @@ QString quotedText(const QString &text)
 
 QString attribution(const Message &message, bool personal)
 {
-    const QString text =
-        stringSetting(personal ? Setting::AttributionTextPersonal : Setting::AttributionText);
+    return filledAttribution(
+        stringSetting(personal ? Setting::AttributionTextPersonal : Setting::AttributionText), message);
+}
+
+QString filledAttribution(const QString &text, const Message &message)
+{
     QString out;
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (text[i] == u'%' && i + 1 < text.size())

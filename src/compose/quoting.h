@@ -40,6 +40,8 @@ bool isQuotedLine(QStringView line);
 ///     %d  the date, %t the time of day, both in the user's zone and form
 ///     %D  the field Date as it stands           %%  "%"
 QString attribution(const Message &message, bool personal);
+/// The same from @p text instead of a setting.
+QString filledAttribution(const QString &text, const Message &message);
 
 /// The text of a message that a reply quotes: its plain text, or its HTML as text; signature cut unless
 /// `QuoteSigs`. With `SendWrapText` its paragraphs of one line each are wrapped to fit behind `QuotePrefix`.
