@@ -44,12 +44,24 @@ bool Account::setOptions(const AccountOptions &options)
     return true;
 }
 
+void Account::noteLargestMail(qint64 bytes)
+{
+    if (bytes == largestMail())
+        return;
+    AccountOptions changed = options();
+    changed.largestMail = bytes;
+    setOptions(changed);
+}
+
 /// The editor's word, or an answer of the user: what was refused may be tried again.
 void Account::setData(const AccountData &data)
 {
+    const bool isAnotherServer = data.host != m_data.host || data.port != m_data.port;
     const bool isAnotherLogin =
         data.user != m_data.user || data.host != m_data.host || data.password != m_data.password;
     m_data = data;
+    if (isAnotherServer)
+        noteLargestMail(0);
     if (isAnotherLogin) {
         if (data.password != m_desk->password())
             m_desk->forgetPassword();

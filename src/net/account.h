@@ -58,6 +58,9 @@ public:
     /// Writes them at once (those of number 0 nowhere). False after a report: the earlier ones hold.
     bool setOptions(const AccountOptions &options);
 
+    /// Bytes of the largest message that the server of a sender takes, as it said last; 0: nobody knows.
+    qint64 largestMail() const { return options().largestMail; }
+
     /// Starts a fetch (a sender: a send). @p manual: the user asked for it, and may be asked; @p
     /// allConnections: not only one. The account that is chained to it fetches along, as by the user.
     FetchAnswer fetch(bool manual, bool allConnections);
@@ -111,6 +114,9 @@ public:
     /// The server refused user or password: no fetch by itself until somebody acted, and the next question
     /// for the password shows @p reply.
     void loginRefused(const QString &reply);
+
+    /// The server takes messages of at most so many bytes; 0: it names no limit.
+    void noteLargestMail(qint64 bytes);
     /// @}
 
     /// Makes @p password the one that counts and keeps it as @p keeping says, for a window as for an answer.

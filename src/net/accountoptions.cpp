@@ -20,6 +20,7 @@ constexpr ListFileTexts kTexts = {"Unable to read account options file",
 constexpr QLatin1StringView kCaFile("ca-file ");
 constexpr QLatin1StringView kLogin("login ");
 constexpr QLatin1StringView kCertificate("certificate ");
+constexpr QLatin1StringView kLargestMail("largest-mail ");
 constexpr qsizetype kFingerprintLength = 64;
 constexpr qint64 kMostBytes = 4 * 1024 * 1024; ///< of the file: some thousand certificates
 
@@ -65,6 +66,15 @@ bool takeLogin(AccountOptions &options, const QString &word)
     return true;
 }
 
+bool takeLargestMail(AccountOptions &options, const QString &number)
+{
+    bool isNumber = false;
+    const qint64 bytes = number.toLongLong(&isNumber);
+    if (isNumber && bytes > 0)
+        options.largestMail = bytes;
+    return isNumber;
+}
+
 /// False: the line is not one of ours.
 bool takeLine(AccountOptions &options, const QString &line)
 {
@@ -74,6 +84,8 @@ bool takeLine(AccountOptions &options, const QString &line)
     }
     if (line.startsWith(kLogin))
         return takeLogin(options, line.sliced(kLogin.size()));
+    if (line.startsWith(kLargestMail))
+        return takeLargestMail(options, line.sliced(kLargestMail.size()));
     if (!line.startsWith(kCertificate))
         return false;
     const auto certificate = certificateOf(line.sliced(kCertificate.size()));
@@ -137,6 +149,8 @@ bool writeAccountOptions(int number, const AccountOptions &options)
         lines += kCaFile + escapedText(options.caFile);
     if (options.login != LoginMethod::Automatic)
         lines += kLogin + QLatin1StringView(kLoginMethodWords[std::size_t(options.login)]);
+    if (options.largestMail > 0)
+        lines += kLargestMail + QString::number(options.largestMail);
     for (const CertificateInfo &certificate : options.accepted)
         lines += kCertificate + certificateText(certificate);
     return optionsFile(number).write(lines + options.others);

@@ -27,6 +27,10 @@ struct AccountOptions
     /// given by its fingerprint alone has nothing but that.
     std::vector<CertificateInfo> accepted;
 
+    /// Bytes of the largest message that an outgoing server takes (RFC 1870), as it said last; 0: it named
+    /// none.
+    qint64 largestMail = 0;
+
     /// Lines of later days, kept as they are.
     QStringList others;
 

@@ -67,6 +67,7 @@ void AccountFilesTest::options()
     AccountOptions options;
     options.caFile = u"/home/ada/own\nca.pem"_s;
     options.login = LoginMethod::Digest;
+    options.largestMail = 35'882'577'000;
     options.accept(certificate("a"));
     options.accept(certificate("b"));
     options.accept(certificate("a")); // is the newest again
@@ -74,6 +75,7 @@ void AccountFilesTest::options()
     const AccountOptions read = readAccountOptions(7);
     QCOMPARE(read.caFile, options.caFile);
     QCOMPARE(read.login, LoginMethod::Digest);
+    QCOMPARE(read.largestMail, options.largestMail);
     QCOMPARE(read.accepted.size(), 2u);
     const CertificateInfo &newest = read.accepted.back();
     QCOMPARE(newest.sha256, QByteArray("a").repeated(64));
