@@ -42,6 +42,14 @@ public:
     /// Leases the next of them; nobody else sees it until it is settled. Empty: there is none.
     virtual std::optional<OutgoingMessage> next(int account) = 0;
 
+    /// Whether what is going to be said of that message can be written down; asked before each transaction,
+    /// so that no text is carried to a server in vain. False, after a report: it waits, as all others.
+    virtual bool hasRoom(quint64 ticket)
+    {
+        Q_UNUSED(ticket)
+        return true;
+    }
+
     /// The bytes that hold the final dot are about to go out, for @p recipients. False, after a report: this
     /// could not be written down, they must not go.
     [[nodiscard]] virtual bool sending(quint64 ticket, const QList<QByteArray> &recipients) = 0;

@@ -1,5 +1,7 @@
 #include "net/smtpsession.h"
 
+#include "net/accountoptions.h"
+
 #include "config/settings.h"
 #include "support/memory.h"
 
@@ -21,12 +23,16 @@ private slots:
     void encryption();
     void failures_data();
     void failures();
+    void loginIsNotEnough_data();
+    void loginIsNotEnough();
+    void largestMail();
     void logHidesSecrets();
     void loginTest();
     void stop_data();
     void stop();
     void abandonedBehindTheDot();
     void drip();
+    void patience_data();
     void patience();
 };
 
@@ -78,6 +84,12 @@ void SmtpSenderTest::login_data()
         "S: 250-a\nS: 250 AUTH CRAM-MD5 PLAIN LOGIN\n" + kCram + "S: 535 first\n" + kPlain +
             "S: 534 second\n" + kLogin + "S: 535-5.7.8 third\nS: 535 5.7.8 Go away\n",
         Reason::Unexpected, u"535-5.7.8 third\n535 5.7.8 Go away"_s);
+    for (const char *code : {"534", "538", "550", "554"})
+        row(code, "S: 250 AUTH PLAIN\n" + kPlain + "S: " + code + " Go away\n", Reason::Unexpected,
+            QLatin1String(code) + u" Go away"_s);
+    row("given up by us: nothing was said of the password",
+        "S: 250 AUTH CRAM-MD5\nC: AUTH CRAM-MD5\nS: 334 !\nC: *\nS: 501 given up\n", Reason::Unexpected,
+        u"501 given up"_s);
     row("not now", "S: 250 AUTH PLAIN\n" + kPlain + "S: 454 later\n", Reason::Unexpected, u"454 later"_s);
     row("530 without a way to encrypt", "S: 250 AUTH PLAIN LOGIN\n" + kPlain + "S: 530 encrypt\n",
         Reason::Unexpected, u"530 encrypt"_s);
@@ -213,7 +225,8 @@ void SmtpSenderTest::failures_data()
         {"sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1"});
     row("a greeting that refuses", "S: 554-no\nS: 554 service\nE\n", Reason::Unavailable,
         u"554-no\n554 service"_s, {});
-    row("a greeting of another protocol", "S: +OK POP3\nE\n", Reason::Unexpected, u"+OK POP3"_s, {});
+    row("a greeting of another protocol", "S: +OK POP3\nE\n", Reason::Unavailable, u"+OK POP3"_s, {});
+    row("a greeting with two codes", "S: 554-a\nS: 220 b\nE\n", Reason::Unavailable, u"554-a\n220 b"_s, {});
     row("EHLO refused for now", kGreeting + "S: 451 later\nE\n", Reason::Unexpected, u"451 later"_s, {});
     row("a reply with two codes", kGreeting + "S: 250-a\nS: 550 b\nE\n", Reason::Unexpected,
         u"250-a\n550 b"_s, {});
@@ -225,6 +238,10 @@ void SmtpSenderTest::failures_data()
     row("a reply of too many bytes", kGreeting + "G: 300 250-" + QByteArray(2000, 'x') + "\\r\\n\nE\n",
         Reason::Unexpected, QString(), {});
     row("530 to MAIL", mail + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
+    row("an answer to the text before there is any", data + "P: 354 go\\r\\n250 queued\\r\\n\nE\n",
+        Reason::Unexpected, u"250 queued"_s, waits);
+    row("a refusal of the text before there is any", data + "P: 354 go\\r\\n550 no\\r\\n\nE\n",
+        Reason::Unexpected, u"550 no"_s, {"refused 1 |  550 no", "release 1 early"});
     row("530 to RCPT", rcpt + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
     row("530 to DATA", data + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
     row("a text that is not for people",
@@ -255,6 +272,45 @@ void SmtpSenderTest::failures()
     for (const QString &why : user.queue.reasons)
         QCOMPARE(why.isEmpty(), reason == Reason::None);
     QCOMPARE(user.end.times, 1);
+}
+
+void SmtpSenderTest::loginIsNotEnough_data()
+{
+    QTest::addColumn<QByteArray>("extensions");
+    QTest::addColumn<QByteArray>("answers");
+    const QByteArray mail = "C: MAIL FROM:<ada@example.com>\n";
+    const QByteArray rcpt = "C: RCPT TO:<bob@example.org>\n";
+    const QByteArray rset = "C: RSET\nS: 250 ok\n";
+    QTest::newRow("to MAIL") << QByteArray() << mail + "S: 530 no\n";
+    QTest::newRow("to a batch") << QByteArray("S: 250-PIPELINING\n")
+                                << mail + rcpt + "S: 530 no\nS: 503 MAIL first\n";
+    QTest::newRow("to DATA") << QByteArray()
+                             << mail + "S: 250 ok\n" + rcpt + "S: 250 ok\nC: DATA\nS: 530 no\n" + rset;
+}
+
+/// 530 from a server that has had its login is a refusal of the message, which would come back for ever.
+void SmtpSenderTest::loginIsNotEnough()
+{
+    QFETCH(const QByteArray, extensions);
+    QFETCH(const QByteArray, answers);
+    SmtpUserAtTest user;
+    user.queue.add(waitingMail());
+    QVERIFY(user.play(kGreeting + "S: 250-a\n" + extensions + "S: 250 AUTH PLAIN\n" + kPlain + "S: 235 ok\n" +
+                      answers + smtpQuit()));
+    QCOMPARE(user.end.reason, Reason::WithErrors);
+    QCOMPARE(user.queue.calls, QByteArrayList({"refused 1 |  530 no", "release 1"}));
+}
+
+/// Known before the next message is written; until the server says something else, or is another one.
+void SmtpSenderTest::largestMail()
+{
+    SmtpUserAtTest user(0, {});
+    for (const auto &[extensions, largest] :
+         {std::pair("SIZE 35882577", 35882577), {"SIZE 0", 0}, {"SIZE 1000", 1000}, {"HELP", 0}}) {
+        QVERIFY(user.play(smtpHello(extensions) + smtpQuit()));
+        QCOMPARE(user.account().largestMail(), largest);
+        QCOMPARE(readAccountOptions(7).largestMail, largest);
+    }
 }
 
 void SmtpSenderTest::logHidesSecrets()
@@ -349,24 +405,56 @@ void SmtpSenderTest::drip()
     QCOMPARE(user.end.reason, Reason::TimedOut);
 }
 
-/// Ten minutes after the final dot: a server that gives up earlier would be sent the message twice.
+void SmtpSenderTest::patience_data()
+{
+    QTest::addColumn<QByteArray>("script"); ///< up to where the server stalls
+    QTest::addColumn<int>("minutes");
+    QTest::addColumn<QString>("awaited");
+    QTest::addColumn<QByteArrayList>("calls");
+    const QByteArray mail = smtpHello() + "C: MAIL FROM:<ada@example.com>\n";
+    const QByteArray rcpt = mail + "S: 250 ok\nC: RCPT TO:<bob@example.org>\n";
+    const QByteArray data = rcpt + "S: 250 ok\nC: DATA\n";
+    const QByteArray text = data + "S: 354 go\n" + arrivingMail();
+    const QByteArrayList waits = {"release 1 early"};
+    const QByteArrayList sent = {"sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1"};
+    const auto row = [](const char *name, const QByteArray &script, int minutes, const QString &awaited,
+                        const QByteArrayList &calls) {
+        QTest::newRow(name) << script << minutes << awaited << calls;
+    };
+    row("greeting", {}, 5, u"the greeting"_s, {});
+    row("EHLO", kGreeting, 5, u"the reply to EHLO"_s, {});
+    row("HELO", kGreeting + "S: 502 no\nC~ HELO .*\n", 5, u"the reply to HELO"_s, {});
+    row("MAIL", mail, 5, u"the reply to MAIL"_s, waits);
+    row("RCPT", rcpt, 5, u"the reply to RCPT"_s, waits);
+    row("DATA", data, 2, u"the reply to DATA"_s, waits);
+    row("final dot", text, 10, u"the reply to the message"_s,
+        {"sending 1 bob@example.org", "release 1 early"});
+    row("RSET", rcpt + "S: 550 no\nC: RSET\n", 5, u"the reply to RSET"_s,
+        {"refused 1 | bob@example.org 550 no", "release 1 early"});
+    row("QUIT", text + "S: 250 ok\nC: QUIT\n", 1, {}, sent);
+}
+
+/// A server that says nothing any more: how long it is waited for (RFC 5321 4.5.3.2), and what is known then.
 void SmtpSenderTest::patience()
 {
+    QFETCH(const QByteArray, script);
+    QFETCH(const int, minutes);
+    QFETCH(const QString, awaited);
+    QFETCH(const QByteArrayList, calls);
     SmtpUserAtTest user(0, {});
     user.queue.add(waitingMail());
-    int atSending = 0;
+    int atSending = 3 * 60 * 1000;
     user.queue.onSending = [&] { atSending = user.sender().patience(); };
-    ScriptedServer server(smtpHello() +
-                          "C: MAIL FROM:<ada@example.com>\nS: 250 ok\nC: RCPT TO:<bob@example.org>\n"
-                          "S: 250 ok\nC: DATA\nS: 354 go\n" +
-                          arrivingMail() + "W\nE\n");
+    ScriptedServer server(script + "W\nE\n");
     QVERIFY(user.meet(server).start());
     QVERIFY(comesTrue([&] { return server.isWaiting(); }));
+    QVERIFY(comesTrue([&] { return user.sender().patience() == minutes * 60 * 1000; }));
     QCOMPARE(atSending, 3 * 60 * 1000);
-    QCOMPARE(user.sender().patience(), 10 * 60 * 1000);
     QVERIFY(QMetaObject::invokeMethod(&user.sender(), "slotTimeout"));
-    QCOMPARE(user.end.reason, Reason::TimedOut);
-    QCOMPARE(user.queue.calls, QByteArrayList({"sending 1 bob@example.org", "release 1 early"}));
+    QCOMPARE(user.end.reason, awaited.isEmpty() ? Reason::None : Reason::TimedOut);
+    if (!awaited.isEmpty())
+        QCOMPARE(user.end.detail, u"Awaited was: "_s + awaited);
+    QCOMPARE(user.queue.calls, calls);
     server.release();
     QVERIFY2(server.finished(), server.problem());
 }

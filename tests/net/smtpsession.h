@@ -20,7 +20,13 @@ public:
         m_waiting.push_back({++m_last, text, remaining});
     }
 
-    int waiting(int) const override { return int(m_waiting.size()); }
+    int waiting(int) const override
+    {
+        ++asked;
+        return int(m_waiting.size());
+    }
+
+    bool hasRoom(quint64) override { return isRoomy; }
 
     std::optional<OutgoingMessage> next(int) override
     {
@@ -61,6 +67,8 @@ public:
     QList<QByteArray> calls;
     QStringList reasons;
     bool canWrite = true;
+    bool isRoomy = true;
+    mutable int asked = 0; ///< how often for the number of those that wait
     std::function<void()> onSending;
 
 private:

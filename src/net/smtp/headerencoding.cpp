@@ -3,7 +3,9 @@
 #include "message/address.h"
 #include "message/encodedword.h"
 #include "message/headerblock.h"
+#include "message/lineends.h"
 #include "message/message.h"
+#include "net/smtp/transferencoding.h"
 
 #include <algorithm>
 #include <array>
@@ -60,6 +62,46 @@ QByteArray addressLines(const Message &field, const QByteArray &name, bool maySt
     return lines;
 }
 
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+/// Where a line may be broken, before blanks with more behind them; before @p most if there is such a place.
+qsizetype breakOf(QByteArrayView line, qsizetype most)
+{
+    qsizetype found = -1;
+    bool hasText = false;
+    for (qsizetype i = 0; i + 1 < line.size() && (i <= most || found < 0); ++i) {
+        hasText |= !isBlank(line[i]);
+        if (hasText && isBlank(line[i]) && !isBlank(line[i + 1]))
+            found = i;
+    }
+    return found;
+}
+
+/// Folded where it is too long for a server; unfolded it is the same (RFC 5322 2.2.3).
+QByteArray foldedField(QByteArrayView field)
+{
+    if (field.size() <= kLongestMailLine)
+        return field.toByteArray();
+    QByteArray folded;
+    while (!field.isEmpty()) {
+        QByteArrayView line = takeLine(field);
+        while (line.size() > kLongestMailLine && isBlank(line.back()))
+            line.chop(1);
+        while (line.size() > kLongestMailLine) {
+            const qsizetype end = breakOf(line, kLongestMailLine);
+            if (end < 0)
+                break;
+            folded.append(line.first(end)).append('\n');
+            line = line.sliced(end);
+        }
+        folded.append(line).append('\n');
+    }
+    return folded;
+}
+
 QByteArray encodedField(QByteArrayView field, bool mayStay)
 {
     const qsizetype colon = field.indexOf(':');
@@ -86,10 +128,10 @@ QByteArray withEncodedHeader(const QByteArray &message, bool mayStay)
         while (end >= 0 && end + 1 < header.size() && (header[end + 1] == ' ' || header[end + 1] == '\t'))
             end = header.indexOf('\n', end + 1);
         const QByteArrayView field = header.sliced(at, (end < 0 ? header.size() : end + 1) - at);
-        if (isAscii(field) || !isFieldLine(field))
+        if (!isFieldLine(field))
             result += field;
         else
-            result += encodedField(field, mayStay);
+            result += isAscii(field) ? foldedField(field) : encodedField(field, mayStay);
         at += field.size();
     }
     return result.append(QByteArrayView(message).sliced(extent.length));

@@ -47,7 +47,9 @@ void SMTPSender::greeting(const SmtpReply &reply)
 void SMTPSender::greet()
 {
     m_extensions = {};
-    m_isLoggedIn = false;
+    m_isLoggedIn = m_isGivenUp = false;
+    if (m_mail)
+        m_mail->forgetEncoding();
     say("EHLO " + clientName(), State::Ehlo);
 }
 
@@ -154,8 +156,15 @@ void SMTPSender::cramMd5Reply(const SmtpReply &reply)
     const auto challenge =
         QByteArray::fromBase64Encoding(reply.argument(), QByteArray::AbortOnBase64DecodingErrors);
     if (!challenge || (*challenge).isEmpty())
-        return say("*", State::CramMd5Answer); // what is no challenge is not answered; 501 follows
+        return giveUpMethod();
     saySecret(cramMd5Response(reply.argument(), m_user, m_password), State::CramMd5Answer);
+}
+
+/// What is no challenge is not answered. 501 follows, which says nothing of the password.
+void SMTPSender::giveUpMethod()
+{
+    m_isGivenUp = true;
+    say("*", State::CramMd5Answer);
 }
 
 void SMTPSender::loginReply(const SmtpReply &reply)
@@ -182,7 +191,7 @@ void SMTPSender::authReply(const SmtpReply &reply)
         m_isLoggedIn = true;
         return ready();
     }
-    if (reply.code() == 530 && m_extensions.startTls && !socket()->isEncrypted())
+    if (reply.code() == 530 && canEncrypt())
         return say("STARTTLS", State::StartTls);
     if (reply.isPermanent() && reply.code() != 530)
         return methodRefused(reply);
@@ -194,7 +203,8 @@ void SMTPSender::methodRefused(const SmtpReply &reply)
 {
     if (!concernsMethod(reply.code()) || !m_methodRefusal.isEmpty())
         m_methodRefusal = reply.lines();
-    m_loginRefused |= reply.code() == 535;
+    m_loginRefused |= !concernsMethod(reply.code()) && !m_isGivenUp;
+    m_isGivenUp = false;
     tryNextMethod();
 }
 
@@ -208,15 +218,26 @@ void SMTPSender::methodsExhausted()
     end(AccountFetchReason::Unexpected, m_methodRefusal);
 }
 
+bool SMTPSender::canEncrypt() const
+{
+    return m_extensions.startTls && !socket()->isEncrypted();
+}
+
 /// 530 says that mail is taken behind a login alone, or over an encrypted connection: so will it be with
-/// every other message. What the server offers to that end is tried, once; these ones wait.
+/// every other message. Where all that is done it is a refusal of this one.
+bool SMTPSender::wantsLogin(const SmtpReply &reply) const
+{
+    return reply.code() == 530 && (!m_isLoggedIn || canEncrypt());
+}
+
+/// What the server offers to that end is tried, once; the messages wait.
 void SMTPSender::logInAfterAll()
 {
     m_mail->putBack();
     const QString said = std::exchange(m_loginWish, {});
-    if (m_extensions.startTls && !socket()->isEncrypted())
+    if (canEncrypt())
         return say("STARTTLS", State::StartTls);
-    if (!m_user.isEmpty() && !m_isLoggedIn)
+    if (!m_user.isEmpty())
         noteLoginRefused(said);
     end(AccountFetchReason::LoginFailed, said);
 }
@@ -228,6 +249,8 @@ void SMTPSender::ready()
         secret->fill('\0');
         secret->clear();
     }
+    if (account())
+        account()->noteLargestMail(m_extensions.sizeLimit);
     if (m_task == SmtpTask::LoginTest)
         return quit();
     sendNext();

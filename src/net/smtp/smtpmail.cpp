@@ -1,11 +1,18 @@
 #include "net/smtp/smtpmail.h"
 
 #include "net/smtp/headerencoding.h"
-#include "net/smtp/transferencoding.h"
 
 #include <QCoreApplication>
 
 #include <algorithm>
+
+namespace {
+
+// in one pass of the event loop
+constexpr qsizetype kSurveyBytes = 8 * 1024 * 1024;
+constexpr qsizetype kEncodeBytes = 1024 * 1024;
+
+} // namespace
 
 SmtpMail::SmtpMail(const OutgoingMessage &message)
     : m_ticket(message.ticket)
@@ -20,10 +27,21 @@ SmtpMail::SmtpMail(const OutgoingMessage &message)
     m_all = qsizetype(m_waiting.size());
 }
 
+bool SmtpMail::prepare()
+{
+    if (!m_fitting)
+        return m_text.survey(kSurveyBytes);
+    if (!m_fitting->write(kEncodeBytes))
+        return false;
+    m_message = m_fitting->written();
+    m_text = SmtpText(m_message);
+    m_fitting.reset();
+    return m_text.survey(kEncodeBytes);
+}
+
 void SmtpMail::reencode(bool mayHaveEightBit, bool mayBeUtf8)
 {
-    m_message = withFittingEncodings(withEncodedHeader(m_message, mayBeUtf8), mayHaveEightBit);
-    m_text = SmtpText(m_message);
+    m_fitting = std::make_unique<FittingMessage>(withEncodedHeader(m_message, mayBeUtf8), mayHaveEightBit);
     m_isReencoded = true;
 }
 

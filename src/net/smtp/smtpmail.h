@@ -3,8 +3,10 @@
 #include "net/outgoingqueue.h"
 #include "net/smtp/envelope.h"
 #include "net/smtp/smtptext.h"
+#include "net/smtp/transferencoding.h"
 
 #include <deque>
+#include <memory>
 #include <optional>
 
 /// One message on its way: its recipients, those of the transaction that runs, and its text.
@@ -16,9 +18,15 @@ public:
     quint64 ticket() const { return m_ticket; }
     SmtpText &text() { return m_text; }
 
-    /// The text, and its header, in an encoding that the server takes; to be surveyed again.
+    /// Makes ready a part of the text, and looks at it. False: there is more to do.
+    bool prepare();
+
+    /// Begins to put the text, and its header, into an encoding that the server takes; to be prepared again.
     void reencode(bool mayHaveEightBit, bool mayBeUtf8);
     bool isReencoded() const { return m_isReencoded; }
+
+    /// The server says anew what it takes.
+    void forgetEncoding() { m_isReencoded = false; }
 
     /// None: the message names nobody who sends it.
     const std::optional<EnvelopeAddress> &sender() const { return m_sender; }
@@ -61,6 +69,7 @@ private:
     const quint64 m_ticket;
     QByteArray m_message;
     SmtpText m_text;
+    std::unique_ptr<FittingMessage> m_fitting; ///< while it is made
     bool m_isReencoded = false;
     std::optional<EnvelopeAddress> m_sender;
     qsizetype m_all = 0; ///< recipients at the beginning

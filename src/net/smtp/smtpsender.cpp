@@ -180,7 +180,9 @@ void SMTPSender::hear(const QByteArray &said)
         if (m_state == State::EhloList && m_reply.code() == 250)
             m_extensions.read(QByteArrayView(line).sliced(4));
         return;
-    case SmtpReply::Progress::Broken: return endWithReply(m_reply);
+    case SmtpReply::Progress::Broken:
+        return m_state == State::Greeting ? end(AccountFetchReason::Unavailable, m_reply.lines())
+                                          : endWithReply(m_reply);
     case SmtpReply::Progress::Whole: break;
     }
     if (m_reply.code() == 421 && m_state != State::Greeting)
@@ -276,5 +278,7 @@ void SMTPSender::slotConnectionClosed()
 
 void SMTPSender::slotTimeout()
 {
+    if (m_state == State::Quit)
+        return quitReply({});
     end(AccountFetchReason::TimedOut, tr("Awaited was: %1").arg(tr(step().awaits)));
 }

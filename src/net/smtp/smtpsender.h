@@ -135,11 +135,14 @@ private:
     void logIn();
     void tryNextMethod();
     void cramMd5Reply(const SmtpReply &reply);
+    void giveUpMethod();
     void loginReply(const SmtpReply &reply);
     void plainReply(const SmtpReply &reply);
     void authReply(const SmtpReply &reply);
     void methodRefused(const SmtpReply &reply);
     void methodsExhausted();
+    bool canEncrypt() const;
+    bool wantsLogin(const SmtpReply &reply) const;
     void logInAfterAll();
     void ready();
     /// @}
@@ -157,6 +160,7 @@ private:
     void recipientsAnswered();
     void dataReply(const SmtpReply &reply);
     void writeText();
+    void endUnwritten();
     void earlyReply(const SmtpReply &reply);
     void textReply(const SmtpReply &reply);
     void rsetReply(const SmtpReply &reply);
@@ -189,6 +193,7 @@ private:
     QString m_loginWish;     ///< the reply that wants a login or encryption before mail
     bool m_isLoggedIn = false;
     bool m_isPlainSaid = false;
+    bool m_isGivenUp = false; ///< the login under way, by us
 
     QTimer m_slice;        ///< goes on with the look at a large message
     QTimer m_replyLimit;   ///< bytes that drip in do not stop it

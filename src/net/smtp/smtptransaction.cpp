@@ -2,7 +2,6 @@
 #include "net/account.h"
 #include "net/smtp/smtpmail.h"
 #include "net/smtp/smtpsender.h"
-#include "net/smtp/transferencoding.h"
 
 #include <QLocale>
 
@@ -14,9 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kSurveyBytes = 8 * 1024 * 1024; // in one pass of the event loop
-constexpr qsizetype kBlock = 64 * 1024;             // bytes of text that are made ready at once
-constexpr qint64 kMostUnsent = 256 * 1024;          // bytes that wait in the socket
+constexpr qsizetype kBlock = 64 * 1024;    // bytes of text that are made ready at once
+constexpr qint64 kMostUnsent = 256 * 1024; // bytes that wait in the socket
 constexpr int kStatusMilliseconds = 100;
 constexpr int kMostTroubles = 20; // lines
 
@@ -39,7 +37,7 @@ void SMTPSender::sendNext()
 {
     enter(State::Preparing);
     while (m_mail || takeMail()) {
-        if (!m_mail->text().survey(kSurveyBytes))
+        if (!m_mail->prepare())
             return m_slice.start(0);
         if (fitMail())
             continue;
@@ -61,7 +59,8 @@ bool SMTPSender::takeMail()
         return false;
     m_mail = std::make_unique<SmtpMail>(*message);
     ++m_number;
-    m_total = std::max(m_total, m_number + m_queue->waiting(account()->number()));
+    if (m_number > m_total) // the queue has to look at all that it holds
+        m_total = m_number + m_queue->waiting(account()->number());
     setStatus(tr("Sending message %1 of %2...").arg(m_number).arg(m_total), true);
     showProgress();
     return true;
@@ -108,6 +107,12 @@ bool SMTPSender::beginMail()
                "the server takes none"));
         return false;
     }
+    if (m_mail->text().hasEightBitBody() && !m_extensions.eightBitMime) {
+        refuseMail(
+            tr("The message holds letters beyond ASCII where they must stay as they are, as in what is "
+               "signed, and the server takes none"));
+        return false;
+    }
     tellRefusals(m_mail->takeUnusable(m_extensions.smtpUtf8));
     return beginTransaction();
 }
@@ -123,6 +128,10 @@ bool SMTPSender::beginTransaction()
 {
     if (!m_mail->hasWaiting())
         return false;
+    if (!m_queue->hasRoom(m_mail->ticket())) {
+        endUnwritten();
+        return true;
+    }
     m_mail->begin(mostRecipients());
     const SmtpText &text = m_mail->text();
     QByteArray mail = "MAIL FROM:<" + m_mail->sender()->wire + '>';
@@ -148,7 +157,7 @@ void SMTPSender::mailReply(const SmtpReply &reply)
 {
     if (reply.code() != 250 && !reply.isRefusal())
         return endWithReply(reply);
-    if (reply.code() == 530) {
+    if (wantsLogin(reply)) {
         m_loginWish = reply.lines();
         return m_extensions.pipelining ? enter(State::RcptTo) : logInAfterAll();
     }
@@ -169,17 +178,19 @@ void SMTPSender::sayRcpt()
     say("RCPT TO:<" + m_mail->unanswered()->wire + '>', State::RcptTo);
 }
 
-/// 452 behind recipients who were taken: so many the server takes in one transaction (RFC 5321 4.5.3.1.10).
+/// 452, and of older servers 552, behind recipients who were taken: so many the server takes in one
+/// transaction (RFC 5321 4.5.3.1.10).
 void SMTPSender::rcptReply(const SmtpReply &reply)
 {
     const bool isTaken = reply.code() == 250 || reply.code() == 251;
+    const bool isTooMany = reply.code() == 452 || reply.code() == 552;
     if (!isTaken && !reply.isRefusal())
         return endWithReply(reply);
-    if (reply.code() == 530 && !m_isLoggedIn && m_loginWish.isEmpty())
+    if (m_loginWish.isEmpty() && wantsLogin(reply))
         m_loginWish = reply.lines();
     if (isTaken)
         m_mail->take();
-    else if (reply.code() == 452 && !m_mail->taken().isEmpty() && !m_mail->isMailRefused)
+    else if (isTooMany && !m_mail->taken().isEmpty() && !m_mail->isMailRefused)
         m_mail->postpone();
     else
         m_mail->refuse(reply.code(), reply.text());
@@ -207,7 +218,7 @@ void SMTPSender::recipientsAnswered()
 
 void SMTPSender::dataReply(const SmtpReply &reply)
 {
-    if (reply.code() == 530 && !m_isLoggedIn) {
+    if (wantsLogin(reply)) {
         m_loginWish = reply.lines();
         return logInAfterAll();
     }
@@ -227,19 +238,27 @@ void SMTPSender::dataReply(const SmtpReply &reply)
         socket()->flush();
 }
 
+/// What goes now might go again, and again.
+void SMTPSender::endUnwritten()
+{
+    end(AccountFetchReason::WithErrors, tr("It cannot be written down what is being sent"));
+}
+
 /// As much as the socket should hold. Before what holds the final dot the queue writes down that it goes.
+/// What the server says before that is no answer to the message, and is heard first.
 void SMTPSender::writeText()
 {
     SmtpText &text = m_mail->text();
     while (m_state == State::Writing && socket()->bytesToWrite() < kMostUnsent) {
+        if (socket()->bytesAvailable() > 0)
+            return;
         QByteArray block = text.take(kBlock);
         if (!text.atEnd() && block.size() < kBlock)
             block += text.take(kBlock - block.size());
         QByteArray bytes = terminateBody(block);
         if (text.atEnd()) {
             if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
-                return end(AccountFetchReason::WithErrors,
-                           tr("It cannot be written down what is being sent"));
+                return endUnwritten();
             m_mail->isSending = true;
             enter(State::Text);
         } else {

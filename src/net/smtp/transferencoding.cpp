@@ -6,22 +6,18 @@
 #include "message/mimecontext.h"
 
 #include <algorithm>
-#include <vector>
+#include <optional>
 
 namespace {
 
-constexpr qsizetype kLongestEncodedLine = 76; // RFC 2045 6.7 (5), the "=" of a soft line break with it
-
-struct Edit
-{
-    qsizetype at;
-    qsizetype length;
-    QByteArray text;
-};
+constexpr int kLongestEncodedLine = 76; // RFC 2045 6.7 (5), the "=" of a soft line break with it
 
 bool hasEightBit(QByteArrayView text)
 {
-    return std::any_of(text.begin(), text.end(), [](char c) { return uchar(c) >= 0x80; });
+    uchar all = 0;
+    for (const char c : text)
+        all |= uchar(c);
+    return all >= 0x80;
 }
 
 bool hasLongLine(QByteArrayView text)
@@ -33,45 +29,14 @@ bool hasLongLine(QByteArrayView text)
     return false;
 }
 
-QByteArray quotedByte(char c)
+struct Place
 {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    return QByteArray("=") + kDigits[uchar(c) >> 4] + kDigits[uchar(c) & 15];
-}
-
-void appendQuotedLine(QByteArray &out, QByteArrayView line)
-{
-    qsizetype column = 0;
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        const char c = line[i];
-        const bool isLast = i + 1 == line.size();
-        const bool isPlain = (c > ' ' && c < 0x7f && c != '=') || ((c == ' ' || c == '\t') && !isLast);
-        const QByteArray piece = isPlain ? QByteArray(1, c) : quotedByte(c);
-        if (column + piece.size() > kLongestEncodedLine - (isLast ? 0 : 1)) {
-            out += "=\n";
-            column = 0;
-        }
-        out += piece;
-        column += piece.size();
-    }
-}
-
-QByteArray quotedPrintable(QByteArrayView text)
-{
-    QByteArray out;
-    out.reserve(text.size() + text.size() / 4);
-    while (!text.isEmpty()) {
-        const qsizetype feed = text.indexOf('\n');
-        appendQuotedLine(out, text.first(feed < 0 ? text.size() : feed));
-        if (feed >= 0)
-            out += '\n';
-        text = text.sliced(feed < 0 ? text.size() : feed + 1);
-    }
-    return out;
-}
+    qsizetype at;
+    qsizetype length;
+};
 
 /// The field of that name in the header that begins at @p from: where it stands in @p text, its end included.
-std::optional<Edit> findField(QByteArrayView text, qsizetype from, qsizetype end, QByteArrayView name)
+std::optional<Place> findField(QByteArrayView text, qsizetype from, qsizetype end, QByteArrayView name)
 {
     for (qsizetype at = from; at < end;) {
         qsizetype next = text.indexOf('\n', at) + 1;
@@ -81,123 +46,140 @@ std::optional<Edit> findField(QByteArrayView text, qsizetype from, qsizetype end
         const QByteArrayView field = text.sliced(at, next - at);
         const qsizetype colon = field.indexOf(':');
         if (colon > 0 && field.first(colon).trimmed().compare(name, Qt::CaseInsensitive) == 0)
-            return Edit{at, next - at, {}};
+            return Place{at, next - at};
         at = next;
     }
     return {};
 }
 
-/// Goes over the parts of one message, and into the messages that it encloses.
-class Reencoder
+/// Whether a part of such a category must stay as it is to the byte.
+bool isSealed(int category)
 {
-public:
-    Reencoder(const QByteArray &message, bool mayHaveEightBit)
-        : m_text(message)
-        , m_mayHaveEightBit(mayHaveEightBit)
-        , m_message(message)
-        , m_parts(m_message.mime())
-    {}
+    return category == SignedPart || category == EncryptedPart;
+}
 
-    QByteArray run()
-    {
-        for (int i = 0; i < m_parts.count(); ++i)
-            lookAt(i);
-        if (m_edits.empty())
-            return m_text;
-        const HeaderExtent extent = headerExtent(m_text);
-        relabel(0, extent, m_parts.type());
-        if (!m_message.hasHeader("MIME-Version")) // without it nobody would decode
-            m_edits.push_back({extent.length, 0, "MIME-Version: 1.0\n"});
-        return edited();
-    }
-
-private:
-    /// Containers must not claim less than what they hold, and need not claim more.
-    void relabel(qsizetype from, const HeaderExtent &extent, int type)
-    {
-        if (isMultipartCategory(type) && !isSealed(type) && !m_mayHaveEightBit)
-            setEncoding(from, from + extent.length, {});
-    }
-
-    static bool isSealed(int category) { return category == SignedPart || category == EncryptedPart; }
-
-    /// Whether a part, or one that it stands in, must stay as it is to the byte.
-    bool isSealedIn(int index) const
-    {
-        if (isSealed(m_parts.type()))
+bool isSealedIn(const MIMEContext &parts, int index)
+{
+    if (isSealed(parts.type()))
+        return true;
+    for (int at = index; at >= 0; at = parts.part(at).parent) {
+        if (isSealed(parts.part(at).type))
             return true;
-        for (int at = index; at >= 0; at = m_parts.part(at).parent) {
-            if (isSealed(m_parts.part(at).type))
-                return true;
-        }
-        return false;
     }
-
-    void lookAt(int index)
-    {
-        const MIMEPart &part = m_parts.part(index);
-        if (part.within >= 0 || isSealedIn(index))
-            return;
-        const qsizetype headerEnd = headerEndOf(part);
-        if (isMultipartCategory(part.type) || isEnclosedCategory(part.type)) {
-            if (!m_mayHaveEightBit && part.encoding != Base64 && part.encoding != QuotedPrintable)
-                setEncoding(part.hdroffset, headerEnd, {});
-            return;
-        }
-        const bool isOpen = part.encoding == SevenBit || part.encoding == EightBit || part.encoding == Binary;
-        const QByteArrayView content = QByteArrayView(m_text).sliced(part.offset, part.length);
-        const bool isBlock = part.hdroffset >= part.offset; // of a uuencoded file within a text
-        if (!isOpen || isBlock)
-            return;
-        if (!hasLongLine(content) && (m_mayHaveEightBit || !hasEightBit(content)))
-            return;
-        setEncoding(part.hdroffset, headerEnd, "Content-Transfer-Encoding: quoted-printable\n");
-        m_edits.push_back({part.offset, part.length, quotedPrintable(content)});
-    }
-
-    qsizetype headerEndOf(const MIMEPart &part) const
-    {
-        const qsizetype size = part.offset - part.hdroffset;
-        return part.hdroffset + headerExtent(QByteArrayView(m_text).sliced(part.hdroffset, size)).length;
-    }
-
-    /// Replaces the field; an empty one means 7bit.
-    void setEncoding(qsizetype from, qsizetype end, const QByteArray &field)
-    {
-        std::optional<Edit> old = findField(m_text, from, end, "Content-Transfer-Encoding");
-        if (!old && field.isEmpty())
-            return;
-        Edit edit = old.value_or(Edit{end, 0, {}});
-        edit.text = field;
-        m_edits.push_back(edit);
-    }
-
-    QByteArray edited()
-    {
-        std::stable_sort(m_edits.begin(), m_edits.end(),
-                         [](const Edit &a, const Edit &b) { return a.at < b.at; });
-        QByteArray out;
-        qsizetype at = 0;
-        for (const Edit &edit : m_edits) {
-            if (edit.at < at)
-                continue;
-            out += QByteArrayView(m_text).sliced(at, edit.at - at);
-            out += edit.text;
-            at = edit.at + edit.length;
-        }
-        return out += QByteArrayView(m_text).sliced(at);
-    }
-
-    const QByteArray m_text;
-    const bool m_mayHaveEightBit;
-    const Message m_message;
-    const MIMEContext &m_parts;
-    std::vector<Edit> m_edits;
-};
+    return false;
+}
 
 } // namespace
 
-QByteArray withFittingEncodings(const QByteArray &message, bool mayHaveEightBit)
+FittingMessage::FittingMessage(const QByteArray &message, bool mayHaveEightBit)
+    : m_text(message)
+    , m_mayHaveEightBit(mayHaveEightBit)
 {
-    return Reencoder(message, mayHaveEightBit).run();
+    const Message whole(message);
+    const MIMEContext &parts = whole.mime();
+    for (int i = 0; i < parts.count(); ++i)
+        lookAt(parts, i);
+    if (!m_edits.empty()) {
+        const HeaderExtent extent = headerExtent(m_text);
+        // Containers must not claim less than what they hold, and need not claim more.
+        if (isMultipartCategory(parts.type()) && !isSealed(parts.type()) && !mayHaveEightBit)
+            setEncoding(0, extent.length, {});
+        if (!whole.hasHeader("MIME-Version")) // without it nobody would decode
+            m_edits.push_back({extent.length, 0, "MIME-Version: 1.0\n"});
+    }
+    std::stable_sort(m_edits.begin(), m_edits.end(),
+                     [](const Edit &a, const Edit &b) { return a.at < b.at; });
+}
+
+void FittingMessage::lookAt(const MIMEContext &parts, int index)
+{
+    const MIMEPart &part = parts.part(index);
+    if (part.within >= 0 || isSealedIn(parts, index))
+        return;
+    const qsizetype size = part.offset - part.hdroffset;
+    const qsizetype headerEnd =
+        part.hdroffset + headerExtent(QByteArrayView(m_text).sliced(part.hdroffset, size)).length;
+    if (isMultipartCategory(part.type) || isEnclosedCategory(part.type)) {
+        if (!m_mayHaveEightBit && part.encoding != Base64 && part.encoding != QuotedPrintable)
+            setEncoding(part.hdroffset, headerEnd, {});
+        return;
+    }
+    const bool isOpen = part.encoding == SevenBit || part.encoding == EightBit || part.encoding == Binary;
+    const QByteArrayView content = QByteArrayView(m_text).sliced(part.offset, part.length);
+    const bool isBlock = part.hdroffset >= part.offset; // of a uuencoded file within a text
+    if (!isOpen || isBlock)
+        return;
+    if (!hasLongLine(content) && (m_mayHaveEightBit || !hasEightBit(content)))
+        return;
+    setEncoding(part.hdroffset, headerEnd, "Content-Transfer-Encoding: quoted-printable\n");
+    m_edits.push_back({part.offset, part.length, {}, true});
+}
+
+/// Replaces the field; an empty one means 7bit.
+void FittingMessage::setEncoding(qsizetype from, qsizetype end, const QByteArray &field)
+{
+    const std::optional<Place> old = findField(m_text, from, end, "Content-Transfer-Encoding");
+    if (old)
+        m_edits.push_back({old->at, old->length, field});
+    else if (!field.isEmpty())
+        m_edits.push_back({end, 0, field});
+}
+
+bool FittingMessage::write(qsizetype bytes)
+{
+    while (bytes > 0 && !isWritten()) {
+        const bool isEdit = m_edit < m_edits.size() && m_edits[m_edit].at <= m_at;
+        const qsizetype before = m_at;
+        if (isEdit)
+            writeEdit(m_edits[m_edit], bytes);
+        else
+            copyTo(m_edit < m_edits.size() ? m_edits[m_edit].at : m_text.size(), bytes);
+        bytes -= m_at - before;
+    }
+    return isWritten();
+}
+
+void FittingMessage::copyTo(qsizetype end, qsizetype most)
+{
+    const QByteArrayView block = QByteArrayView(m_text).sliced(m_at, std::min(end - m_at, most));
+    m_written += block;
+    m_at += block.size();
+}
+
+void FittingMessage::writeEdit(const Edit &edit, qsizetype most)
+{
+    const qsizetype end = edit.at + edit.length;
+    if (edit.isQuoted && m_at < end)
+        return quote(end, most);
+    if (edit.at >= m_at)
+        m_written += edit.text;
+    m_at = std::max(m_at, end);
+    m_column = 0;
+    ++m_edit;
+}
+
+/// In quoted-printable, line by line as it is; the column is kept from piece to piece.
+void FittingMessage::quote(qsizetype end, qsizetype most)
+{
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    for (const qsizetype stop = std::min(end, m_at + most); m_at < stop; ++m_at) {
+        const char c = m_text[m_at];
+        if (c == '\n') {
+            m_written += c;
+            m_column = 0;
+            continue;
+        }
+        const bool isLast = m_at + 1 == end || m_text[m_at + 1] == '\n';
+        const bool isPlain = (c > ' ' && c < 0x7f && c != '=') || ((c == ' ' || c == '\t') && !isLast);
+        const int width = isPlain ? 1 : 3;
+        if (m_column + width > kLongestEncodedLine - (isLast ? 0 : 1)) {
+            m_written += "=\n";
+            m_column = 0;
+        }
+        if (isPlain)
+            m_written += c;
+        else
+            m_written.append('=').append(kDigits[uchar(c) >> 4]).append(kDigits[uchar(c) & 15]);
+        m_column += width;
+    }
 }
