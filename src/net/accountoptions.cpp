@@ -21,6 +21,7 @@ constexpr QLatin1StringView kCaFile("ca-file ");
 constexpr QLatin1StringView kLogin("login ");
 constexpr QLatin1StringView kCertificate("certificate ");
 constexpr QLatin1StringView kLargestMail("largest-mail ");
+constexpr QLatin1StringView kIdentity("identity ");
 constexpr qsizetype kFingerprintLength = 64;
 constexpr qint64 kMostBytes = 4 * 1024 * 1024; ///< of the file: some thousand certificates
 
@@ -75,6 +76,14 @@ bool takeLargestMail(AccountOptions &options, const QString &number)
     return isNumber;
 }
 
+bool takeIdentity(AccountOptions &options, const QString &number)
+{
+    const int identity = number.toInt();
+    if (identity > 0)
+        options.serve(identity);
+    return identity > 0;
+}
+
 /// False: the line is not one of ours.
 bool takeLine(AccountOptions &options, const QString &line)
 {
@@ -86,6 +95,8 @@ bool takeLine(AccountOptions &options, const QString &line)
         return takeLogin(options, line.sliced(kLogin.size()));
     if (line.startsWith(kLargestMail))
         return takeLargestMail(options, line.sliced(kLargestMail.size()));
+    if (line.startsWith(kIdentity))
+        return takeIdentity(options, line.sliced(kIdentity.size()));
     if (!line.startsWith(kCertificate))
         return false;
     const auto certificate = certificateOf(line.sliced(kCertificate.size()));
@@ -95,6 +106,17 @@ bool takeLine(AccountOptions &options, const QString &line)
 }
 
 } // namespace
+
+bool AccountOptions::serves(int identity) const
+{
+    return std::find(identities.begin(), identities.end(), identity) != identities.end();
+}
+
+void AccountOptions::serve(int identity)
+{
+    if (!serves(identity))
+        identities.push_back(identity);
+}
 
 bool AccountOptions::accepts(const QByteArray &sha256) const
 {
@@ -151,6 +173,8 @@ bool writeAccountOptions(int number, const AccountOptions &options)
         lines += kLogin + QLatin1StringView(kLoginMethodWords[std::size_t(options.login)]);
     if (options.largestMail > 0)
         lines += kLargestMail + QString::number(options.largestMail);
+    for (const int identity : options.identities)
+        lines += kIdentity + QString::number(identity);
     for (const CertificateInfo &certificate : options.accepted)
         lines += kCertificate + certificateText(certificate);
     return optionsFile(number).write(lines + options.others);

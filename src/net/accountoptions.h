@@ -31,8 +31,14 @@ struct AccountOptions
     /// none.
     qint64 largestMail = 0;
 
+    /// Numbers of further identities whose mail an outgoing account sends, besides the one that it names.
+    std::vector<int> identities;
+
     /// Lines of later days, kept as they are.
     QStringList others;
+
+    bool serves(int identity) const;
+    void serve(int identity);
 
     bool accepts(const QByteArray &sha256) const;
 

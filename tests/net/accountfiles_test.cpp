@@ -68,6 +68,9 @@ void AccountFilesTest::options()
     options.caFile = u"/home/ada/own\nca.pem"_s;
     options.login = LoginMethod::Digest;
     options.largestMail = 35'882'577'000;
+    options.serve(12);
+    options.serve(3);
+    options.serve(12);
     options.accept(certificate("a"));
     options.accept(certificate("b"));
     options.accept(certificate("a")); // is the newest again
@@ -76,6 +79,7 @@ void AccountFilesTest::options()
     QCOMPARE(read.caFile, options.caFile);
     QCOMPARE(read.login, LoginMethod::Digest);
     QCOMPARE(read.largestMail, options.largestMail);
+    QCOMPARE(read.identities, (std::vector<int>{12, 3}));
     QCOMPARE(read.accepted.size(), 2u);
     const CertificateInfo &newest = read.accepted.back();
     QCOMPARE(newest.sha256, QByteArray("a").repeated(64));
