@@ -51,6 +51,7 @@ private slots:
     void numbers();
     void everyField();
     void whatIsStillFree();
+    void anotherServer();
     void separators_data();
     void separators();
     void forItsOwnersEyesOnly();
@@ -304,6 +305,23 @@ void AccountsTest::whatIsStillFree()
     const QByteArray line = Scratch::read(indexPath());
     for (const char *field : {"\tN5\t", "\tV6\t", "\tSseven\t", "\tR8\n", "\tF419\t"})
         QVERIFY2(line.contains(field), field); // bits 0, 1, 5 and 7, too
+}
+
+/// What a server said of itself says nothing of the next one.
+void AccountsTest::anotherServer()
+{
+    Scratch scratch;
+    writeIndex("1\na\th\tu\tp\tA1\tT5\tP587\nend\n");
+    AccountManager manager;
+    manager.load();
+    manager.account(1)->noteLargestMail(1000);
+    AccountData data = manager.account(1)->data();
+    data.user = u"other"_s;
+    QVERIFY(manager.update(data));
+    QCOMPARE(manager.account(1)->largestMail(), 1000);
+    data.host = u"elsewhere"_s;
+    QVERIFY(manager.update(data));
+    QCOMPARE(manager.account(1)->largestMail(), 0);
 }
 
 void AccountsTest::separators_data()

@@ -240,6 +240,8 @@ void SmtpSenderTest::failures_data()
     row("530 to MAIL", mail + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
     row("an answer to the text before there is any", data + "P: 354 go\\r\\n250 queued\\r\\n\nE\n",
         Reason::Unexpected, u"250 queued"_s, waits);
+    row("the beginning of such an answer", data + "P: 354 go\\r\\n250-queued\\r\\n\nQ\nP: 250 now\\r\\n\nE\n",
+        Reason::Unexpected, u"250-queued\n250 now"_s, waits);
     row("a refusal of the text before there is any", data + "P: 354 go\\r\\n550 no\\r\\n\nE\n",
         Reason::Unexpected, u"550 no"_s, {"refused 1 |  550 no", "release 1 early"});
     row("530 to RCPT", rcpt + "S: 530 log in\nE\n", Reason::LoginFailed, u"530 log in"_s, waits);
@@ -424,6 +426,15 @@ void SmtpSenderTest::patience_data()
     row("greeting", {}, 5, u"the greeting"_s, {});
     row("EHLO", kGreeting, 5, u"the reply to EHLO"_s, {});
     row("HELO", kGreeting + "S: 502 no\nC~ HELO .*\n", 5, u"the reply to HELO"_s, {});
+    const QByteArray all = kGreeting + "S: 250 AUTH CRAM-MD5 PLAIN LOGIN\n";
+    const QByteArray login = kGreeting + "S: 250 AUTH LOGIN\nC: AUTH LOGIN\n";
+    row("STARTTLS", kGreeting + "S: 250 STARTTLS\nC: STARTTLS\n", 2, u"the reply to STARTTLS"_s, {});
+    row("AUTH CRAM-MD5", all + "C: AUTH CRAM-MD5\n", 5, u"the challenge of CRAM-MD5"_s, {});
+    row("its answer", all + kCram, 5, u"the reply to the login"_s, {});
+    row("AUTH PLAIN", kGreeting + "S: 250 AUTH PLAIN\n" + kPlain, 5, u"the reply to the login"_s, {});
+    row("AUTH LOGIN", login, 5, u"the reply to AUTH LOGIN"_s, {});
+    row("user name", login + "S: 334 a\nC: dGlt\n", 5, u"the reply to the user name"_s, {});
+    row("password", kGreeting + "S: 250 AUTH LOGIN\n" + kLogin, 5, u"the reply to the login"_s, {});
     row("MAIL", mail, 5, u"the reply to MAIL"_s, waits);
     row("RCPT", rcpt, 5, u"the reply to RCPT"_s, waits);
     row("DATA", data, 2, u"the reply to DATA"_s, waits);
@@ -441,7 +452,9 @@ void SmtpSenderTest::patience()
     QFETCH(const int, minutes);
     QFETCH(const QString, awaited);
     QFETCH(const QByteArrayList, calls);
-    SmtpUserAtTest user(0, {});
+    SmtpUserAtTest user(script.contains("STARTTLS") ? quint32(AccountStartTls) : 0);
+    if (!script.contains("AUTH "))
+        user.data.password.clear();
     user.queue.add(waitingMail());
     int atSending = 3 * 60 * 1000;
     user.queue.onSending = [&] { atSending = user.sender().patience(); };

@@ -17,6 +17,9 @@ public:
     /// Takes one line without its end. After Whole or Broken the next line begins a new reply.
     Progress take(QByteArrayView line);
 
+    /// Whether a line came, and more have to follow.
+    bool isBegun() const { return m_count > 0 && !m_isOver; }
+
     /// From 200 to 599; 0 before the first line.
     int code() const { return m_code; }
     bool isTemporary() const { return m_code / 100 == 4; }

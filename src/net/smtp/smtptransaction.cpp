@@ -250,7 +250,7 @@ void SMTPSender::writeText()
 {
     SmtpText &text = m_mail->text();
     while (m_state == State::Writing && socket()->bytesToWrite() < kMostUnsent) {
-        if (socket()->bytesAvailable() > 0)
+        if (socket()->bytesAvailable() > 0 || m_reply.isBegun())
             return;
         QByteArray block = text.take(kBlock);
         if (!text.atEnd() && block.size() < kBlock)
