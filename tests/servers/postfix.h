@@ -27,6 +27,9 @@ public:
     /// Whether this is root, and no other mail server keeps Postfix from being installed.
     static bool canRun();
 
+    /// Whether a test that cannot run has failed: so it is where the environment names VELMAR_ALL_TESTS.
+    static bool mustRun();
+
     /// Empty when the server runs; else why not, with its own words.
     QString problem() const { return m_problem; }
 
