@@ -188,6 +188,7 @@ void Outbox::adopt(quint32 article, bool isDoubtful)
     record.crc = overview->textCrc();
     record.isAdopted = true;
     record.wish.keepsCopy = true;
+    record.wish.isBounce = isResent(text);
     if (const Identity *identity = m_identities.defaultIdentity())
         record.identity = identity->number;
     record.account = accountFor(record);
@@ -289,8 +290,9 @@ quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wis
     first.isFresh = true;
     const int account = first.account;
     m_sendoff.resume(account);
-    if (account == 0 && first.transport == OutboxTransport::Mail)
-        emit accountMissing();
+    const bool isMissing = account == 0 && first.transport == OutboxTransport::Mail;
+    if (isMissing && m_identities.isReadable())
+        emit accountMissing(identity);
     else if (first.hold == OutboxRecord::Hold::None)
         sendWaiting(false);
     return tickets.front();
@@ -332,7 +334,7 @@ const std::vector<OutboxEntry> &Outbox::entries() const
         m_entries.clear();
         const qint64 now = clockSeconds();
         for (const OutboxRecord &record : m_file.records()) {
-            if (!record.away)
+            if (!record.away && !record.isLetGo)
                 m_entries.push_back(record.entry(now));
         }
     }
@@ -359,8 +361,16 @@ bool Outbox::holdsDraft(int draft) const
 {
     const std::vector<OutboxRecord> &all = m_file.records();
     return draft != 0 && std::any_of(all.begin(), all.end(), [draft](const OutboxRecord &record) {
-               return record.wish.draft == draft && !record.away;
+               return record.wish.draft == draft && !record.away && !record.isLetGo;
            });
+}
+
+bool Outbox::hasLetGo(MessageRef place) const
+{
+    const std::vector<OutboxRecord> &all = m_file.records();
+    return std::any_of(all.begin(), all.end(), [place](const OutboxRecord &record) {
+        return record.isLetGo && !record.away && record.place == place;
+    });
 }
 
 int Outbox::undoDelay()
@@ -378,58 +388,4 @@ void Outbox::setUndoDelay(int seconds)
     QString path = undoDelayPath();
     if (!configFile(path, false) || !writeReplacing(path, QByteArray::number(qMax(0, seconds)) + '\n'))
         report(ReportLevel::Warning, "Unable to write file '%s'", qUtf8Printable(path));
-}
-
-/// No identity's mail goes through the server of another one: that would be told whom it knows by two names,
-/// and may refuse them.
-int Outbox::accountFor(int identity) const
-{
-    const Identity *wanted = m_identities.identity(identity);
-    if (!wanted)
-        wanted = m_identities.defaultIdentity();
-    int general = 0;
-    int sameAddress = 0;
-    for (const AccountData &account : m_accounts.all()) {
-        if (account.kind != AccountKind::Smtp)
-            continue;
-        if (wanted && account.identity == wanted->number)
-            return account.number;
-        if (m_identities.identity(account.identity)) // somebody else's
-            continue;
-        if (general == 0)
-            general = account.number;
-        const bool isOfAddress = wanted && !account.address.isEmpty() &&
-                                 account.address.compare(wanted->address, Qt::CaseInsensitive) == 0;
-        if (isOfAddress && sameAddress == 0)
-            sameAddress = account.number;
-    }
-    return sameAddress != 0 ? sameAddress : general;
-}
-
-int Outbox::newsAccount() const
-{
-    for (const AccountData &account : m_accounts.all()) {
-        if (account.kind == AccountKind::Nntp)
-            return account.number;
-    }
-    return 0;
-}
-
-int Outbox::accountFor(const OutboxRecord &record) const
-{
-    return record.transport == OutboxTransport::Mail ? accountFor(record.identity) : newsAccount();
-}
-
-/// With each change of accounts and identities: whose account is gone, who never had one, and for whom a
-/// better one appeared.
-void Outbox::assignAccounts()
-{
-    if (storeAccess() != StoreAccess::ReadWrite)
-        return;
-    for (OutboxRecord &record : m_file.records()) {
-        const int other = record.isLeased ? record.account : accountFor(record);
-        if (other != record.account)
-            m_file.mark(record.ticket, OutboxVerb::Account, {QByteArray::number(other)}, Durable::Later);
-    }
-    touched();
 }

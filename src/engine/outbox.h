@@ -9,7 +9,9 @@
 #include <QObject>
 #include <QTimer>
 
+#include <deque>
 #include <functional>
+#include <map>
 #include <vector>
 
 class Group;
@@ -56,6 +58,10 @@ public:
     /// Whether a message waits that was written as that draft: it is not lost and not to be offered again.
     bool holdsDraft(int draft) const;
 
+    /// Whether the message at @p place was taken back for good: what is edited now is its draft, and it lies
+    /// there only until it is filed for those who got it, or can be deleted. It is no entry any more.
+    bool hasLetGo(MessageRef place) const;
+
     /// Takes a message back as long as it is not on its way: it is edited again; its text, control headers
     /// included, with the recipients that were not served. What some were served of is filed. Null: too late,
     /// or after a report.
@@ -84,9 +90,16 @@ public:
     static int undoDelay();
     static void setUndoDelay(int seconds);
 
-    /// The outgoing account of an identity: the one that names it, else of those that name none the one of
-    /// its address, or the first; 0: there is none. Without an identity that of the default one.
+    /// The outgoing account of an identity: the one that names it, else one that was let serve it, else of
+    /// those that name none the one of its address, or the first; 0: there is none, or nobody can tell
+    /// because the identities cannot be read. 0 stands for the default identity; one that was deleted is
+    /// nobody else.
     int accountFor(int identity) const;
+
+    /// Where that is 0: an outgoing account that names another identity, or one that was deleted, and could
+    /// send for this one, too. It does once the user let it: letServe(). 0: there is none.
+    int otherAccountFor(int identity) const;
+    bool letServe(int account, int identity); ///< what waits is assigned to it; false after a report
 
     /// Sends what may go, through every account that something waits for: with @p manual ("Send waiting", F5)
     /// all of it, else what goes by itself (`AutoSend`, a date that has come, a further try) or was asked for
@@ -98,7 +111,8 @@ public:
     /// power cut takes before is perhaps sent. Nothing is filed before.
     /// @{
     int waiting(int account) const override;
-    std::optional<OutgoingMessage> next(int account) override;
+    std::optional<OutgoingMessage> next(int account) override; ///< offline: none; what is on its way arrives
+    bool hasRoom(quint64 ticket) override;
     bool sending(quint64 ticket, const QList<QByteArray> &recipients) override;
     void accepted(quint64 ticket, const QList<QByteArray> &recipients) override;
     void refused(quint64 ticket, const QList<OutgoingRefusal> &refusals) override;
@@ -110,9 +124,9 @@ signals:
     void sent(quint64 ticket, MessageRef copy);      ///< all recipients; copy is null where none is kept
     void failed(quint64 ticket, const QString &why); ///< some or all refused it, and it waits for the user
     void perhapsSent(quint64 ticket);
-    void draftSettled(int draft);  ///< it was sent, its copy is stored
+    void draftSettled(int draft);  ///< it was sent, its copy is stored, where one was wanted
     void draftReturned(int draft); ///< the user gave its message up: it is no longer on its way, and closed
-    void accountMissing();         ///< something waits, and there is no outgoing account
+    void accountMissing(int identity); ///< something waits, and no outgoing account is for it
 
 private:
     std::optional<OutboxRecord> recordFor(const QByteArray &text, int identity, const SendWish &wish) const;
@@ -122,6 +136,7 @@ private:
     bool storeText(const QByteArray &text, const std::vector<quint64> &tickets);
     int accountFor(const OutboxRecord &record) const;
     int newsAccount() const;
+    void assignAccount(OutboxRecord &record);
     void assignAccounts();
 
     void doubtEverything();
@@ -138,7 +153,7 @@ private:
         QString notice;
     };
     Taking lookAtTaking(quint64 ticket) const;
-    bool markTaken(const std::vector<quint64> &tickets, const char *stage);
+    bool markTaken(const std::vector<quint64> &tickets);
     void unmarkTaken(const std::vector<quint64> &tickets);
     void letGo(const std::vector<quint64> &tickets, bool isKept);
     void completeTaking();
@@ -152,7 +167,19 @@ private:
     QString waitingStatus(const OutboxRecord &record) const;
     QString accountStatus(const OutboxRecord &record) const;
 
+    /// The tickets that an account's sender gets, in their order, as they were at a time.
+    struct Ready
+    {
+        qint64 at = 0; ///< seconds since 1970 UTC
+        std::deque<quint64> tickets;
+    };
+    OutboxRecord *nextReady(int account);
+    std::deque<quint64> readyTickets(int account, qint64 now) const;
+    std::optional<OutgoingMessage> lease(OutboxRecord &record);
+
     bool isWanted(const OutboxRecord &record) const;
+    bool isReady(const OutboxRecord &record, qint64 now) const;
+    void cannotWrite(OutboxRecord &record);
     void askAll(int account);
     void fetchStarted(const Account *account);
     void keepInClear(OutboxRecord &record);
@@ -174,11 +201,13 @@ private:
     mutable bool m_isStale = true;
     std::vector<quint64> m_settled; ///< accepted, and to be filed
     std::vector<quint64> m_untold;  ///< perhaps sent, found at the start
+    std::map<int, Ready> m_ready;   ///< by account
     QTimer m_syncing;
     QTimer m_fileSoon;
     QTimer m_telling;
     qint64 m_lastTick = 0;
-    qint64 m_fileAgain = 0; ///< after a failure
+    qint64 m_fileAgain = 0;   ///< after a failure
+    qint64 m_forgetAgain = 0; ///< what was let go and could not be; 0: there is none
     bool m_isOwnChange = false;
     bool m_wasOnline = false;
 };

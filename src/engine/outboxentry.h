@@ -25,6 +25,7 @@ struct OutboxEntry
     OutboxTransport transport = OutboxTransport::Mail;
     MessageRef place; ///< in the group of the outbox
     int account = 0;  ///< the outgoing account that it names; 0: there is none yet
+    int identity = 0; ///< that it was written as
     OutboxState state = OutboxState::Waiting;
     qint64 due = 0;              ///< Held, Retrying: seconds since 1970 UTC
     bool countsDown = false;     ///< Held: not for a date, but to be taken back

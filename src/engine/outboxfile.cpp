@@ -17,6 +17,7 @@ namespace {
 constexpr QByteArrayView kHead = "velmar-outbox 1\n";
 constexpr qint64 kReserved = 64 * 1024;      ///< bytes at a time
 constexpr qint64 kSpare = 4 * 1024;          ///< bytes for what must be written after a sending
+constexpr qint64 kPerRecipient = 16;         ///< bytes of a mark, written twice
 constexpr qint64 kWorthCompacting = 1 << 20; ///< bytes
 constexpr qint64 kMostRead = 256 << 20;      ///< bytes; what is longer is not all ours
 constexpr int kCrcDigits = 8;
@@ -187,8 +188,12 @@ bool OutboxFile::append(const QByteArray &line, Durable durable)
     if (!open())
         return false;
     const bool hasRoom = reserve(line.size() + (durable == Durable::Now ? kSpare + line.size() : 0));
-    if (!hasRoom && (durable == Durable::Now || m_end + line.size() > m_reserved))
+    if (!hasRoom && durable == Durable::Now)
+        return false; // nothing happened, and what is reserved is for the others
+    if (!hasRoom && m_end + line.size() > m_reserved) {
+        m_file.close(); // what is applied and not written goes with the next rewriting
         return false;
+    }
     if (!m_file.writeAt(m_end, line)) {
         m_file.close(); // what is behind the end is unknown now: it is written anew
         return false;
@@ -227,6 +232,11 @@ bool OutboxFile::mark(quint64 ticket, OutboxVerb verb, const OutboxFields &field
         return failed();
     m_isReported = false;
     return true;
+}
+
+bool OutboxFile::hasRoom(std::size_t recipients)
+{
+    return (open() && reserve(2 * kSpare + qint64(recipients) * kPerRecipient)) || failed();
 }
 
 void OutboxFile::drop(quint64 ticket)

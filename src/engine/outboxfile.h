@@ -47,6 +47,9 @@ public:
     /// applied either.
     bool mark(quint64 ticket, OutboxVerb verb, const OutboxFields &fields, Durable durable);
 
+    /// Whether a mark that is Now and names so many recipients finds its place. False after a report.
+    bool hasRoom(std::size_t recipients);
+
     /// The message is done with.
     void drop(quint64 ticket);
 

@@ -4,6 +4,7 @@
 #include "config/settings.h"
 #include "engine/outbox.h"
 #include "engine/outboxtext.h"
+#include "identity/identitymanager.h"
 #include "store/groupstore.h"
 
 #include <QDateTime>
@@ -39,49 +40,109 @@ int Outbox::waiting(int account) const
     const qint64 now = clockSeconds();
     const std::vector<OutboxRecord> &all = m_file.records();
     return int(std::count_if(all.begin(), all.end(), [=, this](const OutboxRecord &record) {
-        return record.account == account && record.mayGo(now) && isWanted(record);
+        return record.account == account && isReady(record, now);
     }));
+}
+
+/// Whose the servers are is known only with the identities.
+bool Outbox::isReady(const OutboxRecord &record, qint64 now) const
+{
+    return record.mayGo(now) && isWanted(record) && m_identities.isReadable();
 }
 
 std::optional<OutgoingMessage> Outbox::next(int account)
 {
-    if (account == 0)
+    if (account == 0 || !isOnline())
         return {};
     group().rowCount();
     if (!group().isOpen())
         return {}; // it waits for its repair; nothing in it is lost
-    const QDateTime now = clockNow();
-    for (OutboxRecord &record : m_file.records()) {
-        if (record.account != account || !record.mayGo(now.toSecsSinceEpoch()) || !isWanted(record))
-            continue;
-        QByteArray text = m_filing.textOf(record);
-        touched();
-        if (text.isNull()) {
-            m_file.mark(record.ticket, OutboxVerb::Refused,
-                        {"0", indicesField(record.indices({})), textField(tr("It cannot be read"))},
-                        Durable::Later);
-            continue;
-        }
-        if (!record.wish.isBounce && wouldLeaveInClear(text)) {
-            keepInClear(record);
-            continue;
-        }
-        if (record.isAdopted)
-            text = withoutControls(text);
-        if (record.transport == OutboxTransport::News)
-            text = postedForm(text);
-        record.isLeased = true;
-        record.isFresh = false;
-        record.isPutOff = record.isRefused = false;
-        record.leasedAt = now;
-        OutgoingMessage message{record.ticket, dated(text, now, record.wish.isBounce), {}};
-        for (const OutboxRecipient &one : record.recipients) {
-            if (one.fate == Fate::Open && !one.address.isEmpty())
-                message.remaining += one.address;
-        }
-        return message;
+    while (OutboxRecord *record = nextReady(account)) {
+        if (std::optional<OutgoingMessage> message = lease(*record))
+            return message;
     }
     return {};
+}
+
+/// The list is looked through once a second and at its end, not for each message.
+OutboxRecord *Outbox::nextReady(int account)
+{
+    const qint64 now = clockSeconds();
+    Ready &ready = m_ready[account];
+    for (const bool isOld : {ready.at != now, true}) {
+        if (isOld)
+            ready = {now, readyTickets(account, now)};
+        while (!ready.tickets.empty()) {
+            OutboxRecord *record = m_file.find(ready.tickets.front());
+            ready.tickets.pop_front();
+            if (record && record->account == account && isReady(*record, now))
+                return record;
+        }
+    }
+    return nullptr;
+}
+
+/// What came back unsent is behind all others: should a session always end at it, they go first.
+std::deque<quint64> Outbox::readyTickets(int account, qint64 now) const
+{
+    std::vector<std::pair<int, quint64>> order;
+    for (const OutboxRecord &record : m_file.records()) {
+        if (record.account == account && isReady(record, now))
+            order.emplace_back(record.returns, record.ticket);
+    }
+    std::sort(order.begin(), order.end());
+    std::deque<quint64> tickets;
+    for (const auto &[returns, ticket] : order)
+        tickets.push_back(ticket);
+    return tickets;
+}
+
+/// None: it cannot go as it is, and waits for the user.
+std::optional<OutgoingMessage> Outbox::lease(OutboxRecord &record)
+{
+    const QDateTime now = clockNow();
+    QByteArray text = m_filing.textOf(record);
+    touched();
+    if (text.isNull()) {
+        m_file.mark(record.ticket, OutboxVerb::Refused,
+                    {"0", indicesField(record.indices({})), textField(tr("It cannot be read"))},
+                    Durable::Later);
+        return {};
+    }
+    if (!record.wish.isBounce && wouldLeaveInClear(text)) {
+        keepInClear(record);
+        return {};
+    }
+    if (record.isAdopted)
+        text = withoutControls(text);
+    if (record.transport == OutboxTransport::News)
+        text = postedForm(text);
+    record.isLeased = true;
+    record.isFresh = false;
+    record.isPutOff = record.isRefused = false;
+    record.leasedAt = now;
+    OutgoingMessage message{record.ticket, dated(text, now, record.wish.isBounce), {}};
+    for (const OutboxRecipient &one : record.recipients) {
+        if (one.fate == Fate::Open && !one.address.isEmpty())
+            message.remaining += one.address;
+    }
+    return message;
+}
+
+bool Outbox::hasRoom(quint64 ticket)
+{
+    OutboxRecord *record = m_file.find(ticket);
+    if (!record || m_file.hasRoom(record->recipients.size()))
+        return record != nullptr;
+    cannotWrite(*record);
+    return false;
+}
+
+/// Until it can, nothing of this account goes to its server in vain.
+void Outbox::cannotWrite(OutboxRecord &record)
+{
+    record.reason = tr("It cannot be written down that it is being sent");
+    m_sendoff.spoil(record.account);
 }
 
 /// It came here when nobody looked at that, or by hand.
@@ -109,7 +170,7 @@ bool Outbox::sending(quint64 ticket, const QList<QByteArray> &recipients)
                      indicesField(indices)},
                     Durable::Now))
         return true;
-    record->reason = tr("It cannot be written down that it is being sent");
+    cannotWrite(*record);
     return false;
 }
 
@@ -161,11 +222,14 @@ void Outbox::release(quint64 ticket, const QString &reason)
     released(*record, reason);
     record = m_file.find(ticket);
     if (record && record->away) { // the user deleted it meanwhile
+        const int draft = record->wish.draft;
         if (record->has(Fate::Served))
             settle(ticket);
-        giveUp(record->wish.draft);
+        giveUp(draft);
+        record = m_file.find(ticket);
     }
-    assignAccounts(); // its own may be gone
+    if (record)
+        assignAccount(*record); // its own may be gone
 }
 
 /// The end of a lease that did not end in the acceptance by all.
@@ -180,10 +244,12 @@ void Outbox::released(OutboxRecord &record, const QString &reason)
         emit perhapsSent(ticket);
         return;
     }
-    if (record.isPutOff && record.has(Fate::Open))
+    if (record.isPutOff && record.has(Fate::Open)) {
         putOff(record);
-    else
+    } else if (record.has(Fate::Open)) {
         record.restsUntil = clockSeconds() + kRest;
+        m_file.mark(ticket, OutboxVerb::Returned, {QByteArray::number(record.returns + 1)}, Durable::Later);
+    }
     if (!record.isPutOff && !reason.isEmpty() && reason != record.reason)
         m_file.mark(ticket, OutboxVerb::Told, {textField(reason)}, Durable::Later);
     if (record.isRefused || record.isGivenUp)
@@ -204,7 +270,8 @@ void Outbox::putOff(OutboxRecord &record)
 
 void Outbox::settle(quint64 ticket)
 {
-    m_settled.push_back(ticket);
+    if (std::find(m_settled.begin(), m_settled.end(), ticket) == m_settled.end())
+        m_settled.push_back(ticket);
     if (m_settled.size() >= kFiledAtOnce)
         fileSettled();
     else if (!m_fileSoon.isActive())
@@ -261,9 +328,13 @@ void Outbox::tick()
     });
     m_lastTick = now;
     const bool wasOnline = std::exchange(m_wasOnline, isOnline());
+    if (m_wasOnline && !wasOnline)
+        m_sendoff.resumeAll();
     if (isDue || wasOnline != m_wasOnline)
         touched();
     m_file.compact();
+    if (m_forgetAgain != 0 && m_forgetAgain <= now)
+        completeTaking();
     if (!m_settled.empty() && !m_fileSoon.isActive() && m_fileAgain <= now)
         fileSettled();
     sendWaiting(false);
@@ -301,20 +372,21 @@ void Outbox::sendWaiting(bool manual)
     const qint64 now = clockSeconds();
     if (manual)
         askAll(0);
-    bool isMissing = false;
+    std::optional<int> missing;
     std::map<int, Sendoff::Wish> accounts;
     for (const OutboxRecord &record : m_file.records()) {
-        if (!record.mayGo(now) || !isWanted(record))
+        if (!isReady(record, now))
             continue;
-        isMissing = isMissing || (record.account == 0 && record.transport == OutboxTransport::Mail);
+        if (record.account == 0 && record.transport == OutboxTransport::Mail && !missing)
+            missing = record.identity;
         Sendoff::Wish &wish = accounts.try_emplace(record.account, Sendoff::Wish::ByItself).first->second;
         if (manual)
             wish = Sendoff::Wish::AtOnce;
         else if (record.isFresh)
             wish = Sendoff::Wish::Attended;
     }
-    if (manual && isMissing)
-        emit accountMissing();
+    if (manual && missing)
+        emit accountMissing(*missing);
     for (const auto &[account, wish] : accounts)
         m_sendoff.start(account, wish);
 }

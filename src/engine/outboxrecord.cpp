@@ -68,6 +68,7 @@ bool wait(OutboxRecord &record, const OutboxFields &)
     record.due = 0;
     record.attempts = 0;
     record.firstRefusal = 0;
+    record.returns = 0;
     record.isGivenUp = false;
     record.isAsked = true;
     record.isTaken = record.isLetGo = false;
@@ -126,7 +127,14 @@ bool retry(OutboxRecord &record, const OutboxFields &fields)
     record.attempts = fields[0].toInt();
     record.due = fields[1].toLongLong();
     record.firstRefusal = fields[2].toLongLong();
+    record.returns = 0;
     record.isGivenUp = record.due < 0;
+    return true;
+}
+
+bool returned(OutboxRecord &record, const OutboxFields &fields)
+{
+    record.returns = fields[0].toInt();
     return true;
 }
 
@@ -202,7 +210,7 @@ constexpr std::array kMarks = {
     MarkRow{OutboxVerb::Copy, 4, copy},         MarkRow{OutboxVerb::Filed, 0, filed},
     MarkRow{OutboxVerb::Original, 3, original}, MarkRow{OutboxVerb::Taken, 1, taken},
     MarkRow{OutboxVerb::Away, 1, away},         MarkRow{OutboxVerb::Back, 2, back},
-    MarkRow{OutboxVerb::Gone, 0, nullptr},
+    MarkRow{OutboxVerb::Returned, 1, returned}, MarkRow{OutboxVerb::Gone, 0, nullptr},
 };
 static_assert(kMarks.size() == kOutboxVerbs.size());
 static_assert([] {
@@ -275,6 +283,7 @@ OutboxEntry OutboxRecord::entry(qint64 now) const
     entry.transport = transport;
     entry.place = place;
     entry.account = account;
+    entry.identity = identity;
     entry.state = state(now);
     entry.due = due > now ? due : 0;
     entry.countsDown = entry.state == OutboxState::Held && hold == Hold::Countdown;
@@ -415,6 +424,8 @@ std::vector<std::pair<OutboxVerb, OutboxFields>> marksOf(const OutboxRecord &rec
     if (record.attempts > 0 || record.isGivenUp)
         marks.push_back(
             {OutboxVerb::Retry, {number(record.attempts), number(record.due), number(record.firstRefusal)}});
+    if (record.returns > 0)
+        marks.push_back({OutboxVerb::Returned, {number(record.returns)}});
     if (record.date != 0)
         marks.push_back(
             {OutboxVerb::Sending, {number(record.date), number(record.zone), addressed(Fate::Doubtful)}});

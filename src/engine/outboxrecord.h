@@ -59,6 +59,7 @@ struct OutboxRecord
     qint64 due = 0;                 ///< of the hold or of the next try; 0: none
     int attempts = 0;               ///< that were refused for now
     qint64 firstRefusal = 0;        ///< of these; seconds since 1970 UTC
+    int returns = 0;                ///< leases in a row that ended without a word about it
     bool isGivenUp = false;         ///< no further try by itself
     bool isAsked = false;           ///< the user wants it sent, whatever `AutoSend` says
     bool isTaken = false;           ///< it is being made a draft again
@@ -107,11 +108,12 @@ enum class OutboxVerb {
     Taken,
     Away,
     Back,
+    Returned,
     Gone,
 };
-constexpr std::array kOutboxVerbs = {"add",      "hold",  "wait", "account", "sending", "accepted",
-                                     "refused",  "retry", "told", "settled", "copy",    "filed",
-                                     "original", "taken", "away", "back",    "gone"};
+constexpr std::array kOutboxVerbs = {"add",      "hold",  "wait", "account", "sending",  "accepted",
+                                     "refused",  "retry", "told", "settled", "copy",     "filed",
+                                     "original", "taken", "away", "back",    "returned", "gone"};
 static_assert(kOutboxVerbs.size() == std::size_t(OutboxVerb::Gone) + 1);
 
 using OutboxFields = QList<QByteArray>;

@@ -32,7 +32,7 @@ QString sentence(const QString &text)
 QString Outbox::status(quint64 ticket) const
 {
     const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->away)
+    if (!record || record->away || record->isLetGo)
         return {};
     const qint64 now = clockSeconds();
     const OutboxEntry entry = record->entry(now);
@@ -74,6 +74,8 @@ QString Outbox::waitingStatus(const OutboxRecord &record) const
 {
     if (group().needsRepair())
         return tr("The message waits until the outbox is repaired.");
+    if (!m_identities.isReadable())
+        return tr("The message waits: the list of your identities cannot be read.");
     if (!isWanted(record))
         return tr("The message waits until you send it.");
     if (record.account == 0 && record.transport == OutboxTransport::News)

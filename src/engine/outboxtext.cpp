@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QByteArrayView kControls = "x-velmar-";
+constexpr QByteArrayView kResent = "resent-";
 constexpr QByteArrayView kEnvelope = "X-VELMAR-RCPT-TO";
 constexpr std::array kPostFields = {"Newsgroups",   "Followup-To",       "Supersedes",
                                     "Distribution", "Posted-And-Mailed", "Path"};
@@ -45,16 +46,43 @@ QByteArray changed(const QByteArray &message,
     return result.append(QByteArrayView(message).sliced(extent.length));
 }
 
+constexpr std::array kTo = {"To", "Cc", "Bcc"};
+constexpr std::array kResentTo = {"Resent-To", "Resent-Cc", "Resent-Bcc"};
+
+/// The first fields that a resending puts in front, up to one that is another's or that comes again.
+QByteArray resentBlock(const QByteArray &message)
+{
+    const HeaderFields fields(QByteArrayView(message).first(headerExtent(message).length));
+    QByteArray block;
+    QSet<QByteArray> seen;
+    for (qsizetype i = 0; i < fields.count(); ++i) {
+        const QByteArray name = fields.at(i).name.toByteArray().toLower();
+        if (name.startsWith(kControls))
+            continue;
+        if (!name.startsWith(kResent) || seen.contains(name))
+            break;
+        seen.insert(name);
+        block += name + ": " + fields.at(i).value.toByteArray() + '\n';
+    }
+    return block;
+}
+
 } // namespace
+
+bool isResent(const QByteArray &message)
+{
+    return !resentBlock(message).isEmpty();
+}
 
 QList<QByteArray> outgoingRecipients(const QByteArray &message, bool ownControls)
 {
     if (ownControls)
         return envelopeOf(message).recipients;
-    const Message header(message.first(headerExtent(message).length));
+    const bool isSentOn = isResent(message);
+    const Message header(isSentOn ? resentBlock(message) : message.first(headerExtent(message).length));
     QList<QByteArray> list;
     QSet<QByteArray> known = {QByteArray()};
-    for (const char *field : {"To", "Cc", "Bcc"}) {
+    for (const char *field : isSentOn ? kResentTo : kTo) {
         for (const Address &one : header.addresses(field)) {
             const QByteArray bare = one.address.toUtf8();
             if (!known.contains(bare))

@@ -7,8 +7,12 @@
 /// What the outbox reads and changes in the header of a message that was built here.
 
 /// Bare addresses that it goes to, each once: those of its envelope (net/smtp/envelope.h), or, where control
-/// headers are no word of ours, those of To, Cc and Bcc.
+/// headers are no word of ours, those of To, Cc and Bcc, or of the newest resending where it isResent().
 QList<QByteArray> outgoingRecipients(const QByteArray &message, bool ownControls);
+
+/// Whether it is about to be sent on: nothing but its sender has touched it since it was resent (RFC 5322
+/// 3.6.6), for who receives it puts his trace in front.
+bool isResent(const QByteArray &message);
 
 /// Whether it is to be posted, too.
 bool isPost(const QByteArray &message);

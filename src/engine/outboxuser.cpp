@@ -1,6 +1,7 @@
 #include "config/clock.h"
 #include "engine/outbox.h"
 #include "engine/outboxtext.h"
+#include "identity/identitymanager.h"
 #include "store/groupstore.h"
 
 #include <QScopedValueRollback>
@@ -16,6 +17,8 @@ namespace {
 
 using Fate = OutboxRecipient::Fate;
 using Durable = OutboxFile::Durable;
+
+constexpr qint64 kPauseOfForgetting = 60; ///< seconds after a failure
 
 QByteArray numberField(qint64 number)
 {
@@ -33,6 +36,8 @@ Outbox::Taking Outbox::lookAtTaking(quint64 ticket) const
     const OutboxRecord *wanted = m_file.find(ticket);
     if (!wanted || wanted->away || wanted->isServed() || wanted->copy)
         return {{}, {}, tr("The message was sent already.")};
+    if (wanted->isLetGo)
+        return {{}, {}, tr("The message is being edited already.")};
     Taking taking{{}, m_filing.textOf(*wanted), {}};
     if (taking.text.isNull())
         return {{}, {}, tr("The message cannot be read. It stays in the outbox.")};
@@ -40,7 +45,7 @@ Outbox::Taking Outbox::lookAtTaking(quint64 ticket) const
     bool mailWaits = false;
     bool postWaits = false;
     for (const OutboxRecord &record : m_file.records()) {
-        if (record.place != wanted->place || record.isServed() || record.copy)
+        if (record.place != wanted->place || record.isServed() || record.copy || record.isLetGo)
             continue;
         if (record.isLeased)
             return {{}, {}, tr("The message is on its way already.")};
@@ -69,10 +74,10 @@ Outbox::Taking Outbox::lookAtTaking(quint64 ticket) const
 }
 
 /// What is taken does not go by itself any more, after a crash neither. False after a report.
-bool Outbox::markTaken(const std::vector<quint64> &tickets, const char *stage)
+bool Outbox::markTaken(const std::vector<quint64> &tickets)
 {
     return std::all_of(tickets.begin(), tickets.end(), [&](quint64 ticket) {
-        return m_file.mark(ticket, OutboxVerb::Taken, {stage}, Durable::Now);
+        return m_file.mark(ticket, OutboxVerb::Taken, {kTaken}, Durable::Now);
     });
 }
 
@@ -87,7 +92,7 @@ void Outbox::unmarkTaken(const std::vector<quint64> &tickets)
 QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep, QString *notice)
 {
     Taking taking = lookAtTaking(ticket);
-    if (!taking.text.isNull() && !markTaken(taking.tickets, kTaken)) {
+    if (!taking.text.isNull() && !markTaken(taking.tickets)) {
         unmarkTaken(taking.tickets);
         taking = {{}, {}, tr("It cannot be written down that it is taken back. It stays in the outbox.")};
     }
@@ -97,16 +102,23 @@ QByteArray Outbox::takeBack(quint64 ticket, const Keep &keep, QString *notice)
     }
     if (notice)
         *notice = taking.notice;
-    if (!taking.text.isNull() && markTaken(taking.tickets, kLetGo))
+    if (!taking.text.isNull())
         letGo(taking.tickets, bool(keep));
     touched();
     return taking.text;
 }
 
-/// Its draft is there; what cannot be forgotten now is forgotten at the next start.
+/// Its draft is there: whether that can be written down now or later, it does not go out of here any more.
+/// What cannot be forgotten yet is forgotten later.
 void Outbox::letGo(const std::vector<quint64> &tickets, bool isKept)
 {
     const QScopedValueRollback own(m_isOwnChange, true);
+    for (const quint64 ticket : tickets) {
+        if (const OutboxRecord *record = m_file.find(ticket); record && !record->isLetGo)
+            m_file.mark(ticket, OutboxVerb::Taken, {kLetGo}, Durable::Later);
+    }
+    m_file.sync();
+    m_forgetAgain = 0;
     for (const quint64 ticket : tickets) {
         const OutboxRecord *record = m_file.find(ticket);
         if (!record)
@@ -114,8 +126,9 @@ void Outbox::letGo(const std::vector<quint64> &tickets, bool isKept)
         const bool mayGo = (isKept || record->wish.draft != 0) && !record->has(Fate::Doubtful);
         if (record->has(Fate::Served))
             settle(ticket); // some have got it
-        else
-            m_filing.forget(ticket, mayGo ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket);
+        else if (!m_filing.forget(ticket,
+                                  mayGo ? SentFiling::Leaving::ForGood : SentFiling::Leaving::ToBasket))
+            m_forgetAgain = clockSeconds() + kPauseOfForgetting;
     }
     m_file.sync();
 }
@@ -128,7 +141,8 @@ void Outbox::completeTaking()
         if (record.isLetGo)
             tickets.push_back(record.ticket);
     }
-    letGo(tickets, false);
+    if (!tickets.empty())
+        letGo(tickets, false);
 }
 
 // --- Sending and holding --------------------------------------------------------------------------------
@@ -136,23 +150,27 @@ void Outbox::completeTaking()
 void Outbox::sendNow(quint64 ticket)
 {
     const OutboxRecord *wanted = m_file.find(ticket);
-    if (!wanted || wanted->isServed() || wanted->copy || wanted->away)
+    if (!wanted || wanted->isServed() || wanted->copy || wanted->away || wanted->isLetGo)
         return;
     const MessageRef place = wanted->place;
+    const int identity = wanted->identity;
     std::set<int> accounts;
     for (const OutboxRecord &record : m_file.records()) {
         const bool goesAlong = record.place == place && !record.has(Fate::Doubtful) && !record.isGivenUp &&
                                !record.isServed() && record.has(Fate::Open);
-        if ((record.ticket != ticket && !goesAlong) || record.isLeased || record.copy || record.away)
+        if ((record.ticket != ticket && !goesAlong) || record.isLeased || record.copy || record.away ||
+            record.isLetGo)
             continue;
         const bool isMarked = m_file.mark(record.ticket, OutboxVerb::Wait, {}, Durable::Now);
         if (isMarked && record.transport == OutboxTransport::Mail)
             accounts.insert(record.account);
     }
     touched();
+    if (!m_identities.isReadable())
+        return;
     for (const int account : accounts) {
         if (account == 0)
-            emit accountMissing();
+            emit accountMissing(identity);
         else
             m_sendoff.start(account, Sendoff::Wish::AtOnce);
     }
@@ -161,8 +179,8 @@ void Outbox::sendNow(quint64 ticket)
 bool Outbox::holdUntil(quint64 ticket, qint64 due)
 {
     const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || record->isServed() || record->copy || record->has(Fate::Doubtful) ||
-        due <= 0)
+    if (!record || record->isLeased || record->isServed() || record->copy || record->isLetGo ||
+        record->has(Fate::Doubtful) || due <= 0)
         return false;
     const bool isHeld = m_file.mark(ticket, OutboxVerb::Hold, {numberField(due)}, Durable::Now);
     touched();
@@ -172,7 +190,7 @@ bool Outbox::holdUntil(quint64 ticket, qint64 due)
 void Outbox::settleAsSent(quint64 ticket)
 {
     const OutboxRecord *record = m_file.find(ticket);
-    if (!record || record->isLeased || !record->has(Fate::Doubtful) ||
+    if (!record || record->isLeased || record->isLetGo || !record->has(Fate::Doubtful) ||
         !m_file.mark(ticket, OutboxVerb::Settled, {}, Durable::Now))
         return;
     if (record->isServed())

@@ -24,6 +24,7 @@ Sendoff::Sendoff(AccountManager &accounts, QObject *parent)
     connect(&accounts, &AccountManager::accountDeleted, this, [this](const Account *account) {
         m_troubles.remove(account->number());
         m_started.remove(account->number());
+        m_spoilt.remove(account->number());
         emit ended(account->number(), {});
     });
 }
@@ -48,8 +49,16 @@ bool Sendoff::start(int number, Wish wish)
 void Sendoff::resume(int account)
 {
     const auto found = m_troubles.find(account);
-    if (found != m_troubles.end())
-        found->isStopped = false;
+    if (found == m_troubles.end())
+        return;
+    found->isStopped = false;
+    found->notBefore = 0;
+}
+
+void Sendoff::resumeAll()
+{
+    for (Trouble &trouble : m_troubles)
+        trouble.notBefore = 0;
 }
 
 void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QString &detail)
@@ -58,7 +67,8 @@ void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QStr
         return;
     const int number = account->number();
     m_started.remove(number);
-    if (reason == AccountFetchReason::None || reason == AccountFetchReason::WithErrors) {
+    const bool isSpoilt = m_spoilt.remove(number);
+    if (!isSpoilt && (reason == AccountFetchReason::None || reason == AccountFetchReason::WithErrors)) {
         m_troubles.remove(number);
     } else if (reason == AccountFetchReason::Stopped) {
         m_troubles[number].isStopped = true;
@@ -67,6 +77,8 @@ void Sendoff::fetchEnded(Account *account, AccountFetchReason reason, const QStr
         const auto pause = qMin<std::size_t>(std::size_t(trouble.failures++), kPauses.size() - 1);
         trouble.notBefore = clockSeconds() + kPauses[pause];
         trouble.said = fetchMessage(reason, account->name(), detail).simplified();
+        if (trouble.said.isEmpty())
+            trouble.said = detail.simplified();
     }
     emit ended(number, detail);
 }

@@ -25,8 +25,15 @@ public:
     /// Has the account send now. False: it does not.
     bool start(int account, Wish wish);
 
-    /// Something new waits: what the user stopped may go on.
+    /// Something new waits: what the user stopped, or what rests after a failure, is tried at once.
     void resume(int account);
+
+    /// The program is online again: what failed before need not fail now.
+    void resumeAll();
+
+    /// What the session under way could not do ends it badly, whatever its sender says: it is not tried again
+    /// at once.
+    void spoil(int account) { m_spoilt.insert(account); }
 
     /// What keeps the account from sending by itself: its last session failed, or was stopped.
     struct Trouble
@@ -51,4 +58,5 @@ private:
     AccountManager &m_accounts;
     QHash<int, Trouble> m_troubles;
     QSet<int> m_started;
+    QSet<int> m_spoilt;
 };

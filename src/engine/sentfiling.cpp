@@ -17,8 +17,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-constexpr std::size_t kMostCopies = 20; ///< of one original that get its marks
-}
+constexpr std::size_t kMostCopies = 20;      ///< of one original that get its marks
+constexpr qint64 kMostInMemory = 16'000'000; ///< bytes of texts that are filed together, or one text
+} // namespace
 
 SentFiling::SentFiling(GroupStore &store, IdentityManager &identities, OutboxFile &file, QObject *parent)
     : QObject(parent)
@@ -88,7 +89,7 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
 void SentFiling::file(const std::vector<quint64> &tickets)
 {
     std::vector<Job> jobs;
-    std::vector<quint64> done;
+    qint64 inMemory = 0;
     for (const quint64 ticket : tickets) {
         const OutboxRecord *record = m_file.find(ticket);
         if (!record)
@@ -97,9 +98,23 @@ void SentFiling::file(const std::vector<quint64> &tickets)
             recover(ticket);
             continue;
         }
-        if (std::optional<Job> job = prepare(*record))
-            jobs.push_back(std::move(*job));
+        if (inMemory + record->length > kMostInMemory) {
+            fileTogether(std::exchange(jobs, {}));
+            inMemory = 0;
+            record = m_file.find(ticket); // they have left
+        }
+        std::optional<Job> job = record ? prepare(*record) : std::nullopt;
+        if (!job)
+            continue;
+        inMemory += job->text.size();
+        jobs.push_back(std::move(*job));
     }
+    fileTogether(std::move(jobs));
+}
+
+void SentFiling::fileTogether(std::vector<Job> jobs)
+{
+    std::vector<quint64> done;
     if (jobs.empty() || !announce(jobs) || !store(jobs))
         return;
     for (const Job &job : jobs)
@@ -177,11 +192,11 @@ void SentFiling::recover(quint64 ticket)
             return; // it cannot be looked into now
         if (findCopy(*record->copy) == 0) {
             const std::optional<Job> job = prepare(*record);
-            if (job && job->target) {
-                std::vector<Job> jobs = {*job};
-                if (!announce(jobs) || !store(jobs))
-                    return;
-            }
+            if (!job)
+                return;
+            std::vector<Job> jobs = {*job};
+            if (!announce(jobs) || !store(jobs))
+                return;
         } else if (!group->flush()) {
             return;
         }
@@ -244,6 +259,7 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
     {
         quint64 ticket;
         MessageRef copy;
+        bool lacksCopy;
     };
     std::vector<Filed> filed;
     std::map<int, Articles> leaving;
@@ -260,7 +276,8 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
         going.insert(ticket);
         const SentCopy copy = record->copy.value_or(SentCopy());
         const quint32 article = copy.place.isNull() ? 0 : findCopy(copy);
-        filed.push_back({ticket, article == 0 ? MessageRef() : MessageRef{copy.place.group, article}});
+        filed.push_back({ticket, article == 0 ? MessageRef() : MessageRef{copy.place.group, article},
+                         copy.place.isNull() && keepsCopy(*record)});
     }
     for (const quint64 ticket : going) {
         const OutboxRecord *record = m_file.find(ticket);
@@ -276,12 +293,27 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
     }
     for (const Filed &one : filed) {
         const OutboxRecord *record = m_file.find(one.ticket);
-        if (record && record->wish.draft != 0 && !isNeededElsewhere(*record))
-            emit draftSettled(record->wish.draft);
+        if (record)
+            settleDraft(*record, one.lacksCopy);
         m_file.drop(one.ticket);
         emit this->filed(one.ticket, one.copy);
     }
     m_file.compact();
+}
+
+/// What was taken back is written on in its draft. Where there is no copy, the draft alone tells what was
+/// sent; the next start offers it, as one of which no message is found.
+void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
+{
+    const int draft = record.wish.draft;
+    if (lacksCopy)
+        report(ReportLevel::Warning, "%s",
+               qUtf8Printable(
+                   draft == 0 ? tr("A message was sent, but cannot be read any more.\nNo copy was stored.")
+                              : tr("A message was sent, but cannot be read any more.\nNo copy was stored; "
+                                   "its draft is kept.")));
+    if (draft != 0 && !lacksCopy && !record.isTaken && !isNeededElsewhere(record))
+        emit draftSettled(draft);
 }
 
 bool SentFiling::takeOut(const OutboxRecord &record, Leaving how)

@@ -60,7 +60,9 @@ private:
     bool store(const std::vector<Job> &jobs);
     quint32 findCopy(const SentCopy &copy) const;
     bool takeOut(const OutboxRecord &record, Leaving how);
+    void fileTogether(std::vector<Job> jobs);
     void finish(const std::vector<quint64> &tickets);
+    void settleDraft(const OutboxRecord &record, bool lacksCopy);
     void markOriginals(const OutboxRecord &record) const;
     MessageRefs placesOf(const OutboxOriginal &original) const;
     bool isNeededElsewhere(const OutboxRecord &record, const std::set<quint64> &except = {}) const;

@@ -28,9 +28,9 @@ private slots:
     void whereTheCopyGoes();
     void marksOnTheOriginal();
     void mailAndPostSettleEachByItself();
-    void accountsComeAndGo();
-    void anIdentityKeepsToItsServer();
     void theGroupIsTheUsersToo();
+    void adoptedAndSentOn_data();
+    void adoptedAndSentOn();
     void deletedAndBroughtBack_data();
     void deletedAndBroughtBack();
     void whatIsNotTaken_data();
@@ -262,7 +262,7 @@ void OutboxTest::takenBackInPart()
     const Scratch scratch;
     OutboxAtTest f;
     QByteArray text = outgoing("1", "bob@example.org, carol@example.org");
-    const quint64 ticket = f.add(text);
+    const quint64 ticket = f.add(text, {.draft = 6});
     FakeServer server;
     server.recipients["carol@example.org"] = 550;
     server.serve(f.outbox, f.account);
@@ -272,7 +272,9 @@ void OutboxTest::takenBackInPart()
     QVERIFY(rest.contains("X-VELMAR-RCPT-TO: carol@example.org\n"));
     QVERIFY(rest.contains("Bcc: carol@example.org\n"));
     QVERIFY(!rest.contains("bob@"));
+    QVERIFY(!f.outbox.holdsDraft(6)); // it is open again
     f.outbox.finish();
+    QCOMPARE(f.drafts, QList<int>()); // and stays, whatever becomes of the copy
     QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s}); // bob has got it
     QCOMPARE(f.outbox.entries().size(), 0u);
 }
@@ -428,56 +430,6 @@ void OutboxTest::mailAndPostSettleEachByItself()
     QCOMPARE(f.drafts, QList<int>{5});
 }
 
-void OutboxTest::accountsComeAndGo()
-{
-    const Scratch scratch;
-    OutboxAtTest f;
-    const int first = f.account;
-    const quint64 ticket = f.add(outgoing("1"));
-    QCOMPARE(f.outbox.entry(ticket)->account, first);
-    QSignalSpy missing(&f.outbox, &Outbox::accountMissing);
-    f.engine.accounts().remove(first);
-    QCOMPARE(f.outbox.entry(ticket)->account, 0);
-    QCOMPARE(f.outbox.status(ticket), u"The message waits for an account that sends it."_s);
-    f.add(outgoing("2"));
-    QCOMPARE(missing.size(), 1);
-    f.outbox.sendWaiting(true);
-    QCOMPARE(missing.size(), 2);
-    const int second = f.addAccount(u"another"_s);
-    QCOMPARE(FakeServer().serve(f.outbox, first), 0);
-    QCOMPARE(FakeServer().serve(f.outbox, second), 2);
-}
-
-/// What one writes as somebody else does not go through the server of the first.
-void OutboxTest::anIdentityKeepsToItsServer()
-{
-    const Scratch scratch;
-    OutboxAtTest f;
-    const auto add = [&](const QString &name) {
-        Identity identity;
-        identity.name = name;
-        identity.address = name + u"@example.org"_s;
-        return f.engine.identities().add(identity);
-    };
-    const int ada = add(u"ada"_s);
-    const int eve = add(u"eve"_s);
-    AccountData data = f.engine.accounts().account(f.account)->data();
-    data.identity = ada;
-    QVERIFY(f.engine.accounts().update(data));
-    QCOMPARE(f.outbox.accountFor(0), f.account); // the default one's
-    const quint64 ticket = f.outbox.add(outgoing("1"), eve, {});
-    QCOMPARE(f.outbox.entry(ticket)->account, 0);
-    QVERIFY(f.outbox.status(ticket).contains(u"eve"_s));
-    const int general = f.addAccount(u"general"_s);
-    QCOMPARE(f.outbox.entry(ticket)->account, general);
-    const int own = f.addAccount(u"own"_s, eve);
-    QCOMPARE(f.outbox.entry(ticket)->account, own);
-    f.engine.accounts().remove(own);
-    f.engine.accounts().remove(general);
-    QVERIFY(f.engine.identities().remove(ada)); // its server is nobody's now
-    QCOMPARE(f.outbox.entry(ticket)->account, f.account);
-}
-
 void OutboxTest::theGroupIsTheUsersToo()
 {
     const Scratch scratch;
@@ -503,6 +455,41 @@ void OutboxTest::theGroupIsTheUsersToo()
     QCOMPARE(server.serve(f.outbox, f.account), 2);
     QCOMPARE(server.taken.last().remaining, QList<QByteArray>{"bob@example.org"});
     QVERIFY(!server.taken.last().text.contains("eve@"));
+}
+
+void OutboxTest::adoptedAndSentOn_data()
+{
+    QTest::addColumn<QByteArray>("front");
+    QTest::addColumn<QList<QByteArray>>("recipients");
+    const QByteArray resent = "Resent-From: ada@example.org\nResent-To: carl@example.org\n";
+    const QByteArray earlier =
+        "Resent-From: x@example.org\nResent-To: y@example.org\nResent-Cc: z@example.org\n";
+    const QList<QByteArray> own = {"bob@example.org"};
+    const QList<QByteArray> sentOn = {"carl@example.org"};
+    QTest::newRow("it is its writer's") << QByteArray() << own;
+    QTest::newRow("it was being sent on") << resent << sentOn;
+    QTest::newRow("a second time") << resent + earlier << sentOn;
+    QTest::newRow("its control fields are nobody's word")
+        << "X-VELMAR-RCPT-TO: eve@example.org\n" + resent << sentOn;
+    QTest::newRow("somebody sent it on to here") << "Received: from a by b; x\n" + earlier << own;
+}
+
+/// The journal of the outbox is lost: to whom it goes, its fields alone say.
+void OutboxTest::adoptedAndSentOn()
+{
+    QFETCH(QByteArray, front);
+    QFETCH(QList<QByteArray>, recipients);
+    const Scratch scratch;
+    OutboxAtTest f;
+    f.engine.groups().add(*f.engine.groups().group(GroupRole::Outbox), Message(front + mailText("x", "x")),
+                          {}, 0, 1);
+    QCOMPARE(f.outbox.entries().size(), 1u);
+    f.outbox.sendNow(f.outbox.entries().front().ticket);
+    FakeServer server;
+    QCOMPARE(server.serve(f.outbox, f.account), 1);
+    QCOMPARE(server.taken[0].remaining, recipients);
+    const bool isSentOn = recipients != QList<QByteArray>{"bob@example.org"};
+    QCOMPARE(server.taken[0].text.contains("Resent-Date: "), isSentOn);
 }
 
 void OutboxTest::deletedAndBroughtBack_data()

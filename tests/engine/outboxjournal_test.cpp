@@ -2,6 +2,8 @@
 #include "support/diskfaults.h"
 #include "support/memory.h"
 
+#include <QDir>
+
 #include <sys/wait.h>
 
 using namespace Qt::StringLiterals;
@@ -18,6 +20,7 @@ private slots:
     void journal();
     void aFullDisk();
     void aFullDiskWhileTheUserChangesHisMind();
+    void withoutACopyTheDraftStays();
     void itStaysSmall();
     void whileTheGroupWaitsForItsRepair();
     void killed();
@@ -129,6 +132,7 @@ void OutboxJournalTest::aFullDiskWhileTheUserChangesHisMind()
                 .isNull());
     QVERIFY(!notice.isEmpty());
     QCOMPARE(f.state(ticket), OutboxState::Held);
+    const MessageRef place = f.outbox.entry(ticket)->place;
     QVERIFY(!f.outbox
                  .takeBack(ticket,
                            [](const QByteArray &) {
@@ -137,9 +141,41 @@ void OutboxJournalTest::aFullDiskWhileTheUserChangesHisMind()
                                return true;
                            })
                  .isNull());
+    f.outbox.sendNow(ticket);
     f.advance(24 * 3600);
     QCOMPARE(f.outbox.waiting(f.account), 0);
+    QCOMPARE(f.outbox.entries().size(), 0u); // nobody can send it again from there
+    QVERIFY(f.outbox.hasLetGo(place) && !f.outbox.holdsDraft(2));
     DiskFaults::isFull = false;
+    f.advance(61);
+    QVERIFY(!f.outbox.hasLetGo(place));
+    QCOMPARE(f.subjects(GroupRole::Outbox), QStringList());
+}
+
+/// A sent message of which nothing is left but its draft.
+void OutboxJournalTest::withoutACopyTheDraftStays()
+{
+    for (const bool isWanted : {true, false}) {
+        Scratch scratch;
+        OutboxAtTest f;
+        setBoolSetting(Setting::KeepSentMail, isWanted);
+        const quint64 ticket = f.add(outgoing("1"), {.draft = 7});
+        Group &group = *f.engine.groups().group(GroupRole::Outbox);
+        const auto message = f.outbox.next(f.account);
+        QVERIFY(f.outbox.sending(ticket, message->remaining));
+        f.outbox.accepted(ticket, message->remaining);
+        f.outbox.release(ticket, {});
+        group.close();
+        for (const QString &bin :
+             QDir(configPathOf(u"Groups/%1"_s.arg(group.number()))).entryList(QDir::Files)) {
+            if (!bin.startsWith(u"Overview"_s))
+                QVERIFY(QFile::resize(configPathOf(u"Groups/%1/%2"_s.arg(group.number()).arg(bin)), 0));
+        }
+        f.outbox.finish();
+        QCOMPARE(f.outbox.entries().size(), 0u);
+        QCOMPARE(f.drafts, isWanted ? QList<int>() : QList<int>{7});
+        QCOMPARE(scratch.reports.join(u' ').contains(u"draft is kept"_s), isWanted);
+    }
 }
 
 /// Also while something waits all the time.

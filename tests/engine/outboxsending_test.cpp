@@ -1,6 +1,7 @@
 #include "engine/logintest.h"
 #include "outboxattest.h"
 #include "servers/scriptedserver.h"
+#include "support/diskfaults.h"
 #include "support/memory.h"
 
 #include <QRegularExpression>
@@ -45,11 +46,15 @@ class OutboxSendingTest : public QObject
 
 private slots:
     void initTestCase() { useMemoryForFiles(); }
+    void cleanup() { DiskFaults::isFull = false; }
     void sessions_data();
     void sessions();
     void byItself();
     void onlyWhatIsAskedFor();
     void againAfterAFailure();
+    void atOnceAfterAll_data();
+    void atOnceAfterAll();
+    void onAFullDisk();
     void stoppedByTheUser();
     void whyItWaits_data();
     void whyItWaits();
@@ -155,6 +160,67 @@ void OutboxSendingTest::againAfterAFailure()
     QCOMPARE(s.ended, 1);
     s.advance(2);
     QVERIFY(s.waitForEnd(2));
+    QVERIFY2(server.finished(), server.problem());
+    s.outbox.finish();
+    QCOMPARE(s.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
+}
+
+void OutboxSendingTest::atOnceAfterAll_data()
+{
+    QTest::addColumn<bool>("isNew");
+    QTest::newRow("something new waits") << true;
+    QTest::newRow("the program is online again") << false;
+}
+
+/// Whatever pause the failures before have brought about.
+void OutboxSendingTest::atOnceAfterAll()
+{
+    QFETCH(bool, isNew);
+    const Scratch scratch;
+    const QByteArray one = kEnvelope + "S: 250 ok\n" + kText + "S: 250 taken\n";
+    ScriptedServer server("X\n--\nX\n--\n" + kHello + one + (isNew ? one : QByteArray()) + kBye);
+    SendingAtTest s(server);
+    setBoolSetting(Setting::AutoSend, true);
+    s.add(outgoing("1"));
+    QVERIFY(s.waitForEnd());
+    s.advance(61);
+    QVERIFY(s.waitForEnd(2));
+    s.advance(2);
+    QCOMPARE(s.ended, 2);
+    if (isNew) {
+        s.add(outgoing("2"));
+    } else {
+        setOnline(false);
+        s.advance(1);
+        setOnline(true);
+        s.advance(1);
+    }
+    QVERIFY(s.waitForEnd(3));
+    QVERIFY2(server.finished(), server.problem());
+}
+
+/// Nothing is carried to the server again and again that cannot be written down.
+void OutboxSendingTest::onAFullDisk()
+{
+    const Scratch scratch;
+    const QByteArray start = kHello + kEnvelope + "S: 250 ok\n";
+    ScriptedServer server(start + "C: DATA\nS: 354 go on\nE\n--\n" + kHello + "E\n--\n" + start + kText +
+                          "S: 250 taken\n" + kBye);
+    SendingAtTest s(server);
+    const quint64 ticket = s.add(outgoing("1"));
+    DiskFaults::isFull = true;
+    s.outbox.sendWaiting(true);
+    QVERIFY(s.waitForEnd());
+    s.advance(61);
+    QVERIFY(s.waitForEnd(2));
+    s.advance(61);
+    QCOMPARE(s.ended, 2);
+    QVERIFY(!s.engine.accounts().isBusy());
+    const QString status = s.outbox.status(ticket);
+    QVERIFY2(status.contains(u"cannot be written down"_s), qPrintable(status));
+    DiskFaults::isFull = false;
+    s.advance(300);
+    QVERIFY(s.waitForEnd(3));
     QVERIFY2(server.finished(), server.problem());
     s.outbox.finish();
     QCOMPARE(s.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
