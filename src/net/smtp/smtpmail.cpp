@@ -10,7 +10,7 @@ namespace {
 
 // in one pass of the event loop
 constexpr qsizetype kSurveyBytes = 8 * 1024 * 1024;
-constexpr qsizetype kEncodeBytes = 1024 * 1024;
+constexpr qsizetype kEncodeBytes = 512 * 1024;
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include "message/mimecontext.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 namespace {
@@ -162,10 +163,17 @@ void FittingMessage::writeEdit(const Edit &edit, qsizetype most)
 void FittingMessage::quote(qsizetype end, qsizetype most)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
+    constexpr std::size_t kMostAtOnce = 5; // bytes that one byte becomes, with a soft line break before it
+    std::array<char, 1024> piece;          // one by one they would be slow to append
+    std::size_t used = 0;
     for (const qsizetype stop = std::min(end, m_at + most); m_at < stop; ++m_at) {
+        if (used + kMostAtOnce > piece.size()) {
+            m_written.append(piece.data(), qsizetype(used));
+            used = 0;
+        }
         const char c = m_text[m_at];
         if (c == '\n') {
-            m_written += c;
+            piece[used++] = c;
             m_column = 0;
             continue;
         }
@@ -173,13 +181,16 @@ void FittingMessage::quote(qsizetype end, qsizetype most)
         const bool isPlain = (c > ' ' && c < 0x7f && c != '=') || ((c == ' ' || c == '\t') && !isLast);
         const int width = isPlain ? 1 : 3;
         if (m_column + width > kLongestEncodedLine - (isLast ? 0 : 1)) {
-            m_written += "=\n";
+            piece[used++] = '=';
+            piece[used++] = '\n';
             m_column = 0;
         }
-        if (isPlain)
-            m_written += c;
-        else
-            m_written.append('=').append(kDigits[uchar(c) >> 4]).append(kDigits[uchar(c) & 15]);
+        piece[used++] = isPlain ? c : '=';
+        if (!isPlain) {
+            piece[used++] = kDigits[uchar(c) >> 4];
+            piece[used++] = kDigits[uchar(c) & 15];
+        }
         m_column += width;
     }
+    m_written.append(piece.data(), qsizetype(used));
 }
