@@ -21,6 +21,7 @@ private slots:
     void aFullDisk();
     void aFullDiskWhileTheUserChangesHisMind();
     void withoutACopyTheDraftStays();
+    void aMarkThatFoundNoRoom();
     void itStaysSmall();
     void whileTheGroupWaitsForItsRepair();
     void killed();
@@ -176,6 +177,24 @@ void OutboxJournalTest::withoutACopyTheDraftStays()
         QCOMPARE(f.drafts, isWanted ? QList<int>() : QList<int>{7});
         QCOMPARE(scratch.reports.join(u' ').contains(u"draft is kept"_s), isWanted);
     }
+}
+
+/// It is written as soon as there is room, and not believed to be there.
+void OutboxJournalTest::aMarkThatFoundNoRoom()
+{
+    const Scratch scratch;
+    std::optional<OutboxAtTest> f(std::in_place);
+    const quint64 ticket = f->add(outgoing("1"));
+    QVERIFY(f->engine.shutDown());
+    f.emplace(); // the journal is written anew, and nothing is reserved behind it
+    QVERIFY(f->outbox.next(f->account));
+    DiskFaults::isFull = true;
+    f->outbox.refused(ticket, {{{}, 554, u"no"_s}});
+    DiskFaults::isFull = false;
+    f->outbox.release(ticket, {});
+    QVERIFY(f->engine.shutDown());
+    f.emplace();
+    QCOMPARE(f->state(ticket), OutboxState::Refused);
 }
 
 /// Also while something waits all the time.
