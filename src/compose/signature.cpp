@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr QStringView kEmptyLine = u"<div><br></div>";
 constexpr int kMostTries = 200; ///< places at which a known signature is looked for
 
 QString withLineEnd(QString text)
@@ -31,26 +33,34 @@ QString plainBlock(bool isSeparated, const QString &signature, const QString &ta
            (first.isEmpty() || second.isEmpty() ? u""_s : u"\n"_s) + second;
 }
 
+/// Each line a block of its own, as the rich editor writes lines.
+QString linesOf(const QString &text)
+{
+    QString html;
+    for (const QString &line : text.trimmed().split(u'\n'))
+        html += line.isEmpty() ? kEmptyLine.toString() : u"<div>"_s + htmlEscaped(line) + u"</div>"_s;
+    return html;
+}
+
 QString richBlock(bool isSeparated, const QString &signature, bool isHtml, const QString &tagline)
 {
-    const auto lines = [](const QString &text) {
-        QString html = htmlEscaped(text.trimmed());
-        return html.replace(u'\n', u"<br>"_s);
-    };
-    if (signature.trimmed().isEmpty() && tagline.trimmed().isEmpty())
+    const bool hasSignature = !signature.trimmed().isEmpty();
+    const bool hasTagline = !tagline.trimmed().isEmpty();
+    if (!hasSignature && !hasTagline)
         return {};
     QString out = u"<div class=\"%1\">"_s.arg(kSignatureClass);
     if (isSeparated)
-        out += u"<p>-- </p>"_s;
-    if (!signature.trimmed().isEmpty())
-        out += isHtml ? u"<div>"_s + signature + u"</div>"_s : u"<p>"_s + lines(signature) + u"</p>"_s;
-    if (!tagline.trimmed().isEmpty())
-        out += u"<p>"_s + lines(tagline) + u"</p>"_s;
+        out += u"<div>-- </div>"_s;
+    if (hasSignature)
+        out += isHtml ? u"<div>"_s + signature + u"</div>"_s : linesOf(signature);
+    if (hasSignature && hasTagline)
+        out += kEmptyLine;
+    if (hasTagline)
+        out += linesOf(tagline);
     return out + u"</div>"_s;
 }
 
-// --- Finding it again
-// ---------------------------------------------------------------------------------------
+// --- Finding it again ----------------------------------------------------------------------------------
 
 /// The characters that can be seen, each with where it begins and ends in what they were taken from. Blanks
 /// are left out: editors add and drop them.
@@ -272,6 +282,11 @@ QString setSignature(Composition &composition, const QString &signature, bool is
     if (place.start < 0) {
         const qsizetype body = composition.html.lastIndexOf(u"</body>", -1, Qt::CaseInsensitive);
         place = {body < 0 ? composition.html.size() : body, 0};
+        const QStringView before = QStringView(composition.html).first(place.start).trimmed();
+        const bool isApart =
+            before.isEmpty() || before.endsWith(u"<br></div>") || before.endsWith(u"<br></p>");
+        if (!isApart && !block.html.isEmpty())
+            composition.html.insert(std::exchange(place.start, place.start + kEmptyLine.size()), kEmptyLine);
     }
     composition.html.replace(place.start, place.length, block.html);
     return block.shown;

@@ -383,13 +383,18 @@ void EditingTest::richSignaturesAreReplaced()
     composition.html = start + u"</body></html>"_s;
     composition.text = u"text -- here\n> -- \n> Old\n"_s;
     const QString first = setSignature(composition, u"<i>Old</i>"_s, true, {});
-    QCOMPARE(composition.html, start + block.arg(u"<p>-- </p><div><i>Old</i></div>"_s) + u"</body></html>"_s);
-    QVERIFY(composition.text.endsWith("\n\n-- \nOld\n"_L1));
-    const QString second = setSignature(composition, u"a < b\nMe"_s, false, u"Be nice"_s, first);
+    const QString apart = start + u"<div><br></div>"_s;
     QCOMPARE(composition.html,
-             start + block.arg(u"<p>-- </p><p>a &lt; b<br>Me</p><p>Be nice</p>"_s) + u"</body></html>"_s);
+             apart + block.arg(u"<div>-- </div><div><i>Old</i></div>"_s) + u"</body></html>"_s);
+    QVERIFY(composition.text.endsWith("\n\n-- \nOld\n"_L1));
+    const QString second = setSignature(composition, u"a < b\n\nMe"_s, false, u"Be nice"_s, first);
+    const QString lines = u"<div>-- </div><div>a &lt; b</div><div><br></div><div>Me</div>"
+                          "<div><br></div><div>Be nice</div>"_s;
+    QCOMPARE(composition.html, apart + block.arg(lines) + u"</body></html>"_s);
     setSignature(composition, {}, false, {}, second);
-    QCOMPARE(composition.html, start + u"</body></html>"_s);
+    QCOMPARE(composition.html, apart + u"</body></html>"_s);
+    setSignature(composition, u"Me"_s, false, {});
+    QCOMPARE(composition.html, apart + block.arg(u"<div>-- </div><div>Me</div>"_s) + u"</body></html>"_s);
     for (const auto &[spelling, left] :
          {std::pair(u"<p style=\"x\"><span style=\"y\">-- </span></p><p>Old</p>"_s, QString()),
           {u"<p>--\u00A0</p>Old<p>P.S.</p>"_s, u"<p>P.S.</p>"_s},
@@ -413,7 +418,8 @@ void EditingTest::signaturesTakeLinearTime()
         composition.html = piece.repeated(kMega / piece.size()) + u"-- </p>"_s;
         composition.text = composition.html;
         setSignature(composition, u"Me"_s, false, {}, u"-- \nMe\n"_s);
-        QVERIFY(composition.html.endsWith("<p>Me</p></div>"_L1) && composition.text.endsWith("-- \nMe\n"_L1));
+        QVERIFY(composition.html.endsWith("<div>Me</div></div>"_L1) &&
+                composition.text.endsWith("-- \nMe\n"_L1));
         setSignature(composition, u"Me"_s, false, {}, piece);
     }
     QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
