@@ -45,20 +45,35 @@ bool wantsRich(const ComposeWish &wish, bool isArticle)
     return boolSetting(isArticle ? Setting::SendRichTextNews : Setting::SendRichTextMail);
 }
 
-/// A paragraph for each line, as a rich editor writes them.
-QString paragraphsOf(const QString &text)
+/// A block for each line, as the rich editor writes them: paragraphs would stand apart from each other.
+QString blocksOf(const QString &text)
 {
     QString html;
     for (const QString &line : text.split(u'\n'))
-        html += u"<p>%1</p>"_s.arg(line.isEmpty() ? u"<br>"_s : line.toHtmlEscaped());
+        html += u"<div>%1</div>"_s.arg(line.isEmpty() ? u"<br>"_s : line.toHtmlEscaped());
     return html;
 }
 
-Composer::Started failed(const QString &error)
+/// Half a message is not passed on as if it were the whole.
+Composer::Started lacking(const MessageRefs &places)
 {
     Composer::Started started;
-    started.error = error;
+    started.error =
+        places.size() == 1
+            ? Composer::tr("Only the header of the message is here. The rest is still on the server.")
+            : Composer::tr("Of some messages only the header is here. The rest is still on the server.");
+    started.headersOnly = places;
     return started;
+}
+
+/// An answer is written without the text, too; nothing stands where it would be quoted.
+void quoteNothing(Composer::Started &started, const MessageRefs &places)
+{
+    started.headersOnly = places;
+    started.notice = Composer::tr("Only the header of the message is here, so that nothing is quoted.");
+    started.composition.text.clear();
+    if (!started.composition.html.isEmpty())
+        started.composition.html = blocksOf({});
 }
 
 } // namespace
@@ -76,6 +91,13 @@ Composer::Composer(GroupStore &store, IdentityManager &identities, AccountManage
     connect(&m_addresses, &SeenAddresses::changed, this, &Composer::addressesChanged);
 }
 
+Composer::Started Composer::failed(const QString &error)
+{
+    Started started;
+    started.error = error;
+    return started;
+}
+
 // --- What it begins from --------------------------------------------------------------------------------
 
 std::optional<Message> Composer::read(MessageRef place) const
@@ -84,6 +106,19 @@ std::optional<Message> Composer::read(MessageRef place) const
     const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
     const QByteArray text = overview ? group->readMessage(*overview) : QByteArray();
     return text.isNull() ? std::nullopt : std::optional(Message(text));
+}
+
+/// Those whose body is still on the server.
+MessageRefs Composer::headersOnly(const MessageRefs &places) const
+{
+    MessageRefs found;
+    for (const MessageRef place : places) {
+        Group *group = m_store.group(place.group);
+        const std::optional<Overview> overview = group ? group->overview(place.article) : std::nullopt;
+        if (overview && overview->has(Mark::HeaderOnly))
+            found.push_back(place);
+    }
+    return found;
 }
 
 QStringList Composer::ownAddresses() const
@@ -127,6 +162,9 @@ Composer::Started Composer::start(const ComposeWish &wish)
     m_addresses.start();
     if (m_identities.all().empty())
         return failed(tr("There is no identity yet to write as"));
+    const MessageRefs halves = headersOnly(wish.originals);
+    if (!halves.empty() && wish.kind != ComposeWish::Kind::Reply)
+        return lacking(halves);
     switch (wish.kind) {
     case ComposeWish::Kind::New: return startNew(wish);
     case ComposeWish::Kind::Mailto: return startMailto(wish);
@@ -142,13 +180,13 @@ Composer::Started Composer::start(const ComposeWish &wish)
 Composer::Started Composer::startNew(const ComposeWish &wish)
 {
     Started started;
-    started.isArticle = wish.article;
+    started.isArticle = started.context.isArticle = wish.article;
     const Identity *identity = m_identities.identity(wish.identity);
     started.composition =
         newComposition(identity ? *identity : *m_identities.defaultIdentity(), wish.article);
     started.composition.newsgroups = wish.article ? wish.newsgroups : QString();
     if (wantsRich(wish, wish.article))
-        started.composition.html = paragraphsOf({});
+        started.composition.html = blocksOf({});
     dress(started, wish, Message());
     return started;
 }
@@ -163,7 +201,7 @@ Composer::Started Composer::startMailto(const ComposeWish &wish)
     Started started;
     started.composition = *composition;
     if (wantsRich(wish, false))
-        started.composition.html = paragraphsOf(composition->text);
+        started.composition.html = blocksOf(composition->text);
     dress(started, wish, Message());
     return started;
 }
@@ -187,150 +225,18 @@ Composer::Started Composer::startAnswer(const ComposeWish &wish)
         started.context.deed = DraftContext::Deed::Reply;
         started.context.isPersonal = isPersonalReply(original, wish.reply, *identity, options);
         started.composition = replyTo(original, wish.reply, *identity, options);
+        const MessageRefs halves = headersOnly({place});
+        if (!halves.empty() && wish.selectedText.isEmpty())
+            quoteNothing(started, halves);
     } else {
         started.context.deed = DraftContext::Deed::Forward;
         if (wish.forward == ForwardKind::Attached)
             started.context.others.assign(wish.originals.begin() + 1, wish.originals.end());
         started.composition = forward(originals, wish.forward, wish.mark, *identity, options);
     }
-    started.isArticle = started.composition.isNews();
+    started.isArticle = started.context.isArticle = started.composition.isNews();
     dress(started, wish, original);
     return started;
-}
-
-Composer::Started Composer::startDraft(const ComposeWish &wish)
-{
-    const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
-    const int draft = m_drafts.open(place);
-    if (draft == 0)
-        return failed(m_drafts.waitsInOutbox(place) ? tr("The message waits in the outbox to be sent")
-                                                    : tr("The draft is not there any more"));
-    return goOnWith(draft);
-}
-
-Composer::Started Composer::goOnWith(int draft) const
-{
-    Started started;
-    started.draft = draft;
-    started.context = m_drafts.context(draft);
-    started.composition = m_drafts.version(draft, 0);
-    started.isArticle = started.composition.isNews();
-    recogniseSignature(started);
-    return started;
-}
-
-Composer::Started Composer::startAgain(const ComposeWish &wish)
-{
-    const MessageRef place = wish.originals.empty() ? MessageRef() : wish.originals.front();
-    const std::optional<Message> message = read(place);
-    if (!message)
-        return failed(tr("The message is not there any more"));
-    Started started;
-    started.composition = reading(*message, isOwn(place), place);
-    started.isArticle = started.composition.isNews();
-    recogniseSignature(started);
-    return started;
-}
-
-/// Whether the message was written here: where it lies does not tell, people move what they received.
-bool Composer::isOwn(MessageRef place) const
-{
-    const OutboxEntry *waiting = m_outbox.entryAt(place);
-    return waiting ? waiting->isOwn : m_drafts.knows(place);
-}
-
-Composition Composer::reading(const Message &message, bool isOwn, MessageRef place) const
-{
-    const Identity fitting = *identityFor({}, message, place);
-    return readComposition(message, isOwn, [&](const QString &address) {
-        const Identity *identity = m_identities.find(address);
-        return identity ? *identity : fitting;
-    });
-}
-
-/// Which of the identity's signatures stands in the text, and the tagline behind it: a draft does not say.
-void Composer::recogniseSignature(Started &started)
-{
-    const Composition &composition = started.composition;
-    const Identity &identity = composition.identity;
-    for (const QString &name : signatureNames(identity.number)) {
-        const std::optional<Signature> signature = readSignature(identity.number, name);
-        if (!signature || signature->kind == Signature::Kind::Command)
-            continue;
-        const auto with = [&, isHtml = signature->kind == Signature::Kind::Html](const QString &tagline) {
-            const SignatureBlock block = signatureBlock(identity, signature->text, isHtml, tagline);
-            return composition.html.isEmpty() ? block.plain : block.shown;
-        };
-        const QString bare = with({});
-        const TextSpan place = findSignature(composition.text, bare);
-        if (place.start < 0 || bare.size() <= started.signatureEnd.size())
-            continue;
-        const QString behind = composition.text.sliced(place.start + place.length).trimmed();
-        const QStringList taglines = behind.isEmpty() ? QStringList() : readTaglines(identity.number);
-        const auto tagline = std::find_if(taglines.begin(), taglines.end(), [&](const QString &each) {
-            return !each.trimmed().isEmpty() && behind.startsWith(each.trimmed());
-        });
-        started.tagline = tagline == taglines.end() ? QString() : *tagline;
-        started.signatureEnd = with(started.tagline);
-    }
-}
-
-// --- Out of the outbox ----------------------------------------------------------------------------------
-
-Composer::Started Composer::takeBack(quint64 ticket)
-{
-    const OutboxEntry *waiting = m_outbox.entry(ticket);
-    if (!waiting || m_identities.all().empty())
-        return failed(tr("The message is not there any more"));
-    const OutboxEntry entry = *waiting; // it goes meanwhile
-    Started started;
-    QString notice;
-    const QByteArray text = m_outbox.takeBack(
-        ticket, [&](const QByteArray &taken) { return keepTakenBack(started, Message(taken), entry); },
-        &notice);
-    if (!text.isNull()) {
-        m_drafts.takenBack(started.draft);
-        started.notice = notice;
-        return started;
-    }
-    if (started.draft == entry.draft)
-        m_drafts.takeBackFailed(started.draft);
-    else
-        m_drafts.discard(started.draft);
-    return failed(notice.isEmpty() ? tr("The message is on its way already, or cannot be kept as a draft")
-                                   : notice);
-}
-
-/// The draft knows more than the message; but who was served already is no recipient of that any more.
-bool Composer::keepTakenBack(Started &started, const Message &message, const OutboxEntry &entry)
-{
-    const bool isSentOn = !entry.isOwn && message.hasHeader("Resent-Message-ID");
-    if (isSentOn && liesElsewhere(message, entry.place))
-        return true; // nothing was written
-    Composition composition = reading(message, entry.isOwn, entry.place);
-    started.context = m_drafts.context(entry.draft);
-    if (!m_drafts.versions(entry.draft).empty()) {
-        const Composition left = std::exchange(composition, m_drafts.version(entry.draft, 0));
-        composition.to = left.to;
-        composition.cc = left.cc;
-        composition.bcc = left.bcc;
-        composition.newsgroups = left.newsgroups;
-    }
-    started.composition = composition;
-    started.isArticle = composition.isNews();
-    recogniseSignature(started);
-    started.draft = m_drafts.takeBack(entry.draft, message.messageId(), composition);
-    return started.draft != 0;
-}
-
-bool Composer::liesElsewhere(const Message &message, MessageRef place) const
-{
-    for (const MessageIndex::Place &found : m_store.findMessage(message.messageId())) {
-        Group *group = m_store.group(found.group);
-        if (group && found.group != place.group && group->overview(found.article))
-            return true;
-    }
-    return false;
 }
 
 // --- What a message begins with -------------------------------------------------------------------------
@@ -366,7 +272,7 @@ void Composer::dress(Started &started, const ComposeWish &wish, const Message &o
         const bool staysBelow = wish.kind == ComposeWish::Kind::Forward;
         composition.text = staysBelow ? expanded + composition.text : expanded;
         if (!composition.html.isEmpty())
-            composition.html = paragraphsOf(expanded) + (staysBelow ? composition.html : QString());
+            composition.html = blocksOf(expanded) + (staysBelow ? composition.html : QString());
         if (!staysBelow)
             composition.attachments.removeIf([](const Attachment &each) { return each.isInline(); });
     }
@@ -381,11 +287,11 @@ void Composer::place(Composition &composition, const ComposeWish &wish)
     QString plain = wish.bodyIsHtml ? htmlToText(wish.body) : wish.body;
     if (!plain.endsWith(u'\n'))
         plain += u'\n';
-    const QString html = wish.bodyIsHtml ? wish.body : paragraphsOf(plain.chopped(1));
+    const QString html = wish.bodyIsHtml ? wish.body : blocksOf(plain.chopped(1));
     const bool isRich = wish.bodyIsHtml || !composition.html.isEmpty();
     const QString before = composition.text.trimmed().isEmpty() ? QString() : composition.text;
     if (isRich && !before.isEmpty() && composition.html.isEmpty())
-        composition.html = paragraphsOf(before);
+        composition.html = blocksOf(before);
     if (wish.kind == ComposeWish::Kind::Forward) {
         composition.text = before.isEmpty() ? plain : plain + u'\n' + before;
         composition.html = isRich ? html + composition.html : QString();
@@ -456,6 +362,11 @@ quint64 Composer::send(const Composition &composition, const SendWish &wanted)
 
 quint64 Composer::resend(MessageRef original, const Identity &identity, const QString &to)
 {
+    if (!headersOnly({original}).empty()) {
+        report(ReportLevel::Warning,
+               "Only the header of the message is here. The rest is still on the server.");
+        return 0;
+    }
     const std::optional<Message> message = read(original);
     const QByteArray text = message ? resentMessage(message->text(), identity, to) : QByteArray();
     if (text.isEmpty())

@@ -61,6 +61,10 @@ public:
         QString error;          ///< not empty: it cannot be begun, and why
         QString notice;         ///< what the user is to know besides; mostly empty
 
+        /// Of these only the header is here, so that it cannot be begun (error), or quotes nothing (notice):
+        /// "Fetch the rest" (ServerWishes::fetchRest()), then start() again.
+        MessageRefs headersOnly;
+
         QString tagline;      ///< that is in the text, for a change of the signature
         QString signatureEnd; ///< what setSignature() returned
         QString
@@ -70,6 +74,9 @@ public:
 
     /// Goes on with a draft of Drafts::recovered().
     Started goOnWith(int draft) const;
+
+    /// Finds the signature and the tagline that stand in the text of @p started.
+    static void recogniseSignature(Started &started);
 
     /// Takes a waiting message out of the outbox, to be written on: it is kept as a draft before the outbox
     /// forgets it. One that was only sent on unchanged is taken out, and there is nothing to write: error and
@@ -85,7 +92,8 @@ public:
     /// outbox lets it go. 0 after a report: the draft is open as before.
     quint64 send(const Composition &composition, const SendWish &wish);
 
-    /// Sends a message on as it is, with its Resent- lines, to the addresses in @p to. 0 after a report.
+    /// Sends a message on as it is, with its Resent- lines, to the addresses in @p to. 0 after a report: also
+    /// where only its header is here.
     quint64 resend(MessageRef original, const Identity &identity, const QString &to);
 
     /// @name The addresses seen in the store, for completion
@@ -106,6 +114,7 @@ signals:
 
 private:
     std::optional<Message> read(MessageRef place) const;
+    MessageRefs headersOnly(const MessageRefs &places) const;
     const Identity *identityFor(const ComposeWish &wish, const Message &original, MessageRef place) const;
     ReplyOptions optionsFor(const ComposeWish &wish, const Message &original) const;
     QStringList ownAddresses() const;
@@ -116,11 +125,15 @@ private:
     Started startDraft(const ComposeWish &wish);
     Started startAgain(const ComposeWish &wish);
     Started startResend(const ComposeWish &wish);
+    static Started failed(const QString &error);
+    Drafts::Reading newestOf(int draft) const;
+    void recoverAttachments(Drafts::Reading &reading, MessageRef stored) const;
+    QString noticesOf(const Drafts::Reading &reading) const;
+    QString writerNotice(const QString &address, const Identity &now) const;
     bool isOwn(MessageRef place) const;
     bool liesElsewhere(const Message &message, MessageRef place) const;
     Composition reading(const Message &message, bool isOwn, MessageRef place) const;
     bool keepTakenBack(Started &started, const Message &message, const OutboxEntry &entry);
-    static void recogniseSignature(Started &started);
     void dress(Started &started, const ComposeWish &wish, const Message &original) const;
     static void place(Composition &composition, const ComposeWish &wish);
     void sign(Started &started) const;

@@ -81,6 +81,8 @@ constexpr StateField kStateFields[] = {
      [](DraftState &s, const QByteArray &text) { s.context.others = placesOf(text); }},
     {"personal ", [](const DraftState &s) { return QByteArray(s.context.isPersonal ? "1" : "0"); },
      [](DraftState &s, const QByteArray &text) { s.context.isPersonal = text == "1"; }},
+    {"article ", [](const DraftState &s) { return QByteArray(s.context.isArticle ? "1" : "0"); },
+     [](DraftState &s, const QByteArray &text) { s.context.isArticle = text == "1"; }},
     {"stored ", [](const DraftState &s) { return placeText(s.context.stored); },
      [](DraftState &s, const QByteArray &text) { s.context.stored = placeOf(text); }},
     {"stored-version ", [](const DraftState &s) { return QByteArray::number(s.storedVersion); },
@@ -93,6 +95,8 @@ constexpr StateField kStateFields[] = {
      [](DraftState &s, const QByteArray &text) { s.replaced = placeOf(text); }},
     {"sent-id ", [](const DraftState &s) { return s.sentId; },
      [](DraftState &s, const QByteArray &text) { s.sentId = text; }},
+    {"foreign ", [](const DraftState &s) { return QByteArray(s.isForeign ? "1" : "0"); },
+     [](DraftState &s, const QByteArray &text) { s.isForeign = text == "1"; }},
 };
 
 DraftVersion summaryOf(const Composition &composition)
@@ -164,8 +168,10 @@ bool Draft::makeDirectory()
 
 DraftJournal &Draft::journal()
 {
-    if (!m_journal)
+    if (!m_journal) {
         m_journal = std::make_unique<DraftJournal>(m_directory);
+        m_journal->countFrom(m_state.storedVersion); // it may be among those that cannot be read
+    }
     return *m_journal;
 }
 
@@ -233,13 +239,12 @@ bool Draft::append(const Composition &composition, const QList<QByteArray> &cont
 
 bool Draft::keepAgain(int serial)
 {
-    const auto found = std::find_if(versions().begin(), versions().end(),
-                                    [serial](const auto &entry) { return entry.serial == serial; });
-    const std::optional<QByteArray> text = found == versions().end() ? std::nullopt : journal().text(*found);
+    const DraftJournal::Entry *found = entry(serial);
+    const std::optional<QByteArray> text = found ? journal().text(*found) : std::nullopt;
     if (!text)
         return false;
-    const DraftJournal::Entry entry = *found;
-    if (!journal().append(entry.version, entry.contents, *text))
+    const DraftJournal::Entry again = *found;
+    if (!journal().append(again.version, again.contents, *text))
         return false;
     m_newest = text;
     return true;
@@ -250,12 +255,24 @@ const std::vector<DraftJournal::Entry> &Draft::versions()
     return journal().entries();
 }
 
+const DraftJournal::Entry *Draft::entry(int serial)
+{
+    const auto found = std::find_if(versions().begin(), versions().end(),
+                                    [serial](const auto &entry) { return entry.serial == serial; });
+    return found == versions().end() ? nullptr : &*found;
+}
+
 int Draft::newestSerial()
 {
     return versions().empty() ? 0 : versions().back().serial;
 }
 
-Composition Draft::version(const DraftJournal::Entry &entry)
+Composition Draft::textOf(const DraftJournal::Entry &entry)
+{
+    return readDraftText(journal().text(entry).value_or(QByteArray())).composition;
+}
+
+Composition Draft::version(const DraftJournal::Entry &entry, QStringList *lost)
 {
     DraftText draft = readDraftText(journal().text(entry).value_or(QByteArray()));
     QList<Attachment> found;
@@ -263,7 +280,8 @@ Composition Draft::version(const DraftJournal::Entry &entry)
         Attachment &attachment = draft.composition.attachments[i];
         const std::optional<QByteArray> data = m_contents.read(draft.contents[i]);
         if (!data) {
-            report(ReportLevel::Warning, "Unable to attach file '%s'", qUtf8Printable(attachment.name));
+            note(u"An attachment of draft %1 is lost: %2"_s.arg(m_number).arg(attachment.name));
+            lost->append(attachment.name);
             continue;
         }
         attachment.data = *data;
@@ -278,6 +296,17 @@ void Draft::rest()
     m_journal.reset();
     m_newest.reset();
     m_contents.forgetAllBut({});
+}
+
+QString Draft::setAside()
+{
+    rest();
+    const QString aside = m_directory + u".damaged"_s;
+    if (QFileInfo::exists(aside) || !QDir().rename(m_directory, aside))
+        return {};
+    syncDirectoryOf(aside);
+    m_isOnDisk = false;
+    return aside;
 }
 
 /// The versions first: what is left of a removal that was interrupted counts as none.

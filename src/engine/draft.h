@@ -5,6 +5,7 @@
 #include "engine/drafts.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -34,11 +35,12 @@ struct DraftState
 {
     DraftPhase phase = DraftPhase::Open;
     DraftContext context;
-    QByteArray messageId;  ///< of its message in Drafts, the same each time it is stored
-    int storedVersion = 0; ///< the serial of what that message holds; 0: none
-    quint32 storing = 0;   ///< a message of that article or a later one is being added to Drafts; 0: none
-    MessageRef replaced;   ///< the earlier message, which goes
-    QByteArray sentId;     ///< Message-ID of what went to the outbox
+    QByteArray messageId;   ///< of its message in Drafts, the same each time it is stored
+    int storedVersion = 0;  ///< the serial of what that message holds; 0: none
+    quint32 storing = 0;    ///< a message of that article or a later one is being added to Drafts; 0: none
+    MessageRef replaced;    ///< the earlier message, which goes
+    QByteArray sentId;      ///< Message-ID of what went to the outbox
+    bool isForeign = false; ///< its message in Drafts was put there by somebody else
 
     bool operator==(const DraftState &) const = default;
 };
@@ -78,8 +80,20 @@ public:
     bool keepAgain(int serial);
 
     const std::vector<DraftJournal::Entry> &versions(); ///< the oldest first
-    Composition version(const DraftJournal::Entry &entry);
-    int newestSerial(); ///< 0: there is none
+    const DraftJournal::Entry *entry(int serial);       ///< null: there is none
+    int newestSerial();                                 ///< 0: there is none
+
+    /// One of them, its attachments with their bytes; those that are gone or damaged are left out and named
+    /// in
+    /// @p lost.
+    Composition version(const DraftJournal::Entry &entry, QStringList *lost);
+    Composition textOf(const DraftJournal::Entry &entry); ///< its attachments without their bytes
+
+    /// Whether it had versions and none can be read.
+    bool isLost() { return journal().isLost() || (versions().empty() && m_state.storedVersion != 0); }
+
+    /// Takes its directory out of the way, as it is; where it is then. Null: it could not be.
+    QString setAside();
 
     /// Lets go of what only writing needs.
     void rest();

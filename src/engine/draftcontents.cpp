@@ -147,13 +147,20 @@ DraftContents::Progress DraftContents::ended(Progress progress)
     return progress;
 }
 
-std::optional<QByteArray> DraftContents::read(const QByteArray &key) const
+std::optional<QByteArray> DraftContents::read(const QByteArray &key)
 {
+    const auto found = std::find_if(m_known.cbegin(), m_known.cend(),
+                                    [&](const Known &candidate) { return candidate.key == key; });
+    if (found != m_known.cend())
+        return found->data;
     QFile file(pathOf(key));
     if (key.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
     const QByteArray data = file.readAll();
-    return keyOf(data) == key ? std::optional(data) : std::nullopt;
+    if (keyOf(data) != key)
+        return {};
+    m_known.append({data, key});
+    return data;
 }
 
 void DraftContents::removeAllBut(const QList<QByteArray> &keys)

@@ -30,13 +30,15 @@ public:
 
     bool knows(const QByteArray &data) const; ///< keep() has nothing to do
 
-    /// Empty when it is gone or damaged.
-    std::optional<QByteArray> read(const QByteArray &key) const;
+    /// Empty when it is gone or damaged. What was read is known: keep() and a second read() have nothing to
+    /// do.
+    std::optional<QByteArray> read(const QByteArray &key);
 
     /// Removes what none of @p keys names.
     void removeAllBut(const QList<QByteArray> &keys);
 
-    /// Lets go of the bytes that keep() remembers, but for those of @p keys, and of what is half stored.
+    /// Lets go of the bytes that keep() and read() remember, but for those of @p keys, and of what is half
+    /// stored.
     void forgetAllBut(const QList<QByteArray> &keys);
 
 private:

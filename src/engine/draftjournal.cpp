@@ -80,6 +80,21 @@ std::optional<Record> recordAt(QByteArrayView bytes, qsizetype position)
     return record;
 }
 
+/// Whether a file holds nothing but the beginning of its first record: nobody was told that it is kept.
+bool isBegun(QByteArrayView rest)
+{
+    if (rest.endsWith('\n')) // it may be whole, and its length be what is damaged
+        return false;
+    if (rest.size() <= kStart.size())
+        return kStart.startsWith(rest);
+    const qsizetype headEnd = rest.indexOf('\n');
+    const qsizetype summaryEnd = headEnd < 0 ? -1 : rest.indexOf('\n', headEnd + 1);
+    if (!rest.startsWith(kStart) || summaryEnd < 0)
+        return rest.startsWith(kStart);
+    const QByteArray head = rest.first(headEnd).sliced(kStart.size()).toByteArray();
+    return summaryEnd + 1 + head.split(' ').value(3).toLongLong() >= rest.size();
+}
+
 } // namespace
 
 DraftJournal::DraftJournal(QString directory)
@@ -107,23 +122,30 @@ std::vector<DraftJournal::Entry> DraftJournal::read(bool isEarlier)
 {
     std::vector<Entry> entries;
     QFile file(pathOf(isEarlier));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.exists())
         return entries;
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (!file.isOpen() || file.error() != QFileDevice::NoError || bytes.size() < file.size()) {
+        note(u"The versions of a draft cannot be read: %1"_s.arg(file.fileName()));
+        m_hasDamage = true;
+        m_unreadable += file.fileName();
+        return entries;
+    }
     qsizetype position = 0;
     while (position < bytes.size()) {
         if (std::optional<Record> record = recordAt(bytes, position)) {
             record->entry.isEarlier = isEarlier;
             entries.push_back(std::move(record->entry));
             position = record->end;
-            if (!isEarlier)
-                m_end = position;
             continue;
         }
         note(u"A version of a draft is damaged at byte %1 of %2"_s.arg(position).arg(file.fileName()));
         const qsizetype next = bytes.indexOf(kStart, position + 1);
         position = next < 0 ? bytes.size() : next;
     }
+    m_hasDamage = m_hasDamage || (entries.empty() && !bytes.isEmpty() && !isBegun(bytes));
+    if (!isEarlier)
+        m_end = bytes.size(); // what stands there damaged stays for who can read more out of it
     return entries;
 }
 
@@ -144,11 +166,18 @@ bool DraftJournal::openForWriting()
 {
     if (m_file.isOpen())
         return true;
+    if (!setUnreadableAside())
+        return false;
     const QString path = pathOf(false);
     const bool isNew = !QFile::exists(path);
     m_file = FileHandle(path, FileHandle::Mode::ReadWrite);
-    // What stands behind the last whole record was cut off when it was written.
-    return m_file.isOpen() && m_file.cut(m_end) && (!isNew || syncDirectoryOf(path));
+    return m_file.isOpen() && (!isNew || syncDirectoryOf(path));
+}
+
+bool DraftJournal::setUnreadableAside()
+{
+    m_unreadable.removeIf([](const QString &path) { return replaceFile(path, path + u".unreadable"_s); });
+    return m_unreadable.isEmpty();
 }
 
 /// Where it fails, the file just grows on.

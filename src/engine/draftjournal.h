@@ -7,6 +7,7 @@
 #include <QByteArrayView>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -18,7 +19,8 @@
 /// A record is a line "version SERIAL TIME CHARACTERS STORED LENGTH CRC", a line with subject, beginning and
 /// the keys of the attachments, STORED bytes and a line end. LENGTH is that of the text when it is
 /// compressed, else 0; the CRC-32 covers all but itself. What does not fit its CRC is passed over: the
-/// records around it are still found.
+/// records around it are still found, and it stays in its file. A file that cannot be read is never written
+/// to: it is kept beside, with ".unreadable" behind its name.
 class DraftJournal
 {
 public:
@@ -41,6 +43,13 @@ public:
     /// The last kMost, the oldest first.
     const std::vector<Entry> &entries() const { return m_entries; }
 
+    /// Whether there were versions and none can be read: a file cannot be opened, or is damaged throughout.
+    /// The beginning of a first version, which was being written, is none.
+    bool isLost() const { return m_entries.empty() && m_hasDamage; }
+
+    /// The next version's serial is above @p serial, too.
+    void countFrom(int serial) { m_lastSerial = qMax(m_lastSerial, serial); }
+
     /// The text of one; empty when it cannot be read any more.
     std::optional<QByteArray> text(const Entry &entry) const;
 
@@ -55,6 +64,7 @@ private:
     std::vector<Entry> read(bool isEarlier);
     QString pathOf(bool isEarlier) const;
     bool openForWriting();
+    bool setUnreadableAside();
     void rotate();
 
     QString m_directory;
@@ -63,5 +73,7 @@ private:
     std::vector<Entry> m_old; ///< beyond the last kMost, still in the files
     int m_inFile = 0;         ///< records in "Versions"
     int m_lastSerial = 0;
-    qint64 m_end = 0; ///< of "Versions", behind its last whole record
+    qint64 m_end = 0;         ///< of "Versions": where the next record goes
+    bool m_hasDamage = false; ///< nothing can be read of a file that holds something
+    QStringList m_unreadable; ///< files that are there and cannot be read
 };

@@ -90,6 +90,8 @@ void Drafts::settle(std::unique_ptr<Draft> draft)
 {
     if (storeAccess() == StoreAccess::ReadWrite) {
         settleStoring(*draft);
+        if (draft->state().phase == DraftPhase::Open && draft->isLost())
+            return setAside(*draft);
         if (isOver(*draft)) {
             const bool isDone = draft->state().phase == DraftPhase::Gone || wasSent(*draft);
             removeMessage(isDone ? draft->state().context.stored : MessageRef());
@@ -100,6 +102,17 @@ void Drafts::settle(std::unique_ptr<Draft> draft)
     draft->rest();
     const int number = draft->number();
     m_drafts.emplace(number, std::move(draft));
+}
+
+/// Nothing of it is read, and nothing is destroyed.
+void Drafts::setAside(Draft &draft)
+{
+    const QString place = draft.setAside();
+    if (place.isEmpty())
+        report(ReportLevel::Warning, "Draft %d cannot be read", draft.number());
+    else
+        report(ReportLevel::Warning, "Draft %d cannot be read; what is left of it is kept in '%s'",
+               draft.number(), qUtf8Printable(place));
 }
 
 /// A message that came into Drafts just before the end, and the one whose place it takes.
@@ -251,7 +264,11 @@ std::vector<DraftVersion> Drafts::versions(int number) const
     if (Draft *draft = find(number)) {
         const auto &entries = draft->versions();
         std::transform(entries.rbegin(), entries.rend(), std::back_inserter(versions),
-                       [](const DraftJournal::Entry &entry) { return entry.version; });
+                       [](const DraftJournal::Entry &entry) {
+                           DraftVersion version = entry.version;
+                           version.serial = entry.serial;
+                           return version;
+                       });
     }
     return versions;
 }
@@ -262,18 +279,46 @@ Composition Drafts::version(int number, int index) const
     if (!draft || index < 0 || std::size_t(index) >= draft->versions().size())
         return {};
     const auto &entries = draft->versions();
-    return resolved(draft->version(entries[entries.size() - 1 - std::size_t(index)]));
+    const Reading wanted = reading(number, entries[entries.size() - 1 - std::size_t(index)].serial);
+    for (const QString &name : wanted.lost)
+        report(ReportLevel::Warning, "Unable to attach file '%s'", qUtf8Printable(name));
+    return wanted.composition;
 }
 
-/// The identity as it is now, unless its number means somebody else by now.
-Composition Drafts::resolved(Composition composition) const
+Drafts::Reading Drafts::reading(int number, int serial) const
 {
-    const Identity *identity = m_identities.identity(composition.identity.number);
-    if (!identity || identity->address != composition.identity.address)
-        identity = m_identities.find(composition.identity.address);
+    Draft *draft = find(number);
+    const DraftJournal::Entry *entry = draft ? draft->entry(serial) : nullptr;
+    Reading reading;
+    if (entry) {
+        reading.composition = draft->version(*entry, &reading.lost);
+        reading.formerWriter = resolve(reading.composition);
+    }
+    return reading;
+}
+
+Composition Drafts::text(int number, int serial) const
+{
+    Draft *draft = find(number);
+    const DraftJournal::Entry *entry = draft ? draft->entry(serial) : nullptr;
+    return entry ? draft->textOf(*entry) : Composition();
+}
+
+/// The identity as it is now. Where it has another address, or is gone, nobody has agreed to write as that
+/// one: the address as it was.
+QString Drafts::resolve(Composition &composition) const
+{
+    const QString former = composition.identity.address;
+    const Identity *own = m_identities.identity(composition.identity.number);
+    const Identity *identity = own;
+    if (!identity || identity->address != former)
+        identity = m_identities.find(former);
+    const bool isFormer = !identity;
+    if (isFormer)
+        identity = own ? own : m_identities.defaultIdentity();
     if (identity)
         composition.identity = *identity;
-    return composition;
+    return isFormer ? former : QString();
 }
 
 // --- The group Drafts -----------------------------------------------------------------------------------
@@ -321,7 +366,12 @@ bool Drafts::store(int number)
     const bool isStored = isAlive(state.context.stored);
     if (isStored && state.storedVersion == draft->newestSerial())
         return true;
-    const Composition composition = version(number, 0);
+    const Reading newest = reading(number, draft->newestSerial());
+    if (!newest.lost.isEmpty()) { // the message that is there may have them
+        report(ReportLevel::Warning, "Unable to attach file '%s'", qUtf8Printable(newest.lost.first()));
+        return false;
+    }
+    const Composition &composition = newest.composition;
     if (state.messageId.isEmpty())
         state.messageId = newIdentifier(composition.identity);
     const QByteArray text = buildMessage(composition, {BuildFor::Draft, state.messageId, clockNow()});
@@ -346,6 +396,7 @@ bool Drafts::store(int number)
     state.replaced = isStored ? state.context.stored : MessageRef();
     state.context.stored = {group().number(), article};
     state.storedVersion = draft->newestSerial();
+    state.isForeign = false;
     draft->setState(state); // where this fails, the next start finds the message by the article it had
     removeMessage(state.replaced);
     return true;
@@ -358,20 +409,24 @@ Draft *Drafts::at(MessageRef place) const
         return nullptr;
     const QByteArray messageId = group().texts(*group().overview(place.article)).messageId.toLatin1();
     for (const auto &[number, draft] : m_drafts) {
-        const DraftState &state = draft->state();
-        const bool isIt =
-            state.context.stored == place ||
-            (!messageId.isEmpty() && (state.messageId == messageId || state.sentId == messageId) &&
-             !isAlive(state.context.stored));
-        if (isIt && state.phase != DraftPhase::Gone && draft->newestSerial() != 0)
+        if (belongsTo(draft->state(), place, messageId) && draft->newestSerial() != 0)
             return draft.get();
     }
     return nullptr;
 }
 
+bool Drafts::belongsTo(const DraftState &state, MessageRef place, const QByteArray &messageId) const
+{
+    const bool isIt = state.context.stored == place ||
+                      (!messageId.isEmpty() && (state.messageId == messageId || state.sentId == messageId) &&
+                       !isAlive(state.context.stored));
+    return isIt && state.phase != DraftPhase::Gone;
+}
+
 bool Drafts::knows(MessageRef place) const
 {
-    return at(place) != nullptr;
+    const Draft *draft = at(place);
+    return draft && !draft->state().isForeign;
 }
 
 bool Drafts::waitsInOutbox(MessageRef place) const
@@ -385,8 +440,10 @@ int Drafts::open(MessageRef place)
     if (!isAlive(place))
         return 0;
     Draft *draft = at(place);
-    if (!draft)
+    if (!draft) {
+        setLostAside(place);
         return openNew(place);
+    }
     DraftState state = draft->state();
     if (isOnItsWay(state.phase))
         return 0;
@@ -395,6 +452,20 @@ int Drafts::open(MessageRef place)
     state.sentId.clear();
     draft->setState(state);
     return draft->number();
+}
+
+/// The versions of the message there, of which none can be read.
+void Drafts::setLostAside(MessageRef place)
+{
+    const QByteArray messageId = group().texts(*group().overview(place.article)).messageId.toLatin1();
+    const auto lost = std::find_if(m_drafts.begin(), m_drafts.end(), [&](const auto &each) {
+        const DraftState &state = each.second->state();
+        return !isOnItsWay(state.phase) && belongsTo(state, place, messageId) && each.second->isLost();
+    });
+    if (lost == m_drafts.end() || storeAccess() != StoreAccess::ReadWrite)
+        return;
+    setAside(*lost->second);
+    m_drafts.erase(lost);
 }
 
 /// A draft of another program, of another machine, or of a time that is forgotten; or just a message that
@@ -424,6 +495,7 @@ int Drafts::openNew(MessageRef place)
     state.context.stored = place;
     state.storedVersion = draft.newestSerial();
     state.messageId = message.messageId();
+    state.isForeign = true;
     draft.setState(state);
     return number;
 }
@@ -452,6 +524,7 @@ void Drafts::discard(int number)
 
 void Drafts::close(int number)
 {
+    m_soon.erase(number);
     Draft *draft = find(number);
     if (!draft || draft->state().phase != DraftPhase::Open)
         return;

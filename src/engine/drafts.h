@@ -4,6 +4,7 @@
 #include "store/messageref.h"
 
 #include <QObject>
+#include <QStringList>
 #include <QTimer>
 
 #include <functional>
@@ -14,6 +15,7 @@
 
 class Draft;
 enum class DraftPhase;
+struct DraftState;
 class Group;
 class GroupStore;
 class IdentityManager;
@@ -26,6 +28,7 @@ struct DraftContext
     MessageRef stored;       ///< where the draft lies in Drafts; null: not saved there yet
     MessageRefs others = {}; ///< forwarded with the original
     bool isPersonal = false; ///< nobody but the author of the original reads the answer
+    bool isArticle = false;  ///< it is written for newsgroups, even when none is named yet
 
     bool operator==(const DraftContext &) const = default;
 };
@@ -37,6 +40,7 @@ struct DraftVersion
     int characters = 0;
     QString subject;
     QString beginning; ///< of its text, one line
+    int serial = 0;    ///< names it within its draft, whatever is kept later
 
     bool operator==(const DraftVersion &) const = default;
 };
@@ -62,8 +66,12 @@ public:
     void load();
 
     /// Completes it for those on their way through the outbox, when that has been read and has filed what was
-    /// accepted: @p holds tells whether it knows of a message that was written as that draft.
-    void settleWithOutbox(const std::function<bool(int draft)> &holds);
+    /// accepted: @p holds tells whether it knows of a message that was written as that draft, @p hasLetGo
+    /// whether the message at that place of it was taken back and lies there only to be filed, for those who
+    /// got it.
+    using Holds = std::function<bool(int draft)>;
+    using HasLetGo = std::function<bool(MessageRef place)>;
+    void settleWithOutbox(const Holds &holds, const HasLetGo &hasLetGo = {});
 
     /// A new one; its number, never given twice. There is nothing on the disk until the first keep().
     int begin(const DraftContext &context);
@@ -81,7 +89,23 @@ public:
     bool isKeeping(int draft) const { return m_soon.contains(draft); }
 
     std::vector<DraftVersion> versions(int draft) const; ///< the newest first
-    Composition version(int draft, int index) const;     ///< index into versions(); empty beyond them
+    Composition version(int draft, int index) const;     ///< index into versions(); empty beyond them;
+                                                         ///< lost attachments are reported
+
+    /// A version to be written on.
+    struct Reading
+    {
+        Composition composition; ///< empty: there is no such version
+        QStringList lost;        ///< names of attachments that are gone or damaged; nothing is reported
+
+        /// Not empty: the address that it was written as. No identity has it any more; composition is as its
+        /// identity is now, or as the default one.
+        QString formerWriter;
+    };
+    Reading reading(int draft, int serial) const;
+
+    /// The same to look at: nothing but the journal is read, attachments come without their bytes.
+    Composition text(int draft, int serial) const;
 
     /// Writes the newest version as a message into the group Drafts, in the place of the earlier one. False
     /// after a report: the earlier one is untouched.
@@ -89,10 +113,12 @@ public:
 
     /// The draft that belongs to the message at @p place of Drafts: an earlier one with its versions, or one
     /// begun from its text, which counts as somebody else's: without control headers, its HTML made safe. 0:
-    /// there is no such message, it waitsInOutbox(), or, after a report, it cannot be read or kept.
+    /// there is no such message, it waitsInOutbox(), or, after a report, it cannot be read or kept. Versions
+    /// of which none can be read are set aside and told of first.
     int open(MessageRef place);
 
-    /// Whether the message at @p place of Drafts was written as one of these, and by nobody else.
+    /// Whether the message at @p place of Drafts was written as one of these, and by nobody else: one that
+    /// was only opened here is still somebody else's.
     bool knows(MessageRef place) const;
 
     /// Whether the draft at @p place is on its way, so that it cannot be opened.
@@ -144,16 +170,19 @@ private:
     void settle(std::unique_ptr<Draft> draft);
     void settleStoring(Draft &draft);
     bool isOver(Draft &draft);
-    void settleWithOutbox(Draft &draft, bool isHeld);
-    bool liesInOutbox(const Draft &draft) const;
+    void setAside(Draft &draft);
+    void setLostAside(MessageRef place);
+    void settleWithOutbox(Draft &draft, bool isHeld, const HasLetGo &hasLetGo);
+    MessageRef placeInOutbox(const Draft &draft) const;
     bool wasSent(const Draft &draft) const;
     Draft *at(MessageRef place) const;
+    bool belongsTo(const DraftState &state, MessageRef place, const QByteArray &messageId) const;
     bool groupsAreReadable() const;
     bool removeMessage(MessageRef place);
     int openNew(MessageRef place);
     void remove(int draft);
     bool enter(Draft &draft, DraftPhase phase, const QByteArray &sentId);
-    Composition resolved(Composition composition) const;
+    QString resolve(Composition &composition) const;
 
     GroupStore &m_store;
     IdentityManager &m_identities;

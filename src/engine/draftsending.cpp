@@ -98,7 +98,7 @@ void Drafts::settled(int number)
 
 // --- What a run left of it ------------------------------------------------------------------------------
 
-void Drafts::settleWithOutbox(const std::function<bool(int draft)> &holds)
+void Drafts::settleWithOutbox(const Holds &holds, const HasLetGo &hasLetGo)
 {
     if (storeAccess() != StoreAccess::ReadWrite || !groupsAreReadable())
         return;
@@ -108,18 +108,20 @@ void Drafts::settleWithOutbox(const std::function<bool(int draft)> &holds)
             numbers.push_back(number);
     }
     for (const int number : numbers)
-        settleWithOutbox(*find(number), holds(number));
+        settleWithOutbox(*find(number), holds(number), hasLetGo);
 }
 
 /// The outbox tells of a message that was settled before it forgets it: one that it does not know did not go,
 /// or was taken back, or its journal was lost; then the sent message is the only witness.
-void Drafts::settleWithOutbox(Draft &draft, bool isHeld)
+void Drafts::settleWithOutbox(Draft &draft, bool isHeld, const HasLetGo &hasLetGo)
 {
     const bool isTakenBack = draft.state().phase == DraftPhase::TakingBack;
-    const bool isThere = liesInOutbox(draft);
-    if (isTakenBack && isThere && !isHeld)
+    const MessageRef place = placeInOutbox(draft);
+    if (isTakenBack && !place.isNull() && hasLetGo && hasLetGo(place))
+        enter(draft, DraftPhase::Open, {}); // what still lies there is no longer this draft's
+    else if (isTakenBack && !place.isNull() && !isHeld)
         remove(draft.number()); // made for the taking back, of a message without a draft
-    else if (isHeld || isThere)
+    else if (isHeld || !place.isNull())
         enter(draft, DraftPhase::HandedOver, draft.state().sentId);
     else if (!isTakenBack && wasSent(draft))
         discard(draft.number());
@@ -127,12 +129,14 @@ void Drafts::settleWithOutbox(Draft &draft, bool isHeld)
         enter(draft, DraftPhase::Open, {});
 }
 
-bool Drafts::liesInOutbox(const Draft &draft) const
+/// Null: it does not lie there.
+MessageRef Drafts::placeInOutbox(const Draft &draft) const
 {
     const int outbox = m_store.group(GroupRole::Outbox)->number();
     const MessageRefs places = placesOf(draft.state().sentId);
-    return std::any_of(places.begin(), places.end(),
-                       [outbox](MessageRef place) { return place.group == outbox; });
+    const auto found = std::find_if(places.begin(), places.end(),
+                                    [outbox](MessageRef place) { return place.group == outbox; });
+    return found == places.end() ? MessageRef() : *found;
 }
 
 /// What the user threw away before it went lies in the waste basket.

@@ -1,11 +1,9 @@
-#include "engine/composer.h"
-
+#include "composerattest.h"
 #include "config/settings.h"
-#include "engine/engine.h"
 #include "identity/signatures.h"
 #include "identity/templates.h"
 #include "net/accountmanager.h"
-#include "support/diskfaults.h"
+#include "store/serverplace.h"
 #include "support/mail.h"
 #include "support/memory.h"
 #include "support/processortime.h"
@@ -16,65 +14,6 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Two people's identities in one program: Ada's is the default one.
-struct Program
-{
-    Program()
-    {
-        if (!engine.load())
-            qFatal("the test cannot load the engine");
-        Identity one;
-        one.name = u"Ada"_s;
-        one.address = u"ada@example.org"_s;
-        ada = engine.identities().add(one);
-        one.name = u"Ada at work"_s;
-        one.address = u"work@example.com"_s;
-        work = engine.identities().add(one);
-    }
-    ~Program() { engine.shutDown(); }
-
-    Group &group(GroupRole role) { return *engine.groups().group(role); }
-
-    MessageRef add(GroupRole role, const QByteArray &text, int account = 0)
-    {
-        return {group(role).number(), engine.groups().add(group(role), Message(text), {}, account, 1)};
-    }
-
-    Composer::Started start(ComposeWish::Kind kind, MessageRefs originals = {},
-                            const std::function<void(ComposeWish &)> &change = {})
-    {
-        ComposeWish wish;
-        wish.kind = kind;
-        wish.originals = std::move(originals);
-        if (change)
-            change(wish);
-        return composer.start(wish);
-    }
-
-    void change(int number, const std::function<void(Identity &)> &change)
-    {
-        Identity identity = *engine.identities().identity(number);
-        change(identity);
-        engine.identities().update(identity);
-    }
-
-    Engine engine;
-    Composer &composer = engine.composer();
-    int ada = 0;
-    int work = 0;
-};
-
-Message textAt(Group &group, quint32 article)
-{
-    return Message(group.readMessage(*group.overview(article)));
-}
-
-using Kind = ComposeWish::Kind;
-
-} // namespace
 
 class ComposerTest : public QObject
 {
@@ -92,14 +31,9 @@ private slots:
     void answersKnowTheirOriginal();
     void whatIsGone_data();
     void whatIsGone();
+    void whatIsHereInPart_data();
+    void whatIsHereInPart();
     void aSignatureFromACommand();
-
-    void sendingKeepsTheDraftUntilTheOutboxLetsItGo();
-    void sendingThatFailsLeavesTheDraftOpen();
-    void takingBack();
-    void aFullDisk();
-    void resending();
-    void postedAndMailed();
 
     void addresses();
     void addressesOfLaterMail();
@@ -228,7 +162,7 @@ void ComposerTest::settingsOfANewMessage()
         Kind::Mailto, {}, [](ComposeWish &wish) { wish.mailto = u"mailto:bob@y.org?subject=Hi&body=One"_s; });
     QCOMPARE(mail.composition.to, u"bob@y.org"_s);
     QVERIFY(mail.composition.text.startsWith(u"One"_s));
-    QVERIFY(mail.composition.html.contains(u"<p>One</p>"_s));
+    QVERIFY(mail.composition.html.contains(u"<div>One</div>"_s));
 }
 
 void ComposerTest::answersKnowTheirOriginal()
@@ -240,7 +174,7 @@ void ComposerTest::answersKnowTheirOriginal()
                                       "Subject: Lunch\n\nHello\n");
     const MessageRef second = program.add(GroupRole::Inbox, mailText("2@x", "Dinner"));
     const auto reply = program.start(Kind::Reply, {original});
-    const DraftContext wanted{original, DraftContext::Deed::Reply, {}, {}, true};
+    const DraftContext wanted{original, DraftContext::Deed::Reply, {}, {}, true, false};
     QCOMPARE(reply.context, wanted);
     QCOMPARE(reply.composition.subject, u"Re: Lunch"_s);
     QCOMPARE(reply.composition.inReplyTo, QByteArray("<1@x>"));
@@ -281,6 +215,37 @@ void ComposerTest::whatIsGone()
     QCOMPARE(scratch.reports, QStringList());
 }
 
+void ComposerTest::whatIsHereInPart_data()
+{
+    QTest::addColumn<Kind>("kind");
+    for (const Kind kind : {Kind::Reply, Kind::Forward, Kind::Draft, Kind::EditAsNew, Kind::Resend})
+        QTest::addRow("%d", int(kind)) << kind;
+}
+
+/// Nothing passes the header of a message on as if it were the whole; an answer says why it quotes nothing.
+void ComposerTest::whatIsHereInPart()
+{
+    QFETCH(Kind, kind);
+    Scratch scratch;
+    Program program;
+    Group &inbox = program.group(GroupRole::Inbox);
+    const QByteArray header = withServerPlace({1, 5000, "uid"}, "From: Bob <bob@y.org>\nSubject: s\n");
+    const quint32 half = program.engine.groups().addQuietly(
+        inbox, Message(header), {.account = 1, .time = 1, .marks = Mark::HeaderOnly, .serverSize = 5000});
+    const MessageRef place{inbox.number(), half};
+    const MessageRef whole = program.add(GroupRole::Inbox, mailText("2@x", "Dinner"));
+    const auto started =
+        program.start(kind, {place, whole}, [](ComposeWish &wish) { wish.forward = ForwardKind::Attached; });
+    QCOMPARE(started.headersOnly, MessageRefs{place});
+    QCOMPARE(started.error.isEmpty(), kind == Kind::Reply);
+    QCOMPARE(started.notice.isEmpty(), kind != Kind::Reply);
+    QVERIFY(started.composition.text.trimmed().isEmpty());
+    if (kind == Kind::Resend) {
+        QCOMPARE(program.composer.resend(place, Identity(), u"dora@example.org"_s), quint64(0));
+        QCOMPARE(scratch.reports.size(), 1);
+    }
+}
+
 void ComposerTest::aSignatureFromACommand()
 {
     const Scratch scratch;
@@ -290,173 +255,6 @@ void ComposerTest::aSignatureFromACommand()
     const auto started = program.start(Kind::New);
     QCOMPARE(started.signatureCommand, u"date"_s);
     QVERIFY(started.composition.text.trimmed().isEmpty());
-}
-
-void ComposerTest::sendingKeepsTheDraftUntilTheOutboxLetsItGo()
-{
-    const Scratch scratch;
-    Program program;
-    Drafts &drafts = program.engine.drafts();
-    Composition composition = program.start(Kind::New).composition;
-    composition.to = u"Bob <bob@example.org>"_s;
-    composition.text = u"Hello"_s;
-    SendWish wish;
-    wish.draft = drafts.begin({});
-    QVERIFY(drafts.keep(wish.draft, composition) && drafts.store(wish.draft));
-    const quint64 ticket = program.composer.send(composition, wish);
-    QVERIFY(ticket != 0);
-    drafts.close(wish.draft); // the window
-    const OutboxEntry *entry = program.engine.outbox().entry(ticket);
-    QVERIFY(entry);
-    const Message waiting = textAt(program.group(GroupRole::Outbox), entry->place.article);
-    QCOMPARE(waiting.to(), u"Bob <bob@example.org>"_s);
-    QCOMPARE(waiting.rawHeader("X-VELMAR-RCPT-TO"), QByteArray("bob@example.org"));
-    QVERIFY(drafts.recovered().empty());
-    QCOMPARE(program.group(GroupRole::Drafts).counts().total, 1u);
-    QVERIFY(program.composer.isKnown(u"BOB@example.org"_s));
-    emit program.engine.outbox().draftSettled(wish.draft);
-    QCOMPARE(program.group(GroupRole::Drafts).counts().total, 0u);
-    QVERIFY(drafts.versions(wish.draft).empty());
-}
-
-void ComposerTest::sendingThatFailsLeavesTheDraftOpen()
-{
-    const Scratch scratch;
-    Program program;
-    Composition composition = program.start(Kind::New).composition;
-    composition.to = u"\"nobody at all\" <not an address>"_s;
-    SendWish wish;
-    wish.draft = program.engine.drafts().begin({});
-    QVERIFY(program.engine.drafts().keep(wish.draft, composition));
-    QCOMPARE(program.composer.send(composition, wish), quint64(0));
-    QVERIFY(!scratch.reports.isEmpty());
-    QCOMPARE(program.engine.drafts().recovered(), std::vector<int>{wish.draft});
-    QCOMPARE(program.group(GroupRole::Outbox).counts().total, 0u);
-}
-
-void ComposerTest::takingBack()
-{
-    const Scratch scratch;
-    Program program;
-    QVERIFY(writeSignature(program.ada, {u"main"_s, Signature::Kind::Plain, u"Ada"_s}));
-    QVERIFY(writeTaglines(program.ada, {u"To err is human."_s}));
-    program.change(program.ada, [](Identity &identity) {
-        identity.signature = u"main"_s;
-        identity.set(IdentityTagline, true);
-    });
-    const MessageRef original = program.add(GroupRole::Inbox, mailText("1@x", "Lunch"));
-    Composer::Started begun = program.start(Kind::Reply, {original});
-    QVERIFY(!begun.signatureEnd.isEmpty() && !begun.tagline.isEmpty());
-    begun.composition.bcc = u"Carol <carol@example.org>"_s;
-    SendWish wish;
-    wish.draft = program.engine.drafts().begin(begun.context);
-    QVERIFY(program.engine.drafts().keep(wish.draft, begun.composition));
-    const quint64 ticket = program.composer.send(begun.composition, wish);
-    const auto again = program.composer.takeBack(ticket);
-    QCOMPARE(again.error, QString());
-    QCOMPARE(again.draft, wish.draft);
-    QCOMPARE(again.context, begun.context);
-    QCOMPARE(again.composition.text, begun.composition.text);
-    QCOMPARE(again.composition.bcc, u"Carol <carol@example.org>"_s);
-    QCOMPARE(again.signatureEnd, begun.signatureEnd);
-    QCOMPARE(again.tagline, begun.tagline);
-    QCOMPARE(program.engine.drafts().recovered(), std::vector<int>{wish.draft});
-    QVERIFY(!program.composer.takeBack(ticket).error.isEmpty());
-    // Without a draft one is begun.
-    const auto bare = program.composer.takeBack(program.composer.send(begun.composition, {}));
-    QVERIFY(bare.draft != 0 && bare.draft != wish.draft);
-    QCOMPARE(program.engine.drafts().versions(bare.draft).size(), std::size_t(1));
-    QCOMPARE(bare.composition.subject, u"Re: Lunch"_s);
-    QCOMPARE(bare.composition.bcc, u"Carol <carol@example.org>"_s);
-    QVERIFY(program.engine.outbox().entries().empty());
-    QCOMPARE(program.group(GroupRole::WasteBasket).counts().total, 0u);
-}
-
-/// Where the draft cannot be kept, nothing is sent, and nothing is taken back.
-void ComposerTest::aFullDisk()
-{
-    Scratch scratch;
-    Program program;
-    Composition composition = program.start(Kind::New).composition;
-    composition.to = u"bob@example.org"_s;
-    SendWish wish;
-    wish.draft = program.engine.drafts().begin({});
-    QVERIFY(program.engine.drafts().keep(wish.draft, composition));
-    composition.text = u"changed"_s;
-    DiskFaults::isFull = true;
-    QCOMPARE(program.composer.send(composition, wish), quint64(0));
-    DiskFaults::isFull = false;
-    QVERIFY(!scratch.reports.isEmpty());
-    QVERIFY(program.engine.outbox().entries().empty());
-    const quint64 ticket = program.composer.send(composition, wish);
-    QVERIFY(ticket != 0);
-    DiskFaults::isFull = true;
-    QVERIFY(!program.composer.takeBack(ticket).error.isEmpty());
-    DiskFaults::isFull = false;
-    QVERIFY(program.engine.outbox().entry(ticket));
-    QVERIFY(program.engine.drafts().recovered().empty());
-    QCOMPARE(program.composer.takeBack(ticket).draft, wish.draft);
-}
-
-void ComposerTest::resending()
-{
-    const Scratch scratch;
-    Program program;
-    const MessageRef original = program.add(GroupRole::Inbox, mailText("1@x", "Lunch"));
-    const Identity identity = program.start(Kind::Resend, {original}).composition.identity;
-    QVERIFY(program.composer.resend(original, identity, u"dora@example.org"_s) != 0);
-    const Message waiting = textAt(program.group(GroupRole::Outbox), 1);
-    QCOMPARE(waiting.messageId(), QByteArray("<1@x>"));
-    QCOMPARE(waiting.rawHeader("Resent-To"), QByteArray("dora@example.org"));
-    QCOMPARE(program.composer.resend({1, 99}, identity, u"dora@example.org"_s), quint64(0));
-    // Nothing was written: the message that came lies where it lay.
-    const auto taken = program.composer.takeBack(program.engine.outbox().entries().front().ticket);
-    QVERIFY(taken.error.isEmpty() && taken.draft == 0);
-    QVERIFY(program.engine.outbox().entries().empty() && program.engine.drafts().recovered().empty());
-    // Without it the message is written on, as somebody else's.
-    const QByteArray foreign = mailText("2@x", "Dinner", "X-Velmar-Sign: Yes\nBcc: evil@example.com\n");
-    const MessageRef gone = program.add(GroupRole::Inbox, foreign);
-    const quint64 ticket = program.composer.resend(gone, identity, u"dora@example.org"_s);
-    QVERIFY(program.engine.groups().deleteMessages(program.group(GroupRole::Inbox), {gone.article}, true));
-    const auto kept = program.composer.takeBack(ticket);
-    QVERIFY(kept.draft != 0 && !kept.composition.sign && kept.composition.bcc.isEmpty());
-    QCOMPARE(kept.composition.subject, u"Dinner"_s);
-}
-
-void ComposerTest::postedAndMailed()
-{
-    const Scratch scratch;
-    Program program;
-    Outbox &outbox = program.engine.outbox();
-    Outbox::setUndoDelay(0);
-    setBoolSetting(Setting::AutoSend, false);
-    AccountData data;
-    data.host = u"127.0.0.1"_s;
-    data.name = u"out"_s;
-    data.kind = AccountKind::Smtp;
-    const int mail = program.engine.accounts().add(data);
-    data.name = u"news"_s;
-    data.kind = AccountKind::Nntp;
-    const int news = program.engine.accounts().add(data);
-    Composition composition = program
-                                  .start(Kind::New, {},
-                                         [](ComposeWish &wish) {
-                                             wish.article = true;
-                                             wish.newsgroups = u"misc.test"_s;
-                                         })
-                                  .composition;
-    composition.to = u"bob@example.org"_s;
-    composition.text = u"Hello"_s;
-    QVERIFY(program.composer.send(composition, {}) != 0);
-    const std::vector<OutboxEntry> entries = outbox.entries();
-    QCOMPARE(entries.size(), std::size_t(2));
-    for (const OutboxEntry &entry : entries)
-        outbox.sendNow(entry.ticket);
-    const auto mailed = outbox.next(mail);
-    const auto posted = outbox.next(news);
-    QVERIFY(mailed && mailed->text.contains("\n\n[Posted and mailed]\n\nHello\n"));
-    QVERIFY(posted && posted->text.contains("\n\nHello\n"));
-    QVERIFY(!posted->text.contains("[Posted and mailed]"));
 }
 
 void ComposerTest::addresses()

@@ -82,10 +82,12 @@ private slots:
     void anAttachmentIsStoredOnce();
     void largeAttachmentsAreStoredInSlices();
     void aLostAttachmentIsToldOf();
+    void aVersionIsLookedAtByItsSerial();
+    void whoWroteIsToldWhenItIsNobodyAnyMore();
     void numbersAreNeverGivenTwice();
     void aFullDiskKeepsTheOldDraft();
-    void cutAnywhereTheWholeVersionsStay();
-    void damageTakesOneVersion();
+    void whatCannotBeReadIsSetAside_data();
+    void whatCannotBeReadIsSetAside();
     void aLostStateOpensTheDraft();
     void killedWhileKeeping();
     void killedWhileStoring();
@@ -164,7 +166,7 @@ void DraftsTest::onlyChangesAreVersions()
     QVERIFY(run.drafts.keep(draft, saying(u"one\n  two"_s)));
     const std::vector<DraftVersion> versions = run.drafts.versions(draft);
     QCOMPARE(versions.size(), std::size_t(2));
-    const DraftVersion newest{1'795'176'002, 9, u"Lunch"_s, u"one two"_s};
+    const DraftVersion newest{1'795'176'002, 9, u"Lunch"_s, u"one two"_s, 2};
     QCOMPARE(versions[0], newest);
     QCOMPARE(run.drafts.version(draft, 1).text, u"one"_s);
     QCOMPARE(run.drafts.version(draft, 2).text, QString()); // there is none
@@ -263,11 +265,18 @@ void DraftsTest::largeAttachmentsAreStoredInSlices()
 void DraftsTest::aLostAttachmentIsToldOf()
 {
     Scratch scratch;
-    Run run;
-    const int draft = run.drafts.begin({});
+    int draft = 0;
+    MessageRef stored;
     Composition composition = saying(u"one"_s);
     composition.attachments = {{u"lost.bin"_s, "a/b", "lost", {}}, {u"kept.bin"_s, "a/b", "kept", {}}};
-    QVERIFY(run.drafts.keep(draft, composition));
+    {
+        Run run;
+        draft = run.drafts.begin({});
+        QVERIFY(run.drafts.keep(draft, composition) && run.drafts.store(draft));
+        composition.text = u"two"_s;
+        QVERIFY(run.drafts.keep(draft, composition));
+        stored = run.stored(draft);
+    }
     for (const QString &name : attachmentFiles(draft)) {
         QFile file(directoryOf(draft) + u"/Attachments/"_s + name);
         QVERIFY(file.open(QIODevice::ReadWrite));
@@ -276,10 +285,65 @@ void DraftsTest::aLostAttachmentIsToldOf()
             file.write("LOST"); // as long, but something else
         }
     }
+    Run run;
+    const int serial = run.drafts.versions(draft).at(0).serial;
+    QCOMPARE(run.drafts.reading(draft, serial).lost, QStringList(u"lost.bin"_s));
+    QCOMPARE(scratch.reports, QStringList());
     const Composition back = run.drafts.version(draft, 0);
     QCOMPARE(back.attachments.size(), 1);
     QCOMPARE(back.attachments[0].data, QByteArray("kept"));
-    QCOMPARE(scratch.reports, QStringList(u"Unable to attach file 'lost.bin'"_s));
+    QVERIFY(!run.drafts.store(draft)); // in the place of the message that has it
+    QCOMPARE(run.stored(draft), stored);
+    const QString report = u"Unable to attach file 'lost.bin'"_s;
+    QCOMPARE(scratch.reports, QStringList({report, report}));
+}
+
+/// To look at versions costs no reading of files; a version keeps its name while others come.
+void DraftsTest::aVersionIsLookedAtByItsSerial()
+{
+    const Scratch scratch;
+    Run run;
+    const int draft = run.drafts.begin({});
+    Composition composition = saying(u"one"_s);
+    composition.attachments = {{u"a.bin"_s, "a/b", "data", {}}};
+    QVERIFY(run.drafts.keep(draft, composition));
+    const int serial = run.drafts.versions(draft).at(0).serial;
+    composition.text = u"two"_s;
+    QVERIFY(run.drafts.keep(draft, composition));
+    QVERIFY(QDir(directoryOf(draft) + u"/Attachments"_s).removeRecursively());
+    const Composition look = run.drafts.text(draft, serial);
+    QCOMPARE(look.text, u"one"_s);
+    QVERIFY(look.attachments.at(0).name == u"a.bin" && look.attachments.at(0).data.isNull());
+    QCOMPARE(run.drafts.reading(draft, serial).composition.text, u"one"_s);
+    QVERIFY(run.drafts.text(draft, serial + 9).text.isEmpty());
+    QVERIFY(run.drafts.text(draft + 1, serial).text.isEmpty());
+}
+
+/// Nobody sends as somebody else without being told.
+void DraftsTest::whoWroteIsToldWhenItIsNobodyAnyMore()
+{
+    const Scratch scratch;
+    Run run;
+    Identity bea;
+    bea.name = u"Bea"_s;
+    bea.address = u"bea@example.org"_s;
+    bea.number = run.identities.add(bea);
+    const int draft = run.drafts.begin({});
+    Composition composition = saying(u"x"_s);
+    composition.identity = bea;
+    QVERIFY(run.drafts.keep(draft, composition));
+    const auto reading = [&] { return run.drafts.reading(draft, 1); };
+    bea.name = u"Beatrice"_s;
+    QVERIFY(run.identities.update(bea));
+    QCOMPARE(reading().composition.identity.name, u"Beatrice"_s);
+    QCOMPARE(reading().formerWriter, QString());
+    bea.address = u"other@example.org"_s;
+    QVERIFY(run.identities.update(bea));
+    QCOMPARE(reading().composition.identity.address, u"other@example.org"_s);
+    QCOMPARE(reading().formerWriter, u"bea@example.org"_s);
+    QVERIFY(run.identities.remove(bea.number));
+    QCOMPARE(reading().composition.identity.address, u"ada@example.org"_s);
+    QCOMPARE(reading().formerWriter, u"bea@example.org"_s);
 }
 
 void DraftsTest::numbersAreNeverGivenTwice()
@@ -338,72 +402,64 @@ void DraftsTest::aFullDiskKeepsTheOldDraft()
     QVERIFY(run.articles() != before);
 }
 
-void DraftsTest::cutAnywhereTheWholeVersionsStay()
+void DraftsTest::whatCannotBeReadIsSetAside_data()
 {
-    const Scratch scratch;
-    const QString directory = scratch.path(u"journal"_s);
-    QVERIFY(QDir().mkpath(directory));
-    QList<qint64> ends;
-    {
-        DraftJournal journal(directory);
-        for (int i = 1; i <= 4; ++i) {
-            const DraftVersion version{i, i, u"Subject\n%1"_s.arg(i), u"\tBeginning"_s};
-            QVERIFY(journal.append(version, {"aa", "bb"}, "text " + QByteArray::number(i) + '\n'));
-            ends += QFileInfo(directory + u"/Versions"_s).size();
-        }
+    QTest::addColumn<bool>("isStored");
+    QTest::addColumn<QString>("damage");
+    for (const bool isStored : {false, true}) {
+        for (const QString &damage : {u"unreadable"_s, u"noise"_s, u"one byte"_s, u"the beginning of one"_s})
+            QTest::addRow("%s, %s", isStored ? "stored" : "open", qPrintable(damage)) << isStored << damage;
     }
-    const QString path = directory + u"/Versions"_s;
-    const QByteArray whole = Scratch::read(path);
-    for (qsizetype size = whole.size(); size >= 0; --size) {
-        QVERIFY(QFile::resize(path, size));
-        const auto fit = std::count_if(ends.begin(), ends.end(), [size](qint64 end) { return end <= size; });
-        DraftJournal journal(directory);
-        QCOMPARE(qsizetype(journal.entries().size()), fit);
-        for (const DraftJournal::Entry &entry : journal.entries()) {
-            QCOMPARE(entry.version.subject, u"Subject\n%1"_s.arg(entry.serial));
-            QCOMPARE(entry.contents, QList<QByteArray>({"aa", "bb"}));
-            QCOMPARE(journal.text(entry).value_or(QByteArray()),
-                     "text " + QByteArray::number(entry.serial) + '\n');
-        }
-    }
-    // It is written on behind what is whole.
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(file.write(whole.first(ends[2] + 9)) > 0);
-    file.close();
-    DraftJournal journal(directory);
-    QVERIFY(journal.append({5, 5, {}, {}}, {}, "five"));
-    const DraftJournal again(directory);
-    QCOMPARE(again.entries().size(), std::size_t(4));
-    QCOMPARE(again.text(again.entries().back()).value_or(QByteArray()), QByteArray("five"));
 }
 
-void DraftsTest::damageTakesOneVersion()
+/// Nothing of it is lost, and the message in Drafts can be opened all the same. Only what was never kept
+/// goes.
+void DraftsTest::whatCannotBeReadIsSetAside()
 {
+    QFETCH(bool, isStored);
+    QFETCH(QString, damage);
     Scratch scratch;
-    const QString directory = scratch.path(u"journal"_s);
-    QVERIFY(QDir().mkpath(directory));
+    int draft = 0;
+    MessageRef place;
     {
-        DraftJournal journal(directory);
-        for (int i = 1; i <= 3; ++i)
-            QVERIFY(
-                journal.append({i, i, {}, {}}, {}, "text\nversion 9 9 9 9 9 9\n" + QByteArray::number(i)));
+        Run run;
+        draft = run.drafts.begin({});
+        Composition composition = saying(u"x"_s);
+        composition.attachments = {{u"a"_s, "a/b", "data", {}}};
+        QVERIFY(run.drafts.keep(draft, composition));
+        if (isStored) {
+            QVERIFY(run.drafts.store(draft));
+            run.drafts.close(draft);
+            place = run.stored(draft);
+        }
     }
-    const QString path = directory + u"/Versions"_s;
-    const QByteArray whole = Scratch::read(path);
-    for (qsizetype at = 0; at < whole.size(); ++at) {
-        QByteArray damaged = whole;
-        damaged[at] = char(damaged[at] ^ 0x11);
+    const QString path = directoryOf(draft) + u"/Versions"_s;
+    QByteArray left = Scratch::read(path);
+    if (damage == u"unreadable") {
+        QVERIFY(QFile::rename(path, path + u"2"_s) && QDir().mkdir(path));
+    } else {
+        left = damage == u"noise"      ? QByteArray(left.size(), 'x')
+               : damage == u"one byte" ? left.replace("version 1", "version 3")
+                                       : left.chopped(5);
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(damaged) == damaged.size());
-        file.close();
-        const DraftJournal journal(directory);
-        QCOMPARE(journal.entries().size(), std::size_t(2));
-        for (const DraftJournal::Entry &entry : journal.entries())
-            QVERIFY(journal.text(entry)->endsWith(QByteArray::number(entry.serial)));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(left) == left.size());
     }
-    QVERIFY(!scratch.notes.isEmpty());
-    QVERIFY(scratch.notes[0].startsWith(u"A version of a draft is damaged at byte 0 of "_s));
+    const bool wasKept = isStored || damage != u"the beginning of one";
+    Run run;
+    if (isStored)
+        QVERIFY(run.drafts.open(place) > draft);
+    QVERIFY(isStored || run.drafts.recovered().empty());
+    const QString aside = directoryOf(draft) + u".damaged"_s;
+    QCOMPARE(QFileInfo::exists(aside), wasKept);
+    QVERIFY(!QFileInfo::exists(directoryOf(draft)));
+    QCOMPARE(scratch.reports.size(), wasKept ? 1 : 0);
+    if (!wasKept)
+        return;
+    QCOMPARE(scratch.reports[0],
+             u"Draft %1 cannot be read; what is left of it is kept in '%2'"_s.arg(draft).arg(aside));
+    QCOMPARE(QDir(aside + u"/Attachments"_s).entryList(QDir::Files).size(), 1);
+    if (damage != u"unreadable")
+        QCOMPARE(Scratch::read(aside + u"/Versions"_s), left);
 }
 
 void DraftsTest::aLostStateOpensTheDraft()

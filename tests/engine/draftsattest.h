@@ -17,8 +17,8 @@
 struct Run
 {
     /// @p held: the drafts of which the outbox says that it knows of them. Without @p repairsItself a damaged
-    /// group waits.
-    explicit Run(std::set<int> held = {}, bool repairsItself = true)
+    /// group waits. @p hasLetGo: the outbox has let go of what lies in it.
+    explicit Run(std::set<int> held = {}, bool repairsItself = true, bool hasLetGo = false)
     {
         store.setRepairsItself(repairsItself);
         if (!store.load() || !identities.load())
@@ -30,7 +30,8 @@ struct Run
             identities.add(ada);
         }
         drafts.load();
-        drafts.settleWithOutbox([&held](int draft) { return held.contains(draft); });
+        drafts.settleWithOutbox([&held](int draft) { return held.contains(draft); },
+                                [hasLetGo](MessageRef) { return hasLetGo; });
     }
     ~Run()
     {

@@ -101,6 +101,7 @@ private slots:
 
     void afterTheEndOfARun_data();
     void afterTheEndOfARun();
+    void whatTheOutboxLetGoIsWrittenOn();
     void whatIsOnItsWayIsNotOpened();
     void whatWasTakenBackIsNotDiscarded();
     void theUserGivesItUp();
@@ -183,6 +184,7 @@ void DraftWayTest::openingAForeignMessage()
     QVERIFY(!run.drafts.knows(place));
     const int draft = run.drafts.open(place);
     QVERIFY(draft > 0);
+    QVERIFY(!run.drafts.knows(place)); // to open it makes it nobody's own
     const Composition composition = run.drafts.version(draft, 0);
     QCOMPARE(composition.subject, u"From elsewhere"_s);
     QCOMPARE(composition.cc, u"carol@example.org"_s);
@@ -327,6 +329,27 @@ void DraftWayTest::afterTheEndOfARun()
         QCOMPARE(QFileInfo::exists(directoryOf(draft)), hasFiles);
     }
     QCOMPARE(scratch.reports, QStringList());
+}
+
+/// Some have got it, and it lies in the outbox until that is filed: the draft is no longer the outbox's.
+void DraftWayTest::whatTheOutboxLetGoIsWrittenOn()
+{
+    for (const bool hadDraft : {true, false}) {
+        const Scratch scratch;
+        int draft = 0;
+        {
+            Run run;
+            put(run, GroupRole::Outbox);
+            if (hadDraft)
+                takingBack(run, draft = run.drafts.begin({}));
+            else
+                draft = run.drafts.takeBack(0, kSentId, saying(u"y"_s));
+        }
+        Run run(hadDraft ? std::set{draft} : std::set<int>(), true, true);
+        QCOMPARE(run.drafts.recovered(), std::vector<int>{draft});
+        run.drafts.settled(draft); // it is filed now
+        QCOMPARE(run.drafts.version(draft, 0).text, u"y"_s);
+    }
 }
 
 void DraftWayTest::whatIsOnItsWayIsNotOpened()
