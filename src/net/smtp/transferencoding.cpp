@@ -90,6 +90,7 @@ FittingMessage::FittingMessage(const QByteArray &message, bool mayHaveEightBit)
     }
     std::stable_sort(m_edits.begin(), m_edits.end(),
                      [](const Edit &a, const Edit &b) { return a.at < b.at; });
+    m_written.reserve(m_text.size() + m_text.size() / 4); // to grow later would be a copy of it all
 }
 
 void FittingMessage::lookAt(const MIMEContext &parts, int index)
