@@ -25,6 +25,7 @@
 #include "ui/identities/templateeditor.h"
 #include "ui/identities/templatesdialog.h"
 #include "ui/look/looks.h"
+#include "ui/options/optionswindow.h"
 #include "ui/transfers/fetchercontrol.h"
 #include "ui/transfers/fetchererrorlist.h"
 
@@ -58,6 +59,7 @@ constexpr PictureRow kBook[] = {
     {"password", false},       {"identities", false},
     {"identity-editor", true}, {"signature-html", false},
     {"template-editor", true}, {"account-wizard-sending", false},
+    {"options", true},         {"options-search", false},
 };
 
 /// The moment of the pictures: 20 November 2026, 11:31:20 UTC. It goes on when the scene says so.
@@ -181,6 +183,7 @@ public:
         drawAccounts();
         drawQuestions();
         drawIdentities();
+        drawOptions();
         m_clients.of(m_home)->end();
         QTest::qWait(20);
     }
@@ -360,6 +363,21 @@ private:
                               static_cast<QDialog *>(&taglines), static_cast<QDialog *>(&templates),
                               static_cast<QDialog *>(&text)})
             each->setAttribute(Qt::WA_DeleteOnClose, false);
+    }
+
+    void drawOptions()
+    {
+        OptionsWindow options(nullptr);
+        options.setAttribute(Qt::WA_DeleteOnClose, false);
+        for (const auto &[page, name] : {std::pair{OptionPage::Writing, "options-writing"},
+                                         {OptionPage::Sending, "options-sending"},
+                                         {OptionPage::Format, "options-format"},
+                                         {OptionPage::Replies, "options"}}) {
+            options.showPage(page);
+            save(options, name);
+        }
+        options.findChild<QLineEdit *>(u"search"_s)->setText(u"text"_s);
+        save(options, "options-search");
     }
 
     FakeFetcher &fetch(int account)

@@ -108,14 +108,27 @@ void HitLabel::setHits(const QStringList &words)
     update();
 }
 
+QSize HitLabel::sizeHint() const
+{
+    const QSize own = QLabel::sizeHint();
+    return buddy() ? own.expandedTo({0, buddy()->sizeHint().height()}) : own;
+}
+
+QSize HitLabel::minimumSizeHint() const
+{
+    const QSize own = QLabel::minimumSizeHint();
+    return buddy() ? own.expandedTo({0, buddy()->sizeHint().height()}) : own;
+}
+
 void HitLabel::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    const Qt::Alignment visual = QStyle::visualAlignment(layoutDirection(), alignment());
-    paintHits(
-        &painter,
-        {buddy() ? plainName(text()) : text(), font(), contentsRect(), visual, layoutDirection(), wordWrap()},
-        m_hits);
+    // A label aligns as its text runs, whichever way the window does.
+    const Qt::LayoutDirection direction = text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+    const Qt::Alignment visual = QStyle::visualAlignment(direction, alignment());
+    paintHits(&painter,
+              {buddy() ? plainName(text()) : text(), font(), contentsRect(), visual, direction, wordWrap()},
+              m_hits);
     painter.end();
     QLabel::paintEvent(event);
 }

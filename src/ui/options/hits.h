@@ -12,7 +12,8 @@ QStringList wordsOf(const QString &typed);
 /// Whether @p text holds all of @p words, in any case and order; false without words.
 bool holdsAll(const QString &text, const QStringList &words);
 
-/// A text that marks the words in it behind its letters. The "&" of a mnemonic is no part of the text.
+/// A text that marks the words in it behind its letters. The "&" of a mnemonic is no part of the text. Beside
+/// its buddy it is as high, so that both stand on one line.
 class HitLabel : public QLabel
 {
     Q_OBJECT
@@ -22,6 +23,9 @@ public:
 
     void setHits(const QStringList &words);
     QStringList hits() const { return m_hits; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

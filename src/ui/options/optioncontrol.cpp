@@ -105,7 +105,7 @@ void OptionControl::createNumber()
 void OptionControl::createLine()
 {
     auto *line = new QLineEdit;
-    line->setMinimumWidth(columnWidth(kLineWidth / 2));
+    line->setMinimumWidth(columnWidth(kLineWidth * 3 / 4));
     line->setMaximumWidth(columnWidth(kLineWidth));
     addField(line);
     connect(line, &QLineEdit::textChanged, this, &OptionControl::changed);
@@ -182,10 +182,14 @@ bool OptionControl::setHits(const QStringList &words)
 
 QString OptionControl::searched() const
 {
-    const QString key = int(m_row.setting) > 0
-                            ? QString::fromLatin1(kSettings[std::size_t(m_row.setting) - 1].key)
-                            : QString();
-    return QStringList{optionWords(m_row.label), optionWords(m_row.text), optionWords(m_row.hint), m_choices,
-                       key}
+    return QStringList{optionWords(m_row.label), optionWords(m_row.text), optionWords(m_row.hint), m_choices}
         .join(u'\n');
+}
+
+bool OptionControl::isKey(const QStringList &words) const
+{
+    const int id = int(m_row.setting);
+    return id > 0 && words.size() == 1 &&
+           words.first().compare(QLatin1StringView(kSettings[std::size_t(id) - 1].key),
+                                 Qt::CaseInsensitive) == 0;
 }

@@ -30,8 +30,10 @@ public:
     /// Marks @p words in the texts. True when one of them stands there.
     bool setHits(const QStringList &words);
 
-    /// Every text that a search looks at, those of the choices and the key included.
+    /// Every text that a search looks at, those of the choices included.
     QString searched() const;
+    /// Whether that is the key of the settings file, which is found only when it is given whole.
+    bool isKey(const QStringList &words) const;
 
 signals:
     void changed();

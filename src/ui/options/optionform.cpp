@@ -73,7 +73,6 @@ void OptionForm::addRow(const OptionRow &row, QString *mnemonics)
         label = new HitLabel(withMnemonic(optionWords(row.label), mnemonics));
         label->setBuddy(control->field());
         label->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
-        label->setFixedHeight(control->field()->sizeHint().height());
         setTextRole(label, Role::Text2);
         m_grid->addWidget(label, at, 0, Qt::AlignTrailing | Qt::AlignTop);
     }
@@ -155,7 +154,7 @@ int OptionForm::setHits(const QStringList &words)
             label = line.label;
             label->setHits({});
         }
-        const bool isHit = holdsAll(line.control->searched(), words);
+        const bool isHit = holdsAll(line.control->searched(), words) || line.control->isKey(words);
         const QStringList shown = isHit ? words : QStringList();
         const bool isSeen = line.control->setHits(shown);
         if (!isHit)

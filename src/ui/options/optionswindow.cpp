@@ -27,8 +27,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 118; ///< characters
-constexpr int kHeight = 38; ///< lines
+constexpr int kWidth = 134; ///< characters
+constexpr int kHeight = 46; ///< lines
 constexpr int kLeastHeight = 16;
 
 QScrollArea *areaFor(OptionForm *form)
@@ -110,6 +110,7 @@ OptionsWindow::OptionsWindow(QWidget *parent)
 void OptionsWindow::createPages()
 {
     int labels = 0;
+    int width = 0;
     QList<OptionForm *> forms;
     for (int i = 0; i < kOptionPageCount; ++i) {
         auto *form = new OptionForm(OptionPage(i));
@@ -118,8 +119,11 @@ void OptionsWindow::createPages()
         forms.append(form);
         connect(form, &OptionForm::changed, this, &OptionsWindow::changed);
     }
-    for (OptionForm *each : std::as_const(forms))
+    for (OptionForm *each : std::as_const(forms)) {
         each->setLabelWidth(labels);
+        width = std::max(width, each->minimumSizeHint().width());
+    }
+    m_forms->setMinimumWidth(width + style()->pixelMetric(QStyle::PM_ScrollBarExtent));
 }
 
 QWidget *OptionsWindow::newSidebar()
