@@ -58,7 +58,8 @@ bool Engine::load()
     m_drafts.load();
     m_outbox.load(); // what it files lets drafts go
     if (m_outbox.isReadable())
-        m_drafts.settleWithOutbox([this](int draft) { return m_outbox.holdsDraft(draft); });
+        m_drafts.settleWithOutbox([this](int draft) { return m_outbox.holdsDraft(draft); },
+                                  [this](MessageRef place) { return m_outbox.hasLetGo(place); });
     return true;
 }
 
