@@ -120,6 +120,12 @@ QSize HitLabel::minimumSizeHint() const
     return buddy() ? own.expandedTo({0, buddy()->sizeHint().height()}) : own;
 }
 
+/// A layout asks for its own width, though the label gets no wider than its maximum.
+int HitLabel::heightForWidth(int width) const
+{
+    return QLabel::heightForWidth(std::min(width, maximumWidth()));
+}
+
 void HitLabel::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);

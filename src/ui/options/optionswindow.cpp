@@ -132,8 +132,9 @@ QWidget *OptionsWindow::newSidebar()
     setSurface(side, Role::Sidebar);
     m_search->setObjectName(u"search"_s);
     m_search->setKeyHint(QKeySequence::Find);
+    m_search->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // the pages settle the width
     m_nothing->setObjectName(u"nothing"_s);
-    m_nothing->setContentsMargins(space::group, 0, space::group, 0);
+    m_nothing->setContentsMargins(space::card + space::inner, 0, space::group, space::between);
     m_nothing->hide();
     setTextRole(m_nothing, Role::Text3);
     auto *field = new QVBoxLayout;

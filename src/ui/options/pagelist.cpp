@@ -15,6 +15,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kEdge = 20;               ///< icons begin and counts end here
+constexpr int kLeastWidth = 33;         ///< characters
 constexpr int kCountWidth = 4;          ///< characters
 constexpr int kHitsRole = Qt::UserRole; ///< int; invalid without a search
 
@@ -111,5 +112,5 @@ QSize PageList::sizeHint() const
     for (int i = 0; i < count(); ++i)
         width = std::max(width, fontMetrics().horizontalAdvance(item(i)->text()));
     width += 2 * kEdge + ::iconSize(IconUse::Row) + 2 * space::between + columnWidth(kCountWidth);
-    return {width, count() * rowHeight(RowKind::Tree)};
+    return {std::max(width, columnWidth(kLeastWidth)), count() * rowHeight(RowKind::Tree)};
 }
