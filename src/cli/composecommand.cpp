@@ -213,7 +213,8 @@ ExitStatus toOutbox(Session &session, const Composer::Started &started)
     wish.original = started.context.original;
     wish.isReply = started.context.deed == DraftContext::Deed::Reply;
     wish.isForward = started.context.deed == DraftContext::Deed::Forward;
-    wish.countsDown = false; // nobody sits before a script to take it back
+    wish.countsDown = false;                             // nobody sits before a script to take it back
+    session.engine().accounts().setFetchesBlocked(true); // that is what "send" is for
     Outbox &outbox = session.engine().outbox();
     const OutboxEntry *entry = outbox.entry(session.engine().composer().send(started.composition, wish));
     return entry ? showPlace(session, entry->place) : ExitStatus::Failed;

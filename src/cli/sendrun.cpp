@@ -84,17 +84,25 @@ void SendRun::ended(const Account &account, AccountFetchReason reason, const QSt
         m_session.output().complain(howToTrust(account.refusedCertificate()));
 }
 
-/// A row for what was there before; true when it was sent.
+/// A row for what was there before; true when it was sent. What every server took, and stays because it could
+/// not be filed, was: nobody may send it again.
 bool SendRun::tell(const OutboxEntry &before)
 {
     const OutboxEntry *left = m_outbox.entry(before.ticket);
-    const QString detail = left ? reasonOf(*left) : QString();
+    const bool isUnfiled = left && left->state == OutboxState::Sending; // no sender is left by now
+    const bool isSent = !left || isUnfiled;
+    const QString detail = isUnfiled ? u"sent; its copy is not stored yet"_s
+                           : left    ? reasonOf(*left)
+                                     : QString();
     Row row;
-    row.add("number", qint64(before.place.article)).add("ok", left == nullptr).add("detail", detail);
+    row.add("number", qint64(before.place.article)).add("ok", isSent).add("detail", detail);
     m_session.output().row(row);
-    if (left)
+    if (!isSent)
         m_session.output().complain(u"Message %1 was not sent: %2"_s.arg(before.place.article).arg(detail));
-    return left == nullptr;
+    else if (isUnfiled)
+        m_session.output().complain(
+            u"Message %1 was sent; its copy is not stored yet"_s.arg(before.place.article));
+    return isSent;
 }
 
 QString SendRun::reasonOf(const OutboxEntry &left) const

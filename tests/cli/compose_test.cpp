@@ -28,6 +28,8 @@ private slots:
     void formattedAndAttached();
     void aCharacterSetThatIsTooSmall();
     void sent();
+    void writingSendsNothing();
+    void sentAndNotFiled();
 
 private:
     Program::Result compose(const QStringList &words, const QByteArray &body = "Hello\n")
@@ -38,6 +40,9 @@ private:
     {
         return m_program->run({u"show"_s, group, number, u"--raw"_s}).out;
     }
+
+    QByteArray taking(const QByteArray &to, const QString &number);
+    static QStringList outgoingAccount(int port);
 
     std::unique_ptr<Program> m_program;
 };
@@ -223,6 +228,27 @@ void ComposeTest::aCharacterSetThatIsTooSmall()
     QVERIFY(!body.contains(u"8859-1"_s));
 }
 
+/// The dialogue of a server that takes the message with that number.
+QByteArray ComposeTest::taking(const QByteArray &to, const QString &number)
+{
+    QByteArray text;
+    for (const QByteArray &line : raw(u"Outbox"_s, number).chopped(1).split('\n'))
+        text += line.toLower().startsWith("x-velmar-") ? "" : "C~ .*\n";
+    return "C: MAIL FROM:<ada@example.org>\nS: 250 ok\nC: RCPT TO:<" + to +
+           "@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n" + text + "C: .\nS: 250 ok\n";
+}
+
+QStringList ComposeTest::outgoingAccount(int port)
+{
+    return {u"account"_s,
+            u"add"_s,
+            u"--kind=smtp"_s,
+            u"--name=Out"_s,
+            u"--tls=none"_s,
+            u"--host=127.0.0.1"_s,
+            u"--port=%1"_s.arg(port)};
+}
+
 /// Whatever did not go makes the run fail and is told with its reason, in the run and in those behind it.
 void ComposeTest::sent()
 {
@@ -231,21 +257,11 @@ void ComposeTest::sent()
     const auto mail = [](const QByteArray &to) {
         return "C: MAIL FROM:<ada@example.org>\nS: 250 ok\nC: RCPT TO:<" + to + "@example.org>\n";
     };
-    QByteArray text;
-    for (const QByteArray &line : raw(u"Outbox"_s, u"3"_s).chopped(1).split('\n'))
-        text += line.toLower().startsWith("x-velmar-") ? "" : "C~ .*\n";
     ScriptedServer server("S: 220 hello\nC~ EHLO .*\nS: 250 hello\n" + mail("gone") +
                           "S: 550 no such user\nC: RSET\nS: 250 ok\n" + mail("later") +
-                          "S: 450 come later\nC: RSET\nS: 250 ok\n" + mail("bob") +
-                          "S: 250 ok\nC: DATA\nS: 354 go\n" + text +
-                          "C: .\nS: 250 ok\nC: QUIT\nS: 221 bye\nX\n");
-    const QStringList add = {u"account"_s,
-                             u"add"_s,
-                             u"--kind=smtp"_s,
-                             u"--name=Out"_s,
-                             u"--tls=none"_s,
-                             u"--host=127.0.0.1"_s,
-                             u"--port=%1"_s.arg(server.port())};
+                          "S: 450 come later\nC: RSET\nS: 250 ok\n" + taking("bob", u"3"_s) +
+                          "C: QUIT\nS: 221 bye\nX\n");
+    const QStringList add = outgoingAccount(server.port());
     QCOMPARE(m_program->run(add + QStringList{u"--identity=Eve"_s}).status, 1);
     QCOMPARE(m_program->run(add + QStringList{u"--identity=ada@example.org"_s}).status, 0);
     const auto first = runBeside(*m_program, {u"--json"_s, u"send"_s});
@@ -265,6 +281,40 @@ void ComposeTest::sent()
     }
     QCOMPARE(m_program->run({u"delete"_s, u"Outbox"_s, u"1"_s, u"2"_s}).status, 0);
     QCOMPARE(m_program->run({u"send"_s}).status, 0);
+}
+
+/// To write is not yet to send, whatever waits.
+void ComposeTest::writingSendsNothing()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    QCOMPARE(m_program->run(outgoingAccount(server.serverPort())).status, 0);
+    QCOMPARE(compose({u"--to"_s, u"bob@example.org"_s, u"--subject"_s, u"s"_s, u"--send"_s}).status, 0);
+    QVERIFY(!server.waitForNewConnection(0));
+}
+
+/// What a server took was sent, also when there is no place for its copy: a script that took it for unsent
+/// would send it twice.
+void ComposeTest::sentAndNotFiled()
+{
+    QCOMPARE(compose({u"--to"_s, u"bob@example.org"_s, u"--subject"_s, u"s"_s, u"--send"_s}).status, 0);
+    ScriptedServer server("S: 220 hello\nC~ EHLO .*\nS: 250 hello\n" + taking("bob", u"1"_s) +
+                          "C: QUIT\nS: 221 bye\nX\n");
+    QCOMPARE(m_program->run(outgoingAccount(server.port())).status, 0);
+    QString copies;
+    for (const QJsonObject &group : m_program->json({u"groups"_s}).rows()) {
+        if (group[u"role"_s] == u"sent_mail"_s)
+            copies = m_program->config() + u"/Groups/%1"_s.arg(group[u"number"_s].toInt());
+    }
+    QVERIFY(QDir(copies).removeRecursively());
+    m_program->write(QDir(m_program->path({})).relativeFilePath(copies), "no directory\n");
+    const auto result = runBeside(*m_program, {u"--json"_s, u"send"_s});
+    QVERIFY2(server.finished(), server.problem());
+    QVERIFY2(result.errors.contains("Message 1 was sent; its copy is not stored yet"),
+             result.errors.constData());
+    QCOMPARE(result.status, 0);
+    QCOMPARE(result.rows().first()[u"ok"_s].toBool(), true);
+    QCOMPARE(result.rows().last()[u"sent"_s].toInt(), 1);
 }
 
 QTEST_GUILESS_MAIN(ComposeTest)
