@@ -28,7 +28,6 @@ private slots:
     void formattedAndAttached();
     void aCharacterSetThatIsTooSmall();
     void sent();
-    void writingSendsNothing();
     void sentAndNotFiled();
 
 private:
@@ -281,16 +280,6 @@ void ComposeTest::sent()
     }
     QCOMPARE(m_program->run({u"delete"_s, u"Outbox"_s, u"1"_s, u"2"_s}).status, 0);
     QCOMPARE(m_program->run({u"send"_s}).status, 0);
-}
-
-/// To write is not yet to send, whatever waits.
-void ComposeTest::writingSendsNothing()
-{
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    QCOMPARE(m_program->run(outgoingAccount(server.serverPort())).status, 0);
-    QCOMPARE(compose({u"--to"_s, u"bob@example.org"_s, u"--subject"_s, u"s"_s, u"--send"_s}).status, 0);
-    QVERIFY(!server.waitForNewConnection(0));
 }
 
 /// What a server took was sent, also when there is no place for its copy: a script that took it for unsent
