@@ -237,18 +237,19 @@ bool isTypeName(QByteArrayView type)
     return type.count('/') == 1 && type.size() < 128 && std::all_of(type.begin(), type.end(), isToken);
 }
 
-} // namespace
-
-MessageBody bodyOf(const MIMEContext &mime)
-{
-    return BodyReader(mime).run();
-}
-
+/// Whether a header field is the program's own.
 bool isControlHeader(QByteArrayView name)
 {
     static constexpr QByteArrayView kControl("X-VELMAR-");
     return name.size() >= kControl.size() &&
            name.first(kControl.size()).compare(kControl, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+MessageBody bodyOf(const MIMEContext &mime)
+{
+    return BodyReader(mime).run();
 }
 
 QByteArray withoutPrivateHeaders(const QByteArray &original)

@@ -26,6 +26,3 @@ Attachment attachmentFrom(const MIMEContext &mime, int part);
 
 /// A message without its control headers and hidden recipients, for other eyes; "\n" line ends.
 QByteArray withoutPrivateHeaders(const QByteArray &original);
-
-/// Whether a header field is the program's own ("X-VELMAR-...").
-bool isControlHeader(QByteArrayView name);

@@ -175,11 +175,6 @@ QString variable(QChar letter, const Message &message)
 
 } // namespace
 
-bool isQuotedLine(QStringView line)
-{
-    return QuoteMarks().isQuoted(line);
-}
-
 qsizetype signatureStart(QStringView text)
 {
     return separatorStart(text, kSignatureSeparator);

@@ -28,9 +28,6 @@ QString withoutSignature(const QString &text);
 /// message is none.
 qsizetype signatureStart(QStringView text);
 
-/// Whether @p line begins as quoted ones do: with ">" or the mark of `QuotePrefix`.
-bool isQuotedLine(QStringView line);
-
 /// The leading text of a quotation, one line: `AttributionText`, or `AttributionTextPersonal` where the
 /// answer goes to its author alone ("You wrote:"). Values are not expanded again; what is no variable stays.
 ///

@@ -210,18 +210,6 @@ int Drafts::begin(const DraftContext &context)
     return number;
 }
 
-void Drafts::setContext(int number, const DraftContext &context)
-{
-    Draft *draft = find(number);
-    if (!draft)
-        return;
-    DraftState state = draft->state();
-    const MessageRef stored = state.context.stored;
-    state.context = context;
-    state.context.stored = stored;
-    draft->setState(state);
-}
-
 DraftContext Drafts::context(int number) const
 {
     const Draft *draft = find(number);

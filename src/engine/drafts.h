@@ -75,7 +75,6 @@ public:
 
     /// A new one; its number, never given twice. There is nothing on the disk until the first keep().
     int begin(const DraftContext &context);
-    void setContext(int draft, const DraftContext &context); ///< all but its place in Drafts
     DraftContext context(int draft) const;
 
     /// Adds a version where @p composition differs from the last. False after a report: the earlier ones are
