@@ -56,10 +56,9 @@ struct OptionRow
     const char *text = "";    ///< beside the box, or the unit behind a number
     const char *hint = "";    ///< what else is to be known, below
     OptionStore store = OptionStore::Table;
-    SendProblem problem = {};   ///< Warning
-    int least = 0;              ///< Number
-    int most = 0;               //
-    const char *leastText = ""; ///< shown for the least number
+    SendProblem problem = {}; ///< Warning
+    int least = 0;            ///< Number
+    int most = 0;             //
     QList<OptionChoice> (*choices)() = nullptr;
     QString (*preview)(const QString &text) = nullptr; ///< what a Line comes to, a line for people
 };
