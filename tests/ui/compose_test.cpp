@@ -38,6 +38,7 @@ private slots:
     void quotesAndWraps();
     void preEditDoesNotSend();
     void mailtoBringsNoFiles();
+    void filesOfTheCommandLineAreAttached();
 };
 
 void ComposeTest::writesAndSends()
@@ -386,6 +387,16 @@ void ComposeTest::mailtoBringsNoFiles()
     QCOMPARE(now.bcc, QString());
     QVERIFY(!now.subject.contains(u'\n'));
     QVERIFY(now.attachments.isEmpty());
+}
+
+void ComposeTest::filesOfTheCommandLineAreAttached()
+{
+    const QString path = m_program->scratch.write(u"tides.txt"_s, "High water at noon\n");
+    m_program->window->write({}, {path});
+    findWindow();
+    QVERIFY(m_window);
+    QTRY_COMPARE(m_window->composition().attachments.size(), 1);
+    QCOMPARE(m_window->composition().attachments[0].data, "High water at noon\n");
 }
 
 QTEST_MAIN(ComposeTest)

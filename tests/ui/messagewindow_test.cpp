@@ -1,17 +1,21 @@
 #include "windowprogram.h"
 
 #include "identity/identitymanager.h"
+#include "identity/templates.h"
 #include "ui/compose/sendwindow.h"
+#include "ui/main/composecommands.h"
 #include "ui/main/messagewindow.h"
 
 #include "ui/reader/bodyview.h"
 #include "ui/reader/findbar.h"
 #include "ui/reader/messageview.h"
 
+#include <QDialog>
 #include <QDropEvent>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QSignalSpy>
 #include <QTextCursor>
 
 namespace {
@@ -197,6 +201,55 @@ private slots:
         QCOMPARE(sendWindow()->composition().to, u"bob@example.org"_s);
         QCOMPARE(sendWindow()->composition().subject, u"Tides"_s);
         QVERIFY(sendWindow()->composition().attachments.isEmpty());
+    }
+
+    void halfAMessageIsNotForwarded()
+    {
+        Writer w({});
+        const quint32 half = w.engine.groups().add(w.inbox(), Message(mailText("half@x", "Half", {}, {})),
+                                                   Mark::HeaderOnly, 0, 1);
+        QVERIFY(w.window->selectMessage(half));
+        w.act("write.forward");
+        QVERIFY(!sendWindow());
+        QVERIFY2(w.bar().contains(u"Only the header"), qPrintable(w.bar()));
+        QSignalSpy wanted(w.window->findChild<ComposeCommands *>(), &ComposeCommands::restWanted);
+        w.viewers()->current().pane()->bar().findChild<QAbstractButton *>(u"first"_s)->click();
+        QCOMPARE(wanted.size(), 1);
+        QCOMPARE(wanted[0][0].value<MessageRefs>(), MessageRefs({{w.inbox().number(), half}}));
+        w.act("write.reply");
+        QVERIFY(sendWindow());
+        QVERIFY(sendWindow()->bar().isVisible());
+    }
+
+    void answersAndForwardsBeginWithATemplate_data()
+    {
+        QTest::addColumn<QByteArray>("action");
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<QString>("cc");
+        QTest::newRow("reply") << QByteArray("write.replyTemplate") << u"Ada"_s << QString();
+        QTest::newRow("reply to all")
+            << QByteArray("write.replyAllTemplate") << u"Ada"_s << u"bob@example.org"_s;
+        QTest::newRow("forward") << QByteArray("write.forwardTemplate") << QString() << QString();
+    }
+
+    void answersAndForwardsBeginWithATemplate()
+    {
+        QFETCH(QByteArray, action);
+        QFETCH(QString, to);
+        QFETCH(QString, cc);
+        Writer w("Cc: bob@example.org\n");
+        QVERIFY(writeTemplate(u"Greeting"_s, u"Dear reader,\n"_s));
+        QVERIFY(w.window->selectMessage(w.added));
+        w.act(action.constData());
+        const auto dialogs = w.window->findChildren<QDialog *>();
+        const auto asking = std::find_if(dialogs.begin(), dialogs.end(), std::mem_fn(&QWidget::isVisible));
+        QVERIFY(asking != dialogs.end());
+        (*asking)->accept();
+        QTRY_VERIFY(sendWindow());
+        const Composition begun = sendWindow()->composition();
+        QVERIFY2(begun.text.contains(u"Dear reader,"), qPrintable(begun.text));
+        QVERIFY2(to.isEmpty() ? begun.to.isEmpty() : begun.to.contains(to), qPrintable(begun.to));
+        QVERIFY2(cc.isEmpty() ? begun.cc.isEmpty() : begun.cc.contains(cc), qPrintable(begun.cc));
     }
 
     void aFollowUpNeedsAList()

@@ -4,6 +4,7 @@
 #include "ui/look/messageboxes.h"
 
 #include <QMessageBox>
+#include <QPlainTextEdit>
 
 /// What the wizard does about sending, and the question that leads to it.
 class SendingWizardTest : public QObject
@@ -18,6 +19,7 @@ private slots:
     void onlySending();
     void anotherLoginToSend_data();
     void anotherLoginToSend();
+    void nothingIsHalfSaved_data();
     void nothingIsHalfSaved();
     void anOutgoingAccountIsOffered_data();
     void anOutgoingAccountIsOffered();
@@ -184,8 +186,17 @@ void SendingWizardTest::anotherLoginToSend()
 }
 
 /// Both accounts and the identity, or none of them.
+void SendingWizardTest::nothingIsHalfSaved_data()
+{
+    QTest::addColumn<QString>("beside");
+    QTest::newRow("the account") << u"Accounts/Index~"_s;
+    QTest::newRow("the signature") << u"Identities/1/Signatures/Standard~"_s;
+}
+
 void SendingWizardTest::nothingIsHalfSaved()
 {
+    QFETCH(QString, beside);
+    beside = configPathOf(beside);
     Wizard wizard;
     wizard.publishSending();
     wizard.enter(u"clara@tidewater.example"_s, {});
@@ -194,8 +205,8 @@ void SendingWizardTest::nothingIsHalfSaved()
     wizard.press(Qt::Key_Return);
     wizard.press(Qt::Key_Return);
     wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
-    const QString beside = configPathOf(u"Accounts/Index~"_s);
-    QVERIFY(QDir().mkpath(beside)); // nothing can be written beside the list
+    wizard.child<QPlainTextEdit>(u"signature")->setPlainText(u"Clara"_s);
+    QVERIFY(QDir().mkpath(beside)); // nothing can be written beside it
     wizard.press(Qt::Key_Return);
     QVERIFY(wizard.window && wizard.window->isVisible());
     QVERIFY(!wizard.scratch.reports.isEmpty());

@@ -5,6 +5,7 @@
 #include "ui/compose/sendwindow.h"
 #include "ui/look/elidedlabel.h"
 #include "ui/look/emptystate.h"
+#include "ui/main/outboxcommands.h"
 #include "ui/main/statusline.h"
 
 #include <QDialog>
@@ -290,6 +291,99 @@ private slots:
         QCOMPARE(w.program.bar(), u"“Third” is not sent on."_s);
         QVERIFY(!sendWindow());
         QCOMPARE(w.program.inbox().counts().total, 3U);
+    }
+
+    void whatStaysSaysWhy_data()
+    {
+        QTest::addColumn<std::function<void(Writing &)>>("prepare");
+        QTest::addColumn<std::function<void(Writing &)>>("then");
+        QTest::addColumn<QString>("why");
+        QTest::addColumn<QString>("button");
+        using Deed = std::function<void(Writing &)>;
+        const Deed nothing = [](Writing &) {};
+        const auto change = [](auto how) {
+            return Deed([how](Writing &w) {
+                AccountData account = w.program.engine.accounts().account(w.account)->data();
+                how(account, w);
+                QVERIFY(w.program.engine.accounts().update(account));
+            });
+        };
+        QTest::newRow("nothing keeps it") << nothing << nothing << QString() << QString();
+        QTest::newRow("sent by hand only")
+            << Deed([](Writing &) { setBoolSetting(Setting::AutoSend, false); }) << nothing
+            << u"waits until you send it"_s << u"Send now"_s;
+        QTest::newRow("held back") << change([](AccountData &account, Writing &) {
+            account.set(AccountLeftOut, true);
+        }) << nothing << u"is held back"_s
+                                   << u"Send now"_s;
+        QTest::newRow("somebody else's account") << change([](AccountData &account, Writing &w) {
+            Identity other;
+            other.address = u"other@tidewater.example"_s;
+            account.identity = w.program.engine.identities().add(other);
+        }) << nothing << u"waits for an account that sends for"_s
+                                                 << u"Set up…"_s;
+        QTest::newRow("the session failed") << nothing << Deed([](Writing &w) {
+            QVERIFY(w.clients.of(w.account));
+            w.clients.of(w.account)->end(AccountFetchReason::ConnectionClosed, {});
+        }) << u"tried again at"_s << u"Send now"_s;
+    }
+
+    void whatStaysSaysWhy()
+    {
+        QFETCH(std::function<void(Writing &)>, prepare);
+        QFETCH(std::function<void(Writing &)>, then);
+        QFETCH(QString, why);
+        QFETCH(QString, button);
+        Writing w;
+        Outbox::setUndoDelay(0);
+        prepare(w);
+        w.program.window->findChild<OutboxCommands *>()->noteSent(
+            w.program.engine.outbox().entryAt(w.send(u"Tides"_s))->ticket);
+        then(w);
+        if (why.isEmpty()) {
+            QCOMPARE(w.program.bar(), QString());
+            return;
+        }
+        QTRY_VERIFY2(w.program.bar().contains(why), qPrintable(w.program.bar()));
+        QVERIFY(w.program.bar().startsWith(u"“Tides” has not been sent."));
+        QCOMPARE(Writing::button(w.bar(), u"first")->text(), button);
+    }
+
+    /// A box offers the account of another identity, each time that the user wants it sent.
+    void anotherAccountMaySend()
+    {
+        Writing w;
+        Outbox::setUndoDelay(0);
+        AccountData account = w.program.engine.accounts().account(w.account)->data();
+        Identity other;
+        other.address = u"other@tidewater.example"_s;
+        account.identity = w.program.engine.identities().add(other);
+        QVERIFY(w.program.engine.accounts().update(account));
+        const MessageRef place = w.send(u"Tides"_s);
+        w.program.answer(u"Later"_s);
+        QTRY_VERIFY(!w.program.window->boxes().isBusy());
+        w.program.window->selectGroup(place.group);
+        QVERIFY(w.program.window->selectMessage(place.article));
+        w.program.act("write.sendNow");
+        QVERIFY(w.program.box());
+        QVERIFY2(w.program.box()->text().contains(u"clara@tidewater.example"),
+                 qPrintable(w.program.box()->text()));
+        QVERIFY(!w.clients.of(w.account));
+        w.program.answer(u"Send with “Post”"_s);
+        QTRY_VERIFY(w.clients.of(w.account));
+        QCOMPARE(w.program.engine.outbox().entryAt(place)->account, w.account);
+    }
+
+    void nothingIsSentOnClosingOffline()
+    {
+        Writing w;
+        const MessageRef place = w.send(u"Soon"_s);
+        setOnline(false);
+        QVERIFY(!w.program.window->close());
+        QCOMPARE(w.program.box()->buttons().size(), 2); // to close and to stay
+        w.program.answer(u"Close"_s);
+        QTRY_VERIFY(!w.program.window->isVisible());
+        QCOMPARE(w.program.engine.outbox().entryAt(place)->state, OutboxState::Held);
     }
 
     void closingAsksAboutCountdowns_data()

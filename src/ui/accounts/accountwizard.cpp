@@ -325,17 +325,21 @@ std::optional<int> AccountWizard::makeIdentity()
     if (!m_identity->isWanted())
         return 0;
     const int number = identities.add(m_identity->identity());
-    if (const QString text = m_identity->signature(); !text.isEmpty()) {
-        const QString name = tr("Standard");
-        Identity made = *identities.identity(number);
-        made.signature = name;
-        if (writeSignature(number, {name, Signature::Kind::Plain, text}))
-            identities.update(made);
-    }
-    if (identities.save())
+    if (signWith(number, m_identity->signature()) && identities.save())
         return number;
     identities.remove(number);
     return std::nullopt;
+}
+
+/// Gives a new identity its signature. False after a report: it cannot be written.
+bool AccountWizard::signWith(int identity, const QString &text)
+{
+    if (text.isEmpty())
+        return true;
+    Identity signing = *m_engine.identities().identity(identity);
+    signing.signature = tr("Standard");
+    return writeSignature(identity, {signing.signature, Signature::Kind::Plain, text}) &&
+           m_engine.identities().update(signing);
 }
 
 /// All that was entered, or, after a report, nothing of it: then the last page stays.

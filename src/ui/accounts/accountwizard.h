@@ -56,6 +56,7 @@ private:
     void make();
     int makeAll();
     std::optional<int> makeIdentity();
+    bool signWith(int identity, const QString &text);
     void refreshFooter();
     bool canGoOn() const;
     QList<Page> path() const;

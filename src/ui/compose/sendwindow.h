@@ -64,6 +64,9 @@ public:
     /// What it holds lies nowhere else, as after it was taken back: closing asks, and a version is kept now.
     void markUnsaved();
 
+    /// Reads the files bit by bit, as if they were dropped on it; Send waits for them.
+    void attachFiles(const QStringList &paths);
+
     const ActionRegistry &actions() const { return m_registry; }
 
 signals:
@@ -114,7 +117,6 @@ private:
     void runSignature(const QString &command);
     void putSignature(const QString &text, bool isHtml);
     void takeTemplate(const QString &name);
-    void attachFiles(const QStringList &paths);
     void attachPicture(const QImage &image);
     void chooseColour();
     void askForFiles();

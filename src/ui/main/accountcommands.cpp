@@ -312,10 +312,14 @@ void AccountCommands::showTransfers()
     bringForward(m_transfers);
 }
 
-void AccountCommands::offerOutgoingAccount()
+void AccountCommands::offerOutgoingAccount(int identity, bool isWished)
 {
-    if (!std::exchange(m_offeredOutgoing, true))
-        ::offerOutgoingAccount(m_engine, m_boxes, this, [this] { newAccount(AccountKind::Smtp); });
+    if (m_boxes.isBusy() || (m_offered.contains(identity) && !isWished))
+        return;
+    m_offered.insert(identity);
+    const auto setUp = [this] { newAccount(AccountKind::Smtp); };
+    if (!::offerOutgoingAccount(m_engine, m_boxes, this, setUp))
+        offerOtherAccount(m_engine, m_boxes, this, identity, setUp);
 }
 
 void AccountCommands::offerFirstAccount()

@@ -58,8 +58,9 @@ public:
     /// The product's question, where no account is there yet that mail comes from.
     void offerFirstAccount();
 
-    /// The same, where none is there that sends and something waits to be sent. Once a run.
-    void offerOutgoingAccount();
+    /// The same, where something that was written as @p identity waits to be sent and no account is for it:
+    /// once a run, and whenever the user wants it sent.
+    void offerOutgoingAccount(int identity, bool isWished);
 
     /// Makes @p menu offer each account whose mail can be got, whenever it opens.
     void keepGetMailMenu(QMenu *menu);
@@ -113,7 +114,7 @@ private:
     QPointer<Account> m_failedAccount; ///< failed() told of it last
     QSet<int> m_asked;                 ///< accounts whose mail the user wanted and waits for
     bool m_isTransferring = false;
-    bool m_offeredOutgoing = false;
+    QSet<int> m_offered; ///< identities for which an account was offered
 
     /// What has come of the transfers since they began, until it is told.
     struct Outcome

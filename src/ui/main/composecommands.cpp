@@ -4,7 +4,6 @@
 #include "engine/engine.h"
 #include "identity/identitymanager.h"
 #include "identity/templates.h"
-#include "ui/compose/composeattachments.h"
 #include "ui/compose/sendwindow.h"
 #include "ui/look/messageboxes.h"
 #include "ui/main/dialogs.h"
@@ -45,10 +44,7 @@ ComposeCommands::~ComposeCommands()
 SendWindow *ComposeCommands::open(const Composer::Started &started)
 {
     if (!started.error.isEmpty()) {
-        AskingBar::Answer mend;
-        if (m_engine.identities().all().empty())
-            mend = {tr("Identities…"), [this] { emit identityWanted(); }};
-        emit told(MessageBar::Kind::Warning, started.error, mend);
+        tellFailure(started);
         return nullptr;
     }
     if (SendWindow *there = started.draft != 0 ? windowOf(started.draft) : nullptr) {
@@ -61,8 +57,13 @@ SendWindow *ComposeCommands::open(const Composer::Started &started)
             return each->kind() == GroupKind::Newsgroup && each->name() == name;
         });
     };
-    const ComposeServices services = {m_engine.composer(),   m_engine.drafts(), m_engine.outbox(),
-                                      m_engine.identities(), m_boxes,           isSubscribed};
+    const auto sizeLimit = [this](int identity) {
+        const Account *account = m_engine.accounts().account(m_engine.outbox().accountFor(identity));
+        return account ? account->largestMail() : 0;
+    };
+    const ComposeServices services = {
+        m_engine.composer(), m_engine.drafts(), m_engine.outbox(), m_engine.identities(), m_boxes,
+        isSubscribed,        sizeLimit};
     auto *window = new SendWindow(services, started, started.draft);
     m_windows.removeAll(nullptr);
     m_windows.append(window);
@@ -73,9 +74,30 @@ SendWindow *ComposeCommands::open(const Composer::Started &started)
     connect(window, &SendWindow::attachmentOpened, this,
             [this, window](const Attachment &attachment) { openAttachment(*window, attachment); });
     window->comeForward();
-    if (!started.notice.isEmpty())
-        window->bar().tell(MessageBar::Kind::Warning, started.notice);
+    tellNotice(*window, started);
     return window;
+}
+
+/// The way to what is missing for it; none where nothing is.
+AskingBar::Answer ComposeCommands::fetchingRest(const Composer::Started &started)
+{
+    if (started.headersOnly.empty())
+        return {};
+    return {tr("Fetch the rest"), [this, messages = started.headersOnly] { emit restWanted(messages); }};
+}
+
+void ComposeCommands::tellFailure(const Composer::Started &started)
+{
+    AskingBar::Answer mend = fetchingRest(started);
+    if (m_engine.identities().all().empty())
+        mend = {tr("Identities…"), [this] { emit identityWanted(); }};
+    emit told(MessageBar::Kind::Warning, started.error, mend);
+}
+
+void ComposeCommands::tellNotice(SendWindow &window, const Composer::Started &started)
+{
+    if (!started.notice.isEmpty())
+        window.bar().ask(MessageBar::Kind::Warning, started.notice, fetchingRest(started));
 }
 
 SendWindow *ComposeCommands::windowOf(int draft) const
@@ -98,11 +120,9 @@ void ComposeCommands::write(const QString &mailto, const QStringList &attachment
         wish.kind = ComposeWish::Kind::Mailto;
         wish.mailto = mailto;
     }
-    Composer::Started started = m_engine.composer().start(wish);
-    for (const QString &path : attachments) // of the command line, which the user wrote; never of a link
-        if (const std::optional<Attachment> read = readAttachment(path))
-            started.composition.attachments.append(*read);
-    open(started);
+    SendWindow *window = open(m_engine.composer().start(wish));
+    if (window && !attachments.isEmpty()) // of the command line, which the user wrote; never of a link
+        window->attachFiles(attachments);
 }
 
 void ComposeCommands::writeArticle(const QString &newsgroup)
@@ -151,9 +171,11 @@ void ComposeCommands::reply(MessageRef original, ReplyKind kind, const QString &
     start(wishToReply(original, kind, selectedText));
 }
 
-void ComposeCommands::replyFromTemplate(MessageRef original, const QString &selectedText)
+void ComposeCommands::replyFromTemplate(MessageRef original, ReplyKind kind, const QString &selectedText)
 {
-    startWithTemplate(tr("Reply with a template"), wishToReply(original, ReplyKind::Sender, selectedText));
+    startWithTemplate(kind == ReplyKind::All ? tr("Reply to all with a template")
+                                             : tr("Reply with a template"),
+                      wishToReply(original, kind, selectedText));
 }
 
 void ComposeCommands::followUp(MessageRef original, const QString &selectedText)
@@ -169,8 +191,10 @@ void ComposeCommands::followUp(MessageRef original, const QString &selectedText)
                [this, original, selectedText] { reply(original, ReplyKind::All, selectedText); }});
 }
 
-void ComposeCommands::forward(const MessageRefs &originals, ForwardKind kind, ForwardMark mark,
-                              const QString &selectedText)
+namespace {
+
+ComposeWish wishToForward(const MessageRefs &originals, ForwardKind kind, ForwardMark mark,
+                          const QString &selectedText)
 {
     ComposeWish wish;
     wish.kind = ComposeWish::Kind::Forward;
@@ -178,7 +202,21 @@ void ComposeCommands::forward(const MessageRefs &originals, ForwardKind kind, Fo
     wish.forward = originals.size() > 1 ? ForwardKind::Attached : kind;
     wish.mark = mark;
     wish.selectedText = selectedText;
-    start(wish);
+    return wish;
+}
+
+} // namespace
+
+void ComposeCommands::forward(const MessageRefs &originals, ForwardKind kind, ForwardMark mark,
+                              const QString &selectedText)
+{
+    start(wishToForward(originals, kind, mark, selectedText));
+}
+
+void ComposeCommands::forwardFromTemplate(const MessageRefs &originals, const QString &selectedText)
+{
+    startWithTemplate(tr("Forward with a template"),
+                      wishToForward(originals, ForwardKind::Inline, ForwardMark::Front, selectedText));
 }
 
 void ComposeCommands::editAsNew(MessageRef original)

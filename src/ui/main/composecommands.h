@@ -33,9 +33,10 @@ public:
 
     void reply(MessageRef original, ReplyKind kind, const QString &selectedText);
     void followUp(MessageRef original, const QString &selectedText); ///< to its newsgroups or its list
-    void replyFromTemplate(MessageRef original, const QString &selectedText);
+    void replyFromTemplate(MessageRef original, ReplyKind kind, const QString &selectedText);
     void forward(const MessageRefs &originals, ForwardKind kind, ForwardMark mark,
                  const QString &selectedText);
+    void forwardFromTemplate(const MessageRefs &originals, const QString &selectedText);
     void editAsNew(MessageRef original);
     void resend(MessageRef original); ///< asks for the new recipients
 
@@ -70,12 +71,18 @@ signals:
     void templatesWanted();
     void identityWanted();
 
+    /// Of these only the headers are here, and the rest is to be fetched.
+    void restWanted(const MessageRefs &messages);
+
     /// What was attached to a message is opened, and has a message or a link in it.
     void messageWanted(const Message &message);
     void linkActivated(const QString &target);
 
 private:
     SendWindow *open(const Composer::Started &started);
+    void tellFailure(const Composer::Started &started);
+    void tellNotice(SendWindow &window, const Composer::Started &started);
+    AskingBar::Answer fetchingRest(const Composer::Started &started);
     SendWindow *windowOf(int draft) const;
     void start(const ComposeWish &wish);
     void startWithTemplate(const QString &title, ComposeWish wish);

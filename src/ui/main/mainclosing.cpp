@@ -7,6 +7,8 @@
 
 #include <QCloseEvent>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 // How the main window closes: what is on its way comes to a safe point, and nothing that is written is lost.
@@ -75,24 +77,35 @@ void MainWindow::askAboutCountdowns()
 {
     const std::vector<MessageRef> waiting = m_outboxCommands->countingDown();
     const qsizetype count = qsizetype(waiting.size());
+    const auto canGo = [this](MessageRef place) { return m_outboxCommands->canGo(place); };
+    const bool canSend = std::all_of(waiting.begin(), waiting.end(), canGo);
+    const QString later = count == 1 ? tr("It goes after the next start of Velmar, when it can be sent.")
+                                     : tr("They go after the next start of Velmar, when they can be sent.");
+    const QString now = count == 1 ? tr("It can go now, or after the next start of Velmar.")
+                                   : tr("They can go now, or after the next start of Velmar.");
+    const auto close = [this] {
+        m_leavesWaiting = true;
+        this->close();
+        m_leavesWaiting = false;
+    };
+    const auto sendAndClose = [this, waiting] {
+        for (const MessageRef place : waiting)
+            m_outboxCommands->sendNow(place);
+        m_closesWhenIdle = true;
+        closeWhenIdle();
+    };
+    std::vector<std::function<void()>> deeds = {close};
+    QStringList buttons = {tr("&Close"), tr("&Stay")};
+    if (canSend) {
+        deeds.insert(deeds.begin(), sendAndClose);
+        buttons.prepend(tr("&Send and close"));
+    }
     m_boxes->ask({count == 1 ? tr("A message is about to be sent.")
                              : tr("%1 messages are about to be sent.").arg(count),
-                  count == 1 ? tr("It can go now, or after the next start of Velmar.")
-                             : tr("They can go now, or after the next start of Velmar."),
-                  {tr("&Send and close"), tr("&Close"), tr("&Stay")},
-                  false,
-                  ReportLevel::Information},
-                 this, [this, waiting](int button) {
-                     if (button == 0) {
-                         for (const MessageRef place : waiting)
-                             m_outboxCommands->sendNow(place);
-                         m_closesWhenIdle = true;
-                         closeWhenIdle();
-                     } else if (button == 1) {
-                         m_leavesWaiting = true;
-                         close();
-                         m_leavesWaiting = false;
-                     }
+                  canSend ? now : later, buttons, false, ReportLevel::Information},
+                 this, [deeds](int button) {
+                     if (button >= 0 && std::size_t(button) < deeds.size())
+                         deeds[std::size_t(button)]();
                  });
 }
 

@@ -11,6 +11,7 @@
 #include "ui/main/messagewindow.h"
 #include "ui/main/outboxcommands.h"
 #include "ui/main/viewers.h"
+#include "ui/options/optionswindow.h"
 #include "ui/reader/messageview.h"
 #include "ui/texts/harmless.h"
 
@@ -50,11 +51,16 @@ void MainWindow::connectWriting()
     on(Act::Reply, [this] { reply(ReplyKind::Sender); });
     on(Act::ReplyAll, [this] { reply(ReplyKind::All); });
     on(Act::FollowUp, [this, current] { m_composeCommands->followUp(current(), selectedText()); });
-    on(Act::ReplyTemplate,
-       [this, current] { m_composeCommands->replyFromTemplate(current(), selectedText()); });
+    on(Act::ReplyTemplate, [this, current] {
+        m_composeCommands->replyFromTemplate(current(), ReplyKind::Sender, selectedText());
+    });
+    on(Act::ReplyAllTemplate,
+       [this, current] { m_composeCommands->replyFromTemplate(current(), ReplyKind::All, selectedText()); });
     on(Act::Forward, [this] { forward(ForwardKind::Inline, ForwardMark::Front); });
     on(Act::ForwardAttached, [this] { forward(ForwardKind::Attached, ForwardMark::Front); });
     on(Act::ForwardBehind, [this] { forward(ForwardKind::Inline, ForwardMark::Behind); });
+    on(Act::ForwardTemplate,
+       [this] { m_composeCommands->forwardFromTemplate(viewer().list().selected(), selectedText()); });
     on(Act::EditAsNew, [this, current] { m_composeCommands->editAsNew(current()); });
     on(Act::Resend, [this, current] { m_composeCommands->resend(current()); });
     on(Act::EditOwn, [this, current] { editOwn(current()); });
@@ -63,6 +69,7 @@ void MainWindow::connectWriting()
     on(Act::TakeLastBack, [this] { m_outboxCommands->takeLastBack(); });
     on(Act::SendWaiting, [this] { m_outboxCommands->sendWaiting(); });
     on(Act::Identities, [this] { openIdentityManager(m_engine, this); });
+    on(Act::Options, [this] { openOptions(this); });
     on(Act::Templates, [this] { openTemplateManager(m_engine, this, viewer().reader()->message()); });
 }
 
@@ -72,12 +79,17 @@ void MainWindow::connectComposing()
     const auto tell = [this](MessageBar::Kind kind, const QString &text, const AskingBar::Answer &first,
                              const AskingBar::Answer &second) {
         viewer().pane()->bar().ask(kind, text, first, second);
-        if (kind == MessageBar::Kind::Error) // the bar may be taken by the next one
+        if (kind != MessageBar::Kind::Information) // the bar may be taken by the next one
             m_notices.add(ReportLevel::Warning, text);
         m_closesWhenIdle = m_closesWhenIdle && kind != MessageBar::Kind::Error;
     };
     connect(m_composeCommands, &ComposeCommands::told, this, tell);
     connect(m_outboxCommands, &OutboxCommands::told, this, tell);
+    connect(m_outboxCommands, &OutboxCommands::untold, this, [this](const QString &text) {
+        for (const auto &each : m_viewers->all())
+            if (each->pane()->bar().text() == text)
+                each->pane()->bar().hide();
+    });
     connect(m_outboxCommands, &OutboxCommands::changed, this, [this] {
         updateActions();
         showWaiting();
@@ -93,6 +105,8 @@ void MainWindow::connectComposing()
             &QAction::trigger);
     connect(m_composeCommands, &ComposeCommands::identityWanted, m_actions[Act::Identities],
             &QAction::trigger);
+    connect(m_composeCommands, &ComposeCommands::restWanted, this,
+            [this](const MessageRefs &messages) { m_engine.serverWishes().fetchRest(messages); });
     connect(m_composeCommands, &ComposeCommands::messageWanted, this, &MainWindow::openMessage);
     connect(m_composeCommands, &ComposeCommands::linkActivated, this, &MainWindow::followLink);
     connect(m_composeCommands, &ComposeCommands::answered, this, [this](MessageRef original) {

@@ -7,6 +7,8 @@
 #include "ui/texts/harmless.h"
 #include "ui/texts/messagetexts.h"
 
+#include <QScopedValueRollback>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -32,14 +34,22 @@ OutboxCommands::OutboxCommands(Engine &engine, QWidget *window)
     m_counting.setInterval(kSecond);
     connect(&m_counting, &QTimer::timeout, this, &OutboxCommands::count);
     connect(&outbox, &Outbox::changed, this, &OutboxCommands::count);
-    connect(&outbox, &Outbox::accountMissing, this, &OutboxCommands::accountWanted);
-    connect(&outbox, &Outbox::failed, this, &OutboxCommands::failed);
-    connect(&outbox, &Outbox::perhapsSent, this, &OutboxCommands::doubted);
+    connect(&outbox, &Outbox::accountMissing, this,
+            [this](int identity) { emit accountWanted(identity, m_isWished); });
+    connect(&m_engine.accounts(), &AccountManager::fetchEnded, this,
+            [this](const Account *account, AccountFetchReason reason) {
+                const bool isGood = reason == AccountFetchReason::None;
+                if (account->kind() != AccountKind::Smtp || isGood || reason == AccountFetchReason::Stopped)
+                    return; // who stopped it knows
+                const auto tell = [this, number = account->number()] { sessionFailed(number); };
+                QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection); // when the outbox knows, too
+            });
     count(); // what was held when the program ended
 }
 
 void OutboxCommands::count()
 {
+    lookAtFresh();
     const auto &entries = m_engine.outbox().entries();
     if (std::any_of(entries.begin(), entries.end(), hasTime))
         m_counting.start();
@@ -90,6 +100,9 @@ QString OutboxCommands::countdownOf(MessageRef place) const
     const OutboxEntry *entry = m_engine.outbox().entryAt(place);
     const qint64 left = entry ? entry->due - clockSeconds() : 0;
     const QString subject = subjectOf(place);
+    if (entry && left > 0 && !goesByItself(*entry, false))
+        return left == 1 ? tr("“%1” stays in the outbox; 1 second to take it back.").arg(subject)
+                         : tr("“%1” stays in the outbox; %2 seconds to take it back.").arg(subject).arg(left);
     return left <= 0   ? tr("“%1” is sent now.").arg(subject)
            : left == 1 ? tr("“%1” is sent in 1 second.").arg(subject)
                        : tr("“%1” is sent in %2 seconds.").arg(subject).arg(left);
@@ -113,7 +126,7 @@ OutboxCommands::State OutboxCommands::stateOf(MessageRef place)
     State state;
     state.phase = int(entry->state);
     state.text = harmlessLine(m_engine.outbox().statusAt(place).replace(u'\n', u' '));
-    const auto sendNow = [this, place] { this->sendNow(place); };
+    const auto sendNow = [this, ticket = entry->ticket] { this->sendNow(ticket); };
     const AskingBar::Answer edit = {tr("Edit"), [this, place] { takeBack(place); }};
     switch (entry->state) {
     case OutboxState::Sending: return state;
@@ -141,30 +154,63 @@ OutboxCommands::State OutboxCommands::stateOf(MessageRef place)
 
 void OutboxCommands::sendWaiting()
 {
+    const auto sendAll = [this] {
+        for (const OutboxEntry &each : m_engine.outbox().entries())
+            if (each.state == OutboxState::Waiting)
+                m_fresh.insert(each.ticket, true);
+        wish([this] { m_engine.outbox().sendWaiting(true); });
+    };
     if (isOnline())
-        return m_engine.outbox().sendWaiting(true);
+        return sendAll();
     emit told(MessageBar::Kind::Information, tr("Velmar works offline: what is written waits in the outbox."),
-              {tr("Go online and send"), [this] {
+              {tr("Go online and send"), [this, sendAll] {
                    emit onlineWanted();
-                   m_engine.outbox().sendWaiting(true);
+                   sendAll();
                }});
 }
 
+/// What is sent now is sent because the user said so.
+void OutboxCommands::wish(const std::function<void()> &send)
+{
+    const QScopedValueRollback wished(m_isWished, true);
+    send();
+}
+
+void OutboxCommands::sendNow(quint64 ticket)
+{
+    m_fresh.insert(ticket, true);
+    wish([this, ticket] { m_engine.outbox().sendNow(ticket); });
+}
+
+/// Of what is both mailed and posted the outbox sends the other half along, but not one that may have gone.
 void OutboxCommands::sendNow(MessageRef place)
 {
-    for (const quint64 ticket : ticketsAt(place))
-        m_engine.outbox().sendNow(ticket);
+    const std::vector<quint64> tickets = ticketsAt(place);
+    const auto isDoubtful = [this](quint64 ticket) {
+        const OutboxEntry *entry = m_engine.outbox().entry(ticket);
+        return entry && entry->state == OutboxState::PerhapsSent;
+    };
+    const auto certain = std::find_if_not(tickets.begin(), tickets.end(), isDoubtful);
+    if (certain != tickets.end())
+        sendNow(*certain);
+    else if (!tickets.empty())
+        doubted(tickets.front());
 }
 
 void OutboxCommands::changeTime(MessageRef place)
 {
     if (!canSendNow(place))
         return;
-    askSendingTime(m_window, [this, place](qint64 due) {
-        for (const quint64 ticket : ticketsAt(place))
-            if (!m_engine.outbox().holdUntil(ticket, due))
-                emit told(MessageBar::Kind::Warning, tr("The time could not be changed."));
-    });
+    const auto setTime = [this, place](qint64 due) {
+        bool isHeld = false;
+        for (const quint64 ticket : ticketsAt(place)) // a half that may have gone is not held
+            isHeld = m_engine.outbox().holdUntil(ticket, due) || isHeld;
+        if (!isHeld)
+            emit told(MessageBar::Kind::Warning, tr("The time could not be changed."));
+    };
+    const OutboxEntry *entry = m_engine.outbox().entryAt(place);
+    const bool isPlanned = entry->state == OutboxState::Held && !entry->countsDown;
+    askSendingTime(m_window, setTime, isPlanned ? entry->due : 0);
 }
 
 void OutboxCommands::settleAsSent(MessageRef place)
@@ -205,7 +251,73 @@ void OutboxCommands::noteSent(quint64 ticket)
 {
     const OutboxEntry *entry = m_engine.outbox().entry(ticket);
     if (!isOnline() && entry && (entry->state == OutboxState::Waiting || entry->countsDown))
-        sendWaiting();
+        return sendWaiting();
+    m_fresh.insert(ticket, false);
+    lookAtFresh();
+}
+
+/// Of one that nothing of its own keeps.
+bool OutboxCommands::goesByItself(const OutboxEntry &entry, bool isAsked) const
+{
+    return canGo(entry.place) && (isAsked || boolSetting(Setting::AutoSend));
+}
+
+bool OutboxCommands::canGo(MessageRef place) const
+{
+    const OutboxEntry *entry = m_engine.outbox().entryAt(place);
+    const Account *account = entry ? m_engine.accounts().account(entry->account) : nullptr;
+    return account && !account->data().has(AccountLeftOut) && isOnline();
+}
+
+/// Who wants a message sent learns where it stays behind: when its countdown is over, not before.
+void OutboxCommands::lookAtFresh()
+{
+    const OutboxEntry *told = m_engine.outbox().entry(m_toldTicket);
+    if (m_toldTicket != 0 && (!told || told->state != OutboxState::Waiting)) {
+        m_toldTicket = 0;
+        emit untold(m_told);
+    }
+    for (const quint64 ticket : m_fresh.keys()) {
+        const OutboxEntry *entry = m_engine.outbox().entry(ticket);
+        const bool isWaiting = entry && entry->state == OutboxState::Waiting;
+        const bool isOnItsWay = entry && (entry->countsDown || entry->state == OutboxState::Sending);
+        const bool stays = isWaiting && !goesByItself(*entry, m_fresh.value(ticket));
+        if (stays || (!isWaiting && !isOnItsWay))
+            m_fresh.remove(ticket);
+        if (stays)
+            tellThatTheyStay({ticket});
+    }
+}
+
+/// A sender could not do what it began for.
+void OutboxCommands::sessionFailed(int account)
+{
+    QList<quint64> staying;
+    for (const quint64 ticket : m_fresh.keys()) {
+        const OutboxEntry *entry = m_engine.outbox().entry(ticket);
+        if (entry && entry->account == account && entry->state == OutboxState::Waiting)
+            staying.append(ticket);
+    }
+    for (const quint64 ticket : std::as_const(staying))
+        m_fresh.remove(ticket);
+    if (!staying.isEmpty())
+        tellThatTheyStay(staying);
+}
+
+void OutboxCommands::tellThatTheyStay(const QList<quint64> &tickets)
+{
+    const quint64 ticket = tickets.first();
+    const OutboxEntry &entry = *m_engine.outbox().entry(ticket);
+    const QString why = harmlessLine(m_engine.outbox().status(ticket));
+    m_told = tickets.size() == 1 ? tr("“%1” has not been sent. %2").arg(subjectOf(entry.place), why)
+                                 : tr("%1 messages have not been sent. %2").arg(tickets.size()).arg(why);
+    m_toldTicket = ticket;
+    const AskingBar::Answer send = {entry.account != 0 ? tr("Send now") : tr("Set up…"), [this, tickets] {
+                                        for (const quint64 each : tickets)
+                                            sendNow(each);
+                                    }};
+    const AskingBar::Answer edit = {tr("Edit"), [this, ticket] { takeBack(ticket); }};
+    emit told(MessageBar::Kind::Warning, m_told, send, tickets.size() == 1 ? edit : AskingBar::Answer());
 }
 
 void OutboxCommands::failed(quint64 ticket, const QString &why)
@@ -215,7 +327,7 @@ void OutboxCommands::failed(quint64 ticket, const QString &why)
     emit told(MessageBar::Kind::Error,
               tr("“%1” could not be sent: %2").arg(subjectOf(place), harmlessLine(why)),
               {tr("Edit"), [this, ticket] { takeBack(ticket); }},
-              {tr("Send again"), [this, ticket] { m_engine.outbox().sendNow(ticket); }});
+              {tr("Send again"), [this, ticket] { sendNow(ticket); }});
 }
 
 void OutboxCommands::doubted(quint64 ticket)
@@ -224,8 +336,9 @@ void OutboxCommands::doubted(quint64 ticket)
     if (!entry)
         return;
     emit told(MessageBar::Kind::Warning,
-              tr("Nobody knows whether “%1” was sent: the program ended while it was on its way.")
-                  .arg(subjectOf(entry->place)),
-              {tr("Send again"), [this, ticket] { m_engine.outbox().sendNow(ticket); }},
+              tr("Nobody knows whether “%1” was sent. %2")
+                  .arg(subjectOf(entry->place), harmlessLine(entry->reason))
+                  .trimmed(),
+              {tr("Send again"), [this, ticket] { sendNow(ticket); }},
               {tr("It was sent"), [this, ticket] { m_engine.outbox().settleAsSent(ticket); }});
 }

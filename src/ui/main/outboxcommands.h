@@ -3,9 +3,11 @@
 #include "engine/composer.h"
 #include "ui/look/askingbar.h"
 
+#include <QMap>
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
 #include <vector>
 
 class Engine;
@@ -25,7 +27,7 @@ public:
     void sendWaiting();
 
     /// These do nothing where @p place is not in the outbox, or is on its way.
-    void sendNow(MessageRef place); ///< that message alone
+    void sendNow(MessageRef place); ///< that message alone; what may have been sent only after a question
     void changeTime(MessageRef place);
     void settleAsSent(MessageRef place);
     void takeBack(MessageRef place);
@@ -35,6 +37,7 @@ public:
 
     bool anythingWaits() const;              ///< that could go
     bool isWaiting(MessageRef place) const;  ///< or on its way
+    bool canGo(MessageRef place) const;      ///< there is an account that would send it now
     bool canSendNow(MessageRef place) const; ///< and is not on its way
 
     /// Messages that can still be taken back before they go, the last one last.
@@ -60,14 +63,17 @@ signals:
     void told(MessageBar::Kind kind, const QString &text, const AskingBar::Answer &first = {},
               const AskingBar::Answer &second = {});
 
+    /// What was told holds no more.
+    void untold(const QString &text);
+
     /// To be written on; or it could not be taken back, and why.
     void takenBack(const Composer::Started &taken);
 
     /// A message that was to be sent on unchanged was taken back.
     void resendTakenBack(quint64 ticket, const QString &subject);
 
-    /// There is nothing that could send it.
-    void accountWanted();
+    /// There is nothing that could send what was written as @p identity; @p isWished: the user wants it sent.
+    void accountWanted(int identity, bool isWished);
 
     /// The user wants to work online.
     void onlineWanted();
@@ -78,6 +84,12 @@ signals:
 private:
     QString subjectOf(MessageRef place) const;
     std::vector<quint64> ticketsAt(MessageRef place) const;
+    bool goesByItself(const OutboxEntry &entry, bool isAsked) const;
+    void wish(const std::function<void()> &send);
+    void sendNow(quint64 ticket);
+    void lookAtFresh();
+    void sessionFailed(int account);
+    void tellThatTheyStay(const QList<quint64> &tickets);
     void takeBack(quint64 ticket);
     void failed(quint64 ticket, const QString &why);
     void doubted(quint64 ticket);
@@ -86,4 +98,8 @@ private:
     Engine &m_engine;
     QWidget *m_window;
     QTimer m_counting;
+    QMap<quint64, bool> m_fresh; ///< that are to go: where they stay, that is told; true: "now"
+    QString m_told;              ///< of one that stays
+    quint64 m_toldTicket = 0;
+    bool m_isWished = false;
 };
