@@ -146,6 +146,15 @@ bool NameFolder::write(const QString &name, QByteArrayView contents) const
     return writeReplacing(folder + u'/' + file, contents);
 }
 
+bool NameFolder::rename(const QString &from, const QString &to) const
+{
+    const QString old = fileOf(from);
+    const QString fresh = escapedFileName(to);
+    return storeAccess() == StoreAccess::ReadWrite && !old.isEmpty() && !fresh.isEmpty() &&
+           fresh.toUtf8().size() <= kLongestFileName &&
+           QFile::rename(path() + u'/' + old, path() + u'/' + fresh);
+}
+
 bool NameFolder::remove(const QString &name) const
 {
     const QString found = fileOf(name);

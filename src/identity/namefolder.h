@@ -29,6 +29,10 @@ public:
     /// disk refused; an earlier file is untouched.
     [[nodiscard]] bool write(const QString &name, QByteArrayView contents) const;
 
+    /// Gives the file @p from the name @p to, which may differ in case alone. False: there is none, there is
+    /// another one of the new name, or the disk refused.
+    [[nodiscard]] bool rename(const QString &from, const QString &to) const;
+
     /// True also when there was none.
     bool remove(const QString &name) const;
 

@@ -83,6 +83,11 @@ bool writeSignature(int identity, const Signature &signature)
     return isWritten(folderOf(identity).write(signature.name, bytesOf(signature)));
 }
 
+bool renameSignature(int identity, const QString &from, const QString &to)
+{
+    return isWritten(folderOf(identity).rename(from, to));
+}
+
 bool removeSignature(int identity, const QString &name)
 {
     return isWritten(folderOf(identity).remove(name));

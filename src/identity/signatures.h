@@ -21,6 +21,7 @@ struct Signature
 QStringList signatureNames(int identity); ///< sorted as people sort
 std::optional<Signature> readSignature(int identity, const QString &name);
 bool writeSignature(int identity, const Signature &signature);
+bool renameSignature(int identity, const QString &from, const QString &to);
 bool removeSignature(int identity, const QString &name);
 /// @}
 

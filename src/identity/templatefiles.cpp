@@ -50,6 +50,11 @@ bool writeTemplate(const QString &name, const QString &text)
     return isWritten(folder().write(name, (text + u'\n').toUtf8()), name);
 }
 
+bool renameTemplate(const QString &from, const QString &to)
+{
+    return isWritten(folder().rename(from, to), to);
+}
+
 bool removeTemplate(const QString &name)
 {
     return isWritten(folder().remove(name), name);

@@ -42,6 +42,7 @@ QStringList templateNames(); ///< as the menu shows them, sorted
 bool hasTemplate(const QString &name);
 std::optional<QString> readTemplate(const QString &name); ///< empty after a report
 bool writeTemplate(const QString &name, const QString &text);
+bool renameTemplate(const QString &from, const QString &to);
 bool removeTemplate(const QString &name);
 
 /// The text in the @p bytes of any template file, without the line end of its last line.

@@ -272,13 +272,29 @@ void SignatureEditor::showUnreadable(const QString &name)
     m_text->setEnabled(false);
 }
 
+/// Where the names differ in case alone, some disks have one file for both: then it is renamed, since taking
+/// the old one away would take the new one.
+bool SignatureEditor::write(const Signature &now)
+{
+    Signature placed = now;
+    const bool isSameFile = m_stored.compare(now.name, Qt::CaseInsensitive) == 0;
+    if (isSameFile)
+        placed.name = m_stored;
+    if (!writeSignature(m_identity, placed))
+        return false;
+    if (m_stored.isEmpty() || m_stored == now.name)
+        return true;
+    if (isSameFile)
+        return renameSignature(m_identity, m_stored, now.name);
+    removeSignature(m_identity, m_stored);
+    return true;
+}
+
 void SignatureEditor::save()
 {
     const Signature now = signature();
-    if (!problem().isEmpty() || !writeSignature(m_identity, now))
+    if (!problem().isEmpty() || !write(now))
         return; // which has said so
-    if (!m_stored.isEmpty() && m_stored != now.name)
-        removeSignature(m_identity, m_stored);
     emit saved(m_stored, now.name);
     accept();
 }

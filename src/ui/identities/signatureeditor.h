@@ -46,6 +46,7 @@ private:
     void showProblem();
     void showUnreadable(const QString &name);
     void save();
+    bool write(const Signature &now);
 
     const int m_identity;
     const QString m_stored; ///< the name in use

@@ -293,13 +293,26 @@ void TemplateEditor::showProblem()
     m_footer->defaultButton()->setEnabled(found.isEmpty());
 }
 
+/// Where the names differ in case alone, some disks have one file for both: then it is renamed, since taking
+/// the old one away would take the new one.
+bool TemplateEditor::write(const QString &name)
+{
+    const bool isSameFile = m_stored.compare(name, Qt::CaseInsensitive) == 0;
+    if (!writeTemplate(isSameFile ? m_stored : name, m_text->toPlainText()))
+        return false;
+    if (m_stored.isEmpty() || m_stored == name)
+        return true;
+    if (isSameFile)
+        return renameTemplate(m_stored, name);
+    removeTemplate(m_stored);
+    return true;
+}
+
 void TemplateEditor::save()
 {
     const QString name = oneLineOf(m_name->text());
-    if (!problem().isEmpty() || !writeTemplate(name, m_text->toPlainText()))
+    if (!problem().isEmpty() || !write(name))
         return; // which has said so
-    if (!m_stored.isEmpty() && m_stored != name)
-        removeTemplate(m_stored);
     emit saved(name);
     accept();
 }

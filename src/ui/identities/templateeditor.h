@@ -46,6 +46,7 @@ private:
     QString problem() const;
     void showProblem();
     void save();
+    bool write(const QString &name);
 
     const QString m_stored; ///< the name in use
     TemplateValues m_values;
