@@ -7,6 +7,8 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 
+#include <limits>
+
 namespace {
 
 constexpr qint64 kSlice = 1024 * 1024;       ///< bytes
@@ -65,11 +67,22 @@ void AttachmentLoader::stop()
     emit finished();
 }
 
+void AttachmentLoader::finishNow()
+{
+    if (isBusy())
+        readFor(std::numeric_limits<qint64>::max());
+}
+
 void AttachmentLoader::slice()
+{
+    readFor(kSliceTime);
+}
+
+void AttachmentLoader::readFor(qint64 milliseconds)
 {
     QElapsedTimer clock;
     clock.start();
-    while (isBusy() && clock.elapsed() < kSliceTime) {
+    while (isBusy() && clock.elapsed() < milliseconds) {
         if (!m_reading)
             m_reading = std::make_unique<AttachmentReading>(m_waiting.takeFirst());
         const AttachmentReading::State state = m_reading->readOn();

@@ -43,7 +43,8 @@ public:
 
     void add(const QStringList &paths);
     bool isBusy() const { return m_reading != nullptr || !m_waiting.isEmpty(); }
-    void stop(); ///< what is not attached yet is left out
+    void stop();      ///< what is not attached yet is left out
+    void finishNow(); ///< reads the rest at once
 
 signals:
     void loaded(const Attachment &attachment);
@@ -52,6 +53,7 @@ signals:
 
 private:
     void slice();
+    void readFor(qint64 milliseconds);
 
     QStringList m_waiting;
     std::unique_ptr<AttachmentReading> m_reading;

@@ -104,6 +104,7 @@ constexpr std::array kActs = {
            {"compose.noArchive", TEXT("Not to be &archived"), "archive", "", 0, kChecks}},
     ActRow{ComposeAct::Wrap, {"compose.wrap", TEXT("&Wrap the text"), "", "", 0, kChecks | kSeparates}},
     ActRow{ComposeAct::Charset, {"compose.charset", TEXT("Character &set"), "font", ""}},
+    ActRow{ComposeAct::FileForm, {"compose.fileForm", TEXT("A&ttachments as"), "", ""}},
     ActRow{ComposeAct::UndoDelay, {"compose.undoDelay", TEXT("&Undo sending"), "undo", "", 0, kSeparates}},
     ActRow{ComposeAct::Warnings, {"compose.warnings", TEXT("War&n before sending"), "warning", ""}},
 

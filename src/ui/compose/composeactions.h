@@ -66,6 +66,7 @@ enum class ComposeAct {
     RefuseArchive,
     Wrap,
     Charset,
+    FileForm,
     UndoDelay,
     Warnings,
     // Help
@@ -77,11 +78,10 @@ constexpr int kComposeActCount = int(ComposeAct::Keys) + 1;
 enum ComposeNeed : unsigned {
     ComposeNeedsUndo = 1u << 0,
     ComposeNeedsRedo = 1u << 1,
-    ComposeNeedsSelection = 1u << 2,
-    ComposeNeedsRich = 1u << 3,
-    ComposeNeedsPlain = 1u << 4,
-    ComposeNeedsVersions = 1u << 5,
-    ComposeNeedsArticle = 1u << 6,
+    ComposeNeedsRich = 1u << 2,
+    ComposeNeedsPlain = 1u << 3,
+    ComposeNeedsVersions = 1u << 4,
+    ComposeNeedsArticle = 1u << 5,
 };
 
 class ComposeActions

@@ -212,7 +212,6 @@ ComposeAttachments::ComposeAttachments(QWidget *parent)
     connect(m_loader, &AttachmentLoader::finished, this, [this] {
         m_progress->finish();
         refresh();
-        emit readingFinished();
     });
     connect(m_progress, &ProgressLine::stopClicked, m_loader, &AttachmentLoader::stop);
     connect(m_view, &QWidget::customContextMenuRequested, this,
@@ -247,6 +246,11 @@ void ComposeAttachments::addFiles(const QStringList &paths)
 bool ComposeAttachments::isReading() const
 {
     return m_loader->isBusy();
+}
+
+void ComposeAttachments::finishReading()
+{
+    m_loader->finishNow();
 }
 
 void ComposeAttachments::refresh()

@@ -75,12 +75,12 @@ public:
     /// Files that are still being read are not in the model yet.
     void addFiles(const QStringList &paths);
     bool isReading() const;
+    void finishReading(); ///< what is still to be read, at once
 
 signals:
     void openWanted(const Attachment &attachment);
     void addWanted();
     void becameLarge(); ///< more than may go, or than many servers take where nobody knows
-    void readingFinished();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -61,8 +61,6 @@ ComposeEditor::ComposeEditor(QWidget *parent)
             [this](const QString &text) { emit tooMuchPasted(text, {}); });
     connect(m_rich, &RichEditor::filesDropped, this, &ComposeEditor::filesDropped);
     connect(m_rich, &RichEditor::tooMuchPasted, this, &ComposeEditor::tooMuchPasted);
-    connect(m_plain, &QPlainTextEdit::copyAvailable, this, &ComposeEditor::selectionChanged);
-    connect(m_rich, &QTextEdit::copyAvailable, this, &ComposeEditor::selectionChanged);
     setFocusProxy(m_plain);
 }
 
@@ -304,21 +302,9 @@ void ComposeEditor::insertText(const QString &text)
         m_plain->insertText(text);
 }
 
-void ComposeEditor::placeCursor(bool atEnd)
+void ComposeEditor::placeCursor()
 {
-    QTextBlock block = document()->begin();
-    if (atEnd) { // behind the quotation, before the signature
-        QTextBlock last = document()->lastBlock();
-        for (QTextBlock each = last; each.isValid(); each = each.previous())
-            if (each.text() == kSignatureSeparator) {
-                last = each.previous().isValid() ? each.previous() : each;
-                break;
-            }
-        while (last.previous().isValid() && last.text().isEmpty() && last.previous().text().isEmpty())
-            last = last.previous();
-        block = last;
-    }
-    QTextCursor cursor(block);
+    const QTextCursor cursor(document()->begin());
     if (m_isRich)
         m_rich->setTextCursor(cursor), m_rich->ensureCursorVisible();
     else

@@ -60,8 +60,8 @@ public:
     void rewrap(); ///< plain text alone
     void insertText(const QString &text);
 
-    /// At the beginning, before what is quoted; or behind it.
-    void placeCursor(bool atEnd);
+    /// At the beginning, before what is quoted.
+    void placeCursor();
 
 signals:
     void changed();
@@ -72,7 +72,6 @@ signals:
     void tooMuchPasted(const QString &text, const QString &html);
     void canUndoChanged(bool can);
     void canRedoChanged(bool can);
-    void selectionChanged(bool any);
     void formChanged(bool rich);
 
 private:

@@ -36,15 +36,17 @@ QString lineOf(const DraftVersion &version)
 } // namespace
 
 QDialog *showDraftHistory(QWidget *parent, const Drafts &drafts, int draft,
-                          std::function<void(const Composition &)> restore)
+                          std::function<void(int serial)> restore)
 {
     auto *dialog = new SmallDialog(parent, words(QT_TRANSLATE_NOOP("DraftHistory", "Earlier versions")),
                                    words(QT_TRANSLATE_NOOP("DraftHistory", "Restore")));
     auto *list = new QListWidget;
     list->setAccessibleName(words(QT_TRANSLATE_NOOP("DraftHistory", "Versions")));
     list->setMinimumWidth(columnWidth(30));
-    for (const DraftVersion &version : drafts.versions(draft))
-        list->addItem(lineOf(version));
+    for (const DraftVersion &version : drafts.versions(draft)) {
+        auto *line = new QListWidgetItem(lineOf(version), list);
+        line->setData(Qt::UserRole, version.serial); // one that is kept meanwhile moves the others on
+    }
     auto *look = new QPlainTextEdit;
     look->setReadOnly(true);
     look->setAccessibleName(words(QT_TRANSLATE_NOOP("DraftHistory", "Text of the version")));
@@ -54,14 +56,14 @@ QDialog *showDraftHistory(QWidget *parent, const Drafts &drafts, int draft,
     split->setStretchFactor(1, 1);
     split->setMinimumSize(columnWidth(80), 20 * textHeight());
     dialog->contents()->addWidget(split, 1);
-    QObject::connect(list, &QListWidget::currentRowChanged, dialog, [&drafts, draft, look](int row) {
-        look->setPlainText(row < 0 ? QString() : drafts.version(draft, row).text);
+    QObject::connect(
+        list, &QListWidget::currentItemChanged, dialog, [&drafts, draft, look](const QListWidgetItem *line) {
+            look->setPlainText(line ? drafts.text(draft, line->data(Qt::UserRole).toInt()).text : QString());
+        });
+    QObject::connect(dialog, &QDialog::accepted, dialog, [list, restore = std::move(restore)] {
+        if (const QListWidgetItem *line = list->currentItem())
+            restore(line->data(Qt::UserRole).toInt());
     });
-    QObject::connect(dialog, &QDialog::accepted, dialog,
-                     [&drafts, draft, list, restore = std::move(restore)] {
-                         if (list->currentRow() >= 0)
-                             restore(drafts.version(draft, list->currentRow()));
-                     });
     list->setCurrentRow(0);
     list->setFocus();
     dialog->open();

@@ -87,11 +87,6 @@ QString RecipientEdit::text() const
     return typed.isEmpty() ? pills : pills.isEmpty() ? typed : pills + u", "_s + typed;
 }
 
-void RecipientEdit::setPlaceholderText(const QString &text)
-{
-    m_entry->setPlaceholderText(text);
-}
-
 void RecipientEdit::setJudge(Judge judge)
 {
     m_judge = std::move(judge);

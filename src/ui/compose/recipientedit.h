@@ -25,8 +25,6 @@ public:
     QString text() const;              ///< with what was typed and is no pill yet
     bool isEmpty() const { return text().isEmpty(); }
 
-    void setPlaceholderText(const QString &text);
-
     /// One proposal while somebody types.
     struct Proposal
     {

@@ -38,7 +38,8 @@ namespace {
 
 constexpr QSize kFirstSize(820, 680);
 constexpr int kSmallestWidth = 640;
-constexpr int kLongestTitle = 200;  ///< UTF-16 units
+constexpr int kLongestTitle = 200; ///< UTF-16 units
+constexpr int kLongestAddress = 60;
 constexpr int kTypingPause = 2000;  ///< milliseconds without a key after which a version is kept
 constexpr int kCountingPause = 300; ///< the same, before words are counted
 constexpr int kBarTextsFrom = 70;   ///< average characters of width that the bar's texts need
@@ -127,7 +128,7 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
     resize(stored.isValid() ? stored.size() : kFirstSize);
     const bool answers = m_context.deed == DraftContext::Deed::Reply;
     if (answers || !m_header->focusFirstEmpty()) {
-        m_editor->placeCursor(false);
+        m_editor->placeCursor();
         m_editor->setFocus();
     }
 }
@@ -215,9 +216,9 @@ void SendWindow::createStatus()
 void SendWindow::show(const Composition &composition)
 {
     m_rest = composition;
-    m_header->setIdentities(m_services.identities.all(), composition.identity.number);
+    showIdentity();
     m_header->setNews(m_isArticle);
-    m_header->show(composition);
+    m_header->show(m_rest);
     m_header->setExtraShown(boolSetting(Setting::EditHeaders));
     m_actions[ComposeAct::MoreFields]->setChecked(m_header->extraIsShown());
     m_editor->show(composition);
@@ -232,6 +233,27 @@ void SendWindow::show(const Composition &composition)
     updateFormat();
     if (composition.encrypt)
         warnOfEncryption();
+}
+
+/// What stands behind From is what the message is sent as, also where the identity was changed or deleted
+/// since it was begun.
+void SendWindow::showIdentity()
+{
+    const IdentityManager &identities = m_services.identities;
+    const QString former = m_rest.identity.address;
+    const Identity *own = identities.identity(m_rest.identity.number);
+    const Identity *now = own;
+    if (!own || own->address != former) {
+        const Identity *same = former.isEmpty() ? nullptr : identities.find(former);
+        now = same ? same : own ? own : identities.defaultIdentity();
+    }
+    m_rest.identity = now ? *now : Identity();
+    m_header->setIdentities(identities.all(), m_rest.identity.number);
+    if (now && now->address != former && !former.isEmpty())
+        m_bar->tell(
+            MessageBar::Kind::Warning,
+            tr("No identity writes as %1 any more. This message is from %2.")
+                .arg(harmlessLine(former, kLongestAddress), harmlessLine(now->address, kLongestAddress)));
 }
 
 Composition SendWindow::composition() const
@@ -338,6 +360,17 @@ void SendWindow::connectParts()
     connect(m_attachments, &ComposeAttachments::becameLarge, this, &SendWindow::warnOfSize);
     connect(m_attachments, &ComposeAttachments::addWanted, this, &SendWindow::askForFiles);
     connect(m_attachments, &ComposeAttachments::openWanted, this, &SendWindow::attachmentOpened);
+    connect(&m_services.identities, &IdentityManager::changed, this, [this] {
+        const Identity before = m_rest.identity;
+        showIdentity();
+        if (m_rest.identity != before)
+            changed();
+    });
+    connect(&m_services.composer, &Composer::addressesChanged, this, [this] {
+        if (!m_counting.isActive())
+            m_counting.start();
+    });
+    connect(&m_services.drafts, &Drafts::kept, this, &SendWindow::keptSoon);
     connect(&m_typed, &QTimer::timeout, this, &SendWindow::keepSoon);
     connect(&m_interval, &QTimer::timeout, this, &SendWindow::keepSoon);
     connect(&m_counting, &QTimer::timeout, this, [this] {

@@ -24,6 +24,7 @@ class QComboBox;
 class QLabel;
 class QToolBar;
 class ReplaceBar;
+class SignatureCommand;
 
 /// What a compose window works with; all of it outlives the window.
 struct ComposeServices
@@ -57,7 +58,8 @@ public:
     /// The message as it stands now.
     Composition composition() const;
 
-    /// Keeps what there is without a question, as at the end of the program. False after a report.
+    /// Keeps what there is without a question, as at the end of the program: files that are still being
+    /// attached are read to their end first. False after a report.
     bool keepNow();
     bool isChanged() const { return m_isChanged; }
 
@@ -89,6 +91,7 @@ private:
     void createStatus();
     void connectParts();
     void show(const Composition &composition);
+    void showIdentity();
     void updateHave();
     void updateFormat();
     void updateStatus();
@@ -100,6 +103,7 @@ private:
     void connectActions();
     void connectFormat();
     void fillCharsets(QMenu *menu);
+    void fillFileForms(QMenu *menu);
     void fillSignatures(QMenu *menu);
     void fillTemplates(QMenu *menu);
     void fillUndoDelays(QMenu *menu);
@@ -132,6 +136,7 @@ private:
     /// @{
     QString doubtAbout(const Address &address) const;
     void lookAtNewPeople();
+    QStringList newPeople();
     QString similarTo(const QString &address) const;
     QString nameOf(const QString &address) const;
     void replacePerson(const QString &address, const QString &better);
@@ -143,11 +148,14 @@ private:
     /// @name The draft (sendwindowdraft.cpp)
     /// @{
     void keepSoon();
+    bool keepVersion();
+    void keptSoon(int draft, bool good);
+    void keptVersion(bool good, const QString &why);
     void saveDraft();
     void tellUnsaved(const QString &why);
     void saveElsewhere();
     void showHistory();
-    void restore(const Composition &version);
+    void restore(int serial);
     void askBeforeClosing();
     void askBeforeDiscarding();
     void discard();
@@ -180,6 +188,8 @@ private:
     bool m_isArticle = false;
     bool m_isChanged = false;   ///< since the draft was stored, or since the window opened
     bool m_isKept = true;       ///< the newest version holds everything
+    int m_changes = 0;          ///< how often anything was changed
+    int m_keptChanges = 0;      ///< how often that was, in the version that is being kept
     bool m_isTold = false;      ///< that it could not be kept
     bool m_isOver = false;      ///< sent or discarded: nothing is kept any more
     bool m_isComposing = false; ///< an input method has characters that are not settled
@@ -190,6 +200,7 @@ private:
     QHash<QString, QString> m_doubts;                   ///< of those: what is meant instead
     QSet<QString> m_kept;                               ///< new addresses that are right, in lower case
     QString m_savedText;
+    QPointer<SignatureCommand> m_signing; ///< whose signature is not in the text yet
     QTimer m_typed;
     QTimer m_interval;
     QTimer m_counting;

@@ -1,3 +1,4 @@
+#include "compose/editing.h"
 #include "compose/messagebuilder.h"
 #include "config/clock.h"
 #include "config/reporter.h"
@@ -12,6 +13,7 @@
 #include "ui/look/messageboxes.h"
 #include "ui/reader/attachmentfiles.h"
 #include "ui/texts/datetext.h"
+#include "ui/texts/harmless.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
@@ -45,23 +47,57 @@ private:
 
 bool SendWindow::keepNow()
 {
+    if (!m_isOver)
+        m_attachments->finishReading();
+    return keepVersion();
+}
+
+/// At once and whole.
+bool SendWindow::keepVersion()
+{
     if (m_isOver || m_isKept)
         return true;
-    QString why;
-    {
-        const CaughtReports reports;
-        m_isKept = m_services.drafts.keep(m_draft, composition());
-        why = reports.text();
-    }
-    m_savedText = m_isKept ? tr("Draft saved %1").arg(timeText(clockNow().time())) : tr("Not saved");
-    if (!m_isKept)
+    m_keptChanges = m_changes;
+    const CaughtReports reports;
+    const bool good = m_services.drafts.keep(m_draft, composition());
+    keptVersion(good, reports.text());
+    return m_isKept;
+}
+
+/// Large attachments between events, so that nobody who writes on waits for them.
+void SendWindow::keepSoon()
+{
+    if (m_isOver || m_isKept)
+        return;
+    const CaughtReports reports; // keptSoon() finds out what is wrong
+    m_keptChanges = m_changes;
+    m_services.drafts.keepSoon(m_draft, composition());
+}
+
+/// What could not be saved is tried at once and whole: then it is known why, which is said in the window.
+void SendWindow::keptSoon(int draft, bool good)
+{
+    if (draft != m_draft)
+        return;
+    if (good)
+        keptVersion(true, {});
+    else
+        keepVersion();
+}
+
+void SendWindow::keptVersion(bool good, const QString &why)
+{
+    if (m_isOver)
+        return;
+    m_isKept = good && m_keptChanges == m_changes;
+    m_savedText = good ? tr("Draft saved %1").arg(timeText(clockNow().time())) : tr("Not saved");
+    if (!good)
         tellUnsaved(why);
     else if (m_isTold)
         m_bar->tell(MessageBar::Kind::Good, tr("The draft is saved again."));
-    m_isTold = !m_isKept;
+    m_isTold = !good;
     updateHave();
     updateStatus();
-    return m_isKept;
 }
 
 void SendWindow::tellUnsaved(const QString &why)
@@ -69,7 +105,7 @@ void SendWindow::tellUnsaved(const QString &why)
     const QString text = tr("This message could not be saved. %1").arg(why);
     if (m_isTold && m_bar->isVisible() && m_bar->text() == text)
         return; // said already
-    m_bar->ask(MessageBar::Kind::Error, text, {tr("Try again"), [this] { keepNow(); }},
+    m_bar->ask(MessageBar::Kind::Error, text, {tr("Try again"), [this] { keepVersion(); }},
                {tr("Save elsewhere…"), [this] { saveElsewhere(); }});
 }
 
@@ -98,18 +134,13 @@ void SendWindow::markUnsaved()
 {
     m_isChanged = true;
     m_isKept = false;
-    keepNow();
-}
-
-void SendWindow::keepSoon()
-{
-    keepNow();
+    keepVersion();
 }
 
 void SendWindow::saveDraft()
 {
     m_isKept = false;
-    if (!keepNow() || !m_services.drafts.store(m_draft))
+    if (!keepVersion() || !m_services.drafts.store(m_draft))
         return;
     m_isChanged = false;
     m_savedText = tr("Saved in Drafts %1").arg(timeText(clockNow().time()));
@@ -118,18 +149,31 @@ void SendWindow::saveDraft()
 
 void SendWindow::showHistory()
 {
-    keepNow();
-    showDraftHistory(this, m_services.drafts, m_draft,
-                     [this](const Composition &version) { restore(version); });
+    keepVersion();
+    showDraftHistory(this, m_services.drafts, m_draft, [this](int serial) { restore(serial); });
 }
 
 /// The version takes the place of what there is, which is a version itself and can be had again.
-void SendWindow::restore(const Composition &version)
+void SendWindow::restore(int serial)
 {
-    keepNow();
-    show(version);
+    if (!keepVersion())
+        return; // what would be lost is what is shown
+    const Drafts::Reading version = m_services.drafts.reading(m_draft, serial);
+    Composer::Started shown;
+    shown.composition = version.composition;
+    Composer::recogniseSignature(shown);
+    if (!shown.signatureEnd.isEmpty() || findSignature(shown.composition.text, m_signatureEnd).start < 0) {
+        m_signatureEnd = shown.signatureEnd;
+        m_tagline = shown.tagline;
+    }
+    QStringList told = {tr("An earlier version is shown; the later ones are kept.")};
+    if (!version.lost.isEmpty())
+        told.append(tr("These attachments are lost: %1.").arg(harmlessLine(version.lost.join(u", "_s))));
+    if (!version.formerWriter.isEmpty())
+        told.append(tr("No identity writes as %1 any more.").arg(harmlessLine(version.formerWriter)));
+    show(shown.composition);
     changed();
-    m_bar->tell(MessageBar::Kind::Information, tr("An earlier version is shown; the later ones are kept."));
+    m_bar->tell(told.size() > 1 ? MessageBar::Kind::Warning : MessageBar::Kind::Information, told.join(u' '));
 }
 
 /// The window goes out of sight for a moment: whatever happens there, nothing is lost.
@@ -137,12 +181,12 @@ void SendWindow::changeEvent(QEvent *event)
 {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::ActivationChange && !isActiveWindow())
-        keepNow();
+        keepSoon();
 }
 
 void SendWindow::closeEvent(QCloseEvent *event)
 {
-    if (!m_isOver && m_isChanged) {
+    if (!m_isOver && (m_isChanged || m_attachments->isReading())) {
         event->ignore();
         askBeforeClosing();
         return;

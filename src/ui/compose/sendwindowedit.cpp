@@ -32,6 +32,7 @@ void SendWindow::changed()
 {
     m_isChanged = true;
     m_isKept = false;
+    ++m_changes;
     m_typed.start();
     m_counting.start();
 }
@@ -54,7 +55,7 @@ void SendWindow::identityChosen(int number)
 /// Where it cannot be read, what is in the text stays.
 void SendWindow::takeSignature(const QString &name)
 {
-    qDeleteAll(findChildren<SignatureCommand *>()); // what was chosen before comes no more
+    delete m_signing; // what was chosen before comes no more
     const std::optional<Signature> signature =
         name.isEmpty() ? std::optional(Signature()) : readSignature(m_header->identity(), name);
     if (!signature || signature->text.contains(QChar::ReplacementCharacter) ||
@@ -72,15 +73,18 @@ void SendWindow::takeSignature(const QString &name)
 
 void SendWindow::runSignature(const QString &command)
 {
-    auto *run = new SignatureCommand(this);
-    connect(run, &SignatureCommand::finished, this, [this, run](const QString &text, const QString &problem) {
-        run->deleteLater();
-        if (problem.isEmpty())
-            putSignature(text, false);
-        else
-            m_bar->tell(MessageBar::Kind::Warning, problem);
-    });
-    run->start(command);
+    delete m_signing;
+    m_signing = new SignatureCommand(this);
+    connect(m_signing, &SignatureCommand::finished, this,
+            [this](const QString &text, const QString &problem) {
+                m_signing->deleteLater();
+                m_signing = nullptr;
+                if (problem.isEmpty())
+                    putSignature(text, false);
+                else
+                    m_bar->tell(MessageBar::Kind::Warning, problem);
+            });
+    m_signing->start(command);
 }
 
 /// A step to undo of its own, wherever the cursor is. In a window in which nobody has done anything yet it is

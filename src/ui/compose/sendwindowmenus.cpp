@@ -1,4 +1,5 @@
 #include "compose/charsets.h"
+#include "compose/messagebuilder.h"
 #include "config/settings.h"
 #include "identity/signatures.h"
 #include "identity/templates.h"
@@ -86,6 +87,7 @@ void SendWindow::createMenus()
     under(ComposeAct::InsertSignature, &SendWindow::fillSignatures);
     under(ComposeAct::InsertTemplate, &SendWindow::fillTemplates);
     under(ComposeAct::Charset, &SendWindow::fillCharsets);
+    under(ComposeAct::FileForm, &SendWindow::fillFileForms);
     under(ComposeAct::UndoDelay, &SendWindow::fillUndoDelays);
     under(ComposeAct::Warnings, &SendWindow::fillWarnings);
     if (auto *button =
@@ -105,6 +107,30 @@ void SendWindow::fillCharsets(QMenu *menu)
         connect(action, &QAction::triggered, this, [this, charset] {
             m_rest.charset = charset;
             m_rest.charsetForced = false; // what does not fit this one is asked about again
+            changed();
+        });
+    }
+}
+
+/// How the attachments of this message go, whatever the settings say.
+void SendWindow::fillFileForms(QMenu *menu)
+{
+    constexpr std::pair<AttachmentForm, const char *> kForms[] = {
+        {AttachmentForm::Mime, QT_TR_NOOP("&MIME")},
+        {AttachmentForm::Uuencode, QT_TR_NOOP("&uuencode, within the text")},
+        {AttachmentForm::Yenc, QT_TR_NOOP("&yEnc, within the text")},
+    };
+    auto *group = new QActionGroup(menu);
+    for (const auto &[form, text] : kForms) {
+        const bool isUsual = form == preferredAttachmentForm(m_isArticle);
+        QAction *action = menu->addAction(isUsual ? tr("%1 (as in the settings)").arg(tr(text)) : tr(text));
+        action->setCheckable(true);
+        // only a plain text can hold files
+        action->setEnabled(form == AttachmentForm::Mime || !m_editor->isRich());
+        action->setChecked(form == (m_editor->isRich() ? AttachmentForm::Mime : m_rest.attachmentForm));
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [this, form = form] {
+            m_rest.attachmentForm = form;
             changed();
         });
     }

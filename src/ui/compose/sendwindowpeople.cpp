@@ -36,23 +36,34 @@ QString SendWindow::doubtAbout(const Address &address) const
     return meant.isEmpty() ? QString() : tr("It is new here. Did you mean %1?").arg(shortened(meant));
 }
 
+/// Those that were not looked at yet. Before all who are known have been found, nobody is new.
+QStringList SendWindow::newPeople()
+{
+    QStringList fresh;
+    for (const ComposeHeader::Field field : kPeople)
+        for (const RecipientPill &pill : m_header->recipients(field)->pills().all()) {
+            const QString address = pill.address.address;
+            const bool wasSeen = m_seenPeople.contains(address.toLower());
+            const bool isNew = !wasSeen && m_services.composer.isNew(address);
+            if (isNew)
+                fresh.append(address);
+            if (isNew || (!wasSeen && m_services.composer.isKnown(address)))
+                m_seenPeople.insert(address.toLower());
+        }
+    return fresh;
+}
+
 /// Tells of the first new address that looks like a known one, as soon as it is a pill.
 void SendWindow::lookAtNewPeople()
 {
     if (isTurnedOff(SendProblem::NewAddress) || m_isSending)
         return;
-    QStringList fresh;
-    for (const ComposeHeader::Field field : kPeople)
-        for (const RecipientPill &pill : m_header->recipients(field)->pills().all())
-            if (const QString address = pill.address.address;
-                !address.isEmpty() && !m_seenPeople.contains(address.toLower())) {
-                m_seenPeople.insert(address.toLower());
-                fresh.append(address);
-            }
+    const QStringList fresh = newPeople();
     if (fresh.isEmpty() || fresh.size() > kMostLookedAt)
         return;
-    for (const QString &address : std::as_const(fresh)) {
-        const QString meant = m_services.composer.isKnown(address) ? QString() : similarTo(address);
+    const QStringList known = m_services.composer.knownAddresses();
+    for (const QString &address : fresh) {
+        const QString meant = similarAddress(address, known);
         if (meant.isEmpty())
             continue;
         m_doubts.insert(address.toLower(), meant);

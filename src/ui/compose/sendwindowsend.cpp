@@ -1,5 +1,7 @@
 #include "compose/charsets.h"
 #include "config/clock.h"
+#include "identity/identitymanager.h"
+#include "identity/signaturecommand.h"
 #include "ui/compose/composeattachments.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/composeheader.h"
@@ -23,14 +25,23 @@ void SendWindow::send(qint64 notBefore)
         return;
     m_notBefore = notBefore;
     m_confirmed.clear();
-    keepNow();
+    keepSoon();
     check();
 }
 
-/// What no answer can help: files that are not there yet, fields that would be lost on the way, a secret
-/// that cannot be kept.
+/// What no answer can help: nobody to write as, files or a signature that are not there yet, fields that
+/// would be lost on the way, a secret that cannot be kept.
 bool SendWindow::canBeSent()
 {
+    if (!m_services.identities.identity(m_rest.identity.number)) {
+        m_bar->tell(MessageBar::Kind::Error, tr("There is no identity to write as."));
+        return false;
+    }
+    if (m_signing) {
+        m_bar->tell(MessageBar::Kind::Information,
+                    tr("The signature is still being made. Send the message when it is there."));
+        return false;
+    }
     if (m_attachments->isReading()) {
         m_bar->tell(MessageBar::Kind::Information,
                     tr("Files are still being attached. Send the message when they are there."));
@@ -165,7 +176,8 @@ void SendWindow::warn(const SendFinding &finding)
     const auto goOn = [this, answered = std::pair(finding.problem, finding.detail)] {
         m_header->commit();
         m_confirmed.append(answered);
-        check();
+        if (canBeSent())
+            check();
     };
     m_bar->ask(MessageBar::Kind::Warning, finding.text, remedyFor(finding),
                {m_isArticle ? tr("Post anyway") : tr("Send anyway"), goOn});
@@ -192,6 +204,10 @@ AskingBar::Answer SendWindow::remedyFor(const SendFinding &finding)
 
 void SendWindow::handOver()
 {
+    if (!canBeSent()) { // the program went on while something was asked
+        m_isSending = false;
+        return;
+    }
     const Composition now = composition();
     SendWish wish;
     wish.draft = m_draft;
@@ -199,7 +215,7 @@ void SendWindow::handOver()
     wish.isReply = m_context.deed == DraftContext::Deed::Reply;
     wish.isForward = m_context.deed == DraftContext::Deed::Forward;
     wish.notBefore = m_notBefore;
-    keepNow();
+    keepVersion();
     const quint64 ticket = m_services.composer.send(now, wish);
     m_isSending = false;
     if (ticket == 0)
