@@ -196,7 +196,6 @@ void SendingWizardTest::nothingIsHalfSaved_data()
 void SendingWizardTest::nothingIsHalfSaved()
 {
     QFETCH(QString, beside);
-    beside = configPathOf(beside);
     Wizard wizard;
     wizard.publishSending();
     wizard.enter(u"clara@tidewater.example"_s, {});
@@ -206,6 +205,7 @@ void SendingWizardTest::nothingIsHalfSaved()
     wizard.press(Qt::Key_Return);
     wizard.child<QAbstractButton>(u"atOnce")->setChecked(false);
     wizard.child<QPlainTextEdit>(u"signature")->setPlainText(u"Clara"_s);
+    beside = configPathOf(beside);
     QVERIFY(QDir().mkpath(beside)); // nothing can be written beside it
     wizard.press(Qt::Key_Return);
     QVERIFY(wizard.window && wizard.window->isVisible());
