@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QRadioButton>
+#include <QSignalSpy>
 
 /// Messages are written with the keyboard, through the whole program, from the first key to the outbox.
 class ComposeTest : public QObject, ComposeProgram
@@ -38,6 +39,9 @@ private slots:
     void quotesAndWraps();
     void preEditDoesNotSend();
     void mailtoBringsNoFiles();
+    void isSentAsShown();
+    void savesFilesInSlices();
+    void savesFilesStillRead();
     void filesOfTheCommandLineAreAttached();
 };
 
@@ -397,6 +401,39 @@ void ComposeTest::filesOfTheCommandLineAreAttached()
     QVERIFY(m_window);
     QTRY_COMPARE(m_window->composition().attachments.size(), 1);
     QCOMPARE(m_window->composition().attachments[0].data, "High water at noon\n");
+}
+
+/// Whoever changes an identity meanwhile sees as whom the message goes, and it goes so.
+void ComposeTest::isSentAsShown()
+{
+    QVERIFY(compose());
+    IdentityManager &identities = m_program->engine.identities();
+    Identity me = identities.all().front();
+    me.address = u"clara@harbour.example"_s;
+    QVERIFY(identities.update(me));
+    QCOMPARE(m_window->composition().identity.address, me.address);
+    QVERIFY(asking()->text().contains(u"clara@tidewater.example"_s));
+}
+
+void ComposeTest::savesFilesInSlices()
+{
+    QVERIFY(compose());
+    QSignalSpy keeping(&m_program->engine.drafts(), &Drafts::keeping);
+    strip()->model().add(Attachment{u"film.mp4"_s, "video/mp4", QByteArray(40'000'000, 'f'), {}});
+    QVERIFY(keeping.wait(5000)); // by the pause after the last change
+    QTRY_VERIFY(!m_program->engine.drafts().versions(m_window->draft()).empty());
+}
+
+/// The program ends while a file is being attached.
+void ComposeTest::savesFilesStillRead()
+{
+    const QString path = m_program->scratch.write(u"film.mp4"_s, QByteArray(90'000'000, 'f'));
+    QVERIFY(compose());
+    strip()->addFiles({path});
+    QVERIFY(m_window->keepNow());
+    const Composition kept = m_program->engine.drafts().version(m_window->draft(), 0);
+    QCOMPARE(kept.attachments.size(), 1);
+    QCOMPARE(kept.attachments.first().data.size(), 90'000'000);
 }
 
 QTEST_MAIN(ComposeTest)
