@@ -75,7 +75,8 @@ Velmar::Velmar(int &argc, char **argv)
     setPlatform(&m_platform);
     collectReports();
     setNoteSink([this](const QString &line) { m_log.write(line); });
-    connect(&m_signals, &TerminationSignals::terminate, this, &Velmar::quit);
+    // No quit(), which would close the windows one by one and let each of them ask: what is written is kept.
+    connect(&m_signals, &TerminationSignals::terminate, this, [] { exit(0); });
     m_timer.setInterval(kTickMilliseconds);
     connect(&m_timer, &QTimer::timeout, this, &Velmar::slotTimeout);
 }

@@ -16,7 +16,8 @@ namespace {
 constexpr int kMostFooterLines = 12;
 constexpr int kLongestValue = 250;
 constexpr int kLeastWidth = 40;
-constexpr int kMostWidth = 998; // RFC 5322 section 2.1.1
+constexpr int kMostWidth = 998;           // RFC 5322 section 2.1.1
+constexpr qsizetype kLongestQuoted = 900; // characters; an editor takes time in the square of a longer word
 
 /// Characters that end a line in one program and not in another could hide where a quotation ends.
 bool endsLine(QChar c)
@@ -141,6 +142,17 @@ QString withoutEmptyEnds(const QString &text)
     return end > from ? text.sliced(from, end - from) + u'\n' : QString();
 }
 
+/// The beginning of a line that is too long: up to a blank, where there is one in its second half.
+QStringView takePiece(QStringView &line)
+{
+    const qsizetype blank = line.first(kLongestQuoted).lastIndexOf(u' ');
+    qsizetype length = blank > kLongestQuoted / 2 ? blank + 1 : kLongestQuoted;
+    length -= line[length - 1].isHighSurrogate() ? 1 : 0;
+    const QStringView piece = line.first(length);
+    line = line.sliced(length);
+    return piece;
+}
+
 Address authorOf(const Message &message)
 {
     for (const char *field : {"From", "Sender", "Reply-To"}) {
@@ -196,8 +208,14 @@ QString quotedText(const QString &text)
     out.reserve(lines.size() + lines.size() / 16);
     QStringView rest = lines;
     while (!rest.isEmpty()) {
-        const QStringView line = takeTextLine(rest);
-        out += line.isEmpty() || marks.isQuoted(line) ? bare : marks.prefix();
+        QStringView line = takeTextLine(rest);
+        const QStringView own = line.first(marks.prefixLength(line));
+        const QString &mark = line.isEmpty() || marks.isQuoted(line) ? bare : marks.prefix();
+        for (out += mark; line.size() > kLongestQuoted && own.size() < kLongestQuoted / 2;) {
+            out += takePiece(line);
+            out += u'\n' + mark;
+            out += own;
+        }
         out += line;
         out += u'\n';
     }

@@ -17,7 +17,7 @@ QString wrapText(const QString &text, int width);
 QString rewrapText(const QString &text, int width);
 
 /// Each line behind `QuotePrefix`; lines that are quoted already get it without its blank, empty ones too.
-/// Control characters go.
+/// Control characters go, and lines over 900 characters are broken, each piece behind the marks of the whole.
 QString quotedText(const QString &text);
 
 /// @p text without the signature that ends it ("-- " on a line of its own) and the empty lines above that;

@@ -426,7 +426,7 @@ std::vector<std::pair<OutboxVerb, OutboxFields>> marksOf(const OutboxRecord &rec
             {OutboxVerb::Retry, {number(record.attempts), number(record.due), number(record.firstRefusal)}});
     if (record.returns > 0)
         marks.push_back({OutboxVerb::Returned, {number(record.returns)}});
-    if (record.date != 0)
+    if (record.date != 0 || record.has(Fate::Doubtful)) // a doubt may have no time
         marks.push_back(
             {OutboxVerb::Sending, {number(record.date), number(record.zone), addressed(Fate::Doubtful)}});
     if (record.has(Fate::Served))

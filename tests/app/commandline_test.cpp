@@ -159,6 +159,7 @@ void CommandLineTest::grammar_data()
         << u"-attach file://@/a%20b.eml"_s << u"mailto:"_s << QStringList{u"@/a b.eml"_s};
     QTest::newRow("-attach a name with a dash")
         << u"-attach -dash"_s << u"mailto:"_s << QStringList{u"-dash"_s};
+    QTest::newRow("a bare mailto:") << u"-x Mailto:a@b?subject=c -y"_s << u"Mailto:a@b?subject=c"_s << none;
     QTest::newRow("a bare file") << u"@/key"_s << u"mailto:"_s << key;
     QTest::newRow("two bare files, quoted, backslashed")
         << u"\"@/key\" @\\key"_s << u"mailto:"_s << key + key;
@@ -191,8 +192,8 @@ void CommandLineTest::fromOneEndToTheOther_data()
     const QStringList none;
     QTest::newRow("a link cannot attach")
         << QStringList{u"-url"_s, u"mailto:a@b -attach @/key"_s} << u"mailto:a@b%20-attach%20@/key"_s << none;
-    QTest::newRow("nor without its keyword")
-        << QStringList{u"mailto:a@b -attach @/key @/key"_s} << QString() << none;
+    QTest::newRow("nor without its keyword") << QStringList{u"mailto:a@b -attach @/key @/key"_s}
+                                             << u"mailto:a@b%20-attach%20@/key%20@/key"_s << none;
     QTest::newRow("nor as an address")
         << QStringList{u"-email"_s, u"a@b @/key"_s} << u"mailto:a@b%20@/key"_s << none;
     QTest::newRow("nor can a file's name")

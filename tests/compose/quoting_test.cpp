@@ -135,6 +135,12 @@ void QuotingTest::linesAreQuoted_data()
                                                 << u"> a\n> b\n> c\n> d\n> e\n> f\n> g\n> h"_s;
     QTest::newRow("places to break go")
         << u"> "_s << u"http://a\u200Bb \uFFFC\u1780\u200B\u1781"_s << u"> http://ab \u1780\u200B\u1781"_s;
+    const QString word(900, u'a');
+    QTest::newRow("a line without end")
+        << u"> "_s << u"> "_s + word + word + u"c\nd"_s
+        << u">> "_s + word.chopped(2) + u"\n>> "_s + word + u"\n>> aac\n> d"_s;
+    QTest::newRow("at a blank") << u"> "_s << word.chopped(10) + u" b "_s + word
+                                << u"> "_s + word.chopped(10) + u" b \n> "_s + word;
     QTest::newRow("controls go") << u"> "_s << QString(u"a\0b\x1b[1mc\td"_s) << u"> ab[1mc\td"_s;
 }
 

@@ -158,11 +158,17 @@ private:
         case Keyword::Email: m_url = u"mailto:"_s + withoutBlanks(m_pieces.at(m_next)); break;
         case Keyword::File: m_file = m_pieces.at(m_next++); break;
         case Keyword::Attach: attach(fileNameIn(m_pieces.at(m_next++))); break;
-        case Keyword::None:
-            if (!piece.startsWith(u'-'))
-                attach(QString(withoutQuotes(piece)).replace(u'\\', u'/'));
-            break;
+        case Keyword::None: word(withoutQuotes(piece)); break;
         }
+    }
+
+    /// Without a keyword in front of it. A mailto: URL is what desktops and scripts hand over as it is.
+    void word(const QString &word)
+    {
+        if (word.startsWith(u"mailto:", Qt::CaseInsensitive) && !QFileInfo(word).isFile())
+            m_url = withoutBlanks(word);
+        else if (!word.startsWith(u'-'))
+            attach(QString(word).replace(u'\\', u'/'));
     }
 
     void attach(const QString &name)

@@ -37,7 +37,8 @@ struct CommandLine
 /// - -url URL; -email ADDRESS (the URL is "mailto:" and the address, which is then looked at once more as if
 /// it
 ///   were a file name); -file FILE (its file: URL, ahead of -url and -email); -attach FILE; a bare FILE is
-///   attached; the last of several counts, and other words that begin with "-" are passed over;
+///   attached, a bare mailto: URL is the URL; the last of several counts, and other words that begin with "-"
+///   are passed over;
 /// - a pair of enclosing double quotes is taken off and backslashes in file names become "/";
 /// - quotes do not hold blanks together: such a name is in pieces, each of which counts only if it names a
 /// file;
