@@ -374,6 +374,31 @@ private slots:
         QCOMPARE(w.program.engine.outbox().entryAt(place)->account, w.account);
     }
 
+    void whatMayHaveGoneIsAskedAbout()
+    {
+        Writing w;
+        Outbox::setUndoDelay(0);
+        Outbox &outbox = w.program.engine.outbox();
+        const MessageRef place = w.send(u"Tides"_s);
+        const quint64 ticket = outbox.entryAt(place)->ticket;
+        QVERIFY(outbox.next(w.account));
+        QVERIFY(outbox.sending(ticket, {"bob@example.org"}));
+        outbox.release(ticket, u"the connection was closed"_s);
+        QTRY_VERIFY2(w.program.bar().startsWith(u"Nobody knows whether “Tides” was sent."),
+                     qPrintable(w.program.bar()));
+        QVERIFY2(!w.program.bar().contains(u"program ended"), qPrintable(w.program.bar()));
+        const auto *mark = w.program.window->findChild<QToolButton *>(u"noticesButton"_s);
+        QVERIFY2(mark->isVisible(), "it can be read again when the bar is taken by another");
+        w.program.window->selectGroup(place.group);
+        QVERIFY(w.program.window->selectMessage(place.article));
+        w.bar().hide();
+        w.program.act("write.sendNow");
+        QCOMPARE(outbox.entryAt(place)->state, OutboxState::PerhapsSent);
+        QCOMPARE(Writing::button(w.bar(), u"first")->text(), u"Send again"_s);
+        Writing::button(w.bar(), u"first")->click();
+        QVERIFY(outbox.entryAt(place)->state != OutboxState::PerhapsSent);
+    }
+
     void nothingIsSentOnClosingOffline()
     {
         Writing w;

@@ -44,6 +44,8 @@ OutboxCommands::OutboxCommands(Engine &engine, QWidget *window)
                 const auto tell = [this, number = account->number()] { sessionFailed(number); };
                 QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection); // when the outbox knows, too
             });
+    connect(&outbox, &Outbox::failed, this, &OutboxCommands::failed);
+    connect(&outbox, &Outbox::perhapsSent, this, &OutboxCommands::doubted);
     count(); // what was held when the program ended
 }
 
