@@ -43,6 +43,10 @@ QStringList problemsOf(const Arguments &arguments)
         problems += u"--send and --print exclude each other"_s;
     if (arguments.has("--charset") && !hasConverter(arguments.value("--charset").toLatin1()))
         problems += u"--charset '%1' is no character set"_s.arg(arguments.value("--charset"));
+    for (const char *option : kRecipientOptions) // joined to one line, another address would come out
+        for (const QString &value : arguments.values(option))
+            if (value.contains(u'\n') || value.contains(u'\r'))
+                problems += u"%1 takes one line"_s.arg(QLatin1StringView(option));
     return problems;
 }
 

@@ -54,6 +54,13 @@ QString blocksOf(const QString &text)
     return html;
 }
 
+void makeRoomAbove(Composition &composition)
+{
+    composition.text.prepend(u"\n\n"_s);
+    if (!composition.html.isEmpty())
+        composition.html.prepend(blocksOf(u"\n"_s));
+}
+
 /// Half a message is not passed on as if it were the whole.
 Composer::Started lacking(const MessageRefs &places)
 {
@@ -275,7 +282,8 @@ void Composer::dress(Started &started, const ComposeWish &wish, const Message &o
             composition.html = blocksOf(expanded) + (staysBelow ? composition.html : QString());
         if (!staysBelow)
             composition.attachments.removeIf([](const Attachment &each) { return each.isInline(); });
-    }
+    } else if (wish.isTyped && !composition.text.isEmpty())
+        makeRoomAbove(composition);
     place(composition, wish);
     sign(started);
 }

@@ -40,6 +40,8 @@ struct ComposeWish
     /// What is written already: below a quotation, above what is forwarded, behind a template.
     QString body;
     bool bodyIsHtml = false;
+
+    bool isTyped = false; ///< two empty lines stand above a quotation, where somebody begins to type
 };
 
 /// Begins, sends and keeps the messages that a person writes: what the windows and the command line share.

@@ -70,6 +70,8 @@ void ComposeTest::wrongUsage_data()
     QTest::newRow("no subject") << from + to;
     QTest::newRow("a word too many") << from + to + subject + QStringList{u"more"_s};
     QTest::newRow("an unknown option") << from + to + subject + QStringList{u"--quick"_s};
+    QTest::newRow("two lines of recipients")
+        << from + subject + QStringList{u"--to"_s, u"a@b.example\nBcc: c@d.example"_s};
     QTest::newRow("no such character set")
         << from + to + subject + QStringList{u"--charset"_s, u"latin-99"_s};
     QTest::newRow("sent and printed") << from + to + subject + QStringList{u"--send"_s, u"--print"_s};

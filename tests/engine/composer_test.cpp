@@ -91,10 +91,12 @@ void ComposerTest::whatStandsInTheText_data()
     QTest::newRow("new") << Kind::New << false << QString() << end;
     QTest::newRow("new, with a text") << Kind::New << false << u"Hello\n"_s << u"Hello\n"_s + end;
     QTest::newRow("new, from a template") << Kind::New << true << QString() << u"Dear ,\n\n"_s + end;
-    QTest::newRow("reply") << Kind::Reply << false << QString() << quote + end;
+    QTest::newRow("reply, still to type") << Kind::Reply << false << QString() << u"\n\n"_s + quote + end;
     QTest::newRow("reply, with a text") << Kind::Reply << false << u"Yes\n"_s << quote + u"\nYes\n"_s + end;
     QTest::newRow("reply, from a template")
         << Kind::Reply << true << QString() << u"Dear Bob,\n"_s + quote + u"\n"_s + end;
+    QTest::newRow("forward, still to type")
+        << Kind::Forward << false << QString() << u"\n\n----- Begin forwarded message -----"_s;
     QTest::newRow("forward, with a text") << Kind::Forward << false << u"See below\n"_s
                                           << u"See below\n\n----- Begin forwarded message -----"_s;
     QTest::newRow("forward, from a template")
@@ -118,6 +120,7 @@ void ComposerTest::whatStandsInTheText()
     const auto started = program.start(kind, kind == Kind::New ? MessageRefs() : MessageRefs{original},
                                        [&](ComposeWish &wish) {
                                            wish.templateName = hasTemplate ? u"letter"_s : QString();
+                                           wish.isTyped = body.isEmpty();
                                            wish.body = body;
                                        });
     const QString begun = started.composition.text;

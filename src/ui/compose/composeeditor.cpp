@@ -95,7 +95,7 @@ void ComposeEditor::show(const Composition &composition)
     if (rich)
         m_rich->setContents(composition.html, composition.attachments);
     else
-        m_plain->setPlainText(composition.text);
+        m_plain->setContents(composition.text);
     forgetHistory();
     m_isFilling = false;
     showForm(rich);

@@ -24,6 +24,7 @@ constexpr qsizetype kLongestLine = 10'000; ///< beyond it a key takes longer tha
 
 /// A longer line was pasted, not typed: it is wrapped when the message is sent, not at every key.
 constexpr int kLongestTyped = 2000;
+constexpr qsizetype kLongestWord = 10'000;
 
 int wrapWidth()
 {
@@ -46,6 +47,18 @@ void extendToWholeLines(QTextCursor &cursor)
     if (cursor.atBlockStart() && cursor.hasSelection())
         cursor.movePosition(QTextCursor::Left, QTextCursor::KeepAnchor);
     cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+}
+
+/// The toolkit's time to break a word at the edge grows with the square of its length.
+bool hasEndlessWord(const QString &text)
+{
+    qsizetype length = 0;
+    for (const QChar c : text) {
+        length = c.isSpace() ? 0 : length + 1;
+        if (length > kLongestWord)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -92,6 +105,13 @@ PlainEditor::PlainEditor(QWidget *parent)
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setUndoRedoEnabled(true);
     takeFont();
+}
+
+void PlainEditor::setContents(const QString &text)
+{
+    setWordWrapMode(hasEndlessWord(text) ? QTextOption::WrapAnywhere
+                                         : QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setPlainText(text);
 }
 
 /// `SendFont`; at its default the desktop's own font of fixed width.

@@ -17,6 +17,7 @@ class PlainEditor : public QPlainTextEdit
 public:
     explicit PlainEditor(QWidget *parent = nullptr);
 
+    void setContents(const QString &text);
     QString text() const; ///< "\n" line ends; no-break spaces are what they are
 
     /// @name Each is one step to undo

@@ -161,6 +161,7 @@ ComposeWish wishToReply(MessageRef original, ReplyKind kind, const QString &sele
     wish.originals = {original};
     wish.reply = kind;
     wish.selectedText = selectedText;
+    wish.isTyped = true;
     return wish;
 }
 
@@ -202,6 +203,7 @@ ComposeWish wishToForward(const MessageRefs &originals, ForwardKind kind, Forwar
     wish.forward = originals.size() > 1 ? ForwardKind::Attached : kind;
     wish.mark = mark;
     wish.selectedText = selectedText;
+    wish.isTyped = true;
     return wish;
 }
 
