@@ -93,7 +93,7 @@ void ComposePartsTest::attaches()
     QApplication::clipboard()->setMimeData(files);
     editor()->plain()->paste();
     ComposeAttachmentModel &model = strip()->model();
-    QCOMPARE(model.rowCount(), 1);
+    QTRY_COMPARE(model.rowCount(), 1);
     for (const QString &name : {u"gone"_s, u"/dev/zero"_s}) {
         QVERIFY(m_program->box()->text().contains(name));
         m_program->answer(u"OK"_s);
