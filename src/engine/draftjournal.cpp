@@ -197,6 +197,8 @@ void DraftJournal::rotate()
 bool DraftJournal::append(const DraftVersion &version, const QList<QByteArray> &contents,
                           const QByteArray &text)
 {
+    if (!setUnreadableAside()) // before anything takes its name
+        return false;
     if (m_inFile >= kMost)
         rotate();
     QByteArray packed;

@@ -369,12 +369,15 @@ bool Drafts::store(int number)
     state.storing = group().files().overviews().nextArticle();
     if (!draft->setState(state))
         return false;
-    const std::optional<Overview> earlier =
-        isStored ? group().overview(state.context.stored.article) : std::nullopt;
-    const Marks marks = Mark::Read | (earlier ? earlier->marks() & kMarksOfUse : Marks());
+    Marks marks = Mark::Read;
+    quint32 tags = 0;
+    if (const auto earlier = group().overview(isStored ? state.context.stored.article : 0)) {
+        marks |= earlier->marks() & kMarksOfUse;
+        tags = earlier->tags();
+    }
     const quint32 article = m_store.add(group(), Message(text), marks, 0, clockSeconds());
-    if (article != 0 && earlier && earlier->tags() != 0)
-        group().setTags({article}, earlier->tags(), 0);
+    if (article != 0 && tags != 0)
+        group().setTags({article}, tags, 0);
     state.storing = 0;
     if (article == 0 || !group().flush()) {
         removeMessage({group().number(), article});

@@ -306,6 +306,7 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
 void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
 {
     const int draft = record.wish.draft;
+    lacksCopy = lacksCopy && !record.away; // else the user threw it away, and it lies there
     if (lacksCopy)
         report(ReportLevel::Warning, "%s",
                qUtf8Printable(

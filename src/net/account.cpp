@@ -46,7 +46,7 @@ bool Account::setOptions(const AccountOptions &options)
 
 void Account::noteLargestMail(qint64 bytes)
 {
-    if (bytes == largestMail())
+    if (bytes == largestMail() || !options().isReadable)
         return;
     AccountOptions changed = options();
     changed.largestMail = bytes;

@@ -151,9 +151,11 @@ AccountOptions readAccountOptions(int number)
     if (QFileInfo(file.path()).size() > kMostBytes) {
         report(ReportLevel::Warning, "%s", kTexts.unableToRead);
         note(u"%1 is too long to be one of ours"_s.arg(file.path()));
+        options.isReadable = false;
         return options;
     }
     const ListFile::Contents contents = optionsFile(number).read();
+    options.isReadable = contents.outcome != ListFile::Outcome::Unreadable;
     for (const QString &line : contents.lines) {
         // Of a damaged file the last line may be cut: a shortened path or fingerprint is worse than none.
         const bool mayBeCut =

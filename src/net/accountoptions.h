@@ -37,6 +37,8 @@ struct AccountOptions
     /// Lines of later days, kept as they are.
     QStringList others;
 
+    bool isReadable = true; ///< false: the file is there and could not be read; only the user writes over it
+
     bool serves(int identity) const;
     void serve(int identity);
 

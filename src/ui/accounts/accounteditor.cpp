@@ -99,10 +99,13 @@ bool AccountEditor::apply()
         return false;
     }
     const AccountData before = m_number > 0 ? accounts.account(m_number)->data() : data;
-    const AccountOptions options = m_form->options();
+    AccountOptions options = m_form->options();
     const QString entered = m_form->enteredPassword(); // entering empties the field
     if (!enter(data))
         return false;
+    const AccountOptions &known = accounts.account(m_number)->options(); // what no field here says
+    options.identities = known.identities;
+    options.largestMail = known.largestMail;
     if (!accounts.account(m_number)->setOptions(options) || !keepPassword(before, entered) ||
         !accounts.save())
         return false; // said by whoever failed
