@@ -241,9 +241,11 @@ void Drafts::keepOn()
     const std::optional<Draft::Storing> storing =
         draft ? draft->keepAttachmentsOn(composition) : std::nullopt;
     if (storing)
-        emit keeping(number, storing->done, storing->total);
-    else
-        emit kept(number, keep(number, composition));
+        return emit keeping(number, storing->done, storing->total);
+    const ReportSink before = setReportSink([](const Report &) {});
+    const bool good = keep(number, composition);
+    setReportSink(before);
+    emit kept(number, good);
 }
 
 std::vector<DraftVersion> Drafts::versions(int number) const
@@ -279,6 +281,7 @@ Drafts::Reading Drafts::reading(int number, int serial) const
     const DraftJournal::Entry *entry = draft ? draft->entry(serial) : nullptr;
     Reading reading;
     if (entry) {
+        reading.isThere = true;
         reading.composition = draft->version(*entry, &reading.lost);
         reading.formerWriter = resolve(reading.composition);
     }

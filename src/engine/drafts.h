@@ -94,6 +94,7 @@ public:
     /// A version to be written on.
     struct Reading
     {
+        bool isThere = false;    ///< else no such version is kept any more
         Composition composition; ///< empty: there is no such version
         QStringList lost;        ///< names of attachments that are gone or damaged; nothing is reported
 
@@ -156,7 +157,7 @@ public:
 
 signals:
     void keeping(int draft, qint64 done, qint64 total); ///< bytes of its attachments
-    void kept(int draft, bool good);                    ///< by keepSoon(); false after a report
+    void kept(int draft, bool good); ///< by keepSoon(); false: keep() says why, nothing was reported
 
 private:
     void keepOn();

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QTextBlock>
 #include <QTextFormat>
+#include <QTextFrame>
+
+#include <algorithm>
 
 /// What a text in the formatted editor carries besides the toolkit's own formats.
 namespace composeformat {
@@ -35,6 +39,28 @@ inline void setQuoteLevel(QTextBlockFormat &format, int level, double indent = 0
 inline double ownIndent(const QTextBlockFormat &format)
 {
     return std::max(0.0, format.leftMargin() - quoteLevel(format) * kQuoteStep);
+}
+
+/// What stands in a frame from @p at on, in its order: @p onFrame with each frame in it, @p onBlock with each
+/// paragraph but the fillers beside a frame.
+template <typename OnFrame, typename OnBlock>
+void forEachIn(QTextFrame::iterator at, OnFrame onFrame, OnBlock onBlock)
+{
+    bool isAfterFrame = false;
+    for (; !at.atEnd(); ++at) {
+        if (const QTextFrame *frame = at.currentFrame()) {
+            onFrame(*frame);
+            isAfterFrame = true;
+            continue;
+        }
+        QTextFrame::iterator next = at;
+        ++next;
+        const bool isBeside = isAfterFrame || (!next.atEnd() && next.currentFrame());
+        isAfterFrame = false;
+        const QTextBlock block = at.currentBlock();
+        if (!isBeside || block.length() > 1 || !block.blockFormat().boolProperty(IsFiller))
+            onBlock(block);
+    }
 }
 
 } // namespace composeformat

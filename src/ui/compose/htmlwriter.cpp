@@ -117,21 +117,9 @@ public:
 
     void run(QTextFrame::iterator at)
     {
-        bool isAfterFrame = false;
-        for (; !at.atEnd(); ++at) {
-            if (const QTextFrame *frame = at.currentFrame()) {
-                addFrame(*frame);
-                isAfterFrame = true;
-                continue;
-            }
-            QTextFrame::iterator next = at;
-            ++next;
-            const bool isBeside = isAfterFrame || (!next.atEnd() && next.currentFrame());
-            isAfterFrame = false;
-            const QTextBlock block = at.currentBlock();
-            if (!isBeside || block.length() > 1 || !block.blockFormat().boolProperty(IsFiller))
-                add(block);
-        }
+        forEachIn(
+            at, [this](const QTextFrame &frame) { addFrame(frame); },
+            [this](const QTextBlock &block) { add(block); });
         endLists();
         endVerbatim();
         toPlace(false, 0);

@@ -80,25 +80,14 @@ public:
 private:
     void flow(QTextFrame::iterator at, int outer)
     {
-        bool isAfterFrame = false;
-        for (; !at.atEnd(); ++at) {
-            if (const QTextFrame *frame = at.currentFrame()) {
-                const int level = outer + quoteLevel(frame->frameFormat());
-                if (const auto *table = qobject_cast<const QTextTable *>(frame))
-                    rows(*table, level);
-                else
-                    flow(frame->begin(), level);
-                isAfterFrame = true;
-                continue;
-            }
-            QTextFrame::iterator next = at;
-            ++next;
-            const bool isBeside = isAfterFrame || (!next.atEnd() && next.currentFrame());
-            isAfterFrame = false;
-            const QTextBlock block = at.currentBlock();
-            if (!isBeside || block.length() > 1 || !block.blockFormat().boolProperty(IsFiller))
-                paragraph(block, outer);
-        }
+        const auto onFrame = [&](const QTextFrame &frame) {
+            const int level = outer + quoteLevel(frame.frameFormat());
+            if (const auto *table = qobject_cast<const QTextTable *>(&frame))
+                rows(*table, level);
+            else
+                flow(frame.begin(), level);
+        };
+        forEachIn(at, onFrame, [&](const QTextBlock &block) { paragraph(block, outer); });
     }
 
     void paragraph(const QTextBlock &block, int outer)

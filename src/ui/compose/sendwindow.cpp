@@ -222,7 +222,7 @@ void SendWindow::show(const Composition &composition)
     m_header->setExtraShown(boolSetting(Setting::EditHeaders));
     m_actions[ComposeAct::MoreFields]->setChecked(m_header->extraIsShown());
     m_editor->show(composition);
-    m_attachments->setLimit(m_services.sizeLimit ? m_services.sizeLimit(m_header->identity()) : 0);
+    limitSize(m_header->identity());
     m_attachments->model().setAll(composition.attachments);
     m_actions[ComposeAct::ImportanceHigh]->setChecked(composition.importance == Importance::High);
     m_actions[ComposeAct::ImportanceLow]->setChecked(composition.importance == Importance::Low);
@@ -254,6 +254,12 @@ void SendWindow::showIdentity()
             MessageBar::Kind::Warning,
             tr("No identity writes as %1 any more. This message is from %2.")
                 .arg(harmlessLine(former, kLongestAddress), harmlessLine(now->address, kLongestAddress)));
+}
+
+/// What the server of that identity takes, where anybody knows.
+void SendWindow::limitSize(int identity)
+{
+    m_attachments->setLimit(m_services.sizeLimit ? m_services.sizeLimit(identity) : 0);
 }
 
 Composition SendWindow::composition() const
@@ -363,7 +369,8 @@ void SendWindow::connectParts()
     connect(&m_services.identities, &IdentityManager::changed, this, [this] {
         const Identity before = m_rest.identity;
         showIdentity();
-        if (m_rest.identity != before)
+        limitSize(m_rest.identity.number);
+        if (m_rest.identity.number != before.number || m_rest.identity.address != before.address)
             changed();
     });
     connect(&m_services.composer, &Composer::addressesChanged, this, [this] {

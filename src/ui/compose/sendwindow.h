@@ -92,6 +92,7 @@ private:
     void connectParts();
     void show(const Composition &composition);
     void showIdentity();
+    void limitSize(int identity);
     void updateHave();
     void updateFormat();
     void updateStatus();

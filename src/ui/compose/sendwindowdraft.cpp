@@ -156,9 +156,11 @@ void SendWindow::showHistory()
 /// The version takes the place of what there is, which is a version itself and can be had again.
 void SendWindow::restore(int serial)
 {
+    const Drafts::Reading version = m_services.drafts.reading(m_draft, serial); // a new one drops the oldest
+    if (!version.isThere)
+        return m_bar->tell(MessageBar::Kind::Warning, tr("This version is not there any more."));
     if (!keepVersion())
         return; // what would be lost is what is shown
-    const Drafts::Reading version = m_services.drafts.reading(m_draft, serial);
     Composer::Started shown;
     shown.composition = version.composition;
     Composer::recogniseSignature(shown);

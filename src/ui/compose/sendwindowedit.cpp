@@ -47,7 +47,7 @@ void SendWindow::identityChosen(int number)
     if (before.signature != chosen->signature || before.number != number)
         takeSignature(chosen->signature);
     m_header->judgeAgain();
-    m_attachments->setLimit(m_services.sizeLimit ? m_services.sizeLimit(number) : 0);
+    limitSize(number);
     changed();
 }
 
