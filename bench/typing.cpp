@@ -1,9 +1,11 @@
 // What a key costs in the middle of a long message in the compose window, beside the toolkit's bare editor
-// with the same text: layout and painting included, until it is on the screen.
+// with the same text: layout and painting included, until it is on the screen. And how long the event loop is
+// held when a version is kept after a pause.
 
 #include "config/directory.h"
 #include "config/reporter.h"
 #include "engine/engine.h"
+#include "engine/stallwatch.h"
 #include "ui/compose/composeeditor.h"
 #include "ui/compose/plaineditor.h"
 #include "ui/compose/richeditor.h"
@@ -13,6 +15,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
@@ -29,6 +32,7 @@ constexpr int kKeys = 400;
 constexpr int kPlainLines = 20'000;
 constexpr int kRichLines = 2'000;
 constexpr QSize kWindow(1000, 760);
+constexpr int kLongestPause = 30'000; // milliseconds
 
 QString quotedText(int lines)
 {
@@ -100,6 +104,12 @@ public:
         auto *editor = window->findChild<ComposeEditor *>();
         editor->setRich(isRich);
         isRich ? type(name, editor->rich()) : type(name, editor->plain());
+        QSignalSpy kept(&m_engine.drafts(), &Drafts::kept);
+        StallWatch watch;
+        if (!kept.wait(kLongestPause))
+            qFatal("what was typed is not kept");
+        QTest::qWait(100);
+        std::printf("kept-%s %.1f\n", name, watch.longest().milliseconds);
         delete window;
     }
 

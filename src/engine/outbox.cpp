@@ -54,6 +54,8 @@ Outbox::Outbox(GroupStore &store, AccountManager &accounts, IdentityManager &ide
     m_fileSoon.setSingleShot(true);
     m_fileSoon.setInterval(kFiledTogether);
     connect(&m_fileSoon, &QTimer::timeout, this, &Outbox::fileSettled);
+    m_prepareSoon.setInterval(0);
+    connect(&m_prepareSoon, &QTimer::timeout, this, &Outbox::prepareSettled);
     m_telling.setSingleShot(true);
     m_telling.setInterval(kToldTogether);
     connect(&m_telling, &QTimer::timeout, this, &Outbox::changed);

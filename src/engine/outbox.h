@@ -117,6 +117,7 @@ public:
     void accepted(quint64 ticket, const QList<QByteArray> &recipients) override;
     void refused(quint64 ticket, const QList<OutgoingRefusal> &refusals) override;
     void release(quint64 ticket, const QString &reason) override;
+    void handBack(quint64 ticket) override;
     /// @}
 
 signals:
@@ -186,6 +187,8 @@ private:
     void putOff(OutboxRecord &record);
     void released(OutboxRecord &record, const QString &reason);
     void settle(quint64 ticket);
+    void prepareSettled();
+    void endLease(quint64 ticket, const std::function<void(OutboxRecord &)> &unserved);
     void fileSettled();
     void endLeases(int account, const QString &reason);
     Group &group() const;
@@ -204,6 +207,7 @@ private:
     std::map<int, Ready> m_ready;   ///< by account
     QTimer m_syncing;
     QTimer m_fileSoon;
+    QTimer m_prepareSoon;
     QTimer m_telling;
     qint64 m_lastTick = 0;
     qint64 m_fileAgain = 0;   ///< after a failure

@@ -30,7 +30,7 @@ constexpr qint64 kLongestTrying = 2 * 24 * 3600;
 
 constexpr qint64 kRest = 60; ///< seconds for which what was given back unsent is let alone
 
-constexpr std::size_t kFiledAtOnce = 50;
+constexpr std::size_t kFiledAtOnce = 100;
 constexpr qint64 kPauseOfFiling = 60; ///< seconds after a failure
 
 } // namespace
@@ -100,7 +100,8 @@ std::deque<quint64> Outbox::readyTickets(int account, qint64 now) const
 /// None: it cannot go as it is, and waits for the user.
 std::optional<OutgoingMessage> Outbox::lease(OutboxRecord &record)
 {
-    const QDateTime now = clockNow();
+    const QDateTime local = clockNow();
+    const QDateTime now = local.toOffsetFromUtc(local.offsetFromUtc()); // the zone is looked up but once
     QByteArray text = m_filing.textOf(record);
     touched();
     if (text.isNull()) {
@@ -213,13 +214,23 @@ void Outbox::refused(quint64 ticket, const QList<OutgoingRefusal> &refusals)
 
 void Outbox::release(quint64 ticket, const QString &reason)
 {
+    endLease(ticket, [&](OutboxRecord &record) { released(record, reason); });
+}
+
+void Outbox::handBack(quint64 ticket)
+{
+    endLease(ticket, [](OutboxRecord &) {});
+}
+
+void Outbox::endLease(quint64 ticket, const std::function<void(OutboxRecord &)> &unserved)
+{
     OutboxRecord *record = m_file.find(ticket);
     if (!record || !std::exchange(record->isLeased, false))
         return;
     touched();
     if (record->isServed())
         return settle(ticket);
-    released(*record, reason);
+    unserved(*record);
     record = m_file.find(ticket);
     if (record && record->away) { // the user deleted it meanwhile
         const int draft = record->wish.draft;
@@ -273,14 +284,22 @@ void Outbox::settle(quint64 ticket)
     if (std::find(m_settled.begin(), m_settled.end(), ticket) == m_settled.end())
         m_settled.push_back(ticket);
     if (m_settled.size() >= kFiledAtOnce)
-        fileSettled();
-    else if (!m_fileSoon.isActive())
+        return fileSettled();
+    if (!m_fileSoon.isActive())
         m_fileSoon.start();
+    m_prepareSoon.start(); // while the server is at work
+}
+
+void Outbox::prepareSettled()
+{
+    if (!m_filing.prepareNext(m_settled))
+        m_prepareSoon.stop();
 }
 
 void Outbox::fileSettled()
 {
     m_fileSoon.stop();
+    m_prepareSoon.stop();
     if (m_settled.empty())
         return;
     const QScopedValueRollback own(m_isOwnChange, true);

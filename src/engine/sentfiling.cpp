@@ -18,6 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 constexpr std::size_t kMostCopies = 20;      ///< of one original that get its marks
+constexpr qint64 kMostPrepared = 4'000'000;  ///< bytes of a text that is packed ahead, and of all of these
 constexpr qint64 kMostInMemory = 16'000'000; ///< bytes of texts that are filed together, or one text
 } // namespace
 
@@ -79,11 +80,43 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
     if (text.isNull())
         return job; // said already; what was sent is not sent again for that
     const QDateTime date = QDateTime::fromSecsSinceEpoch(record.date, Qt::OffsetFromUTC, record.zone);
-    job.text = withoutControls(record.transport == OutboxTransport::News ? postedForm(text) : text);
+    QByteArray sent = withoutControls(record.transport == OutboxTransport::News ? postedForm(text) : text);
     if (record.date != 0)
-        job.text = dated(job.text, date, record.wish.isBounce);
+        sent = dated(sent, date, record.wish.isBounce);
     job.target = targetOf(record);
+    const bool isSentGroup =
+        job.target->role() == GroupRole::SentMail || job.target->role() == GroupRole::SentNews;
+    const bool isRead = boolSetting(isSentGroup ? Setting::MarkReadOnSend : Setting::MarkReadOnSendFile);
+    job.copy = m_store.pack(*job.target, Message(sent),
+                            {.time = clockSeconds(), .marks = isRead ? Marks(Mark::Read) : Marks()});
     return job;
+}
+
+bool SentFiling::prepareNext(const std::vector<quint64> &tickets)
+{
+    qint64 inMemory = 0;
+    for (const auto &[ticket, job] : m_prepared)
+        inMemory += job.copy.data.size();
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_prepared.contains(ticket) ? nullptr : m_file.find(ticket);
+        if (!record || record->copy || inMemory + record->length > kMostPrepared)
+            continue;
+        std::optional<Job> job = prepare(*record);
+        if (!job || !job->target)
+            continue;
+        m_prepared.emplace(ticket, std::move(*job));
+        return true;
+    }
+    return false;
+}
+
+/// What was prepared, unless the copy goes elsewhere by now.
+std::optional<SentFiling::Job> SentFiling::takePrepared(const OutboxRecord &record)
+{
+    auto prepared = m_prepared.extract(record.ticket);
+    if (prepared && keepsCopy(record) && targetOf(record) == prepared.mapped().target)
+        return std::move(prepared.mapped());
+    return prepare(record);
 }
 
 void SentFiling::file(const std::vector<quint64> &tickets)
@@ -103,13 +136,14 @@ void SentFiling::file(const std::vector<quint64> &tickets)
             inMemory = 0;
             record = m_file.find(ticket); // they have left
         }
-        std::optional<Job> job = record ? prepare(*record) : std::nullopt;
+        std::optional<Job> job = record ? takePrepared(*record) : std::nullopt;
         if (!job)
             continue;
-        inMemory += job->text.size();
+        inMemory += job->copy.data.size();
         jobs.push_back(std::move(*job));
     }
     fileTogether(std::move(jobs));
+    m_prepared.clear(); // of what was forgotten meanwhile
 }
 
 void SentFiling::fileTogether(std::vector<Job> jobs)
@@ -132,7 +166,8 @@ bool SentFiling::announce(std::vector<Job> &jobs)
             job.target->rowCount(); // opens it
             const auto place =
                 next.try_emplace(job.target, job.target->files().overviews().nextArticle()).first;
-            copy = {{job.target->number(), place->second++}, quint32(job.text.size()), crc32Of(job.text)};
+            const Overview &overview = job.copy.summary.overview;
+            copy = {{job.target->number(), place->second++}, overview.unpackedLength(), overview.textCrc()};
         }
         m_file.mark(job.ticket, OutboxVerb::Copy,
                     {QByteArray::number(copy.place.group), QByteArray::number(copy.place.article),
@@ -149,12 +184,7 @@ bool SentFiling::store(const std::vector<Job> &jobs)
     for (const Job &job : jobs) {
         if (!job.target)
             continue;
-        const bool isSentGroup =
-            job.target->role() == GroupRole::SentMail || job.target->role() == GroupRole::SentNews;
-        const bool isRead = boolSetting(isSentGroup ? Setting::MarkReadOnSend : Setting::MarkReadOnSendFile);
-        const quint32 article =
-            m_store.addQuietly(*job.target, Message(job.text),
-                               {.time = clockSeconds(), .marks = isRead ? Marks(Mark::Read) : Marks()});
+        const quint32 article = m_store.addQuietly(*job.target, job.copy);
         good = good && article != 0;
         if (article != 0)
             stored[job.target].push_back(article);

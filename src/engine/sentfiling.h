@@ -1,9 +1,11 @@
 #pragma once
 
 #include "engine/outboxfile.h"
+#include "store/summary.h"
 
 #include <QObject>
 
+#include <map>
 #include <optional>
 #include <set>
 #include <vector>
@@ -27,6 +29,9 @@ public:
     /// Files the messages of @p tickets together. Those that cannot be filed now stay, after a report.
     void file(const std::vector<quint64> &tickets);
 
+    /// Does what takes long of that for one of them, ahead of time. False: nothing is left to do so.
+    bool prepareNext(const std::vector<quint64> &tickets);
+
     /// Completes what a crash interrupted.
     void recover(quint64 ticket);
 
@@ -49,11 +54,12 @@ private:
     struct Job
     {
         quint64 ticket;
-        QByteArray text; ///< as it left; empty where no copy is kept
-        Group *target = nullptr;
+        PackedMessage copy;      ///< of what left
+        Group *target = nullptr; ///< none: no copy is kept
     };
 
     std::optional<Job> prepare(const OutboxRecord &record) const;
+    std::optional<Job> takePrepared(const OutboxRecord &record);
     Group *targetOf(const OutboxRecord &record) const;
     bool keepsCopy(const OutboxRecord &record) const;
     bool announce(std::vector<Job> &jobs);
@@ -70,4 +76,5 @@ private:
     GroupStore &m_store;
     IdentityManager &m_identities;
     OutboxFile &m_file;
+    std::map<quint64, Job> m_prepared;
 };

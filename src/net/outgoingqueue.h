@@ -63,4 +63,7 @@ public:
     /// The end of the lease. What was neither accepted nor refused waits further; what is in "sending" then
     /// is perhaps sent, goes again only by hand, and is told with @p reason.
     virtual void release(quint64 ticket, const QString &reason) = 0;
+
+    /// The same for one of which nothing was tried: it waits as if it had not been leased.
+    virtual void handBack(quint64 ticket) { release(ticket, {}); }
 };

@@ -23,11 +23,24 @@ void warn(const char *text)
 QByteArray packed(QByteArrayView text, bool groupCompresses)
 {
     const int threshold = intSetting(Setting::CompressionThreshold);
-    if (!groupCompresses || threshold <= 0)
+    if (!groupCompresses || threshold <= 0 || text.size() > kLongestText)
         return {};
     const quint64 limit = quint64(text.size()) * quint64(threshold) / 100;
     // Never as long as the text, whatever the threshold: equal lengths mark the text itself.
     return compressText(text, qsizetype(qMin<quint64>(limit, quint64(text.size()))));
+}
+
+/// Enters into @p overview what is stored of @p text: itself, where @p compressed is null.
+bool describe(QByteArrayView text, const QByteArray &compressed, Overview &overview)
+{
+    if (text.size() > kLongestText) {
+        warn("Failed to write to message bin file");
+        return false;
+    }
+    overview.setUnpackedLength(quint32(text.size()));
+    overview.setMark(Mark::Compressed, !compressed.isNull());
+    overview.setStoredLength(quint32(compressed.isNull() ? text.size() : compressed.size()));
+    return true;
 }
 
 } // namespace
@@ -52,20 +65,21 @@ qint64 BinFile::size()
 
 bool BinFile::appendMessage(QByteArrayView text, Overview &overview)
 {
-    if (text.size() > kLongestText) {
-        warn("Failed to write to message bin file");
-        return false;
-    }
     Overview filled = overview;
-    filled.setUnpackedLength(quint32(text.size()));
     const QByteArray compressed = packed(text, m_owner.compressesMessages());
-    filled.setMark(Mark::Compressed, !compressed.isNull());
     const QByteArrayView data = compressed.isNull() ? text : QByteArrayView(compressed);
-    filled.setStoredLength(quint32(data.size()));
-    if (!write(data, filled))
+    if (!describe(text, compressed, filled) || !write(data, filled))
         return false;
     overview = filled;
     return true;
+}
+
+QByteArray packText(const QByteArray &text, Overview &overview, bool mayCompress)
+{
+    const QByteArray compressed = packed(text, mayCompress);
+    if (!describe(text, compressed, overview))
+        return {};
+    return compressed.isNull() ? text : compressed;
 }
 
 bool BinFile::appendStored(QByteArrayView data, Overview &overview)

@@ -39,7 +39,7 @@ public:
     /// append takes its bytes back; where that fails too they are dead, and the next compaction drops them.
     [[nodiscard]] bool appendMessage(QByteArrayView text, Overview &overview);
 
-    /// The same with data that are packed already: @p overview is that of the record they come from, and only
+    /// The same with data that are packed already, by pack() or in the record that @p overview is of: only
     /// its bin and position change.
     [[nodiscard]] bool appendStored(QByteArrayView data, Overview &overview);
 
@@ -85,6 +85,10 @@ private:
     bool m_isNew = false; ///< its name may not be on the disk yet
     qint64 m_end = -1;    ///< where the next record goes, once known
 };
+
+/// The data of a record for @p text, compressed where @p mayCompress and it is worth while: sets the lengths
+/// and the compressed mark of @p overview. Null after a report where the text is too long.
+QByteArray packText(const QByteArray &text, Overview &overview, bool mayCompress);
 
 /// Reads and, if needed, decompresses the data behind a record's header, which begins at @p position in @p
 /// file. Null when that fails; @p quiet keeps the reason to itself.

@@ -27,10 +27,16 @@ Group::Group(GroupRecord record, const QString &directory, QObject *parent)
     , m_record(std::move(record))
     , m_files(directory)
 {
-    m_files.setCompresses(!has(GroupUncompressed));
+    m_files.setCompresses(compresses());
 }
 
 Group::~Group() = default;
+
+/// What waits to be sent stays for moments, and is read twice in them.
+bool Group::compresses() const
+{
+    return !has(GroupUncompressed) && role() != GroupRole::Outbox;
+}
 
 GroupRecord Group::record() const
 {
@@ -187,6 +193,11 @@ quint32 Group::addQuietly(QByteArrayView text, const Summary &summary)
     return readyToTake() ? m_files.append(text, summary) : 0;
 }
 
+quint32 Group::addQuietly(const PackedMessage &message)
+{
+    return readyToTake() ? m_files.append(message) : 0;
+}
+
 quint32 Group::addCopy(Group &source, const Overview &original)
 {
     return readyToTake() ? m_files.appendCopy(source.m_files, source.number(), original) : 0;
@@ -320,5 +331,5 @@ bool Group::tidy()
 void Group::setRecord(const GroupRecord &record)
 {
     m_record = record;
-    m_files.setCompresses(!has(GroupUncompressed));
+    m_files.setCompresses(compresses());
 }

@@ -87,6 +87,9 @@ public:
     /// The same for one of many: it is told of by tellOfAdded(), with the others at once.
     quint32 addQuietly(QByteArrayView text, const Summary &summary);
 
+    quint32 addQuietly(const PackedMessage &message);
+    bool compresses() const; ///< what comes in
+
     /// Stores a copy of a message of @p source, which remembers where it came from; 0 after a report. It is
     /// told of by tellOfAdded(), so that many are told of at once.
     quint32 addCopy(Group &source, const Overview &original);

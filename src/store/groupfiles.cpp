@@ -109,6 +109,15 @@ quint32 GroupFiles::append(QByteArrayView text, const Summary &summary)
     return bin(binForAppending()).appendMessage(text, overview) ? enter(overview, summary.texts) : 0;
 }
 
+quint32 GroupFiles::append(const PackedMessage &message)
+{
+    Overview overview = message.summary.overview;
+    overview.setArticle(m_overviews.nextArticle());
+    return bin(binForAppending()).appendStored(message.data, overview)
+               ? enter(overview, message.summary.texts)
+               : 0;
+}
+
 quint32 GroupFiles::appendCopy(GroupFiles &source, int sourceGroup, const Overview &original)
 {
     const QByteArray data = source.liesAt(original, original.position())

@@ -11,6 +11,7 @@
 #include <set>
 #include <vector>
 
+struct PackedMessage;
 struct Summary;
 
 /// The files of one group together: bins, overviews and header caches. Single steps only; what they add up to
@@ -48,6 +49,9 @@ public:
 
     /// Appends text, texts and overview as article number nextArticle(), which is given; 0 after a report.
     quint32 append(QByteArrayView text, const Summary &summary);
+
+    /// The same with a message that was packed before.
+    quint32 append(const PackedMessage &message);
 
     /// Appends a copy of a message of another group, with its marks and where it came from; 0 after a report.
     quint32 appendCopy(GroupFiles &source, int sourceGroup, const Overview &original);

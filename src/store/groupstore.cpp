@@ -6,6 +6,8 @@
 #include "config/reporter.h"
 #include "config/settings.h"
 #include "store/bincompactor.h"
+#include "store/binfile.h"
+#include "store/compression.h"
 #include "store/summary.h"
 #include "store/transfer.h"
 
@@ -21,6 +23,19 @@ namespace {
 constexpr qint64 kSecondsBetweenIndexSaves = 300;
 
 const QString kRunningName = u"Groups/Running"_s;
+
+Summary arrivingSummary(const Message &message, const Arrival &arrival)
+{
+    Summary summary = summaryOf(message, arrival.time);
+    Overview &overview = summary.overview;
+    overview.setMarks(overview.marks() | arrival.marks);
+    overview.setAccount(arrival.account);
+    if (overview.has(Mark::HeaderOnly))
+        overview.setServerSize(arrival.serverSize);
+    else
+        overview.setServerHash(arrival.serverHash);
+    return summary;
+}
 
 } // namespace
 
@@ -111,17 +126,28 @@ quint32 GroupStore::add(Group &group, const Message &message, Marks marks, int a
 
 quint32 GroupStore::addQuietly(Group &group, const Message &message, const Arrival &arrival)
 {
-    Summary summary = summaryOf(message, arrival.time);
-    Overview &overview = summary.overview;
-    overview.setMarks(overview.marks() | arrival.marks);
-    overview.setAccount(arrival.account);
-    if (overview.has(Mark::HeaderOnly))
-        overview.setServerSize(arrival.serverSize);
-    else
-        overview.setServerHash(arrival.serverHash);
-    const quint32 article = group.addQuietly(message.text(), summary);
+    const Summary summary = arrivingSummary(message, arrival);
+    return entered(group, group.addQuietly(message.text(), summary), summary);
+}
+
+PackedMessage GroupStore::pack(const Group &target, const Message &message, const Arrival &arrival) const
+{
+    PackedMessage packed = {{}, arrivingSummary(message, arrival)};
+    Overview &overview = packed.summary.overview;
+    packed.data = packText(message.text(), overview, target.compresses());
+    overview.setTextCrc(crc32Of(message.text()));
+    return packed;
+}
+
+quint32 GroupStore::addQuietly(Group &group, const PackedMessage &message)
+{
+    return entered(group, group.addQuietly(message), message.summary);
+}
+
+quint32 GroupStore::entered(const Group &group, quint32 article, const Summary &summary)
+{
     if (article != 0)
-        m_index.add(overview.idHash(), {group.number(), article});
+        m_index.add(summary.overview.idHash(), {group.number(), article});
     return article;
 }
 

@@ -5,6 +5,7 @@
 #include "store/groupsfile.h"
 #include "store/messageindex.h"
 #include "store/messageref.h"
+#include "store/summary.h"
 
 #include <QObject>
 
@@ -93,6 +94,11 @@ public:
     /// The same for one of many: its group is told of it by Group::tellOfAdded(), with the others at once.
     quint32 addQuietly(Group &group, const Message &message, const Arrival &arrival);
 
+    /// The same in two steps: what takes long may be done before, and need not be done at once. Without data
+    /// after a report.
+    PackedMessage pack(const Group &target, const Message &message, const Arrival &arrival) const;
+    quint32 addQuietly(Group &group, const PackedMessage &message);
+
     /// Puts whole messages into the places of those of which only the header is here. Safe when it returns;
     /// those that are gone or whole are passed over. Afterwards @p messages has those that were completed.
     /// False after a report.
@@ -147,6 +153,7 @@ private:
     friend class Transfer;
 
     Group *enter(const GroupRecord &record);
+    quint32 entered(const Group &group, quint32 article, const Summary &summary);
     void makeRoleGroups();
     void adoptStrayDirectories();
     bool finishRemoval(int number);

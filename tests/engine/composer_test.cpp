@@ -6,7 +6,6 @@
 #include "store/serverplace.h"
 #include "support/mail.h"
 #include "support/memory.h"
-#include "support/processortime.h"
 #include "support/scratch.h"
 
 #include <QDeadlineTimer>
@@ -338,15 +337,12 @@ void ComposerTest::manyAddressesInSlices()
     }
     SeenAddresses seen(store, SeenAddresses::Limits{15'000, 4'000});
     seen.start();
-    qint64 longest = 0;
+    int slices = 0;
     const QDeadlineTimer patience(60'000);
-    while (!seen.isComplete() && !patience.hasExpired()) {
-        const qint64 before = processorTime();
+    for (; !seen.isComplete() && !patience.hasExpired(); ++slices)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        longest = qMax(longest, processorTime() - before);
-    }
     QVERIFY(seen.isComplete());
-    QVERIFY2(longest < 8000, qPrintable(u"%1 us at once"_s.arg(longest)));
+    QVERIFY2(slices > 4, qPrintable(QString::number(slices)));
     QVERIFY(seen.isKnown(u"p19999@many.org"_s)); // the newest first
     QVERIFY(!seen.isKnown(u"p0@many.org"_s));
     QCOMPARE(seen.complete(u"p1"_s, 5000).size(), 4000); // no more than that are kept

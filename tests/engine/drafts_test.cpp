@@ -1,7 +1,6 @@
 #include "draftsattest.h"
 #include "engine/draftjournal.h"
 #include "support/memory.h"
-#include "support/processortime.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -237,13 +236,9 @@ void DraftsTest::largeAttachmentsAreStoredInSlices()
     composition.text = u"two"_s; // written meanwhile
     run.drafts.keepSoon(draft, composition);
     int slices = 0;
-    qint64 longest = 0;
-    for (; kept.isEmpty(); ++slices) {
-        const qint64 before = processorTime();
+    for (; kept.isEmpty(); ++slices)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        longest = qMax(longest, processorTime() - before);
-    }
-    QVERIFY2(slices > 20 && longest < 10'000, qPrintable(u"%1, %2 us"_s.arg(slices).arg(longest)));
+    QVERIFY2(slices > 20, qPrintable(QString::number(slices)));
     QVERIFY(kept.at(0).at(1).toBool() && !run.drafts.isKeeping(draft));
     QCOMPARE(keeping.last().at(1), keeping.last().at(2));
     QCOMPARE(run.drafts.versions(draft).size(), std::size_t(1));

@@ -18,6 +18,7 @@ private slots:
     void aServerForTwo();
     void withoutTheIdentitiesNothingGoes();
     void whatBlocksASessionGoesLast();
+    void handedBack();
     void offlineWhatIsOnItsWayArrives();
 };
 
@@ -171,6 +172,26 @@ void OutboxAccountsTest::whatBlocksASessionGoesLast()
             f->add(outgoing("4"));
     }
     QCOMPARE(order, (QStringList{u"s 1"_s, u"s 2"_s, u"s 3"_s, u"s 4"_s, u"s 1"_s, u"s 1"_s}));
+}
+
+/// A sender that looked ahead and came no further: nothing is held against the message.
+void OutboxAccountsTest::handedBack()
+{
+    const Scratch scratch;
+    OutboxAtTest f;
+    f.add(outgoing("1"));
+    const quint64 second = f.add(outgoing("2"), {.draft = 4});
+    const quint64 first = f.outbox.next(f.account)->ticket;
+    QCOMPARE(f.outbox.next(f.account)->ticket, second);
+    f.outbox.handBack(second);
+    f.outbox.release(first, u"Connection closed"_s);
+    QCOMPARE(f.outbox.next(f.account)->ticket, second); // the first one rests
+    QVERIFY(f.outbox.entry(second)->reason.isEmpty());
+    Group &outbox = *f.engine.groups().group(GroupRole::Outbox);
+    QVERIFY(f.engine.groups().deleteMessages(outbox, {f.outbox.entry(second)->place.article})); // meanwhile
+    f.outbox.handBack(second);
+    QVERIFY(!f.outbox.next(f.account));
+    QCOMPARE(f.subjects(GroupRole::Outbox), QStringList{u"s 1"_s});
 }
 
 void OutboxAccountsTest::offlineWhatIsOnItsWayArrives()

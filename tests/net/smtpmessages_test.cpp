@@ -28,6 +28,9 @@ private slots:
     void pipelined_data();
     void pipelined();
     void batchInHalves();
+    void oneBehindTheOther_data();
+    void oneBehindTheOther();
+    void stoppedWithTheNextUnderWay();
     void onlyTheRest();
     void injection();
     void notWrittenDown();
@@ -331,6 +334,96 @@ void SmtpMessagesTest::batchInHalves()
                       SmtpTask::Send, slice));
         QCOMPARE(user.queue.calls.value(1), QByteArray("accepted 1 bob@example.org eve@example.net"));
     }
+}
+
+namespace {
+
+/// A first message, and the text of a second behind whose dot a third begins: MAIL, RCPT and DATA together.
+QByteArray threeUpToTheDot()
+{
+    return smtpHello("PIPELINING") + kMail +
+           "C: RCPT TO:<bob@example.org>\nQ\nS: 250 a\nS: 250 b\nC: DATA\nS: 354 c\n" + arrivingMail() +
+           "S: 250 queued\n" + kMail +
+           "C: RCPT TO:<dan@example.org>\nC: DATA\nS: 250 a\nS: 250 b\nS: 354 c\n" +
+           arrivingMail("dan@example.org");
+}
+
+const QByteArray kThird = kMail + "C: RCPT TO:<eve@example.net>\nC: DATA\nQ\n";
+
+void addThree(FakeQueue &queue)
+{
+    for (const char *recipient : {"bob@example.org", "dan@example.org", "eve@example.net"})
+        queue.add(waitingMail(recipient));
+}
+
+} // namespace
+
+void SmtpMessagesTest::oneBehindTheOther_data()
+{
+    QTest::addColumn<QByteArray>("script");    ///< from the beginning of the third on
+    QTest::addColumn<QByteArrayList>("calls"); ///< from the reply to the second on
+    QTest::addColumn<AccountFetchReason>("reason");
+    const auto row = [](const char *name, const QByteArray &script, const QByteArrayList &calls,
+                        Reason reason = Reason::WithErrors) {
+        QTest::newRow(name) << script << calls << reason;
+    };
+    const QByteArray taken = kThird + "S: 250 queued\n";
+    const QByteArray text = arrivingMail("eve@example.net") + "S: 250 queued\n" + smtpQuit();
+    const QByteArrayList second = {"accepted 2 dan@example.org", "release 2"};
+    const QByteArrayList third = {"sending 3 eve@example.net", "accepted 3 eve@example.net", "release 3"};
+    row("all taken", taken + "S: 250 a\nS: 250 b\nS: 354 c\n" + text, second + third, Reason::None);
+    row("the text before refused", kThird + "S: 554 spam\nS: 250 a\nS: 250 b\nS: 354 c\n" + text,
+        QByteArrayList{"refused 2 |  554 spam", "release 2"} + third);
+    row("the sender refused", taken + "S: 550 a\nS: 503 b\nS: 503 c\n" + smtpQuit(),
+        second + QByteArrayList{"refused 3 |  550 a", "release 3"});
+    row("nobody taken", taken + "S: 250 a\nS: 550 b\nS: 554 c\nC: RSET\nS: 250 ok\n" + smtpQuit(),
+        second + QByteArrayList{"refused 3 | eve@example.net 550 b", "release 3"});
+    row("nobody taken, and a text wanted",
+        taken + "S: 250 a\nS: 450 b\nS: 354 c\nC: .\nQ\nS: 554 none\nC: RSET\nS: 250 ok\n" + smtpQuit(),
+        second + QByteArrayList{"refused 3 | eve@example.net 450 b", "release 3"});
+    row("somebody taken from a sender who is refused, and a text wanted",
+        taken + "S: 550 a\nS: 250 b\nS: 354 c\nE\n",
+        second + QByteArrayList{"refused 3 |  550 a", "release 3 early"}, Reason::Unexpected);
+    row("DATA refused", taken + "S: 250 a\nS: 250 b\nS: 451 c\nC: RSET\nS: 250 ok\n" + smtpQuit(),
+        second + QByteArrayList{"refused 3 |  451 c", "release 3"});
+    row("a login wanted", taken + "S: 530 a\nS: 503 b\nS: 503 c\nE\n",
+        second + QByteArrayList{"release 3 early"}, Reason::LoginFailed);
+    row("the end before the reply to the text", kThird + "X\n", {"release 2 early", "back 3"},
+        Reason::ConnectionClosed);
+    row("the service ends there", kThird + "S: 421 down\nX\n",
+        {"refused 2 |  421 down", "release 2 early", "back 3"}, Reason::Unexpected);
+    row("the end behind it", taken + "S: 250 a\nX\n", second + QByteArrayList{"release 3 early"},
+        Reason::ConnectionClosed);
+}
+
+/// What becomes of a message is its own affair, however early the next one was begun.
+void SmtpMessagesTest::oneBehindTheOther()
+{
+    QFETCH(const QByteArray, script);
+    QFETCH(const QByteArrayList, calls);
+    for (const int slice : {0, 1, 5}) {
+        SmtpUserAtTest user(0, {});
+        addThree(user.queue);
+        QVERIFY(user.play(threeUpToTheDot() + script, SmtpTask::Send, slice));
+        QCOMPARE(user.queue.calls.mid(4), calls);
+        QTEST(user.end.reason, "reason");
+        QVERIFY(user.end.sent);
+    }
+}
+
+void SmtpMessagesTest::stoppedWithTheNextUnderWay()
+{
+    SmtpUserAtTest user(0, {});
+    addThree(user.queue);
+    ScriptedServer server(threeUpToTheDot() + kThird + "W\nS: 250 queued\nE\n");
+    QVERIFY(user.meet(server).start());
+    QVERIFY(comesTrue([&] { return server.isWaiting(); }));
+    user.sender().stop();
+    server.release();
+    QVERIFY(user.waitForEnd());
+    QVERIFY2(server.finished(), server.problem());
+    QCOMPARE(user.end.reason, Reason::Stopped);
+    QCOMPARE(user.queue.calls.mid(4), QByteArrayList({"accepted 2 dan@example.org", "release 2", "back 3"}));
 }
 
 void SmtpMessagesTest::onlyTheRest()

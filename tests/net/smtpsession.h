@@ -11,7 +11,7 @@
 #include <deque>
 
 /// A queue that writes down what it was told, word by word: "sending 1 a@x b@x", "accepted 1 a@x",
-/// "refused 1 550 a@x: no such user", "release 1".
+/// "refused 1 550 a@x: no such user", "release 1", "back 2".
 class FakeQueue : public OutgoingQueue
 {
 public:
@@ -63,6 +63,8 @@ public:
         calls.append("release " + QByteArray::number(ticket) + (reason.isEmpty() ? "" : " early"));
         reasons.append(reason);
     }
+
+    void handBack(quint64 ticket) override { calls.append("back " + QByteArray::number(ticket)); }
 
     QList<QByteArray> calls;
     QStringList reasons;

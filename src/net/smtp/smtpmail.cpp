@@ -45,6 +45,15 @@ void SmtpMail::reencode(bool mayHaveEightBit, bool mayBeUtf8)
     m_isReencoded = true;
 }
 
+bool SmtpMail::isPlain() const
+{
+    const auto isReached = [](const EnvelopeAddress &each) {
+        return each.isUsable && !each.wire.isEmpty() && !each.needsUtf8;
+    };
+    return m_sender && m_sender->isUsable && !m_sender->needsUtf8 && !m_waiting.empty() &&
+           std::all_of(m_waiting.begin(), m_waiting.end(), isReached) && !m_text.hasEightBitHeader();
+}
+
 QList<OutgoingRefusal> SmtpMail::takeUnusable(bool mayBeUtf8)
 {
     QList<OutgoingRefusal> refusals;
@@ -71,7 +80,7 @@ void SmtpMail::begin(qsizetype most)
     m_answered = m_postponed = 0;
     m_taken.clear();
     m_refusals.clear();
-    isMailRefused = isSending = isSettled = false;
+    isMailRefused = isDataSaid = isSending = isSettled = false;
     m_text.rewind();
 }
 

@@ -31,6 +31,9 @@ public:
     /// None: the message names nobody who sends it.
     const std::optional<EnvelopeAddress> &sender() const { return m_sender; }
 
+    /// Nothing about it needs a word of its own: everybody can be reached in ASCII.
+    bool isPlain() const;
+
     /// Takes out of the recipients who cannot be served, with the reason.
     QList<OutgoingRefusal> takeUnusable(bool mayBeUtf8);
     bool hasWaiting() const { return !m_waiting.empty(); }
@@ -61,6 +64,7 @@ public:
     QList<QByteArray> unrefused() const;
 
     bool isMailRefused = false; ///< MAIL was, and the answers to the rest of a batch mean nothing
+    bool isDataSaid = false;    ///< with MAIL and RCPT, before their answers
     bool isSending = false;     ///< the queue knows that the final dot is about to go out
     bool isSettled = false;     ///< and what became of it
     /// @}

@@ -57,6 +57,8 @@ constexpr std::array<SMTPSender::Step, std::size_t(SMTPSender::State::Ended) + 1
      &SMTPSender::textReply},
     {State::Quit, QT_TRANSLATE_NOOP("SMTPSender", "the reply to QUIT"), 1 * kMinute, &SMTPSender::quitReply},
     {State::Rset, QT_TRANSLATE_NOOP("SMTPSender", "the reply to RSET"), 5 * kMinute, &SMTPSender::rsetReply},
+    {State::NoText, QT_TRANSLATE_NOOP("SMTPSender", "the reply to no message"), 10 * kMinute,
+     &SMTPSender::noTextReply},
     {State::Ended, QT_TRANSLATE_NOOP("SMTPSender", "nothing"), 0, &SMTPSender::ignore},
 }};
 
@@ -74,6 +76,8 @@ SMTPSender::SMTPSender(Account &account, SmtpTask task, OutgoingQueue *queue, QO
     }());
     m_slice.setSingleShot(true);
     connect(&m_slice, &QTimer::timeout, this, &SMTPSender::sendNext);
+    m_ahead.setSingleShot(true);
+    connect(&m_ahead, &QTimer::timeout, this, &SMTPSender::lookAhead);
     m_replyLimit.setSingleShot(true);
     connect(&m_replyLimit, &QTimer::timeout, this, &SMTPSender::lookAtReplyLimit);
     connect(this, &Fetcher::fetchComplete, this, [this] { emit sendComplete(this, m_sent); });
@@ -85,7 +89,7 @@ SMTPSender::SMTPSender(Account &account, SmtpTask task, OutgoingQueue *queue, QO
 
 SMTPSender::~SMTPSender()
 {
-    releaseMail(tr("The transfer was stopped"));
+    releaseAll(tr("The transfer was stopped"));
     m_password.fill('\0');
 }
 
@@ -94,7 +98,7 @@ void SMTPSender::abandoned()
     m_state = State::Ended;
     m_slice.stop();
     m_replyLimit.stop();
-    releaseMail(tr("The transfer was stopped"));
+    releaseAll(tr("The transfer was stopped"));
 }
 
 bool SMTPSender::start()
@@ -150,13 +154,19 @@ void SMTPSender::say(const QByteArray &command, State next, const QByteArray &sh
 void SMTPSender::sayAll(const QList<QByteArray> &commands, State next)
 {
     enter(next);
+    const QByteArray lines = commandLines(commands);
+    socket()->writeBlock(lines.constData(), lines.size());
+    socket()->flush();
+}
+
+QByteArray SMTPSender::commandLines(const QList<QByteArray> &commands)
+{
     QByteArray lines;
     for (const QByteArray &command : commands) {
         logLine(">>>> ", command);
         lines += command + "\r\n";
     }
-    socket()->writeBlock(lines.constData(), lines.size());
-    socket()->flush();
+    return lines;
 }
 
 void SMTPSender::slotLineAvailable(const QString &line)
@@ -212,7 +222,7 @@ void SMTPSender::end(AccountFetchReason reason, const QString &detail)
     m_slice.stop();
     m_replyLimit.stop();
     const QString told = fetchMessage(reason, account() ? account()->name() : QString(), detail).simplified();
-    releaseMail(told.isEmpty() ? tr("The transfer was stopped") : told);
+    releaseAll(told.isEmpty() ? tr("The transfer was stopped") : told);
     closeConnection();
     if (reason == AccountFetchReason::None) {
         setStatus(tr("Transfer complete"), true);
@@ -250,7 +260,7 @@ void SMTPSender::stop()
     if (m_state == State::Preparing) {
         m_reason = AccountFetchReason::Stopped;
         m_troubles.clear();
-        releaseMail(tr("The transfer was stopped"));
+        releaseAll(tr("The transfer was stopped"));
         quit();
     } else if (m_state != State::Text) {
         end(AccountFetchReason::Stopped);

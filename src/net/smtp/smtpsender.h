@@ -13,6 +13,7 @@
 #include <memory>
 
 class SmtpMail;
+class SmtpText;
 
 /// What an SMTPSender is for.
 enum class SmtpTask {
@@ -93,7 +94,8 @@ private:
         Text = 18,
         Quit = 19,
         Rset = 20,
-        Ended = 21,
+        NoText = 21, ///< a dot alone, where DATA was said in vain
+        Ended = 22,
     };
     struct Step
     {
@@ -112,6 +114,7 @@ private:
     void lookAtReplyLimit();
     void say(const QByteArray &command, State next, const QByteArray &shown = {});
     void sayAll(const QList<QByteArray> &commands, State next);
+    QByteArray commandLines(const QList<QByteArray> &commands);
     void saySecret(const QByteArray &secret, State next);
     void hear(const QByteArray &line);
     void serviceEnds();
@@ -150,14 +153,24 @@ private:
     /// @name A message
     /// @{
     bool takeMail();
+    std::unique_ptr<SmtpMail> nextMail();
+    void lookAhead();
+    QByteArray beginNext();
+    bool fits(const SmtpText &text) const;
     bool fitMail();
     bool beginMail();
     bool beginTransaction();
+    void awaitTransaction();
+    QList<QByteArray> transaction(SmtpMail &mail) const;
     void refuseMail(const QString &text);
     void mailReply(const SmtpReply &reply);
     void rcptReply(const SmtpReply &reply);
     void sayRcpt();
     void recipientsAnswered();
+    bool mayWrite() const;
+    void leaveTransaction();
+    void needlessDataReply(const SmtpReply &reply);
+    void noTextReply(const SmtpReply &reply);
     void dataReply(const SmtpReply &reply);
     void writeText();
     void endUnwritten();
@@ -167,6 +180,7 @@ private:
     void transactionRefused(const SmtpReply &reply);
     void nextTransaction();
     void releaseMail(const QString &reason);
+    void releaseAll(const QString &reason);
     void tellRefusals(const QList<OutgoingRefusal> &refusals);
     void addTrouble(const QString &text);
     void showText(bool now);
@@ -195,11 +209,16 @@ private:
     bool m_isPlainSaid = false;
     bool m_isGivenUp = false; ///< the login under way, by us
 
+    QTimer m_ahead;        ///< looks at the next message
     QTimer m_slice;        ///< goes on with the look at a large message
     QTimer m_replyLimit;   ///< bytes that drip in do not stop it
     int m_minute = 60'000; ///< milliseconds
     std::unique_ptr<SmtpMail> m_mail;
-    int m_number = 0; ///< of the message in hand, from 1
+    std::unique_ptr<SmtpMail> m_next; ///< taken while the reply to the text of m_mail is awaited
+    bool m_isNextReady = false;       ///< and may be begun behind that text
+    bool m_isNextSaid = false;        ///< its transaction is under way, too
+    qint64 m_behindDot = 0;           ///< bytes of that, which went out with the final dot
+    int m_number = 0;                 ///< of the message in hand, from 1
     int m_total = 0;
     int m_done = 0;
     qint64 m_written = 0; ///< bytes of the text

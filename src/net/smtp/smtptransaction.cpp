@@ -36,7 +36,11 @@ qsizetype mostRecipients()
 void SMTPSender::sendNext()
 {
     enter(State::Preparing);
+    if (m_isStopping && m_isNextSaid) // its replies are outstanding
+        return end(AccountFetchReason::Stopped);
     while (m_mail || takeMail()) {
+        if (std::exchange(m_isNextSaid, false))
+            return awaitTransaction();
         if (!m_mail->prepare())
             return m_slice.start(0);
         if (fitMail())
@@ -54,10 +58,9 @@ bool SMTPSender::takeMail()
 {
     if (m_isStopping || !account())
         return false;
-    const std::optional<OutgoingMessage> message = m_queue->next(account()->number());
-    if (!message)
+    m_mail = m_next ? std::move(m_next) : nextMail();
+    if (!m_mail)
         return false;
-    m_mail = std::make_unique<SmtpMail>(*message);
     ++m_number;
     if (m_number > m_total) // the queue has to look at all that it holds
         m_total = m_number + m_queue->waiting(account()->number());
@@ -66,16 +69,47 @@ bool SMTPSender::takeMail()
     return true;
 }
 
+std::unique_ptr<SmtpMail> SMTPSender::nextMail()
+{
+    const std::optional<OutgoingMessage> message = m_queue->next(account()->number());
+    return message ? std::make_unique<SmtpMail>(*message) : nullptr;
+}
+
+/// While a reply is awaited there is time to look at the next message. Where nothing speaks against it its
+/// transaction goes out together with the final dot of the one in hand (RFC 2920 3.1). The replies come in
+/// order, so what becomes of the one does not touch the other.
+void SMTPSender::lookAhead()
+{
+    if (m_next || !m_mail || m_isStopping || !account() || !m_sent || !m_extensions.pipelining ||
+        m_mail->hasWaiting())
+        return;
+    m_next = nextMail();
+    m_isNextReady = m_next && m_next->prepare() && m_next->isPlain() && fits(m_next->text());
+}
+
+/// The beginning of the next transaction; none while the one in hand is not the last of its message.
+QByteArray SMTPSender::beginNext()
+{
+    lookAhead();
+    if (!m_next || !m_isNextReady || m_isStopping || m_mail->hasWaiting() ||
+        !m_queue->hasRoom(m_next->ticket()))
+        return {};
+    m_isNextSaid = true;
+    return commandLines(transaction(*m_next));
+}
+
+bool SMTPSender::fits(const SmtpText &text) const
+{
+    return text.longestLine() <= kLongestMailLine && !text.hasEightBitHeader() &&
+           (m_extensions.eightBitMime || !text.hasEightBitBody());
+}
+
 /// Whether the text was changed into one that the server takes, and has to be looked at anew.
 bool SMTPSender::fitMail()
 {
-    const SmtpText &text = m_mail->text();
-    const bool mayHaveEightBit = m_extensions.eightBitMime;
-    const bool fits = text.longestLine() <= kLongestMailLine && !text.hasEightBitHeader() &&
-                      (mayHaveEightBit || !text.hasEightBitBody());
-    if (fits || m_mail->isReencoded())
+    if (fits(m_mail->text()) || m_mail->isReencoded())
         return false;
-    m_mail->reencode(mayHaveEightBit, m_extensions.smtpUtf8);
+    m_mail->reencode(m_extensions.eightBitMime, m_extensions.smtpUtf8);
     return true;
 }
 
@@ -122,8 +156,6 @@ void SMTPSender::refuseMail(const QString &text)
     tellRefusals({{{}, 0, text}});
 }
 
-/// MAIL and, where the server takes them so, all RCPT behind it. Never DATA: whether there is anything to
-/// send is known from the answers.
 bool SMTPSender::beginTransaction()
 {
     if (!m_mail->hasWaiting())
@@ -132,25 +164,42 @@ bool SMTPSender::beginTransaction()
         endUnwritten();
         return true;
     }
-    m_mail->begin(mostRecipients());
-    const SmtpText &text = m_mail->text();
-    QByteArray mail = "MAIL FROM:<" + m_mail->sender()->wire + '>';
-    if (m_extensions.size)
-        mail += " SIZE=" + QByteArray::number(text.size());
-    const bool isInternational = m_extensions.smtpUtf8 && m_mail->needsUtf8();
-    if (m_extensions.eightBitMime && (isInternational || text.hasEightBitBody()))
-        mail += " BODY=8BITMIME";
-    if (isInternational)
-        mail += " SMTPUTF8";
-    if (!m_extensions.pipelining) {
-        say(mail, State::MailFrom);
-        return true;
-    }
-    QList<QByteArray> batch = {mail};
-    for (qsizetype i = 0; i < m_mail->count(); ++i)
-        batch.append("RCPT TO:<" + m_mail->recipient(i).wire + '>');
-    sayAll(batch, State::MailFrom);
+    const QList<QByteArray> commands = transaction(*m_mail);
+    commands.size() > 1 ? sayAll(commands, State::MailFrom) : say(commands.first(), State::MailFrom);
     return true;
+}
+
+/// The replies to what begins it come now, and there is time.
+void SMTPSender::awaitTransaction()
+{
+    enter(State::MailFrom);
+    m_ahead.start(0);
+}
+
+/// What begins it. MAIL and, where the server takes them so, all RCPT behind it. DATA with them only where it
+/// has taken a message before: until then one may learn from the answers that it wants a login, and DATA
+/// cannot be undone.
+QList<QByteArray> SMTPSender::transaction(SmtpMail &mail) const
+{
+    mail.begin(mostRecipients());
+    const SmtpText &text = mail.text();
+    QByteArray from = "MAIL FROM:<" + mail.sender()->wire + '>';
+    if (m_extensions.size)
+        from += " SIZE=" + QByteArray::number(text.size());
+    const bool isInternational = m_extensions.smtpUtf8 && mail.needsUtf8();
+    if (m_extensions.eightBitMime && (isInternational || text.hasEightBitBody()))
+        from += " BODY=8BITMIME";
+    if (isInternational)
+        from += " SMTPUTF8";
+    QList<QByteArray> commands = {from};
+    if (!m_extensions.pipelining)
+        return commands;
+    for (qsizetype i = 0; i < mail.count(); ++i)
+        commands.append("RCPT TO:<" + mail.recipient(i).wire + '>');
+    mail.isDataSaid = m_sent;
+    if (mail.isDataSaid)
+        commands.append("DATA");
+    return commands;
 }
 
 void SMTPSender::mailReply(const SmtpReply &reply)
@@ -205,19 +254,50 @@ void SMTPSender::rcptReply(const SmtpReply &reply)
 
 void SMTPSender::recipientsAnswered()
 {
+    if (m_loginWish.isEmpty() && !m_mail->isMailRefused) {
+        tellRefusals(m_mail->takeRefusals());
+        m_mail->isSettled = m_mail->taken().isEmpty();
+    }
+    if (m_mail->isDataSaid)
+        return enter(State::Data);
+    mayWrite() ? say("DATA", State::Data) : leaveTransaction();
+}
+
+/// Whether a text is to follow 354.
+bool SMTPSender::mayWrite() const
+{
+    return m_loginWish.isEmpty() && !m_mail->isMailRefused && !m_mail->taken().isEmpty();
+}
+
+void SMTPSender::leaveTransaction()
+{
     if (!m_loginWish.isEmpty())
         return logInAfterAll();
-    if (m_mail->isMailRefused)
-        return m_mail->taken().isEmpty() ? nextTransaction() : say("RSET", State::Rset);
-    tellRefusals(m_mail->takeRefusals());
-    if (!m_mail->taken().isEmpty())
-        return say("DATA", State::Data);
-    m_mail->isSettled = true;
+    if (m_mail->isMailRefused && m_mail->taken().isEmpty())
+        return nextTransaction();
     say("RSET", State::Rset);
+}
+
+/// DATA went out before it was known that nothing may follow. A server that wants the text nonetheless gets a
+/// single dot (RFC 2920 3.1), which reaches nobody as long as it took nobody.
+void SMTPSender::needlessDataReply(const SmtpReply &reply)
+{
+    if (reply.isRefusal())
+        return leaveTransaction();
+    if (reply.code() != 354 || !m_mail->taken().isEmpty())
+        return endWithReply(reply);
+    say(".", State::NoText);
+}
+
+void SMTPSender::noTextReply(const SmtpReply &)
+{
+    leaveTransaction();
 }
 
 void SMTPSender::dataReply(const SmtpReply &reply)
 {
+    if (!mayWrite())
+        return needlessDataReply(reply);
     if (wantsLogin(reply)) {
         m_loginWish = reply.lines();
         return logInAfterAll();
@@ -261,6 +341,9 @@ void SMTPSender::writeText()
                 return endUnwritten();
             m_mail->isSending = true;
             enter(State::Text);
+            const QByteArray next = beginNext();
+            bytes += next;
+            m_behindDot = next.size();
         } else {
             bytes.chop(3); // the dot's line
         }
@@ -289,11 +372,12 @@ void SMTPSender::earlyReply(const SmtpReply &reply)
 
 void SMTPSender::textReply(const SmtpReply &reply)
 {
+    const bool isUnwritten = socket()->bytesToWrite() > m_behindDot;
     if (reply.isRefusal()) {
         transactionRefused(reply);
-        return socket()->bytesToWrite() > 0 ? endWithReply(reply) : nextTransaction();
+        return isUnwritten ? endWithReply(reply) : nextTransaction();
     }
-    if (reply.code() != 250 || socket()->bytesToWrite() > 0) // who takes what it has not got yet is lying
+    if (reply.code() != 250 || isUnwritten) // who takes what it has not got yet is lying
         return endWithReply(reply);
     m_queue->accepted(m_mail->ticket(), m_mail->taken());
     m_mail->isSettled = true;
@@ -329,6 +413,14 @@ void SMTPSender::releaseMail(const QString &reason)
     const std::unique_ptr<SmtpMail> mail = std::move(m_mail);
     ++m_done;
     m_queue->release(mail->ticket(), reason);
+}
+
+/// Of the next one nobody has been told anything that counts.
+void SMTPSender::releaseAll(const QString &reason)
+{
+    releaseMail(reason);
+    if (m_next)
+        m_queue->handBack(std::exchange(m_next, nullptr)->ticket());
 }
 
 void SMTPSender::tellRefusals(const QList<OutgoingRefusal> &refusals)
