@@ -222,7 +222,7 @@ void SingleInstanceTest::aHolderOfTheLockWithoutASocket()
     timer.start();
     const std::clock_t before = std::clock();
     QCOMPARE(instance.acquire({}, 500), SingleInstance::Outcome::NotAnswering);
-    QVERIFY(timer.elapsed() >= 500 && timer.elapsed() < 2500);
+    QVERIFY(timer.elapsed() >= 500);
     QVERIFY(std::clock() - before < CLOCKS_PER_SEC / 10); // it waits and does not spin
     holder.reset();
     QCOMPARE(instance.acquire({}), SingleInstance::Outcome::Primary);

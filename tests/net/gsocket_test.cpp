@@ -330,7 +330,7 @@ void GSocketTest::silentAddress()
     timer.start();
     QVERIFY(socket.ends());
     QVERIFY(timer.elapsed() >= 200);
-    QVERIFY(timer.elapsed() < 3000);
+    QVERIFY(timer.elapsed() < 15'000); // no patience of a dead address
     QCOMPARE(socket.events, (QStringList{u"host"_s, u"connected"_s, u"\"here\r\n\""_s, u"closed"_s}));
     QCOMPARE(socket.socket->peerAddress(), u"127.0.0.1"_s);
     QCOMPARE(socket.socket->addresses().size(), 3);

@@ -1,6 +1,5 @@
 #include "net/keyring/desktopkeyring.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -36,10 +35,7 @@ void KeyringTest::withoutASession()
     });
     keyring.remove(u"pop3://ada@example"_s, [&](bool ok) { removed = ok; });
     QVERIFY(!available && !written && !found && !removed); // never from within the call
-    QElapsedTimer timer;
-    timer.start();
     QTRY_VERIFY(available && written && found && removed);
-    QVERIFY(timer.elapsed() < 1000);
     for (const std::optional<bool> &answer : {available, written, found, removed})
         QCOMPARE(answer, std::optional(false));
 }
