@@ -116,8 +116,13 @@ void SendingWizardTest::onlySending()
     Wizard wizard;
     wizard.publishSending();
     wizard.open();
-    wizard.window->beginWith(AccountKind::Smtp);
-    wizard.field(u"address")->setText(u"clara@tidewater.example"_s);
+    Identity identity;
+    identity.name = u"Clara Winter"_s;
+    identity.address = u"clara@tidewater.example"_s;
+    wizard.window->beginWith(AccountKind::Smtp, wizard.engine.identities().add(identity));
+    QCOMPARE(wizard.field(u"person")->text(), u"Clara Winter"_s);
+    QCOMPARE(wizard.field(u"address")->text(), u"clara@tidewater.example"_s);
+    QCOMPARE(QApplication::focusWidget(), wizard.field(u"password"));
     wizard.field(u"password")->setText(u"right"_s);
     wizard.press(Qt::Key_Return);
     QTRY_COMPARE(wizard.verb(), u"Sign in"_s);
@@ -132,7 +137,7 @@ void SendingWizardTest::onlySending()
     QVERIFY(wizard.only());
     QCOMPARE(wizard.only()->kind(), AccountKind::Smtp);
     QCOMPARE(wizard.only()->password(), u"right"_s);
-    QCOMPARE(wizard.engine.identities().all().size(), std::size_t(1));
+    QCOMPARE(wizard.engine.identities().all().size(), std::size_t(1)); // no second one
 }
 
 /// Who signs in to send with another name and password than to fetch; and what happens when nobody asks.

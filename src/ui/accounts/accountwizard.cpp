@@ -163,9 +163,11 @@ void AccountWizard::wirePages()
     connect(m_sending, &ServerPage::done, this, [this] { goOnFrom(Page::Sending); });
 }
 
-void AccountWizard::beginWith(AccountKind kind)
+void AccountWizard::beginWith(AccountKind kind, int identity)
 {
     m_asksForKind = false;
+    if (const Identity *who = m_engine.identities().identity(identity))
+        m_person->proposePerson(who->name, who->address);
     choose(kind);
 }
 

@@ -28,8 +28,8 @@ public:
     AccountWizard(Engine &engine, DiscoveryNetwork &network, LoginTester &tester, QWidget *parent = nullptr);
     ~AccountWizard() override;
 
-    /// Passes the question by: Pop3, Smtp or BatchFile.
-    void beginWith(AccountKind kind);
+    /// Passes the question by: Pop3, Smtp or BatchFile. @p identity is the one that needs it; 0: none.
+    void beginWith(AccountKind kind, int identity = 0);
 
     void reject() override;
 

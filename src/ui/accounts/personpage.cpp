@@ -117,10 +117,12 @@ void PersonPage::addressLeft()
     m_problem->setVisible(!m_address->text().trimmed().isEmpty() && !isComplete());
 }
 
-void PersonPage::proposePerson(const QString &name)
+void PersonPage::proposePerson(const QString &name, const QString &address)
 {
-    if (m_person->text().isEmpty())
+    if (!m_person->isModified())
         m_person->setText(name);
+    if (!m_address->isModified())
+        m_address->setText(address);
 }
 
 void PersonPage::putInto(AccountDraft &draft) const
@@ -138,7 +140,11 @@ bool PersonPage::isComplete() const
 
 void PersonPage::focusFirst()
 {
-    (m_person->text().isEmpty() ? m_person : m_address)->setFocus();
+    for (QLineEdit *field : {m_person, m_address}) {
+        if (field->text().isEmpty())
+            return field->setFocus();
+    }
+    m_password->setFocus();
 }
 
 void PersonPage::focusPassword()

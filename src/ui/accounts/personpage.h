@@ -18,8 +18,8 @@ public:
     /// @p keeper: the desktop's keyring; null: there is none.
     explicit PersonPage(PasswordKeeper *keeper, QWidget *parent = nullptr);
 
-    /// Proposes the name that is known already; what was typed stays.
-    void proposePerson(const QString &name);
+    /// Proposes what is known already; what was typed stays.
+    void proposePerson(const QString &name, const QString &address = {});
 
     void putInto(AccountDraft &draft) const;
     bool isComplete() const;

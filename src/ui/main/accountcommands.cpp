@@ -270,7 +270,7 @@ void bringForward(QWidget *window)
 
 } // namespace
 
-void AccountCommands::newAccount(AccountKind kind)
+void AccountCommands::newAccount(AccountKind kind, int identity)
 {
     if (m_wizard)
         return bringForward(m_wizard);
@@ -282,7 +282,7 @@ void AccountCommands::newAccount(AccountKind kind)
             m_asked.insert(number);
     });
     if (kind != AccountKind::None)
-        m_wizard->beginWith(kind);
+        m_wizard->beginWith(kind, identity);
     m_wizard->open();
 }
 
@@ -317,7 +317,7 @@ void AccountCommands::offerOutgoingAccount(int identity, bool isWished)
     if (m_boxes.isBusy() || (m_offered.contains(identity) && !isWished))
         return;
     m_offered.insert(identity);
-    const auto setUp = [this] { newAccount(AccountKind::Smtp); };
+    const auto setUp = [this, identity] { newAccount(AccountKind::Smtp, identity); };
     if (!::offerOutgoingAccount(m_engine, m_boxes, this, setUp))
         offerOtherAccount(m_engine, m_boxes, this, identity, setUp);
 }

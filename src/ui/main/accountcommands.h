@@ -48,8 +48,8 @@ public:
     /// Whether the message came from an account that can delete it on its server.
     bool canDeleteOnServer(const Overview &message) const;
 
-    /// Opens the wizard, for a kind or, with None, for all that there are.
-    void newAccount(AccountKind kind = AccountKind::None);
+    /// Opens the wizard, for a kind or, with None, for all that there are; for an identity that needs it.
+    void newAccount(AccountKind kind = AccountKind::None, int identity = 0);
     void manageAccounts();
     void editAccount(int account);
     void showTransfers();
