@@ -31,6 +31,8 @@ private slots:
     void oneBehindTheOther_data();
     void oneBehindTheOther();
     void stoppedWithTheNextUnderWay();
+    void tooLargeToBeBegunEarly();
+    void notLookedForDuringALongText();
     void onlyTheRest();
     void injection();
     void notWrittenDown();
@@ -424,6 +426,41 @@ void SmtpMessagesTest::stoppedWithTheNextUnderWay()
     QVERIFY2(server.finished(), server.problem());
     QCOMPARE(user.end.reason, Reason::Stopped);
     QCOMPARE(user.queue.calls.mid(4), QByteArrayList({"accepted 2 dan@example.org", "release 2", "back 3"}));
+}
+
+/// It is known before anything is said of it.
+void SmtpMessagesTest::tooLargeToBeBegunEarly()
+{
+    SmtpUserAtTest user(0, {});
+    user.queue.add(waitingMail("bob@example.org"));
+    user.queue.add(waitingMail("dan@example.org"));
+    user.queue.add(waitingMail("eve@example.net", QByteArray("Hello.\n").repeated(100)));
+    const QByteArray upToTheDot = threeUpToTheDot()
+                                      .replace("PIPELINING", "SIZE 500")
+                                      .replace("S: 250 SIZE", "S: 250-PIPELINING\nS: 250 SIZE");
+    QVERIFY(user.play(QByteArray(upToTheDot).replace(kMail, kMail.chopped(1) + " SIZE=72\n") +
+                      "Q\nS: 250 queued\n" + smtpQuit()));
+    const QByteArrayList calls = {
+        "accepted 2 dan@example.org", "release 2",
+        "refused 3 |  0 The message has 864 bytes, and the server takes 500 bytes at most", "release 3"};
+    QCOMPARE(user.queue.calls.mid(4), calls);
+}
+
+/// Until that is out the user may think better of the next message.
+void SmtpMessagesTest::notLookedForDuringALongText()
+{
+    SmtpUserAtTest user(0, {});
+    for (const char *recipient :
+         {"bob@example.org", "dan@example.org", "eve@example.net", "fay@example.net"}) {
+        const bool isLong = QByteArrayView(recipient).startsWith("eve");
+        user.queue.add(waitingMail(recipient, QByteArray("Hello.\n").repeated(isLong ? 1'100'000 : 1)));
+    }
+    ScriptedServer server(threeUpToTheDot() + kThird + "S: 250 queued\nS: 250 a\nS: 250 b\nS: 354 c\n" +
+                          "C: From: Ada <ada@example.com>\nX\n");
+    QVERIFY(user.meet(server).start());
+    QVERIFY(user.waitForEnd());
+    QCOMPARE(user.queue.calls.last(), QByteArray("release 3 early"));
+    QCOMPARE(user.queue.waiting(0), 1);
 }
 
 void SmtpMessagesTest::onlyTheRest()

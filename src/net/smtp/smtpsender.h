@@ -155,8 +155,10 @@ private:
     bool takeMail();
     std::unique_ptr<SmtpMail> nextMail();
     void lookAhead();
+    bool mayBeginNext();
     QByteArray beginNext();
     bool fits(const SmtpText &text) const;
+    bool isTooLarge(const SmtpText &text) const;
     bool fitMail();
     bool beginMail();
     bool beginTransaction();
@@ -214,8 +216,8 @@ private:
     QTimer m_replyLimit;   ///< bytes that drip in do not stop it
     int m_minute = 60'000; ///< milliseconds
     std::unique_ptr<SmtpMail> m_mail;
-    std::unique_ptr<SmtpMail> m_next; ///< taken while the reply to the text of m_mail is awaited
-    bool m_isNextReady = false;       ///< and may be begun behind that text
+    std::unique_ptr<SmtpMail> m_next; ///< looked at while m_mail is on its way
+    bool m_isNextReady = false;       ///< and looked at to its end
     bool m_isNextSaid = false;        ///< its transaction is under way, too
     qint64 m_behindDot = 0;           ///< bytes of that, which went out with the final dot
     int m_number = 0;                 ///< of the message in hand, from 1

@@ -15,6 +15,7 @@ namespace {
 
 constexpr qsizetype kBlock = 64 * 1024;    // bytes of text that are made ready at once
 constexpr qint64 kMostUnsent = 256 * 1024; // bytes that wait in the socket
+constexpr qint64 kLongText = 1024 * 1024;  // bytes that may take long to go out
 constexpr int kStatusMilliseconds = 100;
 constexpr int kMostTroubles = 20; // lines
 
@@ -75,24 +76,32 @@ std::unique_ptr<SmtpMail> SMTPSender::nextMail()
     return message ? std::make_unique<SmtpMail>(*message) : nullptr;
 }
 
-/// While a reply is awaited there is time to look at the next message. Where nothing speaks against it its
-/// transaction goes out together with the final dot of the one in hand (RFC 2920 3.1). The replies come in
-/// order, so what becomes of the one does not touch the other.
+/// While a reply is awaited there is time to look at the next message. Not where the text in hand takes long:
+/// the next one can be taken back as long as it is not leased, its date is that of its lease, and two large
+/// ones would be in memory.
 void SMTPSender::lookAhead()
 {
     if (m_next || !m_mail || m_isStopping || !account() || !m_sent || !m_extensions.pipelining ||
-        m_mail->hasWaiting())
+        m_mail->hasWaiting() || m_mail->text().size() > kLongText)
         return;
     m_next = nextMail();
-    m_isNextReady = m_next && m_next->prepare() && m_next->isPlain() && fits(m_next->text());
+    m_isNextReady = m_next && m_next->prepare();
 }
 
-/// The beginning of the next transaction; none while the one in hand is not the last of its message.
+/// Where nothing speaks against it the transaction of the next message goes out together with the final dot
+/// of the one in hand, unless that is not the last of its message (RFC 2920 3.1). The replies come in order,
+/// so what becomes of the one does not touch the other.
+bool SMTPSender::mayBeginNext()
+{
+    return m_next && m_isNextReady && !m_isStopping && m_extensions.pipelining && !m_mail->hasWaiting() &&
+           m_next->isPlain() && fits(m_next->text()) && !isTooLarge(m_next->text()) &&
+           m_queue->hasRoom(m_next->ticket());
+}
+
+/// The beginning of the next transaction, or nothing.
 QByteArray SMTPSender::beginNext()
 {
-    lookAhead();
-    if (!m_next || !m_isNextReady || m_isStopping || m_mail->hasWaiting() ||
-        !m_queue->hasRoom(m_next->ticket()))
+    if (!mayBeginNext())
         return {};
     m_isNextSaid = true;
     return commandLines(transaction(*m_next));
@@ -102,6 +111,11 @@ bool SMTPSender::fits(const SmtpText &text) const
 {
     return text.longestLine() <= kLongestMailLine && !text.hasEightBitHeader() &&
            (m_extensions.eightBitMime || !text.hasEightBitBody());
+}
+
+bool SMTPSender::isTooLarge(const SmtpText &text) const
+{
+    return m_extensions.sizeLimit > 0 && text.size() > m_extensions.sizeLimit;
 }
 
 /// Whether the text was changed into one that the server takes, and has to be looked at anew.
@@ -116,10 +130,9 @@ bool SMTPSender::fitMail()
 /// False: nothing of it can go to anybody, and the queue was told why.
 bool SMTPSender::beginMail()
 {
-    const qint64 size = m_mail->text().size();
-    if (m_extensions.sizeLimit > 0 && size > m_extensions.sizeLimit) {
+    if (isTooLarge(m_mail->text())) {
         refuseMail(tr("The message has %1, and the server takes %2 at most")
-                       .arg(sizeText(size), sizeText(m_extensions.sizeLimit)));
+                       .arg(sizeText(m_mail->text().size()), sizeText(m_extensions.sizeLimit)));
         return false;
     }
     const auto &sender = m_mail->sender();
@@ -337,6 +350,7 @@ void SMTPSender::writeText()
             block += text.take(kBlock - block.size());
         QByteArray bytes = terminateBody(block);
         if (text.atEnd()) {
+            lookAhead(); // before the mark: from that to the dot nothing is to take long
             if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
                 return endUnwritten();
             m_mail->isSending = true;
