@@ -45,12 +45,16 @@ constexpr Command kCommands[] = {
     {"compact", "[GROUP]", "drop what was deleted from the bins", &runCompact},
 };
 
+QString usageOf(const Command &command)
+{
+    return u"%1 %2"_s.arg(QLatin1String(command.name), QLatin1String(command.usage)).trimmed();
+}
+
 QString usage()
 {
     QString text = u"usage: velmar-cli [--config DIR] [--json] [--quiet] COMMAND [ARGUMENTS]\n\n"_s;
     for (const Command &command : kCommands)
-        text += u"  %1 %2\n      %3\n"_s.arg(QLatin1String(command.name), QLatin1String(command.usage),
-                                             QLatin1String(command.help));
+        text += u"  %1\n      %2\n"_s.arg(usageOf(command), QLatin1String(command.help));
     return text;
 }
 
@@ -136,8 +140,7 @@ int runCommandLine(const QStringList &words)
     Session session(output);
     ExitStatus status = command->run(session, behind);
     if (status == ExitStatus::WrongUsage)
-        output.complain(
-            u"usage: velmar-cli %1 %2"_s.arg(QLatin1String(command->name), QLatin1String(command->usage)));
+        output.complain(u"usage: velmar-cli "_s + usageOf(*command));
     if (!session.close() || !output.finish())
         status = qMax(status, ExitStatus::Failed);
     if (TerminationSignals::isRequested())

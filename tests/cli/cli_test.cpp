@@ -65,6 +65,7 @@ private slots:
     void textForPeople();
     void rolesOfTheContract();
     void theManualKnowsAll();
+    void helpHasNoBlanksAtItsEnds();
 
 private:
     bool m_inMemory = (useMemoryForFiles(), true);
@@ -449,6 +450,13 @@ void CliTest::theManualKnowsAll()
         const QString word = found.next().captured().trimmed();
         QVERIFY2(manual.contains(word), qPrintable(word));
     }
+}
+
+void CliTest::helpHasNoBlanksAtItsEnds()
+{
+    const QByteArray said = m_program.run({u"--help"_s}).out + m_program.run({u"send"_s, u"x"_s}).errors;
+    QVERIFY2(said.contains("usage: velmar-cli send\n"), said.constData());
+    QVERIFY2(!said.contains(" \n"), said.constData());
 }
 
 QTEST_GUILESS_MAIN(CliTest)
