@@ -20,6 +20,7 @@ private slots:
     void cutAnywhereTheWholeVersionsStay();
     void damageTakesOneVersion();
     void damageIsNeverWrittenOver();
+    void unreadableIsSetAsideBeforeItsNameIsTaken();
 };
 
 void DraftJournalTest::cutAnywhereTheWholeVersionsStay()
@@ -121,6 +122,30 @@ void DraftJournalTest::damageIsNeverWrittenOver()
     }
     QCOMPARE(DraftJournal(directory).entries().size(), std::size_t(1));
     QCOMPARE(QDir(directory).entryList({u"*.unreadable"_s}, QDir::Dirs).size(), 2);
+}
+
+/// The latest versions take the name of the earlier ones when they are as many as are kept.
+void DraftJournalTest::unreadableIsSetAsideBeforeItsNameIsTaken()
+{
+    constexpr int kMost = 50;
+    const Scratch scratch;
+    const QString directory = scratch.path(u"journal"_s);
+    QVERIFY(QDir().mkpath(directory));
+    {
+        DraftJournal journal(directory);
+        for (int i = 1; i <= kMost; ++i)
+            QVERIFY(journal.append({i, i, {}, {}, i}, {}, "text " + QByteArray::number(i)));
+    }
+    // It can be read no more, and nothing could take its name.
+    const QString earlier = directory + u"/Earlier"_s;
+    QVERIFY(QDir().mkdir(earlier));
+    {
+        DraftJournal journal(directory);
+        QVERIFY(journal.append({0, 0, {}, {}, 0}, {}, "one more"));
+    }
+    QVERIFY(QFileInfo(earlier + u".unreadable"_s).isDir());
+    QVERIFY2(QFileInfo(earlier).isFile(), "the latest ones took its name");
+    QCOMPARE(DraftJournal(directory).entries().size(), std::size_t(kMost));
 }
 
 QTEST_GUILESS_MAIN(DraftJournalTest)

@@ -85,6 +85,7 @@ private slots:
     void whoWroteIsToldWhenItIsNobodyAnyMore();
     void numbersAreNeverGivenTwice();
     void aFullDiskKeepsTheOldDraft();
+    void onAFullDiskKeepingSoonTellsItsWindowAlone();
     void whatCannotBeReadIsSetAside_data();
     void whatCannotBeReadIsSetAside();
     void aLostStateOpensTheDraft();
@@ -395,6 +396,26 @@ void DraftsTest::aFullDiskKeepsTheOldDraft()
     QVERIFY(run.drafts.store(draft)); // there is room again
     QCOMPARE(run.articles().size(), std::size_t(1));
     QVERIFY(run.articles() != before);
+}
+
+void DraftsTest::onAFullDiskKeepingSoonTellsItsWindowAlone()
+{
+    const Scratch scratch;
+    Run run;
+    const int draft = run.drafts.begin({});
+    QVERIFY(run.drafts.keep(draft, saying(u"safe"_s)));
+    Composition composition = saying(u"with a file"_s);
+    composition.attachments = {{u"large"_s, "a/b", QByteArray(5'000'000, 'x'), {}}};
+    QSignalSpy kept(&run.drafts, &Drafts::kept);
+    {
+        const FullDisk full(2'000'000);
+        run.drafts.keepSoon(draft, composition);
+        while (run.drafts.isKeeping(draft))
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    QCOMPARE(kept, QList<QVariantList>({{draft, false}}));
+    QCOMPARE(scratch.reports, QStringList());
+    QCOMPARE(run.drafts.versions(draft).size(), std::size_t(1));
 }
 
 void DraftsTest::whatCannotBeReadIsSetAside_data()
