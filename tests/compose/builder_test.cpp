@@ -1,35 +1,14 @@
-#include "compose/messagebuilder.h"
 #include "config/clock.h"
-#include "message/headerblock.h"
+#include "mailattest.h"
 #include "support/scratch.h"
 
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimeZone>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-Identity ada()
-{
-    Identity identity;
-    identity.name = u"Ada Lovelace"_s;
-    identity.address = u"ada@example.org"_s;
-    return identity;
-}
-
-Composition mail()
-{
-    Composition composition;
-    composition.identity = ada();
-    composition.to = u"bob@example.net"_s;
-    composition.subject = u"Hello"_s;
-    composition.text = u"Hello Bob\n"_s;
-    return composition;
-}
 
 /// Everything that a header can have.
 Composition everything()
@@ -51,32 +30,6 @@ Composition everything()
     composition.archiveRefused = true;
     composition.extra = {{u"X-Mood"_s, u"calm"_s}};
     return composition;
-}
-
-QByteArray headerOf(const QByteArray &message)
-{
-    return message.first(headerExtent(message).length);
-}
-
-QByteArray bodyOf(const QByteArray &message)
-{
-    return message.sliced(headerExtent(message).bodyOffset);
-}
-
-QByteArrayList namesIn(const QByteArray &message)
-{
-    const QByteArray header = headerOf(message);
-    const HeaderFields fields(header);
-    QByteArrayList names;
-    for (qsizetype i = 0; i < fields.count(); ++i)
-        names += fields.at(i).name.toByteArray();
-    return names;
-}
-
-QByteArray valueIn(const QByteArray &message, const char *name)
-{
-    const QByteArray header = headerOf(message);
-    return HeaderFields(header).value(name);
 }
 
 qsizetype longestLine(const QByteArray &text)
@@ -112,8 +65,6 @@ private slots:
     void fields();
     void longFieldsAreFolded_data();
     void longFieldsAreFolded();
-    void nothingGetsIntoTheHeader_data();
-    void nothingGetsIntoTheHeader();
     void givenIdentifiers_data();
     void givenIdentifiers();
     void freeLines_data();
@@ -170,9 +121,6 @@ void BuilderTest::aMailHasOnlyWhatItNeeds()
         "Hello Bob\n");
     QCOMPARE(finishMessage(mail(), header, buildBody(mail()), options), message);
 }
-
-using Change = std::function<void(Composition &)>;
-Q_DECLARE_METATYPE(Change)
 
 void BuilderTest::fields_data()
 {
@@ -291,91 +239,6 @@ void BuilderTest::longFieldsAreFolded()
     QVERIFY2(!header.contains(name + ":\n"), "the first line of a field must not be empty");
     // A name that occurs again in a line that goes on would be cut inside a word.
     QVERIFY(valueIn(message, name.constData()).size() > 1000);
-}
-
-/// Whatever stands in an entry field, an attachment's name or a template's value.
-void BuilderTest::nothingGetsIntoTheHeader_data()
-{
-    QTest::addColumn<Change>("change");
-    const auto all = [](const char *name, const std::function<void(Composition &, const QString &)> &set) {
-        struct Attack
-        {
-            const char *name;
-            QString text;
-        };
-        const Attack attacks[] = {
-            {"line end", u"x\nEvil: 1"_s},
-            {"CRLF and a body", u"x\r\nEvil: 1\r\n\r\nEvil body"_s},
-            {"CR", u"x\rEvil: 1"_s},
-            {"NUL", u"x"_s + QChar(0) + u"\nEvil: 1"_s},
-            {"separators", u"x\u2028Evil: 1\u2029Evil: 2\u0085Evil: 3\vEvil: 4\fEvil: 5"_s},
-            {"folded", u"x\n Evil: 1\n\tEvil: 2\nEvil: 3"_s},
-            {"an encoded line end", u"=?utf-8?q?x=0AEvil: 1?="_s},
-            {"outside ASCII", u"é\nEvil: 1\n\n<a@b>"_s},
-            {"an address", u"a@example.org\nEvil: 1"_s},
-            {"a name", u"\"x\nEvil: 1\" <a@example.org>"_s},
-            {"brackets", u"<a@example.org>\nEvil: 1>"_s},
-            {"a quote", u"x\"\nEvil: 1; y=\""_s},
-        };
-        for (const Attack &attack : attacks) {
-            const QString text = attack.text;
-            QTest::addRow("%s: %s", name, attack.name)
-                << Change([set, text](Composition &c) { set(c, text); });
-        }
-    };
-    all("name", [](Composition &c, const QString &t) { c.identity.name = t; });
-    all("organisation", [](Composition &c, const QString &t) { c.identity.organisation = t; });
-    all("host name", [](Composition &c, const QString &t) { c.identity.hostName = t; });
-    all("address", [](Composition &c, const QString &t) { c.identity.address = t; });
-    all("To", [](Composition &c, const QString &t) { c.to = t; });
-    all("Bcc", [](Composition &c, const QString &t) { c.bcc = t; });
-    all("Reply-To", [](Composition &c, const QString &t) { c.replyTo = t; });
-    all("Newsgroups", [](Composition &c, const QString &t) { c.newsgroups = t; });
-    all("Followup-To", [](Composition &c, const QString &t) { c.followupTo = t; });
-    all("Distribution", [](Composition &c, const QString &t) { c.distribution = t; });
-    all("Mail-Followup-To", [](Composition &c, const QString &t) { c.mailFollowupTo = t; });
-    all("Subject", [](Composition &c, const QString &t) { c.subject = t; });
-    all("In-Reply-To", [](Composition &c, const QString &t) { c.inReplyTo = '<' + t.toUtf8() + '>'; });
-    all("References", [](Composition &c, const QString &t) { c.references = '<' + t.toUtf8() + '>'; });
-    all("Supersedes", [](Composition &c, const QString &t) { c.supersedes = '<' + t.toUtf8() + '>'; });
-    all("extra value", [](Composition &c, const QString &t) { c.extra = {{u"X-A"_s, t}}; });
-    all("extra name", [](Composition &c, const QString &t) { c.extra = {{t, u"x"_s}}; });
-    all("charset", [](Composition &c, const QString &t) {
-        c.charset = t.toUtf8();
-        c.text = c.subject = u"ü"_s;
-    });
-    all("attachment's name", [](Composition &c, const QString &t) {
-        c.attachments = {{t, "image/png", "x", {}}};
-    });
-    all("attachment's type", [](Composition &c, const QString &t) {
-        c.attachments = {{u"a"_s, t.toUtf8(), "x", {}}, {u"a"_s, "a/b; x=" + t.toUtf8(), "x", {}}};
-    });
-    all("picture's identifier", [](Composition &c, const QString &t) {
-        c.html = u"<img src=\"cid:x\">"_s;
-        c.attachments = {{u"a"_s, "image/png", "x", t.toLatin1()}};
-    });
-    all("block's name", [](Composition &c, const QString &t) {
-        c.attachments = {{t, "image/png", "x", {}}};
-        c.attachmentForm = AttachmentForm::Uuencode;
-    });
-}
-
-void BuilderTest::nothingGetsIntoTheHeader()
-{
-    QFETCH(Change, change);
-    Composition composition = mail();
-    change(composition);
-    BuildOptions options;
-    options.purpose = BuildFor::Draft; // refuses nobody
-    const QByteArray message = buildMessage(composition, options);
-    QVERIFY(!message.isEmpty());
-    const QByteArrayList lines = message.split('\n');
-    for (const QByteArray &line : lines)
-        QVERIFY2(!line.startsWith("Evil"), message.constData());
-    const QByteArray header = headerOf(message);
-    QVERIFY(std::all_of(header.begin(), header.end(), [](char c) { return c == '\n' || quint8(c) >= ' '; }));
-    const QByteArrayList names = namesIn(message);
-    QVERIFY(names.contains("MIME-Version") && names.contains("Content-Type"));
 }
 
 void BuilderTest::givenIdentifiers_data()

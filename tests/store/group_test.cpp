@@ -1,126 +1,13 @@
-#include "store/group.h"
-
-#include "message/message.h"
+#include "groupattest.h"
 #include "store/bincompactor.h"
 #include "store/binformat.h"
-#include "store/compression.h"
-#include "store/summary.h"
-#include "support/mail.h"
 #include "support/memory.h"
-#include "support/scratch.h"
 
-#include <QDir>
 #include <QTest>
-#include <QtEndian>
-
-#include <cstring>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-void overwrite(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        qFatal("the test cannot write %s", qPrintable(path));
-}
-
-/// Everything in a directory, to put it back as it was: what a kill at that moment would leave.
-using Snapshot = QHash<QString, QByteArray>;
-
-Snapshot snapshotOf(const QString &directory)
-{
-    Snapshot files;
-    const QStringList names = QDir(directory).entryList(QDir::Files | QDir::Hidden);
-    for (const QString &name : names)
-        files.insert(name, Scratch::read(directory + u'/' + name));
-    return files;
-}
-
-void restore(const QString &directory, const Snapshot &files)
-{
-    QDir(directory).removeRecursively();
-    QDir().mkpath(directory);
-    for (auto it = files.begin(); it != files.end(); ++it)
-        overwrite(directory + u'/' + it.key(), it.value());
-}
-
-/// A group of five messages: 2 is deleted, 3 read, 4 flagged.
-struct Fixture
-{
-    explicit Fixture(int count = 5)
-    {
-        QString name = u"Groups"_s;
-        configFile(name, true);
-        open();
-        for (int i = 1; i <= count; ++i)
-            add(QByteArray::number(i));
-        if (count >= 5) {
-            group->remove({2});
-            group->setMarks({3}, Mark::Read, {});
-            group->setMarks({4}, Mark::Flagged, {});
-        }
-        if (!group->flush())
-            qFatal("the test cannot make its group");
-    }
-    void open()
-    {
-        GroupRecord record;
-        record.number = 1;
-        record.name = u"Test"_s;
-        group = std::make_unique<Group>(record, directory);
-    }
-    void reopen()
-    {
-        group->close();
-        open();
-    }
-    quint32 add(const QByteArray &id, const QByteArray &more = {})
-    {
-        const QByteArray text = mailText(id, "Number " + id, more, "Body of " + id + "\n");
-        return group->add(text, summaryOf(Message(text), 1000));
-    }
-
-    /// The live messages as "article:subject flags", read from their texts.
-    QStringList contents()
-    {
-        QStringList list;
-        const int rows = group->rowCount();
-        for (int row = 0; row < rows; ++row) {
-            const Overview overview = group->row(row);
-            if (overview.isDead())
-                continue;
-            const Message message(group->readMessage(overview));
-            const QString flags = QString(overview.has(Mark::Read) ? u"R"_s : QString()) +
-                                  (overview.has(Mark::Flagged) ? u"F"_s : QString());
-            list += u"%1:%2%3"_s.arg(overview.article()).arg(message.subject().section(u' ', 1), flags);
-        }
-        return list;
-    }
-    bool countsAreRight()
-    {
-        OverviewFile::Counts right;
-        for (int row = 0; row < group->rowCount(); ++row) {
-            const Overview &overview = group->row(row);
-            right.total += overview.isDead() ? 0 : 1;
-            right.unread += overview.isDead() || overview.has(Mark::Read) ? 0 : 1;
-            right.flagged += !overview.isDead() && overview.has(Mark::Flagged) ? 1 : 0;
-        }
-        return right == group->counts();
-    }
-    QString file(const QString &name) const { return directory + u'/' + name; }
-
-    Scratch scratch;
-    QString directory = configPathOf(u"Groups/1"_s);
-    std::unique_ptr<Group> group;
-    const QStringList whole = {u"1:1"_s, u"3:3R"_s, u"4:4F"_s, u"5:5"_s};
-};
-
-constexpr int kRecord = int(sizeof(Overview));
-
-} // namespace
-
+/// What a kill, a power cut or a damaged disk may leave of a group.
 class GroupTest : public QObject
 {
     Q_OBJECT
@@ -141,10 +28,6 @@ private slots:
     void headerCacheIs_data();
     void headerCacheIs();
     void articleNumbersAreNeverGivenTwice();
-    void compactionCutShort_data();
-    void compactionCutShort();
-    void compactionKeepsWhatTheOverviewsLost();
-    void readBesideACompaction();
     void theRepairFlag();
     void withoutRepairs();
     void rowsOfTheDeadAreDropped();
@@ -421,138 +304,6 @@ void GroupTest::articleNumbersAreNeverGivenTwice()
     f.open();
     QCOMPARE(f.contents(), QStringList());
     QCOMPARE(f.add("newer"), 7u);
-}
-
-void GroupTest::compactionCutShort_data()
-{
-    QTest::addColumn<bool>("old"); ///< the bin is still the old one
-    QTest::addColumn<bool>("tilde");
-    QTest::addColumn<QByteArray>("moved"); ///< "", "whole", "garbage"
-    QTest::addColumn<bool>("told");        ///< the overviews have the new positions
-    QTest::newRow("the new bin is half written") << true << true << QByteArray() << false;
-    QTest::newRow("the positions are written") << true << true << QByteArray("whole") << false;
-    QTest::newRow("the positions are half written") << true << true << QByteArray("temporary") << false;
-    QTest::newRow("the bin is replaced") << false << false << QByteArray("whole") << false;
-    QTest::newRow("the overviews are told") << false << false << QByteArray("whole") << true;
-    QTest::newRow("the positions are gone") << false << false << QByteArray() << true;
-    QTest::newRow("the positions are damaged") << false << false << QByteArray("garbage") << false;
-    QTest::newRow("the positions are lost") << false << false << QByteArray() << false;
-    QTest::newRow("all there, an overview damaged") << false << false << QByteArray("damage") << false;
-}
-
-void GroupTest::compactionCutShort()
-{
-    QFETCH(bool, old);
-    QFETCH(bool, tilde);
-    QFETCH(QByteArray, moved);
-    QFETCH(bool, told);
-    Fixture f;
-    f.group->close();
-    const Snapshot before = snapshotOf(f.directory);
-    f.open();
-    QCOMPARE(f.group->rowCount(), 5);
-    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
-    // The positions as they were written: articles rising, back to back in the new bin.
-    QByteArray moves(8, '\0');
-    for (int row = 0; row < f.group->rowCount(); ++row) {
-        const Overview &overview = f.group->row(row);
-        if (overview.isDead())
-            continue;
-        char pair[8];
-        qToLittleEndian(overview.article(), pair);
-        qToLittleEndian(overview.position(), pair + 4);
-        moves.append(pair, 8);
-    }
-    std::memcpy(moves.data(), "VMOV", 4);
-    qToLittleEndian(quint32(crc32Of(QByteArrayView(moves).sliced(8))), moves.data() + 4);
-    f.group->close();
-    const Snapshot after = snapshotOf(f.directory);
-    QVERIFY(after[u"Bin0"_s].size() < before[u"Bin0"_s].size());
-
-    Snapshot files = before;
-    files[u"Bin0"_s] = old ? before[u"Bin0"_s] : after[u"Bin0"_s];
-    files[u"Overview"_s] = told ? after[u"Overview"_s] : before[u"Overview"_s];
-    if (tilde)
-        files[u"Bin0~"_s] = moved.isEmpty() ? after[u"Bin0"_s].first(100) : after[u"Bin0"_s];
-    if (moved == "whole" || moved == "damage")
-        files[u"Bin0.moved"_s] = moves;
-    else if (moved == "garbage")
-        files[u"Bin0.moved"_s] = QByteArray("VMOVgarbage");
-    else if (moved == "temporary")
-        files[u"Bin0.moved~"_s] = moves.first(10);
-    QStringList expected = f.whole;
-    if (moved == "damage") {
-        files[u"Overview"_s][3 * kRecord + 40] = '\x77'; // that of article 3
-        expected[1] = u"3:3R"_s;                         // compaction wrote its marks into the new bin
-    }
-    restore(f.directory, files);
-    for (int start = 0; start < 2; ++start) {
-        f.open();
-        if (moved.isEmpty() && !old && !told)
-            QVERIFY(f.group->repair());
-        QCOMPARE(f.contents(), expected);
-        QVERIFY(f.countsAreRight());
-        QCOMPARE(f.scratch.reports, QStringList());
-        f.group->close();
-        QVERIFY(QDir(f.directory).entryList({u"*~"_s, u"*.moved"_s}).isEmpty());
-    }
-    f.open();
-    QCOMPARE(f.add("new"), 6u);
-    QVERIFY(f.group->flush());
-    QFile::remove(f.file(u"Overview"_s));
-    f.reopen();
-    QCOMPARE(f.contents().size(), 5);
-}
-
-void GroupTest::compactionKeepsWhatTheOverviewsLost()
-{
-    Fixture f;
-    // A whole message in the bin that no overview knows, with a known one behind it.
-    f.group->close();
-    QByteArray overview = Scratch::read(f.file(u"Overview"_s));
-    overview.remove(4 * kRecord, kRecord); // article 4
-    overwrite(f.file(u"Overview"_s), overview);
-    QFile file(f.file(u"Overview"_s));
-    OverviewFile rewritten(f.directory);
-    QVERIFY(rewritten.rewrite(OverviewFile::intactRecords(f.directory), 6));
-    rewritten.close();
-    f.open();
-    QCOMPARE(f.contents().size(), 3);
-    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Failed);
-    QCOMPARE(f.scratch.reports, QStringList{u"Unable to determine bin size"_s});
-    QVERIFY((f.group->record().flags & GroupNeedsRepair) != 0);
-    QVERIFY(f.group->repair());
-    QCOMPARE(f.contents(), (QStringList{u"1:1"_s, u"3:3R"_s, u"4:4"_s, u"5:5"_s}));
-    QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
-    QCOMPARE(f.contents().size(), 4);
-}
-
-void GroupTest::readBesideACompaction()
-{
-    Fixture f;
-    GroupFiles reader(f.directory);
-    QCOMPARE(reader.open(false), GroupFiles::State::Good);
-    std::vector<Overview> seen;
-    for (int row = 0; row < reader.overviews().rowCount(); ++row)
-        seen.push_back(reader.overviews().row(row));
-    const auto subjectOf = [&](const Overview &overview) {
-        return Message(reader.readMessage(overview)).subject();
-    };
-    for (const bool opened : {false, true}) { // the reader has the old bin open, or not yet
-        if (opened)
-            QCOMPARE(subjectOf(seen[4]), u"Number 5"_s);
-        f.group->remove({opened ? 3u : 1u});
-        QVERIFY(f.group->flush());
-        QCOMPARE(BinCompactor(f.group->files(), 0).run(), BinCompactor::Progress::Done);
-        QVERIFY(f.group->files().rewriteOverviews(OverviewFile::intactRecords(f.directory), 6));
-        QCOMPARE(subjectOf(seen[4]), u"Number 5"_s);
-        QCOMPARE(subjectOf(seen[3]), u"Number 4"_s);
-    }
-    QCOMPARE(f.scratch.reports, QStringList());
-    reader.close();
-    QCOMPARE(reader.open(false), GroupFiles::State::Good);
-    QVERIFY(reader.readMessage(seen[2]).isNull()); // deleted meanwhile
-    QCOMPARE(f.scratch.reports.size(), 1);
 }
 
 void GroupTest::theRepairFlag()
