@@ -41,6 +41,7 @@ bool Account::setOptions(const AccountOptions &options)
     if (number() > 0 && !writeAccountOptions(number(), options))
         return false;
     m_options = options;
+    m_options->isReadable = true;
     return true;
 }
 

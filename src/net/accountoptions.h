@@ -42,6 +42,8 @@ struct AccountOptions
     bool serves(int identity) const;
     void serve(int identity);
 
+    bool operator==(const AccountOptions &) const = default;
+
     bool accepts(const QByteArray &sha256) const;
 
     /// Enters @p certificate as the newest one.

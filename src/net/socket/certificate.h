@@ -19,6 +19,8 @@ struct CertificateInfo
     qint64 validUntil = 0; ///< the same
     int version = 0;       ///< of the format: 3, as a rule
     QByteArray serial;     ///< hexadecimal
+
+    bool operator==(const CertificateInfo &) const = default;
 };
 
 enum class CertificateTextForm { Short, Long };

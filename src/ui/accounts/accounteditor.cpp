@@ -106,11 +106,11 @@ bool AccountEditor::apply()
     const AccountOptions &known = accounts.account(m_number)->options(); // what no field here says
     options.identities = known.identities;
     options.largestMail = known.largestMail;
-    if (!accounts.account(m_number)->setOptions(options) || !keepPassword(before, entered) ||
-        !accounts.save())
+    const bool isKept = options == known || accounts.account(m_number)->setOptions(options);
+    if (!isKept || !keepPassword(before, entered) || !accounts.save())
         return false; // said by whoever failed
     showName(accounts.account(m_number)->data());
-    m_form->setStored(accounts.account(m_number)->data(), options);
+    m_form->setStored(accounts.account(m_number)->data(), known);
     setChanged(false);
     emit saved(m_number);
     return true;

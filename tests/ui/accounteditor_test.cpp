@@ -1,13 +1,4 @@
-#include "faketransfers.h"
-#include "support/scratch.h"
-
-#include "config/directory.h"
-#include "engine/engine.h"
-#include "engine/logintest.h"
-#include "net/passwordkeeper.h"
-#include "ui/accounts/accounteditor.h"
-#include "ui/accounts/accountform.h"
-#include "ui/accounts/accountlistmodel.h"
+#include "accountsprogram.h"
 #include "ui/accounts/accountsdialog.h"
 #include "ui/accounts/certificatelist.h"
 #include "ui/accounts/keeponserver.h"
@@ -16,102 +7,16 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListView>
 #include <QListWidget>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QSpinBox>
-#include <QTest>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Answers as the test says, and remembers what it was given.
-class FakeTester : public LoginTester
-{
-public:
-    void test(const AccountData &account, const AccountOptions &options, CertificateJudge, QObject *context,
-              std::function<void(const LoginResult &)> done) override
-    {
-        tried = account;
-        triedOptions = options;
-        QTimer::singleShot(0, context, [this, done = std::move(done)] { done(result); });
-    }
-
-    AccountData tried;
-    AccountOptions triedOptions;
-    LoginResult result;
-};
-
-/// A keyring in memory.
-class FakeKeeper : public PasswordKeeper
-{
-public:
-    void isAvailable(std::function<void(bool)> answer) override { answer(true); }
-    void read(const QString &key, std::function<void(bool, const QString &)> answer) override
-    {
-        answer(kept.contains(key), kept.value(key));
-    }
-    void write(const QString &key, const QString &password, std::function<void(bool)> answer) override
-    {
-        kept.insert(key, password);
-        answer(true);
-    }
-    void remove(const QString &key, std::function<void(bool)> answer) override
-    {
-        kept.remove(key);
-        answer(true);
-    }
-
-    QHash<QString, QString> kept;
-};
-
-struct Program
-{
-    Program()
-    {
-        createStoreDirectories();
-        if (!engine.load())
-            qFatal("the engine does not load");
-        engine.accounts().setFactory(&clients);
-        engine.accounts().setPasswordKeeper(&keeper);
-        home = engine.accounts().add(popAccount(u"Home"_s));
-        club = engine.accounts().add(popAccount(u"Club"_s));
-    }
-
-    const AccountData &data(int account) const { return accounts().account(account)->data(); }
-    AccountManager &accounts() const { return const_cast<Engine &>(engine).accounts(); }
-
-    std::unique_ptr<AccountEditor> edit(const AccountData &account)
-    {
-        auto editor = std::make_unique<AccountEditor>(engine, account, tester);
-        editor->setAttribute(Qt::WA_DeleteOnClose, false);
-        editor->show();
-        return editor;
-    }
-    std::unique_ptr<AccountEditor> edit(int account) { return edit(data(account)); }
-
-    Scratch scratch;
-    FakeClients clients;
-    FakeTester tester;
-    FakeKeeper keeper;
-    Engine engine;
-    int home = 0;
-    int club = 0;
-};
-
-template <typename Widget>
-Widget *field(const AccountEditor &editor, AccountField which)
-{
-    auto *widget = qobject_cast<Widget *>(editor.form().control(which));
-    if (!widget)
-        qFatal("there is no such field");
-    return widget;
-}
 
 void choose(QComboBox *box, int data)
 {
@@ -124,18 +29,9 @@ QString note(const AccountEditor &editor, AccountField which)
     return label && label->isVisible() ? label->text() : QString();
 }
 
-void press(QWidget &window, const char *button)
-{
-    auto *found = window.findChild<QPushButton *>(QLatin1StringView(button));
-    if (!found || !found->isEnabled())
-        qFatal("no button to press: %s", button);
-    QTest::mouseClick(found, Qt::LeftButton);
-}
-
 } // namespace
 
-/// The editor of accounts and the list of them.
-class AccountsTest : public QObject
+class AccountEditorTest : public QObject
 {
     Q_OBJECT
 
@@ -153,20 +49,14 @@ private slots:
     void aNewAccountIsEntered();
     void aFileIsChosenForABatch();
     void loginIsTried();
+    void optionsThatCannotBeReadStay();
     void cancelForgets();
-    void deletingSaysWhatIsLost();
-    void aCopyIsAProposal();
-    void orderIsChanged();
-    void theListFollowsItsAccounts();
-    void theListSaysHowTheLastFetchEnded_data();
-    void theListSaysHowTheLastFetchEnded();
     void everyWindowHasItsName();
     void oneNumberOfDaysIsProposed();
-    void anEmptyListLeadsToTheWizard();
     void theKeyboardReachesEverything();
 };
 
-void AccountsTest::everyKindShowsItsFields_data()
+void AccountEditorTest::everyKindShowsItsFields_data()
 {
     using F = AccountField;
     QTest::addColumn<AccountKind>("kind");
@@ -188,12 +78,12 @@ void AccountsTest::everyKindShowsItsFields_data()
                            << QList{F::Host, F::Port, F::Password, F::CaFile};
 }
 
-void AccountsTest::everyKindShowsItsFields()
+void AccountEditorTest::everyKindShowsItsFields()
 {
     QFETCH(AccountKind, kind);
     QFETCH(QList<AccountField>, has);
     QFETCH(QList<AccountField>, lacks);
-    Program program;
+    AccountsProgram program;
     AccountData account;
     account.kind = kind;
     const auto editor = program.edit(account);
@@ -206,9 +96,9 @@ void AccountsTest::everyKindShowsItsFields()
         QVERIFY2(!editor->form().control(field), qPrintable(QString::number(int(field))));
 }
 
-void AccountsTest::nothingEnteredChangesNothing()
+void AccountEditorTest::nothingEnteredChangesNothing()
 {
-    Program program;
+    AccountsProgram program;
     AccountData account = program.data(program.home);
     account.flags |= 1u | 1u << 5 | 1u << 7; // bits without a meaning
     account.others.insert('X', u"later"_s);
@@ -228,9 +118,9 @@ void AccountsTest::nothingEnteredChangesNothing()
     QVERIFY(!editor->findChild<QPushButton *>(u"apply"_s)->isEnabled());
 }
 
-void AccountsTest::whatIsEnteredIsSaved()
+void AccountEditorTest::whatIsEnteredIsSaved()
 {
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     field<QLineEdit>(*editor, AccountField::Name)->setText(u"House"_s);
     field<QCheckBox>(*editor, AccountField::LeaveOnServer)->setChecked(true);
@@ -258,9 +148,9 @@ void AccountsTest::whatIsEnteredIsSaved()
     QCOMPARE(program.data(program.home).fetchInterval, 0);
 }
 
-void AccountsTest::portFollowsEncryption()
+void AccountEditorTest::portFollowsEncryption()
 {
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     auto *encryption = field<QComboBox>(*editor, AccountField::Encryption);
     const auto *port = field<QSpinBox>(*editor, AccountField::Port);
@@ -277,7 +167,7 @@ void AccountsTest::portFollowsEncryption()
     QVERIFY(!program.data(program.home).has(AccountTls));
 }
 
-void AccountsTest::problemsStandAtTheirFields_data()
+void AccountEditorTest::problemsStandAtTheirFields_data()
 {
     QTest::addColumn<AccountField>("field");
     QTest::addColumn<QString>("text");
@@ -293,12 +183,12 @@ void AccountsTest::problemsStandAtTheirFields_data()
     QTest::newRow("no such file") << AccountField::CaFile << u"/no/such/file"_s << u"cannot be read"_s;
 }
 
-void AccountsTest::problemsStandAtTheirFields()
+void AccountEditorTest::problemsStandAtTheirFields()
 {
     QFETCH(AccountField, field);
     QFETCH(QString, text);
     QFETCH(QString, problem);
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     QLineEdit *line = ::field<QLineEdit>(*editor, field);
     const QString right = line->text();
@@ -315,9 +205,9 @@ void AccountsTest::problemsStandAtTheirFields()
     QVERIFY(!editor->isVisible());
 }
 
-void AccountsTest::noEncryptionIsWarnedOf()
+void AccountEditorTest::noEncryptionIsWarnedOf()
 {
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     choose(field<QComboBox>(*editor, AccountField::Encryption), int(Encryption::None));
     QVERIFY(note(*editor, AccountField::Encryption).contains(u"Everybody on the way can read"_s));
@@ -333,9 +223,9 @@ void AccountsTest::noEncryptionIsWarnedOf()
     QVERIFY(!editor->isVisible());
 }
 
-void AccountsTest::passwordGoesWhereItIsWanted()
+void AccountEditorTest::passwordGoesWhereItIsWanted()
 {
-    Program program;
+    AccountsProgram program;
     const auto keep = [&program](KeepingChoice choice, const QString &entered) {
         const auto editor = program.edit(program.home);
         choose(field<QComboBox>(*editor, AccountField::Keeping), int(choice));
@@ -356,9 +246,9 @@ void AccountsTest::passwordGoesWhereItIsWanted()
         QVERIFY(!Scratch::read(configPathOf(QLatin1StringView(file))).contains("new one"));
 }
 
-void AccountsTest::acceptedCertificatesAreTakenBack()
+void AccountEditorTest::acceptedCertificatesAreTakenBack()
 {
-    Program program;
+    AccountsProgram program;
     AccountOptions options;
     options.accepted.resize(2);
     options.accepted[0].sha256 = QByteArray(64, 'a');
@@ -377,9 +267,9 @@ void AccountsTest::acceptedCertificatesAreTakenBack()
     QCOMPARE(left.front().commonName, u"two.example"_s);
 }
 
-void AccountsTest::aNewAccountIsEntered()
+void AccountEditorTest::aNewAccountIsEntered()
 {
-    Program program;
+    AccountsProgram program;
     AccountData fresh;
     fresh.kind = AccountKind::Pop3;
     fresh.set(AccountTls, true);
@@ -401,9 +291,9 @@ void AccountsTest::aNewAccountIsEntered()
     QVERIFY(account->data().has(AccountNeedsEncryption));
 }
 
-void AccountsTest::aFileIsChosenForABatch()
+void AccountEditorTest::aFileIsChosenForABatch()
 {
-    Program program;
+    AccountsProgram program;
     AccountData fresh;
     fresh.kind = AccountKind::BatchFile;
     const auto editor = program.edit(fresh);
@@ -415,9 +305,9 @@ void AccountsTest::aFileIsChosenForABatch()
     QVERIFY(program.accounts().find(u"Spool"_s)->data().host.endsWith(u"/spool"_s));
 }
 
-void AccountsTest::loginIsTried()
+void AccountEditorTest::loginIsTried()
 {
-    Program program;
+    AccountsProgram program;
     AccountOptions options;
     options.caFile = program.scratch.write(u"ca.pem"_s, "x");
     QVERIFY(program.accounts().account(program.home)->setOptions(options));
@@ -436,9 +326,34 @@ void AccountsTest::loginIsTried()
     QCOMPARE(bar->kind(), MessageBar::Kind::Error);
 }
 
-void AccountsTest::cancelForgets()
+/// Only who enters others writes over them.
+void AccountEditorTest::optionsThatCannotBeReadStay()
 {
-    Program program;
+    AccountsProgram program;
+    QVERIFY(program.accounts().save());
+    const QString path = configPathOf(u"Accounts/%1/Options"_s.arg(program.home));
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    const QByteArray tooLong(5'000'000, 'x');
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(tooLong) == tooLong.size());
+    file.close();
+    QVERIFY(program.accounts().load());
+    const auto editor = program.edit(program.home);
+    field<QLineEdit>(*editor, AccountField::Name)->setText(u"House"_s);
+    press(*editor, "apply");
+    QCOMPARE(program.data(program.home).name, u"House"_s);
+    program.accounts().account(program.home)->noteLargestMail(1000);
+    QVERIFY(Scratch::read(path) == tooLong);
+    field<QLineEdit>(*editor, AccountField::CaFile)->setText(program.scratch.write(u"ca.pem"_s, "x"));
+    press(*editor, "apply");
+    QVERIFY(Scratch::read(path).contains("ca.pem"));
+    program.accounts().account(program.home)->noteLargestMail(1000);
+    QVERIFY(Scratch::read(path).contains("1000"));
+}
+
+void AccountEditorTest::cancelForgets()
+{
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     field<QLineEdit>(*editor, AccountField::Name)->setText(u"House"_s);
     QTest::keyClick(editor.get(), Qt::Key_Escape);
@@ -446,135 +361,9 @@ void AccountsTest::cancelForgets()
     QCOMPARE(program.data(program.home).name, u"Home"_s);
 }
 
-void AccountsTest::deletingSaysWhatIsLost()
+void AccountEditorTest::everyWindowHasItsName()
 {
-    Program program;
-    AccountsDialog dialog(program.engine);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    dialog.select(program.club);
-    auto *list = dialog.findChild<QListView *>(u"accounts"_s);
-    QTest::keyClick(list, Qt::Key_Delete);
-    auto *question = dialog.findChild<QDialog *>(u"deleteDialog"_s);
-    QVERIFY(question && question->isVisible());
-    QTest::keyClick(question, Qt::Key_Return); // Enter keeps it
-    QVERIFY(program.accounts().find(u"Club"_s));
-    QTRY_VERIFY(!dialog.findChild<QDialog *>(u"deleteDialog"_s));
-    press(dialog, "delete");
-    press(*dialog.findChild<QDialog *>(u"deleteDialog"_s), "deleteAccount");
-    QVERIFY(!program.accounts().find(u"Club"_s));
-    QCOMPARE(list->model()->rowCount(), 1);
-    QVERIFY(!Scratch::read(configPathOf(u"Accounts/Index"_s)).contains("Club"));
-}
-
-void AccountsTest::aCopyIsAProposal()
-{
-    Program program;
-    AccountOptions options;
-    options.caFile = program.scratch.write(u"ca.pem"_s, "x");
-    QVERIFY(program.accounts().account(program.home)->setOptions(options));
-    AccountsDialog dialog(program.engine);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    dialog.select(program.home);
-    press(dialog, "copy");
-    auto *editor = dialog.findChild<AccountEditor *>();
-    QVERIFY(editor);
-    QCOMPARE(field<QLineEdit>(*editor, AccountField::Name)->selectedText(), u"Copy of Home"_s);
-    QCOMPARE(program.accounts().accounts().size(), 2u);
-    field<QLineEdit>(*editor, AccountField::User)->setText(u"arthur"_s);
-    press(*editor, "ok");
-    const Account *copy = program.accounts().find(u"Copy of Home"_s);
-    QVERIFY(copy);
-    QCOMPARE(copy->data().host, u"pop.example.org"_s);
-    QCOMPARE(copy->data().user, u"arthur"_s);
-    QCOMPARE(copy->options().caFile, options.caFile);
-    QVERIFY2(copy->password().isEmpty(), "another user has another password");
-    QCOMPARE(program.data(program.home).password, u"secret42"_s);
-    QCOMPARE(dialog.findChild<QListView *>(u"accounts"_s)->currentIndex().row(), 2);
-    dialog.select(program.home);
-    press(dialog, "copy");
-    QCOMPARE(field<QLineEdit>(*dialog.findChildren<AccountEditor *>().last(), AccountField::Name)->text(),
-             u"Copy of Home 2"_s);
-}
-
-void AccountsTest::orderIsChanged()
-{
-    Program program;
-    AccountsDialog dialog(program.engine);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    dialog.select(program.club);
-    QVERIFY(!dialog.findChild<QPushButton *>(u"down"_s)->isEnabled());
-    press(dialog, "up");
-    QCOMPARE(program.accounts().accounts().front()->name(), u"Club"_s);
-    auto *list = dialog.findChild<QListView *>(u"accounts"_s);
-    QCOMPARE(list->currentIndex().row(), 0);
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Down, Qt::AltModifier);
-    QCOMPARE(program.accounts().accounts().front()->name(), u"Home"_s);
-    AccountManager again;
-    again.load();
-    QCOMPARE(again.accounts().back()->name(), u"Club"_s);
-}
-
-void AccountsTest::theListFollowsItsAccounts()
-{
-    Program program;
-    AccountsDialog dialog(program.engine);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    dialog.select(program.home);
-    press(dialog, "fetch");
-    const Account &account = *program.accounts().account(program.home);
-    QVERIFY(account.isFetching());
-    QVERIFY(!dialog.findChild<QPushButton *>(u"fetch"_s)->isEnabled());
-    FakeFetcher &fetcher = *program.clients.of(program.home);
-    fetcher.say(u"Receiving"_s);
-    QCOMPARE(stateOf(account).text, u"Receiving"_s);
-    fetcher.end(AccountFetchReason::TimedOut, {});
-    QTRY_VERIFY(stateOf(account).isWrong);
-    QVERIFY(stateOf(account).text.contains(u"did not answer in time"_s));
-    AccountData left = account.data();
-    left.set(AccountLeftOut, true);
-    QVERIFY(program.accounts().update(left));
-    QCOMPARE(stateOf(account).text, u"Paused"_s);
-    QCOMPARE(accountSummary(account), u"Mail (POP3), pop.example.org, port 995, TLS"_s);
-}
-
-void AccountsTest::theListSaysHowTheLastFetchEnded_data()
-{
-    QTest::addColumn<AccountFetchReason>("reason");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("well") << AccountFetchReason::None << u"Fetched "_s;
-    QTest::newRow("stopped") << AccountFetchReason::Stopped << u"Stopped "_s;
-    QTest::newRow("failed") << AccountFetchReason::TimedOut << u"Failed "_s;
-    QTest::newRow("in part") << AccountFetchReason::WithErrors << u"Partly fetched "_s;
-}
-
-/// The editing is what takes the mark of a failure away.
-void AccountsTest::theListSaysHowTheLastFetchEnded()
-{
-    QFETCH(AccountFetchReason, reason);
-    QFETCH(QString, word);
-    Program program;
-    const Account &account = *program.accounts().account(program.home);
-    QVERIFY(stateOf(account).text.isEmpty());
-    program.accounts().account(program.home)->fetch(true, true);
-    program.clients.of(program.home)->end(reason, {});
-    QTRY_VERIFY(!account.isFetching());
-    AccountData changed = account.data();
-    changed.password = u"another"_s;
-    QVERIFY(program.accounts().update(changed));
-    QVERIFY2(stateOf(account).text.startsWith(word), qPrintable(stateOf(account).text));
-    QVERIFY(!stateOf(account).isWrong);
-}
-
-void AccountsTest::everyWindowHasItsName()
-{
-    Program program;
+    AccountsProgram program;
     const AccountsDialog dialog(program.engine);
     QCOMPARE(dialog.windowTitle(), u"Accounts"_s);
     const auto editor = program.edit(program.home);
@@ -587,9 +376,9 @@ void AccountsTest::everyWindowHasItsName()
     QCOMPARE(program.edit(fresh)->windowTitle(), u"New account"_s);
 }
 
-void AccountsTest::oneNumberOfDaysIsProposed()
+void AccountEditorTest::oneNumberOfDaysIsProposed()
 {
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     const auto *inEditor =
         editor->form().findChild<QSpinBox *>(u"field%1amount"_s.arg(int(AccountField::DaysOnServer)));
@@ -597,24 +386,9 @@ void AccountsTest::oneNumberOfDaysIsProposed()
     QCOMPARE(inWizard.findChild<QSpinBox *>(u"days"_s)->value(), inEditor->value());
 }
 
-void AccountsTest::anEmptyListLeadsToTheWizard()
+void AccountEditorTest::theKeyboardReachesEverything()
 {
-    Program program;
-    program.accounts().remove(program.home);
-    program.accounts().remove(program.club);
-    AccountsDialog dialog(program.engine);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    QSignalSpy wanted(&dialog, &AccountsDialog::newAccountWanted);
-    QVERIFY(!dialog.findChild<QPushButton *>(u"edit"_s)->isEnabled());
-    press(dialog, "new");
-    QCOMPARE(wanted.size(), 1);
-    QVERIFY(!dialog.findChild<QListView *>(u"accounts"_s)->isVisible());
-}
-
-void AccountsTest::theKeyboardReachesEverything()
-{
-    Program program;
+    AccountsProgram program;
     const auto editor = program.edit(program.home);
     QVERIFY(QTest::qWaitForWindowActive(editor.get()));
     QCOMPARE(QApplication::focusWidget(), editor->form().control(AccountField::Name));
@@ -631,5 +405,5 @@ void AccountsTest::theKeyboardReachesEverything()
     QVERIFY2(missing.isEmpty(), missing.isEmpty() ? "" : qPrintable((*missing.begin())->accessibleName()));
 }
 
-QTEST_MAIN(AccountsTest)
-#include "accounts_test.moc"
+QTEST_MAIN(AccountEditorTest)
+#include "accounteditor_test.moc"
