@@ -232,6 +232,7 @@ Composer::Started Composer::startAnswer(const ComposeWish &wish)
         started.context.deed = DraftContext::Deed::Reply;
         started.context.isPersonal = isPersonalReply(original, wish.reply, *identity, options);
         started.composition = replyTo(original, wish.reply, *identity, options);
+        started.attribution = attribution(original, started.context.isPersonal);
         const MessageRefs halves = headersOnly({place});
         if (!halves.empty() && wish.selectedText.isEmpty())
             quoteNothing(started, halves);
@@ -333,6 +334,7 @@ void Composer::sign(Started &started) const
     std::optional<Signature> signature;
     if (!identity.signature.isEmpty())
         signature = readSignature(identity.number, identity.signature);
+    started.signature = signature ? identity.signature : QString();
     const bool isCommand = signature && signature->kind == Signature::Kind::Command;
     if (isCommand)
         started.signatureCommand = signature->text;

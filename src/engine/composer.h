@@ -67,6 +67,8 @@ public:
         /// "Fetch the rest" (ServerWishes::fetchRest()), then start() again.
         MessageRefs headersOnly;
 
+        QString attribution;  ///< the line above the quotation of a reply
+        QString signature;    ///< the name of the one in the text, or of the command; empty: none
         QString tagline;      ///< that is in the text, for a change of the signature
         QString signatureEnd; ///< what setSignature() returned
         QString
@@ -132,6 +134,7 @@ private:
     void recoverAttachments(Drafts::Reading &reading, MessageRef stored) const;
     QString noticesOf(const Drafts::Reading &reading) const;
     QString writerNotice(const QString &address, const Identity &now) const;
+    void recogniseParts(Started &started) const;
     bool isOwn(MessageRef place) const;
     bool liesElsewhere(const Message &message, MessageRef place) const;
     Composition reading(const Message &message, bool isOwn, MessageRef place) const;

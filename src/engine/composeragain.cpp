@@ -1,4 +1,5 @@
 #include "compose/editing.h"
+#include "compose/quoting.h"
 #include "engine/composer.h"
 #include "identity/identitymanager.h"
 #include "identity/signatures.h"
@@ -48,7 +49,11 @@ Composer::Started Composer::goOnWith(int draft) const
     started.composition = reading.composition;
     started.isArticle = started.context.isArticle || started.composition.isNews();
     started.notice = noticesOf(reading);
-    recogniseSignature(started);
+    if (started.context.wasSent)
+        started.notice = tr("This message was sent already, but no copy of it could be stored. %1")
+                             .arg(started.notice)
+                             .trimmed();
+    recogniseParts(started);
     return started;
 }
 
@@ -123,6 +128,15 @@ Composition Composer::reading(const Message &message, bool isOwn, MessageRef pla
     });
 }
 
+/// What stands in the text and was not written there.
+void Composer::recogniseParts(Started &started) const
+{
+    const bool answers = started.context.deed == DraftContext::Deed::Reply;
+    if (const auto original = answers ? read(started.context.original) : std::nullopt)
+        started.attribution = attribution(*original, started.context.isPersonal);
+    recogniseSignature(started);
+}
+
 /// Which of the identity's signatures stands in the text, and the tagline behind it: a draft does not say.
 void Composer::recogniseSignature(Started &started)
 {
@@ -146,6 +160,7 @@ void Composer::recogniseSignature(Started &started)
             return !each.trimmed().isEmpty() && behind.startsWith(each.trimmed());
         });
         started.tagline = tagline == taglines.end() ? QString() : *tagline;
+        started.signature = name;
         started.signatureEnd = with(started.tagline);
     }
 }
@@ -212,7 +227,7 @@ bool Composer::keepTakenBack(Started &started, const Message &message, const Out
         started.notice = writerNotice(senderOf(message), composition.identity);
     }
     started.isArticle = started.context.isArticle || composition.isNews();
-    recogniseSignature(started);
+    recogniseParts(started);
     started.draft = m_drafts.takeBack(entry.draft, message.messageId(), composition);
     return started.draft != 0;
 }

@@ -83,6 +83,8 @@ constexpr StateField kStateFields[] = {
      [](DraftState &s, const QByteArray &text) { s.context.isPersonal = text == "1"; }},
     {"article ", [](const DraftState &s) { return QByteArray(s.context.isArticle ? "1" : "0"); },
      [](DraftState &s, const QByteArray &text) { s.context.isArticle = text == "1"; }},
+    {"sent-without-copy ", [](const DraftState &s) { return QByteArray(s.context.wasSent ? "1" : "0"); },
+     [](DraftState &s, const QByteArray &text) { s.context.wasSent = text == "1"; }},
     {"stored ", [](const DraftState &s) { return placeText(s.context.stored); },
      [](DraftState &s, const QByteArray &text) { s.context.stored = placeOf(text); }},
     {"stored-version ", [](const DraftState &s) { return QByteArray::number(s.storedVersion); },

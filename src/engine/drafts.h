@@ -29,6 +29,7 @@ struct DraftContext
     MessageRefs others = {}; ///< forwarded with the original
     bool isPersonal = false; ///< nobody but the author of the original reads the answer
     bool isArticle = false;  ///< it is written for newsgroups, even when none is named yet
+    bool wasSent = false;    ///< and no copy could be stored: it alone tells what went out
 
     bool operator==(const DraftContext &) const = default;
 };
@@ -153,6 +154,9 @@ public:
 
     void givenUp(int draft); ///< the user took it out of there for good: it is closed
     void settled(int draft); ///< the outbox is done with it: discarded
+
+    /// The outbox is done with it, but has no copy: it is open, and says so until it is sent again.
+    void sentWithoutCopy(int draft);
     /// @}
 
 signals:

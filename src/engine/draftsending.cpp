@@ -31,7 +31,10 @@ void Drafts::handedOver(int number)
     Draft *draft = find(number);
     if (!draft || draft->state().phase != DraftPhase::HandingOver)
         return;
-    enter(*draft, DraftPhase::HandedOver, draft->state().sentId);
+    DraftState state = draft->state();
+    state.phase = DraftPhase::HandedOver;
+    state.context.wasSent = false; // what becomes of this one is not known yet
+    draft->setState(state);
     draft->rest();
 }
 
@@ -94,6 +97,18 @@ void Drafts::settled(int number)
     const bool isGivenUp = state.phase == DraftPhase::Closed && !state.sentId.isEmpty();
     if (isGivenUp || state.phase == DraftPhase::HandedOver || state.phase == DraftPhase::HandingOver)
         discard(number);
+}
+
+void Drafts::sentWithoutCopy(int number)
+{
+    Draft *draft = find(number);
+    if (!draft || !isOnItsWay(draft->state().phase))
+        return;
+    DraftState state = draft->state();
+    state.phase = DraftPhase::Open;
+    state.sentId.clear();
+    state.context.wasSent = true;
+    draft->setState(state);
 }
 
 // --- What a run left of it ------------------------------------------------------------------------------

@@ -31,6 +31,7 @@ Engine::Engine(QObject *parent)
     connect(&m_tags, &Tags::removed, this, [this](int bit) { m_operations.dropTags(1u << bit); });
     connect(&m_operations, &MessageOperations::tagsDropped, &m_tags, &Tags::release);
     connect(&m_outbox, &Outbox::draftSettled, &m_drafts, &Drafts::settled);
+    connect(&m_outbox, &Outbox::draftLacksCopy, &m_drafts, &Drafts::sentWithoutCopy);
     connect(&m_outbox, &Outbox::draftReturned, &m_drafts, &Drafts::givenUp);
 }
 

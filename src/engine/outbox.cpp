@@ -61,6 +61,7 @@ Outbox::Outbox(GroupStore &store, AccountManager &accounts, IdentityManager &ide
     connect(&m_telling, &QTimer::timeout, this, &Outbox::changed);
     connect(&m_filing, &SentFiling::filed, this, &Outbox::sent);
     connect(&m_filing, &SentFiling::draftSettled, this, &Outbox::draftSettled);
+    connect(&m_filing, &SentFiling::draftLacksCopy, this, &Outbox::draftLacksCopy);
     connect(&m_sendoff, &Sendoff::ended, this, &Outbox::endLeases);
     connect(&accounts, &AccountManager::fetchStarted, this, &Outbox::fetchStarted);
     connect(&identities, &IdentityManager::changed, this, &Outbox::assignAccounts);
@@ -345,10 +346,11 @@ const std::vector<OutboxEntry> &Outbox::entries() const
 
 const OutboxEntry *Outbox::entry(quint64 ticket) const
 {
-    const std::vector<OutboxEntry> &all = entries();
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [ticket](const OutboxEntry &entry) { return entry.ticket == ticket; });
-    return found == all.end() ? nullptr : &*found;
+    const std::vector<OutboxEntry> &all = entries(); // in the order of their tickets
+    const auto found =
+        std::lower_bound(all.begin(), all.end(), ticket,
+                         [](const OutboxEntry &entry, quint64 wanted) { return entry.ticket < wanted; });
+    return found == all.end() || found->ticket != ticket ? nullptr : &*found;
 }
 
 const OutboxEntry *Outbox::entryAt(MessageRef place) const

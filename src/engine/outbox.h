@@ -32,8 +32,8 @@ public:
     ~Outbox() override;
 
     /// Reads what is known of the waiting messages; a countdown begins again, what was "sending" is perhaps
-    /// sent, and what was accepted is filed. draftSettled() comes from within; perhapsSent() soon after.
-    /// What was being taken back waits for the user, unless its draft was kept already.
+    /// sent, and what was accepted is filed. draftSettled() and its like come from within; perhapsSent() soon
+    /// after. What was being taken back waits for the user, unless its draft was kept already.
     void load();
 
     /// Files what was accepted. For the end of a run, after the senders.
@@ -125,8 +125,9 @@ signals:
     void sent(quint64 ticket, MessageRef copy);      ///< all recipients; copy is null where none is kept
     void failed(quint64 ticket, const QString &why); ///< some or all refused it, and it waits for the user
     void perhapsSent(quint64 ticket);
-    void draftSettled(int draft);  ///< it was sent, its copy is stored, where one was wanted
-    void draftReturned(int draft); ///< the user gave its message up: it is no longer on its way, and closed
+    void draftSettled(int draft);   ///< it was sent, its copy is stored, where one was wanted
+    void draftLacksCopy(int draft); ///< it was sent, but its text was damaged before it was copied
+    void draftReturned(int draft);  ///< the user gave its message up: it is no longer on its way, and closed
     void accountMissing(int identity); ///< something waits, and no outgoing account is for it
 
 private:

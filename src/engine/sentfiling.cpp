@@ -332,7 +332,7 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
 }
 
 /// What was taken back is written on in its draft. Where there is no copy, the draft alone tells what was
-/// sent; the next start offers it, as one of which no message is found.
+/// sent; the next start offers it, and says so.
 void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
 {
     const int draft = record.wish.draft;
@@ -343,7 +343,11 @@ void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
                    draft == 0 ? tr("A message was sent, but cannot be read any more.\nNo copy was stored.")
                               : tr("A message was sent, but cannot be read any more.\nNo copy was stored; "
                                    "its draft is kept.")));
-    if (draft != 0 && !lacksCopy && !record.isTaken && !isNeededElsewhere(record))
+    if (draft == 0 || record.isTaken || isNeededElsewhere(record))
+        return;
+    if (lacksCopy)
+        emit draftLacksCopy(draft);
+    else
         emit draftSettled(draft);
 }
 

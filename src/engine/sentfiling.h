@@ -49,6 +49,7 @@ public:
 signals:
     void filed(quint64 ticket, MessageRef copy); ///< null where none is kept
     void draftSettled(int draft);                ///< nothing needs it any more
+    void draftLacksCopy(int draft);              ///< it alone tells what was sent
 
 private:
     struct Job

@@ -32,6 +32,8 @@ private slots:
     void aFullDisk();
     void resending();
     void postedAndMailed();
+    void sentWithoutACopy_data();
+    void sentWithoutACopy();
 };
 
 void ComposerAgainTest::sendingKeepsTheDraftUntilTheOutboxLetsItGo()
@@ -100,7 +102,9 @@ void ComposerAgainTest::takingBack()
     QCOMPARE(again.context, begun.context);
     QCOMPARE(again.composition.text, begun.composition.text);
     QCOMPARE(again.composition.bcc, u"Carol <carol@example.org>"_s);
+    QCOMPARE(again.signature, u"main"_s);
     QCOMPARE(again.signatureEnd, begun.signatureEnd);
+    QCOMPARE(again.attribution, begun.attribution);
     QCOMPARE(again.tagline, begun.tagline);
     QCOMPARE(program.engine.drafts().recovered(), std::vector<int>{wish.draft});
     QVERIFY(!program.composer.takeBack(ticket).error.isEmpty());
@@ -266,6 +270,64 @@ void ComposerAgainTest::postedAndMailed()
     QVERIFY(mailed && mailed->text.contains("\n\n[Posted and mailed]\n\nHello\n"));
     QVERIFY(posted && posted->text.contains("\n\nHello\n"));
     QVERIFY(!posted->text.contains("[Posted and mailed]"));
+}
+
+void ComposerAgainTest::sentWithoutACopy_data()
+{
+    QTest::addColumn<bool>("isThrownAway");
+    QTest::newRow("its text is damaged") << false;
+    QTest::newRow("thrown away while it was on its way") << true;
+}
+
+/// It was accepted, and there is nothing to copy: only where the user did not want that, there is more to
+/// say.
+void ComposerAgainTest::sentWithoutACopy()
+{
+    QFETCH(bool, isThrownAway);
+    const Scratch scratch;
+    Outbox::setUndoDelay(0);
+    int draft = 0;
+    {
+        Program program;
+        program.engine.accounts().setFetchesBlocked(true);
+        AccountData smtp;
+        smtp.name = u"out"_s;
+        smtp.host = u"127.0.0.1"_s;
+        smtp.kind = AccountKind::Smtp;
+        const int account = program.engine.accounts().add(smtp);
+        Composition composition = program.start(Kind::New).composition;
+        composition.to = u"bob@example.org"_s;
+        composition.text = u"Hello"_s;
+        draft = program.engine.drafts().begin({});
+        QVERIFY(program.engine.drafts().keep(draft, composition));
+        const quint64 ticket = program.composer.send(composition, {.draft = draft});
+        Outbox &outbox = program.engine.outbox();
+        const MessageRef place = outbox.entry(ticket)->place;
+        QVERIFY(outbox.next(account) && outbox.sending(ticket, {"bob@example.org"}));
+        if (isThrownAway) {
+            program.engine.groups().deleteMessages(program.group(GroupRole::Outbox), {place.article});
+        } else {
+            QFile bin(program.group(GroupRole::Outbox).files().directory() + u"/Bin0"_s);
+            QVERIFY(bin.open(QIODevice::ReadWrite));
+            QVERIFY(bin.write(QByteArray(bin.size(), 'x')) == bin.size());
+        }
+        outbox.accepted(ticket, {"bob@example.org"});
+        outbox.release(ticket, {});
+        outbox.finish();
+        QVERIFY(outbox.entries().empty());
+    }
+    const auto isSaid = [](const QString &report) { return report.contains(u"its draft is kept"); };
+    QCOMPARE(std::count_if(scratch.reports.begin(), scratch.reports.end(), isSaid), isThrownAway ? 0 : 1);
+    Program program;
+    QCOMPARE(program.engine.drafts().recovered(), isThrownAway ? std::vector<int>() : std::vector{draft});
+    if (isThrownAway)
+        return;
+    const auto again = program.composer.goOnWith(draft);
+    QVERIFY2(again.notice.startsWith(u"This message was sent already, but no copy"),
+             qPrintable(again.notice));
+    QCOMPARE(again.composition.text, u"Hello"_s);
+    QVERIFY(program.composer.send(again.composition, {.draft = draft}) != 0);
+    QVERIFY2(!program.engine.drafts().context(draft).wasSent, "what becomes of this one is not known yet");
 }
 
 QTEST_GUILESS_MAIN(ComposerAgainTest)

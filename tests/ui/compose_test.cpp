@@ -1,4 +1,5 @@
 #include "composeprogram.h"
+#include "identity/signatures.h"
 #include "ui/compose/richeditor.h"
 #include "ui/compose/sendlater.h"
 
@@ -6,11 +7,13 @@
 #include <QDateTimeEdit>
 #include <QDir>
 #include <QFileDialog>
+#include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QRadioButton>
 #include <QSignalSpy>
+#include <QStatusBar>
 
 /// Messages are written with the keyboard, through the whole program, from the first key to the outbox.
 class ComposeTest : public QObject, ComposeProgram
@@ -32,6 +35,11 @@ private slots:
     void closesOnlyAfterAsking();
     void warningsHaveAWayBack();
     void restoresAVersion();
+    void aVersionThatDroppedOutIsToldOf();
+    void anotherAddressIsAChange();
+    void saysThatItWasSent();
+    void marksItsSignature();
+    void countsWhatOneWrote();
     void sendsLater();
     void saysWhatIsNotSaved();
     void refusesWhatCannotBeSecret();
@@ -267,14 +275,138 @@ void ComposeTest::restoresAVersion()
     QCOMPARE(m_program->engine.drafts().versions(m_window->draft()).size(), 3U);
 }
 
+/// Fifty are kept, and each new one takes the oldest away.
+void ComposeTest::aVersionThatDroppedOutIsToldOf()
+{
+    QVERIFY(compose());
+    Drafts &drafts = m_program->engine.drafts();
+    const auto keep = [&](int from, int to) {
+        Composition composition = m_window->composition();
+        for (int i = from; i <= to; ++i) {
+            composition.text = u"Thought %1\n"_s.arg(i);
+            QVERIFY(drafts.keep(m_window->draft(), composition));
+        }
+    };
+    const auto chooseOldest = [this](const std::function<void()> &meanwhile) {
+        act("compose.history");
+        auto *dialog = m_window->findChild<QDialog *>();
+        auto *list = dialog->findChild<QListWidget *>();
+        QCOMPARE(list->count(), 50);
+        list->setCurrentRow(49);
+        meanwhile();
+        dialog->accept();
+        QTRY_VERIFY(!m_window->findChild<QDialog *>());
+    };
+    editor()->plain()->setPlainText(u"Thought 1"_s);
+    QVERIFY(m_window->keepNow());
+    keep(2, 50);
+    chooseOldest([this] { editor()->plain()->setPlainText(u"Written meanwhile"_s); });
+    QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"Thought 1"_s);
+    QVERIFY(m_window->keepNow());
+    chooseOldest([&] { keep(51, 60); });
+    QCOMPARE(asking()->text(), u"This version is not there any more."_s);
+    QCOMPARE(editor()->plain()->toPlainText().trimmed(), u"Thought 1"_s);
+}
+
+void ComposeTest::anotherAddressIsAChange()
+{
+    QVERIFY(compose());
+    Identity me = m_window->composition().identity;
+    me.organisation = u"Harbour"_s;
+    QVERIFY(m_program->engine.identities().update(me));
+    QCOMPARE(m_window->composition().identity.organisation, u"Harbour"_s);
+    QVERIFY2(!m_window->isChanged(), "nobody has written anything");
+    me.address = u"clara@harbour.example"_s;
+    QVERIFY(m_program->engine.identities().update(me));
+    QVERIFY(m_window->isChanged());
+}
+
+void ComposeTest::saysThatItWasSent()
+{
+    Drafts &drafts = m_program->engine.drafts();
+    const int draft = drafts.begin({});
+    Composition composition;
+    composition.identity = *m_program->engine.identities().defaultIdentity();
+    composition.text = u"Gone already\n"_s;
+    QVERIFY(drafts.keep(draft, composition) && drafts.handOver(draft, "<1@tidewater.example>"));
+    drafts.handedOver(draft);
+    drafts.sentWithoutCopy(draft);
+    m_program->window->reopenWriting();
+    findWindow();
+    QVERIFY(m_window);
+    QCOMPARE(asking()->text(), u"This message was sent already, but no copy of it could be stored."_s);
+    auto *remove = asking()->findChild<QAbstractButton *>(u"first"_s);
+    QCOMPARE(remove->text(), u"Delete draft"_s);
+    remove->click();
+    m_program->answer(u"Delete draft"_s);
+    QTRY_VERIFY(!m_window);
+    QVERIFY(drafts.versions(draft).empty());
+}
+
+void ComposeTest::marksItsSignature()
+{
+    const int me = m_program->engine.identities().defaultIdentity()->number;
+    for (const char *name : {"Long", "Short"})
+        QVERIFY(writeSignature(me, {QLatin1String(name), Signature::Kind::Plain, QLatin1String(name)}));
+    QVERIFY(compose());
+    const auto marked = [this] {
+        QMenu *menu = m_window->actions().find(u"compose.signature"_s)->menu();
+        emit menu->aboutToShow();
+        QStringList names;
+        for (const QAction *each : menu->actions())
+            if (each->isChecked())
+                names.append(each->text());
+        return names;
+    };
+    const auto choose = [this](const QString &name) {
+        for (QAction *each : m_window->actions().find(u"compose.signature"_s)->menu()->actions())
+            if (each->text() == name)
+                return each->trigger();
+    };
+    QCOMPARE(marked(), QStringList{u"None"_s});
+    choose(u"Short"_s);
+    QCOMPARE(marked(), QStringList{u"Short"_s});
+    act("compose.rich");
+    QCOMPARE(marked(), QStringList{u"Short"_s});
+    choose(u"None"_s);
+    QCOMPARE(marked(), QStringList{u"None"_s});
+    choose(u"Long"_s);
+    editor()->rich()->clear(); // taken away by hand
+    QCOMPARE(marked(), QStringList{u"None"_s});
+}
+
+void ComposeTest::countsWhatOneWrote()
+{
+    Identity me = *m_program->engine.identities().defaultIdentity();
+    QVERIFY(writeSignature(me.number, {u"Long"_s, Signature::Kind::Plain, u"Clara Brandt, Tidewater"_s}));
+    me.signature = u"Long"_s;
+    QVERIFY(m_program->engine.identities().update(me));
+    QVERIFY(m_program->window->selectMessage(m_program->articles.front()));
+    QVERIFY(compose("write.reply"));
+    const auto says = [this](const QString &words) {
+        const auto labels = m_window->statusBar()->findChildren<QLabel *>();
+        return std::any_of(labels.begin(), labels.end(), [&](auto *each) { return each->text() == words; });
+    };
+    QVERIFY(editor()->plain()->toPlainText().contains(u"Brandt"_s));
+    QVERIFY(says(u"0 words"_s));
+    type(u"Thank you"_s);
+    QTRY_VERIFY(says(u"2 words"_s));
+    act("compose.rich");
+    QTRY_VERIFY(says(u"2 words"_s));
+}
+
 void ComposeTest::sendsLater()
 {
     QVERIFY(compose());
     fill(u"bob@example.org"_s, u"S"_s, u"Text"_s);
     act("compose.sendLater");
     auto *dialog = m_window->findChild<QDialog *>();
+    QCOMPARE(dialog->windowTitle(), u"Send later"_s);
     auto *time = dialog->findChild<QDateTimeEdit *>();
-    dialog->findChildren<QRadioButton *>().last()->setChecked(true);
+    QCOMPARE(time->text().count(u':'), 1); // no seconds
+    const auto proposals = dialog->findChildren<QRadioButton *>();
+    QCOMPARE(proposals.first()->text().count(u':'), 1);
+    proposals.last()->setChecked(true);
     const QDateTime then = QDateTime::currentDateTime().addDays(3);
     time->setDateTime(then);
     dialog->accept();

@@ -399,6 +399,62 @@ private slots:
         QVERIFY(outbox.entryAt(place)->state != OutboxState::PerhapsSent);
     }
 
+    void thoseThatStayForOneReasonAreToldTogether()
+    {
+        Writing w;
+        Outbox::setUndoDelay(0);
+        setBoolSetting(Setting::AutoSend, false);
+        for (const char *subject : {"One", "Two", "Three"})
+            w.send(QLatin1String(subject));
+        AccountData paused = w.program.engine.accounts().account(w.account)->data();
+        paused.set(AccountLeftOut, true);
+        QVERIFY(w.program.engine.accounts().update(paused));
+        QTRY_VERIFY(w.program.window->actions().find(u"tools.sendWaiting")->isEnabled());
+        w.program.act("tools.sendWaiting");
+        QTRY_VERIFY2(w.program.bar().startsWith(u"3 messages have not been sent."),
+                     qPrintable(w.program.bar()));
+        QVERIFY2(w.program.bar().contains(u"is held back"), qPrintable(w.program.bar()));
+        QCOMPARE(w.program.window->findChild<QToolButton *>(u"noticesButton"_s)->text(), u"1"_s);
+    }
+
+    void whatIsSettledElsewhereIsToldNoMore_data()
+    {
+        QTest::addColumn<int>("reply"); ///< of the server; 0: none came
+        QTest::addColumn<bool>("isDeleted");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("refused, and deleted") << 550 << true << u"“Tides” could not be sent"_s;
+        QTest::newRow("refused, and sent again") << 550 << false << u"“Tides” could not be sent"_s;
+        QTest::newRow("perhaps sent, and deleted") << 0 << true << u"Nobody knows whether “Tides”"_s;
+        QTest::newRow("perhaps sent, and settled") << 0 << false << u"Nobody knows whether “Tides”"_s;
+    }
+
+    void whatIsSettledElsewhereIsToldNoMore()
+    {
+        QFETCH(int, reply);
+        QFETCH(bool, isDeleted);
+        QFETCH(QString, told);
+        Writing w;
+        Outbox::setUndoDelay(0);
+        Outbox &outbox = w.program.engine.outbox();
+        const MessageRef place = w.send(u"Tides"_s);
+        const quint64 ticket = outbox.entryAt(place)->ticket;
+        QVERIFY(outbox.next(w.account) && outbox.sending(ticket, {"bob@example.org"}));
+        if (reply != 0)
+            outbox.refused(ticket, {{QByteArray(), reply, u"no such box"_s}});
+        outbox.release(ticket, {});
+        QTRY_VERIFY2(w.program.bar().startsWith(told), qPrintable(w.program.bar()));
+        QTest::qWait(0);
+        w.program.window->findChild<OutboxCommands *>()->changed();
+        QVERIFY2(w.program.bar().startsWith(told), "it stays for as long as that holds");
+        if (isDeleted)
+            w.program.engine.groups().deleteMessages(*w.program.group(GroupRole::Outbox), {place.article});
+        else if (reply != 0)
+            outbox.sendNow(ticket);
+        else
+            outbox.settleAsSent(ticket);
+        QTRY_COMPARE(w.program.bar(), QString());
+    }
+
     void nothingIsSentOnClosingOffline()
     {
         Writing w;

@@ -1,5 +1,6 @@
 #include "ui/compose/composeeditor.h"
 
+#include "compose/ownwords.h"
 #include "compose/quotemarks.h"
 #include "ui/compose/composeformat.h"
 #include "ui/compose/plaineditor.h"
@@ -19,23 +20,17 @@ namespace {
 
 constexpr int kLeastLines = 4; ///< of the text that stay in sight
 
-/// What is quoted is not counted.
-int wordsIn(const QTextDocument &document)
+/// Its paragraphs as lines, those of a quotation with its marks.
+QString linesOf(const QTextDocument &document)
 {
-    const QuoteMarks marks;
-    int words = 0;
+    const QString mark = QuoteMarks().prefixOf(1);
+    QString lines;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        const QString text = block.text();
-        if (marks.isQuoted(text) || composeformat::quoteLevel(block.blockFormat()) > 0)
-            continue;
-        bool inWord = false;
-        for (const QChar c : text) {
-            const bool isWord = c.isLetterOrNumber();
-            words += isWord && !inWord;
-            inWord = isWord || (inWord && (c == u'\'' || c == u'’' || c == u'-'));
-        }
+        if (composeformat::quoteLevel(block.blockFormat()) > 0)
+            lines += mark;
+        lines += block.text().replace(QChar::LineSeparator, u'\n').replace(QChar::Nbsp, u' ') + u'\n';
     }
-    return words;
+    return lines;
 }
 
 } // namespace
@@ -235,9 +230,9 @@ QString ComposeEditor::plainForm() const
     return text.isEmpty() || text.endsWith(u'\n') ? text : text + u'\n';
 }
 
-int ComposeEditor::wordCount() const
+int ComposeEditor::wordCount(const QStringList &known) const
 {
-    return wordsIn(m_isRich ? *m_rich->document() : *m_plain->document());
+    return countOwnWords(linesOf(*document()), known);
 }
 
 namespace {

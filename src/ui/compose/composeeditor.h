@@ -44,7 +44,9 @@ public:
     bool hasFormatting() const;
 
     QString plainForm() const;
-    int wordCount() const;
+
+    /// Of what was written here, as countOwnWords() says.
+    int wordCount(const QStringList &known = {}) const;
 
     void undo();
     void redo();

@@ -3,10 +3,10 @@
 #include "config/clock.h"
 #include "ui/look/metrics.h"
 #include "ui/look/smalldialog.h"
+#include "ui/texts/datetext.h"
 
 #include <QCoreApplication>
 #include <QDateTimeEdit>
-#include <QLocale>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
@@ -47,16 +47,18 @@ QDialog *askSendingTime(QWidget *parent, std::function<void(qint64)> done, qint6
     const QString title = planned > 0 ? words(QT_TRANSLATE_NOOP("SendLater", "Change time"))
                                       : words(QT_TRANSLATE_NOOP("SendLater", "Send later"));
     auto *dialog = new SmallDialog(parent, title, words(QT_TRANSLATE_NOOP("SendLater", "Send then")));
-    const QDateTime now = clockNow();
+    QDateTime now = clockNow();
+    now.setTime(QTime(now.time().hour(), now.time().minute()));
     const bool isPlanned = planned > clockSeconds();
     auto *time = new QDateTimeEdit(isPlanned ? QDateTime::fromSecsSinceEpoch(planned) : now.addSecs(3600));
+    time->setDisplayFormat(time->displayFormat().remove(u":ss"_s)); // without a country it has seconds
     time->setCalendarPopup(true);
     time->setMinimumDateTime(now);
     time->setAccessibleName(words(QT_TRANSLATE_NOOP("SendLater", "Date and time")));
     QRadioButton *first = nullptr;
     for (const Proposal &each : proposals(now)) {
-        auto *button =
-            new QRadioButton(each.text + u", "_s + QLocale().toString(each.time, QLocale::ShortFormat));
+        auto *button = new QRadioButton(each.text + u", "_s + dayText(each.time.date(), true) + u' ' +
+                                        timeText(each.time.time()));
         QObject::connect(button, &QRadioButton::toggled, time, [time, each](bool on) {
             if (on)
                 time->setDateTime(each.time);

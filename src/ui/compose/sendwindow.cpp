@@ -118,9 +118,12 @@ SendWindow::SendWindow(const ComposeServices &services, const Composer::Started 
         m_editor->setRich(true); // a quotation of a plain text comes as such
     m_tagline = started.tagline;
     m_signatureEnd = started.signatureEnd;
+    m_attribution = started.attribution;
     m_textAtFirst = m_editor->plainForm();
-    if (!started.signatureCommand.isEmpty())
-        runSignature(started.signatureCommand);
+    if (started.signatureCommand.isEmpty())
+        m_signature = started.signature;
+    else
+        runSignature(started.signature, started.signatureCommand);
     m_isChanged = false;
     m_isKept = true;
     updateStatus();
@@ -328,7 +331,7 @@ void SendWindow::updateStatus()
     m_saved->setText(m_savedText);
     const int delay = Outbox::undoDelay();
     m_delay->setText(delay > 0 ? tr("Sent %1 s after you press Send, with Undo").arg(delay) : QString());
-    const int words = m_editor->wordCount();
+    const int words = m_editor->wordCount({m_signatureEnd, m_attribution});
     m_words->setText(words == 1 ? tr("1 word") : tr("%1 words").arg(locale().toString(words)));
 }
 

@@ -69,6 +69,9 @@ public:
     /// Reads the files bit by bit, as if they were dropped on it; Send waits for them.
     void attachFiles(const QStringList &paths);
 
+    /// Deletes the draft with its versions and closes, after a question.
+    void askBeforeDiscarding();
+
     const ActionRegistry &actions() const { return m_registry; }
 
 signals:
@@ -119,7 +122,7 @@ private:
     void changed();
     void identityChosen(int number);
     void takeSignature(const QString &name);
-    void runSignature(const QString &command);
+    void runSignature(const QString &name, const QString &command);
     void putSignature(const QString &text, bool isHtml);
     void takeTemplate(const QString &name);
     void attachPicture(const QImage &image);
@@ -158,7 +161,6 @@ private:
     void showHistory();
     void restore(int serial);
     void askBeforeClosing();
-    void askBeforeDiscarding();
     void discard();
     /// @}
 
@@ -185,7 +187,9 @@ private:
     int m_draft = 0;
     QString m_textAtFirst;
     QString m_tagline;      ///< that is in the text
+    QString m_signature;    ///< its name; empty: none
     QString m_signatureEnd; ///< with which the text ends, as setSignature() gave it
+    QString m_attribution;  ///< of the quotation that is answered
     bool m_isArticle = false;
     bool m_isChanged = false;   ///< since the draft was stored, or since the window opened
     bool m_isKept = true;       ///< the newest version holds everything

@@ -165,6 +165,7 @@ void SendWindow::restore(int serial)
     shown.composition = version.composition;
     Composer::recogniseSignature(shown);
     if (!shown.signatureEnd.isEmpty() || findSignature(shown.composition.text, m_signatureEnd).start < 0) {
+        m_signature = shown.signature;
         m_signatureEnd = shown.signatureEnd;
         m_tagline = shown.tagline;
     }

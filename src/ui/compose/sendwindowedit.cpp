@@ -64,25 +64,24 @@ void SendWindow::takeSignature(const QString &name)
                     tr("The signature “%1” cannot be read; the text stays as it is.").arg(name));
         return;
     }
-    if (signature->kind != Signature::Kind::Command) {
-        putSignature(signature->text, signature->kind == Signature::Kind::Html);
-        return;
-    }
-    runSignature(signature->text);
+    if (signature->kind == Signature::Kind::Command)
+        return runSignature(name, signature->text);
+    m_signature = name;
+    putSignature(signature->text, signature->kind == Signature::Kind::Html);
 }
 
-void SendWindow::runSignature(const QString &command)
+void SendWindow::runSignature(const QString &name, const QString &command)
 {
     delete m_signing;
     m_signing = new SignatureCommand(this);
     connect(m_signing, &SignatureCommand::finished, this,
-            [this](const QString &text, const QString &problem) {
+            [this, name](const QString &text, const QString &problem) {
                 m_signing->deleteLater();
                 m_signing = nullptr;
-                if (problem.isEmpty())
-                    putSignature(text, false);
-                else
-                    m_bar->tell(MessageBar::Kind::Warning, problem);
+                if (!problem.isEmpty())
+                    return m_bar->tell(MessageBar::Kind::Warning, problem);
+                m_signature = name;
+                putSignature(text, false);
             });
     m_signing->start(command);
 }

@@ -1,4 +1,5 @@
 #include "compose/charsets.h"
+#include "compose/editing.h"
 #include "compose/messagebuilder.h"
 #include "config/settings.h"
 #include "identity/signatures.h"
@@ -138,10 +139,19 @@ void SendWindow::fillFileForms(QMenu *menu)
 
 void SendWindow::fillSignatures(QMenu *menu)
 {
-    menu->addAction(tr("None"), this, [this] { takeSignature({}); });
+    const bool isThere = findSignature(m_editor->plainForm(), m_signatureEnd).start >= 0;
+    const QString current = isThere ? m_signature : QString();
+    auto *group = new QActionGroup(menu);
+    const auto add = [&](const QString &text, const QString &name) {
+        QAction *action = menu->addAction(text, this, [this, name] { takeSignature(name); });
+        action->setCheckable(true);
+        action->setChecked(name == current);
+        group->addAction(action);
+    };
+    add(tr("None"), {});
     menu->addSeparator();
     for (const QString &name : signatureNames(m_header->identity()))
-        menu->addAction(QString(name).replace(u'&', u"&&"_s), this, [this, name] { takeSignature(name); });
+        add(QString(name).replace(u'&', u"&&"_s), name);
 }
 
 void SendWindow::fillTemplates(QMenu *menu)

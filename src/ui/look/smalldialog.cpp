@@ -9,8 +9,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-using namespace Qt::StringLiterals;
-
 SmallDialog::SmallDialog(QWidget *parent, const QString &title, const QString &verb)
     : QDialog(parent)
     , m_contents(new QVBoxLayout)
@@ -18,7 +16,7 @@ SmallDialog::SmallDialog(QWidget *parent, const QString &title, const QString &v
     , m_footer(new DialogFooter(verb))
 {
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(u"Velmar"_s);
+    setWindowTitle(title);
     auto *head = new QLabel(title);
     head->setTextFormat(Qt::PlainText);
     setFontScale(head, scale::subject, QFont::DemiBold);

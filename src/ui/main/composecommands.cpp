@@ -96,8 +96,11 @@ void ComposeCommands::tellFailure(const Composer::Started &started)
 
 void ComposeCommands::tellNotice(SendWindow &window, const Composer::Started &started)
 {
-    if (!started.notice.isEmpty())
-        window.bar().ask(MessageBar::Kind::Warning, started.notice, fetchingRest(started));
+    if (started.notice.isEmpty())
+        return;
+    const AskingBar::Answer remove = {tr("Delete draft"), [&window] { window.askBeforeDiscarding(); }};
+    window.bar().ask(MessageBar::Kind::Warning, started.notice,
+                     started.context.wasSent ? remove : fetchingRest(started));
 }
 
 SendWindow *ComposeCommands::windowOf(int draft) const

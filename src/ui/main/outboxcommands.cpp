@@ -8,8 +8,10 @@
 #include "ui/texts/messagetexts.h"
 
 #include <QScopedValueRollback>
+#include <QSet>
 
 #include <algorithm>
+#include <map>
 
 using namespace Qt::StringLiterals;
 
@@ -161,6 +163,7 @@ void OutboxCommands::sendWaiting()
             if (each.state == OutboxState::Waiting)
                 m_fresh.insert(each.ticket, true);
         wish([this] { m_engine.outbox().sendWaiting(true); });
+        lookAtFresh();
     };
     if (isOnline())
         return sendAll();
@@ -261,74 +264,80 @@ void OutboxCommands::noteSent(quint64 ticket)
 /// Of one that nothing of its own keeps.
 bool OutboxCommands::goesByItself(const OutboxEntry &entry, bool isAsked) const
 {
-    return canGo(entry.place) && (isAsked || boolSetting(Setting::AutoSend));
+    return canGo(entry) && (isAsked || boolSetting(Setting::AutoSend));
 }
 
 bool OutboxCommands::canGo(MessageRef place) const
 {
     const OutboxEntry *entry = m_engine.outbox().entryAt(place);
-    const Account *account = entry ? m_engine.accounts().account(entry->account) : nullptr;
+    return entry && canGo(*entry);
+}
+
+bool OutboxCommands::canGo(const OutboxEntry &entry) const
+{
+    const Account *account = m_engine.accounts().account(entry.account);
     return account && !account->data().has(AccountLeftOut) && isOnline();
 }
 
-/// Who wants a message sent learns where it stays behind: when its countdown is over, not before.
+/// Who wants a message sent learns where it stays behind: when its countdown is over, not before. Those that
+/// stay for one reason are told of together.
 void OutboxCommands::lookAtFresh()
 {
-    const OutboxEntry *told = m_engine.outbox().entry(m_toldTicket);
-    if (m_toldTicket != 0 && (!told || told->state != OutboxState::Waiting)) {
-        m_toldTicket = 0;
-        emit untold(m_told);
-    }
-    for (const quint64 ticket : m_fresh.keys()) {
-        const OutboxEntry *entry = m_engine.outbox().entry(ticket);
+    untellSettled();
+    std::map<QString, QList<quint64>> staying;
+    for (auto at = m_fresh.begin(); at != m_fresh.end();) {
+        const OutboxEntry *entry = m_engine.outbox().entry(at.key());
         const bool isWaiting = entry && entry->state == OutboxState::Waiting;
         const bool isOnItsWay = entry && (entry->countsDown || entry->state == OutboxState::Sending);
-        const bool stays = isWaiting && !goesByItself(*entry, m_fresh.value(ticket));
-        if (stays || (!isWaiting && !isOnItsWay))
-            m_fresh.remove(ticket);
+        const bool stays = isWaiting && !goesByItself(*entry, at.value());
         if (stays)
-            tellThatTheyStay({ticket});
+            staying[m_engine.outbox().status(at.key())].append(at.key());
+        at = stays || (!isWaiting && !isOnItsWay) ? m_fresh.erase(at) : std::next(at);
     }
+    for (const auto &[why, tickets] : staying)
+        tellThatTheyStay(tickets, why);
 }
 
 /// A sender could not do what it began for.
 void OutboxCommands::sessionFailed(int account)
 {
     QList<quint64> staying;
-    for (const quint64 ticket : m_fresh.keys()) {
-        const OutboxEntry *entry = m_engine.outbox().entry(ticket);
-        if (entry && entry->account == account && entry->state == OutboxState::Waiting)
-            staying.append(ticket);
+    for (auto at = m_fresh.begin(); at != m_fresh.end();) {
+        const OutboxEntry *entry = m_engine.outbox().entry(at.key());
+        const bool stays = entry && entry->account == account && entry->state == OutboxState::Waiting;
+        if (stays)
+            staying.append(at.key());
+        at = stays ? m_fresh.erase(at) : std::next(at);
     }
-    for (const quint64 ticket : std::as_const(staying))
-        m_fresh.remove(ticket);
     if (!staying.isEmpty())
-        tellThatTheyStay(staying);
+        tellThatTheyStay(staying, m_engine.outbox().status(staying.first()));
 }
 
-void OutboxCommands::tellThatTheyStay(const QList<quint64> &tickets)
+void OutboxCommands::tellThatTheyStay(const QList<quint64> &tickets, const QString &why)
 {
     const quint64 ticket = tickets.first();
     const OutboxEntry &entry = *m_engine.outbox().entry(ticket);
-    const QString why = harmlessLine(m_engine.outbox().status(ticket));
-    m_told = tickets.size() == 1 ? tr("“%1” has not been sent. %2").arg(subjectOf(entry.place), why)
-                                 : tr("%1 messages have not been sent. %2").arg(tickets.size()).arg(why);
-    m_toldTicket = ticket;
+    const QString text =
+        tickets.size() == 1
+            ? tr("“%1” has not been sent. %2").arg(subjectOf(entry.place), harmlessLine(why))
+            : tr("%1 messages have not been sent. %2").arg(tickets.size()).arg(harmlessLine(why));
     const AskingBar::Answer send = {entry.account != 0 ? tr("Send now") : tr("Set up…"), [this, tickets] {
                                         for (const quint64 each : tickets)
                                             sendNow(each);
                                     }};
     const AskingBar::Answer edit = {tr("Edit"), [this, ticket] { takeBack(ticket); }};
-    emit told(MessageBar::Kind::Warning, m_told, send, tickets.size() == 1 ? edit : AskingBar::Answer());
+    rememberTold(entry, text);
+    emit told(MessageBar::Kind::Warning, text, send, tickets.size() == 1 ? edit : AskingBar::Answer());
 }
 
 void OutboxCommands::failed(quint64 ticket, const QString &why)
 {
     const OutboxEntry *entry = m_engine.outbox().entry(ticket);
-    const MessageRef place = entry ? entry->place : MessageRef();
-    emit told(MessageBar::Kind::Error,
-              tr("“%1” could not be sent: %2").arg(subjectOf(place), harmlessLine(why)),
-              {tr("Edit"), [this, ticket] { takeBack(ticket); }},
+    if (!entry)
+        return; // the user threw it away while it was on its way
+    const QString text = tr("“%1” could not be sent: %2").arg(subjectOf(entry->place), harmlessLine(why));
+    rememberTold(*entry, text);
+    emit told(MessageBar::Kind::Error, text, {tr("Edit"), [this, ticket] { takeBack(ticket); }},
               {tr("Send again"), [this, ticket] { sendNow(ticket); }});
 }
 
@@ -337,10 +346,33 @@ void OutboxCommands::doubted(quint64 ticket)
     const OutboxEntry *entry = m_engine.outbox().entry(ticket);
     if (!entry)
         return;
-    emit told(MessageBar::Kind::Warning,
-              tr("Nobody knows whether “%1” was sent. %2")
-                  .arg(subjectOf(entry->place), harmlessLine(entry->reason))
-                  .trimmed(),
-              {tr("Send again"), [this, ticket] { sendNow(ticket); }},
+    const QString text = tr("Nobody knows whether “%1” was sent. %2")
+                             .arg(subjectOf(entry->place), harmlessLine(entry->reason))
+                             .trimmed();
+    rememberTold(*entry, text);
+    emit told(MessageBar::Kind::Warning, text, {tr("Send again"), [this, ticket] { sendNow(ticket); }},
               {tr("It was sent"), [this, ticket] { m_engine.outbox().settleAsSent(ticket); }});
+}
+
+// --- What is told no more ----------------------------------------------------------------------------------
+
+void OutboxCommands::rememberTold(const OutboxEntry &entry, const QString &text)
+{
+    m_told.insert(entry.ticket, {entry.state, text});
+}
+
+/// However that came: by an answer of its bar, in the list of the outbox, or by itself.
+void OutboxCommands::untellSettled()
+{
+    QSet<QString> standing;
+    QSet<QString> settled;
+    for (auto at = m_told.begin(); at != m_told.end();) {
+        const OutboxEntry *entry = m_engine.outbox().entry(at.key());
+        const bool stands = entry && entry->state == at->state;
+        (stands ? standing : settled).insert(at->text);
+        at = stands ? std::next(at) : m_told.erase(at);
+    }
+    settled.subtract(standing); // two may have one subject
+    for (const QString &text : std::as_const(settled))
+        emit untold(text);
 }

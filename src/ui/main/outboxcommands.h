@@ -12,7 +12,6 @@
 
 class Engine;
 class QWidget;
-struct OutboxEntry;
 
 /// What the user does with messages that wait in the outbox, and what he is told of them.
 class OutboxCommands : public QObject
@@ -82,14 +81,24 @@ signals:
     void changed();
 
 private:
+    /// What was told of a message; it holds for as long as that stands there.
+    struct Told
+    {
+        OutboxState state;
+        QString text;
+    };
+
     QString subjectOf(MessageRef place) const;
     std::vector<quint64> ticketsAt(MessageRef place) const;
+    bool canGo(const OutboxEntry &entry) const;
     bool goesByItself(const OutboxEntry &entry, bool isAsked) const;
     void wish(const std::function<void()> &send);
     void sendNow(quint64 ticket);
     void lookAtFresh();
     void sessionFailed(int account);
-    void tellThatTheyStay(const QList<quint64> &tickets);
+    void tellThatTheyStay(const QList<quint64> &tickets, const QString &why);
+    void rememberTold(const OutboxEntry &entry, const QString &text);
+    void untellSettled();
     void takeBack(quint64 ticket);
     void failed(quint64 ticket, const QString &why);
     void doubted(quint64 ticket);
@@ -99,7 +108,6 @@ private:
     QWidget *m_window;
     QTimer m_counting;
     QMap<quint64, bool> m_fresh; ///< that are to go: where they stay, that is told; true: "now"
-    QString m_told;              ///< of one that stays
-    quint64 m_toldTicket = 0;
+    QMap<quint64, Told> m_told;  ///< by tickets
     bool m_isWished = false;
 };
