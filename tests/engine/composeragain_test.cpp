@@ -3,6 +3,7 @@
 #include "config/settings.h"
 #include "identity/signatures.h"
 #include "net/accountmanager.h"
+#include "store/bincompactor.h"
 #include "support/diskfaults.h"
 #include "support/mail.h"
 #include "support/memory.h"
@@ -305,7 +306,10 @@ void ComposerAgainTest::sentWithoutACopy()
         const MessageRef place = outbox.entry(ticket)->place;
         QVERIFY(outbox.next(account) && outbox.sending(ticket, {"bob@example.org"}));
         if (isThrownAway) {
-            program.engine.groups().deleteMessages(program.group(GroupRole::Outbox), {place.article});
+            Group &waiting = program.group(GroupRole::Outbox);
+            program.engine.groups().deleteMessages(waiting, {place.article});
+            QVERIFY(waiting.flush());
+            QCOMPARE(BinCompactor(waiting.files(), 0).run(), BinCompactor::Progress::Done);
         } else {
             QFile bin(program.group(GroupRole::Outbox).files().directory() + u"/Bin0"_s);
             QVERIFY(bin.open(QIODevice::ReadWrite));
