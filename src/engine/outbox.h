@@ -82,7 +82,8 @@ public:
     QString statusAt(MessageRef place) const; ///< a line for each of its entries; empty: none waits there
 
     /// Out of its countdown, its date, its refusal, its doubt; whatever `AutoSend` says, and nothing but it.
-    void sendNow(quint64 ticket);
+    void sendNow(const QList<quint64> &tickets);
+    void sendNow(quint64 ticket) { sendNow(QList{ticket}); }
     bool holdUntil(quint64 ticket, qint64 due); ///< seconds since 1970 UTC; false: it waits as before
     void settleAsSent(quint64 ticket);          ///< the user knows that a "perhaps sent" one was sent
 

@@ -7,6 +7,7 @@
 #include <QScopedValueRollback>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 // What the user does with waiting messages: taking them back, sending, holding and deleting them.
@@ -147,28 +148,37 @@ void Outbox::completeTaking()
 
 // --- Sending and holding --------------------------------------------------------------------------------
 
-void Outbox::sendNow(quint64 ticket)
+void Outbox::sendNow(const QList<quint64> &tickets)
 {
-    const OutboxRecord *wanted = m_file.find(ticket);
-    if (!wanted || wanted->isServed() || wanted->copy || wanted->away || wanted->isLetGo)
-        return;
-    const MessageRef place = wanted->place;
-    const int identity = wanted->identity;
-    std::set<int> accounts;
-    for (const OutboxRecord &record : m_file.records()) {
-        const bool goesAlong = record.place == place && !record.has(Fate::Doubtful) && !record.isGivenUp &&
-                               !record.isServed() && record.has(Fate::Open);
-        if ((record.ticket != ticket && !goesAlong) || record.isLeased || record.copy || record.away ||
-            record.isLetGo)
+    std::set<quint64> wanted;
+    std::set<MessageRef> places;
+    for (const quint64 ticket : tickets) {
+        const OutboxRecord *record = m_file.find(ticket);
+        if (!record || record->isServed() || record->copy || record->away || record->isLetGo)
             continue;
-        const bool isMarked = m_file.mark(record.ticket, OutboxVerb::Wait, {}, Durable::Now);
-        if (isMarked && record.transport == OutboxTransport::Mail)
-            accounts.insert(record.account);
+        wanted.insert(ticket);
+        places.insert(record->place);
     }
+    if (wanted.empty())
+        return;
+    const Durable durable = wanted.size() == 1 ? Durable::Now : Durable::Later; // then all at once
+    std::map<int, int> identities; // by the accounts that are to send, one of each
+    for (const OutboxRecord &record : m_file.records()) {
+        const bool goesAlong = places.contains(record.place) && !record.has(Fate::Doubtful) &&
+                               !record.isGivenUp && !record.isServed() && record.has(Fate::Open);
+        if ((!wanted.contains(record.ticket) && !goesAlong) || record.isLeased || record.copy ||
+            record.away || record.isLetGo)
+            continue;
+        const bool isMarked = m_file.mark(record.ticket, OutboxVerb::Wait, {}, durable);
+        if (isMarked && record.transport == OutboxTransport::Mail)
+            identities.emplace(record.account, record.identity);
+    }
+    if (durable == Durable::Later && !m_file.sync())
+        identities.clear();
     touched();
     if (!m_identities.isReadable())
         return;
-    for (const int account : accounts) {
+    for (const auto &[account, identity] : identities) {
         if (account == 0)
             emit accountMissing(identity);
         else

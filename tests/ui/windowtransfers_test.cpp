@@ -415,6 +415,13 @@ private slots:
                      qPrintable(w.program.bar()));
         QVERIFY2(w.program.bar().contains(u"is held back"), qPrintable(w.program.bar()));
         QCOMPARE(w.program.window->findChild<QToolButton *>(u"noticesButton"_s)->text(), u"1"_s);
+        paused.set(AccountLeftOut, false);
+        QVERIFY(w.program.engine.accounts().update(paused));
+        QVERIFY(!w.clients.of(w.account));
+        Writing::button(w.bar(), u"first")->click();
+        QVERIFY(w.clients.of(w.account));
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(w.program.engine.outbox().next(w.account));
     }
 
     void whatIsSettledElsewhereIsToldNoMore_data()

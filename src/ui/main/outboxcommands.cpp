@@ -181,10 +181,11 @@ void OutboxCommands::wish(const std::function<void()> &send)
     send();
 }
 
-void OutboxCommands::sendNow(quint64 ticket)
+void OutboxCommands::sendNow(const QList<quint64> &tickets)
 {
-    m_fresh.insert(ticket, true);
-    wish([this, ticket] { m_engine.outbox().sendNow(ticket); });
+    for (const quint64 ticket : tickets)
+        m_fresh.insert(ticket, true);
+    wish([this, &tickets] { m_engine.outbox().sendNow(tickets); });
 }
 
 /// Of what is both mailed and posted the outbox sends the other half along, but not one that may have gone.
@@ -321,10 +322,8 @@ void OutboxCommands::tellThatTheyStay(const QList<quint64> &tickets, const QStri
         tickets.size() == 1
             ? tr("“%1” has not been sent. %2").arg(subjectOf(entry.place), harmlessLine(why))
             : tr("%1 messages have not been sent. %2").arg(tickets.size()).arg(harmlessLine(why));
-    const AskingBar::Answer send = {entry.account != 0 ? tr("Send now") : tr("Set up…"), [this, tickets] {
-                                        for (const quint64 each : tickets)
-                                            sendNow(each);
-                                    }};
+    const AskingBar::Answer send = {entry.account != 0 ? tr("Send now") : tr("Set up…"),
+                                    [this, tickets] { sendNow(tickets); }};
     const AskingBar::Answer edit = {tr("Edit"), [this, ticket] { takeBack(ticket); }};
     rememberTold(entry, text);
     emit told(MessageBar::Kind::Warning, text, send, tickets.size() == 1 ? edit : AskingBar::Answer());

@@ -93,7 +93,8 @@ private:
     bool canGo(const OutboxEntry &entry) const;
     bool goesByItself(const OutboxEntry &entry, bool isAsked) const;
     void wish(const std::function<void()> &send);
-    void sendNow(quint64 ticket);
+    void sendNow(const QList<quint64> &tickets);
+    void sendNow(quint64 ticket) { sendNow(QList{ticket}); }
     void lookAtFresh();
     void sessionFailed(int account);
     void tellThatTheyStay(const QList<quint64> &tickets, const QString &why);
