@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QChar kQuotation = QChar::ParagraphSeparator; ///< stands for all lines of one
-constexpr qsizetype kMostSearched = 200'000;             ///< characters; in more a line or two do not matter
+constexpr qsizetype kMostSearched = 100'000;            ///< characters; in more a line or two do not matter
 
 /// What is looked at closely is only what is left.
 QString withoutQuotations(QStringView rest)
