@@ -18,7 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 constexpr std::size_t kMostCopies = 20;      ///< of one original that get its marks
-constexpr qint64 kMostPrepared = 4'000'000;  ///< bytes of a text that is packed ahead, and of all of these
+constexpr qint64 kMostAtOnce = 1'000'000;    ///< bytes of a text that is packed ahead
+constexpr qint64 kMostPrepared = 4'000'000;  ///< bytes of all of these
 constexpr qint64 kMostInMemory = 16'000'000; ///< bytes of texts that are filed together, or one text
 } // namespace
 
@@ -89,7 +90,7 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
     const bool isRead = boolSetting(isSentGroup ? Setting::MarkReadOnSend : Setting::MarkReadOnSendFile);
     job.copy = m_store.pack(*job.target, Message(sent),
                             {.time = clockSeconds(), .marks = isRead ? Marks(Mark::Read) : Marks()});
-    return job;
+    return job.copy.data.isNull() ? std::nullopt : std::optional(std::move(job));
 }
 
 bool SentFiling::prepareNext(const std::vector<quint64> &tickets)
@@ -99,7 +100,8 @@ bool SentFiling::prepareNext(const std::vector<quint64> &tickets)
         inMemory += job.copy.data.size();
     for (const quint64 ticket : tickets) {
         const OutboxRecord *record = m_prepared.contains(ticket) ? nullptr : m_file.find(ticket);
-        if (!record || record->copy || inMemory + record->length > kMostPrepared)
+        if (!record || record->copy || record->length > kMostAtOnce ||
+            inMemory + record->length > kMostPrepared)
             continue;
         std::optional<Job> job = prepare(*record);
         if (!job || !job->target)

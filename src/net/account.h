@@ -117,6 +117,10 @@ public:
 
     /// The server takes messages of at most so many bytes; 0: it names no limit.
     void noteLargestMail(qint64 bytes);
+
+    /// Whether commands may go behind a final dot: not any more in this run, once the server broke off there.
+    bool takesCommandsEarly() const { return m_takesCommandsEarly; }
+    void noteBreakBehindDot() { m_takesCommandsEarly = false; }
     /// @}
 
     /// Makes @p password the one that counts and keeps it as @p keeping says, for a window as for an answer.
@@ -214,4 +218,5 @@ private:
     Step m_step = Step::None;
     bool m_fetching = false;
     bool m_isServing = false;
+    bool m_takesCommandsEarly = true;
 };

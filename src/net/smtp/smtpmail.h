@@ -64,7 +64,6 @@ public:
     QList<QByteArray> unrefused() const;
 
     bool isMailRefused = false; ///< MAIL was, and the answers to the rest of a batch mean nothing
-    bool isDataSaid = false;    ///< with MAIL and RCPT, before their answers
     bool isSending = false;     ///< the queue knows that the final dot is about to go out
     bool isSettled = false;     ///< and what became of it
     /// @}

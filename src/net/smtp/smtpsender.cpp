@@ -57,8 +57,6 @@ constexpr std::array<SMTPSender::Step, std::size_t(SMTPSender::State::Ended) + 1
      &SMTPSender::textReply},
     {State::Quit, QT_TRANSLATE_NOOP("SMTPSender", "the reply to QUIT"), 1 * kMinute, &SMTPSender::quitReply},
     {State::Rset, QT_TRANSLATE_NOOP("SMTPSender", "the reply to RSET"), 5 * kMinute, &SMTPSender::rsetReply},
-    {State::NoText, QT_TRANSLATE_NOOP("SMTPSender", "the reply to no message"), 10 * kMinute,
-     &SMTPSender::noTextReply},
     {State::Ended, QT_TRANSLATE_NOOP("SMTPSender", "nothing"), 0, &SMTPSender::ignore},
 }};
 
@@ -218,6 +216,8 @@ void SMTPSender::end(AccountFetchReason reason, const QString &detail)
 {
     if (m_state == State::Ended || hasEnded())
         return;
+    if (m_state == State::Text && m_isNextSaid && account())
+        account()->noteBreakBehindDot();
     m_state = State::Ended;
     m_slice.stop();
     m_replyLimit.stop();

@@ -94,8 +94,7 @@ private:
         Text = 18,
         Quit = 19,
         Rset = 20,
-        NoText = 21, ///< a dot alone, where DATA was said in vain
-        Ended = 22,
+        Ended = 21,
     };
     struct Step
     {
@@ -169,10 +168,6 @@ private:
     void rcptReply(const SmtpReply &reply);
     void sayRcpt();
     void recipientsAnswered();
-    bool mayWrite() const;
-    void leaveTransaction();
-    void needlessDataReply(const SmtpReply &reply);
-    void noTextReply(const SmtpReply &reply);
     void dataReply(const SmtpReply &reply);
     void writeText();
     void endUnwritten();

@@ -81,8 +81,9 @@ std::unique_ptr<SmtpMail> SMTPSender::nextMail()
 /// ones would be in memory.
 void SMTPSender::lookAhead()
 {
-    if (m_next || !m_mail || m_isStopping || !account() || !m_sent || !m_extensions.pipelining ||
-        m_mail->hasWaiting() || m_mail->text().size() > kLongText)
+    const bool isTime = m_mail && !m_mail->hasWaiting() && m_mail->text().size() <= kLongText;
+    if (m_next || !isTime || m_isStopping || !m_sent || !m_extensions.pipelining || !account() ||
+        !account()->takesCommandsEarly())
         return;
     m_next = nextMail();
     m_isNextReady = m_next && m_next->prepare();
@@ -189,9 +190,8 @@ void SMTPSender::awaitTransaction()
     m_ahead.start(0);
 }
 
-/// What begins it. MAIL and, where the server takes them so, all RCPT behind it. DATA with them only where it
-/// has taken a message before: until then one may learn from the answers that it wants a login, and DATA
-/// cannot be undone.
+/// MAIL and, where the server takes them so, all RCPT behind it. Never DATA: whether there is anything to
+/// send is known from the answers.
 QList<QByteArray> SMTPSender::transaction(SmtpMail &mail) const
 {
     mail.begin(mostRecipients());
@@ -209,9 +209,6 @@ QList<QByteArray> SMTPSender::transaction(SmtpMail &mail) const
         return commands;
     for (qsizetype i = 0; i < mail.count(); ++i)
         commands.append("RCPT TO:<" + mail.recipient(i).wire + '>');
-    mail.isDataSaid = m_sent;
-    if (mail.isDataSaid)
-        commands.append("DATA");
     return commands;
 }
 
@@ -267,50 +264,19 @@ void SMTPSender::rcptReply(const SmtpReply &reply)
 
 void SMTPSender::recipientsAnswered()
 {
-    if (m_loginWish.isEmpty() && !m_mail->isMailRefused) {
-        tellRefusals(m_mail->takeRefusals());
-        m_mail->isSettled = m_mail->taken().isEmpty();
-    }
-    if (m_mail->isDataSaid)
-        return enter(State::Data);
-    mayWrite() ? say("DATA", State::Data) : leaveTransaction();
-}
-
-/// Whether a text is to follow 354.
-bool SMTPSender::mayWrite() const
-{
-    return m_loginWish.isEmpty() && !m_mail->isMailRefused && !m_mail->taken().isEmpty();
-}
-
-void SMTPSender::leaveTransaction()
-{
     if (!m_loginWish.isEmpty())
         return logInAfterAll();
-    if (m_mail->isMailRefused && m_mail->taken().isEmpty())
-        return nextTransaction();
+    if (m_mail->isMailRefused)
+        return m_mail->taken().isEmpty() ? nextTransaction() : say("RSET", State::Rset);
+    tellRefusals(m_mail->takeRefusals());
+    if (!m_mail->taken().isEmpty())
+        return say("DATA", State::Data);
+    m_mail->isSettled = true;
     say("RSET", State::Rset);
-}
-
-/// DATA went out before it was known that nothing may follow. A server that wants the text nonetheless gets a
-/// single dot (RFC 2920 3.1), which reaches nobody as long as it took nobody.
-void SMTPSender::needlessDataReply(const SmtpReply &reply)
-{
-    if (reply.isRefusal())
-        return leaveTransaction();
-    if (reply.code() != 354 || !m_mail->taken().isEmpty())
-        return endWithReply(reply);
-    say(".", State::NoText);
-}
-
-void SMTPSender::noTextReply(const SmtpReply &)
-{
-    leaveTransaction();
 }
 
 void SMTPSender::dataReply(const SmtpReply &reply)
 {
-    if (!mayWrite())
-        return needlessDataReply(reply);
     if (wantsLogin(reply)) {
         m_loginWish = reply.lines();
         return logInAfterAll();
