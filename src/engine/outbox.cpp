@@ -144,7 +144,7 @@ void Outbox::lookUp(quint64 ticket)
                          overview->textCrc() == record.crc && overview->unpackedLength() == record.length;
     if (!isThere && group().isOpen() && !record.has(Fate::Served)) {
         note(u"A message that was handed over for sending is not there any more"_s);
-        m_file.drop(ticket);
+        m_file.drop({ticket});
     } else if (record.isServed() || (!isThere && group().isOpen())) {
         m_settled.push_back(ticket);
     } else if (record.has(Fate::Doubtful)) {
@@ -284,7 +284,7 @@ quint64 Outbox::add(const QByteArray &message, int identity, const SendWish &wis
         tickets.push_back(enter(*record, OutboxTransport::News, {QByteArray()}));
     if (!m_file.sync() || !storeText(text, tickets)) {
         for (const quint64 ticket : tickets)
-            m_file.drop(ticket);
+            m_file.drop({ticket});
         m_file.sync();
         return 0;
     }

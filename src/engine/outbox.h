@@ -189,6 +189,7 @@ private:
     void putOff(OutboxRecord &record);
     void released(OutboxRecord &record, const QString &reason);
     void settle(quint64 ticket);
+    QDateTime localTime();
     void prepareSettled();
     void endLease(quint64 ticket, const std::function<void(OutboxRecord &)> &unserved);
     void fileSettled();
@@ -210,6 +211,7 @@ private:
     QTimer m_syncing;
     QTimer m_fileSoon;
     QTimer m_prepareSoon;
+    QDateTime m_localTime;
     QTimer m_telling;
     qint64 m_lastTick = 0;
     qint64 m_fileAgain = 0;   ///< after a failure

@@ -239,9 +239,26 @@ bool OutboxFile::hasRoom(std::size_t recipients)
     return (open() && reserve(2 * kSpare + qint64(recipients) * kPerRecipient)) || failed();
 }
 
-void OutboxFile::drop(quint64 ticket)
+bool OutboxFile::mark(const std::vector<Mark> &marks)
 {
-    mark(ticket, OutboxVerb::Gone, {}, Durable::Later);
+    QByteArray lines;
+    for (const Mark &one : marks)
+        lines += lineOf(one.ticket, one.verb, one.fields);
+    const bool isWritten = append(lines, Durable::Later);
+    for (const Mark &one : marks)
+        apply(one.ticket, one.verb, one.fields);
+    m_isReported = m_isReported && !isWritten;
+    return isWritten || failed();
+}
+
+void OutboxFile::drop(const std::set<quint64> &tickets)
+{
+    QByteArray lines;
+    for (const quint64 ticket : tickets)
+        lines += lineOf(ticket, OutboxVerb::Gone, {});
+    std::erase_if(m_records, [&](const OutboxRecord &record) { return tickets.contains(record.ticket); });
+    if (!append(lines, Durable::Later))
+        failed();
 }
 
 bool OutboxFile::sync()

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <set>
 #include <vector>
 
 /// What is known of the waiting messages: the list, and its journal "Outbox/Journal", to which every change
@@ -47,11 +48,20 @@ public:
     /// applied either.
     bool mark(quint64 ticket, OutboxVerb verb, const OutboxFields &fields, Durable durable);
 
+    /// Several that are Later, written at once. False after a report: they are applied nonetheless.
+    struct Mark
+    {
+        quint64 ticket;
+        OutboxVerb verb;
+        OutboxFields fields;
+    };
+    bool mark(const std::vector<Mark> &marks);
+
     /// Whether a mark that is Now and names so many recipients finds its place. False after a report.
     bool hasRoom(std::size_t recipients);
 
-    /// The message is done with.
-    void drop(quint64 ticket);
+    /// The messages are done with.
+    void drop(const std::set<quint64> &tickets);
 
     /// False after a report.
     bool sync();

@@ -30,6 +30,7 @@ constexpr qint64 kLongestTrying = 2 * 24 * 3600;
 
 constexpr qint64 kRest = 60; ///< seconds for which what was given back unsent is let alone
 
+constexpr qsizetype kSmallText = 64 * 1024; ///< bytes; kept until the copy is filed
 constexpr std::size_t kFiledAtOnce = 100;
 constexpr qint64 kPauseOfFiling = 60; ///< seconds after a failure
 
@@ -97,11 +98,20 @@ std::deque<quint64> Outbox::readyTickets(int account, qint64 now) const
     return tickets;
 }
 
+/// To the second. The system looks its zone up each time that it is asked.
+QDateTime Outbox::localTime()
+{
+    if (!m_localTime.isValid() || m_localTime.toSecsSinceEpoch() != clockSeconds()) {
+        const QDateTime local = clockNow();
+        m_localTime = local.toOffsetFromUtc(local.offsetFromUtc());
+    }
+    return m_localTime;
+}
+
 /// None: it cannot go as it is, and waits for the user.
 std::optional<OutgoingMessage> Outbox::lease(OutboxRecord &record)
 {
-    const QDateTime local = clockNow();
-    const QDateTime now = local.toOffsetFromUtc(local.offsetFromUtc()); // the zone is looked up but once
+    const QDateTime now = localTime();
     QByteArray text = m_filing.textOf(record);
     touched();
     if (text.isNull()) {
@@ -123,6 +133,7 @@ std::optional<OutgoingMessage> Outbox::lease(OutboxRecord &record)
     record.isPutOff = record.isRefused = false;
     record.leasedAt = now;
     OutgoingMessage message{record.ticket, dated(text, now, record.wish.isBounce), {}};
+    record.leasedText = message.text.size() <= kSmallText ? message.text : QByteArray();
     for (const OutboxRecipient &one : record.recipients) {
         if (one.fate == Fate::Open && !one.address.isEmpty())
             message.remaining += one.address;
@@ -230,6 +241,7 @@ void Outbox::endLease(quint64 ticket, const std::function<void(OutboxRecord &)> 
     touched();
     if (record->isServed())
         return settle(ticket);
+    record->leasedText.clear();
     unserved(*record);
     record = m_file.find(ticket);
     if (record && record->away) { // the user deleted it meanwhile

@@ -77,6 +77,7 @@ struct OutboxRecord
     bool isPutOff = false;  ///< refused for now during this lease
     bool isRefused = false; ///< refused for good during this lease
     QDateTime leasedAt;
+    QByteArray leasedText; ///< as it was handed out then, where it is small
     qint64 restsUntil = 0; ///< a sender gave it back as it was: it would only be given it again
     /// @}
 

@@ -311,7 +311,7 @@ void Outbox::lookForAway(OutboxRecord &record)
                (overview && overview->textCrc() == record.crc && overview->unpackedLength() == record.length);
     });
     if (!isSomewhere)
-        m_file.drop(record.ticket);
+        m_file.drop({record.ticket});
     else if (record.has(Fate::Served) && record.wish.keepsCopy)
         m_settled.push_back(record.ticket);
 }

@@ -67,11 +67,24 @@ Group *SentFiling::targetOf(const OutboxRecord &record) const
     return usual ? usual : m_store.group(isPost ? GroupRole::SentNews : GroupRole::SentMail);
 }
 
-std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) const
+/// Whether what was handed out last is what left.
+bool SentFiling::wasHandedOutSo(const OutboxRecord &record)
 {
-    Job job{record.ticket, {}, nullptr};
+    return !record.leasedText.isEmpty() && record.leasedAt.toSecsSinceEpoch() == record.date &&
+           record.leasedAt.offsetFromUtc() == record.zone;
+}
+
+/// What left, and where its copy goes.
+std::optional<SentFiling::Job> SentFiling::collect(const OutboxRecord &record) const
+{
+    Job job{record.ticket, {}, {}, nullptr};
     if (!keepsCopy(record))
         return job;
+    if (wasHandedOutSo(record)) {
+        job.sent = withoutControls(record.leasedText);
+        job.target = targetOf(record);
+        return job;
+    }
     Group *outbox = m_store.group(record.place.group);
     if (outbox)
         outbox->rowCount(); // opens it
@@ -81,33 +94,53 @@ std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) c
     if (text.isNull())
         return job; // said already; what was sent is not sent again for that
     const QDateTime date = QDateTime::fromSecsSinceEpoch(record.date, Qt::OffsetFromUTC, record.zone);
-    QByteArray sent = withoutControls(record.transport == OutboxTransport::News ? postedForm(text) : text);
+    job.sent = withoutControls(record.transport == OutboxTransport::News ? postedForm(text) : text);
     if (record.date != 0)
-        sent = dated(sent, date, record.wish.isBounce);
+        job.sent = dated(job.sent, date, record.wish.isBounce);
     job.target = targetOf(record);
+    return job;
+}
+
+/// False: it cannot be packed, and that was said.
+bool SentFiling::pack(Job &job) const
+{
+    if (!job.target)
+        return true;
     const bool isSentGroup =
         job.target->role() == GroupRole::SentMail || job.target->role() == GroupRole::SentNews;
     const bool isRead = boolSetting(isSentGroup ? Setting::MarkReadOnSend : Setting::MarkReadOnSendFile);
-    job.copy = m_store.pack(*job.target, Message(sent),
+    job.copy = m_store.pack(*job.target, Message(std::exchange(job.sent, {})),
                             {.time = clockSeconds(), .marks = isRead ? Marks(Mark::Read) : Marks()});
-    return job.copy.data.isNull() ? std::nullopt : std::optional(std::move(job));
+    return !job.copy.data.isNull();
 }
 
+std::optional<SentFiling::Job> SentFiling::prepare(const OutboxRecord &record) const
+{
+    std::optional<Job> job = collect(record);
+    return job && pack(*job) ? std::move(job) : std::nullopt;
+}
+
+/// In two steps, for there is time twice on the way of a message.
 bool SentFiling::prepareNext(const std::vector<quint64> &tickets)
 {
-    qint64 inMemory = 0;
-    for (const auto &[ticket, job] : m_prepared)
-        inMemory += job.copy.data.size();
-    for (const quint64 ticket : tickets) {
-        const OutboxRecord *record = m_prepared.contains(ticket) ? nullptr : m_file.find(ticket);
-        if (!record || record->copy || record->length > kMostAtOnce ||
-            inMemory + record->length > kMostPrepared)
-            continue;
-        std::optional<Job> job = prepare(*record);
-        if (!job || !job->target)
-            continue;
-        m_prepared.emplace(ticket, std::move(*job));
+    if (m_collected) {
+        Job job = *std::exchange(m_collected, std::nullopt);
+        if (pack(job)) {
+            m_preparedBytes += job.copy.data.size();
+            m_prepared.insert_or_assign(job.ticket, std::move(job));
+        }
         return true;
+    }
+    for (auto ticket = tickets.rbegin(); ticket != tickets.rend() && !m_prepared.contains(*ticket);
+         ++ticket) {
+        const OutboxRecord *record = m_file.find(*ticket);
+        if (!record || record->copy || record->length > kMostAtOnce ||
+            m_preparedBytes + record->length > kMostPrepared)
+            continue;
+        m_collected = collect(*record);
+        if (m_collected && m_collected->target)
+            return true;
+        m_collected.reset();
     }
     return false;
 }
@@ -119,6 +152,13 @@ std::optional<SentFiling::Job> SentFiling::takePrepared(const OutboxRecord &reco
     if (prepared && keepsCopy(record) && targetOf(record) == prepared.mapped().target)
         return std::move(prepared.mapped());
     return prepare(record);
+}
+
+void SentFiling::forgetPrepared()
+{
+    m_collected.reset();
+    m_prepared.clear();
+    m_preparedBytes = 0;
 }
 
 void SentFiling::file(const std::vector<quint64> &tickets)
@@ -145,7 +185,7 @@ void SentFiling::file(const std::vector<quint64> &tickets)
         jobs.push_back(std::move(*job));
     }
     fileTogether(std::move(jobs));
-    m_prepared.clear(); // of what was forgotten meanwhile
+    forgetPrepared(); // what went another way meanwhile
 }
 
 void SentFiling::fileTogether(std::vector<Job> jobs)
@@ -162,6 +202,7 @@ void SentFiling::fileTogether(std::vector<Job> jobs)
 bool SentFiling::announce(std::vector<Job> &jobs)
 {
     std::map<Group *, quint32> next;
+    std::vector<OutboxFile::Mark> marks;
     for (const Job &job : jobs) {
         SentCopy copy;
         if (job.target) {
@@ -171,11 +212,12 @@ bool SentFiling::announce(std::vector<Job> &jobs)
             const Overview &overview = job.copy.summary.overview;
             copy = {{job.target->number(), place->second++}, overview.unpackedLength(), overview.textCrc()};
         }
-        m_file.mark(job.ticket, OutboxVerb::Copy,
-                    {QByteArray::number(copy.place.group), QByteArray::number(copy.place.article),
-                     QByteArray::number(copy.length), QByteArray::number(copy.crc)},
-                    OutboxFile::Durable::Later);
+        marks.push_back({job.ticket,
+                         OutboxVerb::Copy,
+                         {QByteArray::number(copy.place.group), QByteArray::number(copy.place.article),
+                          QByteArray::number(copy.length), QByteArray::number(copy.crc)}});
     }
+    m_file.mark(marks); // sync() tells what could not be written
     return m_file.sync();
 }
 
@@ -323,19 +365,21 @@ void SentFiling::finish(const std::vector<quint64> &tickets)
         if (group && !m_store.deleteMessages(*group, articles, true))
             return; // they are found at the next start, with their copies
     }
+    std::set<quint64> done;
     for (const Filed &one : filed) {
-        const OutboxRecord *record = m_file.find(one.ticket);
-        if (record)
-            settleDraft(*record, one.lacksCopy);
-        m_file.drop(one.ticket);
-        emit this->filed(one.ticket, one.copy);
+        if (const OutboxRecord *record = m_file.find(one.ticket))
+            settleDraft(*record, one.lacksCopy, done);
+        done.insert(one.ticket);
     }
+    m_file.drop(done);
+    for (const Filed &one : filed)
+        emit this->filed(one.ticket, one.copy);
     m_file.compact();
 }
 
 /// What was taken back is written on in its draft. Where there is no copy, the draft alone tells what was
 /// sent; the next start offers it, and says so.
-void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
+void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy, const std::set<quint64> &done)
 {
     const int draft = record.wish.draft;
     lacksCopy = lacksCopy && !record.away; // else the user threw it away, and it lies there
@@ -345,7 +389,7 @@ void SentFiling::settleDraft(const OutboxRecord &record, bool lacksCopy)
                    draft == 0 ? tr("A message was sent, but cannot be read any more.\nNo copy was stored.")
                               : tr("A message was sent, but cannot be read any more.\nNo copy was stored; "
                                    "its draft is kept.")));
-    if (draft == 0 || record.isTaken || isNeededElsewhere(record))
+    if (draft == 0 || record.isTaken || isNeededElsewhere(record, done))
         return;
     if (lacksCopy)
         emit draftLacksCopy(draft);
@@ -371,6 +415,6 @@ bool SentFiling::forget(quint64 ticket, Leaving how)
         return true;
     if (!isNeededElsewhere(*record) && !takeOut(*record, how))
         return false;
-    m_file.drop(ticket);
+    m_file.drop({ticket});
     return true;
 }

@@ -55,11 +55,16 @@ private:
     struct Job
     {
         quint64 ticket;
-        PackedMessage copy;      ///< of what left
+        QByteArray sent; ///< as it left, until it is packed
+        PackedMessage copy;
         Group *target = nullptr; ///< none: no copy is kept
     };
 
+    std::optional<Job> collect(const OutboxRecord &record) const;
+    bool pack(Job &job) const;
+    static bool wasHandedOutSo(const OutboxRecord &record);
     std::optional<Job> prepare(const OutboxRecord &record) const;
+    void forgetPrepared();
     std::optional<Job> takePrepared(const OutboxRecord &record);
     Group *targetOf(const OutboxRecord &record) const;
     bool keepsCopy(const OutboxRecord &record) const;
@@ -69,7 +74,7 @@ private:
     bool takeOut(const OutboxRecord &record, Leaving how);
     void fileTogether(std::vector<Job> jobs);
     void finish(const std::vector<quint64> &tickets);
-    void settleDraft(const OutboxRecord &record, bool lacksCopy);
+    void settleDraft(const OutboxRecord &record, bool lacksCopy, const std::set<quint64> &done);
     void markOriginals(const OutboxRecord &record) const;
     MessageRefs placesOf(const OutboxOriginal &original) const;
     bool isNeededElsewhere(const OutboxRecord &record, const std::set<quint64> &except = {}) const;
@@ -77,5 +82,7 @@ private:
     GroupStore &m_store;
     IdentityManager &m_identities;
     OutboxFile &m_file;
+    std::optional<Job> m_collected; ///< and not packed yet
     std::map<quint64, Job> m_prepared;
+    qint64 m_preparedBytes = 0;
 };

@@ -80,7 +80,7 @@ void SmtpMail::begin(qsizetype most)
     m_answered = m_postponed = 0;
     m_taken.clear();
     m_refusals.clear();
-    isMailRefused = isSending = isSettled = false;
+    isMailRefused = isTextOut = isSending = isSettled = false;
     m_text.rewind();
 }
 

@@ -64,6 +64,7 @@ public:
     QList<QByteArray> unrefused() const;
 
     bool isMailRefused = false; ///< MAIL was, and the answers to the rest of a batch mean nothing
+    bool isTextOut = false;     ///< all but the final dot
     bool isSending = false;     ///< the queue knows that the final dot is about to go out
     bool isSettled = false;     ///< and what became of it
     /// @}

@@ -170,6 +170,7 @@ private:
     void recipientsAnswered();
     void dataReply(const SmtpReply &reply);
     void writeText();
+    void writeDot();
     void endUnwritten();
     void earlyReply(const SmtpReply &reply);
     void textReply(const SmtpReply &reply);

@@ -16,6 +16,7 @@ namespace {
 constexpr qsizetype kBlock = 64 * 1024;    // bytes of text that are made ready at once
 constexpr qint64 kMostUnsent = 256 * 1024; // bytes that wait in the socket
 constexpr qint64 kLongText = 1024 * 1024;  // bytes that may take long to go out
+constexpr QByteArrayView kDot = ".\r\n";
 constexpr int kStatusMilliseconds = 100;
 constexpr int kMostTroubles = 20; // lines
 
@@ -308,27 +309,33 @@ void SMTPSender::endUnwritten()
 void SMTPSender::writeText()
 {
     SmtpText &text = m_mail->text();
-    while (m_state == State::Writing && socket()->bytesToWrite() < kMostUnsent) {
+    while (m_state == State::Writing && !m_mail->isTextOut && socket()->bytesToWrite() < kMostUnsent) {
         if (socket()->bytesAvailable() > 0 || m_reply.isBegun())
             return;
         QByteArray block = text.take(kBlock);
         if (!text.atEnd() && block.size() < kBlock)
             block += text.take(kBlock - block.size());
-        QByteArray bytes = terminateBody(block);
-        if (text.atEnd()) {
-            lookAhead(); // before the mark: from that to the dot nothing is to take long
-            if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
-                return endUnwritten();
-            m_mail->isSending = true;
-            enter(State::Text);
-            const QByteArray next = beginNext();
-            bytes += next;
-            m_behindDot = next.size();
-        } else {
-            bytes.chop(3); // the dot's line
-        }
-        socket()->writeBlock(bytes.constData(), bytes.size());
+        const QByteArray bytes = terminateBody(block);
+        socket()->writeBlock(bytes.constData(), bytes.size() - kDot.size());
+        if (text.atEnd())
+            writeDot();
     }
+}
+
+/// The text travels while the disk is at work; nothing else is to take long between the mark and the dot.
+void SMTPSender::writeDot()
+{
+    m_mail->isTextOut = true;
+    socket()->flush();
+    lookAhead();
+    if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
+        return endUnwritten();
+    m_mail->isSending = true;
+    enter(State::Text);
+    const QByteArray next = beginNext();
+    m_behindDot = next.size();
+    const QByteArray bytes = kDot.toByteArray() + next;
+    socket()->writeBlock(bytes.constData(), bytes.size());
 }
 
 void SMTPSender::slotBytesWritten(int bytes)
