@@ -162,7 +162,9 @@ void OutboxJournalTest::withoutACopyTheDraftStays()
         Scratch scratch;
         OutboxAtTest f;
         setBoolSetting(Setting::KeepSentMail, isWanted);
-        const quint64 ticket = f.add(outgoing("1"), {.draft = 7});
+        const QByteArray large =
+            outgoing("1") + QByteArray("Hello.\n").repeated(20'000); // not kept in memory
+        const quint64 ticket = f.add(large, {.draft = 7});
         Group &group = *f.engine.groups().group(GroupRole::Outbox);
         const auto message = f.outbox.next(f.account);
         QVERIFY(f.outbox.sending(ticket, message->remaining));

@@ -12,8 +12,10 @@ namespace {
 
 const QByteArray kHello = "S: 220 ready\nC~ EHLO .*\nS: 250 localhost\n";
 const QByteArray kEnvelope = "C: MAIL FROM:<ada@example.org>\nS: 250 ok\nC: RCPT TO:<bob@example.org>\n";
-const QByteArray kText = "C: DATA\nS: 354 go on\nC: From: Ada <ada@example.org>\nC: To: bob@example.org\n"
-                         "C~ Subject: s [0-9]\nC~ Message-ID: <[0-9]>\nC~ Date: .*\nC: \nC: Hello\nC: .\n";
+const QByteArray kTextWithoutDot =
+    "C: DATA\nS: 354 go on\nC: From: Ada <ada@example.org>\nC: To: bob@example.org\n"
+    "C~ Subject: s [0-9]\nC~ Message-ID: <[0-9]>\nC~ Date: .*\nC: \nC: Hello\n";
+const QByteArray kText = kTextWithoutDot + "C: .\n";
 const QByteArray kBye = "C: QUIT\nS: 221 bye\nX\n";
 
 /// The whole program, whose outgoing account is a scripted server.
@@ -204,7 +206,7 @@ void OutboxSendingTest::onAFullDisk()
 {
     const Scratch scratch;
     const QByteArray start = kHello + kEnvelope + "S: 250 ok\n";
-    ScriptedServer server(start + "C: DATA\nS: 354 go on\nE\n--\n" + kHello + "E\n--\n" + start + kText +
+    ScriptedServer server(start + kTextWithoutDot + "E\n--\n" + kHello + "E\n--\n" + start + kText +
                           "S: 250 taken\n" + kBye);
     SendingAtTest s(server);
     const quint64 ticket = s.add(outgoing("1"));
