@@ -296,7 +296,7 @@ def sending(table):
     plain, ours = senders.write(f'{DATA}/outgoing', MAIL, SENT)
     with senders.Sink() as sink:
         velmar, smtplib = best(9, lambda: send_once(sink.port, ours), lambda: senders.by_smtplib(sink.port, plain))
-        outbox, marked = best(5, lambda: send_outbox(sink.port, ours),
+        outbox, marked = best(9, lambda: send_outbox(sink.port, ours),
                               lambda: senders.by_smtplib_with_marks(sink.port, plain, f'{DATA}/marks'))
         few = plain[:SENT // 10]
         msmtp = senders.by_msmtp(sink.port, few) * SENT / len(few)
