@@ -342,9 +342,10 @@ void SMTPSender::slotBytesWritten(int bytes)
 {
     if (m_state != State::Writing && m_state != State::Text)
         return;
-    m_written += bytes;
+    const bool isOut = m_state == State::Text && socket()->bytesToWrite() == 0;
+    m_written = isOut ? m_mail->text().size() : m_written + bytes; // not all pieces are told
     startReplyLimit();
-    showText(m_state == State::Text && socket()->bytesToWrite() == 0);
+    showText(isOut);
     if (m_state == State::Writing)
         writeText();
 }
