@@ -211,8 +211,8 @@ private:
     QTimer m_syncing;
     QTimer m_fileSoon;
     QTimer m_prepareSoon;
-    QDateTime m_localTime;
     QTimer m_telling;
+    QDateTime m_localTime;
     qint64 m_lastTick = 0;
     qint64 m_fileAgain = 0;   ///< after a failure
     qint64 m_forgetAgain = 0; ///< what was let go and could not be; 0: there is none

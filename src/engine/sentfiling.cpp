@@ -125,7 +125,9 @@ bool SentFiling::prepareNext(const std::vector<quint64> &tickets)
 {
     if (m_collected) {
         Job job = *std::exchange(m_collected, std::nullopt);
-        if (pack(job)) {
+        const OutboxRecord *record = m_file.find(job.ticket);
+        job.target = record ? targetOf(*record) : nullptr; // the group may have been removed since
+        if (job.target && pack(job)) {
             m_preparedBytes += job.copy.data.size();
             m_prepared.insert_or_assign(job.ticket, std::move(job));
         }

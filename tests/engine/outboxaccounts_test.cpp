@@ -20,6 +20,7 @@ private slots:
     void whatBlocksASessionGoesLast();
     void handedBack();
     void offlineWhatIsOnItsWayArrives();
+    void theCopysGroupGoesMeanwhile();
 };
 
 void OutboxAccountsTest::accountsComeAndGo()
@@ -213,6 +214,29 @@ void OutboxAccountsTest::offlineWhatIsOnItsWayArrives()
     QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
     QCOMPARE(f.state(second), OutboxState::Waiting);
     QCOMPARE(FakeServer().serve(f.outbox, f.account), 1);
+}
+
+/// Copies are made ready bit by bit while others are sent: before the first bit, between two, and behind
+/// both.
+void OutboxAccountsTest::theCopysGroupGoesMeanwhile()
+{
+    for (int passes = 0; passes < 4; ++passes) {
+        const Scratch scratch;
+        OutboxAtTest f;
+        Group *mine = f.engine.groups().make(u"Mine"_s);
+        const quint64 ticket = f.add(outgoing("1"), {.sentGroup = mine->number()});
+        const auto message = f.outbox.next(f.account);
+        QVERIFY(f.outbox.sending(ticket, message->remaining));
+        f.outbox.accepted(ticket, message->remaining);
+        f.outbox.release(ticket, {});
+        for (int i = 0; i < passes; ++i)
+            QCoreApplication::processEvents();
+        QVERIFY(f.engine.groups().remove(*mine));
+        QCoreApplication::processEvents();
+        f.outbox.finish();
+        QCOMPARE(f.subjects(GroupRole::SentMail), QStringList{u"s 1"_s});
+        QCOMPARE(f.outbox.entries().size(), 0u);
+    }
 }
 
 QTEST_GUILESS_MAIN(OutboxAccountsTest)

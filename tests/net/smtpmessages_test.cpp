@@ -35,12 +35,6 @@ private slots:
     void inTheMiddleOfTheText();
 };
 
-namespace {
-
-const QByteArray kMail = "C: MAIL FROM:<ada@example.com>\n";
-
-} // namespace
-
 void SmtpMessagesTest::clientName_data()
 {
     QTest::addColumn<QString>("host");
@@ -157,7 +151,7 @@ void SmtpMessagesTest::transactions_data()
         QByteArrayList{"sending 1 bob@example.org", "accepted 1 bob@example.org", "release 1"} + nextCalls);
     row("two recipients, one of them refused and the other elsewhere",
         {waitingMail(two), waitingMail("dan@example.org")},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 550-no\nS: 550 such user\nC: RCPT "
             "TO:<eve@example.net>\n"
             "S: 251 moved\nC: DATA\nS: 354 go\n" +
@@ -167,28 +161,29 @@ void SmtpMessagesTest::transactions_data()
             nextCalls,
         u"bob@example.org: 550 no such user"_s);
     row("all recipients refused", {waitingMail(two), waitingMail("dan@example.org")},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 550 a\nC: RCPT TO:<eve@example.net>\nS: 450 b\nC: "
             "RSET\n"
             "S: 250 ok\n" +
             next,
         QByteArrayList{"refused 1 | bob@example.org 550 a | eve@example.net 450 b", "release 1"} + nextCalls,
         u"bob@example.org: 550 a\neve@example.net: 450 b"_s);
-    row("MAIL refused", {waitingMail(two), waitingMail("dan@example.org")}, kMail + "S: 552 large\n" + next,
+    row("MAIL refused", {waitingMail(two), waitingMail("dan@example.org")},
+        kMailFromAda + "S: 552 large\n" + next,
         QByteArrayList{"refused 1 |  552 large", "release 1"} + nextCalls, u"Message 1: 552 large"_s);
     row("DATA refused", {waitingMail(), waitingMail("dan@example.org")},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 451 later\nC: RSET\nS: 250 "
             "ok\n" +
             next,
         QByteArrayList{"refused 1 |  451 later", "release 1"} + nextCalls, u"Message 1: 451 later"_s);
     row("the text refused", {waitingMail(), waitingMail("dan@example.org")},
-        kMail + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n" + arrivingMail() +
-            "S: 554 spam\n" + next,
+        kMailFromAda + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n" +
+            arrivingMail() + "S: 554 spam\n" + next,
         QByteArrayList{"sending 1 bob@example.org", "refused 1 |  554 spam", "release 1"} + nextCalls,
         u"Message 1: 554 spam"_s);
     row("one refused before the text is", {waitingMail(two), waitingMail("dan@example.org")},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 550 a\nC: RCPT TO:<eve@example.net>\nS: 250 b\nC: "
             "DATA\n"
             "S: 354 go\n" +
@@ -198,21 +193,21 @@ void SmtpMessagesTest::transactions_data()
             nextCalls,
         u"bob@example.org: 550 a\neve@example.net: 554 spam"_s);
     row("too many for one transaction, says the server", {waitingMail(two)},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 a\nC: RCPT TO:<eve@example.net>\nS: 452 too "
             "many\n"
             "C: DATA\nS: 354 go\n" +
-            arrivingMail(two) + "S: 250 ok\n" + kMail +
+            arrivingMail(two) + "S: 250 ok\n" + kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<eve@example.net>\nS: 250 ok\nC: DATA\nS: 354 go\n" + arrivingMail(two) +
             "S: 250 ok\n",
         {"sending 1 bob@example.org", "accepted 1 bob@example.org", "sending 1 eve@example.net",
          "accepted 1 eve@example.net", "release 1"});
     row("too many for one transaction, says an old server", {waitingMail(two)},
-        kMail +
+        kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 a\nC: RCPT TO:<eve@example.net>\nS: 552 too "
             "many\n"
             "C: DATA\nS: 354 go\n" +
-            arrivingMail(two) + "S: 250 ok\n" + kMail +
+            arrivingMail(two) + "S: 250 ok\n" + kMailFromAda +
             "S: 250 ok\nC: RCPT TO:<eve@example.net>\nS: 552 full\nC: RSET\nS: 250 ok\n",
         {"sending 1 bob@example.org", "accepted 1 bob@example.org", "refused 1 | eve@example.net 552 full",
          "release 1"},
@@ -227,7 +222,7 @@ void SmtpMessagesTest::transactions_data()
         u"Message 1: The message holds letters beyond ASCII where they must stay as they are, as in what is "
         u"signed, and the server takes none"_s);
     row("no room, for the only one", {waitingMail()},
-        kMail + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 452 full\nC: RSET\nS: 250 ok\n",
+        kMailFromAda + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 452 full\nC: RSET\nS: 250 ok\n",
         {"refused 1 | bob@example.org 452 full", "release 1"}, u"bob@example.org: 452 full"_s);
     row("no recipients, and nothing that could be one",
         {"From: ada@example.com\nSubject: x\n\nx\n", waitingMail("<bob@>"), "To: bob@example.org\n\nx\n"}, {},
@@ -264,7 +259,7 @@ void SmtpMessagesTest::recipientsPerTransaction()
         all.append("r" + QByteArray::number(i) + "@example.org");
     QByteArray script = smtpHello("PIPELINING");
     for (int from = 0; from < 250; from += 100) {
-        script += kMail;
+        script += kMailFromAda;
         for (int i = from; i < qMin(from + 100, 250); ++i)
             script += "C: RCPT TO:<" + all[i] + ">\n";
         script += "G: " + QByteArray::number(qMin(101, 251 - from)) + " 250 ok\\r\\n\nC: DATA\nS: 354 go\n" +
@@ -282,7 +277,7 @@ void SmtpMessagesTest::onlyTheRest()
 {
     SmtpUserAtTest user(0, {});
     user.queue.add(waitingMail("bob@example.org, eve@example.net"), {"eve@example.net"});
-    QVERIFY(user.play(smtpHello() + kMail +
+    QVERIFY(user.play(smtpHello() + kMailFromAda +
                       "S: 250 ok\nC: RCPT TO:<eve@example.net>\nS: 250 ok\nC: DATA\nS: 354 go\n" +
                       arrivingMail("bob@example.org, eve@example.net") + "S: 250 ok\n" + smtpQuit()));
     QCOMPARE(user.queue.calls.value(1), QByteArray("accepted 1 eve@example.net"));
@@ -295,7 +290,7 @@ void SmtpMessagesTest::injection()
     const QByteArray evil = "bob@example.org>\r\nRCPT TO:<eve@example.net";
     user.queue.add(waitingMail(), {evil, "bob@example.org"});
     user.queue.add("From: \"a\\\r\nDATA\" <x>y@example.com\nTo: bob@example.org\n\nx\n");
-    QVERIFY(user.play(smtpHello("PIPELINING") + kMail +
+    QVERIFY(user.play(smtpHello("PIPELINING") + kMailFromAda +
                       "C: RCPT TO:<bob@example.org>\nS: 250 ok\nS: 250 ok\nC: DATA\nS: 354 go\n" +
                       arrivingMail() + "S: 250 ok\n" + smtpQuit()));
     QCOMPARE(
@@ -311,8 +306,8 @@ void SmtpMessagesTest::notWrittenDown()
     SmtpUserAtTest user(0, {});
     user.queue.add(waitingMail("bob@example.org", QByteArray("Hello.\n").repeated(100000)));
     user.queue.canWrite = false;
-    QByteArray script =
-        smtpHello() + kMail + "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n";
+    QByteArray script = smtpHello() + kMailFromAda +
+                        "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n";
     ScriptedServer server(script + "C: From: Ada <ada@example.com>\nW\nE\n");
     QVERIFY(user.meet(server).start());
     QVERIFY(user.waitForEnd());
@@ -403,7 +398,7 @@ void SmtpMessagesTest::inTheMiddleOfTheText()
     QFETCH(const QByteArray, end);
     SmtpUserAtTest user(0, {});
     user.queue.add(waitingMail("bob@example.org", QByteArray("Hello.\n").repeated(3'000'000)));
-    ScriptedServer server(smtpHello() + kMail +
+    ScriptedServer server(smtpHello() + kMailFromAda +
                           "S: 250 ok\nC: RCPT TO:<bob@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\n"
                           "C: From: Ada <ada@example.com>\n" +
                           end);

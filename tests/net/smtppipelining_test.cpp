@@ -25,17 +25,11 @@ private slots:
     void notLookedForDuringALongText();
 };
 
-namespace {
-
-const QByteArray kMail = "C: MAIL FROM:<ada@example.com>\n";
-
-} // namespace
-
 void SmtpPipeliningTest::pipelined_data()
 {
     QTest::addColumn<QByteArray>("script");
     QTest::addColumn<QByteArrayList>("calls");
-    const QByteArray batch = kMail + "C: RCPT TO:<bob@example.org>\nC: RCPT TO:<eve@example.net>\nQ\n";
+    const QByteArray batch = kMailFromAda + "C: RCPT TO:<bob@example.org>\nC: RCPT TO:<eve@example.net>\nQ\n";
     const QByteArray text = "C: DATA\nS: 354 go\n" + arrivingMail("bob@example.org, eve@example.net");
     QTest::newRow("taken") << batch + "S: 250 a\nS: 250 b\nS: 250 c\n" + text + "S: 250 ok\n"
                            << QByteArrayList{"sending 1 bob@example.org eve@example.net",
@@ -74,7 +68,7 @@ void SmtpPipeliningTest::batchInHalves()
         SmtpUserAtTest user(0, {});
         user.queue.add(waitingMail("bob@example.org, eve@example.net"));
         QVERIFY(
-            user.play(smtpHello("PIPELINING") + kMail +
+            user.play(smtpHello("PIPELINING") + kMailFromAda +
                           "C: RCPT TO:<bob@example.org>\nC: RCPT TO:<eve@example.net>\nP: 250 a\\r\\n250\nQ\n"
                           "P:  b\\r\\n\nQ\nP: 250-c\\r\\n250 c\nQ\nP: \\r\\n\nC: DATA\nS: 354 go\n" +
                           arrivingMail("bob@example.org, eve@example.net") + "S: 250 ok\n" + smtpQuit(),
@@ -88,14 +82,14 @@ namespace {
 /// A first message, and the text of a second behind whose dot a third begins.
 QByteArray threeUpToTheDot()
 {
-    return smtpHello("PIPELINING") + kMail +
+    return smtpHello("PIPELINING") + kMailFromAda +
            "C: RCPT TO:<bob@example.org>\nQ\nS: 250 a\nS: 250 b\nC: DATA\nS: 354 c\n" + arrivingMail() +
-           "S: 250 queued\n" + kMail +
+           "S: 250 queued\n" + kMailFromAda +
            "C: RCPT TO:<dan@example.org>\nQ\nS: 250 a\nS: 250 b\nC: DATA\nS: 354 c\n" +
            arrivingMail("dan@example.org");
 }
 
-const QByteArray kThird = kMail + "C: RCPT TO:<eve@example.net>\nQ\n";
+const QByteArray kThird = kMailFromAda + "C: RCPT TO:<eve@example.net>\nQ\n";
 
 void addThree(FakeQueue &queue)
 {
@@ -201,7 +195,7 @@ void SmtpPipeliningTest::tooLargeToBeBegunEarly()
     const QByteArray upToTheDot = threeUpToTheDot()
                                       .replace("PIPELINING", "SIZE 500")
                                       .replace("S: 250 SIZE", "S: 250-PIPELINING\nS: 250 SIZE");
-    QVERIFY(user.play(QByteArray(upToTheDot).replace(kMail, kMail.chopped(1) + " SIZE=72\n") +
+    QVERIFY(user.play(QByteArray(upToTheDot).replace(kMailFromAda, kMailFromAda.chopped(1) + " SIZE=72\n") +
                       "Q\nS: 250 queued\n" + smtpQuit()));
     const QByteArrayList calls = {
         "accepted 2 dan@example.org", "release 2",

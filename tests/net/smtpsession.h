@@ -214,6 +214,8 @@ inline QByteArray arrivingMail(const QByteArray &recipients = "bob@example.org",
     return "C: From: Ada <ada@example.com>\nC: To: " + recipients + "\nC: Subject: x\nC:\n" + body + "C: .\n";
 }
 
+inline const QByteArray kMailFromAda = "C: MAIL FROM:<ada@example.com>\n";
+
 /// A whole transaction, not pipelined.
 inline QByteArray smtpDelivery(const QByteArray &recipient = "bob@example.org",
                                const QByteArray &parameters = {})

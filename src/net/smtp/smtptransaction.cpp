@@ -100,11 +100,8 @@ bool SMTPSender::mayBeginNext()
            m_queue->hasRoom(m_next->ticket());
 }
 
-/// The beginning of the next transaction, or nothing.
 QByteArray SMTPSender::beginNext()
 {
-    if (!mayBeginNext())
-        return {};
     m_isNextSaid = true;
     return commandLines(transaction(*m_next));
 }
@@ -328,11 +325,12 @@ void SMTPSender::writeDot()
     m_mail->isTextOut = true;
     socket()->flush();
     lookAhead();
+    const bool isNextDue = mayBeginNext();
     if (!m_queue->sending(m_mail->ticket(), m_mail->taken()))
         return endUnwritten();
     m_mail->isSending = true;
     enter(State::Text);
-    const QByteArray next = beginNext();
+    const QByteArray next = isNextDue ? beginNext() : QByteArray();
     m_behindDot = next.size();
     const QByteArray bytes = kDot.toByteArray() + next;
     socket()->writeBlock(bytes.constData(), bytes.size());
